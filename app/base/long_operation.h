@@ -1,0 +1,40 @@
+// Long operations: the operation runs on the program thread, while a second thread owns and pumps
+// the progress dialog, so that its Cancel always answers.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+#include "port/message.h"
+
+namespace quillet {
+
+// 0 or 1; set by the dialog's Cancel, read by operations between units of work.
+extern std::atomic<std::uint32_t> gAbortRequested;
+// The progress dialog, 0 when there is none. Written by the progress thread.
+extern std::atomic<port::WindowHandle> gProgressDialog;
+
+inline bool AbortRequested() { return gAbortRequested.load(std::memory_order_relaxed) != 0; }
+// Makes the running operation stop at its next test, as its own failures do.
+inline void RequestAbort() { gAbortRequested = 1; }
+
+// Runs the operation under a progress dialog with that title and returns its result. Program
+// thread; never nested (a nested call runs the operation under the dialog that is up).
+int RunWithProgress(std::u16string_view title, const std::function<int()>& operation);
+// True from the start to the end of RunWithProgress.
+bool OperationRunning();
+
+// What an operation shows. Without a dialog these do nothing.
+void SetProgressTitle(std::u16string_view text);    // the upper text, control 1020
+void SetProgressDetail(std::u16string_view text);   // the lower text, control 1022
+// Positions run from 0 to `units` (at least 1). More than 65,535 units are scaled, not cut. Also
+// sets the position to 0.
+void SetProgressRange(std::uint64_t units);
+void SetProgressPosition(std::uint64_t units_done);
+
+// Takes the progress dialog down, if one is up, and waits until it has gone. Idempotent.
+void DestroyProgressDialog();
+
+}  // namespace quillet

@@ -1,0 +1,42 @@
+// Everything the program tells or asks the user goes through here.
+#pragma once
+
+#include <atomic>
+#include <string_view>
+
+#include "port/message.h"
+#include "port/message_box.h"
+
+namespace quillet {
+
+// The main window; 0 before it exists and after it was destroyed.
+extern std::atomic<port::WindowHandle> gMainWindow;
+// The window that owns boxes at this moment: the main window, or the modal dialog that is up.
+extern std::atomic<port::WindowHandle> gMessageOwner;
+
+// Handles one message of the main window; set once by the main window's code, so that what stands
+// below it can send the main window a message and wait for its handling.
+using WindowProcedure = void (*)(const port::Message& message);
+extern WindowProcedure gMainWindowProcedure;
+
+// The one primitive under the functions below, for boxes with captions of their own. `owner` as in
+// port::MessageBoxes::Show.
+int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+            const port::BoxStyle& style);
+
+// Caption "Quillet", OK, topmost. The result is ignored by all callers.
+int ShowMessage(std::u16string_view text);
+// Caption "Quillet", OK and Cancel, topmost: port::kIdOk or port::kIdCancel.
+int AskOkCancel(std::u16string_view text);
+// Caption "Quillet confirmation", Yes and No; never skipped.
+bool AskYesNo(std::u16string_view text);
+// Yes and No with the exclamation icon; `default_answer` at once when `skipverifications` is set.
+bool ConfirmAction(std::u16string_view text, bool default_answer);
+
+// "An unexpected error (%ls) occurred in %ls.", cut to 255 characters; the program goes on.
+int ReportError(std::u16string_view reason, std::u16string_view location);
+// "A critical error (%ls) occurred in %ls."; then the main window is closed and destroyed. Before
+// there is a main window the quit message is posted instead. Returns to the caller in any case.
+void ReportCriticalError(std::u16string_view reason, std::u16string_view location);
+
+}  // namespace quillet

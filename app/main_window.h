@@ -1,0 +1,19 @@
+// The main window: its three views, the commands common to them, routing of the others.
+#pragma once
+
+#include "port/message.h"
+
+namespace quillet {
+
+// False when the window could not be created.
+bool CreateQuilletWindow();
+// Tabs by `sidetabs`, group list filled.
+void CreateViews();
+// Handles one message of the main window.
+void MainWindowProcedure(const port::Message& message);
+// Accelerator of the shown view: true when the message was one and has been handled.
+bool TranslateAccelerator(const port::Message& message);
+// Takes the views down and builds them again in the placement of `sidetabs`.
+void RebuildViews();
+
+}  // namespace quillet

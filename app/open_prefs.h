@@ -1,0 +1,15 @@
+// Opening the preferences and putting changed ones into force.
+#pragma once
+
+#include <memory>
+
+#include "app/base/prefs.h"
+
+namespace quillet {
+
+void OpenPrefs(int start_page);
+// Makes `edited` the live record, refreshes the views, re-registers the scheduled download, writes
+// the registry and moves the databases when their place changed.
+void ApplyPrefsChanges(std::unique_ptr<Prefs> edited);
+
+}  // namespace quillet

@@ -1,0 +1,39 @@
+# One place for warnings, sanitizers and the shape of a library, a program and a test.
+
+add_library(quillet_options INTERFACE)
+target_compile_options(quillet_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_include_directories(quillet_options INTERFACE ${CMAKE_SOURCE_DIR})
+
+if(QUILLET_SANITIZE)
+  add_compile_options(-fsanitize=${QUILLET_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QUILLET_SANITIZE})
+endif()
+
+# quillet_library(name SOURCES ... USES ...): a static library of one folder. What it may include is
+# what it links; an upward include does not link.
+function(quillet_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE quillet_options)
+  target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+endfunction()
+
+function(quillet_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_USES} quillet_options)
+endfunction()
+
+# quillet_test(name SOURCES ... USES ...): one GoogleTest program, run as one ctest entry.
+function(quillet_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_USES} quillet_options GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()

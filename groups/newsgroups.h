@@ -1,0 +1,19 @@
+// Adding and removing newsgroups: preferences, counts and killfile together. Program thread only.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+// Appends the group, checked, with counts 0, and writes the preferences.
+void AddNewsgroupToPrefs(std::u16string_view name);
+// Removes the group with its state and killfile entries, clears the current group and writes the
+// preferences. An index beyond the list does nothing.
+void RemoveNewsgroupFromPrefs(std::size_t index);
+
+// Trims the name and judges it: the text that says what is wrong with it, empty when it is good.
+std::u16string JudgeNewGroupName(std::u16string& name);
+
+}  // namespace quillet

@@ -1,0 +1,12 @@
+// Login to the server right after its greeting. Program thread only.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+// True to go on, false to close the connection (the reason is in the error log).
+bool SendAuthInfo();
+
+}  // namespace quillet

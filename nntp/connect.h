@@ -1,0 +1,27 @@
+// The Connect command: checks, dialling, the connection under the progress dialog, clean-up.
+// Program thread only.
+#pragma once
+
+#include "port/dialler.h"
+
+namespace quillet {
+
+// The connection this program dialled; 0 when none.
+extern port::DialHandle gDialHandle;
+
+// `interactive`: the menu's command; otherwise the scheduled run.
+void ConnectCommand(bool interactive);
+bool CheckDownloadPreconditions(bool interactive);
+void StartConnection();
+bool WinceConnectIfNotConnected();
+bool ConnectedToInternet();
+void EndDownload();
+// Hangs up what this program dialled. Idempotent.
+void HangUpDialledConnection();
+
+// Opens the preferences on that page; set by app/ (the pages stand above this folder).
+extern void (*gOpenPreferences)(int page);
+constexpr int kPageServer = 1;
+constexpr int kPageConnection = 2;
+
+}  // namespace quillet

@@ -1,0 +1,24 @@
+// From a raw head to the fields of an article. Pure but for the connection's server name.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "store/records.h"
+
+namespace quillet {
+
+// `article.headers` holds the raw head; fills the fields and replaces the header text by what is
+// kept of it (nothing unless `keep_headers`).
+void ExtractHeaders(AsciiArticle& article, bool keep_headers);
+
+// The first physical line of a header's value. The name is found anywhere in the text, not only at
+// the start of a line; this is meant.
+std::optional<std::string> GetHeaderValue(std::string_view name, std::string_view text);
+// The same, widened.
+std::optional<std::u16string> GetHeaderValueWide(std::string_view name, std::string_view text);
+// Searches wide text, with regard to case.
+std::optional<std::u16string> GetHeaderValueIn(std::u16string_view name, std::u16string_view text);
+
+}  // namespace quillet

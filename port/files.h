@@ -1,0 +1,53 @@
+// Files, folders and volumes. Paths are device paths in UTF-16 with backslashes ("\Quillet CE
+// News\Quillet articles.gdb"): "\" is the profile's data folder, and a path that begins with a
+// mounted card's name lies on that card. A component "." or ".." or a "/" inside a name is refused
+// (the operation fails). Names are stored as UTF-8. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillet::port {
+
+struct VolumeSpace {
+  std::uint64_t free_bytes = 0;   // available to the user
+  std::uint64_t total_bytes = 0;
+};
+
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  // The path to hand to a C library (UTF-8, absolute); empty for a refused path.
+  virtual std::string NativePath(std::u16string_view path) = 0;
+
+  virtual bool FolderExists(std::u16string_view path) = 0;
+  // Creates one folder (parents must exist, except the data folder itself), mode 0700; true also
+  // when it is there already.
+  virtual bool CreateFolder(std::u16string_view path) = 0;
+
+  // Size in bytes; nothing when there is no such regular file.
+  virtual std::optional<std::uint64_t> FileSize(std::u16string_view path) = 0;
+  // False when there was nothing to delete or it could not be deleted.
+  virtual bool Delete(std::u16string_view path) = 0;
+  // Replaces an existing target.
+  virtual bool Rename(std::u16string_view from, std::u16string_view to) = 0;
+  // Copies the contents and the mode over an existing target; the target is complete or unchanged.
+  virtual bool Copy(std::u16string_view from, std::u16string_view to) = 0;
+  // Gives `to` the permission bits of `from`.
+  virtual bool CopyMode(std::u16string_view from, std::u16string_view to) = 0;
+  // Writes a whole file, replacing it only when everything was written.
+  virtual bool WriteFile(std::u16string_view path, std::string_view data) = 0;
+  // Reads a whole file of at most `limit` bytes; nothing when missing, unreadable or larger.
+  virtual std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) = 0;
+
+  // Space of the volume that holds the folder; nothing when the query fails.
+  virtual std::optional<VolumeSpace> FreeSpace(std::u16string_view folder) = 0;
+  // Names of the mounted storage cards, sorted.
+  virtual std::vector<std::u16string> Cards() = 0;
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,24 @@
+// Shared libraries bound at run time, named as on the device ("gdbmce.dll", "bzip2ce.dll").
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace quillet::port {
+
+using LibraryHandle = void*;
+
+class Libraries {
+ public:
+  virtual ~Libraries() = default;
+
+  // Null when there is no such library.
+  virtual LibraryHandle Load(std::u16string_view name) = 0;
+  // The address of an exported name; null when the library lacks it. A name under which the device's
+  // library exports data or a macro yields the accessor function that stands for it here
+  // ("gdbm_errno": int* (*)()).
+  virtual void* Resolve(LibraryHandle library, const char* name) = 0;
+  virtual void Unload(LibraryHandle library) = 0;
+};
+
+}  // namespace quillet::port

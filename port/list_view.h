@@ -1,0 +1,49 @@
+// The group list: a report list with check boxes and two columns in the group view's pane.
+// Program thread only. Before Create and after the main window has gone every read is empty and
+// every write does nothing.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "port/message.h"
+
+namespace quillet::port {
+
+// The state image of a row's box: a row may have none at all.
+enum class CheckState { kNone = 0, kUnchecked = 1, kChecked = 2 };
+
+struct ListRow {
+  std::u16string name;
+  std::u16string counts;  // second column
+  CheckState check = CheckState::kUnchecked;
+};
+
+struct ListColumn {
+  std::u16string title;
+  int width = 0;  // pixels; 0: the default of the display (five sixths, the rest)
+  bool centred = false;
+};
+
+class ListView {
+ public:
+  virtual ~ListView() = default;
+
+  virtual void Create(std::span<const ListColumn, 2> columns, std::u16string_view font_face,
+                      int font_size_index) = 0;
+  // Replaces all rows in one call; `selected` is shown selected and focused (-1: none).
+  virtual void Fill(std::vector<ListRow> rows, int selected) = 0;
+  // Replaces the second column's texts of the first counts.size() rows.
+  virtual void SetCounts(std::vector<std::u16string> counts) = 0;
+  virtual std::vector<CheckState> CheckStates() = 0;
+  virtual void SetCheckStates(std::vector<CheckState> states) = 0;
+  virtual int SelectedRow() = 0;  // -1: none
+  // Current widths in pixels; {0, 0} before Create.
+  virtual std::array<std::int32_t, 2> ColumnWidths() = 0;
+};
+
+}  // namespace quillet::port

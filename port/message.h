@@ -1,0 +1,54 @@
+// Messages: what the device tells the program. Every window and dialog belongs to the thread that
+// created it, and its messages come to that thread's queue only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quillet::port {
+
+// A window, dialog or pane; 0 is none. Handles are never reused within a run.
+using WindowHandle = std::uint32_t;
+
+enum class MessageKind {
+  kNone,
+  kCommand,     // id: the command or control id (menu item, button, push button)
+  kKeyDown,     // id: virtual key, detail: modifiers (kModifier...)
+  kKeyUp,       // the same, for a released key
+  kTabChanging, // the user asks for another tab; detail: the tab shown until now
+  kTabChanged,  // id: the tab now selected, detail: the tab shown before
+  kItemActivated,  // double click or Enter on a list row; id: the row
+  kLink,        // a link was activated; text: its target
+  kSize,        // id: width, detail: height of the window's inside, in pixels
+  kTimer,       // id: the timer
+  kClose,       // the user or the program asks the window to close
+  kEndSession,  // the session ends (log-out, SIGTERM): save and end without questions
+  kUser,        // the program's own messages; id: which one
+};
+
+constexpr std::uint32_t kModifierControl = 1;
+constexpr std::uint32_t kModifierAlt = 2;
+constexpr std::uint32_t kModifierShift = 4;
+
+// Virtual keys. Letters and digits are their own upper-case ASCII code.
+constexpr std::uint32_t kKeyEscape = 0x1B;
+constexpr std::uint32_t kKeyReturn = 0x0D;
+constexpr std::uint32_t kKeySpace = 0x20;
+constexpr std::uint32_t kKeyPageUp = 0x21;
+constexpr std::uint32_t kKeyPageDown = 0x22;
+constexpr std::uint32_t kKeyLeft = 0x25;
+constexpr std::uint32_t kKeyUp = 0x26;
+constexpr std::uint32_t kKeyRight = 0x27;
+constexpr std::uint32_t kKeyDown = 0x28;
+constexpr std::uint32_t kKeyDelete = 0x2E;
+constexpr std::uint32_t kKeyF24 = 0x87;
+
+struct Message {
+  WindowHandle window = 0;
+  MessageKind kind = MessageKind::kNone;
+  std::uint32_t id = 0;
+  std::uint32_t detail = 0;
+  std::u16string text;
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,7 @@
+#include "port/platform.h"
+
+namespace quillet {
+
+port::Platform* gPlatform = nullptr;
+
+}  // namespace quillet

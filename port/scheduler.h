@@ -1,0 +1,21 @@
+// Starts the program at a time of day with the command line "AppRunAtTime".
+#pragma once
+
+#include <string_view>
+
+#include "port/clock.h"
+
+namespace quillet::port {
+
+class Scheduler {
+ public:
+  virtual ~Scheduler() = default;
+
+  // Registers the executable (its device path identifies the registration) for the local time
+  // *at and every day at the same time from then on, replacing an earlier registration; null
+  // cancels it. False when the system refused. Without a system scheduler the running program is
+  // told instead, at the same moments. Program thread only.
+  virtual bool RunAppAtTime(std::u16string_view executable, const CalendarTime* at) = 0;
+};
+
+}  // namespace quillet::port

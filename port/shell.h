@@ -1,0 +1,31 @@
+// What the desktop knows of the program: its command line, its other instance, links.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "port/message.h"
+
+namespace quillet::port {
+
+class Shell {
+ public:
+  virtual ~Shell() = default;
+
+  // The program's arguments (without the profile options), joined by one blank.
+  virtual std::u16string CommandLine() = 0;
+
+  // True when another instance owns this profile. It was then brought to the front, and when
+  // `scheduled_download` is set it was told to start one, without waiting for it. False makes this
+  // process the owner until it ends; a crashed owner leaves nothing behind that must be cleaned up.
+  virtual bool ForwardToOtherInstance(bool scheduled_download) = 0;
+
+  // Where requests of later instances go: the window is raised; a scheduled download is posted to
+  // it as kUser with `scheduled_message`. Requests that came before are delivered now. 0: keep them.
+  virtual void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) = 0;
+
+  // Opens the target with the desktop's handler for it; false when none could be started.
+  virtual bool OpenLink(std::u16string_view target) = 0;
+};
+
+}  // namespace quillet::port

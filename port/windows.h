@@ -1,0 +1,68 @@
+// The main window with its tabs, menu bar and status line. Values go in, values come out; nothing
+// is shared with the display. Program thread only, except Raise and InjectKeyUp (any thread).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "port/message.h"
+
+namespace quillet::port {
+
+struct Size {
+  int width = 0;
+  int height = 0;
+  bool operator==(const Size&) const = default;
+};
+
+// Which menu bar and which pane: 0 group view, 1 thread view, 2 article view.
+constexpr int kGroupTab = 0;
+constexpr int kThreadTab = 1;
+constexpr int kArticleTab = 2;
+constexpr int kTabCount = 3;
+
+enum class TabPlacement { kBottom = 0, kLeft = 1, kRight = 2 };
+
+struct MainWindowSpec {
+  std::u16string window_class;  // also how a second instance finds it
+  std::u16string title;
+  std::uint32_t icon = 0;       // resource id
+  Size size;                    // outer size wanted, in pixels of the work area
+};
+
+class Windows {
+ public:
+  virtual ~Windows() = default;
+
+  // Usable screen area in device-independent pixels.
+  virtual Size WorkArea() = 0;
+
+  // Creates the one main window, still hidden, owned by the calling thread; 0 on failure.
+  virtual WindowHandle CreateMainWindow(const MainWindowSpec& spec) = 0;
+  virtual void ShowMainWindow() = 0;
+  // Shows it above the others and asks the desktop for the focus.
+  virtual void Raise() = 0;
+  // Takes the window with its tabs, panes and list off the screen. Idempotent.
+  virtual void DestroyMainWindow() = 0;
+
+  // Creates the three image-only tabs in that placement, with the bitmaps of res/resource.h,
+  // replacing existing ones together with all view contents. The group tab is selected; no
+  // kTabChanged is sent for changes made from here.
+  virtual void CreateTabs(TabPlacement placement) = 0;
+  virtual int SelectedTab() = 0;
+  // Selects a tab, shows its pane and its menu bar (the trees and buttons of res/commands.h).
+  virtual void SelectTab(int tab) = 0;
+
+  // Lays the window out: the tab control takes `tabs` of the window's inside, from the top left.
+  virtual void LayOut(Size inside, Size tabs) = 0;
+
+  // One line below the group list.
+  virtual void SetStatusText(std::u16string_view text) = 0;
+
+  // A silent release of a key goes to the window (main window or dialog) that has the focus now,
+  // as its kKeyUp message.
+  virtual void InjectKeyUp(std::uint32_t virtual_key) = 0;
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,79 @@
+// Every resource id: icons, bitmaps, accelerator tables, dialogs with their controls, commands.
+#pragma once
+
+#include <cstdint>
+
+namespace quillet {
+
+// Icons and bitmaps.
+constexpr std::uint32_t kIconMain = 103;
+constexpr std::uint32_t kBitmapGroupTab = 117;
+constexpr std::uint32_t kBitmapThreadTab = 110;
+constexpr std::uint32_t kBitmapArticleTab = 176;
+constexpr std::uint32_t kBitmapGroupSideTab = 179;
+constexpr std::uint32_t kBitmapThreadSideTab = 180;
+constexpr std::uint32_t kBitmapArticleSideTab = 181;
+
+// Accelerator tables.
+constexpr std::uint32_t kAcceleratorsGroup = 113;
+constexpr std::uint32_t kAcceleratorsThread = 111;
+constexpr std::uint32_t kAcceleratorsArticle = 109;
+
+// Controls that every dialog may have.
+constexpr std::uint32_t kControlOk = 1;
+constexpr std::uint32_t kControlCancel = 2;
+
+// Progress dialog.
+constexpr std::uint32_t kDialogProgress = 120;
+constexpr std::uint32_t kControlProgressBar = 1004;
+constexpr std::uint32_t kControlProgressTitle = 1020;
+constexpr std::uint32_t kControlProgressDetail = 1022;
+
+// About box.
+constexpr std::uint32_t kDialogAbout = 121;
+
+// "Subscribe to newsgroup".
+constexpr std::uint32_t kDialogNewGroup = 122;
+constexpr std::uint32_t kControlGroupName = 1001;
+
+// Commands, shared by menus, buttons and accelerators.
+constexpr std::uint32_t kCommandClose = 40001;
+constexpr std::uint32_t kCommandConnect = 40008;
+constexpr std::uint32_t kCommandPreferences = 40009;
+constexpr std::uint32_t kCommandAbout = 40010;
+constexpr std::uint32_t kCommandDeleteShownArticle = 40011;
+constexpr std::uint32_t kCommandSelectAll = 40012;
+constexpr std::uint32_t kCommandSelectNone = 40013;
+constexpr std::uint32_t kCommandDeleteRead = 40014;
+constexpr std::uint32_t kCommandDeleteAll = 40015;
+constexpr std::uint32_t kCommandNextThread = 40016;
+constexpr std::uint32_t kCommandPreviousArticle = 40017;
+constexpr std::uint32_t kCommandPreviousThread = 40018;
+constexpr std::uint32_t kCommandNextArticle = 40019;
+constexpr std::uint32_t kCommandNewGroup = 40020;
+constexpr std::uint32_t kCommandRemoveGroups = 40021;
+constexpr std::uint32_t kCommandRot13 = 40022;
+constexpr std::uint32_t kCommandReply = 40023;
+constexpr std::uint32_t kCommandMarkRead = 40024;
+constexpr std::uint32_t kCommandMarkUnread = 40025;
+constexpr std::uint32_t kCommandServerRead = 40026;
+constexpr std::uint32_t kCommandServerUnread = 40027;
+constexpr std::uint32_t kCommandDeleteThread = 40028;
+constexpr std::uint32_t kCommandViewPostQueue = 40029;
+constexpr std::uint32_t kCommandNewArticle = 40030;
+constexpr std::uint32_t kCommandForward = 40033;
+constexpr std::uint32_t kCommandFind = 40048;
+constexpr std::uint32_t kCommandAddToKillfile = 40049;
+constexpr std::uint32_t kCommandCheckUncheckAll = 40050;
+constexpr std::uint32_t kCommandFindAgain = 40051;
+constexpr std::uint32_t kCommandDeleteSelectedArticle = 40053;
+constexpr std::uint32_t kCommandNewArticleFromArticle = 40055;
+constexpr std::uint32_t kCommandShowHeaders = 40056;
+constexpr std::uint32_t kCommandSaveAs = 40057;
+constexpr std::uint32_t kCommandImport = 40060;
+constexpr std::uint32_t kCommandQuickSetup = 40061;
+constexpr std::uint32_t kCommandRethread = 40062;
+constexpr std::uint32_t kCommandToggleRemoveCrs = 40064;
+constexpr std::uint32_t kCommandCopy = 40066;
+
+}  // namespace quillet

@@ -1,0 +1,34 @@
+// How many articles of each group are stored and how many of them are read: in memory, one ReadInfo
+// a group in the order of the group list, cached in the articles database. Program thread only.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/records.h"
+
+namespace quillet {
+
+struct ReadInfo {
+  std::u16string groupName;
+  std::uint32_t readCount = 0;
+  std::uint32_t totalCount = 0;
+};
+
+std::unique_ptr<ReadInfo> NewReadInfoPtr();
+
+extern std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
+
+void CountArticles();
+void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);
+void UpdateGlobalGDBMArticleCountCache(std::size_t group_index);
+std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read);
+// `node` may be null. An index beyond the array changes the article only.
+void SetArticleReadById(std::string_view message_id, Node* node, bool read,
+                        std::size_t group_index);
+void SetArticleRead(AsciiArticle& article, Node* node, bool read, std::size_t group_index);
+
+}  // namespace quillet

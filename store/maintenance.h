@@ -1,0 +1,29 @@
+// Reclaiming space: deletion, compaction, the room check. Program thread only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "port/files.h"
+
+namespace quillet {
+
+std::u16string FormatByteSize(std::uint32_t bytes);
+
+// Whole percentage in use: 100 - free percentage, the free one truncated. `total_bytes` 0 is 0.
+std::uint32_t UsedPercent(const port::VolumeSpace& space);
+
+// False after the message that the store is too full.
+bool StoreHasRoom();
+
+constexpr int kCheckedGroups = -1;
+// Deletes the read or all articles of one group, or of the groups checked in the group list.
+// Non-zero when it ran to the end, 0 after an abort.
+int DeleteArticles(bool only_read, int group_index);
+
+enum class RewriteMode { kCompact = 0, kCompress = 1, kUncompress = 2 };
+// The operation under CompactDatabases and CompressAllArticles.
+int RewriteDatabases(RewriteMode mode);
+void CompactDatabases();
+
+}  // namespace quillet

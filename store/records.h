@@ -1,0 +1,65 @@
+// Articles and queued posts: the record in memory, its stored form, and storing it.
+//
+// Keys that are strings include their terminating NUL. Program thread only.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+struct Node;  // thread-tree node
+
+// A missing string is nothing; SerializeArticle makes it an empty one.
+struct AsciiArticle {
+  std::optional<std::string> messageId;
+  std::optional<std::string> headers;
+  std::optional<std::string> body;
+  std::uint32_t read = 0;  // in the pending posts database: inProgress
+  std::optional<std::string> parentId;
+  std::optional<std::string> subject;
+  std::optional<std::string> from;
+  std::uint32_t reserved1 = 0;
+  std::uint32_t reserved2 = 0;
+  std::uint32_t articleNumber = 0;
+  std::optional<std::string> source;
+  Node* node = nullptr;  // borrowed, never stored
+  std::optional<std::string> date;
+  std::optional<std::string> replyTo;
+  std::uint8_t showFlag = 0;                  // never stored
+  std::optional<std::u16string> displayText;  // never stored
+  double compressionSavings = 0;  // 0 for an uncompressed record, else 1 - compressed / plain
+};
+
+// Null after the critical report "out of memory" in "NewAsciiArticle".
+std::unique_ptr<AsciiArticle> NewAsciiArticle();
+
+enum class SerializeMode { kByPreference = 0, kCompress = 1, kPlain = 2 };
+
+// The stored value; nothing when memory ran out. Missing strings of the article become empty. Text
+// after an embedded NUL is not stored.
+std::optional<std::string> SerializeArticle(AsciiArticle& article, SerializeMode mode);
+// Takes the fields of a stored value; false for another format, a value that is too short, strings
+// that do not end inside it, or a compressed one that cannot be expanded. With `names_only` just
+// parentId, subject, from and source are taken. The four words are taken in any case.
+bool ParseArticle(std::string_view value, AsciiArticle& article, bool names_only);
+
+bool StoreArticle(AsciiArticle& article);
+std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id);
+bool ArticleExists(std::string_view message_id);
+bool IsArticleRead(std::string_view message_id);
+void DeleteArticle(std::string_view message_id);
+
+bool StoreAsciiGDBMPost(AsciiArticle& article);
+std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id);
+void DeletePendingPost(std::string_view message_id);
+// The first key (previous: nothing) or the one after `previous`, without its NUL.
+std::optional<std::string> NextPendingPostKey(const std::optional<std::string>& previous);
+std::uint32_t CountPendingPosts();
+std::unique_ptr<AsciiArticle> FirstWaitingPendingPost();
+void ClearPendingFlags();
+
+}  // namespace quillet
