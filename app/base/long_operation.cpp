@@ -1,0 +1,1 @@
+#include "app/base/long_operation.h"

@@ -1,0 +1,1 @@
+#include "app/base/multi_string.h"

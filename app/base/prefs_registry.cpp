@@ -1,0 +1,1 @@
+#include "app/base/prefs_registry.h"

@@ -1,0 +1,1 @@
+#include "app/open_prefs.h"

@@ -1,0 +1,1 @@
+#include "groups/group_list.h"

@@ -1,0 +1,1 @@
+#include "groups/newsgroups.h"

@@ -1,0 +1,1 @@
+#include "killfile/killfile.h"

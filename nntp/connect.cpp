@@ -1,0 +1,1 @@
+#include "nntp/connect.h"

@@ -1,0 +1,1 @@
+#include "nntp/post_queue.h"

@@ -1,0 +1,1 @@
+#include "nntp/text_log.h"
