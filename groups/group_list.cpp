@@ -1,1 +1,268 @@
 #include "groups/group_list.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/modal_dialog.h"
+#include "app/base/prefs.h"
+#include "groups/newsgroups.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/maintenance.h"
+#include "util/format.h"
+
+namespace quillet {
+
+int gCurrentGroup = -1;
+
+namespace {
+
+bool gListFilled = false;  // from then on every refill first reads the boxes back
+
+class WaitCursor {
+ public:
+  WaitCursor() { gPlatform->boxes.SetWaitCursor(true); }
+  ~WaitCursor() { gPlatform->boxes.SetWaitCursor(false); }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+std::u16string CountsText(std::size_t group) {
+  if (group >= gReadInfo.size()) return u"0/0";
+  const ReadInfo& info = *gReadInfo[group];
+  // Signed, as it is shown: a stale cache may hold fewer articles than read ones.
+  return FormatWide(u"%d/%d", static_cast<std::int32_t>(info.totalCount - info.readCount),
+                    static_cast<std::int32_t>(info.totalCount));
+}
+
+port::CheckState StateOf(std::uint32_t checked) {
+  return checked != 0 ? port::CheckState::kChecked : port::CheckState::kUnchecked;
+}
+
+std::vector<port::CheckState> StatesOfPrefs() {
+  std::vector<port::CheckState> states;
+  std::ranges::transform(gPrefs->checked, std::back_inserter(states), StateOf);
+  return states;
+}
+
+void SetAllBoxes(port::CheckState state) {
+  gPlatform->group_list.SetCheckStates(
+      std::vector(gPlatform->group_list.CheckStates().size(), state));
+}
+
+void FillRows(int selected) {
+  const WaitCursor cursor;
+  gPlatform->windows.SetStatusText(QueuedPostsText());
+  if (gListFilled) SaveGroupChecks();
+  std::vector<port::ListRow> rows(gPrefs->numgroups);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    rows[i] = {gPrefs->groups[i], CountsText(i), StateOf(gPrefs->checked[i])};
+  }
+  gPlatform->group_list.Fill(std::move(rows), selected);
+  gListFilled = true;
+}
+
+// --- Commands --------------------------------------------------------------------------------
+
+void SelectAll() {
+  SetAllBoxes(port::CheckState::kChecked);
+}
+void SelectNone() {
+  SetAllBoxes(port::CheckState::kUnchecked);
+}
+
+void CheckUncheckAll() {
+  const std::vector<bool> checked = CheckedGroupRows();
+  const bool any_unchecked = std::ranges::find(checked, false) != checked.end();
+  SetAllBoxes(any_unchecked ? port::CheckState::kChecked : port::CheckState::kUnchecked);
+}
+
+void DeleteChecked(bool only_read, std::u16string_view question) {
+  if (ConfirmAction(question, true)) DeleteArticles(only_read, kCheckedGroups);
+  FillGroupList();
+}
+void DeleteRead() {
+  DeleteChecked(true, u"Really delete read articles in checked groups?");
+}
+void DeleteAll() {
+  DeleteChecked(false, u"Really delete all articles in checked groups?");
+}
+
+void NewGroup() {
+  std::u16string name;
+  const auto procedure = [&](port::WindowHandle dialog, const port::Message& message) {
+    const std::optional<int> result = EndOnOkOrCancel(dialog, message);
+    if (result == port::kIdOk) name = gPlatform->dialogs.GetText(dialog, kControlGroupName);
+    return result;
+  };
+  if (RunModalDialog(kDialogNewGroup, nullptr, procedure) == port::kIdOk) {
+    const std::u16string complaint = JudgeNewGroupName(name);
+    if (complaint.empty()) {
+      AddNewsgroupToPrefs(name);
+    } else {
+      ShowMessage(complaint);
+    }
+  }
+  FillGroupList();
+}
+
+void RemoveGroups() {
+  if (!ConfirmAction(u"Really delete the checked groups?", true)) return;
+  SaveGroupChecks();
+  const WaitCursor cursor;
+  const std::uint32_t before = gPrefs->numgroups;
+  for (std::size_t i = 0; i < gPrefs->numgroups;) {
+    if (gPrefs->checked[i] == 0) {
+      ++i;
+      continue;
+    }
+    if (DeleteArticles(false, static_cast<int>(i)) == 0) break;
+    const std::uint32_t groups = gPrefs->numgroups;
+    RemoveNewsgroupFromPrefs(i);
+    if (gPrefs->numgroups == groups) break;  // could not be removed, and said so
+    // The next group has moved to this position: it is examined next.
+  }
+  // The refill reads the boxes back first, so they must stand as `checked` does.
+  gPlatform->group_list.SetCheckStates(StatesOfPrefs());
+  FillRows(gPrefs->numgroups == before ? gPlatform->group_list.SelectedRow() : -1);
+}
+
+// Marks the articles of one group; false after an abort.
+bool MarkGroup(std::size_t group, bool read) {
+  const ReadInfo& info = *gReadInfo[group];
+  const bool nothing_to_do = read ? info.readCount == info.totalCount : info.readCount == 0;
+  if (nothing_to_do) return true;
+  SetProgressDetail(gPrefs->groups[group]);
+  SetProgressRange(info.totalCount);
+  std::uint64_t done = 0;
+  for (auto record = GroupChainFirst(gPrefs->groups[group]); record; record = GroupChainNext()) {
+    if (AbortRequested()) return false;
+    SetArticleReadById(record->messageId, nullptr, read, group);
+    SetProgressPosition(++done);
+  }
+  return true;
+}
+
+int MarkCheckedGroups(bool read) {
+  if (AbortRequested()) return 0;
+  const std::vector<bool> checked = CheckedGroupRows();
+  const std::size_t groups = std::min(checked.size(), gReadInfo.size());
+  for (std::size_t i = 0; i < groups; ++i) {
+    if (checked[i] && !MarkGroup(i, read)) return 0;
+  }
+  return 1;
+}
+
+void MarkRead() {
+  if (ConfirmAction(u"Mark articles in checked groups as read?", true)) {
+    RunWithProgress(u"Marking articles in checked groups as read...",
+                    [] { return MarkCheckedGroups(true); });
+  }
+  FillGroupList();
+}
+
+void MarkUnread() {
+  if (ConfirmAction(u"Mark articles in checked groups as unread?", true)) {
+    RunWithProgress(u"Marking articles in checked groups as unread...",
+                    [] { return MarkCheckedGroups(false); });
+  }
+  FillGroupList();
+}
+
+// Moves the download positions of the checked groups, of every server; articles and registry are
+// left alone (the preferences are written at the end of the run).
+void MarkServers(bool read) {
+  const std::vector<bool> checked = CheckedGroupRows();
+  const std::size_t groups = std::min<std::size_t>(checked.size(), gPrefs->numgroups);
+  std::uint32_t count = 0;
+  for (std::size_t group = 0; group < groups; ++group) {
+    if (!checked[group]) continue;
+    ++count;
+    for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
+      const std::size_t index = PerServerIndex(*gPrefs, server, group);
+      gPrefs->lastdownloaded[index] = read ? gPrefs->lastonserver[index] : 0;
+    }
+  }
+  ShowBox(gMessageOwner, u"Finished marking server(s) read/unread",
+          FormatWide(u"Processed %d group%ls.", count, count == 1 ? u"" : u"s"), {});
+}
+
+void ServerRead() {
+  if (ConfirmAction(u"This may cause Quillet CE to skip articles on the server. Are you sure?",
+                    true)) {
+    MarkServers(true);
+  }
+}
+
+void ServerUnread() {
+  if (ConfirmAction(u"This may cause Quillet CE to download duplicates of articles that it already "
+                    u"has. Are you sure?",
+                    true)) {
+    MarkServers(false);
+  }
+}
+
+struct GroupCommand {
+  std::uint32_t id;
+  void (*run)();
+};
+
+constexpr std::array<GroupCommand, 11> kGroupCommands = {{
+    {kCommandSelectAll, SelectAll},
+    {kCommandSelectNone, SelectNone},
+    {kCommandCheckUncheckAll, CheckUncheckAll},
+    {kCommandDeleteRead, DeleteRead},
+    {kCommandDeleteAll, DeleteAll},
+    {kCommandNewGroup, NewGroup},
+    {kCommandRemoveGroups, RemoveGroups},
+    {kCommandMarkRead, MarkRead},
+    {kCommandMarkUnread, MarkUnread},
+    {kCommandServerRead, ServerRead},
+    {kCommandServerUnread, ServerUnread},
+}};
+
+}  // namespace
+
+void CreateGroupList() {
+  const std::array<port::ListColumn, 2> columns = {{
+      {u"Newsgroup", gPrefs->columnWidths[0], false},
+      {u"Unread", gPrefs->columnWidths[1], true},
+  }};
+  gPlatform->group_list.Create(columns, gPrefs->groupfont, static_cast<int>(gPrefs->groupfontsize));
+}
+
+void FillGroupList() {
+  // The row the user stands on stays selected; a first fill shows the current group.
+  FillRows(gListFilled ? gPlatform->group_list.SelectedRow() : gCurrentGroup);
+}
+
+void RefreshGroupCounts() {
+  gPlatform->windows.SetStatusText(QueuedPostsText());
+  std::vector<std::u16string> counts(gPrefs->numgroups);
+  for (std::size_t i = 0; i < counts.size(); ++i) counts[i] = CountsText(i);
+  gPlatform->group_list.SetCounts(std::move(counts));
+}
+
+void ForgetGroupList() {
+  gListFilled = false;
+}
+
+std::u16string QueuedPostsText() {
+  return FormatWide(u"%lu article%ls queued for posting", gPendingPostCount,
+                    gPendingPostCount == 1 ? u"" : u"s");
+}
+
+void HandleGroupCommand(std::uint32_t command) {
+  for (const GroupCommand& entry : kGroupCommands) {
+    if (entry.id == command) return entry.run();
+  }
+}
+
+}  // namespace quillet
