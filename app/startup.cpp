@@ -1,1 +1,153 @@
 #include "app/startup.h"
+
+#include <cstdlib>
+
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "app/main_window.h"
+#include "app/open_prefs.h"
+#include "nntp/connect.h"
+#include "port/platform.h"
+#include "store/compression.h"
+#include "store/databases.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::u16string_view kScheduledCommandLine = u"AppRunAtTime";
+constexpr std::u16string_view kExecutablePath =
+    u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
+
+bool gStoreOpened = false;
+
+// The user may have the damaged files deleted; the program ends in any case, and the next start
+// makes new ones.
+void OfferDeletion() {
+  if (!AskYesNo(u"Quillet CE was unable to open its GDBM databases; they are probably corrupted. "
+                u"Would you like Quillet CE to delete them automatically?")) {
+    ShowMessage(u"Quillet CE will now exit.");
+  } else if (!DeleteDatabases(true)) {
+    ShowMessage(
+        u"There was an error deleting one or more of the databases. Your CE device may need to be "
+        u"rebooted.");
+  } else {
+    ShowMessage(u"Done. You will need to re-launch Quillet CE to create new databases.");
+  }
+}
+
+bool OpenStore() {
+  if (!LoadDatabaseLibrary()) {
+    ShowMessage(
+        u"Quillet CE was unable to initialize its gdbmce.dll, which is required for this version. "
+        u"Please re-install Quillet CE and try again.");
+    return false;
+  }
+  if (!OpenGDBMDatabases()) {
+    OfferDeletion();
+    return false;
+  }
+  LoadCompressionLibrary();
+  gStoreOpened = true;
+  return true;
+}
+
+int MainLoop() {
+  port::Message message;
+  while (gPlatform->messages.Get(message)) {
+    if (!TranslateAccelerator(message)) MainWindowProcedure(message);
+  }
+  return static_cast<int>(message.id);
+}
+
+// The window is there, the loop is not: what is left when the start cannot go on.
+int EndBeforeTheLoop() {
+  CloseDatabases();
+  gPlatform->shell.SetInstanceWindow(0, 0);
+  gPlatform->windows.DestroyMainWindow();
+  gMainWindow = 0;
+  gMessageOwner = 0;
+  return 0;
+}
+
+int DaysInMonth(int month, int year) {
+  if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
+  if (month != 2) return 31;
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return leap ? 29 : 28;
+}
+
+void AdvanceOneDay(port::CalendarTime& time) {
+  time.day_of_week = (time.day_of_week + 1) % 7;
+  if (++time.day <= DaysInMonth(time.month, time.year)) return;
+  time.day = 1;
+  if (++time.month <= 12) return;
+  time.month = 1;
+  ++time.year;
+}
+
+}  // namespace
+
+port::CalendarTime NextDownloadTime(const port::CalendarTime& now, int hour, int minute,
+                                    int second) {
+  const auto seconds = [](int h, int m, int s) { return (h * 60 + m) * 60 + s; };
+  port::CalendarTime target = now;
+  target.hour = hour;
+  target.minute = minute;
+  target.second = second;
+  target.millisecond = 0;
+  // An equal second is not later: the target is then still today.
+  if (seconds(now.hour, now.minute, now.second) > seconds(hour, minute, second)) {
+    AdvanceOneDay(target);
+  }
+  return target;
+}
+
+void ScheduleAutoDownload() {
+  if (gPrefs->useautodownload == 0) {
+    gPlatform->scheduler.RunAppAtTime(kExecutablePath, nullptr);
+    return;
+  }
+  const port::CalendarTime target =
+      NextDownloadTime(gPlatform->clock.LocalTime(), static_cast<int>(gPrefs->downloadhr),
+                       static_cast<int>(gPrefs->downloadmn), static_cast<int>(gPrefs->downloadsc));
+  if (!gPlatform->scheduler.RunAppAtTime(kExecutablePath, &target)) {
+    ShowMessage(
+        u"The scheduled download could not be registered with the system. Quillet CE will not "
+        u"start by itself at that time.");
+  }
+}
+
+void ShutDown() {
+  if (!gStoreOpened) return;
+  gStoreOpened = false;
+  HangUpDialledConnection();
+  if (gPrefs) {
+    SaveGroupChecks();
+    WritePreferences();
+  }
+  CloseDatabases();
+  UnloadCompressionLibrary();
+}
+
+int RunQuillet() {
+  const bool scheduled = gPlatform->shell.CommandLine() == kScheduledCommandLine;
+  if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
+  gOpenPreferences = OpenPrefs;
+  ReadPreferences();
+  if (!gPrefs) return 0;
+  std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
+  if (!CreateQuilletWindow()) return 0;
+  if (!OpenStore()) return EndBeforeTheLoop();
+  gPlatform->windows.ShowMainWindow();
+  CreateViews();
+  if (scheduled) {
+    MainWindowProcedure({gMainWindow, port::MessageKind::kUser, kUserScheduledDownload, 0, {}});
+  } else {
+    ScheduleAutoDownload();
+  }
+  return MainLoop();
+}
+
+}  // namespace quillet

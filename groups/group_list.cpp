@@ -254,6 +254,13 @@ void ForgetGroupList() {
   gListFilled = false;
 }
 
+bool OpenSelectedGroup() {
+  const int row = gPlatform->group_list.SelectedRow();
+  if (row < 0 || static_cast<std::uint32_t>(row) >= gPrefs->numgroups) return false;
+  gCurrentGroup = row;
+  return true;
+}
+
 std::u16string QueuedPostsText() {
   return FormatWide(u"%lu article%ls queued for posting", gPendingPostCount,
                     gPendingPostCount == 1 ? u"" : u"s");

@@ -18,6 +18,10 @@ void RefreshGroupCounts();
 // The list has gone (the main window is re-made): the next fill is a first one.
 void ForgetGroupList();
 
+// Makes the selected row the current group; false when no row is selected.
+bool OpenSelectedGroup();
+
+// "%lu article%ls queued for posting".
 std::u16string QueuedPostsText();
 
 // Commands of the group view; other ids are ignored.
