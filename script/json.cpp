@@ -35,7 +35,9 @@ std::string JsonText(std::u16string_view text) {
   return json;
 }
 
-std::string JsonText(std::string_view utf8) { return JsonText(FromUtf8(utf8)); }
+std::string JsonText(std::string_view utf8) {
+  return JsonText(FromUtf8(utf8));
+}
 
 JsonObject& JsonObject::AddRaw(std::string_view name, std::string_view json) {
   if (!members_.empty()) members_ += ',';

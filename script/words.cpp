@@ -91,7 +91,9 @@ std::string ReadQuoted(std::u16string_view line, std::size_t& at, std::u16string
   return "no closing quote";
 }
 
-bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r'; }
+bool IsBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\t' || unit == u'\r';
+}
 
 }  // namespace
 
@@ -186,8 +188,8 @@ std::string KeyText(std::uint32_t virtual_key, std::uint32_t modifiers) {
   for (const NamedKey& named : kNamedKeys) {
     if (named.virtual_key == virtual_key) return ToUtf8(text.append(named.name));
   }
-  const bool plain = (virtual_key >= 'A' && virtual_key <= 'Z') ||
-                     (virtual_key >= '0' && virtual_key <= '9');
+  const bool plain =
+      (virtual_key >= 'A' && virtual_key <= 'Z') || (virtual_key >= '0' && virtual_key <= '9');
   if (plain) return ToUtf8(text) + static_cast<char>(virtual_key);
   return ToUtf8(text) + std::to_string(virtual_key);
 }
