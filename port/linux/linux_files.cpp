@@ -1,0 +1,299 @@
+#include "port/linux/linux_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "port/linux/file_descriptor.h"
+#include "util/text.h"
+
+namespace quillet::port {
+namespace {
+
+constexpr mode_t kFolderMode = 0700;
+constexpr mode_t kFileMode = 0600;
+constexpr mode_t kPermissionBits = 0777;
+
+std::optional<struct stat> Status(const std::string& path) {
+  struct stat status{};
+  if (path.empty() || stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+bool IsFolder(const std::string& path) {
+  const auto status = Status(path);
+  return status && S_ISDIR(status->st_mode);
+}
+
+// Splits a device path into its names as UTF-8. False for a path that is refused: an empty one, or
+// one with a name that the file system would read differently (".", "..", "/", NUL) or that has no
+// UTF-8 form.
+bool SplitPath(std::u16string_view path, std::vector<std::string>& names) {
+  if (path.empty()) return false;
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find(u'\\'), path.size());
+    const std::u16string_view name = path.substr(0, end);
+    path.remove_prefix(std::min(end + 1, path.size()));
+    if (name.empty()) continue;
+    if (name == u"." || name == u"..") return false;
+    if (name.find(u'/') != name.npos || name.find(u'\0') != name.npos) return false;
+    std::string native = ToUtf8(name);
+    if (FromUtf8(native) != name) return false;  // a lone surrogate
+    names.push_back(std::move(native));
+  }
+  return true;
+}
+
+std::string ParentFolder(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool MakeFolderWithParents(const std::string& path) {
+  if (IsFolder(path)) return true;
+  const std::string parent = ParentFolder(path);
+  if (parent != path && !MakeFolderWithParents(parent)) return false;
+  return mkdir(path.c_str(), kFolderMode) == 0 || IsFolder(path);
+}
+
+bool WriteAll(int fd, std::string_view data) {
+  while (!data.empty()) {
+    const ssize_t written = write(fd, data.data(), data.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    data.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Bytes read, 0 at the end of the file, -1 on error.
+ssize_t ReadSome(int fd, char* buffer, std::size_t size) {
+  ssize_t got = 0;
+  do {
+    got = read(fd, buffer, size);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+// Opens a regular file for reading; never waits for the other end of a pipe.
+FileDescriptor OpenRegular(const std::string& path, struct stat& status) {
+  if (path.empty()) return {};
+  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file.valid() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  return file;
+}
+
+// Makes a rename in that folder durable. File systems that cannot do it are as durable as they are.
+void SyncFolder(const std::string& folder) {
+  const FileDescriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory.valid()) fsync(directory.get());
+}
+
+// A new file beside its target that takes the target's place when it is complete, and otherwise
+// vanishes.
+class Replacement {
+ public:
+  explicit Replacement(std::string target)
+      : target_(std::move(target)), temporary_(ParentFolder(target_) + "/.quillet-XXXXXX") {
+    file_ = FileDescriptor(mkostemp(temporary_.data(), O_CLOEXEC));
+    pending_ = file_.valid();
+  }
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+  ~Replacement() {
+    if (pending_) unlink(temporary_.c_str());
+  }
+
+  bool valid() const { return file_.valid(); }
+  int fd() const { return file_.get(); }
+
+  bool Commit(mode_t mode) {
+    // A card without permission bits refuses them, and the copy is good all the same.
+    if (fchmod(file_.get(), mode & kPermissionBits) != 0 && errno != EPERM) return false;
+    if (fsync(file_.get()) != 0 || !file_.Close()) return false;
+    if (rename(temporary_.c_str(), target_.c_str()) != 0) return false;
+    pending_ = false;
+    SyncFolder(ParentFolder(target_));
+    return true;
+  }
+
+ private:
+  std::string target_;
+  std::string temporary_;
+  FileDescriptor file_;
+  bool pending_ = false;
+};
+
+// Saturates: a volume that answers with nonsense is at most full of it.
+std::uint64_t Bytes(std::uint64_t blocks, std::uint64_t block_size) {
+  constexpr auto kMax = std::numeric_limits<std::uint64_t>::max();
+  if (block_size != 0 && blocks > kMax / block_size) return kMax;
+  return blocks * block_size;
+}
+
+bool CopyContents(int from, int to) {
+  std::array<char, 65536> buffer{};
+  for (;;) {
+    const ssize_t got = ReadSome(from, buffer.data(), buffer.size());
+    if (got < 0) return false;
+    if (got == 0) return true;
+    if (!WriteAll(to, {buffer.data(), static_cast<std::size_t>(got)})) return false;
+  }
+}
+
+bool IsCard(const std::string& root, const std::string& folder, bool mounted_only) {
+  struct stat status{};
+  if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+  if (!mounted_only) return true;
+  const auto parent = Status(root);
+  return parent && parent->st_dev != status.st_dev;
+}
+
+}  // namespace
+
+CardRoots DefaultCardRoots() {
+  const passwd* user = getpwuid(getuid());
+  if (user == nullptr) return {};
+  const std::string name = user->pw_name;
+  return {{"/media/" + name, "/run/media/" + name}, true};
+}
+
+LinuxFiles::LinuxFiles(std::string data_folder, CardRoots cards)
+    : data_folder_(std::move(data_folder)), cards_(std::move(cards)) {
+  while (data_folder_.size() > 1 && data_folder_.ends_with('/')) data_folder_.pop_back();
+}
+
+std::string LinuxFiles::CardFolder(std::string_view name) const {
+  for (const std::string& root : cards_.folders) {
+    std::string folder = root + "/" + std::string(name);
+    if (IsCard(root, folder, cards_.mounted_only)) return folder;
+  }
+  return {};
+}
+
+std::string LinuxFiles::NativePath(std::u16string_view path) {
+  std::vector<std::string> names;
+  if (!SplitPath(path, names)) return {};
+  std::string native = data_folder_;
+  std::size_t first = 0;
+  if (!names.empty()) {
+    if (std::string card = CardFolder(names[0]); !card.empty()) {
+      native = std::move(card);
+      first = 1;
+    }
+  }
+  for (std::size_t i = first; i < names.size(); ++i) native += "/" + names[i];
+  return native;
+}
+
+bool LinuxFiles::FolderExists(std::u16string_view path) { return IsFolder(NativePath(path)); }
+
+bool LinuxFiles::CreateFolder(std::u16string_view path) {
+  const std::string native = NativePath(path);
+  if (native.empty()) return false;
+  if (IsFolder(native)) return true;
+  if (native.starts_with(data_folder_) && !MakeFolderWithParents(data_folder_)) return false;
+  return mkdir(native.c_str(), kFolderMode) == 0 || IsFolder(native);
+}
+
+std::optional<std::uint64_t> LinuxFiles::FileSize(std::u16string_view path) {
+  const auto status = Status(NativePath(path));
+  if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(status->st_size);
+}
+
+bool LinuxFiles::Delete(std::u16string_view path) {
+  const std::string native = NativePath(path);
+  return !native.empty() && unlink(native.c_str()) == 0;
+}
+
+bool LinuxFiles::Rename(std::u16string_view from, std::u16string_view to) {
+  const std::string source = NativePath(from);
+  const std::string target = NativePath(to);
+  if (source.empty() || target.empty()) return false;
+  if (rename(source.c_str(), target.c_str()) != 0) return false;
+  SyncFolder(ParentFolder(target));
+  return true;
+}
+
+bool LinuxFiles::Copy(std::u16string_view from, std::u16string_view to) {
+  struct stat status{};
+  const FileDescriptor source = OpenRegular(NativePath(from), status);
+  const std::string target = NativePath(to);
+  if (!source.valid() || target.empty()) return false;
+  Replacement copy(target);
+  return copy.valid() && CopyContents(source.get(), copy.fd()) && copy.Commit(status.st_mode);
+}
+
+bool LinuxFiles::CopyMode(std::u16string_view from, std::u16string_view to) {
+  const auto status = Status(NativePath(from));
+  const std::string target = NativePath(to);
+  if (!status || target.empty()) return false;
+  return chmod(target.c_str(), status->st_mode & kPermissionBits) == 0;
+}
+
+bool LinuxFiles::WriteFile(std::u16string_view path, std::string_view data) {
+  const std::string target = NativePath(path);
+  if (target.empty()) return false;
+  const auto old = Status(target);
+  Replacement file(target);
+  return file.valid() && WriteAll(file.fd(), data) && file.Commit(old ? old->st_mode : kFileMode);
+}
+
+std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
+  struct stat status{};
+  const FileDescriptor file = OpenRegular(NativePath(path), status);
+  if (!file.valid() || static_cast<std::uint64_t>(status.st_size) > limit) return std::nullopt;
+  std::string data;
+  std::array<char, 65536> buffer{};
+  for (;;) {
+    const ssize_t got = ReadSome(file.get(), buffer.data(), buffer.size());
+    if (got < 0) return std::nullopt;
+    if (got == 0) return data;
+    data.append(buffer.data(), static_cast<std::size_t>(got));
+    if (data.size() > limit) return std::nullopt;  // it grew while it was read
+  }
+}
+
+std::optional<VolumeSpace> LinuxFiles::FreeSpace(std::u16string_view folder) {
+  const std::string native = NativePath(folder);
+  struct statvfs volume{};
+  if (native.empty() || statvfs(native.c_str(), &volume) != 0) return std::nullopt;
+  return VolumeSpace{Bytes(volume.f_bavail, volume.f_frsize),
+                     Bytes(volume.f_blocks, volume.f_frsize)};
+}
+
+std::vector<std::u16string> LinuxFiles::Cards() {
+  std::vector<std::u16string> names;
+  for (const std::string& root : cards_.folders) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(root.c_str()), closedir);
+    if (!folder) continue;
+    while (const dirent* entry = readdir(folder.get())) {  // NOLINT: the stream is this call's own
+      const std::string name = entry->d_name;
+      if (name == "." || name == ".." || !IsCard(root, root + "/" + name, cards_.mounted_only)) {
+        continue;
+      }
+      std::u16string wide = FromUtf8(name);
+      // A name that no device path can say is no card of the program.
+      if (ToUtf8(wide) == name && wide.find(u'\\') == wide.npos) names.push_back(std::move(wide));
+    }
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+}  // namespace quillet::port
