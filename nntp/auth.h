@@ -1,8 +1,6 @@
-// Login to the server right after its greeting. Program thread only.
+// Login to the server right after its greeting. Program thread only, inside the connection
+// transaction.
 #pragma once
-
-#include <string>
-#include <string_view>
 
 namespace quillet {
 

@@ -1,1 +1,247 @@
 #include "nntp/connection.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "nntp/auth.h"
+#include "nntp/download.h"
+#include "nntp/post_queue.h"
+#include "nntp/replies.h"
+#include "port/platform.h"
+#include "util/format.h"
+#include "util/text.h"
+
+namespace quillet {
+
+NntpConnection gConnection;
+std::unique_ptr<TextLog> gTransactionLog;
+
+namespace {
+
+constexpr port::SocketVersion kSocketVersion{1, 1};
+constexpr std::uint32_t kDefaultPort = 119;
+constexpr std::uint32_t kQuitDelay = 2000;  // milliseconds
+
+// What a step of the transaction ends with. A step that was aborted is left without a word.
+enum class Step { kDone, kFailed, kAborted };
+
+struct ErrorText {
+  int error;
+  std::u16string_view text;
+};
+
+constexpr std::array<ErrorText, 3> kSocketErrors = {{
+    {port::kErrorTooManySockets, u"the PDA has no more sockets available"},
+    {port::kErrorNetworkDown, u"the network is down"},
+    {port::kErrorNoBuffers, u"the PDA has no buffers available"},
+}};
+constexpr std::array<ErrorText, 3> kBindErrors = {{
+    {port::kErrorAddressInUse, u"the address is already in use"},
+    {port::kErrorNetworkDown, u"the network is down"},
+    {port::kErrorNoBuffers, u"the PDA has no network buffers available"},
+}};
+constexpr std::array<ErrorText, 7> kConnectErrors = {{
+    {port::kErrorAddressInUse, u"address in use"},
+    {port::kErrorNetworkDown, u"the network is down"},
+    {port::kErrorNetworkUnreachable, u"the network is unreachable"},
+    {port::kErrorHostUnreachable, u"the network is unreachable"},
+    {port::kErrorNoBuffers, u"the PDA is out of network buffers"},
+    {port::kErrorTimedOut, u"unknown CE connection error; PDA may need rebooting"},
+    {port::kErrorRefused, u"the news server refused the connection"},
+}};
+
+void ReportSocketError(std::u16string_view call, std::span<const ErrorText> texts) {
+  const int error = gPlatform->sockets.LastError();
+  const auto known = std::find_if(texts.begin(), texts.end(),
+                                  [&](const ErrorText& t) { return t.error == error; });
+  const std::u16string reason = known != texts.end()
+                                    ? FormatWide(u"%ls: %ls", call, known->text)
+                                    : FormatWide(u"%ls: unknown error %d", call, error);
+  ReportError(reason, u"OpenConnection");
+}
+
+void StartLogs() {
+  gTransactionLog = std::make_unique<TextLog>();
+  gConnection.error_log = TextLog();
+  SetProgressTitle(u"Connecting...");
+  SetProgressDetail(u"");
+  LogTransaction(FormatNarrow("Quillet CE %s transaction log%s", kVersionText, "\r\n"));
+}
+
+Step TakeSelectedServer() {
+  const std::size_t server = gPrefs->selectedserver;
+  gConnection.server_name = server < gPrefs->servers.size() ? gPrefs->servers[server] : u"";
+  const std::uint32_t port = server < gPrefs->port.size() ? gPrefs->port[server] : kDefaultPort;
+  gConnection.port = static_cast<std::uint16_t>(port);
+  return AbortRequested() ? Step::kAborted : Step::kDone;
+}
+
+Step OpenSocket() {
+  gConnection.socket = gPlatform->sockets.Open();
+  if (gConnection.socket == 0) {
+    ReportSocketError(u"socket", kSocketErrors);
+    return Step::kAborted;  // nothing was opened: no QUIT, no error log
+  }
+  return AbortRequested() ? Step::kAborted : Step::kDone;
+}
+
+Step BindSocket() {
+  if (gPlatform->sockets.Bind(gConnection.socket)) return Step::kDone;
+  if (AbortRequested()) return Step::kAborted;
+  ReportSocketError(u"bind", kBindErrors);
+  return Step::kFailed;
+}
+
+// One part of a dotted quad, taken off the front of `text`; nothing when it is not 0 to 255.
+std::optional<std::uint8_t> TakeQuadPart(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  std::uint32_t value = 0;
+  std::size_t digits = 0;
+  for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+    value = std::min(value * 10 + static_cast<std::uint32_t>(text[digits] - '0'), 256U);
+  }
+  if (digits == 0 || value > 255) return std::nullopt;
+  text.remove_prefix(digits);
+  return static_cast<std::uint8_t>(value);
+}
+
+// The address when the whole name is a dotted quad (blanks around it do not matter).
+std::optional<port::Ipv4Address> ParseDottedQuad(std::string_view name) {
+  port::Ipv4Address address{};
+  for (std::size_t i = 0; i < address.size(); ++i) {
+    if (i > 0) {
+      if (!StartsWith(name, ".")) return std::nullopt;
+      name.remove_prefix(1);
+    }
+    const std::optional<std::uint8_t> part = TakeQuadPart(name);
+    if (!part) return std::nullopt;
+    address[i] = *part;
+  }
+  if (name.find_first_not_of(' ') != std::string_view::npos) return std::nullopt;
+  return address;
+}
+
+Step ConnectSocket() {
+  const std::u16string& name = *gConnection.server_name;
+  const std::string narrow_name = Narrow(name);
+  std::optional<port::Ipv4Address> address = ParseDottedQuad(narrow_name);
+  if (!address) {
+    SetProgressTitle(FormatWide(u"Looking up host %ls...", name));
+    address = gPlatform->sockets.Resolve(narrow_name);
+    if (!address) {
+      if (AbortRequested()) return Step::kAborted;
+      LogError(FormatWide(u"Unable to find host %ls.%ls", name, u"\r\n"));
+      return Step::kFailed;
+    }
+  }
+  SetProgressDetail(FormatWide(u"Connecting to host %ls...", name));
+  if (AbortRequested()) return Step::kAborted;
+  const bool connected = gPlatform->sockets.Connect(gConnection.socket, *address, gConnection.port);
+  if (AbortRequested()) return Step::kAborted;
+  if (connected) return Step::kDone;
+  ReportSocketError(u"connect", kConnectErrors);
+  return Step::kFailed;
+}
+
+Step ReadGreeting() {
+  SetProgressTitle(FormatWide(u"Connected to %ls", *gConnection.server_name));
+  SetProgressDetail(u"Waiting for response...");
+  if (!ReadResponse()) return Step::kFailed;
+  gConnection.posting_allowed = StartsWith(gConnection.line, "200");
+  if (AbortRequested()) return Step::kAborted;
+  // ReadResponse has logged the greeting already; that it stands in the log twice is meant.
+  LogTransaction(gConnection.line);
+  SetProgressDetail(Widen(gConnection.line));
+  return Step::kDone;
+}
+
+Step LogIn() {
+  return SendAuthInfo() && !AbortRequested() ? Step::kDone : Step::kFailed;
+}
+
+Step Post() {
+  return PostQueuedArticles() && !AbortRequested() ? Step::kDone : Step::kFailed;
+}
+
+Step Download() {
+  DownloadNews();
+  return Step::kFailed;  // the end: the connection is closed as after a failure
+}
+
+constexpr std::array kTransaction = {TakeSelectedServer, OpenSocket, BindSocket, ConnectSocket,
+                                     ReadGreeting,       LogIn,      Post,       Download};
+
+}  // namespace
+
+bool StartInet() {
+  const std::optional<port::SocketVersion> granted = gPlatform->sockets.Startup(kSocketVersion);
+  if (granted == kSocketVersion) return true;
+  if (granted) gPlatform->sockets.Cleanup();
+  ReportCriticalError(u"incompatible WinSock DLL", u"StartInet");
+  return false;
+}
+
+void StopInet() {
+  gPlatform->sockets.Cleanup();
+}
+
+int OpenConnection() {
+  StartLogs();
+  for (const auto& step : kTransaction) {
+    const Step result = step();
+    if (result == Step::kDone) continue;
+    if (result == Step::kFailed) CloseConnection();
+    break;
+  }
+  ReleaseConnection();
+  return 0;
+}
+
+void CloseConnection() {
+  if (gConnection.socket != 0) {
+    gConnection.line = "QUIT\r\n";
+    LogTransaction(gConnection.line);
+    gPlatform->sockets.Send(gConnection.socket, gConnection.line);
+    gPlatform->clock.Sleep(kQuitDelay);  // the reply is never read
+  }
+  const std::u16string& errors = gConnection.error_log.text;
+  gPlatform->sockets.Close(gConnection.socket);
+  gConnection.socket = 0;
+  if (!errors.empty()) ShowBox(gMessageOwner, u"Error log", errors, {});
+  gConnection.server_name.reset();
+}
+
+void ReleaseConnection() {
+  gPlatform->sockets.Close(gConnection.socket);
+  gConnection.socket = 0;
+  gConnection.server_name.reset();
+}
+
+void LogTransaction(std::string_view text) {
+  if (gPrefs && gPrefs->keeptranslog != 0 && gTransactionLog) {
+    AppendToLog(*gTransactionLog, Widen(text));
+  }
+}
+
+void LogError(std::u16string_view text) {
+  AppendToLog(gConnection.error_log, text);
+}
+
+bool SendCommand(std::string_view command, CommandLogging logging) {
+  constexpr std::string_view kEndsLine("\r\n\0", 3);
+  constexpr std::size_t kLongest = kLineBufferSize - 1 - 2;
+  command = command.substr(0, std::min(command.find_first_of(kEndsLine), kLongest));
+  gConnection.line.assign(command).append("\r\n");
+  if (logging == CommandLogging::kLogged) LogTransaction(gConnection.line);
+  if (gConnection.socket != 0 && gPlatform->sockets.Send(gConnection.socket, gConnection.line)) {
+    return true;
+  }
+  LogError(kSocketDestroyed);
+  return false;
+}
+
+}  // namespace quillet

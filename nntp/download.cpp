@@ -1,1 +1,245 @@
 #include "nntp/download.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "nntp/connection.h"
+#include "nntp/fetch.h"
+#include "nntp/replies.h"
+#include "port/platform.h"
+#include "store/counts.h"
+#include "store/maintenance.h"
+#include "util/format.h"
+#include "util/text.h"
+
+namespace quillet {
+
+std::vector<std::size_t> gDownloadList;
+
+namespace {
+
+// The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
+struct GroupWalk {
+  std::size_t group = 0;
+  std::size_t index = 0;  // in lastdownloaded and lastonserver
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+  std::uint32_t wanted = 0;
+  std::int32_t count = 0;
+  std::int32_t remaining = 0;
+  bool first_command = true;
+  bool have_current = false;  // the server stands at an article, NEXT leads on from it
+};
+
+enum class Step { kGoOn, kGroupEnds, kRunEnds };
+
+std::uint32_t StoredIn(std::size_t group) {
+  return group < gReadInfo.size() ? gReadInfo[group]->totalCount : 0;
+}
+
+bool Command(std::string_view command, CommandLogging logging = CommandLogging::kLogged) {
+  return SendCommand(command, logging) && ReadResponse();
+}
+
+std::string StatCommand(std::uint32_t number) {
+  return FormatNarrow("STAT %lu", number);
+}
+
+// Takes the server's numbers over and corrects what they contradict.
+void UpdateServerNumbers(const GroupWalk& walk) {
+  std::uint32_t& downloaded = gPrefs->lastdownloaded[walk.index];
+  std::uint32_t& on_server = gPrefs->lastonserver[walk.index];
+  LogTransaction(FormatNarrow("#(IS last count:%lu first: %lu last: %lu curcount: %lu max: %lu",
+                              downloaded, walk.first, walk.last, StoredIn(walk.group),
+                              gPrefs->maxarticles));
+  if (downloaded > on_server) {
+    LogTransaction("(e)");
+    downloaded = on_server;
+  }
+  if (on_server > walk.last) {
+    LogTransaction("(rollover)");
+    downloaded = walk.first;  // so the first article itself is not fetched, which is meant
+  }
+  on_server = walk.last;
+}
+
+std::uint32_t StartNumber(const GroupWalk& walk) {
+  const std::uint32_t downloaded = gPrefs->lastdownloaded[walk.index];
+  const std::uint32_t window = gPrefs->maxarticles;
+  std::uint32_t base = downloaded;
+  if (gPrefs->downloadnewest != 0) {
+    base = std::max(walk.last < window ? walk.first - 1 : walk.last - window, downloaded);
+  }
+  return std::max(base + 1, walk.first);
+}
+
+std::int32_t ArticlesToGet(const GroupWalk& walk) {
+  const auto available = static_cast<std::int32_t>(walk.last - walk.wanted + 1);
+  const auto room = static_cast<std::int32_t>(gPrefs->maxarticles - StoredIn(walk.group));
+  return std::max(std::min(std::max(available, 0), room), 0);
+}
+
+void PlanWalk(GroupWalk& walk) {
+  walk.first = GetNumericField(gConnection.line, 2);
+  walk.last = GetNumericField(gConnection.line, 3);
+  UpdateServerNumbers(walk);
+  walk.wanted = StartNumber(walk);
+  walk.count = ArticlesToGet(walk);
+  walk.remaining = walk.count;
+  SetProgressRange(static_cast<std::uint64_t>(std::max(walk.count, 1)));
+  LogTransaction(FormatNarrow(" last: %lu; starting with %lu getting %lu)%s",
+                              gPrefs->lastdownloaded[walk.index], walk.wanted, walk.count, "\r\n"));
+  SetProgressDetail(FormatWide(u"article %lu", walk.wanted));
+}
+
+// The wanted article is missing: walks from the group's first article to the wanted number or
+// beyond it. Only numbers that grow lead there.
+Step ScanForWanted(const GroupWalk& walk, std::uint32_t& reached) {
+  constexpr CommandLogging kUnlogged = CommandLogging::kUnlogged;
+  reached = 0;
+  if (!Command(StatCommand(walk.first), kUnlogged)) return Step::kRunEnds;
+  while (reached < walk.wanted && !AbortRequested()) {
+    if (!Command("NEXT", kUnlogged)) return Step::kRunEnds;
+    const std::string& reply = gConnection.line;
+    if (reply.empty() || reply[0] < '0' || reply[0] > '9') {
+      LogTransaction("ERR:");
+      return Step::kRunEnds;
+    }
+    const std::uint32_t number = GetNumericField(reply, 1);
+    if (!StartsWith(reply, "2") || number <= reached) return Step::kGroupEnds;
+    reached = number;
+    SetProgressDetail(
+        FormatWide(u"Scanning group for article %lu (found %lu)", walk.wanted, reached));
+  }
+  return AbortRequested() ? Step::kGroupEnds : Step::kGoOn;
+}
+
+// Moves the server to the next article; its reply is in the line buffer.
+Step MoveOn(GroupWalk& walk) {
+  std::uint32_t target = walk.wanted;
+  if (!walk.have_current && !walk.first_command) {
+    const Step scanned = ScanForWanted(walk, target);
+    if (scanned != Step::kGoOn) return scanned;
+  }
+  walk.first_command = false;
+  const bool replied = walk.have_current ? Command("NEXT") : Command(StatCommand(target));
+  return replied ? Step::kGoOn : Step::kRunEnds;
+}
+
+// Remembers the article reached before anything of it is fetched.
+void ReachArticle(DownloadRun& run, GroupWalk& walk) {
+  const std::uint32_t number = GetNumericField(gConnection.line, 1);
+  gPrefs->lastdownloaded[walk.index] = number;
+  if (!WriteLastDownloaded(*run.key, *gPrefs) && run.progress_saved) {
+    run.progress_saved = false;
+    LogError(u"The download progress could not be saved.\r\n");
+  }
+  std::uint32_t& on_server = gPrefs->lastonserver[walk.index];
+  on_server = std::max(on_server, number);
+  if (number < walk.wanted) {
+    LogTransaction("e:");
+    LogTransaction(gConnection.line);
+  }
+  walk.wanted = number;
+  SetProgressDetail(FormatWide(u"article %lu", number));
+}
+
+Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
+  SetProgressPosition(static_cast<std::uint64_t>(walk.count - walk.remaining));
+  const Step moved = MoveOn(walk);
+  if (moved != Step::kGoOn) return moved;
+  const std::string& reply = gConnection.line;
+  if (StartsWith(reply, "423") || StartsWith(reply, "432")) {
+    SetProgressDetail(FormatWide(u"Article %lu does not exist on the server", walk.wanted));
+    walk.have_current = false;
+    ++walk.wanted;
+    return Step::kGoOn;
+  }
+  if (!StartsWith(reply, "2")) return Step::kGroupEnds;
+  const bool from_next = walk.have_current;
+  const std::uint32_t before = walk.wanted;
+  walk.have_current = true;
+  ReachArticle(run, walk);
+  const Fetched fetched = DownloadArticle(run, walk.group, walk.wanted);
+  if (fetched == Fetched::kRunEnds) return Step::kRunEnds;
+  if (fetched == Fetched::kCounted) --walk.remaining;
+  // A server whose NEXT stays at an article already stored would be asked for ever.
+  const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
+  return stuck ? Step::kGroupEnds : Step::kGoOn;
+}
+
+void CheckRoom(DownloadRun& run) {
+  if (!run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
+  run.has_room = false;
+  LogError(
+      u"Store too full to continue. Adjust preferences or delete articles to download more "
+      u"news.\r\n");
+}
+
+// False when the run ends.
+bool WalkGroup(DownloadRun& run, GroupWalk& walk) {
+  while (walk.remaining > 0 && !AbortRequested() && run.has_room) {
+    const Step step = TakeNextArticle(run, walk);
+    if (step == Step::kRunEnds) return false;
+    if (step == Step::kGroupEnds) return true;
+    CheckRoom(run);
+  }
+  return true;
+}
+
+void ReportRefusal(const GroupWalk& walk) {
+  LogTransaction(
+      FormatNarrow("#(IS last count:%lu)%s", gPrefs->lastdownloaded[walk.index], "\r\n"));
+  SetProgressDetail(Widen(gConnection.line));
+  LogError(FormatWide(u"%ls: server reports error ('%ls')", gPrefs->groups[walk.group],
+                      gConnection.line));
+}
+
+// False when the run ends.
+bool VisitGroup(DownloadRun& run, GroupWalk& walk) {
+  const std::u16string& name = gPrefs->groups[walk.group];
+  SetProgressTitle(FormatWide(u"Downloading from group %ls", name));
+  if (!Command("GROUP " + Narrow(name))) return false;
+  if (StartsWith(gConnection.line, "2")) {
+    PlanWalk(walk);
+    return WalkGroup(run, walk);
+  }
+  if (StartsWith(gConnection.line, "4")) ReportRefusal(walk);
+  return true;
+}
+
+// False when the run ends.
+bool DownloadGroup(DownloadRun& run, std::size_t group) {
+  GroupWalk walk;
+  walk.group = group;
+  walk.index =
+      PerServerIndex(*gPrefs, gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver, group);
+  const bool known = group < gPrefs->groups.size() && walk.index < gPrefs->lastdownloaded.size() &&
+                     walk.index < gPrefs->lastonserver.size();
+  if (!known) return true;
+  const bool go_on = VisitGroup(run, walk);
+  if (group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(group);
+  return go_on;
+}
+
+}  // namespace
+
+void DownloadNews() {
+  DownloadRun run;
+  run.key = gPlatform->registry.Create(kRegistryPath);
+  if (!run.key) {
+    ReportCriticalError(u"unable to create registry key", u"DownloadNews");
+    return;
+  }
+  run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
+  run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
+  for (const std::size_t group : gDownloadList) {
+    if (AbortRequested() || !DownloadGroup(run, group)) break;
+  }
+}
+
+}  // namespace quillet

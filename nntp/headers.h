@@ -1,4 +1,4 @@
-// From a raw head to the fields of an article. Pure but for the connection's server name.
+// From a raw head to the fields of an article. Pure but for the name of the connected server.
 #pragma once
 
 #include <optional>

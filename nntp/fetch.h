@@ -1,0 +1,35 @@
+// Fetching, judging and storing one article. Program thread only, inside a download.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "port/files.h"
+#include "port/registry.h"
+
+namespace quillet {
+
+// One run of the download engine.
+struct DownloadRun {
+  std::unique_ptr<port::RegistryKey> key;
+  // The store's volume, asked once and then counted on; nothing (the query failed) means room.
+  std::optional<port::VolumeSpace> space;
+  std::size_t body_capacity = 0;  // bytes, the terminator included
+  bool has_room = true;           // never set again once cleared
+  bool progress_saved = true;     // cleared by the first failed write of lastdownloaded
+  // Text buffers, kept from article to article.
+  std::string head;
+  std::string body;
+};
+
+// What became of the article the server stands at. All but a duplicate count against the number of
+// articles still to get.
+enum class Fetched { kCounted, kDuplicate, kRunEnds };
+
+// `number` is shown to the user; the stored number is the one of the server's reply.
+Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number);
+
+}  // namespace quillet

@@ -1,0 +1,209 @@
+#include "nntp/replies.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <span>
+
+#include "app/base/long_operation.h"
+#include "nntp/connection.h"
+#include "port/platform.h"
+#include "util/format.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kBlockEnd = "\r\n.\r\n";
+constexpr std::size_t kProgressStep = 4096;
+
+// One receive; nothing when the connection is lost. The bytes stay valid until the next one.
+std::string_view Receive(std::size_t room) {
+  static std::array<char, 65536> chunk;
+  if (gConnection.socket == 0) return {};
+  const std::span<char> space(chunk.data(), std::min(room, chunk.size()));
+  const std::int64_t count = gPlatform->sockets.Receive(gConnection.socket, space);
+  if (count <= 0) return {};
+  return {chunk.data(), static_cast<std::size_t>(count)};
+}
+
+// False when the connection is lost or the line buffer is full.
+bool ReceiveIntoLine() {
+  const std::size_t room = kLineBufferSize - 1 - gConnection.line.size();
+  if (room == 0) return false;
+  const std::string_view received = Receive(room);
+  gConnection.line.append(received);
+  return !received.empty();
+}
+
+void CutAtNul(std::string& text) {
+  text.resize(std::min(text.find('\0'), text.size()));
+}
+
+// The next token of a line, taken off its front.
+std::string_view TakeToken(std::string_view& line) {
+  line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  const std::string_view token = line.substr(0, line.find(' '));
+  line.remove_prefix(token.size());
+  return token;
+}
+
+// A block on its way in.
+struct Block {
+  std::string& text;
+  std::size_t capacity;
+  std::uint32_t article_number;
+  std::uint32_t estimated_k;
+  bool oversized = false;
+  std::uint32_t total = 0;
+  std::uint32_t shown = 0;
+};
+
+// Keeps the last bytes only, so that the terminator is still found across two receives.
+void KeepTail(std::string& text) {
+  if (text.size() > kBlockEnd.size()) text.erase(0, text.size() - kBlockEnd.size());
+}
+
+void CheckOverflow(Block& block) {
+  if (block.text.size() + 1 < block.capacity) return;
+  block.oversized = true;
+  KeepTail(block.text);
+}
+
+void Append(Block& block, std::string_view received) {
+  try {
+    block.text.append(received);
+    CheckOverflow(block);
+  } catch (const std::bad_alloc&) {
+    // No memory for a buffer this large: the article is too large for this device.
+    block.oversized = true;
+    KeepTail(block.text);
+  }
+}
+
+// While discarding, the text is the tail of all that came.
+void AppendToTail(Block& block, std::string_view received) {
+  if (received.size() >= kBlockEnd.size()) {
+    block.text.assign(received.substr(received.size() - kBlockEnd.size()));
+    return;
+  }
+  block.text.append(received);
+  KeepTail(block.text);
+}
+
+std::size_t RoomIn(const Block& block) {
+  return block.oversized ? std::size_t{65536} : block.capacity - 1 - block.text.size();
+}
+
+void ShowProgress(Block& block) {
+  if (block.total - block.shown <= kProgressStep) return;
+  block.shown = block.total;
+  const std::uint32_t k = block.total >> 10;
+  if (block.oversized) {
+    SetProgressDetail(FormatWide(u"skipping large article %lu: %luk (this may take some time)",
+                                 block.article_number, k));
+  } else if (block.estimated_k != 0) {
+    SetProgressDetail(
+        FormatWide(u"article %lu: %luk / %luk", block.article_number, k, block.estimated_k));
+  } else {
+    SetProgressDetail(FormatWide(u"article %lu: %luk", block.article_number, k));
+  }
+}
+
+// False when the connection is lost.
+bool ReceiveBlockPart(Block& block, bool show_progress) {
+  const std::string_view received = Receive(RoomIn(block));
+  if (received.empty()) return false;
+  block.total += static_cast<std::uint32_t>(received.size());
+  if (block.oversized) {
+    AppendToTail(block, received);
+  } else {
+    Append(block, received);
+  }
+  if (show_progress) ShowProgress(block);
+  return true;
+}
+
+// Also after an abort, when the last bytes are no terminator: the caller drops such a text.
+void RemoveTerminator(std::string& text) {
+  if (text.size() >= 5) {
+    text.resize(text.size() - 5);
+  } else if (text.size() >= 3) {
+    text.resize(text.size() - 3);
+  }
+}
+
+}  // namespace
+
+bool ReadResponse() {
+  gConnection.line.clear();
+  while (!EndsWith(gConnection.line, kLineEnd)) {
+    if (ReceiveIntoLine()) continue;
+    CloseConnection();
+    LogError(kSocketDestroyed);
+    return false;
+  }
+  CutAtNul(gConnection.line);
+  LogTransaction(gConnection.line);
+  return true;
+}
+
+bool ReadStatusLine(std::string& rest) {
+  gConnection.line.clear();
+  while (gConnection.line.find(kLineEnd) == std::string::npos) {
+    if (ReceiveIntoLine()) continue;
+    LogError(kSocketDestroyed);
+    return false;
+  }
+  const std::size_t line_feed = gConnection.line.find('\n');
+  std::string_view line = std::string_view(gConnection.line).substr(0, line_feed);
+  gConnection.last_status = static_cast<std::int32_t>(LeadingNumber(TakeToken(line)));
+  gConnection.last_article_number = LeadingNumber(TakeToken(line));
+  rest.append(gConnection.line, line_feed + 1);
+  return true;
+}
+
+BlockResult ReadMultiline(std::string* text, std::size_t capacity, bool show_progress,
+                          std::uint32_t article_number, std::uint32_t estimated_k) {
+  if (text == nullptr) return BlockResult::kNoText;
+  Block block{*text, capacity, article_number, estimated_k};
+  CheckOverflow(block);
+  while (!IsTerminated(*text) && !AbortRequested()) {
+    if (ReceiveBlockPart(block, show_progress)) continue;
+    CloseConnection();
+    LogError(kSocketDestroyed);
+    CutAtNul(*text);
+    return BlockResult::kClosed;
+  }
+  RemoveTerminator(*text);
+  CutAtNul(*text);
+  return block.oversized ? BlockResult::kOversized : BlockResult::kComplete;
+}
+
+bool IsTerminated(std::string_view text) {
+  if (text.size() == 3) return text == ".\r\n";
+  return EndsWith(text, kBlockEnd);
+}
+
+std::uint32_t LeadingNumber(std::string_view text) {
+  std::uint32_t number = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') break;
+    number = number * 10 + static_cast<std::uint32_t>(c - '0');
+  }
+  return number;
+}
+
+std::uint32_t GetNumericField(std::string_view line, int field) {
+  for (; field > 0; --field) {
+    const std::size_t blank = line.find(' ');
+    if (blank == std::string_view::npos) return 0;
+    line.remove_prefix(blank + 1);
+  }
+  const std::string_view digits = line.substr(0, line.find(' '));
+  const bool all_digits = digits.find_first_not_of("0123456789") == std::string_view::npos;
+  return all_digits ? LeadingNumber(digits) : 0;
+}
+
+}  // namespace quillet
