@@ -147,6 +147,8 @@ int RunQuillet() {
   } else {
     ScheduleAutoDownload();
   }
+  // A session that ended while there was no window to tell.
+  if (SessionEnding()) BeginSessionEnd();
   return MainLoop();
 }
 

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "app/base/long_operation.h"
 #include "app/base/prefs.h"
 #include "port/platform.h"
 #include "util/format.h"
@@ -19,7 +20,21 @@ constexpr std::u16string_view kConfirmationCaption = u"Quillet confirmation";
 // The reporters format into 256 characters, terminator included.
 constexpr std::size_t kReportLength = 255;
 
+std::atomic<bool> gSessionEnding = false;
+
 constexpr port::BoxStyle kOkBox{port::BoxButtons::kOk, port::BoxIcon::kNone, true};
+
+int EscapeAnswer(port::BoxButtons buttons) {
+  switch (buttons) {
+    case port::BoxButtons::kYesNo:
+      return port::kIdNo;
+    case port::BoxButtons::kOkCancel:
+    case port::BoxButtons::kYesNoCancel:
+      return port::kIdCancel;
+    default:
+      return port::kIdOk;
+  }
+}
 
 std::u16string ReportText(std::u16string_view format, std::u16string_view reason,
                           std::u16string_view location) {
@@ -32,7 +47,18 @@ std::u16string ReportText(std::u16string_view format, std::u16string_view reason
 
 int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
             const port::BoxStyle& style) {
+  if (gSessionEnding) return EscapeAnswer(style.buttons);
   return gPlatform->boxes.Show(owner, caption, text, style);
+}
+
+void BeginSessionEnd() {
+  gSessionEnding = true;
+  RequestAbort();
+  gPlatform->messages.Post({gMainWindow, port::MessageKind::kEndSession, 0, 0, {}});
+}
+
+bool SessionEnding() {
+  return gSessionEnding;
 }
 
 int ShowMessage(std::u16string_view text) {

@@ -19,6 +19,12 @@ extern std::atomic<port::WindowHandle> gMessageOwner;
 using WindowProcedure = void (*)(const port::Message& message);
 extern WindowProcedure gMainWindowProcedure;
 
+// The session ends (log-out, SIGTERM). Any thread. From now on every box is answered at once as
+// Escape would, the running operation is asked to stop, and the main window gets kEndSession. The
+// device ends what already waits: open boxes and blocked socket calls.
+void BeginSessionEnd();
+bool SessionEnding();
+
 // The one primitive under the functions below, for boxes with captions of their own. `owner` as in
 // port::MessageBoxes::Show.
 int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
