@@ -1,0 +1,62 @@
+// Stream sockets over the system's.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+#include "port/linux/file_descriptor.h"
+#include "port/sockets.h"
+
+namespace quillet::port {
+
+// The code of a system error number: the service's own where there is one, else the number itself.
+int SocketErrorCode(int system_error);
+
+// Looks a host name up: 0 and the first IPv4 address, or a system error number.
+using HostLookup = std::function<int(const std::string& host, Ipv4Address& address)>;
+int LookUpHost(const std::string& host, Ipv4Address& address);
+
+class LinuxSockets final : public Sockets {
+ public:
+  // The lookup runs on a thread of its own, which is abandoned when the lookup is interrupted: it
+  // must not use anything that may go away.
+  explicit LinuxSockets(HostLookup lookup = LookUpHost);
+  ~LinuxSockets() override = default;
+
+  // Version 1.1 is what there is: asking for less fails. The last Cleanup closes what is open.
+  std::optional<SocketVersion> Startup(SocketVersion wanted) override;
+  void Cleanup() override;
+
+  SocketHandle Open() override;
+  bool Bind(SocketHandle socket) override;
+  std::optional<Ipv4Address> Resolve(const std::string& host) override;
+  bool Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) override;
+  std::int64_t Receive(SocketHandle socket, std::span<char> buffer) override;
+  bool Send(SocketHandle socket, std::string_view data) override;
+  void Close(SocketHandle socket) override;
+  int LastError() override { return last_error_; }
+
+  // For good: what fails because of it reports ECANCELED.
+  void Interrupt() override;
+
+ private:
+  // The socket's descriptor; -1 with the error set when there is none or all was interrupted.
+  int Usable(SocketHandle socket);
+  bool Fail(int system_error);
+  int FinishConnect(int fd) const;
+
+  const HostLookup lookup_;
+  std::mutex mutex_;  // guards the table: Interrupt reads it on another thread
+  std::unordered_map<SocketHandle, FileDescriptor> sockets_;
+  SocketHandle last_handle_ = 0;
+  FileDescriptor interrupt_event_;
+  std::atomic<bool> interrupted_{false};
+  int startups_ = 0;
+  int last_error_ = 0;
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,16 @@
+// Small things of the native file system that several services need. Paths are native (8-bit).
+// Any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillet::port {
+
+// Creates the folder and all missing ones above it, each with mode 0700. True when it is there.
+bool MakeFolders(const std::string& folder);
+
+// Replaces a small text file; it is complete or unchanged.
+bool ReplaceTextFile(const std::string& path, std::string_view text);
+
+}  // namespace quillet::port

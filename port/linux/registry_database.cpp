@@ -1,0 +1,284 @@
+#include "port/linux/registry_database.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <utility>
+
+#include "port/linux/file_descriptor.h"
+#include "port/linux/native_files.h"
+
+namespace quillet::port {
+namespace {
+
+constexpr int kBusyTimeoutMs = 2000;
+// What PRAGMA application_id and user_version of a registry answer. The id is "Qlrg" in ASCII.
+constexpr std::string_view kApplicationId = "1366061671";
+constexpr std::string_view kLayoutVersion = "1";
+
+constexpr const char* kLayout = R"(
+  BEGIN IMMEDIATE;
+  CREATE TABLE IF NOT EXISTS registry_key(
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    folded TEXT NOT NULL UNIQUE,
+    path TEXT NOT NULL);
+  CREATE TABLE IF NOT EXISTS registry_value(
+    key INTEGER NOT NULL REFERENCES registry_key(id) ON DELETE CASCADE,
+    folded TEXT NOT NULL,
+    name TEXT NOT NULL,
+    type INTEGER NOT NULL,
+    data BLOB NOT NULL,
+    PRIMARY KEY(key, folded)) WITHOUT ROWID;
+  PRAGMA application_id = 1366061671;
+  PRAGMA user_version = 1;
+  COMMIT;
+)";
+
+constexpr const char* kSql[] = {
+    "SELECT id FROM registry_key WHERE folded = ?1",
+    "INSERT INTO registry_key(folded, path) VALUES(?1, ?2) ON CONFLICT DO NOTHING",
+    "SELECT type, data FROM registry_value WHERE key = ?1 AND folded = ?2",
+    "INSERT INTO registry_value(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5)"
+    " ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data",
+    "DELETE FROM registry_key WHERE folded = ?1 OR (folded > ?2 AND folded < ?3)",
+    "SELECT name, type, data FROM registry_value WHERE key = ?1 ORDER BY folded",
+    "BEGIN IMMEDIATE",
+    "COMMIT",
+    "ROLLBACK",
+};
+static_assert(std::size(kSql) == static_cast<std::size_t>(RegistrySql::kCount));
+
+// A URI path for SQLite, with what has a meaning in it escaped.
+std::string FileUri(const std::string& path, bool immutable) {
+  std::string uri = "file:";
+  for (const char c : path) {
+    char code[4];
+    if (c == '%' || c == '?' || c == '#') {
+      std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned>(c));
+      uri += code;
+    } else {
+      uri += c;
+    }
+  }
+  if (immutable) uri += "?immutable=1";
+  return uri;
+}
+
+// The file must not be readable by others from its first moment: passwords are kept in it. SQLite
+// gives the files beside it the same mode.
+void MakePrivate(const std::string& file) {
+  const FileDescriptor made(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  struct stat status {};
+  if (made.valid() || stat(file.c_str(), &status) != 0) return;
+  if ((status.st_mode & 0077) != 0) chmod(file.c_str(), 0600);
+}
+
+std::uintmax_t SizeOf(const std::string& file) {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(file, error);
+  return error ? 0 : size;
+}
+
+// A free name beside the file: "registry.db.damaged-20260317-081502", with a count when taken.
+std::string DatedName(const std::string& file) {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  char date[32];
+  std::strftime(date, sizeof date, "%Y%m%d-%H%M%S", &local);
+  const std::string base = file + ".damaged-" + date;
+  std::string name = base;
+  std::error_code error;
+  for (int count = 2; std::filesystem::exists(name, error); ++count) {
+    name = base + "-" + std::to_string(count);
+  }
+  return name;
+}
+
+}  // namespace
+
+RegistryStatement::~RegistryStatement() {
+  if (statement_ == nullptr) return;
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+RegistryStatement& RegistryStatement::Bind(std::int64_t number) {
+  sound_ = sound_ && sqlite3_bind_int64(statement_, ++parameter_, number) == SQLITE_OK;
+  return *this;
+}
+
+RegistryStatement& RegistryStatement::BindText(std::string_view text) {
+  sound_ = sound_ && sqlite3_bind_text64(statement_, ++parameter_, text.data(), text.size(),
+                                         SQLITE_STATIC, SQLITE_UTF8) == SQLITE_OK;
+  return *this;
+}
+
+RegistryStatement& RegistryStatement::BindBlob(std::string_view bytes) {
+  // A null pointer would be bound as NULL, not as an empty blob.
+  const char* data = bytes.empty() ? "" : bytes.data();
+  sound_ = sound_ && sqlite3_bind_blob64(statement_, ++parameter_, data, bytes.size(),
+                                         SQLITE_STATIC) == SQLITE_OK;
+  return *this;
+}
+
+bool RegistryStatement::StepRow() {
+  return sound_ && sqlite3_step(statement_) == SQLITE_ROW;
+}
+
+bool RegistryStatement::StepDone() {
+  return sound_ && sqlite3_step(statement_) == SQLITE_DONE;
+}
+
+std::optional<std::int64_t> RegistryStatement::Integer(int column) const {
+  if (sqlite3_column_type(statement_, column) != SQLITE_INTEGER) return std::nullopt;
+  return sqlite3_column_int64(statement_, column);
+}
+
+std::optional<std::string> RegistryStatement::Text(int column) const {
+  if (sqlite3_column_type(statement_, column) != SQLITE_TEXT) return std::nullopt;
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  if (text == nullptr) return std::nullopt;
+  return std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+}
+
+std::optional<std::string> RegistryStatement::Blob(int column) const {
+  if (sqlite3_column_type(statement_, column) != SQLITE_BLOB) return std::nullopt;
+  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+  const int size = sqlite3_column_bytes(statement_, column);
+  if (size == 0) return std::string();
+  if (bytes == nullptr) return std::nullopt;
+  return std::string(bytes, static_cast<std::size_t>(size));
+}
+
+RegistryDatabase::~RegistryDatabase() {
+  Disconnect();
+}
+
+void RegistryDatabase::Disconnect() {
+  for (sqlite3_stmt*& statement : statements_) {
+    sqlite3_finalize(std::exchange(statement, nullptr));
+  }
+  sqlite3_close_v2(std::exchange(connection_, nullptr));
+}
+
+bool RegistryDatabase::Connect(bool create) {
+  if (connection_ != nullptr) return true;
+  std::error_code error;
+  if (!std::filesystem::exists(file_, error)) {
+    if (!create) return false;
+    const std::string folder = std::filesystem::path(file_).parent_path().string();
+    if (!folder.empty() && !MakeFolders(folder)) return false;
+  }
+  MakePrivate(file_);
+  Condition condition = OpenFile(SQLITE_OPEN_READWRITE, false);
+  if (condition == Condition::kNoRegistry && SetAside()) {
+    MakePrivate(file_);
+    condition = OpenFile(SQLITE_OPEN_READWRITE, false);
+  }
+  // On a medium that cannot be written the settings can still be read. Without a log beside it the
+  // file is complete in itself, and then needs no lock either.
+  if (condition == Condition::kUnusable) condition = OpenFile(SQLITE_OPEN_READONLY, false);
+  if (condition == Condition::kUnusable && SizeOf(file_ + "-wal") == 0) {
+    condition = OpenFile(SQLITE_OPEN_READONLY, true);
+  }
+  return condition == Condition::kGood;
+}
+
+RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable) {
+  const std::string uri = FileUri(file_, immutable);
+  const int result = sqlite3_open_v2(uri.c_str(), &connection_,
+                                     flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX |
+                                         SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE,
+                                     nullptr);
+  damaged_ = false;
+  Condition condition = Condition::kUnusable;
+  if (Succeeded(result)) {
+    sqlite3_busy_timeout(connection_, kBusyTimeoutMs);
+    condition = Check();
+  }
+  if (condition == Condition::kUnusable && damaged_) condition = Condition::kNoRegistry;
+  if (condition != Condition::kGood) Disconnect();
+  return condition;
+}
+
+// Finds out whether the open file is a sound registry, and lays one out when it is still empty.
+RegistryDatabase::Condition RegistryDatabase::Check() {
+  const auto id = Query("PRAGMA application_id");
+  const auto version = Query("PRAGMA user_version");
+  const auto tables = Query("SELECT count(*) FROM sqlite_master");
+  if (!id || !version || !tables) return Condition::kUnusable;
+  const bool blank = *tables == "0" && *id == "0" && *version == "0";
+  const bool known = *id == kApplicationId && *version == kLayoutVersion;
+  if (!blank && !known) return Condition::kNoRegistry;
+  const bool writable = sqlite3_db_readonly(connection_, "main") == 0;
+  // File systems that cannot share memory keep the older kind of journal.
+  if (writable && !Query("PRAGMA journal_mode = WAL")) return Condition::kUnusable;
+  if (!Run("PRAGMA synchronous = NORMAL") || !Run("PRAGMA foreign_keys = ON")) {
+    return Condition::kUnusable;
+  }
+  if (blank && !Run(kLayout)) return Condition::kUnusable;
+  const auto sound = Query("PRAGMA quick_check(1)");
+  if (!sound) return Condition::kUnusable;
+  if (*sound != "ok") return Condition::kNoRegistry;
+  if (Prepare()) return Condition::kGood;
+  const bool other_tables = sqlite3_errcode(connection_) == SQLITE_ERROR;
+  return other_tables ? Condition::kNoRegistry : Condition::kUnusable;
+}
+
+bool RegistryDatabase::Prepare() {
+  for (std::size_t i = 0; i < statements_.size(); ++i) {
+    if (sqlite3_prepare_v3(connection_, kSql[i], -1, SQLITE_PREPARE_PERSISTENT, &statements_[i],
+                           nullptr) != SQLITE_OK) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Moves the file out of the way, its log with it. Nothing is deleted but the index of the log,
+// which is made anew from it.
+bool RegistryDatabase::SetAside() {
+  const std::string name = DatedName(file_);
+  if (std::rename(file_.c_str(), name.c_str()) != 0) return false;
+  std::rename((file_ + "-wal").c_str(), (name + "-wal").c_str());
+  std::remove((file_ + "-shm").c_str());
+  set_aside_ = name;
+  return true;
+}
+
+sqlite3_stmt* RegistryDatabase::Statement(RegistrySql sql) {
+  return statements_[static_cast<std::size_t>(sql)];
+}
+
+// Notes what kind of failure the last call was.
+bool RegistryDatabase::Succeeded(int result) {
+  const int code = result & 0xFF;
+  if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return true;
+  damaged_ = damaged_ || code == SQLITE_NOTADB || code == SQLITE_CORRUPT;
+  return false;
+}
+
+bool RegistryDatabase::Run(const char* sql) {
+  const bool done = Succeeded(sqlite3_exec(connection_, sql, nullptr, nullptr, nullptr));
+  if (!done && InTransaction()) sqlite3_exec(connection_, "ROLLBACK", nullptr, nullptr, nullptr);
+  return done;
+}
+
+// The first column of the statement's first row as text; nothing when there is none.
+std::optional<std::string> RegistryDatabase::Query(const char* sql) {
+  sqlite3_stmt* statement = nullptr;
+  std::optional<std::string> answer;
+  if (Succeeded(sqlite3_prepare_v2(connection_, sql, -1, &statement, nullptr)) &&
+      Succeeded(sqlite3_step(statement))) {
+    const unsigned char* text = sqlite3_column_text(statement, 0);
+    if (text != nullptr) answer = reinterpret_cast<const char*>(text);
+  }
+  sqlite3_finalize(statement);
+  return answer;
+}
+
+}  // namespace quillet::port

@@ -1,0 +1,94 @@
+// The file under LinuxRegistry: opening, checking and setting aside, and its prepared statements.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillet::port {
+
+// The statements, in the order of their texts in registry_database.cpp.
+enum class RegistrySql {
+  kFindKey,
+  kAddKey,
+  kGetValue,
+  kSetValue,
+  kDeleteKeys,
+  kListValues,
+  kBegin,
+  kCommit,
+  kRollback,
+  kCount,
+};
+
+// A prepared statement in use; at its end it is ready for the next use.
+class RegistryStatement {
+ public:
+  explicit RegistryStatement(sqlite3_stmt* statement) : statement_(statement) {}
+  RegistryStatement(const RegistryStatement&) = delete;
+  RegistryStatement& operator=(const RegistryStatement&) = delete;
+  ~RegistryStatement();
+
+  // Parameters in order. Texts and blobs must live as long as the statement is used.
+  RegistryStatement& Bind(std::int64_t number);
+  RegistryStatement& BindText(std::string_view text);
+  RegistryStatement& BindBlob(std::string_view bytes);
+
+  bool StepRow();   // true: there is a row
+  bool StepDone();  // true: it ran to its end without an error
+
+  // A column of the row; nothing when it holds another type.
+  std::optional<std::int64_t> Integer(int column) const;
+  std::optional<std::string> Text(int column) const;
+  std::optional<std::string> Blob(int column) const;
+
+ private:
+  sqlite3_stmt* statement_;
+  int parameter_ = 0;
+  bool sound_ = true;
+};
+
+class RegistryDatabase {
+ public:
+  explicit RegistryDatabase(std::string file) : file_(std::move(file)) {}
+  RegistryDatabase(const RegistryDatabase&) = delete;
+  RegistryDatabase& operator=(const RegistryDatabase&) = delete;
+  ~RegistryDatabase();
+
+  // Opens the file, or makes it when `create` is set. False when that does not work.
+  bool Connect(bool create);
+  sqlite3_stmt* Statement(RegistrySql sql);
+  std::int64_t Changes() const { return sqlite3_changes64(connection_); }
+  bool InTransaction() const { return sqlite3_get_autocommit(connection_) == 0; }
+
+  // Held around every use of the above.
+  std::mutex& mutex() { return mutex_; }
+  const std::string& set_aside() const { return set_aside_; }
+
+ private:
+  enum class Condition { kGood, kUnusable, kNoRegistry };
+
+  Condition OpenFile(int flags, bool immutable);
+  Condition Check();
+  bool Prepare();
+  void Disconnect();
+  bool SetAside();
+  bool Succeeded(int result);
+  bool Run(const char* sql);
+  std::optional<std::string> Query(const char* sql);
+
+  const std::string file_;
+  std::mutex mutex_;
+  sqlite3* connection_ = nullptr;
+  std::array<sqlite3_stmt*, static_cast<std::size_t>(RegistrySql::kCount)> statements_{};
+  bool damaged_ = false;
+  std::string set_aside_;
+};
+
+}  // namespace quillet::port
