@@ -1,1 +1,157 @@
 #include "killfile/killfile.h"
+
+#include <new>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "app/base/messages.h"
+#include "app/base/multi_string.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// The largest registry value of the device.
+constexpr std::size_t kCapacity = 4096;
+
+constexpr std::u16string_view kFullMessage =
+    u"The killfile will exceed Windows CE's capacity to store it. Entry rejected.";
+
+// Texts are NUL-terminated where they are stored.
+std::string_view UntilNul(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
+bool SameTextAndField(const Prefs& prefs, std::size_t entry, std::string_view text, bool author) {
+  return prefs.killfiletexts[entry] == UntilNul(text) &&
+         (prefs.killfileauthors[entry] != 0) == author;
+}
+
+bool IsKill(const Prefs& prefs, std::size_t entry) {
+  return prefs.killfilekills[entry] != 0;
+}
+
+// The last entry that equals all four fields; killfilecount when there is none.
+std::size_t FindEntry(const Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
+                      bool author) {
+  for (std::size_t entry = prefs.killfilecount; entry-- > 0;) {
+    if (prefs.killfilegroups[entry] == group && IsKill(prefs, entry) == kill &&
+        SameTextAndField(prefs, entry, text, author)) {
+      return entry;
+    }
+  }
+  return prefs.killfilecount;
+}
+
+void EraseEntry(Prefs& prefs, std::size_t entry) {
+  const auto at = static_cast<std::ptrdiff_t>(entry);
+  prefs.killfilegroups.erase(prefs.killfilegroups.begin() + at);
+  prefs.killfiletexts.erase(prefs.killfiletexts.begin() + at);
+  prefs.killfilekills.erase(prefs.killfilekills.begin() + at);
+  prefs.killfileauthors.erase(prefs.killfileauthors.begin() + at);
+  --prefs.killfilecount;
+}
+
+// Everything that may fail comes before the first change.
+void AppendEntry(Prefs& prefs, std::uint32_t group, std::string_view text, bool kill, bool author) {
+  std::string own_text(UntilNul(text));
+  const std::size_t size = prefs.killfilecount + std::size_t{1};
+  prefs.killfilegroups.reserve(size);
+  prefs.killfiletexts.reserve(size);
+  prefs.killfilekills.reserve(size);
+  prefs.killfileauthors.reserve(size);
+  prefs.killfilegroups.push_back(group);
+  prefs.killfiletexts.push_back(std::move(own_text));
+  prefs.killfilekills.push_back(kill ? 1 : 0);
+  prefs.killfileauthors.push_back(author ? 1 : 0);
+  ++prefs.killfilecount;
+}
+
+// False when the builder ran out of memory, too.
+bool FitsCapacity(const Prefs& prefs) {
+  const std::string data = CreateMultiString(std::span<const std::string>(prefs.killfiletexts));
+  if (data.empty()) return false;
+  if (data.size() < kCapacity) return true;
+  ShowMessage(kFullMessage);
+  return false;
+}
+
+bool EntryMatches(const Prefs& prefs, std::size_t entry, const AsciiArticle& article) {
+  const std::optional<std::string>& tested =
+      prefs.killfileauthors[entry] != 0 ? article.from : article.subject;
+  if (!tested || tested->empty()) return false;
+  return FindNoCase(*tested, prefs.killfiletexts[entry]) != std::string_view::npos;
+}
+
+}  // namespace
+
+bool AddKillfileEntry(Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
+                      bool author) {
+  if (FindEntry(prefs, group, text, kill, author) != prefs.killfilecount) return true;
+  try {
+    AppendEntry(prefs, group, text, kill, author);
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"AddKillfileEntry");
+    return false;
+  }
+  if (FitsCapacity(prefs)) return true;
+  RemoveKillfileEntry(prefs, group, text, kill, author);
+  return false;
+}
+
+void RemoveKillfileEntry(Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
+                         bool author) {
+  const std::size_t entry = FindEntry(prefs, group, text, kill, author);
+  if (entry != prefs.killfilecount) EraseEntry(prefs, entry);
+}
+
+void RemoveGroupFromKillfile(Prefs& prefs, std::size_t group_index) {
+  for (std::size_t entry = prefs.killfilecount; entry-- > 0;) {
+    std::uint32_t& group = prefs.killfilegroups[entry];
+    if (group == group_index + 1) {
+      EraseEntry(prefs, entry);
+    } else if (group > group_index + 1) {
+      --group;
+    }
+  }
+}
+
+bool ArticleIsKilled(const Prefs& prefs, std::size_t group_index, const AsciiArticle& article) {
+  bool requirement_met = false;
+  bool requirement_failed = false;
+  for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
+    if (prefs.killfilegroups[entry] != group_index + 1) continue;
+    const bool matches = EntryMatches(prefs, entry, article);
+    if (IsKill(prefs, entry)) {
+      if (matches) return true;
+    } else if (matches) {
+      requirement_met = true;
+    } else {
+      requirement_failed = true;
+    }
+  }
+  return requirement_failed && !requirement_met;
+}
+
+bool ToggleKillfileEntryKind(Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
+                             bool author) {
+  const auto concerned = [&](std::size_t entry, bool kind) {
+    return (group == 0 || prefs.killfilegroups[entry] == group) && IsKill(prefs, entry) == kind &&
+           SameTextAndField(prefs, entry, text, author);
+  };
+  for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
+    if (concerned(entry, !kill)) {
+      ShowBox(gMessageOwner, u"Duplicate Entry", u"An entry with that combination already exists",
+              {});
+      return false;
+    }
+  }
+  for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
+    if (concerned(entry, kill)) prefs.killfilekills[entry] = kill ? 0 : 1;
+  }
+  return true;
+}
+
+}  // namespace quillet
