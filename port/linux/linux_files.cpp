@@ -27,7 +27,7 @@ constexpr mode_t kFileMode = 0600;
 constexpr mode_t kPermissionBits = 0777;
 
 std::optional<struct stat> Status(const std::string& path) {
-  struct stat status{};
+  struct stat status {};
   if (path.empty() || stat(path.c_str(), &status) != 0) return std::nullopt;
   return status;
 }
@@ -155,7 +155,7 @@ bool CopyContents(int from, int to) {
 }
 
 bool IsCard(const std::string& root, const std::string& folder, bool mounted_only) {
-  struct stat status{};
+  struct stat status {};
   if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
   if (!mounted_only) return true;
   const auto parent = Status(root);
@@ -199,7 +199,9 @@ std::string LinuxFiles::NativePath(std::u16string_view path) {
   return native;
 }
 
-bool LinuxFiles::FolderExists(std::u16string_view path) { return IsFolder(NativePath(path)); }
+bool LinuxFiles::FolderExists(std::u16string_view path) {
+  return IsFolder(NativePath(path));
+}
 
 bool LinuxFiles::CreateFolder(std::u16string_view path) {
   const std::string native = NativePath(path);
@@ -230,7 +232,7 @@ bool LinuxFiles::Rename(std::u16string_view from, std::u16string_view to) {
 }
 
 bool LinuxFiles::Copy(std::u16string_view from, std::u16string_view to) {
-  struct stat status{};
+  struct stat status {};
   const FileDescriptor source = OpenRegular(NativePath(from), status);
   const std::string target = NativePath(to);
   if (!source.valid() || target.empty()) return false;
@@ -254,7 +256,7 @@ bool LinuxFiles::WriteFile(std::u16string_view path, std::string_view data) {
 }
 
 std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
-  struct stat status{};
+  struct stat status {};
   const FileDescriptor file = OpenRegular(NativePath(path), status);
   if (!file.valid() || static_cast<std::uint64_t>(status.st_size) > limit) return std::nullopt;
   std::string data;
@@ -270,7 +272,7 @@ std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::u
 
 std::optional<VolumeSpace> LinuxFiles::FreeSpace(std::u16string_view folder) {
   const std::string native = NativePath(folder);
-  struct statvfs volume{};
+  struct statvfs volume {};
   if (native.empty() || statvfs(native.c_str(), &volume) != 0) return std::nullopt;
   return VolumeSpace{Bytes(volume.f_bavail, volume.f_frsize),
                      Bytes(volume.f_blocks, volume.f_frsize)};

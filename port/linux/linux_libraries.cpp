@@ -32,7 +32,9 @@ constexpr auto kAccessors = std::to_array<ExportName>({
     {"gdbm_errno", "gdbm_errno_location"},
 });
 
-LibraryHandle Open(const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); }
+LibraryHandle Open(const char* name) {
+  return dlopen(name, RTLD_NOW | RTLD_LOCAL);
+}
 
 }  // namespace
 

@@ -1,0 +1,105 @@
+// What a display shows, as values, and an observer that is told of every change.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "port/list_view.h"
+#include "port/message.h"
+#include "port/message_box.h"
+#include "port/windows.h"
+#include "res/dialog_templates.h"
+
+namespace quillet::port {
+
+struct ShownBox {
+  WindowHandle owner = 0;
+  std::u16string caption;
+  std::u16string text;
+  BoxStyle style;
+  int answer = 0;  // 0 while the box is open
+};
+
+struct ShownControl {
+  std::uint32_t id = 0;
+  ControlKind kind = ControlKind::kOther;
+  std::u16string text;
+  std::u16string accessible_name;
+  bool checked = false;
+  bool visible = true;
+  int upper = 100;
+  int position = 0;
+};
+
+struct ShownDialog {
+  WindowHandle handle = 0;
+  std::uint32_t form = 0;  // resource id
+  WindowHandle owner = 0;
+  std::u16string caption;
+  bool shown = false;
+  std::vector<ShownControl> controls;  // in template order
+};
+
+struct ShownList {
+  bool created = false;
+  std::array<ListColumn, 2> columns;
+  std::u16string font_face;
+  int font_size_index = 0;
+  std::vector<ListRow> rows;
+  int selected = -1;
+};
+
+struct ShownMainWindow {
+  WindowHandle handle = 0;  // 0: there is none
+  MainWindowSpec spec;
+  bool shown = false;
+  int raised = 0;  // times
+  bool has_tabs = false;
+  TabPlacement placement = TabPlacement::kBottom;
+  int tab = kGroupTab;
+  Size inside;
+  Size tabs;
+  std::u16string status;
+};
+
+// Every hook is called after the change, on the thread that made it, with no lock held; the hooks
+// may call the display.
+class DisplayObserver {
+ public:
+  virtual ~DisplayObserver() = default;
+
+  // A box is open; may block. The answer, or nothing: the announced or usual one.
+  virtual std::optional<int> OnBox(const ShownBox& /*box*/) { return std::nullopt; }
+  virtual void OnBoxClosed(const ShownBox& /*box*/) {}
+  virtual void OnWaitCursor(int /*depth*/) {}
+  virtual void OnBeep() {}
+
+  virtual void OnWindowCreated(const MainWindowSpec& /*spec*/) {}
+  virtual void OnWindowShown() {}
+  virtual void OnWindowRaised() {}
+  virtual void OnWindowDestroyed() {}
+  virtual void OnTabsCreated(TabPlacement /*placement*/) {}
+  // By the program or by the user.
+  virtual void OnTabSelected(int /*tab*/) {}
+  virtual void OnLaidOut(Size /*inside*/, Size /*tabs*/) {}
+  virtual void OnStatusText(std::u16string_view /*text*/) {}
+  virtual void OnKeyUpInjected(std::uint32_t /*virtual_key*/, WindowHandle /*target*/) {}
+
+  // The list was created, filled, or its texts or boxes changed by the program.
+  virtual void OnListChanged() {}
+
+  virtual void OnDialogCreated(WindowHandle /*dialog*/, std::uint32_t /*form*/) {}
+  virtual void OnDialogShown(WindowHandle /*dialog*/) {}
+  virtual void OnDialogDestroyed(WindowHandle /*dialog*/) {}
+  virtual void OnControlText(WindowHandle /*dialog*/, std::uint32_t /*control*/,
+                             std::u16string_view /*text*/) {}
+  // Box, visibility, range or position of a control changed by the program.
+  virtual void OnControlChanged(WindowHandle /*dialog*/, std::uint32_t /*control*/) {}
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,135 @@
+#include "port/fake/fake_files.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "util/text.h"
+
+namespace quillet::port {
+namespace {
+
+std::string MakePrivateFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "quillet-fake-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    std::perror("the folder of the in-memory device");
+    std::abort();
+  }
+  for (const char* part : {"/data", "/cards", "/pulled"}) {
+    std::filesystem::create_directory(name + part);
+  }
+  return name;
+}
+
+std::size_t Index(FileCall kind) {
+  return static_cast<std::size_t>(kind);
+}
+
+}  // namespace
+
+FakeFiles::FakeFiles()
+    : root_(MakePrivateFolder()),
+      data_folder_(root_ + "/data"),
+      real_(data_folder_, CardRoots{{root_ + "/cards"}, false}) {}
+
+FakeFiles::~FakeFiles() {
+  std::error_code ignored;
+  std::filesystem::remove_all(root_, ignored);
+}
+
+bool FakeFiles::Fails(FileCall kind) {
+  const std::lock_guard lock(mutex_);
+  bool fails = false;
+  for (const std::size_t index : {Index(FileCall::kAny), Index(kind)}) {
+    ++calls_[index];
+    if (fail_in_[index] > 0 && --fail_in_[index] == 0) fails = true;
+  }
+  return fails;
+}
+
+void FakeFiles::FailNth(FileCall kind, int n) {
+  const std::lock_guard lock(mutex_);
+  fail_in_[Index(kind)] = n;
+}
+
+int FakeFiles::calls(FileCall kind) const {
+  const std::lock_guard lock(mutex_);
+  return calls_[Index(kind)];
+}
+
+std::string FakeFiles::NativePath(std::u16string_view path) {
+  return real_.NativePath(path);
+}
+
+bool FakeFiles::FolderExists(std::u16string_view path) {
+  return !Fails(FileCall::kFolderExists) && real_.FolderExists(path);
+}
+
+bool FakeFiles::CreateFolder(std::u16string_view path) {
+  return !Fails(FileCall::kCreateFolder) && real_.CreateFolder(path);
+}
+
+std::optional<std::uint64_t> FakeFiles::FileSize(std::u16string_view path) {
+  if (Fails(FileCall::kFileSize)) return std::nullopt;
+  return real_.FileSize(path);
+}
+
+bool FakeFiles::Delete(std::u16string_view path) {
+  return !Fails(FileCall::kDelete) && real_.Delete(path);
+}
+
+bool FakeFiles::Rename(std::u16string_view from, std::u16string_view to) {
+  return !Fails(FileCall::kRename) && real_.Rename(from, to);
+}
+
+bool FakeFiles::Copy(std::u16string_view from, std::u16string_view to) {
+  return !Fails(FileCall::kCopy) && real_.Copy(from, to);
+}
+
+bool FakeFiles::CopyMode(std::u16string_view from, std::u16string_view to) {
+  return !Fails(FileCall::kCopyMode) && real_.CopyMode(from, to);
+}
+
+bool FakeFiles::WriteFile(std::u16string_view path, std::string_view data) {
+  return !Fails(FileCall::kWriteFile) && real_.WriteFile(path, data);
+}
+
+std::optional<std::string> FakeFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
+  if (Fails(FileCall::kReadFile)) return std::nullopt;
+  return real_.ReadFile(path, limit);
+}
+
+std::optional<VolumeSpace> FakeFiles::FreeSpace(std::u16string_view folder) {
+  if (Fails(FileCall::kFreeSpace) || !real_.FolderExists(folder)) return std::nullopt;
+  {
+    const std::lock_guard lock(mutex_);
+    if (space_) return space_;
+  }
+  return real_.FreeSpace(folder);
+}
+
+std::vector<std::u16string> FakeFiles::Cards() {
+  return real_.Cards();
+}
+
+void FakeFiles::SetFreeSpace(VolumeSpace space) {
+  const std::lock_guard lock(mutex_);
+  space_ = space;
+}
+
+std::string FakeFiles::CardPath(const char* folder, std::u16string_view name) const {
+  return root_ + folder + ToUtf8(name);
+}
+
+void FakeFiles::AddCard(std::u16string_view name) {
+  std::error_code missing;
+  std::filesystem::rename(CardPath("/pulled/", name), CardPath("/cards/", name), missing);
+  if (missing) std::filesystem::create_directory(CardPath("/cards/", name));
+}
+
+void FakeFiles::RemoveCard(std::u16string_view name) {
+  std::filesystem::rename(CardPath("/cards/", name), CardPath("/pulled/", name));
+}
+
+}  // namespace quillet::port

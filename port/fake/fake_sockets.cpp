@@ -1,0 +1,410 @@
+#include "port/fake/fake_sockets.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quillet::port {
+namespace {
+
+constexpr int kErrorInterrupted = 10004;
+constexpr int kErrorInvalid = 10022;
+constexpr int kErrorNotSocket = 10038;
+constexpr int kErrorNotConnected = 10057;
+constexpr int kErrorHostNotFound = 11001;
+
+std::size_t Index(SocketCall kind) {
+  return static_cast<std::size_t>(kind);
+}
+
+// A text as it would stand in a test.
+std::string Quote(std::string_view text) {
+  constexpr std::size_t kShown = 200;
+  std::string quoted = "\"";
+  for (const char c : text.substr(0, kShown)) {
+    if (c == '\r') {
+      quoted += "\\r";
+    } else if (c == '\n') {
+      quoted += "\\n";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + (text.size() > kShown ? "...\"" : "\"");
+}
+
+}  // namespace
+
+void FakeSockets::Add(Step step) {
+  const Lock lock(mutex_);
+  steps_.push_back(std::move(step));
+  changed_.notify_all();
+}
+
+void FakeSockets::Server(std::string bytes) {
+  if (!bytes.empty()) Add({StepKind::kServer, std::move(bytes), nullptr});
+}
+void FakeSockets::Client(std::string bytes) {
+  if (!bytes.empty()) Add({StepKind::kClient, std::move(bytes), nullptr});
+}
+void FakeSockets::ClientLineStarting(std::string prefix) {
+  Add({StepKind::kClientLine, std::move(prefix), nullptr});
+}
+void FakeSockets::Then(std::function<void()> action) {
+  Add({StepKind::kThen, {}, std::move(action)});
+}
+void FakeSockets::Closes() {
+  Add({StepKind::kCloses, {}, nullptr});
+}
+void FakeSockets::Stalls() {
+  Add({StepKind::kStalls, {}, nullptr});
+}
+
+void FakeSockets::Resume() {
+  const Lock lock(mutex_);
+  resumed_ = true;
+  changed_.notify_all();
+}
+
+void FakeSockets::SetChunk(std::size_t n) {
+  const Lock lock(mutex_);
+  chunk_ = n;
+}
+
+void FakeSockets::CloseAfter(std::uint64_t n) {
+  const Lock lock(mutex_);
+  close_after_ = n;
+}
+
+void FakeSockets::FailNth(SocketCall kind, int n, int error) {
+  const Lock lock(mutex_);
+  faults_[Index(kind)] = {n, error};
+}
+
+void FakeSockets::SetHost(std::string name, Ipv4Address address) {
+  const Lock lock(mutex_);
+  hosts_[std::move(name)] = address;
+}
+
+void FakeSockets::SetVersion(std::optional<SocketVersion> version) {
+  const Lock lock(mutex_);
+  version_ = version;
+}
+
+std::string FakeSockets::sent() const {
+  const Lock lock(mutex_);
+  return sent_;
+}
+
+std::uint64_t FakeSockets::delivered() const {
+  const Lock lock(mutex_);
+  return delivered_;
+}
+
+int FakeSockets::open_sockets() const {
+  const Lock lock(mutex_);
+  return static_cast<int>(open_.size());
+}
+
+int FakeSockets::calls(SocketCall kind) const {
+  const Lock lock(mutex_);
+  return calls_[Index(kind)];
+}
+
+int FakeSockets::startups() const {
+  const Lock lock(mutex_);
+  return startups_;
+}
+
+int FakeSockets::cleanups() const {
+  const Lock lock(mutex_);
+  return cleanups_;
+}
+
+std::optional<SocketVersion> FakeSockets::version_wanted() const {
+  const Lock lock(mutex_);
+  return version_wanted_;
+}
+
+std::vector<std::string> FakeSockets::resolved() const {
+  const Lock lock(mutex_);
+  return resolved_;
+}
+
+std::vector<FakeSockets::Connection> FakeSockets::connections() const {
+  const Lock lock(mutex_);
+  return connections_;
+}
+
+bool FakeSockets::Finished() const {
+  const Lock lock(mutex_);
+  return steps_.empty() && unmatched_.empty();
+}
+
+void FakeSockets::Release() {
+  const Lock lock(mutex_);
+  released_ = true;
+}
+
+void FakeSockets::Verify() {
+  Lock lock(mutex_);
+  if (std::exchange(released_, true)) return;
+  if (!unmatched_.empty()) Fail(lock, "sockets: the client stopped after " + Quote(unmatched_));
+  const std::deque<Step> left = std::exchange(steps_, {});
+  for (const Step& step : left) {
+    switch (step.kind) {
+      case StepKind::kServer:
+        Fail(lock, "sockets: never received: " + Quote(step.bytes));
+        break;
+      case StepKind::kClient:
+      case StepKind::kClientLine:
+        Fail(lock, "sockets: never sent: " + Quote(step.bytes));
+        break;
+      case StepKind::kThen:
+      case StepKind::kCloses:
+      case StepKind::kStalls:
+        break;  // the client was free not to get there
+    }
+  }
+}
+
+// Reports with the lock released: the handler may look at the sockets.
+void FakeSockets::Fail(Lock& lock, const std::string& message) {
+  lock.unlock();
+  on_failure(message);
+  lock.lock();
+}
+
+// Counts a call and lets the test look on; false when the call has to fail.
+bool FakeSockets::Enter(Lock& lock, SocketCall kind) {
+  const int n = ++calls_[Index(kind)];
+  if (on_call) {
+    lock.unlock();
+    on_call(kind, n);
+    lock.lock();
+  }
+  Fault& fault = faults_[Index(kind)];
+  if (fault.in > 0 && --fault.in == 0) {
+    last_error_ = fault.error;
+    return false;
+  }
+  if (interrupted_ && kind != SocketCall::kClose) {
+    last_error_ = kErrorInterrupted;
+    return false;
+  }
+  return true;
+}
+
+bool FakeSockets::CheckOpen(SocketHandle socket, bool connected) {
+  if (!open_.contains(socket)) {
+    last_error_ = kErrorNotSocket;
+    return false;
+  }
+  if (connected && !connected_.contains(socket)) {
+    last_error_ = kErrorNotConnected;
+    return false;
+  }
+  return true;
+}
+
+std::optional<SocketVersion> FakeSockets::Startup(SocketVersion wanted) {
+  const Lock lock(mutex_);
+  version_wanted_ = wanted;
+  if (version_) ++startups_;
+  return version_;
+}
+
+void FakeSockets::Cleanup() {
+  const Lock lock(mutex_);
+  ++cleanups_;
+}
+
+SocketHandle FakeSockets::Open() {
+  Lock lock(mutex_);
+  if (!Enter(lock, SocketCall::kOpen)) return 0;
+  open_.insert(++last_socket_);
+  return last_socket_;
+}
+
+bool FakeSockets::Bind(SocketHandle socket) {
+  Lock lock(mutex_);
+  return Enter(lock, SocketCall::kBind) && CheckOpen(socket, false);
+}
+
+std::optional<Ipv4Address> FakeSockets::Resolve(const std::string& host) {
+  Lock lock(mutex_);
+  resolved_.push_back(host);
+  if (!Enter(lock, SocketCall::kResolve)) return std::nullopt;
+  const auto found = hosts_.find(host);
+  if (found != hosts_.end()) return found->second;
+  last_error_ = kErrorHostNotFound;
+  return std::nullopt;
+}
+
+bool FakeSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) {
+  Lock lock(mutex_);
+  connections_.push_back({address, port});
+  if (!Enter(lock, SocketCall::kConnect) || !CheckOpen(socket, false)) return false;
+  connected_.insert(socket);
+  if (!steps_.empty() && steps_.front().kind == StepKind::kCloses) steps_.pop_front();
+  server_closed_ = false;
+  unread_.clear();
+  unmatched_.clear();
+  return true;
+}
+
+void FakeSockets::Close(SocketHandle socket) {
+  Lock lock(mutex_);
+  Enter(lock, SocketCall::kClose);
+  open_.erase(socket);
+  connected_.erase(socket);
+}
+
+int FakeSockets::LastError() {
+  const Lock lock(mutex_);
+  return last_error_;
+}
+
+void FakeSockets::Interrupt() {
+  const Lock lock(mutex_);
+  interrupted_ = true;
+  changed_.notify_all();
+}
+
+// The actions that the conversation has reached.
+void FakeSockets::RunActions(Lock& lock) {
+  while (!steps_.empty() && steps_.front().kind == StepKind::kThen) {
+    const std::function<void()> action = std::move(steps_.front().action);
+    steps_.pop_front();
+    lock.unlock();
+    action();
+    lock.lock();
+  }
+}
+
+// False when the wait was interrupted.
+bool FakeSockets::WaitWhileStalled(Lock& lock) {
+  while (!steps_.empty() && steps_.front().kind == StepKind::kStalls) {
+    changed_.wait(lock, [&] { return resumed_ || interrupted_; });
+    if (interrupted_) {
+      last_error_ = kErrorInterrupted;
+      return false;
+    }
+    resumed_ = false;
+    steps_.pop_front();
+    RunActions(lock);
+  }
+  return true;
+}
+
+// Hands out the beginning of `bytes`; actions behind a step run once it has been read whole.
+std::int64_t FakeSockets::Deliver(Lock& lock, std::string& bytes, std::span<char> buffer) {
+  std::size_t count = std::min(bytes.size(), buffer.size());
+  if (chunk_ != 0) count = std::min(count, chunk_);
+  if (close_after_) {
+    const std::uint64_t left = *close_after_ - std::min(*close_after_, delivered_);
+    count = static_cast<std::size_t>(std::min<std::uint64_t>(count, left));
+    if (count == 0) {
+      server_closed_ = true;
+      close_after_.reset();
+      steps_.clear();
+      unread_.clear();
+      return 0;
+    }
+  }
+  std::copy_n(bytes.data(), count, buffer.data());
+  bytes.erase(0, count);
+  delivered_ += count;
+  if (unread_.empty() && !steps_.empty() && steps_.front().kind == StepKind::kServer &&
+      steps_.front().bytes.empty()) {
+    steps_.pop_front();
+    RunActions(lock);
+  }
+  return static_cast<std::int64_t>(count);
+}
+
+std::int64_t FakeSockets::Receive(SocketHandle socket, std::span<char> buffer) {
+  Lock lock(mutex_);
+  if (!Enter(lock, SocketCall::kReceive) || !CheckOpen(socket, true)) return -1;
+  if (buffer.empty()) {
+    last_error_ = kErrorInvalid;
+    return -1;
+  }
+  if (!unread_.empty()) return Deliver(lock, unread_, buffer);
+  RunActions(lock);
+  if (!server_closed_ && !WaitWhileStalled(lock)) return -1;
+  if (server_closed_) return 0;
+  if (close_after_ && delivered_ >= *close_after_) {
+    std::string none;
+    return Deliver(lock, none, buffer);
+  }
+  if (!steps_.empty() && steps_.front().kind == StepKind::kServer) {
+    return Deliver(lock, steps_.front().bytes, buffer);
+  }
+  server_closed_ = true;
+  if (!steps_.empty() && steps_.front().kind == StepKind::kCloses) {
+    steps_.pop_front();
+    RunActions(lock);
+    return 0;
+  }
+  released_ = true;
+  Fail(lock, steps_.empty()
+                 ? "sockets: the client waits for the server after the end of the transcript"
+                 : "sockets: the client waits while the server expects " +
+                       Quote(steps_.front().bytes) +
+                       (unmatched_.empty() ? "" : " after " + Quote(unmatched_)));
+  return 0;
+}
+
+// The client sends although it has not read everything: on the wire it can read that later.
+void FakeSockets::MakeReadable(Lock& lock) {
+  RunActions(lock);
+  while (!steps_.empty() && steps_.front().kind == StepKind::kServer) {
+    unread_ += steps_.front().bytes;
+    steps_.pop_front();
+    RunActions(lock);
+  }
+}
+
+// Matches the client's bytes with the transcript as far as they go; false on a difference.
+bool FakeSockets::MatchClient(Lock& lock) {
+  while (!unmatched_.empty()) {
+    MakeReadable(lock);
+    if (steps_.empty()) return false;
+    const Step& step = steps_.front();
+    const std::size_t common = std::min(unmatched_.size(), step.bytes.size());
+    if (step.kind == StepKind::kCloses) {
+      unmatched_.clear();  // swallowed by a server that is about to close
+      return true;
+    }
+    if (step.kind == StepKind::kStalls) return false;
+    if (unmatched_.compare(0, common, step.bytes, 0, common) != 0) return false;
+    std::size_t end = step.bytes.size();
+    if (step.kind == StepKind::kClientLine) {
+      const std::size_t line_end = unmatched_.find("\r\n");
+      if (line_end == std::string::npos) return true;
+      end = line_end + 2;
+    }
+    if (unmatched_.size() < step.bytes.size()) return true;
+    unmatched_.erase(0, end);
+    steps_.pop_front();
+    RunActions(lock);
+  }
+  return true;
+}
+
+bool FakeSockets::Send(SocketHandle socket, std::string_view data) {
+  Lock lock(mutex_);
+  if (!Enter(lock, SocketCall::kSend) || !CheckOpen(socket, true)) return false;
+  sent_ += data;
+  if (server_closed_) return true;
+  unmatched_ += data;
+  if (MatchClient(lock)) return true;
+  const std::string expected = steps_.empty() ? "nothing more" : Quote(steps_.front().bytes);
+  const std::string got = Quote(std::exchange(unmatched_, {}));
+  server_closed_ = true;
+  released_ = true;
+  Fail(lock, "sockets: the client sent " + got + " where the server expects " + expected);
+  return true;
+}
+
+}  // namespace quillet::port
