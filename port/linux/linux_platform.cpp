@@ -1,0 +1,42 @@
+#include "port/linux/linux_platform.h"
+
+#include <utility>
+
+namespace quillet::port {
+
+LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line,
+                             const std::string& program)
+    : queues(clock),
+      files(profile.data_folder),
+      registry(profile.RegistryFile()),
+      shell(profile, std::move(command_line), queues),
+      scheduler(profile, program, clock, [this] { shell.RequestDownload(); }),
+      signals_([this] { EndSession(); }) {}
+
+LinuxServices::~LinuxServices() {
+  Detach();
+}
+
+Platform& LinuxServices::Attach(MessageBoxes& boxes, Windows& windows, ListView& group_list,
+                                Dialogs& dialogs) {
+  Detach();
+  platform_.emplace(Platform{queues, boxes, windows, group_list, dialogs, registry, sockets,
+                             libraries, files, clock, shell, scheduler, dialler});
+  shell.SetRaise([&windows] { windows.Raise(); });
+  gPlatform = &*platform_;
+  return *platform_;
+}
+
+void LinuxServices::Detach() {
+  shell.SetRaise({});
+  if (platform_ && gPlatform == &*platform_) gPlatform = nullptr;
+  platform_.reset();
+}
+
+void LinuxServices::EndSession() {
+  shell.EndSession();
+  sockets.Interrupt();
+  dialler.Interrupt();
+}
+
+}  // namespace quillet::port

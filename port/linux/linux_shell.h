@@ -1,0 +1,76 @@
+// The shell: one instance a profile, the desktop's opener, the command line.
+//
+// The owner of a profile holds a lock on "instance.lock" in its configuration folder; the lock goes
+// with the process. It listens on the socket whose path stands in the lock file; a later instance
+// sends it one line, "raise" or "raise+download", and waits a moment for its "ok".
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "port/linux/file_descriptor.h"
+#include "port/linux/profile.h"
+#include "port/message_queue.h"
+#include "port/shell.h"
+
+namespace quillet::port {
+
+class LinuxShell final : public Shell {
+ public:
+  // The queues must outlive the shell.
+  LinuxShell(Profile profile, std::u16string command_line, MessageQueue& messages);
+  ~LinuxShell() override;
+
+  // How a window is raised; called on the shell's own thread. An empty function: not at all, and
+  // no call is under way any more when this returns. Any thread.
+  void SetRaise(std::function<void()> raise);
+
+  std::u16string CommandLine() override { return command_line_; }
+  // Takes two seconds at most, also when the owner does not answer. False also when no lock can be
+  // had at all (a folder that cannot be written).
+  bool ForwardToOtherInstance(bool scheduled_download) override;
+  void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) override;
+  // Only targets that begin with a scheme of letters or with "www." (which gets "http://" in front)
+  // are handed on, and no "file:" target: a link in an article must not reach into this machine.
+  bool OpenLink(std::u16string_view target) override;
+
+  // What a later instance asks for: the download is posted to the instance window, or kept until
+  // there is one. Any thread.
+  void RequestDownload();
+  // Posts kEndSession to the instance window, or once there is one. Any thread.
+  void EndSession();
+
+ private:
+  void Listen();
+  void Serve();
+  void Answer(int client);
+  void Raise();
+  void Deliver();
+
+  const Profile profile_;
+  const std::u16string command_line_;
+  MessageQueue& messages_;
+
+  std::mutex raise_mutex_;  // held while a window is raised
+  std::function<void()> raise_;
+
+  std::mutex mutex_;  // guards the requests and the window
+  WindowHandle window_ = 0;
+  std::uint32_t scheduled_message_ = 0;
+  bool raise_wanted_ = false;
+  bool end_wanted_ = false;
+  int downloads_wanted_ = 0;
+
+  FileDescriptor lock_;
+  FileDescriptor listener_;
+  FileDescriptor end_event_;
+  std::thread listening_;
+};
+
+// The target as it is handed to the opener; empty when it is refused.
+std::string LinkForOpener(std::u16string_view target);
+
+}  // namespace quillet::port
