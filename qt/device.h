@@ -1,0 +1,46 @@
+// The display of the device: all its services together, and the life of the display thread.
+#pragma once
+
+#include <functional>
+
+#include "port/common/thread_queues.h"
+#include "qt/dialogs.h"
+#include "qt/display.h"
+#include "qt/job_queue.h"
+#include "qt/key_filter.h"
+#include "qt/message_boxes.h"
+#include "qt/windows.h"
+
+namespace quillet::qt {
+
+// Made and destroyed on the display thread, while the application object exists. The queues must
+// outlive it.
+class QtDevice {
+ public:
+  explicit QtDevice(port::ThreadQueues& queues);
+  ~QtDevice();
+  QtDevice(const QtDevice&) = delete;
+  QtDevice& operator=(const QtDevice&) = delete;
+
+  QtMessageBoxes& boxes() { return boxes_; }
+  QtWindows& windows() { return windows_; }
+  QtListView& group_list() { return group_list_; }
+  QtDialogs& dialogs() { return dialogs_; }
+  JobQueue& jobs() { return jobs_; }
+  Display& display() { return display_; }
+
+  // Runs `program` on a thread of its own, which becomes the program thread, and the event loop
+  // here until it returns; its result. Display thread.
+  int Run(const std::function<int()>& program);
+
+ private:
+  JobQueue jobs_;
+  Display display_;
+  QtMessageBoxes boxes_;
+  QtWindows windows_;
+  QtListView group_list_;
+  QtDialogs dialogs_;
+  KeyFilter keys_;
+};
+
+}  // namespace quillet::qt

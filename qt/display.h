@@ -1,0 +1,37 @@
+// What the display services share.
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <map>
+
+#include "port/common/thread_queues.h"
+#include "port/message.h"
+#include "qt/job_queue.h"
+#include "qt/main_window.h"
+
+namespace quillet::qt {
+
+struct Display {
+  JobQueue& jobs;
+  port::ThreadQueues& queues;
+
+  // Display thread only. Both are null or absent once the window has gone.
+  QPointer<MainWindow> main{};
+  std::map<port::WindowHandle, QPointer<QWidget>> windows{};  // main window and dialogs
+
+  // The widget of a handle; null for 0 and for windows that have gone. Display thread.
+  QWidget* WidgetOf(port::WindowHandle handle) const {
+    const auto found = windows.find(handle);
+    return found == windows.end() ? nullptr : found->second.data();
+  }
+  // The handle of a widget, 0 when it is none of ours. Display thread.
+  port::WindowHandle HandleOf(const QWidget* widget) const {
+    for (const auto& [handle, window] : windows) {
+      if (widget != nullptr && window == widget) return handle;
+    }
+    return 0;
+  }
+};
+
+}  // namespace quillet::qt

@@ -1,0 +1,29 @@
+#include "qt/fonts.h"
+
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <algorithm>
+#include <array>
+
+#include "qt/text.h"
+
+namespace quillet::qt {
+namespace {
+
+// tiny, very small, small, medium, large, very large, huge, enormous.
+constexpr std::array<double, 8> kSizeFactors{0.7, 0.8, 0.9, 1.0, 1.2, 1.45, 1.75, 2.1};
+
+}  // namespace
+
+QFont FontFor(std::u16string_view face, int size_index, const QFont& base) {
+  QFont font = base;
+  const QString family = ToQt(face);
+  if (!face.empty() && QFontDatabase::hasFamily(family)) font.setFamily(family);
+  const int last = static_cast<int>(kSizeFactors.size());
+  const auto index = static_cast<std::size_t>(std::clamp(size_index, 1, last) - 1);
+  // A base font may be sized in pixels; QFontInfo knows its points in either case.
+  font.setPointSizeF(QFontInfo(base).pointSizeF() * kSizeFactors[index]);
+  return font;
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,13 @@
+// Fonts by face and size index.
+#pragma once
+
+#include <QFont>
+#include <string_view>
+
+namespace quillet::qt {
+
+// `size_index` runs from 1 (tiny) over 4 (medium, the size of `base`) to 8 (enormous); others are
+// brought into that range. An empty or unknown face, or "<default>", is the face of `base`.
+QFont FontFor(std::u16string_view face, int size_index, const QFont& base);
+
+}  // namespace quillet::qt

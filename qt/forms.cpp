@@ -1,0 +1,129 @@
+#include "qt/forms.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QLayout>
+#include <QScreen>
+#include <QStyleOptionFrame>
+#include <QStylePainter>
+#include <algorithm>
+#include <array>
+
+#include "qt/icons.h"
+#include "qt/main_window.h"
+#include "res/resource.h"
+#include "ui_about.h"
+#include "ui_new_group.h"
+#include "ui_progress.h"
+
+namespace quillet::qt {
+namespace {
+
+template <class Form>
+void SetUp(QDialog* dialog) {
+  Form form;
+  form.setupUi(dialog);
+}
+
+struct FormEntry {
+  std::uint32_t id;
+  void (*set_up)(QDialog* dialog);
+};
+
+constexpr auto kForms = std::to_array<FormEntry>({
+    {kDialogProgress, SetUp<Ui::ProgressDialog>},
+    {kDialogAbout, SetUp<Ui::AboutDialog>},
+    {kDialogNewGroup, SetUp<Ui::NewGroupDialog>},
+});
+
+// Never closes by itself: the program destroys it.
+class FormDialog final : public QDialog {
+ public:
+  FormDialog(QWidget* owner, std::function<void(std::uint32_t control)> pressed)
+      : QDialog(owner), pressed_(std::move(pressed)) {}
+
+  void reject() override { pressed_(kControlCancel); }
+  void accept() override {}
+
+ protected:
+  void closeEvent(QCloseEvent* event) override {
+    event->ignore();
+    pressed_(kControlCancel);
+  }
+
+  // A dialog without a caption has no frame of the desktop either.
+  void paintEvent(QPaintEvent* event) override {
+    QDialog::paintEvent(event);
+    if (!windowFlags().testFlag(Qt::FramelessWindowHint)) return;
+    QStylePainter painter(this);
+    QStyleOptionFrame frame;
+    frame.initFrom(this);
+    frame.lineWidth = style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &frame, this);
+    frame.state |= QStyle::State_Raised;
+    painter.drawPrimitive(QStyle::PE_FrameMenu, frame);
+  }
+
+ private:
+  const std::function<void(std::uint32_t control)> pressed_;
+};
+
+void ConnectButtons(QDialog& dialog, const std::function<void(std::uint32_t)>& pressed) {
+  for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {
+    const QVariant id = button->property("controlId");
+    if (!id.isValid()) continue;
+    QObject::connect(button, &QAbstractButton::clicked, &dialog,
+                     [pressed, control = id.toUInt()] { pressed(control); });
+  }
+}
+
+void DrawIcons(const QDialog& dialog) {
+  for (QLabel* label : dialog.findChildren<QLabel*>()) {
+    const QVariant id = label->property("iconId");
+    if (!id.isValid()) continue;
+    const QColor ink = label->palette().color(QPalette::WindowText);
+    label->setPixmap(Image(id.toUInt(), ink, label->devicePixelRatioF()));
+  }
+}
+
+// `columns` (dynamic property of the form) is the least width in average characters, as far as the
+// screen has it.
+void LimitToScreen(QDialog& dialog) {
+  const QSize screen = WorkAreaOf(&dialog).size();
+  if (screen.isEmpty()) return;
+  const int columns = dialog.property("columns").toInt();
+  const int wanted = columns * dialog.fontMetrics().averageCharWidth();
+  dialog.setMinimumWidth(std::min(wanted, screen.width()));
+  dialog.setMaximumSize(screen);
+}
+
+}  // namespace
+
+QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
+                       const std::function<void(std::uint32_t control)>& pressed) {
+  const auto* entry = std::find_if(kForms.begin(), kForms.end(),
+                                   [form](const FormEntry& known) { return known.id == form; });
+  if (entry == kForms.end()) return nullptr;
+  auto* dialog = new FormDialog(owner, pressed);
+  entry->set_up(dialog);
+  if (dialog->windowTitle().isEmpty()) {
+    dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+    dialog->setWindowTitle(dialog->accessibleName());  // for lists of windows
+  }
+  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  ConnectButtons(*dialog, pressed);
+  DrawIcons(*dialog);
+  LimitToScreen(*dialog);
+  return dialog;
+}
+
+QWidget* ControlOf(const QWidget& dialog, std::uint32_t control) {
+  if (control == 0) return nullptr;
+  for (QWidget* widget : dialog.findChildren<QWidget*>()) {
+    const QVariant id = widget->property("controlId");
+    if (id.isValid() && id.toUInt() == control) return widget;
+  }
+  return nullptr;
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,240 @@
+#include "qt/group_table.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <algorithm>
+
+#include "qt/text.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::CheckState;
+
+// Column headings that are narrowed rather than cut when their column is small.
+class FittingHeader final : public QHeaderView {
+ public:
+  explicit FittingHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {}
+
+ protected:
+  void paintSection(QPainter* painter, const QRect& rect, int section) const override {
+    const QString text = model()->headerData(section, Qt::Horizontal).toString();
+    const int margins = 2 * (style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, this) + 1);
+    const int wanted = painter->fontMetrics().horizontalAdvance(text);
+    const int room = rect.width() - margins;
+    if (wanted > room && room > 0) {
+      QFont font = painter->font();
+      font.setPointSizeF(font.pointSizeF() * std::max(0.7, double(room) / double(wanted)));
+      painter->setFont(font);
+    }
+    QHeaderView::paintSection(painter, rect, section);
+  }
+};
+
+}  // namespace
+
+void GroupModel::SetColumns(std::span<const port::ListColumn, 2> columns) {
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    titles_[i] = ToQt(columns[i].title);
+    centred_[i] = columns[i].centred;
+  }
+  emit headerDataChanged(Qt::Horizontal, 0, 1);
+}
+
+void GroupModel::SetRows(std::vector<port::ListRow> rows) {
+  beginResetModel();
+  rows_ = std::move(rows);
+  endResetModel();
+}
+
+void GroupModel::SetCounts(std::vector<std::u16string> counts) {
+  const std::size_t rows = std::min(counts.size(), rows_.size());
+  if (rows == 0) return;
+  for (std::size_t i = 0; i < rows; ++i) rows_[i].counts = std::move(counts[i]);
+  emit dataChanged(index(0, 1), index(static_cast<int>(rows) - 1, 1));
+}
+
+void GroupModel::SetChecks(const std::vector<CheckState>& checks) {
+  const std::size_t rows = std::min(checks.size(), rows_.size());
+  if (rows == 0) return;
+  for (std::size_t i = 0; i < rows; ++i) rows_[i].check = checks[i];
+  emit dataChanged(index(0, 0), index(static_cast<int>(rows) - 1, 0));
+}
+
+std::vector<CheckState> GroupModel::Checks() const {
+  std::vector<CheckState> checks;
+  checks.reserve(rows_.size());
+  for (const port::ListRow& row : rows_) checks.push_back(row.check);
+  return checks;
+}
+
+void GroupModel::Toggle(int row) {
+  if (row < 0 || row >= rowCount()) return;
+  CheckState& check = rows_[static_cast<std::size_t>(row)].check;
+  if (check == CheckState::kNone) return;
+  check = check == CheckState::kChecked ? CheckState::kUnchecked : CheckState::kChecked;
+  emit dataChanged(index(row, 0), index(row, 0), {Qt::CheckStateRole});
+}
+
+int GroupModel::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+int GroupModel::columnCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : 2;
+}
+
+QVariant GroupModel::Text(const port::ListRow& row, int column) const {
+  return ToQt(column == 0 ? row.name : row.counts);
+}
+
+QVariant GroupModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid()) return {};
+  const port::ListRow& row = rows_[static_cast<std::size_t>(index.row())];
+  switch (role) {
+    case Qt::DisplayRole:
+    case Qt::ToolTipRole:  // the whole text where the column cuts it
+      return Text(row, index.column());
+    case Qt::CheckStateRole:
+      if (index.column() != 0 || row.check == CheckState::kNone) return {};
+      return static_cast<int>(row.check == CheckState::kChecked ? Qt::Checked : Qt::Unchecked);
+    case Qt::TextAlignmentRole: {
+      const bool centred = centred_[static_cast<std::size_t>(index.column())];
+      return QVariant(Qt::AlignVCenter | (centred ? Qt::AlignHCenter : Qt::AlignLeft));
+    }
+    case Qt::AccessibleTextRole:
+      if (index.column() == 0) return Text(row, 0);
+      return titles_[1] + QLatin1Char(' ') + ToQt(row.counts);
+    default:
+      return {};
+  }
+}
+
+bool GroupModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+  if (!index.isValid() || role != Qt::CheckStateRole) return false;
+  CheckState& check = rows_[static_cast<std::size_t>(index.row())].check;
+  if (check == CheckState::kNone) return false;
+  check = value.toInt() == Qt::Checked ? CheckState::kChecked : CheckState::kUnchecked;
+  emit dataChanged(index, index, {Qt::CheckStateRole});
+  return true;
+}
+
+QVariant GroupModel::headerData(int section, Qt::Orientation orientation, int role) const {
+  if (orientation != Qt::Horizontal || section < 0 || section > 1) return {};
+  const auto column = static_cast<std::size_t>(section);
+  if (role == Qt::DisplayRole || role == Qt::ToolTipRole) return titles_[column];
+  if (role == Qt::TextAlignmentRole) {
+    return QVariant(Qt::AlignVCenter | (centred_[column] ? Qt::AlignHCenter : Qt::AlignLeft));
+  }
+  return {};
+}
+
+Qt::ItemFlags GroupModel::flags(const QModelIndex& index) const {
+  if (!index.isValid()) return Qt::NoItemFlags;
+  Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
+  const bool has_box = rows_[static_cast<std::size_t>(index.row())].check != CheckState::kNone;
+  if (index.column() == 0 && has_box) flags |= Qt::ItemIsUserCheckable;
+  return flags;
+}
+
+GroupTable::GroupTable(std::function<void(int row)> activated, QWidget* parent)
+    : QTreeView(parent), model_(new GroupModel(this)), activated_(std::move(activated)) {
+  setModel(model_);
+  auto* header = new FittingHeader(this);
+  header->setAccessibleName(QStringLiteral("Column headings"));
+  header->setStretchLastSection(false);
+  header->setSectionsMovable(false);
+  header->setMinimumSectionSize(fontMetrics().averageCharWidth() * 3);
+  setHeader(header);
+  setAccessibleName(QStringLiteral("Newsgroups"));
+  setRootIsDecorated(false);
+  setUniformRowHeights(true);
+  setAllColumnsShowFocus(true);
+  setSelectionBehavior(QAbstractItemView::SelectRows);
+  setSelectionMode(QAbstractItemView::SingleSelection);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  connect(header, &QHeaderView::sectionResized, this, [this] {
+    if (!applying_) fixed_widths_ = Widths();  // the user chose
+  });
+}
+
+void GroupTable::SetColumns(std::span<const port::ListColumn, 2> columns) {
+  model_->SetColumns(columns);
+  fixed_widths_ = {std::max(columns[0].width, 0), std::max(columns[1].width, 0)};
+  ApplyWidths();
+}
+
+// Five sixths and the rest, as long as nobody has given widths.
+void GroupTable::ApplyWidths() {
+  const int client = viewport()->width();
+  const int first = fixed_widths_[0] > 0 ? fixed_widths_[0] : client * 5 / 6;
+  const int second = fixed_widths_[1] > 0 ? fixed_widths_[1] : client - first;
+  applying_ = true;
+  setColumnWidth(0, std::max(first, header()->minimumSectionSize()));
+  setColumnWidth(1, std::max(second, header()->minimumSectionSize()));
+  applying_ = false;
+}
+
+void GroupTable::Fill(std::vector<port::ListRow> rows, int selected) {
+  const int scrolled = verticalScrollBar()->value();
+  model_->SetRows(std::move(rows));
+  const QModelIndex row = model_->index(selected, 0);
+  if (row.isValid()) {
+    setCurrentIndex(row);
+  } else {
+    clearSelection();
+  }
+  verticalScrollBar()->setValue(scrolled);
+  if (row.isValid()) scrollTo(row);
+}
+
+int GroupTable::SelectedRow() const {
+  const QModelIndexList rows = selectionModel()->selectedRows();
+  return rows.isEmpty() ? -1 : rows.front().row();
+}
+
+std::array<int, 2> GroupTable::Widths() const {
+  return {columnWidth(0), columnWidth(1)};
+}
+
+QRect GroupTable::BoxRect(int row) const {
+  const QModelIndex index = model_->index(row, 0);
+  if (!model_->flags(index).testFlag(Qt::ItemIsUserCheckable)) return {};
+  QStyleOptionViewItem option;
+  initViewItemOption(&option);
+  option.rect = visualRect(index);
+  option.features |= QStyleOptionViewItem::HasCheckIndicator;
+  return style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, this);
+}
+
+void GroupTable::keyPressEvent(QKeyEvent* event) {
+  const int row = SelectedRow();
+  const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+  if (plain && row >= 0 && event->key() == Qt::Key_Space) {
+    model_->Toggle(row);
+    return;
+  }
+  if (plain && row >= 0 && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+    activated_(row);
+    return;
+  }
+  QTreeView::keyPressEvent(event);
+}
+
+void GroupTable::mouseDoubleClickEvent(QMouseEvent* event) {
+  QTreeView::mouseDoubleClickEvent(event);
+  const QModelIndex index = indexAt(event->position().toPoint());
+  if (!index.isValid() || event->button() != Qt::LeftButton) return;
+  // Two quick clicks on a box only change it twice.
+  if (!BoxRect(index.row()).contains(event->position().toPoint())) activated_(index.row());
+}
+
+void GroupTable::resizeEvent(QResizeEvent* event) {
+  QTreeView::resizeEvent(event);
+  ApplyWidths();
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,70 @@
+// The group list as widgets: a model of the rows and the table that shows it.
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QTreeView>
+#include <array>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "port/list_view.h"
+
+namespace quillet::qt {
+
+class GroupModel final : public QAbstractTableModel {
+ public:
+  using QAbstractTableModel::QAbstractTableModel;
+
+  void SetColumns(std::span<const port::ListColumn, 2> columns);
+  void SetRows(std::vector<port::ListRow> rows);
+  void SetCounts(std::vector<std::u16string> counts);
+  void SetChecks(const std::vector<port::CheckState>& checks);
+  std::vector<port::CheckState> Checks() const;
+  // Ticks an unticked box and the other way round; a row without a box stays as it is.
+  void Toggle(int row);
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+ private:
+  QVariant Text(const port::ListRow& row, int column) const;
+
+  std::vector<port::ListRow> rows_;
+  std::array<QString, 2> titles_;
+  std::array<bool, 2> centred_{};
+};
+
+class GroupTable final : public QTreeView {
+ public:
+  // `activated` is called with the row of a double click or Enter.
+  GroupTable(std::function<void(int row)> activated, QWidget* parent);
+
+  GroupModel& Rows() { return *model_; }
+  void SetColumns(std::span<const port::ListColumn, 2> columns);
+  void Fill(std::vector<port::ListRow> rows, int selected);
+  int SelectedRow() const;
+  std::array<int, 2> Widths() const;
+  // Where a click changes the row's box, in viewport coordinates; empty without a box.
+  QRect BoxRect(int row) const;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  void ApplyWidths();
+
+  GroupModel* model_;
+  std::function<void(int row)> activated_;
+  // 0: the width follows the window.
+  std::array<int, 2> fixed_widths_{};
+  bool applying_ = false;
+};
+
+}  // namespace quillet::qt

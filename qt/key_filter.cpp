@@ -1,0 +1,53 @@
+#include "qt/key_filter.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWindow>
+
+#include "qt/keys.h"
+#include "res/commands.h"
+
+namespace quillet::qt {
+namespace {
+
+// The window an event of the window system was sent to; 0 for widgets, which get it second hand.
+port::WindowHandle WindowOf(const Display& display, const QObject* watched) {
+  if (!watched->isWindowType()) return 0;
+  for (const auto& [handle, widget] : display.windows) {
+    if (widget && widget->windowHandle() == watched) return handle;
+  }
+  return 0;
+}
+
+}  // namespace
+
+bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
+  const bool press = event->type() == QEvent::KeyPress;
+  if (!press && event->type() != QEvent::KeyRelease) return false;
+  // An open menu has all keys.
+  if (QApplication::activePopupWidget() != nullptr) return false;
+  const port::WindowHandle window = WindowOf(display_, watched);
+  if (window == 0) return false;
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  if (press) return Pressed(window, key);
+  Released(window, key);
+  return false;
+}
+
+bool KeyFilter::Pressed(port::WindowHandle window, const QKeyEvent& event) {
+  const auto key = VirtualKey(event.key());
+  if (!key) return false;
+  down_.emplace(window, *key);
+  if (!display_.main || display_.main->Handle() != window) return false;
+  const std::uint32_t modifiers = Modifiers(event.modifiers());
+  display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
+  return FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;
+}
+
+void KeyFilter::Released(port::WindowHandle window, const QKeyEvent& event) {
+  const auto key = VirtualKey(event.key());
+  if (!key || event.isAutoRepeat() || down_.erase({window, *key}) == 0) return;
+  display_.queues.Post({window, port::MessageKind::kKeyUp, *key, Modifiers(event.modifiers()), {}});
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,33 @@
+// Turns the keys pressed in the program's windows into messages. Installed on the application.
+#pragma once
+
+#include <QObject>
+#include <cstdint>
+#include <set>
+#include <utility>
+
+#include "qt/display.h"
+
+class QKeyEvent;
+
+namespace quillet::qt {
+
+// Every press in the main window is its kKeyDown; a press that the shown view's accelerator table
+// knows goes no further, all others also do what the widgets do with them. A release is kKeyUp of
+// the window that got the press, so that the key that closed a menu, dialog or box does not act
+// once more in the window below.
+class KeyFilter final : public QObject {
+ public:
+  explicit KeyFilter(Display& display) : display_(display) {}
+
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  bool Pressed(port::WindowHandle window, const QKeyEvent& event);
+  void Released(port::WindowHandle window, const QKeyEvent& event);
+
+  Display& display_;
+  std::set<std::pair<port::WindowHandle, std::uint32_t>> down_;
+};
+
+}  // namespace quillet::qt

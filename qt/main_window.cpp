@@ -1,0 +1,194 @@
+#include "qt/main_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QMenuBar>
+#include <QResizeEvent>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWindow>
+
+#include "qt/fonts.h"
+#include "qt/icons.h"
+#include "qt/menus.h"
+#include "qt/text.h"
+#include "qt/wrapped_text.h"
+
+namespace quillet::qt {
+namespace {
+
+// Screens this narrow are phones: a window there fills the screen.
+constexpr int kPhoneWidth = 480;
+
+QWidget* NewEmptyPane(const QString& name) {
+  auto* pane = new QWidget;
+  pane->setAccessibleName(name);
+  pane->setFocusPolicy(Qt::StrongFocus);
+  pane->setBackgroundRole(QPalette::Base);
+  pane->setAutoFillBackground(true);
+  return pane;
+}
+
+}  // namespace
+
+QRect WorkAreaOf(const QWidget* window) {
+  const QScreen* screen = window != nullptr ? window->screen() : QGuiApplication::primaryScreen();
+  return screen != nullptr ? screen->availableGeometry() : QRect();
+}
+
+// What the frame and the menu bar leave. The tab control lies in it without a layout, where the
+// program puts it.
+class MainWindow::Inside final : public QWidget {
+ public:
+  explicit Inside(MainWindow* window) : QWidget(window), window_(window) {
+    setAccessibleName(QStringLiteral("Inside of the window"));
+  }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override { window_->InsideResized(event->size()); }
+
+ private:
+  MainWindow* window_;
+};
+
+MainWindow::MainWindow(port::WindowHandle handle, const port::MainWindowSpec& spec,
+                       PostMessage post)
+    : handle_(handle),
+      post_(std::move(post)),
+      wanted_size_(spec.size.width, spec.size.height),
+      inside_(new Inside(this)) {
+  setObjectName(ToQt(spec.window_class));
+  setWindowTitle(ToQt(spec.title));
+  setAccessibleName(ToQt(spec.title));
+  setWindowIcon(PaletteIcon(spec.icon));
+  setContextMenuPolicy(Qt::NoContextMenu);
+  menuBar()->setNativeMenuBar(false);  // the buttons stand in it
+  menuBar()->setAccessibleName(QStringLiteral("Menu bar"));
+  setCentralWidget(inside_);
+  ShowBarOf(port::kGroupTab);
+}
+
+void MainWindow::Post(port::MessageKind kind, std::uint32_t id, std::uint32_t detail) {
+  post_({handle_, kind, id, detail, {}});
+}
+
+void MainWindow::ShowFirst() {
+  const QRect work = WorkAreaOf(this);
+  if (work.width() <= kPhoneWidth) {
+    resize(work.size());
+    showMaximized();
+    return;
+  }
+  resize(wanted_size_.boundedTo(work.size()));
+  move(work.topLeft());
+  show();
+  // The frame is known only now; the size asked for includes it.
+  const QSize frame = frameGeometry().size() - size();
+  resize(wanted_size_.boundedTo(work.size()) - frame);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();  // the program decides, and destroys the window
+  Post(port::MessageKind::kClose, 0);
+}
+
+void MainWindow::InsideResized(QSize size) {
+  PlaceTabs();
+  Post(port::MessageKind::kSize, static_cast<std::uint32_t>(size.width()),
+       static_cast<std::uint32_t>(size.height()));
+}
+
+void MainWindow::ShowBarOf(int view) {
+  const auto handler = [this](std::uint32_t command) {
+    Post(port::MessageKind::kCommand, command);
+  };
+  FillMenuBar(*menuBar(), view, handler);
+  if (buttons_) buttons_->deleteLater();
+  buttons_ = NewViewButtons(view, handler, menuBar());
+  menuBar()->setCornerWidget(buttons_);
+  if (buttons_) buttons_->show();
+}
+
+QWidget* MainWindow::NewGroupPane() {
+  group_pane_ = new QWidget;
+  group_pane_->setAccessibleName(QStringLiteral("Group view"));
+  auto* layout = new QVBoxLayout(group_pane_);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  layout->addStretch(1);
+  status_ = new ElidedText(group_pane_);
+  status_->setAccessibleName(QStringLiteral("Status"));
+  status_->setMargin(2);
+  layout->addWidget(status_);
+  return group_pane_;
+}
+
+void MainWindow::CreateTabs(port::TabPlacement placement) {
+  delete tabs_;
+  delete list_;
+  margin_ = QSize();
+  tabs_ = new TabControl(
+      placement,
+      {NewGroupPane(), NewEmptyPane(QStringLiteral("Threads")),
+       NewEmptyPane(QStringLiteral("Article"))},
+      [this](int old_tab, int new_tab) {
+        ShowBarOf(new_tab);
+        const auto old_id = static_cast<std::uint32_t>(old_tab);
+        Post(port::MessageKind::kTabChanging, 0, old_id);
+        Post(port::MessageKind::kTabChanged, static_cast<std::uint32_t>(new_tab), old_id);
+      },
+      inside_);
+  PlaceTabs();
+  tabs_->show();
+  ShowBarOf(port::kGroupTab);
+}
+
+int MainWindow::SelectedTab() const {
+  return tabs_ ? tabs_->Selected() : port::kGroupTab;
+}
+
+void MainWindow::SelectTab(int tab) {
+  if (!tabs_ || tab < 0 || tab >= port::kTabCount || tab == tabs_->Selected()) return;
+  tabs_->Select(tab);
+  ShowBarOf(tab);
+}
+
+// Only what the tab control leaves free is kept: while the user drags the frame, the sizes of the
+// program are a little behind those of the window.
+void MainWindow::LayOut(port::Size inside, port::Size tabs) {
+  margin_ = QSize(inside.width - tabs.width, inside.height - tabs.height).expandedTo({0, 0});
+  PlaceTabs();
+}
+
+void MainWindow::PlaceTabs() {
+  if (tabs_) tabs_->setGeometry(QRect(QPoint(0, 0), inside_->size() - margin_));
+}
+
+void MainWindow::SetStatusText(const QString& text) {
+  if (!status_) return;
+  status_->setText(text);
+  status_->setToolTip(text);
+  status_->setAccessibleName(text.isEmpty() ? QStringLiteral("Status") : text);
+}
+
+void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
+                                 std::u16string_view face, int font_size_index) {
+  if (!group_pane_) return;
+  delete list_;
+  list_ = new GroupTable(
+      [this](int row) { Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row)); },
+      group_pane_);
+  list_->setFont(FontFor(face, font_size_index, QApplication::font()));
+  list_->header()->setFont(QApplication::font());
+  auto* layout = static_cast<QVBoxLayout*>(group_pane_->layout());
+  if (layout->count() > 1) delete layout->takeAt(0);  // what held the place of the list
+  layout->insertWidget(0, list_, 1);
+  group_pane_->setFocusProxy(list_);
+  layout->activate();
+  list_->SetColumns(columns);
+  if (tabs_ && tabs_->Selected() == port::kGroupTab) list_->setFocus();
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,73 @@
+// The main window as widgets. Display thread only; everything the user does is handed to `post`.
+#pragma once
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QPointer>
+#include <array>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "port/list_view.h"
+#include "port/message.h"
+#include "port/windows.h"
+#include "qt/group_table.h"
+#include "qt/image_tabs.h"
+
+namespace quillet::qt {
+
+using PostMessage = std::function<void(const port::Message& message)>;
+
+class MainWindow final : public QMainWindow {
+ public:
+  MainWindow(port::WindowHandle handle, const port::MainWindowSpec& spec, PostMessage post);
+
+  port::WindowHandle Handle() const { return handle_; }
+
+  // Shows the window for the first time, no larger than the work area; on a small screen it fills
+  // the screen.
+  void ShowFirst();
+
+  void CreateTabs(port::TabPlacement placement);
+  // Group tab before the tabs exist.
+  int SelectedTab() const;
+  void SelectTab(int tab);
+  void LayOut(port::Size inside, port::Size tabs);
+  void SetStatusText(const QString& text);
+
+  void CreateGroupList(std::span<const port::ListColumn, 2> columns, std::u16string_view face,
+                       int font_size_index);
+  GroupTable* GroupList() const { return list_; }  // null before CreateGroupList
+  TabControl* Tabs() const { return tabs_; }       // null before CreateTabs
+  QWidget* ViewButtons() const { return buttons_; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  class Inside;
+
+  void Post(port::MessageKind kind, std::uint32_t id, std::uint32_t detail = 0);
+  void ShowBarOf(int view);
+  void InsideResized(QSize size);
+  void PlaceTabs();
+  QWidget* NewGroupPane();
+
+  const port::WindowHandle handle_;
+  const PostMessage post_;
+  QSize wanted_size_;
+  Inside* inside_;
+  QPointer<TabControl> tabs_;
+  QPointer<QWidget> group_pane_;
+  QPointer<GroupTable> list_;
+  QPointer<QLabel> status_;
+  QPointer<QWidget> buttons_;
+  QSize margin_;  // what the tab control leaves free of the inside, at the right and below
+};
+
+// Usable area of the screen the window is on, or of the first screen; empty without a screen.
+QRect WorkAreaOf(const QWidget* window);
+
+}  // namespace quillet::qt

@@ -1,0 +1,21 @@
+// The menu bar and the buttons of each view, drawn from the tables of res/commands.h.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+class QMenuBar;
+class QWidget;
+
+namespace quillet::qt {
+
+using CommandHandler = std::function<void(std::uint32_t command)>;
+
+// Replaces what the bar shows by the trees of the view. Shortcuts are shown, not bound: keys go to
+// the program, which has its own accelerator tables.
+void FillMenuBar(QMenuBar& bar, int view, const CommandHandler& handler);
+
+// The image buttons of the view in a row; null for a view that has none.
+QWidget* NewViewButtons(int view, const CommandHandler& handler, QWidget* parent);
+
+}  // namespace quillet::qt

@@ -1,0 +1,136 @@
+#include "qt/message_boxes.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "qt/text.h"
+
+namespace quillet::qt {
+namespace {
+
+struct BoxEntry {
+  QMessageBox::StandardButtons buttons;
+  QMessageBox::StandardButton first;   // has the focus and answers Enter
+  QMessageBox::StandardButton escape;  // answers Escape and the frame's close button
+};
+
+BoxEntry EntryOf(port::BoxButtons buttons) {
+  switch (buttons) {
+    case port::BoxButtons::kOkCancel:
+      return {QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok, QMessageBox::Cancel};
+    case port::BoxButtons::kYesNo:
+      return {QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes, QMessageBox::No};
+    case port::BoxButtons::kYesNoCancel:
+      return {QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::Yes,
+              QMessageBox::Cancel};
+    default:
+      return {QMessageBox::Ok, QMessageBox::Ok, QMessageBox::Ok};
+  }
+}
+
+int IdOf(QMessageBox::StandardButton button) {
+  switch (button) {
+    case QMessageBox::Yes:
+      return port::kIdYes;
+    case QMessageBox::No:
+      return port::kIdNo;
+    case QMessageBox::Cancel:
+      return port::kIdCancel;
+    default:
+      return port::kIdOk;
+  }
+}
+
+QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_view text,
+                    const port::BoxStyle& style) {
+  const BoxEntry entry = EntryOf(style.buttons);
+  auto* box = new QMessageBox(owner);
+  // Group names and server texts come in here: never as mark-up.
+  box->setTextFormat(Qt::PlainText);
+  box->setWindowTitle(ToQt(caption));
+  box->setAccessibleName(ToQt(caption));
+  box->setText(ToQt(text));
+  box->setIcon(style.icon == port::BoxIcon::kExclamation ? QMessageBox::Warning
+                                                         : QMessageBox::NoIcon);
+  box->setStandardButtons(entry.buttons);
+  box->setDefaultButton(entry.first);
+  box->setEscapeButton(entry.escape);
+  if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
+  box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  for (QAbstractButton* button : box->buttons()) {
+    button->setAccessibleName(button->text().remove(QLatin1Char('&')));
+  }
+  return box;
+}
+
+}  // namespace
+
+int QtMessageBoxes::Show(port::WindowHandle owner, std::u16string_view caption,
+                         std::u16string_view text, const port::BoxStyle& style) {
+  const auto answer = std::make_shared<int>(IdOf(EntryOf(style.buttons).escape));
+  display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
+    if (answer_all_) {
+      completion->Finish();
+      return;
+    }
+    Open(owner, caption, text, style, [answer, completion](int given) {
+      *answer = given;
+      completion->Finish();
+    });
+  });
+  return *answer;
+}
+
+void QtMessageBoxes::Open(port::WindowHandle owner, std::u16string_view caption,
+                          std::u16string_view text, const port::BoxStyle& style,
+                          const std::function<void(int answer)>& answered) {
+  QMessageBox* box = NewBox(display_.WidgetOf(owner), caption, text, style);
+  std::erase_if(open_, [](const auto& other) { return other.isNull(); });
+  open_.emplace_back(box);
+  const int escape = IdOf(EntryOf(style.buttons).escape);
+  const auto answer_once = [answered, done = std::make_shared<bool>(false)](int answer) {
+    if (!std::exchange(*done, true)) answered(answer);
+  };
+  QObject::connect(box, &QDialog::finished, box, [box, answer_once, escape] {
+    const auto pressed = box->standardButton(box->clickedButton());
+    answer_once(pressed == QMessageBox::NoButton ? escape : IdOf(pressed));
+    box->deleteLater();
+  });
+  // The owner may be destroyed under the box; the caller must not wait for ever.
+  QObject::connect(box, &QObject::destroyed, [answer_once, escape] { answer_once(escape); });
+  box->show();
+}
+
+void QtMessageBoxes::SetWaitCursor(bool on) {
+  display_.jobs.Post([on] {
+    if (on) {
+      QApplication::setOverrideCursor(Qt::WaitCursor);
+    } else {
+      QApplication::restoreOverrideCursor();
+    }
+  });
+}
+
+void QtMessageBoxes::Beep() {
+  display_.jobs.Post([] { QApplication::beep(); });
+}
+
+void QtMessageBoxes::AnswerAll() {
+  answer_all_ = true;
+  display_.jobs.Post([this] {
+    for (QMessageBox* box : OpenBoxes()) box->reject();
+  });
+}
+
+std::vector<QMessageBox*> QtMessageBoxes::OpenBoxes() const {
+  std::vector<QMessageBox*> boxes;
+  for (const auto& box : open_) {
+    if (box && box->isVisible()) boxes.push_back(box);
+  }
+  return boxes;
+}
+
+}  // namespace quillet::qt

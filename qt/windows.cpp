@@ -1,0 +1,144 @@
+#include "qt/windows.h"
+
+#include <QApplication>
+#include <utility>
+
+#include "qt/text.h"
+
+namespace quillet::qt {
+namespace {
+
+port::WindowHandle FocusedWindow(const Display& display) {
+  // A dialog takes the input of what it stands over, also before the desktop has activated it.
+  if (const QWidget* modal = QApplication::activeModalWidget()) return display.HandleOf(modal);
+  return display.HandleOf(QApplication::activeWindow());
+}
+
+}  // namespace
+
+template <class Action>
+void QtWindows::WithMain(const Action& action) {
+  display_.jobs.Call([&] {
+    if (display_.main) action(*display_.main);
+  });
+}
+
+port::Size QtWindows::WorkArea() {
+  port::Size size;
+  display_.jobs.Call([&] {
+    const QSize area = WorkAreaOf(display_.main).size();
+    size = {area.width(), area.height()};
+  });
+  return size;
+}
+
+port::WindowHandle QtWindows::CreateMainWindow(const port::MainWindowSpec& spec) {
+  port::WindowHandle handle = display_.queues.AddWindow();
+  const bool created = display_.jobs.Call([&] {
+    display_.main = new MainWindow(
+        handle, spec,
+        [&queues = display_.queues](const port::Message& message) { queues.Post(message); });
+    display_.windows[handle] = display_.main.data();
+  });
+  if (created) return handle;
+  display_.queues.RemoveWindow(handle);
+  return 0;
+}
+
+void QtWindows::ShowMainWindow() {
+  WithMain([](MainWindow& main) { main.ShowFirst(); });
+}
+
+void QtWindows::Raise() {
+  display_.jobs.Post([this] {
+    if (!display_.main) return;
+    if (display_.main->isMinimized()) display_.main->showNormal();
+    display_.main->raise();
+    display_.main->activateWindow();
+  });
+}
+
+void QtWindows::DestroyMainWindow() {
+  WithMain([this](MainWindow& main) {
+    const port::WindowHandle handle = main.Handle();
+    delete &main;
+    display_.windows.erase(handle);
+    display_.queues.RemoveWindow(handle);
+  });
+}
+
+void QtWindows::CreateTabs(port::TabPlacement placement) {
+  WithMain([&](MainWindow& main) { main.CreateTabs(placement); });
+}
+
+int QtWindows::SelectedTab() {
+  int tab = port::kGroupTab;
+  WithMain([&](const MainWindow& main) { tab = main.SelectedTab(); });
+  return tab;
+}
+
+void QtWindows::SelectTab(int tab) {
+  WithMain([&](MainWindow& main) { main.SelectTab(tab); });
+}
+
+void QtWindows::LayOut(port::Size inside, port::Size tabs) {
+  WithMain([&](MainWindow& main) { main.LayOut(inside, tabs); });
+}
+
+void QtWindows::SetStatusText(std::u16string_view text) {
+  WithMain([&](MainWindow& main) { main.SetStatusText(ToQt(text)); });
+}
+
+void QtWindows::InjectKeyUp(std::uint32_t virtual_key) {
+  display_.jobs.Call([&] {
+    display_.queues.Post({FocusedWindow(display_), port::MessageKind::kKeyUp, virtual_key, 0, {}});
+  });
+}
+
+template <class Action>
+void QtListView::WithList(const Action& action) {
+  display_.jobs.Call([&] {
+    if (display_.main && display_.main->GroupList() != nullptr) {
+      action(*display_.main->GroupList());
+    }
+  });
+}
+
+void QtListView::Create(std::span<const port::ListColumn, 2> columns, std::u16string_view font_face,
+                        int font_size_index) {
+  display_.jobs.Call([&] {
+    if (display_.main) display_.main->CreateGroupList(columns, font_face, font_size_index);
+  });
+}
+
+void QtListView::Fill(std::vector<port::ListRow> rows, int selected) {
+  WithList([&](GroupTable& list) { list.Fill(std::move(rows), selected); });
+}
+
+void QtListView::SetCounts(std::vector<std::u16string> counts) {
+  WithList([&](GroupTable& list) { list.Rows().SetCounts(std::move(counts)); });
+}
+
+std::vector<port::CheckState> QtListView::CheckStates() {
+  std::vector<port::CheckState> states;
+  WithList([&](GroupTable& list) { states = list.Rows().Checks(); });
+  return states;
+}
+
+void QtListView::SetCheckStates(std::vector<port::CheckState> states) {
+  WithList([&](GroupTable& list) { list.Rows().SetChecks(states); });
+}
+
+int QtListView::SelectedRow() {
+  int row = -1;
+  WithList([&](const GroupTable& list) { row = list.SelectedRow(); });
+  return row;
+}
+
+std::array<std::int32_t, 2> QtListView::ColumnWidths() {
+  std::array<std::int32_t, 2> widths{};
+  WithList([&](const GroupTable& list) { widths = list.Widths(); });
+  return widths;
+}
+
+}  // namespace quillet::qt
