@@ -1,0 +1,538 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <thread>
+
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/multi_string.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "app/open_prefs.h"
+#include "app/startup.h"
+#include "groups/group_list.h"
+#include "port/fake/fake_platform.h"
+#include "res/commands.h"
+#include "res/resource.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/records.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+namespace {
+
+using port::CalendarTime;
+using port::MessageKind;
+
+constexpr std::u16string_view kExecutable =
+    u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
+
+// The program on a thread of its own, as on a device; the test is the user.
+class Program : public testing::Test {
+ protected:
+  ~Program() override {
+    if (thread_.joinable()) End();
+    fake_.display.Verify();
+    gPrefs.reset();
+    gReadInfo.clear();
+    gCurrentGroup = -1;
+  }
+
+  void Start() {
+    thread_ = std::thread([this] { code_ = RunQuillet(); });
+    id_ = thread_.get_id();
+  }
+  void StartAndWait() {
+    Start();
+    WaitIdle();
+  }
+  void WaitIdle() { ASSERT_TRUE(fake_.queues.WaitIdle(id_, 10000)); }
+  // Closes the window and waits for the end.
+  void End() {
+    fake_.display.CloseMainWindow();
+    Join();
+  }
+  void Join() {
+    thread_.join();
+    EXPECT_EQ(code_, 0);
+  }
+  void Command(std::uint32_t id) {
+    fake_.display.SendCommand(id);
+    WaitIdle();
+  }
+  void Tab(int tab) {
+    EXPECT_TRUE(fake_.display.UserSelectTab(tab));
+    WaitIdle();
+  }
+  void Key(std::uint32_t key, std::uint32_t modifiers = 0) {
+    fake_.display.PressKey(key, modifiers);
+    WaitIdle();
+  }
+
+  void SetDword(std::u16string_view name, std::uint32_t value) {
+    std::string data;
+    AppendU32(data, value);
+    fake_.registry.Create(kRegistryPath)->Set(name, port::RegistryType::kDword, data);
+  }
+  void SetList(std::u16string_view name, const std::vector<std::u16string>& list) {
+    fake_.registry.Create(kRegistryPath)
+        ->Set(name, port::RegistryType::kMultiString, CreateMultiString(list));
+  }
+  void SetGroups(const std::vector<std::u16string>& groups) {
+    SetDword(u"numgroups", static_cast<std::uint32_t>(groups.size()));
+    SetList(u"groups", groups);
+  }
+  std::uint32_t Dword(std::u16string_view name) {
+    const auto value = fake_.registry.Create(kRegistryPath)->Get(name);
+    return value && value->data.size() == 4 ? GetU32(value->data, 0) : 0xDEADBEEF;
+  }
+  std::string Bytes(std::u16string_view name) {
+    const auto value = fake_.registry.Create(kRegistryPath)->Get(name);
+    return value ? value->data : "missing";
+  }
+
+  port::FakePlatform fake_;
+  std::thread thread_;
+  std::thread::id id_;
+  int code_ = -1;
+};
+
+// --- Start-up ----------------------------------------------------------------------------------
+
+TEST_F(Program, FirstStartCreatesThreeDatabasesAndAsksNothing) {
+  StartAndWait();
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet newsgroups.gdb"));
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet pending posts.gdb"));
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
+TEST_F(Program, WindowHasItsNamesAndTheWorkAreaLess26) {
+  fake_.display.SetWorkArea({320, 240});
+  StartAndWait();
+  const port::ShownMainWindow window = fake_.display.main_window();
+  EXPECT_EQ(window.spec.window_class, u"Quillet CE");
+  EXPECT_EQ(window.spec.title, u"Quillet CE 1.14r3");
+  EXPECT_EQ(window.spec.icon, 103U);
+  EXPECT_EQ(window.spec.size, (port::Size{320, 214}));
+  EXPECT_TRUE(window.shown);
+  EXPECT_EQ(window.tab, 0);
+  EXPECT_EQ(window.status, u"0 articles queued for posting");
+  End();
+}
+
+TEST_F(Program, ASecondStartForwardsAndEndsWithZero) {
+  fake_.shell.other_instance = true;
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_EQ(fake_.shell.forwards, (std::vector<bool>{false}));
+  EXPECT_EQ(fake_.display.main_window().handle, 0U);
+}
+
+TEST_F(Program, OnlyTheExactCommandLineForwardsADownload) {
+  fake_.shell.other_instance = true;
+  fake_.shell.command_line = u"AppRunAtTime";
+  EXPECT_EQ(RunQuillet(), 0);
+  fake_.shell.command_line = u"AppRunAtTime ";
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_EQ(fake_.shell.forwards, (std::vector<bool>{true, false}));
+}
+
+TEST_F(Program, ScheduledStartConnectsAndRegistersNothing) {
+  fake_.shell.command_line = u"AppRunAtTime";
+  StartAndWait();
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.display.boxes()[0].text,
+            u"You do not have any groups in the group list. Please add some groups (using "
+            u"Group->Groups->New group) and try again.");
+  EXPECT_TRUE(fake_.scheduler.calls.empty());
+  End();
+}
+
+TEST_F(Program, ARequestOfALaterScheduledStartConnects) {
+  StartAndWait();
+  fake_.shell.ScheduledStartElsewhere();
+  WaitIdle();
+  EXPECT_EQ(fake_.display.boxes().size(), 1U);
+  End();
+}
+
+TEST_F(Program, FailedWindowEndsWithZero) {
+  fake_.display.FailNextWindow();
+  EXPECT_EQ(RunQuillet(), 0);
+}
+
+TEST_F(Program, SideTabsGoWhereThePreferenceSays) {
+  SetDword(u"sidetabs", 2);
+  StartAndWait();
+  EXPECT_EQ(fake_.display.main_window().placement, port::TabPlacement::kRight);
+  End();
+}
+
+TEST_F(Program, AnAbsurdTabPlacementIsTheBottom) {
+  SetDword(u"sidetabs", 4000000000U);
+  StartAndWait();
+  EXPECT_EQ(fake_.display.main_window().placement, port::TabPlacement::kBottom);
+  End();
+}
+
+TEST_F(Program, UnopenableDatabasesOfferDeletionAndNoEndsTheProgram) {
+  fake_.files.CreateFolder(u"\\Quillet CE News");
+  fake_.files.CreateFolder(u"\\Quillet CE News\\Quillet articles.gdb");  // a folder, no file
+  fake_.display.Expect(
+      u"Quillet CE was unable to open its GDBM databases; they are probably "
+      u"corrupted. Would you like Quillet CE to delete them automatically?",
+      port::kIdNo);
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_EQ(fake_.display.boxes().back().text, u"Quillet CE will now exit.");
+  EXPECT_EQ(fake_.display.main_window().handle, 0U);
+  EXPECT_TRUE(fake_.files.FolderExists(u"\\Quillet CE News\\Quillet articles.gdb"));
+}
+
+TEST_F(Program, DeletionThatFailsSaysSoAndEnds) {
+  fake_.files.CreateFolder(u"\\Quillet CE News");
+  fake_.files.CreateFolder(u"\\Quillet CE News\\Quillet articles.gdb");
+  fake_.display.Expect(u"Quillet CE was unable to open", port::kIdYes);
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"There was an error deleting one or more of the databases. Your CE device may need to "
+            u"be rebooted.");
+}
+
+// --- The window --------------------------------------------------------------------------------
+
+TEST_F(Program, EscapeGoesBackOneViewAndActsOnce) {
+  StartAndWait();
+  Tab(2);
+  Key(port::kKeyEscape);
+  EXPECT_EQ(fake_.display.main_window().tab, 1);
+  Key(port::kKeyEscape);
+  EXPECT_EQ(fake_.display.main_window().tab, 0);
+  Key(port::kKeyEscape);
+  EXPECT_EQ(fake_.display.main_window().tab, 0);
+  End();
+}
+
+TEST_F(Program, F24GoesBackLikeEscape) {
+  StartAndWait();
+  Tab(1);
+  fake_.display.InjectKeyUp(port::kKeyF24);
+  WaitIdle();
+  EXPECT_EQ(fake_.display.main_window().tab, 0);
+  End();
+}
+
+TEST_F(Program, ArticleViewLeaves26PixelsForItsToolbar) {
+  StartAndWait();
+  EXPECT_TRUE(fake_.display.ResizeMainWindow({640, 480}));
+  WaitIdle();
+  EXPECT_EQ(fake_.display.main_window().tabs, (port::Size{640, 480}));
+  Tab(2);
+  EXPECT_EQ(fake_.display.main_window().inside, (port::Size{640, 480}));
+  EXPECT_EQ(fake_.display.main_window().tabs, (port::Size{640, 454}));
+  Tab(0);
+  EXPECT_EQ(fake_.display.main_window().tabs, (port::Size{640, 480}));
+  End();
+}
+
+TEST_F(Program, AcceleratorsFollowTheShownView) {
+  SetGroups({u"a"});
+  StartAndWait();
+  Key('A', port::kModifierControl);
+  EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kChecked);
+  fake_.display.ToggleRow(0);
+  Tab(1);
+  Key('A', port::kModifierControl);
+  EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kUnchecked);
+  End();
+}
+
+TEST_F(Program, ServerReadIsBoundToCtrlAltMInTheGroupViewOnly) {
+  StartAndWait();
+  fake_.display.Expect(u"This may cause Quillet CE to skip articles on the server.", port::kIdNo);
+  Key('M', port::kModifierControl | port::kModifierAlt);
+  Key('M', port::kModifierControl | port::kModifierShift);
+  EXPECT_EQ(fake_.display.boxes().size(), 1U);
+  End();
+}
+
+TEST_F(Program, ACommandInTheThreadViewNeverReachesTheGroupView) {
+  SetGroups({u"a"});
+  StartAndWait();
+  Tab(1);
+  Command(kCommandDeleteAll);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
+TEST_F(Program, DoubleClickOpensTheGroup) {
+  SetGroups({u"a", u"b"});
+  StartAndWait();
+  EXPECT_TRUE(fake_.display.ActivateRow(1));
+  WaitIdle();
+  EXPECT_EQ(fake_.display.main_window().tab, 1);
+  EXPECT_EQ(gCurrentGroup, 1);
+  End();
+}
+
+TEST_F(Program, LinksGoToTheDesktopAndEmptyOnesAreIgnored) {
+  StartAndWait();
+  const port::WindowHandle window = fake_.display.main_window().handle;
+  fake_.display.Inject({window, MessageKind::kLink, 0, 0, u""});
+  fake_.display.Inject({window, MessageKind::kLink, 0, 0, u"http://example.org/"});
+  WaitIdle();
+  EXPECT_EQ(fake_.shell.links, (std::vector<std::u16string>{u"http://example.org/"}));
+  End();
+}
+
+TEST_F(Program, AboutBoxClosesWithItsOk) {
+  StartAndWait();
+  fake_.display.SendCommand(kCommandAbout);
+  const port::WindowHandle dialog = fake_.display.WaitForDialog(kDialogAbout);
+  ASSERT_NE(dialog, 0U);
+  EXPECT_EQ(fake_.display.FindDialog(dialog)->caption, u"About Quillet CE");
+  EXPECT_TRUE(fake_.display.Press(dialog, kControlOk));
+  WaitIdle();
+  EXPECT_TRUE(fake_.display.dialogs().empty());
+  End();
+}
+
+TEST_F(Program, RefreshMessageShowsNewCounts) {
+  StartAndWait();
+  fake_.queues.PostCall(id_, [] { gPendingPostCount = 3; });
+  fake_.display.Inject(
+      {fake_.display.main_window().handle, MessageKind::kUser, kUserRefreshCounts, 0, {}});
+  WaitIdle();
+  EXPECT_EQ(fake_.display.main_window().status, u"3 articles queued for posting");
+  End();
+}
+
+// --- The end -----------------------------------------------------------------------------------
+
+TEST_F(Program, ClosingWritesBoxesAndPreferences) {
+  SetGroups({u"a", u"b"});
+  StartAndWait();
+  fake_.display.ToggleRow(1);
+  End();
+  std::string expected;
+  AppendU32(expected, 0);
+  AppendU32(expected, 1);
+  EXPECT_EQ(Bytes(u"checked"), expected);
+  EXPECT_EQ(Dword(u"version"), 2U);
+  EXPECT_FALSE(DatabasesOpen());
+  EXPECT_EQ(gMainWindow, 0U);
+}
+
+TEST_F(Program, CloseCommandEndsTheProgram) {
+  StartAndWait();
+  fake_.display.SendCommand(kCommandClose);
+  Join();
+}
+
+TEST_F(Program, ClosingWithAutodeleteDeletesEveryGroupWhateverItsBox) {
+  SetGroups({u"a", u"b"});
+  SetDword(u"autodelete", 8);
+  StartAndWait();
+  fake_.queues.PostCall(id_, [] {
+    for (const char16_t* group : {u"a", u"b"}) {
+      AsciiArticle article;
+      article.messageId = "<1@" + Narrow(group) + ">";
+      StoreArticle(article);
+      AddArticleToGroup(group, *article.messageId);
+    }
+    AsciiArticle post;
+    post.messageId = "<post@x>";
+    StoreAsciiGDBMPost(post);
+    CloseDatabases();
+    OpenGDBMDatabases();
+  });
+  WaitIdle();
+  End();
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_FALSE(ArticleExists("<1@a>"));
+  EXPECT_FALSE(ArticleExists("<1@b>"));
+  EXPECT_EQ(CountPendingPosts(), 1U);
+  CloseDatabases();
+}
+
+TEST_F(Program, TheEndOfTheSessionSavesButDeletesNothing) {
+  SetGroups({u"a"});
+  SetDword(u"autodelete", 8);
+  StartAndWait();
+  fake_.display.ToggleRow(0);
+  fake_.queues.PostCall(id_, [] {
+    AsciiArticle article;
+    article.messageId = "<1@a>";
+    StoreArticle(article);
+    AddArticleToGroup(u"a", "<1@a>");
+  });
+  WaitIdle();
+  fake_.display.EndSession();
+  Join();
+  EXPECT_EQ(Bytes(u"checked"), std::string("\1\0\0\0", 4));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_TRUE(ArticleExists("<1@a>"));
+  CloseDatabases();
+}
+
+// --- Scheduling --------------------------------------------------------------------------------
+
+CalendarTime At(int year, int month, int day, int week, int hour, int minute, int second) {
+  return {year, month, week, day, hour, minute, second, 0};
+}
+
+TEST(NextDownloadTime, AnEqualSecondIsToday) {
+  CalendarTime now = At(2026, 11, 21, 6, 6, 0, 0);
+  now.millisecond = 999;
+  EXPECT_EQ(NextDownloadTime(now, 6, 0, 0), At(2026, 11, 21, 6, 6, 0, 0));
+}
+
+TEST(NextDownloadTime, OneSecondLaterIsTomorrow) {
+  EXPECT_EQ(NextDownloadTime(At(2026, 11, 21, 6, 6, 0, 1), 6, 0, 0), At(2026, 11, 22, 0, 6, 0, 0));
+}
+
+TEST(NextDownloadTime, MonthsHaveTheirLengths) {
+  EXPECT_EQ(NextDownloadTime(At(2026, 2, 28, 6, 7, 0, 0), 6, 0, 0), At(2026, 3, 1, 0, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2028, 2, 28, 1, 7, 0, 0), 6, 0, 0), At(2028, 2, 29, 2, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2100, 2, 28, 0, 7, 0, 0), 6, 0, 0), At(2100, 3, 1, 1, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2000, 2, 28, 1, 7, 0, 0), 6, 0, 0), At(2000, 2, 29, 2, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2026, 4, 30, 4, 7, 0, 0), 6, 0, 0), At(2026, 5, 1, 5, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2026, 1, 31, 6, 7, 0, 0), 6, 0, 0), At(2026, 2, 1, 0, 6, 0, 0));
+  EXPECT_EQ(NextDownloadTime(At(2026, 12, 31, 4, 7, 0, 0), 6, 0, 0), At(2027, 1, 1, 5, 6, 0, 0));
+}
+
+TEST_F(Program, StartRegistersTheScheduledDownload) {
+  SetDword(u"useautodownload", 1);
+  SetDword(u"downloadhr", 7);
+  SetDword(u"downloadmn", 30);
+  StartAndWait();
+  ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
+  EXPECT_EQ(fake_.scheduler.calls[0].executable, kExecutable);
+  ASSERT_TRUE(fake_.scheduler.calls[0].at);
+  EXPECT_EQ(fake_.scheduler.calls[0].at->hour, 7);
+  EXPECT_EQ(fake_.scheduler.calls[0].at->minute, 30);
+  End();
+}
+
+TEST_F(Program, StartWithoutScheduleCancelsTheRegistration) {
+  StartAndWait();
+  ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
+  EXPECT_EQ(fake_.scheduler.calls[0].executable, kExecutable);
+  EXPECT_FALSE(fake_.scheduler.calls[0].at);
+  End();
+}
+
+// --- Putting changed preferences into force ----------------------------------------------------
+
+class Applying : public Program {
+ protected:
+  // Runs on the program thread, between two messages.
+  void Apply(const std::function<void(Prefs&)>& change) {
+    fake_.queues.PostCall(id_, [change] {
+      auto edited = CopyPrefs(*gPrefs);
+      change(*edited);
+      ApplyPrefsChanges(std::move(edited));
+    });
+    WaitIdle();
+  }
+};
+
+TEST_F(Applying, ChangedTabPlacementRebuildsTheViewsAndKeepsTheBoxes) {
+  SetGroups({u"a"});
+  StartAndWait();
+  fake_.display.ToggleRow(0);
+  Apply([](Prefs& prefs) {
+    prefs.sidetabs = 1;
+    prefs.checked[0] = 1;
+  });
+  EXPECT_EQ(fake_.display.main_window().placement, port::TabPlacement::kLeft);
+  EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kChecked);
+  EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(Dword(u"sidetabs"), 1U);
+  End();
+}
+
+TEST_F(Applying, ChangedGroupFontRebuildsTheList) {
+  StartAndWait();
+  Apply([](Prefs& prefs) { prefs.groupfontsize = 7; });
+  EXPECT_EQ(fake_.display.list().font_size_index, 7);
+  End();
+}
+
+TEST_F(Applying, TheScheduleIsRegisteredAgain) {
+  StartAndWait();
+  Apply([](Prefs& prefs) { prefs.useautodownload = 1; });
+  ASSERT_EQ(fake_.scheduler.calls.size(), 2U);
+  EXPECT_TRUE(fake_.scheduler.calls[1].at);
+  End();
+}
+
+class Moving : public Applying {
+ protected:
+  Moving() { fake_.files.AddCard(u"Card"); }
+  void MoveToCard() {
+    Apply([](Prefs& prefs) { prefs.databasestore = u"Card"; });
+  }
+  void AddArticle() {
+    fake_.queues.PostCall(id_, [] {
+      AsciiArticle article;
+      article.messageId = "<1@a>";
+      StoreArticle(article);
+    });
+    WaitIdle();
+  }
+  bool ProgramHasArticle() {
+    bool found = false;
+    fake_.queues.PostCall(id_, [&found] { found = ArticleExists("<1@a>"); });
+    WaitIdle();
+    return found;
+  }
+};
+
+TEST_F(Moving, DatabasesFollowTheirPlace) {
+  StartAndWait();
+  AddArticle();
+  MoveToCard();
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet articles.gdb"));
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet newsgroups.gdb"));
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet pending posts.gdb"));
+  EXPECT_FALSE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
+  EXPECT_TRUE(ProgramHasArticle());
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
+TEST_F(Moving, DatabasesFoundThereAreKeptOnNo) {
+  StartAndWait();
+  AddArticle();
+  MoveToCard();
+  Apply([](Prefs& prefs) { prefs.databasestore.clear(); });
+  EXPECT_TRUE(ProgramHasArticle());
+  fake_.files.CreateFolder(u"\\Card\\Quillet CE News");
+  fake_.files.Copy(u"\\Quillet CE News\\Quillet pending posts.gdb",
+                   u"\\Card\\Quillet CE News\\Quillet articles.gdb");
+  fake_.files.Copy(u"\\Quillet CE News\\Quillet pending posts.gdb",
+                   u"\\Card\\Quillet CE News\\Quillet newsgroups.gdb");
+  fake_.display.Expect(u"Databases already exist in new location.  Replace with old databases?",
+                       port::kIdNo);
+  MoveToCard();
+  EXPECT_FALSE(ProgramHasArticle());
+  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
+  End();
+}
+
+TEST_F(Moving, ACardThatHasGoneFallsBackToMainMemory) {
+  StartAndWait();
+  AddArticle();
+  Apply([](Prefs& prefs) { prefs.databasestore = u"No such\\card"; });
+  EXPECT_TRUE(ProgramHasArticle());
+  fake_.queues.PostCall(id_, [] { EXPECT_EQ(gPrefs->databasestore, u""); });
+  WaitIdle();
+  EXPECT_EQ(Bytes(u"databasestore"), std::string(2, '\0'));
+  End();
+}
+
+}  // namespace
+}  // namespace quillet

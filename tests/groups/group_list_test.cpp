@@ -1,0 +1,345 @@
+#include "groups/group_list.h"
+
+#include <gtest/gtest.h>
+
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "port/fake/fake_platform.h"
+#include "res/resource.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/records.h"
+
+namespace quillet {
+namespace {
+
+using port::CheckState;
+using Boxes = std::vector<CheckState>;
+
+class GroupList : public testing::Test {
+ protected:
+  GroupList() {
+    const port::WindowHandle window =
+        fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
+    fake_.display.ShowMainWindow();
+    fake_.display.CreateTabs(port::TabPlacement::kBottom);
+    gMainWindow = window;
+    gMessageOwner = window;
+    ReadPreferences();
+    EXPECT_TRUE(LoadDatabaseLibrary());
+    EXPECT_TRUE(OpenGDBMDatabases());
+    gCurrentGroup = -1;
+    ForgetGroupList();
+  }
+  ~GroupList() override {
+    CloseDatabases();
+    fake_.display.Verify();
+    gMainWindow = 0;
+    gMessageOwner = 0;
+    gPrefs.reset();
+    gReadInfo.clear();
+  }
+
+  // Groups with that many articles each, the first `read` of them read; all boxes ticked.
+  struct Group {
+    std::u16string name;
+    int articles = 0;
+    int read = 0;
+  };
+  void SetUpGroups(const std::vector<Group>& groups, std::uint32_t servers = 0) {
+    gPrefs->numservers = servers;
+    gPrefs->servers.assign(servers, u"server");
+    gPrefs->authusers.assign(servers, u"");
+    gPrefs->authpasses.assign(servers, u"");
+    gPrefs->port.assign(servers, 119);
+    gPrefs->useauths.assign(servers, 0);
+    gPrefs->usentlms.assign(servers, 0);
+    for (const Group& group : groups) {
+      gPrefs->groups.push_back(group.name);
+      gPrefs->checked.push_back(1);
+      for (int i = 0; i < group.articles; ++i) AddArticle(group.name, i, i < group.read);
+    }
+    gPrefs->numgroups = static_cast<std::uint32_t>(groups.size());
+    gPrefs->lastdownloaded.assign(groups.size() * servers, 5);
+    gPrefs->lastonserver.assign(groups.size() * servers, 9);
+    CountArticles();
+    CreateGroupList();
+    FillGroupList();
+  }
+  static std::string IdOf(const std::u16string& group, int number) {
+    return "<" + std::to_string(number) + "@" + Narrow(group) + ">";
+  }
+  static void AddArticle(const std::u16string& group, int number, bool read) {
+    AsciiArticle article;
+    article.messageId = IdOf(group, number);
+    article.read = read ? 1 : 0;
+    EXPECT_TRUE(StoreArticle(article));
+    EXPECT_TRUE(AddArticleToGroup(group, *article.messageId));
+  }
+
+  Boxes States() { return fake_.display.CheckStates(); }
+  std::u16string Counts(std::size_t row) { return fake_.display.list().rows.at(row).counts; }
+  void TypeGroupName(std::u16string_view name, std::uint32_t button = kControlOk) {
+    fake_.display.WhenShown(kDialogNewGroup,
+                            [this, name = std::u16string(name), button](port::WindowHandle dialog) {
+                              fake_.display.Type(dialog, kControlGroupName, name);
+                              fake_.display.Press(dialog, button);
+                            });
+  }
+
+  port::FakePlatform fake_;
+};
+
+TEST_F(GroupList, HasTheTwoColumns) {
+  SetUpGroups({});
+  const port::ShownList list = fake_.display.list();
+  EXPECT_EQ(list.columns[0].title, u"Newsgroup");
+  EXPECT_FALSE(list.columns[0].centred);
+  EXPECT_EQ(list.columns[0].width, 0);
+  EXPECT_EQ(list.columns[1].title, u"Unread");
+  EXPECT_TRUE(list.columns[1].centred);
+}
+
+TEST_F(GroupList, SavedWidthsAndFontAreUsed) {
+  gPrefs->columnWidths = {150, 60};
+  gPrefs->groupfont = u"Arial";
+  gPrefs->groupfontsize = 5;
+  SetUpGroups({});
+  EXPECT_EQ(fake_.display.list().columns[0].width, 150);
+  EXPECT_EQ(fake_.display.list().columns[1].width, 60);
+  EXPECT_EQ(fake_.display.list().font_face, u"Arial");
+  EXPECT_EQ(fake_.display.list().font_size_index, 5);
+}
+
+TEST_F(GroupList, RowsShowUnreadAndTotal) {
+  SetUpGroups({{u"a.one", 5, 2}, {u"a.two"}});
+  EXPECT_EQ(fake_.display.list().rows[0].name, u"a.one");
+  EXPECT_EQ(Counts(0), u"3/5");
+  EXPECT_EQ(Counts(1), u"0/0");
+  EXPECT_EQ(fake_.display.wait_cursor_depth(), 0);
+  EXPECT_GT(fake_.display.wait_cursor_shows(), 0);
+}
+
+TEST_F(GroupList, StatusTextCountsQueuedPosts) {
+  SetUpGroups({});
+  EXPECT_EQ(fake_.display.main_window().status, u"0 articles queued for posting");
+  gPendingPostCount = 1;
+  RefreshGroupCounts();
+  EXPECT_EQ(fake_.display.main_window().status, u"1 article queued for posting");
+  gPendingPostCount = 2;
+  FillGroupList();
+  EXPECT_EQ(fake_.display.main_window().status, u"2 articles queued for posting");
+}
+
+TEST_F(GroupList, ARefillKeepsTheUsersBoxes) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  fake_.display.ToggleRow(1);
+  FillGroupList();
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kUnchecked}));
+  EXPECT_EQ(gPrefs->checked, (std::vector<std::uint32_t>{1, 0}));
+}
+
+TEST_F(GroupList, TheFirstFillShowsTheCurrentGroupAndLaterOnesKeepTheSelection) {
+  gCurrentGroup = 1;
+  SetUpGroups({{u"a"}, {u"b"}});
+  EXPECT_EQ(fake_.display.list().selected, 1);
+  fake_.display.SelectRow(0);
+  FillGroupList();
+  EXPECT_EQ(fake_.display.list().selected, 0);
+}
+
+TEST_F(GroupList, SelectAllAndNone) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  HandleGroupCommand(40013);
+  EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
+  HandleGroupCommand(40012);
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
+}
+
+TEST_F(GroupList, CheckUncheckAllChecksAllUnlessAllAreChecked) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  HandleGroupCommand(40050);
+  EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
+  fake_.display.ToggleRow(0);
+  HandleGroupCommand(40050);
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
+}
+
+TEST_F(GroupList, DeleteReadAsksAndDeletesReadArticlesOfCheckedGroups) {
+  SetUpGroups({{u"a", 3, 2}, {u"b", 2, 2}});
+  fake_.display.ToggleRow(1);
+  fake_.display.Expect(u"Really delete read articles in checked groups?", port::kIdYes);
+  HandleGroupCommand(40014);
+  EXPECT_EQ(Counts(0), u"1/1");
+  EXPECT_EQ(Counts(1), u"0/2");
+}
+
+TEST_F(GroupList, DeleteAllOnNoDeletesNothing) {
+  SetUpGroups({{u"a", 3, 2}});
+  fake_.display.Expect(u"Really delete all articles in checked groups?", port::kIdNo);
+  HandleGroupCommand(40015);
+  EXPECT_EQ(Counts(0), u"1/3");
+  fake_.display.Expect(u"Really delete all articles in checked groups?", port::kIdYes);
+  HandleGroupCommand(40015);
+  EXPECT_EQ(Counts(0), u"0/0");
+}
+
+TEST_F(GroupList, ANewGroupAppearsCheckedWithNoArticles) {
+  SetUpGroups({{u"a"}});
+  TypeGroupName(u"  comp.lang.c++ ");
+  HandleGroupCommand(40020);
+  ASSERT_EQ(fake_.display.list().rows.size(), 2U);
+  EXPECT_EQ(fake_.display.list().rows[1].name, u"comp.lang.c++");
+  EXPECT_EQ(fake_.display.list().rows[1].check, CheckState::kChecked);
+  EXPECT_EQ(Counts(1), u"0/0");
+  EXPECT_TRUE(fake_.display.boxes().empty());
+}
+
+TEST_F(GroupList, ARejectedNameIsNamedAndDropped) {
+  SetUpGroups({{u"a"}});
+  for (const char16_t* name : {u"", u"  ", u"a b", u"a,b", u"a\tb", u"a"}) {
+    fake_.display.ForgetBoxes();
+    TypeGroupName(name);
+    HandleGroupCommand(40020);
+    EXPECT_EQ(fake_.display.list().rows.size(), 1U);
+    EXPECT_EQ(fake_.display.boxes().size(), 1U) << Narrow(name);
+  }
+}
+
+TEST_F(GroupList, CancelOfTheNewGroupDialogAddsNothing) {
+  SetUpGroups({{u"a"}});
+  TypeGroupName(u"b", kControlCancel);
+  HandleGroupCommand(40020);
+  EXPECT_EQ(fake_.display.list().rows.size(), 1U);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+}
+
+TEST_F(GroupList, RemovingTwoAdjacentCheckedGroupsRemovesBoth) {
+  SetUpGroups({{u"a", 1}, {u"b", 2}, {u"c", 3}, {u"d", 4}}, 1);
+  fake_.display.ToggleRow(0);
+  fake_.display.ToggleRow(3);
+  fake_.display.SelectRow(2);
+  gCurrentGroup = 2;
+  fake_.display.Expect(u"Really delete the checked groups?", port::kIdYes);
+  HandleGroupCommand(40021);
+  ASSERT_EQ(gPrefs->groups, (std::vector<std::u16string>{u"a", u"d"}));
+  EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
+  EXPECT_EQ(Counts(0), u"1/1");
+  EXPECT_EQ(Counts(1), u"4/4");
+  EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(fake_.display.list().selected, -1);
+  EXPECT_FALSE(GroupChainFirst(u"b"));
+  EXPECT_FALSE(ArticleExists(IdOf(u"c", 0)));
+  EXPECT_TRUE(ArticleExists(IdOf(u"d", 3)));
+}
+
+TEST_F(GroupList, RemovingGroupsOnNoChangesNothing) {
+  SetUpGroups({{u"a", 1}});
+  fake_.display.Expect(u"Really delete the checked groups?", port::kIdNo);
+  HandleGroupCommand(40021);
+  EXPECT_EQ(gPrefs->numgroups, 1U);
+}
+
+TEST_F(GroupList, RemovingStopsWhenTheDeletionIsCancelled) {
+  SetUpGroups({{u"a", 3}, {u"b", 3}});
+  fake_.display.CancelProgressAfter(0);
+  fake_.display.Expect(u"Really delete the checked groups?", port::kIdYes);
+  HandleGroupCommand(40021);
+  EXPECT_EQ(gPrefs->numgroups, 2U);
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
+}
+
+TEST_F(GroupList, MarkReadMarksCheckedGroupsOnly) {
+  SetUpGroups({{u"a", 3, 1}, {u"b", 2}});
+  fake_.display.ToggleRow(1);
+  fake_.display.Expect(u"Mark articles in checked groups as read?", port::kIdYes);
+  HandleGroupCommand(40024);
+  EXPECT_EQ(Counts(0), u"0/3");
+  EXPECT_EQ(Counts(1), u"2/2");
+  EXPECT_TRUE(IsArticleRead(IdOf(u"a", 2)));
+  EXPECT_FALSE(IsArticleRead(IdOf(u"b", 0)));
+  const auto texts = fake_.display.progress_texts();
+  ASSERT_EQ(texts.size(), 2U);
+  EXPECT_EQ(texts[0].text, u"Marking articles in checked groups as read...");
+  EXPECT_EQ(texts[1].control, 1022U);
+  EXPECT_EQ(texts[1].text, u"a");
+}
+
+TEST_F(GroupList, MarkUnreadMarksBackAndSkipsGroupsWithNothingToDo) {
+  SetUpGroups({{u"a", 2, 2}, {u"b", 2, 0}});
+  fake_.display.Expect(u"Mark articles in checked groups as unread?", port::kIdYes);
+  HandleGroupCommand(40025);
+  EXPECT_EQ(Counts(0), u"2/2");
+  const auto texts = fake_.display.progress_texts();
+  ASSERT_EQ(texts.size(), 2U);
+  EXPECT_EQ(texts[0].text, u"Marking articles in checked groups as unread...");
+  EXPECT_EQ(texts[1].text, u"a");
+}
+
+TEST_F(GroupList, MarkingStopsAtOnceWhenCancelled) {
+  SetUpGroups({{u"a", 4}, {u"b", 4}});
+  fake_.display.CancelProgressAfter(2);
+  fake_.display.Expect(u"Mark articles in checked groups as read?", port::kIdYes);
+  HandleGroupCommand(40024);
+  EXPECT_EQ(gReadInfo[0]->readCount, CountGroupArticles(u"a", true));
+  EXPECT_LT(gReadInfo[0]->readCount, 4U);
+  EXPECT_EQ(Counts(1), u"4/4");
+}
+
+TEST_F(GroupList, ServerReadSkipsWhatIsOnEveryServer) {
+  SetUpGroups({{u"a"}, {u"b"}}, 2);
+  fake_.display.ToggleRow(0);
+  fake_.display.Expect(u"This may cause Quillet CE to skip articles on the server. Are you sure?",
+                       port::kIdYes);
+  HandleGroupCommand(40026);
+  EXPECT_EQ(gPrefs->lastdownloaded, (std::vector<std::uint32_t>{5, 9, 5, 9}));
+  const port::ShownBox box = fake_.display.boxes().back();
+  EXPECT_EQ(box.caption, u"Finished marking server(s) read/unread");
+  EXPECT_EQ(box.text, u"Processed 1 group.");
+  EXPECT_EQ(box.style.icon, port::BoxIcon::kNone);
+  EXPECT_EQ(box.owner, gMainWindow);
+}
+
+TEST_F(GroupList, ServerUnreadFetchesEverythingAgainAndWritesNothing) {
+  SetUpGroups({{u"a"}, {u"b"}}, 1);
+  const auto before = fake_.registry.Create(kRegistryPath)->Values().size();
+  fake_.display.Expect(
+      u"This may cause Quillet CE to download duplicates of articles that it "
+      u"already has. Are you sure?",
+      port::kIdYes);
+  HandleGroupCommand(40027);
+  EXPECT_EQ(gPrefs->lastdownloaded, (std::vector<std::uint32_t>{0, 0}));
+  EXPECT_EQ(fake_.display.boxes().back().text, u"Processed 2 groups.");
+  EXPECT_EQ(fake_.registry.Create(kRegistryPath)->Values().size(), before);
+}
+
+TEST_F(GroupList, ServerMarksWithNoCheckedGroupSayZeroGroups) {
+  SetUpGroups({{u"a"}}, 1);
+  fake_.display.ToggleRow(0);
+  fake_.display.Expect(u"This may cause Quillet CE to skip", port::kIdYes);
+  HandleGroupCommand(40026);
+  EXPECT_EQ(fake_.display.boxes().back().text, u"Processed 0 groups.");
+}
+
+TEST_F(GroupList, OtherCommandsAreIgnored) {
+  SetUpGroups({{u"a"}});
+  for (std::uint32_t id : {0U, 40000U, 40011U, 40029U, 40030U, 40049U, 40051U, 0xFFFFFFFFU}) {
+    HandleGroupCommand(id);
+  }
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked}));
+}
+
+TEST_F(GroupList, OpeningTakesTheSelectedRow) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  EXPECT_FALSE(OpenSelectedGroup());
+  EXPECT_EQ(gCurrentGroup, -1);
+  fake_.display.SelectRow(1);
+  EXPECT_TRUE(OpenSelectedGroup());
+  EXPECT_EQ(gCurrentGroup, 1);
+}
+
+}  // namespace
+}  // namespace quillet
