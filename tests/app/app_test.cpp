@@ -19,6 +19,7 @@
 #include "store/databases.h"
 #include "store/records.h"
 #include "util/little_endian.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {

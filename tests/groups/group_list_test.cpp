@@ -11,6 +11,7 @@
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/records.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
