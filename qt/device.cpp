@@ -1,7 +1,9 @@
 #include "qt/device.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QTimer>
 #include <thread>
 
 namespace quillet::qt {
@@ -27,16 +29,31 @@ QtDevice::~QtDevice() {
 
 int QtDevice::Run(const std::function<int()>& program) {
   int result = 0;
+  program_ended_ = false;
   QEventLoop loop;
   std::thread thread([&] {
     result = program();
-    jobs_.Post([&loop] { loop.quit(); });
+    jobs_.Post([&] {
+      program_ended_ = true;
+      loop.quit();
+    });
   });
   loop.exec();
   // Whoever still waits for the display is let go: the program ends without it.
   jobs_.Close();
   thread.join();
   return result;
+}
+
+bool QtDevice::WaitForProgram(int timeout_ms) {
+  QDeadlineTimer deadline(timeout_ms);
+  QTimer wake;  // so that waiting for events ends with the time
+  wake.start(timeout_ms);
+  while (!program_ended_ && !deadline.hasExpired()) {
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                    QEventLoop::WaitForMoreEvents);
+  }
+  return program_ended_;
 }
 
 }  // namespace quillet::qt

@@ -33,6 +33,10 @@ class QtDevice {
   // here until it returns; its result. Display thread.
   int Run(const std::function<int()>& program);
 
+  // Keeps the display working until the program has ended, for a caller inside the event loop.
+  // False after that many milliseconds. Display thread.
+  bool WaitForProgram(int timeout_ms);
+
  private:
   JobQueue jobs_;
   Display display_;
@@ -41,6 +45,7 @@ class QtDevice {
   QtListView group_list_;
   QtDialogs dialogs_;
   KeyFilter keys_;
+  bool program_ended_ = false;  // display thread
 };
 
 }  // namespace quillet::qt

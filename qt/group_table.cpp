@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <algorithm>
+#include <cmath>
 
 #include "qt/text.h"
 
@@ -145,10 +146,12 @@ GroupTable::GroupTable(std::function<void(int row)> activated, QWidget* parent)
   setModel(model_);
   auto* header = new FittingHeader(this);
   header->setAccessibleName(QStringLiteral("Column headings"));
-  header->setStretchLastSection(false);
   header->setSectionsMovable(false);
   header->setMinimumSectionSize(fontMetrics().averageCharWidth() * 3);
   setHeader(header);
+  header->setStretchLastSection(false);
+  header->setSectionResizeMode(0, QHeaderView::Interactive);
+  header->setSectionResizeMode(1, QHeaderView::Stretch);
   setAccessibleName(QStringLiteral("Newsgroups"));
   setRootIsDecorated(false);
   setUniformRowHeights(true);
@@ -156,25 +159,31 @@ GroupTable::GroupTable(std::function<void(int row)> activated, QWidget* parent)
   setSelectionBehavior(QAbstractItemView::SelectRows);
   setSelectionMode(QAbstractItemView::SingleSelection);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
-  connect(header, &QHeaderView::sectionResized, this, [this] {
-    if (!applying_) fixed_widths_ = Widths();  // the user chose
+  connect(header, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
+    if (section == 0 && !applying_) chosen_share_ = double(width) / viewport()->width();
   });
 }
 
 void GroupTable::SetColumns(std::span<const port::ListColumn, 2> columns) {
   model_->SetColumns(columns);
-  fixed_widths_ = {std::max(columns[0].width, 0), std::max(columns[1].width, 0)};
+  given_widths_ = {std::max(columns[0].width, 0), std::max(columns[1].width, 0)};
+  chosen_share_ = 0;
   ApplyWidths();
 }
 
-// Five sixths and the rest, as long as nobody has given widths.
+double GroupTable::FirstColumnShare(int client) const {
+  if (chosen_share_ > 0) return chosen_share_;
+  const double first = given_widths_[0] > 0 ? given_widths_[0] : client * 5 / 6;
+  const double second = given_widths_[1] > 0 ? given_widths_[1] : client - first;
+  return first / std::max(first + second, 1.0);
+}
+
 void GroupTable::ApplyWidths() {
   const int client = viewport()->width();
-  const int first = fixed_widths_[0] > 0 ? fixed_widths_[0] : client * 5 / 6;
-  const int second = fixed_widths_[1] > 0 ? fixed_widths_[1] : client - first;
+  const int least = header()->minimumSectionSize();
+  const int first = static_cast<int>(std::lround(client * FirstColumnShare(client)));
   applying_ = true;
-  setColumnWidth(0, std::max(first, header()->minimumSectionSize()));
-  setColumnWidth(1, std::max(second, header()->minimumSectionSize()));
+  setColumnWidth(0, std::clamp(first, least, std::max(client - least, least)));
   applying_ = false;
 }
 

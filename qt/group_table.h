@@ -39,6 +39,8 @@ class GroupModel final : public QAbstractTableModel {
   std::array<bool, 2> centred_{};
 };
 
+// The two columns always fill the list: given widths count by their proportion, so that widths
+// saved on one screen fit another.
 class GroupTable final : public QTreeView {
  public:
   // `activated` is called with the row of a double click or Enter.
@@ -59,11 +61,12 @@ class GroupTable final : public QTreeView {
 
  private:
   void ApplyWidths();
+  double FirstColumnShare(int client) const;
 
   GroupModel* model_;
   std::function<void(int row)> activated_;
-  // 0: the width follows the window.
-  std::array<int, 2> fixed_widths_{};
+  std::array<int, 2> given_widths_{};  // 0: the default
+  double chosen_share_ = 0;            // the first column's, once the user moved the divider
   bool applying_ = false;
 };
 

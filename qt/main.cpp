@@ -1,0 +1,69 @@
+// quillet: the newsreader in a window.
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+
+#include "port/linux/linux_platform.h"
+#include "qt/device.h"
+#include "qt/program.h"
+
+namespace {
+
+using quillet::port::Arguments;
+
+constexpr int kExitNoDisplay = 1;
+
+// What the toolkit finds fatal (a display that cannot be opened) is an error of the user's
+// surroundings: said in one line, without a core dump.
+void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                          const QString& text) {
+  if (type == QtDebugMsg || type == QtInfoMsg) return;
+  std::fprintf(stderr, "quillet: %s\n", qPrintable(text));
+  if (type == QtFatalMsg) std::_Exit(kExitNoDisplay);
+}
+
+// A start by the scheduler may have no display and still reach the instance that has one.
+int EndWithoutDisplay(quillet::port::LinuxServices& services, const QString& problem) {
+  const bool scheduled = services.shell.CommandLine() == u"AppRunAtTime";
+  if (services.shell.ForwardToOtherInstance(scheduled)) return 0;
+  std::fprintf(stderr, "quillet: %s\n", qPrintable(problem));
+  return kExitNoDisplay;
+}
+
+int RunInWindow(const Arguments& arguments, char** argv) {
+  const quillet::port::Profile profile = quillet::port::LocateProfile(arguments.profile);
+  const std::string problem = quillet::port::PrepareProfile(profile);
+  if (!problem.empty()) {
+    std::fprintf(stderr, "quillet: %s\n", problem.c_str());
+    return 1;
+  }
+  quillet::port::LinuxServices services(profile, arguments.CommandLine(),
+                                        quillet::port::OwnExecutable());
+  const QString no_display = quillet::qt::DisplayProblem();
+  if (!no_display.isEmpty()) return EndWithoutDisplay(services, no_display);
+  int application_argc = 1;  // the program's own arguments are no business of the toolkit
+  quillet::qt::NameApplication();
+  qInstallMessageHandler(HandleToolkitMessage);
+  const QApplication application(application_argc, argv);
+  quillet::qt::QtDevice device(services.queues);
+  return quillet::qt::RunQuilletOn(device, services);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Arguments arguments = quillet::port::ParseArguments(argc, argv);
+  switch (arguments.action) {
+    case Arguments::Action::kHelp:
+      std::fputs(quillet::port::HelpText("quillet").c_str(), stdout);
+      return 0;
+    case Arguments::Action::kVersion:
+      std::fputs(quillet::port::VersionText("quillet").c_str(), stdout);
+      return 0;
+    case Arguments::Action::kWrong:
+      std::fprintf(stderr, "quillet: %s\n", arguments.error.c_str());
+      return quillet::port::kExitUsage;
+    default:
+      return RunInWindow(arguments, argv);
+  }
+}

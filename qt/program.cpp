@@ -1,0 +1,50 @@
+#include "qt/program.h"
+
+#include <QApplication>
+#include <QSessionManager>
+
+#include "app/base/messages.h"
+#include "app/startup.h"
+
+namespace quillet::qt {
+namespace {
+
+// Time the program has for its last writes at the end of a session.
+constexpr int kSessionEndMs = 5000;
+
+// The desktop may end this process as soon as the answer is given: not before all is saved.
+void EndSession(QtDevice& device, port::LinuxServices& services) {
+  BeginSessionEnd();
+  services.EndSession();
+  device.boxes().AnswerAll();
+  device.WaitForProgram(kSessionEndMs);
+}
+
+}  // namespace
+
+void NameApplication() {
+  QApplication::setApplicationName(QStringLiteral("quillet"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Quillet CE"));
+  QApplication::setApplicationVersion(QStringLiteral("1.14r3"));
+  QApplication::setDesktopFileName(QStringLiteral("quillet"));
+}
+
+QString DisplayProblem() {
+  if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return {};
+  if (!qEnvironmentVariableIsEmpty("DISPLAY")) return {};
+  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) return {};
+  return QStringLiteral("there is no display (DISPLAY and WAYLAND_DISPLAY are not set)");
+}
+
+int RunQuilletOn(QtDevice& device, port::LinuxServices& services) {
+  services.Attach(device.boxes(), device.windows(), device.group_list(), device.dialogs());
+  const auto session = QObject::connect(
+      qApp, &QGuiApplication::commitDataRequest, qApp,
+      [&](QSessionManager& /*manager*/) { EndSession(device, services); }, Qt::DirectConnection);
+  const int result = device.Run(RunQuillet);
+  QObject::disconnect(session);
+  services.Detach();
+  return result;
+}
+
+}  // namespace quillet::qt
