@@ -47,6 +47,12 @@ JsonObject& JsonObject::AddRaw(std::string_view name, std::string_view json) {
   return *this;
 }
 
+JsonObject& JsonObject::Append(const JsonObject& other) {
+  if (!members_.empty() && !other.members_.empty()) members_ += ',';
+  members_ += other.members_;
+  return *this;
+}
+
 JsonList& JsonList::AddRaw(std::string_view json) {
   if (!items_.empty()) items_ += ',';
   items_ += json;

@@ -44,6 +44,9 @@ class JsonObject {
   // `json` is a finished JSON value.
   JsonObject& AddRaw(std::string_view name, std::string_view json);
 
+  // Adds all members of another object.
+  JsonObject& Append(const JsonObject& other);
+
   // The object in braces, without a line end.
   std::string Finish() const { return "{" + members_ + "}"; }
 

@@ -1,0 +1,165 @@
+#include "script/describe.h"
+
+#include <array>
+
+#include "res/commands.h"
+#include "res/resource.h"
+#include "script/words.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::array<std::string_view, 3> kViews = {"group", "thread", "article"};
+constexpr std::array<std::string_view, 3> kPlacements = {"bottom", "left", "right"};
+constexpr std::array<std::string_view, 4> kButtons = {"ok", "okcancel", "yesno", "yesnocancel"};
+constexpr std::array<std::string_view, 3> kBoxStates = {"none", "unchecked", "checked"};
+constexpr std::array<std::string_view, 6> kKinds = {"button", "text",     "edit",
+                                                    "check",  "progress", "other"};
+
+template <class Enum, std::size_t Count>
+std::string_view NameOf(const std::array<std::string_view, Count>& names, Enum value) {
+  const auto index = static_cast<std::size_t>(value);
+  return index < Count ? names[index] : "unknown";
+}
+
+std::string_view AnswerName(int answer) {
+  switch (answer) {
+    case port::kIdOk:
+      return "ok";
+    case port::kIdCancel:
+      return "cancel";
+    case port::kIdYes:
+      return "yes";
+    case port::kIdNo:
+      return "no";
+    default:
+      return "unknown";
+  }
+}
+
+JsonObject DescribeControl(const port::ShownControl& control) {
+  JsonObject object;
+  object.Add("id", control.id).Add("kind", NameOf(kKinds, control.kind));
+  object.Add("text", control.text).Add("checked", control.checked);
+  object.Add("visible", control.visible).Add("name", control.accessible_name);
+  if (control.kind == ControlKind::kProgressBar) {
+    object.Add("upper", control.upper).Add("position", control.position);
+  }
+  return object;
+}
+
+JsonObject DescribeSize(port::Size size) {
+  return JsonObject().Add("width", size.width).Add("height", size.height);
+}
+
+JsonObject DescribeEntry(const MenuEntry& entry) {
+  JsonObject object;
+  object.Add("depth", entry.depth);
+  if (entry.text.empty()) return object.Add("separator", true);
+  object.Add("text", entry.text);
+  if (entry.command != 0) object.Add("command", entry.command);
+  if (!entry.shortcut.empty()) object.Add("shortcut", entry.shortcut);
+  return object;
+}
+
+}  // namespace
+
+std::string_view ViewName(int tab) {
+  return NameOf(kViews, tab);
+}
+
+std::string_view PlacementName(port::TabPlacement placement) {
+  return NameOf(kPlacements, placement);
+}
+
+std::string_view OwnerKind(const port::FakeDisplay& display, port::WindowHandle owner) {
+  if (owner == 0) return "none";
+  return owner == display.main_window().handle ? "main" : "dialog";
+}
+
+JsonObject DescribeBox(const port::ShownBox& box, std::string_view owner, int answer) {
+  return JsonObject()
+      .Add("owner", owner)
+      .Add("caption", box.caption)
+      .Add("text", box.text)
+      .Add("buttons", NameOf(kButtons, box.style.buttons))
+      .Add("icon", box.style.icon == port::BoxIcon::kExclamation ? "exclamation" : "none")
+      .Add("topmost", box.style.topmost)
+      .Add("answer", AnswerName(answer));
+}
+
+JsonObject DescribeDialog(const port::ShownDialog& dialog, std::string_view owner) {
+  JsonList controls;
+  for (const port::ShownControl& control : dialog.controls) controls.Add(DescribeControl(control));
+  return JsonObject()
+      .Add("handle", dialog.handle)
+      .Add("form", dialog.form)
+      .Add("caption", dialog.caption)
+      .Add("owner", owner)
+      .Add("modal", dialog.form != kDialogProgress)
+      .AddRaw("controls", controls.Finish());
+}
+
+JsonObject DescribeGroups(const port::ShownList& list) {
+  JsonList columns;
+  for (const port::ListColumn& column : list.columns) {
+    columns.Add(JsonObject()
+                    .Add("title", column.title)
+                    .Add("width", column.width)
+                    .Add("centred", column.centred));
+  }
+  JsonList rows;
+  for (const port::ListRow& row : list.rows) {
+    rows.Add(JsonObject()
+                 .Add("name", row.name)
+                 .Add("box", NameOf(kBoxStates, row.check))
+                 .Add("counts", row.counts));
+  }
+  return JsonObject()
+      .AddRaw("columns", columns.Finish())
+      .Add("font", list.font_face)
+      .Add("font_size", list.font_size_index)
+      .Add("selected", list.selected)
+      .AddRaw("rows", rows.Finish());
+}
+
+JsonObject DescribeTabs(const port::ShownMainWindow& window) {
+  JsonObject object;
+  object.Add("exists", window.has_tabs).Add("placement", PlacementName(window.placement));
+  return object.Add("selected", ViewName(window.tab));
+}
+
+JsonObject DescribeWindow(const port::ShownMainWindow& window) {
+  return JsonObject()
+      .Add("exists", window.handle != 0)
+      .Add("visible", window.shown)
+      .Add("class", window.spec.window_class)
+      .Add("title", window.spec.title)
+      .Add("width", window.spec.size.width)
+      .Add("height", window.spec.size.height)
+      .AddRaw("inside", DescribeSize(window.inside).Finish())
+      .AddRaw("tab_area", DescribeSize(window.tabs).Finish())
+      .Add("raised", window.raised);
+}
+
+JsonObject DescribeMenu(int view) {
+  JsonList entries;
+  for (const MenuEntry& entry : MenuOfView(view)) entries.Add(DescribeEntry(entry));
+  JsonList buttons;
+  for (const MenuButton& button : ButtonsOfView(view)) {
+    buttons.Add(JsonObject().Add("command", button.command).Add("tooltip", button.tooltip));
+  }
+  JsonList accelerators;
+  for (const Accelerator& accelerator : AcceleratorsOfView(view)) {
+    accelerators.Add(JsonObject()
+                         .Add("key", KeyText(accelerator.virtual_key, accelerator.modifiers))
+                         .Add("command", accelerator.command));
+  }
+  return JsonObject()
+      .Add("view", ViewName(view))
+      .AddRaw("entries", entries.Finish())
+      .AddRaw("buttons", buttons.Finish())
+      .AddRaw("accelerators", accelerators.Finish());
+}
+
+}  // namespace quillet

@@ -1,0 +1,231 @@
+#include "script/observer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "res/resource.h"
+#include "script/describe.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// A press of Cancel takes the dialog's thread far less.
+constexpr int kHandledWithinMs = 5000;
+
+bool IsStatusText(std::uint32_t control) {
+  return control == kControlProgressTitle || control == kControlProgressDetail;
+}
+
+// What Escape means in a box.
+int UsualAnswer(port::BoxButtons buttons) {
+  switch (buttons) {
+    case port::BoxButtons::kOk:
+      return port::kIdOk;
+    case port::BoxButtons::kYesNo:
+      return port::kIdNo;
+    default:
+      return port::kIdCancel;
+  }
+}
+
+bool HasButton(port::BoxButtons buttons, int answer) {
+  switch (answer) {
+    case port::kIdOk:
+      return buttons == port::BoxButtons::kOk || buttons == port::BoxButtons::kOkCancel;
+    case port::kIdCancel:
+      return buttons == port::BoxButtons::kOkCancel || buttons == port::BoxButtons::kYesNoCancel;
+    default:
+      return buttons == port::BoxButtons::kYesNo || buttons == port::BoxButtons::kYesNoCancel;
+  }
+}
+
+}  // namespace
+
+// --- boxes ---------------------------------------------------------------------------------------
+
+std::optional<int> ScriptObserver::OnBox(const port::ShownBox& box) {
+  const std::optional<int> announced = run_.announcements.Take(box.text);
+  const bool fits = announced && HasButton(box.style.buttons, *announced);
+  const int answer = fits ? *announced : UsualAnswer(box.style.buttons);
+  run_.reporter.Report("box", DescribeBox(box, OwnerKind(run_.display, box.owner), answer)
+                                  .Add("announced", announced.has_value()));
+  if (announced && !fits) {
+    run_.Fail({kStatusFailed, "no-such-button", box.text}, 0);
+  } else if (!announced && box.style.buttons != port::BoxButtons::kOk) {
+    run_.Fail({kStatusFailed, "unannounced-question", box.text}, 0);
+  }
+  return answer;
+}
+
+void ScriptObserver::OnWaitCursor(int depth) {
+  if (report_wait_cursor_) run_.reporter.Report("wait-cursor", JsonObject().Add("depth", depth));
+}
+
+void ScriptObserver::OnBeep() {
+  run_.reporter.Report("beep");
+}
+
+// --- the main window -----------------------------------------------------------------------------
+
+void ScriptObserver::OnWindowCreated(const port::MainWindowSpec& spec) {
+  run_.reporter.Report("window-created", JsonObject()
+                                             .Add("class", spec.window_class)
+                                             .Add("title", spec.title)
+                                             .Add("width", spec.size.width)
+                                             .Add("height", spec.size.height));
+}
+void ScriptObserver::OnWindowShown() {
+  run_.reporter.Report("window-shown");
+}
+void ScriptObserver::OnWindowRaised() {
+  run_.reporter.Report("window-raised");
+}
+void ScriptObserver::OnWindowDestroyed() {
+  run_.reporter.Report("window-destroyed");
+}
+
+void ScriptObserver::OnTabsCreated(port::TabPlacement placement) {
+  run_.reporter.Report("tabs-created", JsonObject().Add("placement", PlacementName(placement)));
+}
+
+void ScriptObserver::OnTabSelected(int tab) {
+  run_.reporter.Report("tab", JsonObject().Add("selected", ViewName(tab)));
+}
+
+void ScriptObserver::OnStatusText(std::u16string_view text) {
+  run_.reporter.Report("status-text", JsonObject().Add("text", text));
+}
+
+void ScriptObserver::OnListChanged() {
+  run_.reporter.Report("groups-changed", JsonObject().Add("rows", run_.display.list().rows.size()));
+}
+
+// --- dialogs -------------------------------------------------------------------------------------
+
+bool ScriptObserver::IsProgress(port::WindowHandle dialog) {
+  const std::lock_guard lock(mutex_);
+  return progress_.dialog == dialog && dialog != 0;
+}
+
+void ScriptObserver::OnDialogCreated(port::WindowHandle dialog, std::uint32_t form) {
+  const std::lock_guard lock(mutex_);
+  forms_[dialog] = form;
+  if (form != kDialogProgress) return;
+  progress_ = {};
+  progress_.dialog = dialog;
+  progress_.thread = std::this_thread::get_id();
+}
+
+void ScriptObserver::OnDialogShown(port::WindowHandle dialog) {
+  const auto shown = run_.display.FindDialog(dialog);
+  if (!shown) return;
+  run_.reporter.Report("dialog", DescribeDialog(*shown, OwnerKind(run_.display, shown->owner)));
+  if (shown->form != kDialogProgress) return;
+  {
+    const std::lock_guard lock(mutex_);
+    progress_.shown = true;
+  }
+  run_.reporter.Wake();
+  PressCancelWhenDue();
+}
+
+void ScriptObserver::OnDialogDestroyed(port::WindowHandle dialog) {
+  std::uint32_t form = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    form = forms_[dialog];
+    forms_.erase(dialog);
+    if (progress_.dialog == dialog) progress_ = {};
+    cancel_pressed_ = cancel_pressed_ && form != kDialogProgress;
+  }
+  run_.reporter.Report("dialog-closed", JsonObject().Add("handle", dialog).Add("form", form));
+}
+
+void ScriptObserver::OnControlText(port::WindowHandle dialog, std::uint32_t control,
+                                   std::u16string_view text) {
+  if (!IsStatusText(control) || !IsProgress(dialog)) return;
+  {
+    const std::lock_guard lock(mutex_);
+    progress_.texts.emplace_back(text);
+  }
+  run_.reporter.Report("progress-text", JsonObject().Add("control", control).Add("text", text));
+  NoteChange();
+}
+
+void ScriptObserver::OnControlChanged(port::WindowHandle dialog, std::uint32_t control) {
+  if (control != kControlProgressBar || !IsProgress(dialog)) return;
+  const auto shown = run_.display.FindDialog(dialog);
+  if (!shown) return;
+  const auto bar = std::ranges::find(shown->controls, control, &port::ShownControl::id);
+  if (bar == shown->controls.end()) return;
+  bool range = false;
+  bool position = false;
+  {
+    const std::lock_guard lock(mutex_);
+    range = std::exchange(progress_.upper, bar->upper) != bar->upper;
+    position = std::exchange(progress_.position, bar->position) != bar->position;
+  }
+  if (report_positions_ && range) {
+    run_.reporter.Report("progress-range", JsonObject().Add("upper", bar->upper));
+  }
+  if (report_positions_ && position) {
+    run_.reporter.Report("progress-position", JsonObject().Add("position", bar->position));
+  }
+  if (position) NoteChange();
+}
+
+// --- Cancel --------------------------------------------------------------------------------------
+
+void ScriptObserver::CancelAfter(std::optional<std::uint32_t> changes) {
+  {
+    const std::lock_guard lock(mutex_);
+    cancel_after_ = changes;
+    changes_since_armed_ = 0;
+  }
+  PressCancelWhenDue();
+}
+
+bool ScriptObserver::ProgressShows(std::u16string_view text_prefix) {
+  const std::lock_guard lock(mutex_);
+  if (!progress_.shown) return false;
+  return text_prefix.empty() || std::ranges::any_of(progress_.texts, [&](const auto& text) {
+           return StartsWith(text, text_prefix);
+         });
+}
+
+std::uint64_t ScriptObserver::TakeProgressChanges() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(changes_, 0);
+}
+
+void ScriptObserver::NoteChange() {
+  {
+    const std::lock_guard lock(mutex_);
+    ++changes_;
+    ++changes_since_armed_;
+  }
+  PressCancelWhenDue();
+}
+
+// Presses Cancel when its moment has come, and lets the dialog's thread handle the press before the
+// calling thread, the operation's, goes on: the operation then finds the request at its next test.
+void ScriptObserver::PressCancelWhenDue() {
+  std::thread::id thread;
+  {
+    const std::lock_guard lock(mutex_);
+    const bool due = cancel_after_ && changes_since_armed_ >= *cancel_after_;
+    if (progress_.shown && due) {
+      const auto change = static_cast<std::uint64_t>(*cancel_after_);
+      cancel_after_.reset();
+      cancel_pressed_ = run_.display.Press(progress_.dialog, kControlCancel);
+      run_.reporter.Report("progress-cancelled", JsonObject().Add("change", change));
+    }
+    if (!cancel_pressed_ || progress_.thread == std::this_thread::get_id()) return;
+    cancel_pressed_ = false;
+    thread = progress_.thread;
+  }
+  run_.queues.WaitIdle(thread, kHandledWithinMs);
+}
+
+}  // namespace quillet

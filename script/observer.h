@@ -1,0 +1,81 @@
+// Reports what the display shows, answers boxes as announced, and presses Cancel in the progress
+// dialog at the announced moment. The hooks are called on the program's threads.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "port/fake/display_observer.h"
+#include "script/script_run.h"
+
+namespace quillet {
+
+class ScriptObserver final : public port::DisplayObserver {
+ public:
+  explicit ScriptObserver(ScriptRun& run) : run_(run) {}
+
+  // --- any thread ---
+
+  // Presses Cancel right after that many further status changes (0: as soon as a progress dialog
+  // is up); nothing: not at all.
+  void CancelAfter(std::optional<std::uint32_t> changes);
+  void ReportPositions(bool on) { report_positions_ = on; }
+  void ReportWaitCursor(bool on) { report_wait_cursor_ = on; }
+  // True when a progress dialog is up and one of its texts so far begins so.
+  bool ProgressShows(std::u16string_view text_prefix);
+  // Status changes since the last call.
+  std::uint64_t TakeProgressChanges();
+
+  // --- hooks ---
+
+  std::optional<int> OnBox(const port::ShownBox& box) override;
+  void OnWaitCursor(int depth) override;
+  void OnBeep() override;
+  void OnWindowCreated(const port::MainWindowSpec& spec) override;
+  void OnWindowShown() override;
+  void OnWindowRaised() override;
+  void OnWindowDestroyed() override;
+  void OnTabsCreated(port::TabPlacement placement) override;
+  void OnTabSelected(int tab) override;
+  void OnStatusText(std::u16string_view text) override;
+  void OnListChanged() override;
+  void OnDialogCreated(port::WindowHandle dialog, std::uint32_t form) override;
+  void OnDialogShown(port::WindowHandle dialog) override;
+  void OnDialogDestroyed(port::WindowHandle dialog) override;
+  void OnControlText(port::WindowHandle dialog, std::uint32_t control,
+                     std::u16string_view text) override;
+  void OnControlChanged(port::WindowHandle dialog, std::uint32_t control) override;
+
+ private:
+  struct Progress {
+    port::WindowHandle dialog = 0;
+    std::thread::id thread;
+    bool shown = false;
+    std::vector<std::u16string> texts;
+    int upper = 0;
+    int position = 0;
+  };
+
+  void NoteChange();
+  void PressCancelWhenDue();
+  bool IsProgress(port::WindowHandle dialog);
+
+  ScriptRun& run_;
+  std::atomic<bool> report_positions_ = false;
+  std::atomic<bool> report_wait_cursor_ = false;
+
+  std::mutex mutex_;
+  std::map<port::WindowHandle, std::uint32_t> forms_;  // of the dialogs that exist
+  Progress progress_;                                  // the one that exists, if one does
+  std::uint64_t changes_ = 0;
+  std::uint64_t changes_since_armed_ = 0;
+  std::optional<std::uint32_t> cancel_after_;
+  bool cancel_pressed_ = false;  // and perhaps not handled yet
+};
+
+}  // namespace quillet

@@ -1,0 +1,177 @@
+// What a script asks, and its settings.
+#include <array>
+#include <memory>
+
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "nntp/connection.h"
+#include "port/platform.h"
+#include "script/commands.h"
+#include "script/describe.h"
+#include "script/registry_text.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// --- what is shown -------------------------------------------------------------------------------
+
+void AskGroups(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  context.run.reporter.Report("groups", DescribeGroups(context.run.display.list()));
+}
+
+void AskStatus(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  context.run.reporter.Report("status",
+                              JsonObject().Add("text", context.run.display.main_window().status));
+}
+
+void AskTabs(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  context.run.reporter.Report("tabs", DescribeTabs(context.run.display.main_window()));
+}
+
+void AskWindow(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  context.run.reporter.Report("window", DescribeWindow(context.run.display.main_window()));
+}
+
+void AskMenu(ScriptContext& context, Words words) {
+  if (words.empty()) {
+    context.run.WaitIdle();
+    context.run.reporter.Report("menu", DescribeMenu(context.run.display.main_window().tab));
+    return;
+  }
+  for (int view = 0; view < port::kTabCount; ++view) {
+    if (ToUtf8(words[0]) != ViewName(view)) continue;
+    context.run.reporter.Report("menu", DescribeMenu(view));
+    return;
+  }
+  throw UsageFailure(u"no such view: " + words[0]);
+}
+
+void AskDialog(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  const port::FakeDisplay& display = context.run.display;
+  const auto dialog = display.FindDialog(display.Focus());
+  if (!dialog) throw RefusedFailure(u"no dialog is open");
+  context.run.reporter.Report("dialog", DescribeDialog(*dialog, OwnerKind(display, dialog->owner)));
+}
+
+void AskProgress(ScriptContext& context, Words /*words*/) {
+  JsonList texts;
+  for (const auto& text : context.run.display.progress_texts()) {
+    texts.Add(JsonObject().Add("control", text.control).Add("text", text.text));
+  }
+  context.run.display.ForgetProgressTexts();
+  context.run.reporter.Report("progress",
+                              JsonObject()
+                                  .AddRaw("texts", texts.Finish())
+                                  .Add("changes", context.observer.TakeProgressChanges()));
+}
+
+// --- the registry --------------------------------------------------------------------------------
+
+std::optional<port::RegistryValue> ReadValue(std::u16string_view name) {
+  const auto key = gPlatform->registry.Open(kRegistryPath);
+  return key ? key->Get(name) : std::nullopt;
+}
+
+void AskRegistry(ScriptContext& context, Words words) {
+  JsonObject answer;
+  context.run.CallOnProgram([&] {
+    const auto value = ReadValue(words[0]);
+    answer = DescribeRegistryValue(words[0], value ? &*value : nullptr);
+  });
+  context.run.reporter.Report("registry", answer);
+}
+
+void DumpRegistry(ScriptContext& context, Words /*words*/) {
+  std::vector<port::NamedRegistryValue> values;
+  context.run.CallOnProgram([&] {
+    if (const auto key = gPlatform->registry.Open(kRegistryPath)) values = key->Values();
+  });
+  for (const port::NamedRegistryValue& value : values) {
+    context.run.reporter.Report("registry", DescribeRegistryValue(value.name, &value.value));
+  }
+  context.run.reporter.Report("registry-end", JsonObject().Add("count", values.size()));
+}
+
+void SetRegistry(ScriptContext& context, Words words) {
+  const auto value = MakeRegistryValue(words.subspan(1));
+  if (!value) throw UsageFailure(u"not a registry value");
+  bool written = false;
+  context.run.CallOnProgram([&] {
+    const auto key = gPlatform->registry.Create(kRegistryPath);
+    written = key && key->Set(words[0], value->type, value->data);
+  });
+  if (!written) throw RefusedFailure(u"the registry could not be written");
+}
+
+// --- logs ----------------------------------------------------------------------------------------
+
+void AskTransactionLog(ScriptContext& context, Words /*words*/) {
+  JsonObject answer;
+  context.run.CallOnProgram([&] {
+    answer.Add("exists", gTransactionLog != nullptr);
+    answer.Add("text", gTransactionLog ? gTransactionLog->text : std::u16string());
+  });
+  context.run.reporter.Report("transaction-log", answer);
+}
+
+void AskErrorLog(ScriptContext& context, Words /*words*/) {
+  JsonList boxes;
+  JsonObject answer;
+  context.run.CallOnProgram([&] { answer.Add("text", gConnection.error_log.text); });
+  for (const port::ShownBox& box : context.run.display.boxes()) {
+    if (box.caption == u"Error log") boxes.Add(box.text);
+  }
+  context.run.reporter.Report("error-log", answer.AddRaw("boxes", boxes.Finish()));
+}
+
+// --- settings ------------------------------------------------------------------------------------
+
+void KeepTransactionLog(ScriptContext& context, Words words) {
+  const bool on = SwitchOf(words[0]);
+  bool there = false;
+  context.run.CallOnProgram([&] {
+    there = gPrefs != nullptr;
+    if (there) gPrefs->keeptranslog = on ? 1 : 0;
+  });
+  if (!there) throw RefusedFailure(u"there are no preferences");
+}
+
+void ReportPositions(ScriptContext& context, Words words) {
+  context.observer.ReportPositions(SwitchOf(words[0]));
+}
+
+void ReportWaitCursor(ScriptContext& context, Words words) {
+  context.observer.ReportWaitCursor(SwitchOf(words[0]));
+}
+
+constexpr std::array<ScriptCommand, 15> kQuestions = {{
+    {u"groups", 0, 0, false, AskGroups},
+    {u"status", 0, 0, false, AskStatus},
+    {u"tabs", 0, 0, false, AskTabs},
+    {u"window", 0, 0, false, AskWindow},
+    {u"menu", 0, 1, false, AskMenu},
+    {u"dialog", 0, 0, false, AskDialog},
+    {u"progress", 0, 0, true, AskProgress},
+    {u"registry", 1, 1, true, AskRegistry},
+    {u"registry-dump", 0, 0, true, DumpRegistry},
+    {u"registry-set", 2, kAnyNumber, true, SetRegistry},
+    {u"transaction-log", 0, 0, false, AskTransactionLog},
+    {u"error-log", 0, 0, false, AskErrorLog},
+    {u"keep-transaction-log", 1, 1, false, KeepTransactionLog},
+    {u"progress-positions", 1, 1, true, ReportPositions},
+    {u"wait-cursor", 1, 1, true, ReportWaitCursor},
+}};
+
+}  // namespace
+
+std::span<const ScriptCommand> QuestionCommands() {
+  return kQuestions;
+}
+
+}  // namespace quillet
