@@ -1,1 +1,233 @@
 #include "store/chains.h"
+
+#include <algorithm>
+#include <new>
+
+#include "app/base/records.h"
+#include "store/record_strings.h"
+#include "util/little_endian.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+constexpr DatabaseIndex kGroups = DatabaseIndex::kNewsgroups;
+constexpr std::uint32_t kGroupFormat = 1;
+constexpr std::size_t kPreviousOffset = 4;
+constexpr std::size_t kNextOffset = 8;
+constexpr std::size_t kGroupHeader = 12;
+constexpr std::string_view kCounterKey = "\xFF";
+
+std::string NumberKey(std::uint32_t number) {
+  std::string key;
+  AppendU32(key, number);
+  return key;
+}
+
+bool IsGroupValue(std::string_view value) {
+  return value.size() >= kGroupHeader + kSlackLength && value.size() <= kLongestRecord &&
+         GetU32(value, 0) == kGroupFormat;
+}
+
+// A head or chain record as it is stored; its links can be read and changed in place.
+struct StoredLinks {
+  std::uint32_t number = 0;  // 0 for a head
+  std::string key;
+  std::string value;
+
+  std::uint32_t previous() const { return GetU32(value, kPreviousOffset); }
+  std::uint32_t next() const { return GetU32(value, kNextOffset); }
+  bool Put(std::size_t offset, std::uint32_t link) {
+    PutU32(value, offset, link);
+    return StoreValue(kGroups, key, value, StoreMode::kReplace);
+  }
+};
+
+std::optional<StoredLinks> FetchLinks(std::uint32_t number, std::string key) {
+  auto value = FetchValue(kGroups, key);
+  if (!value || !IsGroupValue(*value)) return std::nullopt;
+  return StoredLinks{number, std::move(key), std::move(*value)};
+}
+
+std::optional<StoredLinks> FetchHead(std::u16string_view group_name) {
+  return FetchLinks(0, GroupKey(group_name));
+}
+
+std::optional<StoredLinks> FetchChainRecord(std::uint32_t number) {
+  if (number == 0) return std::nullopt;
+  return FetchLinks(number, NumberKey(number));
+}
+
+// Ends walks over damaged chains that lead in circles: the place looked back to moves on at every
+// doubling of the steps, so that a circle is closed after a few rounds at most.
+class CircleGuard {
+ public:
+  bool Closes(std::uint32_t number) {
+    if (number == anchor_) return true;
+    if (++steps_ == limit_) {
+      anchor_ = number;
+      steps_ = 0;
+      limit_ *= 2;
+    }
+    return false;
+  }
+
+ private:
+  std::uint32_t anchor_ = 0;
+  std::uint64_t steps_ = 0;
+  std::uint64_t limit_ = 2;
+};
+
+// The one iteration over a chain.
+struct Cursor {
+  std::uint32_t number = 0;
+  CircleGuard guard;
+};
+Cursor gCursor;
+
+// The record whose `next` is N. A writer that was killed may have left N without a `previous`, or
+// with an outdated one, so the chain itself is asked when the record named does not agree.
+std::optional<StoredLinks> FetchBefore(std::u16string_view group_name, const StoredLinks& record) {
+  auto before = FetchChainRecord(record.previous());
+  if (before && before->next() == record.number) return before;
+  CircleGuard guard;
+  before = FetchHead(group_name);
+  while (before && before->next() != record.number) {
+    const std::uint32_t next = before->next();
+    if (guard.Closes(next)) return std::nullopt;
+    before = FetchChainRecord(next);
+  }
+  return before;
+}
+
+bool IsChainKey(std::string_view key) {
+  // A group name of three letters has a key of four bytes too; heads name no article.
+  const auto value = key.size() == 4 ? FetchValue(kGroups, key) : std::nullopt;
+  GDBMGroup record;
+  return value && ParseGroup(*value, record) && !record.messageId.empty();
+}
+
+std::uint32_t HighestChainNumber() {
+  std::uint32_t highest = 0;
+  for (auto key = FirstKey(kGroups); key; key = NextKey(kGroups, *key)) {
+    if (IsChainKey(*key)) highest = std::max(highest, GetU32(*key, 0));
+  }
+  return highest;
+}
+
+// A lost or damaged counter must not hand out a number twice, so the records themselves are asked.
+std::uint32_t CounterValue() {
+  const auto value = FetchValue(kGroups, kCounterKey);
+  if (value && value->size() == 4 && GetU32(*value, 0) != 0) return GetU32(*value, 0);
+  return HighestChainNumber() + 1;
+}
+
+bool StoreChainRecord(std::uint32_t number, std::u16string_view group_name,
+                      std::string_view message_id, std::uint32_t next) {
+  const GDBMGroup record{0, next, number, std::u16string(group_name), std::string(message_id)};
+  const std::string key = NumberKey(number);
+  return StoreGroupRecord(key, record, StoreMode::kInsert) ||
+         StoreGroupRecord(key, record, StoreMode::kReplace);
+}
+
+}  // namespace
+
+std::unique_ptr<GDBMGroup> NewGDBMGroupPtr() {
+  return NewRecord<GDBMGroup>(u"NewGDBMGroupPtr");
+}
+
+std::string SerializeGroup(const GDBMGroup& group) {
+  const std::string name = Narrow(group.groupName);
+  std::string value;
+  value.reserve(kGroupHeader + name.size() + group.messageId.size() + 2 + kSlackLength);
+  AppendU32(value, kGroupFormat);
+  AppendU32(value, group.previous);
+  AppendU32(value, group.next);
+  for (const std::string_view text : {std::string_view(name), std::string_view(group.messageId)}) {
+    value.append(UpToNul(text));
+    value.push_back('\0');
+  }
+  value.append(kSlackLength, '\0');
+  return value;
+}
+
+bool ParseGroup(std::string_view value, GDBMGroup& group) {
+  if (!IsGroupValue(value)) return false;
+  StringReader reader(value.substr(kGroupHeader, value.size() - kGroupHeader - kSlackLength));
+  const auto name = reader.Next();
+  const auto message_id = reader.Next();
+  if (!name || !message_id) return false;
+  group.previous = GetU32(value, kPreviousOffset);
+  group.next = GetU32(value, kNextOffset);
+  group.groupName = Widen(*name);
+  group.messageId = *message_id;
+  return true;
+}
+
+std::string GroupKey(std::u16string_view group_name) {
+  return StringKey(Narrow(group_name));
+}
+
+bool StoreGroupRecord(std::string_view key, const GDBMGroup& record, StoreMode mode) {
+  return StoreValue(kGroups, key, SerializeGroup(record), mode);
+}
+
+std::uint32_t NextChainNumber() {
+  const std::uint32_t number = CounterValue();
+  std::string value;
+  AppendU32(value, number + 1);
+  StoreValue(kGroups, kCounterKey, value, StoreMode::kReplace);
+  return number;
+}
+
+bool AddArticleToGroup(std::u16string_view group_name, std::string_view message_id) {
+  const std::string head_key = GroupKey(group_name);
+  const auto head_value = FetchValue(kGroups, head_key);
+  const bool existed = head_value.has_value();
+  GDBMGroup head;
+  if (!existed || !ParseGroup(*head_value, head)) head = {0, 0, 0, std::u16string(group_name), {}};
+  const std::uint32_t number = NextChainNumber();
+  const std::uint32_t older = head.next;
+  // Number 0 means "none": a counter that has gone all the way round.
+  if (number == 0 || !StoreChainRecord(number, group_name, message_id, older)) return false;
+  head.next = number;
+  if (!StoreGroupRecord(head_key, head, existed ? StoreMode::kReplace : StoreMode::kInsert)) {
+    return false;
+  }
+  if (older == 0) return true;
+  if (auto links = FetchChainRecord(older)) links->Put(kPreviousOffset, number);
+  return true;
+}
+
+std::unique_ptr<GDBMGroup> GroupChainFirst(std::u16string_view group_name) {
+  gCursor = {};
+  if (const auto head = FetchHead(group_name)) gCursor.number = head->next();
+  return GroupChainNext();
+}
+
+std::unique_ptr<GDBMGroup> GroupChainNext() {
+  const std::uint32_t number = gCursor.number;
+  gCursor.number = 0;
+  if (number == 0 || gCursor.guard.Closes(number)) return nullptr;
+  const auto value = FetchValue(kGroups, NumberKey(number));
+  if (!value) return nullptr;
+  auto record = NewGDBMGroupPtr();
+  if (!record || !ParseGroup(*value, *record)) return nullptr;
+  record->number = number;
+  gCursor.number = record->next;
+  return record;
+}
+
+void RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number) {
+  // The neighbours first and the record last: a writer killed in between leaves a chain that can
+  // still be walked to its end.
+  if (const auto record = FetchChainRecord(number)) {
+    auto before = FetchBefore(group_name, *record);
+    auto after = FetchChainRecord(record->next());
+    if (after) after->Put(kPreviousOffset, before ? before->number : record->previous());
+    if (before && !before->Put(kNextOffset, record->next())) return;
+  }
+  DeleteValue(kGroups, NumberKey(number));
+}
+
+}  // namespace quillet

@@ -1,1 +1,129 @@
 #include "store/counts.h"
+
+#include <new>
+#include <utility>
+
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/records.h"
+#include "store/chains.h"
+#include "store/databases.h"
+#include "store/node.h"
+#include "store/wait_cursor.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+
+std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
+
+namespace {
+
+constexpr std::uint32_t kCacheFormat = 1;
+constexpr std::size_t kCacheLength = 12;
+
+bool StoreCache(const ReadInfo& info) {
+  std::string value;
+  for (const std::uint32_t word : {kCacheFormat, info.readCount, info.totalCount}) {
+    AppendU32(value, word);
+  }
+  return InsertOrReplaceValue(DatabaseIndex::kArticles, GroupKey(info.groupName), value);
+}
+
+void StoreCacheOrReport(const ReadInfo& info, std::u16string_view location) {
+  if (!StoreCache(info)) ReportError(u"Error storing cached newsgroup counts.", location);
+}
+
+// False when there is no cached pair, or one that cannot be right.
+bool TakeCached(ReadInfo& info) {
+  const auto value = FetchValue(DatabaseIndex::kArticles, GroupKey(info.groupName));
+  if (!value || value->size() != kCacheLength) return false;
+  info.readCount = GetU32(*value, 4);
+  info.totalCount = GetU32(*value, 8);
+  return info.readCount <= info.totalCount;
+}
+
+bool ReserveReadInfo(std::size_t groups) {
+  gReadInfo.clear();
+  try {
+    gReadInfo.reserve(groups);
+    return true;
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"CountArticles");
+    return false;
+  }
+}
+
+void SetNodeRead(Node& node, bool read) {
+  node.read = read ? 1 : 0;
+  for (Node* above = node.parent; above != nullptr; above = above->parent) {
+    above->readDescendantCount += read ? 1U : ~0U;
+    if (above->messageId.value_or("").empty()) {
+      above->read = above->descendantCount == above->readDescendantCount ? 1 : 0;
+    }
+  }
+}
+
+void AdjustReadCount(std::size_t group_index, bool read) {
+  if (group_index >= gReadInfo.size()) return;
+  // A count that was wrong may fall below 0 and wrap: it is then larger than the total, and counted
+  // anew at the next start.
+  gReadInfo[group_index]->readCount += read ? 1U : ~0U;
+  UpdateGlobalGDBMArticleCountCache(group_index);
+}
+
+}  // namespace
+
+std::unique_ptr<ReadInfo> NewReadInfoPtr() {
+  return NewRecord<ReadInfo>(u"NewReadInfoPtr");
+}
+
+void CountArticles() {
+  const WaitCursor wait;
+  const std::size_t groups = gPrefs ? gPrefs->groups.size() : 0;
+  if (!ReserveReadInfo(groups)) return;
+  for (std::size_t i = 0; i < groups; ++i) {
+    auto info = NewReadInfoPtr();
+    if (!info) return;
+    PopulateReadArticlesInfo(*info, gPrefs->groups[i]);
+    gReadInfo.push_back(std::move(info));
+  }
+}
+
+void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name) {
+  info.groupName = group_name;
+  if (TakeCached(info)) return;
+  info.totalCount = CountGroupArticles(group_name, false);
+  info.readCount = CountGroupArticles(group_name, true);
+  StoreCacheOrReport(info, u"PopulateReadArticlesInfo");
+}
+
+void UpdateGlobalGDBMArticleCountCache(std::size_t group_index) {
+  if (group_index >= gReadInfo.size()) return;
+  StoreCacheOrReport(*gReadInfo[group_index], u"UpdateGlobalGDBMArticleCountCache");
+}
+
+std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read) {
+  std::uint32_t count = 0;
+  for (auto record = GroupChainFirst(group_name); record; record = GroupChainNext()) {
+    if (!only_read || IsArticleRead(record->messageId)) ++count;
+  }
+  return count;
+}
+
+void SetArticleReadById(std::string_view message_id, Node* node, bool read,
+                        std::size_t group_index) {
+  if (message_id.empty()) return;
+  const auto article = FetchArticle(message_id);
+  if (article) SetArticleRead(*article, node, read, group_index);
+}
+
+void SetArticleRead(AsciiArticle& article, Node* node, bool read, std::size_t group_index) {
+  if (article.messageId.value_or("").empty()) return;
+  const bool was_read = (node != nullptr ? node->read : article.read) != 0;
+  article.read = read ? 1 : 0;
+  if (!StoreArticle(article) || was_read == read) return;
+  if (node != nullptr) SetNodeRead(*node, read);
+  AdjustReadCount(group_index, read);
+}
+
+}  // namespace quillet

@@ -1,1 +1,208 @@
 #include "store/databases.h"
+
+#include <array>
+#include <limits>
+
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/prefs_registry.h"
+#include "port/platform.h"
+#include "store/counts.h"
+#include "store/database_files.h"
+#include "store/database_open.h"
+#include "store/records.h"
+#include "store/use_mark.h"
+#include "util/format.h"
+
+namespace quillet {
+
+std::uint32_t gPendingPostCount = 0;
+bool gDatabaseErrorFlag = false;
+
+namespace {
+
+struct Database {
+  std::u16string_view file_name;
+  GdbmFile file;
+  bool failure_told = false;  // that this open file has come to need recovery
+};
+
+std::array<Database, kDatabaseCount> gDatabases = {{
+    {u"Quillet articles.gdb", {}, false},
+    {u"Quillet newsgroups.gdb", {}, false},
+    {u"Quillet pending posts.gdb", {}, false},
+}};
+
+constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
+                                      DatabaseIndex::kPendingPosts};
+
+Database& Of(DatabaseIndex index) {
+  return gDatabases[static_cast<std::size_t>(index)];
+}
+
+void Open(DatabaseIndex index, bool unclean) {
+  Of(index).file = OpenDatabaseFile(DatabasePath(index), unclean);
+  Of(index).failure_told = false;
+}
+
+bool DeleteFile(DatabaseIndex index) {
+  return gPlatform->files.Delete(DatabasePath(index));
+}
+
+// After every call that failed: a file that has just come to need recovery is a fatal error.
+void CheckAfterFailure(DatabaseIndex index) {
+  Database& database = Of(index);
+  if (database.failure_told || !database.file.NeedsRecovery()) return;
+  database.failure_told = true;
+  DatabaseFatalError(database.file.LastError());
+}
+
+template <class Result>
+Result Checked(DatabaseIndex index, Result result) {
+  if (!result) CheckAfterFailure(index);
+  return result;
+}
+
+std::uint64_t FileBytes(DatabaseIndex index) {
+  return gPlatform->files.FileSize(DatabasePath(index)).value_or(0);
+}
+
+}  // namespace
+
+GdbmFile& DatabaseFile(DatabaseIndex index) {
+  return Of(index).file;
+}
+
+std::u16string_view DatabaseFileName(DatabaseIndex index) {
+  return Of(index).file_name;
+}
+
+std::u16string DatabasePath(DatabaseIndex index) {
+  return FormatWide(u"%ls\\%ls", gDatabaseFolder, DatabaseFileName(index));
+}
+
+bool LoadDatabaseLibrary() {
+  return BindGdbm();
+}
+
+bool OpenGDBMDatabases() {
+  const bool unclean = UseMarkFound();
+  for (const DatabaseIndex index : kAllDatabases) Open(index, unclean);
+  if (!DatabasesOpen()) {
+    ShowBox(gMessageOwner, u"OpenGDBMDatabases", u"(unknown error)", {});
+    return false;
+  }
+  if (unclean) ClearUseMark();
+  CountArticles();
+  gPendingPostCount = CountPendingPosts();
+  return true;
+}
+
+void CloseDatabases() {
+  bool sound = true;
+  for (Database& database : gDatabases) {
+    sound = sound && !database.file.NeedsRecovery();
+    database.file.Close();
+  }
+  // With the mark, damage found while they were open is repaired at the next opening.
+  if (sound) {
+    ReleaseUseMark();
+  } else {
+    SetUseMark();
+  }
+}
+
+bool DatabasesOpen() {
+  for (const Database& database : gDatabases) {
+    if (!database.file) return false;
+  }
+  return true;
+}
+
+bool DeleteDatabases(bool include_pending) {
+  CloseDatabases();
+  const bool articles = DeleteFile(DatabaseIndex::kArticles);
+  const bool newsgroups = DeleteFile(DatabaseIndex::kNewsgroups);
+  const bool pending = !include_pending || DeleteFile(DatabaseIndex::kPendingPosts);
+  return articles && newsgroups && pending;
+}
+
+bool ResetPendingPostsDatabase() {
+  Of(DatabaseIndex::kPendingPosts).file.Close();
+  DeleteFile(DatabaseIndex::kPendingPosts);
+  Open(DatabaseIndex::kPendingPosts, false);
+  gPendingPostCount = CountPendingPosts();
+  return static_cast<bool>(Of(DatabaseIndex::kPendingPosts).file);
+}
+
+bool ReopenDatabases() {
+  CloseDatabases();
+  if (!OpenGDBMDatabases()) {
+    ReportError(u"unable to reopen GDBM databases", u"ReopenDatabases");
+    return false;
+  }
+  PostToMainWindow(kUserRefreshCounts);
+  PostToMainWindow(kUserRefillGroupList);
+  return true;
+}
+
+std::uint32_t DatabaseFileSize(DatabaseIndex index) {
+  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(std::min(FileBytes(index), kLargest));
+}
+
+std::u16string DatabaseLibraryVersion() {
+  return gGdbm.version == nullptr ? u"" : Widen(*gGdbm.version);
+}
+
+void DatabaseFatalError(std::string_view message) {
+  constexpr std::size_t kLongestMessage = 2047;
+  const std::u16string text = Widen(message.substr(0, kLongestMessage));
+  gDatabaseErrorFlag = true;
+  if (!AskYesNo(
+          u"A critical error occurred while accessing the Quillet CE databases. Delete them?")) {
+    ReportCriticalError(text, u"GDBMce");
+    return;
+  }
+  DeleteDatabases(true);
+  ReportCriticalError(u"The databases have been deleted. You will need to restart Quillet CE now.",
+                      u"GDBMce");
+}
+
+bool StoreValue(DatabaseIndex index, std::string_view key, std::string_view value, StoreMode mode) {
+  GdbmFile& file = Of(index).file;
+  if (!file) return false;
+  SetUseMark();
+  const int flag = mode == StoreMode::kInsert ? GDBM_INSERT : GDBM_REPLACE;
+  return Checked(index, file.Store(key, value, flag)) && !gDatabaseErrorFlag;
+}
+
+bool InsertOrReplaceValue(DatabaseIndex index, std::string_view key, std::string_view value) {
+  return StoreValue(index, key, value, StoreMode::kInsert) ||
+         StoreValue(index, key, value, StoreMode::kReplace);
+}
+
+std::optional<std::string> FetchValue(DatabaseIndex index, std::string_view key) {
+  return Checked(index, Of(index).file.Fetch(key));
+}
+
+bool ValueExists(DatabaseIndex index, std::string_view key) {
+  return Checked(index, Of(index).file.Exists(key));
+}
+
+bool DeleteValue(DatabaseIndex index, std::string_view key) {
+  GdbmFile& file = Of(index).file;
+  if (!file) return false;
+  SetUseMark();
+  return Checked(index, file.Delete(key));
+}
+
+std::optional<std::string> FirstKey(DatabaseIndex index) {
+  return Checked(index, Of(index).file.FirstKey(FileBytes(index)));
+}
+
+std::optional<std::string> NextKey(DatabaseIndex index, std::string_view key) {
+  return Checked(index, Of(index).file.NextKey(key));
+}
+
+}  // namespace quillet

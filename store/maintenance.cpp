@@ -1,1 +1,60 @@
 #include "store/maintenance.h"
+
+#include <limits>
+
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "port/platform.h"
+#include "store/databases.h"
+#include "store/wait_cursor.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::uint32_t kKilobyte = 1024;
+constexpr std::uint32_t kMegabyte = 1048576;
+
+}  // namespace
+
+std::u16string FormatByteSize(std::uint32_t bytes) {
+  if (bytes > kMegabyte) {
+    const float megabytes = static_cast<float>(bytes) * (1.0F / static_cast<float>(kMegabyte));
+    const auto whole = static_cast<std::uint32_t>(megabytes);
+    const auto tenth = static_cast<std::uint32_t>((megabytes - static_cast<float>(whole)) * 10.0F);
+    return FormatWide(u"%lu.%uM", whole, tenth);
+  }
+  if (bytes <= kKilobyte) return FormatWide(u"%lu bytes", bytes);
+  return FormatWide(u"%lu.%uK", bytes / kKilobyte, bytes % kKilobyte * 10 / kKilobyte);
+}
+
+std::uint32_t UsedPercent(const port::VolumeSpace& space) {
+  std::uint64_t free = space.free_bytes;
+  std::uint64_t total = space.total_bytes;
+  while ((free | total) > std::numeric_limits<std::uint32_t>::max()) {
+    free >>= 1;
+    total >>= 1;
+  }
+  if (total == 0) return 0;
+  const double free_percent = static_cast<double>(free) / static_cast<double>(total) * 100;
+  return free_percent >= 100 ? 0 : 100 - static_cast<std::uint32_t>(free_percent);
+}
+
+bool StoreHasRoom() {
+  const auto space = gPlatform->files.FreeSpace(gDatabaseFolder);
+  if (!space || UsedPercent(*space) <= gPrefs->maxstore) return true;
+  ShowMessage(
+      u"There is not enough free space on the selected store to download news. Either free some "
+      u"space or change the allowed percentage in the preferences.");
+  return false;
+}
+
+void CompactDatabases() {
+  const WaitCursor wait;
+  RunWithProgress(u"Compacting databases", [] { return RewriteDatabases(RewriteMode::kCompact); });
+  ReopenDatabases();
+}
+
+}  // namespace quillet

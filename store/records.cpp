@@ -1,1 +1,240 @@
 #include "store/records.h"
+
+#include <array>
+#include <new>
+
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/records.h"
+#include "store/compression.h"
+#include "store/databases.h"
+#include "store/record_strings.h"
+#include "store/stored_article.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::uint32_t kPlainFormat = 1;
+constexpr std::uint32_t kCompressedFormat = 2;
+constexpr std::size_t kPlainHeader = 20;       // five words
+constexpr std::size_t kCompressedHeader = 24;  // and the length of the text
+constexpr std::size_t kShortestArticle = 24;   // shorter values are no articles
+
+struct StringField {
+  std::optional<std::string> AsciiArticle::*text;
+  bool is_name;  // taken by names_only too
+};
+
+// In the order in which they are stored.
+constexpr std::array<StringField, 9> kStrings = {{
+    {&AsciiArticle::messageId, false},
+    {&AsciiArticle::headers, false},
+    {&AsciiArticle::body, false},
+    {&AsciiArticle::parentId, true},
+    {&AsciiArticle::subject, true},
+    {&AsciiArticle::from, true},
+    {&AsciiArticle::source, true},
+    {&AsciiArticle::date, false},
+    {&AsciiArticle::replyTo, false},
+}};
+
+void AppendWords(std::string& value, std::uint32_t format, const AsciiArticle& article) {
+  for (const std::uint32_t word :
+       {format, article.read, article.reserved1, article.reserved2, article.articleNumber}) {
+    AppendU32(value, word);
+  }
+}
+
+void TakeWords(std::string_view value, AsciiArticle& article) {
+  article.read = GetU32(value, 4);
+  article.reserved1 = GetU32(value, 8);
+  article.reserved2 = GetU32(value, 12);
+  article.articleNumber = GetU32(value, 16);
+}
+
+std::size_t TextLength(const AsciiArticle& article) {
+  std::size_t length = 0;
+  for (const StringField& field : kStrings) length += UpToNul(*(article.*field.text)).size() + 1;
+  return length;
+}
+
+void AppendStrings(std::string& value, const AsciiArticle& article) {
+  for (const StringField& field : kStrings) {
+    value.append(UpToNul(*(article.*field.text)));
+    value.push_back('\0');
+  }
+}
+
+std::string SerializePlain(const AsciiArticle& article, std::size_t text_length) {
+  std::string value;
+  value.reserve(kPlainHeader + text_length + kSlackLength);
+  AppendWords(value, kPlainFormat, article);
+  AppendStrings(value, article);
+  value.append(kSlackLength, '\0');
+  return value;
+}
+
+std::optional<std::string> SerializeCompressed(const AsciiArticle& article,
+                                               std::size_t text_length) {
+  std::string block;
+  block.reserve(text_length);
+  AppendStrings(block, article);
+  const auto stream = CompressBlock(block);
+  if (!stream) return std::nullopt;
+  std::string value;
+  value.reserve(kCompressedHeader + stream->size() + kSlackLength);
+  AppendWords(value, kCompressedFormat, article);
+  AppendU32(value, static_cast<std::uint32_t>(block.size()));
+  value.append(*stream);
+  value.append(kSlackLength, '\0');
+  return value;
+}
+
+bool WantsCompression(SerializeMode mode) {
+  if (!gCompressionAvailable || mode == SerializeMode::kPlain) return false;
+  return mode == SerializeMode::kCompress || (gPrefs && gPrefs->usecompression != 0);
+}
+
+// The compressor's failures, memory included, end in the plain form, silently.
+std::optional<std::string> TryCompressed(const AsciiArticle& article, std::size_t text_length) {
+  try {
+    return SerializeCompressed(article, text_length);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+std::optional<std::uint32_t> ArticleFormat(std::string_view value) {
+  if (value.size() < kShortestArticle || value.size() > kLongestRecord) return std::nullopt;
+  const std::uint32_t format = GetU32(value, 0);
+  if (format != kPlainFormat && format != kCompressedFormat) return std::nullopt;
+  return format;
+}
+
+bool TakeStrings(std::string_view block, AsciiArticle& article, bool names_only) {
+  std::array<std::string_view, kStrings.size()> texts;
+  StringReader reader(block);
+  for (std::string_view& text : texts) {
+    const auto next = reader.Next();
+    if (!next) return false;
+    text = *next;
+  }
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (!names_only || kStrings[i].is_name) article.*kStrings[i].text = std::string(texts[i]);
+  }
+  return true;
+}
+
+void RefuseWithoutLibrary() {
+  ShowMessage(
+      u"You have requested that an article be opened which contains compressed data, but the BZIP2 "
+      u"DLL is not available. Quillet CE will now quit.");
+  if (gMainWindow != 0 && gMainWindowProcedure != nullptr) {
+    gMainWindowProcedure({gMainWindow, port::MessageKind::kClose, 0, 0, {}});
+  }
+}
+
+bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_only) {
+  if (value.size() < kCompressedHeader + kSlackLength) return false;
+  const std::uint32_t length = GetU32(value, 20);
+  if (length < kStrings.size() || length > kLongestRecord) return false;
+  if (!gCompressionAvailable) {
+    RefuseWithoutLibrary();
+    return false;
+  }
+  const std::string_view stream =
+      value.substr(kCompressedHeader, value.size() - kCompressedHeader - kSlackLength);
+  const auto block = DecompressBlock(stream, length);
+  if (!block) {
+    ShowMessage(u"Decompress returned an error");
+    return false;
+  }
+  if (!TakeStrings(*block, article, names_only)) return false;
+  // The four bytes at the end count as compressed text here.
+  const auto stored = static_cast<float>(value.size() - kCompressedHeader);
+  article.compressionSavings = 1.0 - static_cast<double>(stored / static_cast<float>(length));
+  return true;
+}
+
+bool ParseValue(std::string_view value, AsciiArticle& article, bool names_only) {
+  const auto format = ArticleFormat(value);
+  if (!format) return false;
+  TakeWords(value, article);
+  article.compressionSavings = 0;
+  if (*format == kCompressedFormat) return ParseCompressed(value, article, names_only);
+  return TakeStrings(value.substr(kPlainHeader, value.size() - kPlainHeader - kSlackLength),
+                     article, names_only);
+}
+
+}  // namespace
+
+std::unique_ptr<AsciiArticle> NewAsciiArticle() {
+  return NewRecord<AsciiArticle>(u"NewAsciiArticle");
+}
+
+std::optional<std::string> SerializeArticle(AsciiArticle& article, SerializeMode mode) {
+  for (const StringField& field : kStrings) {
+    if (!(article.*field.text)) (article.*field.text).emplace();
+  }
+  const std::size_t length = TextLength(article);
+  // What could not be read back is not written.
+  if (length > kLongestRecord - kCompressedHeader - kSlackLength) return std::nullopt;
+  if (WantsCompression(mode)) {
+    if (auto value = TryCompressed(article, length)) return value;
+  }
+  try {
+    return SerializePlain(article, length);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+bool ParseArticle(std::string_view value, AsciiArticle& article, bool names_only) {
+  try {
+    return ParseValue(value, article, names_only);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+bool IsArticleValue(std::string_view value) {
+  return ArticleFormat(value).has_value();
+}
+
+std::unique_ptr<AsciiArticle> FetchArticleRecord(DatabaseIndex index, std::string_view key) {
+  const auto value = FetchValue(index, key);
+  if (!value) return nullptr;
+  auto article = NewAsciiArticle();
+  if (article && !ParseArticle(*value, *article, false)) article.reset();
+  return article;
+}
+
+bool StoreArticle(AsciiArticle& article) {
+  const auto value = SerializeArticle(article, SerializeMode::kByPreference);
+  if (value && StoreValue(DatabaseIndex::kArticles, StringKey(*article.messageId), *value,
+                          StoreMode::kReplace)) {
+    return true;
+  }
+  ShowMessage(u"Error inserting GDBM article.");
+  return false;
+}
+
+std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id) {
+  return FetchArticleRecord(DatabaseIndex::kArticles, StringKey(message_id));
+}
+
+bool ArticleExists(std::string_view message_id) {
+  return ValueExists(DatabaseIndex::kArticles, StringKey(message_id));
+}
+
+bool IsArticleRead(std::string_view message_id) {
+  const auto value = FetchValue(DatabaseIndex::kArticles, StringKey(message_id));
+  return value && IsArticleValue(*value) && GetU32(*value, 4) != 0;
+}
+
+void DeleteArticle(std::string_view message_id) {
+  DeleteValue(DatabaseIndex::kArticles, StringKey(message_id));
+}
+
+}  // namespace quillet

@@ -1,0 +1,117 @@
+// Deleting the read or all articles of groups.
+#include <algorithm>
+#include <vector>
+
+#include "app/base/long_operation.h"
+#include "app/base/prefs.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/maintenance.h"
+#include "store/records.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+// Which groups, by their position in the group list, and what of them.
+struct Deletion {
+  bool only_read = false;
+  bool checked_groups = false;
+  std::vector<std::size_t> groups;
+};
+
+std::uint32_t CountToDelete(const Deletion& deletion, const ReadInfo& info) {
+  return deletion.only_read ? info.readCount : info.totalCount;
+}
+
+// Counts that were wrong stop at 0: a total that wrapped would be trusted for good.
+void LowerCount(std::uint32_t& count) {
+  if (count > 0) --count;
+}
+
+// True when the article was deleted.
+bool DeleteOne(const Deletion& deletion, std::size_t group, const GDBMGroup& record) {
+  const bool was_read = IsArticleRead(record.messageId);
+  if (deletion.only_read && !was_read) return false;
+  ReadInfo& info = *gReadInfo[group];
+  DeleteArticle(record.messageId);
+  RemoveFromGroupChain(info.groupName, record.number);
+  if (was_read) LowerCount(info.readCount);
+  LowerCount(info.totalCount);
+  UpdateGlobalGDBMArticleCountCache(group);
+  return true;
+}
+
+void DeleteInGroup(const Deletion& deletion, std::size_t group) {
+  const std::u16string name = gReadInfo[group]->groupName;
+  SetProgressRange(CountToDelete(deletion, *gReadInfo[group]));
+  std::uint64_t done = 0;
+  auto record = GroupChainFirst(name);
+  while (record && !AbortRequested()) {
+    if (DeleteOne(deletion, group, *record)) SetProgressPosition(++done);
+    record = GroupChainNext();
+  }
+}
+
+int RunDeletion(const Deletion& deletion) {
+  for (std::size_t i = 0; i < deletion.groups.size() && !AbortRequested(); ++i) {
+    const std::size_t group = deletion.groups[i];
+    if (CountToDelete(deletion, *gReadInfo[group]) == 0) continue;
+    if (deletion.checked_groups) {
+      SetProgressDetail(FormatWide(u"Deleting in %ls (%d/%d)", gReadInfo[group]->groupName, i + 1,
+                                   deletion.groups.size()));
+    }
+    DeleteInGroup(deletion, group);
+  }
+  return AbortRequested() ? 0 : 1;
+}
+
+std::vector<std::size_t> CheckedGroups() {
+  const std::vector<bool> rows = CheckedGroupRows();
+  std::vector<std::size_t> groups;
+  for (std::size_t i = 0; i < std::min<std::size_t>(rows.size(), gPrefs->numgroups); ++i) {
+    if (rows[i]) groups.push_back(i);
+  }
+  return groups;
+}
+
+// Emptying every group is deleting the files; queued posts are never thrown away here.
+int DeleteEverything() {
+  DeleteDatabases(gPendingPostCount == 0);
+  ReopenDatabases();
+  return 1;
+}
+
+std::u16string Title(const Deletion& deletion) {
+  const std::u16string_view which = deletion.only_read ? u"read" : u"all";
+  if (deletion.checked_groups) {
+    return FormatWide(u"Deleting %ls articles in selected groups...", which);
+  }
+  return FormatWide(u"Deleting %ls articles in %ls...", which,
+                    gReadInfo[deletion.groups.front()]->groupName);
+}
+
+bool CountsReady() {
+  if (gReadInfo.size() < gPrefs->numgroups) CountArticles();
+  return gReadInfo.size() >= gPrefs->numgroups;
+}
+
+}  // namespace
+
+int DeleteArticles(bool only_read, int group_index) {
+  if (!gPrefs || gPrefs->numgroups == 0) return 1;
+  Deletion deletion{only_read, group_index == kCheckedGroups, {}};
+  if (deletion.checked_groups) {
+    deletion.groups = CheckedGroups();
+    if (!only_read && deletion.groups.size() == gPrefs->numgroups) return DeleteEverything();
+  } else if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
+    deletion.groups = {static_cast<std::size_t>(group_index)};
+  } else {
+    return 1;
+  }
+  if (!CountsReady()) return 1;
+  return RunWithProgress(Title(deletion), [&deletion] { return RunDeletion(deletion); });
+}
+
+}  // namespace quillet

@@ -1,0 +1,121 @@
+#include "store/gdbm_file.h"
+
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+namespace quillet {
+namespace {
+
+// Every key occupies at least this much of a file: its entry in a bucket.
+constexpr std::uint64_t kBytesOfAKey = 16;
+
+datum ToDatum(std::string_view bytes) {
+  // The library takes its arguments as mutable but does not change them.
+  return {const_cast<char*>(bytes.data()), static_cast<int>(bytes.size())};
+}
+
+bool Fits(std::string_view bytes) {
+  return bytes.data() != nullptr && bytes.size() <= INT_MAX / 2;
+}
+
+// Copies and frees what the library handed out.
+std::optional<std::string> TakeDatum(datum data) {
+  if (data.dptr == nullptr) return std::nullopt;
+  const std::unique_ptr<char, decltype(&std::free)> owner(data.dptr, &std::free);
+  return std::string(data.dptr, static_cast<std::size_t>(data.dsize));
+}
+
+}  // namespace
+
+GdbmFile& GdbmFile::operator=(GdbmFile&& other) noexcept {
+  if (this == &other) return *this;
+  Close();
+  file_ = std::exchange(other.file_, nullptr);
+  keys_left_ = other.keys_left_;
+  walk_complete_ = other.walk_complete_;
+  return *this;
+}
+
+GdbmFile GdbmFile::Open(const std::string& native_path, int flags, int mode, int block_size) {
+  GdbmFile file;
+  if (gGdbm.open == nullptr || native_path.empty()) return file;
+  // With a handler of its own the library would end the process after calling it.
+  file.file_ = gGdbm.open(native_path.c_str(), block_size, flags, mode, nullptr);
+  return file;
+}
+
+void GdbmFile::Close() {
+  if (file_ != nullptr) gGdbm.close(std::exchange(file_, nullptr));
+}
+
+bool GdbmFile::Store(std::string_view key, std::string_view value, int flag) {
+  if (file_ == nullptr || !Fits(key) || !Fits(value)) return false;
+  return gGdbm.store(file_, ToDatum(key), ToDatum(value), flag) == 0;
+}
+
+std::optional<std::string> GdbmFile::Fetch(std::string_view key) {
+  if (file_ == nullptr || !Fits(key)) return std::nullopt;
+  return TakeDatum(gGdbm.fetch(file_, ToDatum(key)));
+}
+
+bool GdbmFile::Exists(std::string_view key) {
+  return file_ != nullptr && Fits(key) && gGdbm.exists(file_, ToDatum(key)) != 0;
+}
+
+bool GdbmFile::Delete(std::string_view key) {
+  return file_ != nullptr && Fits(key) && gGdbm.remove(file_, ToDatum(key)) == 0;
+}
+
+std::optional<std::string> GdbmFile::TakeKey(datum key) {
+  auto taken = TakeDatum(key);
+  if (!taken) walk_complete_ = GdbmError() == GDBM_ITEM_NOT_FOUND;
+  return taken;
+}
+
+std::optional<std::string> GdbmFile::FirstKey(std::uint64_t file_size) {
+  walk_complete_ = false;
+  if (file_ == nullptr) return std::nullopt;
+  keys_left_ = file_size / kBytesOfAKey;
+  return TakeKey(gGdbm.firstkey(file_));
+}
+
+std::optional<std::string> GdbmFile::NextKey(std::string_view key) {
+  walk_complete_ = false;
+  if (file_ == nullptr || !Fits(key) || keys_left_ == 0) return std::nullopt;
+  --keys_left_;
+  return TakeKey(gGdbm.nextkey(file_, ToDatum(key)));
+}
+
+bool GdbmFile::Sync() {
+  return file_ != nullptr && gGdbm.sync(file_) == 0;
+}
+
+int GdbmFile::BlockSize() {
+  int size = 0;
+  if (file_ == nullptr) return 0;
+  return gGdbm.setopt(file_, GDBM_GETBLOCKSIZE, &size, sizeof size) == 0 ? size : 0;
+}
+
+bool GdbmFile::NeedsRecovery() const {
+  return file_ != nullptr && gGdbm.needs_recovery != nullptr && gGdbm.needs_recovery(file_) != 0;
+}
+
+std::string GdbmFile::LastError() const {
+  return gGdbm.strerror == nullptr ? "database error" : gGdbm.strerror(GdbmError());
+}
+
+RecoveryResult GdbmFile::Recover() {
+  RecoveryResult result;
+  if (file_ == nullptr || gGdbm.recover == nullptr) return result;
+  gdbm_recovery recovery{};
+  result.recovered = gGdbm.recover(file_, &recovery, GDBM_RCVR_FORCE | GDBM_RCVR_BACKUP) == 0;
+  result.complete = recovery.failed_keys == 0 && recovery.failed_buckets == 0;
+  if (recovery.backup_name != nullptr) {
+    result.backup = recovery.backup_name;
+    std::free(recovery.backup_name);  // NOLINT: the library allocates it
+  }
+  return result;
+}
+
+}  // namespace quillet

@@ -1,0 +1,91 @@
+// Queued posts: article records of their own database, with `read` as the posting run's mark.
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "port/platform.h"
+#include "port/windows.h"
+#include "store/databases.h"
+#include "store/record_strings.h"
+#include "store/stored_article.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+namespace {
+
+constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
+constexpr std::size_t kMarkOffset = 4;
+
+void NoteNewPost() {
+  ++gPendingPostCount;
+  PostToMainWindow(kUserRefreshCounts);
+  if (gPlatform->windows.SelectedTab() == port::kGroupTab) PostToMainWindow(kUserRefillGroupList);
+}
+
+bool FailToStore() {
+  ReportError(u"Error inserting GDBM post.", u"StoreAsciiGDBMPost");
+  return false;
+}
+
+std::optional<std::string> WithoutNul(std::optional<std::string> key) {
+  if (key && !key->empty() && key->back() == '\0') key->pop_back();
+  return key;
+}
+
+// True when the record under the key was marked and no longer is.
+bool ClearMark(std::string_view key) {
+  auto value = FetchValue(kPosts, key);
+  if (!value || !IsArticleValue(*value) || GetU32(*value, kMarkOffset) != 1) return false;
+  PutU32(*value, kMarkOffset, 0);
+  return StoreValue(kPosts, key, *value, StoreMode::kReplace);
+}
+
+}  // namespace
+
+bool StoreAsciiGDBMPost(AsciiArticle& article) {
+  const auto value = SerializeArticle(article, SerializeMode::kByPreference);
+  if (!value) return FailToStore();
+  const std::string key = StringKey(*article.messageId);
+  if (StoreValue(kPosts, key, *value, StoreMode::kInsert)) {
+    NoteNewPost();
+    return true;
+  }
+  return StoreValue(kPosts, key, *value, StoreMode::kReplace) || FailToStore();
+}
+
+std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id) {
+  return FetchArticleRecord(kPosts, StringKey(message_id));
+}
+
+void DeletePendingPost(std::string_view message_id) {
+  if (!DeleteValue(kPosts, StringKey(message_id))) return;
+  if (gPendingPostCount > 0) --gPendingPostCount;
+  PostToMainWindow(kUserRefreshCounts);
+}
+
+std::optional<std::string> NextPendingPostKey(const std::optional<std::string>& previous) {
+  return WithoutNul(previous ? NextKey(kPosts, StringKey(*previous)) : FirstKey(kPosts));
+}
+
+std::uint32_t CountPendingPosts() {
+  std::uint32_t count = 0;
+  for (auto key = FirstKey(kPosts); key; key = NextKey(kPosts, *key)) ++count;
+  return count;
+}
+
+std::unique_ptr<AsciiArticle> FirstWaitingPendingPost() {
+  // Only the first one is looked at, on purpose: behind a post in progress none is handed out.
+  const auto key = FirstKey(kPosts);
+  if (!key) return nullptr;
+  auto post = FetchArticleRecord(kPosts, *key);
+  if (post && post->read != 0) post.reset();
+  return post;
+}
+
+void ClearPendingFlags() {
+  auto key = FirstKey(kPosts);
+  while (key) {
+    // A store may reorder the iteration, so the walk begins anew after one.
+    key = ClearMark(*key) ? FirstKey(kPosts) : NextKey(kPosts, *key);
+  }
+}
+
+}  // namespace quillet

@@ -1,0 +1,43 @@
+#include "store/use_mark.h"
+
+#include <string>
+
+#include "app/base/prefs_registry.h"
+#include "port/platform.h"
+
+namespace quillet {
+namespace {
+
+// The mark that was set; the folder may be another one by the time it is taken away.
+std::u16string gMarkPath;
+bool gTried = false;
+
+std::u16string MarkPath() {
+  return gDatabaseFolder + u"\\Quillet databases in use";
+}
+
+}  // namespace
+
+bool UseMarkFound() {
+  return gPlatform->files.FileSize(MarkPath()).has_value();
+}
+
+void SetUseMark() {
+  if (gTried) return;
+  gTried = true;
+  const std::u16string path = MarkPath();
+  if (gPlatform->files.WriteFile(path, "")) gMarkPath = path;
+}
+
+void ReleaseUseMark() {
+  if (!gMarkPath.empty()) gPlatform->files.Delete(gMarkPath);
+  gMarkPath.clear();
+  gTried = false;
+}
+
+void ClearUseMark() {
+  ReleaseUseMark();
+  gPlatform->files.Delete(MarkPath());
+}
+
+}  // namespace quillet

@@ -1,0 +1,16 @@
+// The wait cursor for as long as the object lives.
+#pragma once
+
+#include "port/platform.h"
+
+namespace quillet {
+
+class WaitCursor {
+ public:
+  WaitCursor() { gPlatform->boxes.SetWaitCursor(true); }
+  ~WaitCursor() { gPlatform->boxes.SetWaitCursor(false); }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+}  // namespace quillet
