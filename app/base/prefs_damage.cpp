@@ -64,26 +64,25 @@ bool KeepSettingsAtRisk(port::RegistryKey& key) {
   return true;
 }
 
-std::uint32_t CountThatCanBe(std::uint32_t stored, std::size_t there) {
-  if (stored <= kMostMissingStrings || stored <= there) return stored;
-  return static_cast<std::uint32_t>(there);
+std::uint32_t CountThatCanBe(port::RegistryKey& key, std::u16string_view list,
+                             std::uint32_t stored) {
+  if (stored <= kMostMissingStrings) return stored;
+  return static_cast<std::uint32_t>(std::min<std::size_t>(stored, CountStoredStrings(key, list)));
 }
 
 std::u16string LimitCounts(port::RegistryKey& key, Prefs& prefs) {
-  const std::size_t groups = CountStoredStrings(key, u"groups");
-  const std::size_t servers = CountStoredStrings(key, u"servers");
-  const std::size_t recipients =
-      std::max(CountStoredStrings(key, u"prevnames"), CountStoredStrings(key, u"prevemail"));
   std::u16string impossible;
   const auto cut = [&](std::u16string_view name, std::uint32_t& count, std::size_t most) {
     if (count > most) CutCount(name, count, most, impossible);
   };
-  cut(u"numgroups", prefs.numgroups, CountThatCanBe(prefs.numgroups, groups));
-  cut(u"numservers", prefs.numservers, CountThatCanBe(prefs.numservers, servers));
-  cut(u"numrecips", prefs.numrecips, CountThatCanBe(prefs.numrecips, recipients));
+  cut(u"numgroups", prefs.numgroups, CountThatCanBe(key, u"groups", prefs.numgroups));
+  cut(u"numservers", prefs.numservers, CountThatCanBe(key, u"servers", prefs.numservers));
+  cut(u"numrecips", prefs.numrecips,
+      std::max(CountThatCanBe(key, u"prevnames", prefs.numrecips),
+               CountThatCanBe(key, u"prevemail", prefs.numrecips)));
   if (PerServerNumbers(prefs) > kMostPerServerNumbers) {
-    cut(u"numgroups", prefs.numgroups, groups);
-    cut(u"numservers", prefs.numservers, servers);
+    cut(u"numgroups", prefs.numgroups, CountStoredStrings(key, u"groups"));
+    cut(u"numservers", prefs.numservers, CountStoredStrings(key, u"servers"));
   }
   if (PerServerNumbers(prefs) > kMostPerServerNumbers) {
     cut(u"numservers", prefs.numservers, kMostPerServerNumbers / prefs.numgroups);

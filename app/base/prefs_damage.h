@@ -20,8 +20,9 @@ void SetSettingsAtRisk(bool at_risk);
 bool KeepSettingsAtRisk(port::RegistryKey& key);
 
 // A number of entries that lists can be made for. A list may lack up to 65,536 strings behind its
-// count; a count that promises more is cut to what is really there.
-std::uint32_t CountThatCanBe(std::uint32_t stored, std::size_t there);
+// count; a count that promises more is cut to the strings really there.
+std::uint32_t CountThatCanBe(port::RegistryKey& key, std::u16string_view list,
+                             std::uint32_t stored);
 
 // Cuts the counts of the record to what can be, and the killfile's to the texts really there.
 // Returns what was impossible, for the user ("numgroups is 4294967295"), empty when nothing was.

@@ -33,7 +33,7 @@ ConvertedLogins OldLogins(ValueReader& reader) {
   reader.Dword(u"usentlm", usentlm, 0);
   const std::u16string user = reader.Text(u"authuser", u"");
   const std::u16string pass = reader.Text(u"authpass", u"");
-  const std::uint32_t count = CountThatCanBe(servers, CountStoredStrings(reader.key(), u"servers"));
+  const std::uint32_t count = CountThatCanBe(reader.key(), u"servers", servers);
   ConvertedLogins logins;
   logins.authusers.assign(count, user);
   logins.authpasses.assign(count, pass);

@@ -10,7 +10,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-std::string Build(const std::vector<std::u16string>& strings) { return CreateMultiString(strings); }
+std::string Build(const std::vector<std::u16string>& strings) {
+  return CreateMultiString(strings);
+}
 std::string BuildNarrow(const std::vector<std::string>& strings) {
   return CreateMultiString(strings);
 }

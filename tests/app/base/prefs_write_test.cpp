@@ -16,9 +16,13 @@ struct DumpLine {
 };
 
 // SZ data: the text and its NUL.
-std::string Sz(std::u16string_view text) { return Hex(Bytes16(text)) + "0000"; }
+std::string Sz(std::u16string_view text) {
+  return Hex(Bytes16(text)) + "0000";
+}
 
-std::string Zeros(std::size_t bytes) { return std::string(2 * bytes, '0'); }
+std::string Zeros(std::size_t bytes) {
+  return std::string(2 * bytes, '0');
+}
 
 const std::vector<DumpLine>& FactoryRegistry() {
   static const std::vector<DumpLine> lines = {
@@ -141,7 +145,9 @@ TEST_F(WritePrefs, ListsAreWrittenWithTheirCounts) {
   gPrefs->killfilekills = {1};
   gPrefs->killfileauthors = {0};
   ASSERT_TRUE(WritePreferences());
-  EXPECT_EQ(Hex(Stored(u"groups")), "6d006900730063002e00740065007300740000" "0000e000000000");
+  EXPECT_EQ(Hex(Stored(u"groups")),
+            "6d006900730063002e00740065007300740000"
+            "0000e000000000");
   EXPECT_EQ(Hex(Stored(u"checked")), "0000000001000000");
   EXPECT_EQ(Hex(Stored(u"servers")), "6e0065007700730000000000");
   EXPECT_EQ(Hex(Stored(u"authusers")), "750000000000");
@@ -194,9 +200,9 @@ TEST_F(WritePrefs, ValuesAreWrittenInTheirOrderInOneStep) {
 }
 
 TEST_F(WritePrefs, WithoutServersTheirValuesStayAsTheyWere) {
-  const std::array<std::u16string_view, 8> names = {u"servers", u"authusers",      u"authpasses",
-                                                    u"port",    u"useauths",       u"usentlms",
-                                                    u"lastdownloaded", u"lastonserver"};
+  const std::array<std::u16string_view, 8> names = {
+      u"servers",  u"authusers", u"authpasses",     u"port",
+      u"useauths", u"usentlms",  u"lastdownloaded", u"lastonserver"};
   for (const auto name : names) Put(name, RegistryType::kBinary, "before");
   AddGroup(u"g");
   ASSERT_TRUE(WritePreferences());
@@ -396,6 +402,7 @@ TEST_F(FailingWrite, OutOfMemoryWhileWritingLeavesTheOldSettingsWhole) {
               ElementsAre(u"A critical error (out of memory) occurred in CreateMultiString."));
   EXPECT_EQ(Dump(), before_);
   fake.display.ForgetBoxes();
+  gPrefs->groups[1] = u"g";
   gPrefs->fullname = std::u16string(30000, u'n');
   testing::FailNewOfAtLeast(30000);
   EXPECT_FALSE(WritePreferences());

@@ -1,0 +1,16 @@
+// Memory that runs out on demand: link failing_new.cpp into a test and every operator new of its
+// program is counted here, per thread.
+#pragma once
+
+namespace quillet::testing {
+
+// The nth throwing allocation of this thread from now on fails once (1: the next); 0: none.
+void FailNthNew(int n);
+// The same for operator new (std::nothrow).
+void FailNthNothrowNew(int n);
+// The next throwing allocation of at least that many bytes fails once; 0: none.
+void FailNewOfAtLeast(unsigned long bytes);
+// The largest throwing allocation of this thread since the last call, in bytes.
+unsigned long TakeLargestNew();
+
+}  // namespace quillet::testing
