@@ -1,0 +1,163 @@
+// Writes a first configuration into a profile that has none: one server, its groups ticked. With it
+// the program starts ready to connect.
+#include <charconv>
+#include <cstdint>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "app/base/multi_string.h"
+#include "app/base/prefs_registry.h"
+#include "demo/option_reader.h"
+#include "port/linux/linux_registry.h"
+#include "port/linux/profile.h"
+#include "util/little_endian.h"
+#include "util/text.h"
+
+namespace {
+
+using namespace quillet;
+using port::RegistryType;
+
+constexpr std::string_view kUsage =
+    "usage: quillet-setup --server NAME --group NAME [--group NAME ...] [--port N]\n"
+    "         [--user NAME --password TEXT] [--profile DIR] [--number NAME=VALUE ...]\n"
+    "\n"
+    "Tells the program its news server and the groups to fetch, all of them ticked. Writes the\n"
+    "user's own settings, or those in DIR; settings that name a server or a group already are "
+    "left\n"
+    "alone. --number sets further settings by their registry names, e.g. maxarticles=500.\n";
+
+struct Options {
+  std::string profile;
+  std::string server;
+  std::uint64_t port = 119;
+  std::string user;
+  std::string password;
+  std::vector<std::string> groups;
+  std::vector<std::string> numbers;
+};
+
+bool ReadOptions(demo::OptionReader reader, Options& options) {
+  while (reader.Next()) {
+    const bool known =
+        reader.Text("--profile", options.profile) || reader.Text("--server", options.server) ||
+        reader.Number("--port", options.port) || reader.Text("--user", options.user) ||
+        reader.Text("--password", options.password) || reader.Texts("--group", options.groups) ||
+        reader.Texts("--number", options.numbers);
+    if (!known) return false;
+  }
+  return !options.server.empty() && !options.groups.empty() && options.port >= 1 &&
+         options.port <= 65535;
+}
+
+// Each is written only while every one before it was.
+class Writer {
+ public:
+  explicit Writer(port::RegistryKey& key) : key_(key) {}
+
+  void Number(std::u16string_view name, std::uint32_t number) { Numbers(name, {number}, true); }
+  void Numbers(std::u16string_view name, const std::vector<std::uint32_t>& numbers,
+               bool as_dword = false) {
+    std::string data;
+    for (const std::uint32_t number : numbers) AppendU32(data, number);
+    sound_ =
+        sound_ && key_.Set(name, as_dword ? RegistryType::kDword : RegistryType::kBinary, data);
+  }
+  void Texts(std::u16string_view name, const std::vector<std::string>& texts) {
+    std::vector<std::u16string> wide;
+    for (const std::string& text : texts) wide.push_back(FromUtf8(text));
+    sound_ = sound_ && key_.Set(name, RegistryType::kMultiString, CreateMultiString(wide));
+  }
+  bool sound() const { return sound_; }
+
+ private:
+  port::RegistryKey& key_;
+  bool sound_ = true;
+};
+
+bool ParseSetting(const std::string& text, std::u16string& name, std::uint32_t& number) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) return false;
+  name = FromUtf8(std::string_view(text).substr(0, equals));
+  const char* end = text.data() + text.size();
+  const auto result = std::from_chars(text.data() + equals + 1, end, number);
+  return result.ec == std::errc() && result.ptr == end;
+}
+
+bool WriteSettings(const Options& options, port::RegistryKey& key) {
+  const auto groups = static_cast<std::uint32_t>(options.groups.size());
+  const std::uint32_t login = options.user.empty() ? 0 : 1;
+  Writer writer(key);
+  if (!key.Begin()) return false;
+  writer.Number(u"version", kPrefsVersion);
+  writer.Texts(u"servers", {options.server});
+  writer.Texts(u"authusers", {options.user});
+  writer.Texts(u"authpasses", {options.password});
+  writer.Numbers(u"port", {static_cast<std::uint32_t>(options.port)});
+  writer.Numbers(u"useauths", {login});
+  writer.Numbers(u"usentlms", {0});
+  writer.Texts(u"groups", options.groups);
+  writer.Numbers(u"checked", std::vector<std::uint32_t>(groups, 1));
+  writer.Numbers(u"lastdownloaded", std::vector<std::uint32_t>(groups, 0));
+  writer.Numbers(u"lastonserver", std::vector<std::uint32_t>(groups, 0));
+  writer.Number(u"numservers", 1);
+  writer.Number(u"selectedserver", 0);
+  writer.Number(u"numgroups", groups);
+  for (const std::string& text : options.numbers) {
+    std::u16string name;
+    std::uint32_t number = 0;
+    if (!ParseSetting(text, name, number)) return false;
+    writer.Number(name, number);
+  }
+  return writer.sound() && key.Commit();
+}
+
+bool HasEntries(port::RegistryKey& key, std::u16string_view count_name) {
+  const auto value = key.Get(count_name);
+  return value && value->data.size() >= 4 && GetU32(value->data, 0) != 0;
+}
+
+int Fail(const std::string& problem) {
+  std::cerr << "quillet-setup: " << problem << "\n";
+  return 1;
+}
+
+int SetUp(const Options& options) {
+  const port::Profile profile = port::LocateProfile(options.profile);
+  const std::string problem = port::PrepareProfile(profile);
+  if (!problem.empty()) return Fail(problem);
+  port::LinuxRegistry registry(profile.RegistryFile());
+  const std::unique_ptr<port::RegistryKey> key = registry.Create(kRegistryPath);
+  if (!key) return Fail(profile.RegistryFile() + " cannot be written");
+  if (HasEntries(*key, u"numservers") || HasEntries(*key, u"numgroups")) {
+    return Fail("there are servers or groups already; change them in the program");
+  }
+  if (!WriteSettings(options, *key)) return Fail("the settings could not be written");
+  std::cout << "Server " << options.server << " with " << options.groups.size()
+            << " group(s) written to " << profile.RegistryFile() << "\n";
+  return 0;
+}
+
+bool NumbersAreSound(const Options& options) {
+  for (const std::string& text : options.numbers) {
+    std::u16string name;
+    std::uint32_t number = 0;
+    if (!ParseSetting(text, name, number)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  if (!ReadOptions(demo::OptionReader(argc, argv), options) || !NumbersAreSound(options)) {
+    std::cerr << kUsage;
+    return 2;
+  }
+  return SetUp(options);
+}

@@ -1,0 +1,211 @@
+#!/usr/bin/python3
+"""Downloads from a real news server with the whole program and checks all that was stored.
+
+Environment: QUILLET_SCRIPT, QUILLET_GENERATE, QUILLET_SETUP, QUILLET_GDBM_DUMP (programs),
+QUILLET_INN_CACHE (package files).
+"""
+
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, os.pardir, "scenarios"))
+sys.path.insert(0, HERE)
+
+# pylint: disable=wrong-import-position
+import inn_server  # noqa: E402
+import quillet_script  # noqa: E402
+import store_check  # noqa: E402
+import store_model  # noqa: E402
+
+GROUPS = ("feed.alpha", "feed.beta", "feed.gamma")
+FIRST_COUNT, LATER_COUNT = 5000, 150
+SEED = 7
+ALL_ARTICLES, LARGE_SIZE = 100000, 64
+CONNECT = "command 40008"
+
+
+def generate(folder, first, count):
+    """Makes the articles of that stretch: (stream bytes, manifest rows)."""
+    stream, manifest = os.path.join(folder, "stream"), os.path.join(folder, "manifest")
+    command = [os.environ["QUILLET_GENERATE"], "--seed", str(SEED), "--first", str(first),
+               "--count", str(count), "--stream", stream, "--manifest", manifest]
+    for group in GROUPS:
+        command += ["--group", group]
+    subprocess.run(command, check=True)
+    with open(stream, "rb") as file:
+        return file.read(), store_model.read_manifest(manifest)
+
+
+class InnDownload(unittest.TestCase):
+    """The server is fed once; every test has a profile of its own."""
+
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.mkdtemp(prefix="quillet-inn-test-")
+        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
+        cls.inn = inn_server.InnServer(os.environ["QUILLET_INN_CACHE"], GROUPS)
+        cls.addClassCleanup(cls.inn.stop)
+        cls.inn.start()
+        stream, cls.rows = generate(cls.folder, 0, FIRST_COUNT)
+        cls.inn.feed(stream)
+        cls.server = store_model.ServerModel(GROUPS, inn_server.PATHHOST)
+        cls.server.feed(cls.rows)
+
+    def setUp(self):
+        self.profile = os.path.join(self.folder, self.id().rsplit(".", maxsplit=1)[-1])
+
+    # -- running -----------------------------------------------------------------------------
+
+    def prepare_profile(self, **numbers):
+        command = [os.environ["QUILLET_SETUP"], "--profile", self.profile, "--server",
+                   self.inn.host, "--port", str(self.inn.port)]
+        for group in GROUPS:
+            command += ["--group", group]
+        for name, value in numbers.items():
+            command += ["--number", "%s=%d" % (name, value)]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+
+    def quillet(self):
+        return quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], self.profile, timeout=150)
+
+    def connect_once(self):
+        """One whole run that connects; returns its transaction log."""
+        with self.quillet() as q:
+            q.do("keep-transaction-log on")
+            q.do(CONNECT)
+            q.do("wait")
+            log = q.transaction_log()
+            counts = q.groups()
+        self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
+        self.shown = counts
+        return log
+
+    def model(self, max_articles=ALL_ARTICLES, max_size=LARGE_SIZE):
+        return store_model.Model(self.server, GROUPS, self.inn.host, max_articles, max_size)
+
+    # -- checking ----------------------------------------------------------------------------
+
+    def assert_same(self, found, expected):
+        self.assertEqual(store_check.differences(found, expected), "")
+
+    def assert_progress(self, model):
+        self.assertEqual(store_check.registry_numbers(self.profile, "lastdownloaded"),
+                         [model.lastdownloaded[group] for group in GROUPS])
+        self.assertEqual(store_check.registry_numbers(self.profile, "lastonserver"),
+                         [model.lastonserver[group] for group in GROUPS])
+
+    def assert_as_modelled(self, model):
+        files = store_check.Databases(self.profile, os.environ["QUILLET_GDBM_DUMP"])
+        self.assert_same(files.articles, store_check.expected_articles(model))
+        self.assert_same(files.newsgroups, store_check.expected_newsgroups(model))
+        self.assertEqual(files.pending, {})
+        self.assert_progress(model)
+        self.assertEqual([counts for _, _, counts in self.shown],
+                         ["%d/%d" % ((len(model.chains[group]),) * 2) for group in GROUPS])
+
+    def assert_complete(self, model, missing_allowed):
+        """After interruptions: all that the model holds, but for the articles in flight then."""
+        files = store_check.Databases(self.profile, os.environ["QUILLET_GDBM_DUMP"])
+        articles = {key: value for key, value in files.articles.items() if b"<" in key}
+        wanted = {key: value for key, value in store_check.expected_articles(model).items()
+                  if b"<" in key}
+        missing = {key[:-1].decode("latin-1") for key in set(wanted) - set(articles)}
+        self.assertLessEqual(missing, missing_allowed)
+        self.assert_same(articles, {key: wanted[key] for key in articles})
+        for group in GROUPS:
+            self.assert_chain(model, files, group, missing_allowed)
+        self.assert_progress(model)
+
+    def assert_chain(self, model, files, group, missing_allowed):
+        chain = [entry for _, entry in store_check.walk_chain(files.newsgroups, group)][::-1]
+        wanted = [entry for _, entry in model.chains[group]]
+        self.assertEqual([entry for entry in wanted if entry not in missing_allowed],
+                         [entry for entry in chain if entry not in missing_allowed])
+        counts = struct.unpack("<3I", files.articles[store_check.text_key(group)])
+        self.assertEqual(counts, (1, 0, len(chain)))
+
+    def in_flight(self):
+        """Message-IDs of the articles that the registry says were reached last."""
+        numbers = store_check.registry_numbers(self.profile, "lastdownloaded")
+        return {self.server.articles[group][number - 1]["message_id"]
+                for group, number in zip(GROUPS, numbers) if number}
+
+    # -- tests -------------------------------------------------------------------------------
+
+    def test_everything_is_stored_to_the_byte(self):
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        model = self.model()
+        model.download()
+        log = self.connect_once()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        self.assert_as_modelled(model)
+
+    def test_the_default_limits_are_kept(self):
+        self.prepare_profile()
+        model = self.model(max_articles=50, max_size=4)
+        model.download()
+        log = self.connect_once()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        self.assertEqual([len(chain) for chain in model.chains.values()], [50, 50, 50])
+        self.assert_as_modelled(model)
+
+    def test_a_killed_run_is_resumed(self):
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        reached = set()
+        for texts in (300, 900, 1500):
+            q = self.quillet()
+            q.do("wait")
+            q.send(CONNECT)
+            q.do("wait-for progress-text %d" % texts)
+            q.kill()
+            reached |= self.in_flight()
+        model = self.model()
+        model.download()
+        self.connect_once()
+        self.assert_complete(model, reached)
+
+    def test_a_cancelled_run_is_resumed(self):
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        reached = set()
+        for changes in (400, 1234):
+            with self.quillet() as q:
+                q.do("cancel-progress after %d" % changes)
+                q.do(CONNECT)
+                q.do("wait")
+            self.assertEqual((q.status, q.failure(), q.boxes()), (0, None, []))
+            reached |= self.in_flight()
+        model = self.model()
+        model.download()
+        self.connect_once()
+        self.assert_complete(model, reached)
+
+    def test_the_second_run_fetches_only_what_is_new(self):
+        """Last in the alphabet: it feeds the server more."""
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        model = self.model()
+        model.download()
+        self.connect_once()
+        stream, rows = generate(self.folder, FIRST_COUNT, LATER_COUNT)
+        self.inn.feed(stream)
+        self.server.feed(rows)
+        model.download()
+        self.assertGreaterEqual(model.heads, LATER_COUNT)
+        self.assertLess(model.heads, 2 * LATER_COUNT)
+        log = self.connect_once()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        self.assert_as_modelled(model)
+        model.download()
+        self.assertEqual(self.connect_once().count("HEAD\r\n"), 0)
+        self.assert_as_modelled(model)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
