@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "port/linux/file_descriptor.h"
+#include "port/linux/native_files.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -62,13 +63,6 @@ std::string ParentFolder(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool MakeFolderWithParents(const std::string& path) {
-  if (IsFolder(path)) return true;
-  const std::string parent = ParentFolder(path);
-  if (parent != path && !MakeFolderWithParents(parent)) return false;
-  return mkdir(path.c_str(), kFolderMode) == 0 || IsFolder(path);
-}
-
 bool WriteAll(int fd, std::string_view data) {
   while (!data.empty()) {
     const ssize_t written = write(fd, data.data(), data.size());
@@ -96,6 +90,11 @@ FileDescriptor OpenRegular(const std::string& path, struct stat& status) {
   return file;
 }
 
+// True for the errors of file systems that do not have what was asked for.
+bool NotOffered(int error) {
+  return error == EPERM || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
+
 // Makes a rename in that folder durable. File systems that cannot do it are as durable as they are.
 void SyncFolder(const std::string& folder) {
   const FileDescriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -108,6 +107,7 @@ class Replacement {
  public:
   explicit Replacement(std::string target)
       : target_(std::move(target)), temporary_(ParentFolder(target_) + "/.quillet-XXXXXX") {
+    if (IsFolder(target_)) return;  // a file never takes the place of a folder
     file_ = FileDescriptor(mkostemp(temporary_.data(), O_CLOEXEC));
     pending_ = file_.valid();
   }
@@ -122,8 +122,9 @@ class Replacement {
 
   bool Commit(mode_t mode) {
     // A card without permission bits refuses them, and the copy is good all the same.
-    if (fchmod(file_.get(), mode & kPermissionBits) != 0 && errno != EPERM) return false;
-    if (fsync(file_.get()) != 0 || !file_.Close()) return false;
+    if (fchmod(file_.get(), mode & kPermissionBits) != 0 && !NotOffered(errno)) return false;
+    if (fsync(file_.get()) != 0 && !NotOffered(errno)) return false;
+    if (!file_.Close()) return false;
     if (rename(temporary_.c_str(), target_.c_str()) != 0) return false;
     pending_ = false;
     SyncFolder(ParentFolder(target_));
@@ -186,7 +187,7 @@ std::string LinuxFiles::CardFolder(std::string_view name) const {
 
 std::string LinuxFiles::NativePath(std::u16string_view path) {
   std::vector<std::string> names;
-  if (!SplitPath(path, names)) return {};
+  if (data_folder_.empty() || !SplitPath(path, names)) return {};
   std::string native = data_folder_;
   std::size_t first = 0;
   if (!names.empty()) {
@@ -207,7 +208,8 @@ bool LinuxFiles::CreateFolder(std::u16string_view path) {
   const std::string native = NativePath(path);
   if (native.empty()) return false;
   if (IsFolder(native)) return true;
-  if (native.starts_with(data_folder_) && !MakeFolderWithParents(data_folder_)) return false;
+  const bool below_data = native == data_folder_ || native.starts_with(data_folder_ + "/");
+  if (below_data && !MakeFolders(data_folder_)) return false;
   return mkdir(native.c_str(), kFolderMode) == 0 || IsFolder(native);
 }
 
@@ -241,10 +243,13 @@ bool LinuxFiles::Copy(std::u16string_view from, std::u16string_view to) {
 }
 
 bool LinuxFiles::CopyMode(std::u16string_view from, std::u16string_view to) {
-  const auto status = Status(NativePath(from));
+  const auto wanted = Status(NativePath(from));
   const std::string target = NativePath(to);
-  if (!status || target.empty()) return false;
-  return chmod(target.c_str(), status->st_mode & kPermissionBits) == 0;
+  const auto current = Status(target);
+  if (!wanted || !current) return false;
+  // Where every file has the same bits they cannot be set, and need not be.
+  if (((wanted->st_mode ^ current->st_mode) & kPermissionBits) == 0) return true;
+  return chmod(target.c_str(), wanted->st_mode & kPermissionBits) == 0;
 }
 
 bool LinuxFiles::WriteFile(std::u16string_view path, std::string_view data) {
