@@ -172,6 +172,11 @@ Step Download() {
   return Step::kFailed;  // the end: the connection is closed as after a failure
 }
 
+void CloseSocket() {
+  if (gConnection.socket != 0) gPlatform->sockets.Close(gConnection.socket);
+  gConnection.socket = 0;
+}
+
 constexpr std::array kTransaction = {TakeSelectedServer, OpenSocket, BindSocket, ConnectSocket,
                                      ReadGreeting,       LogIn,      Post,       Download};
 
@@ -208,16 +213,14 @@ void CloseConnection() {
     gPlatform->sockets.Send(gConnection.socket, gConnection.line);
     gPlatform->clock.Sleep(kQuitDelay);  // the reply is never read
   }
+  CloseSocket();
   const std::u16string& errors = gConnection.error_log.text;
-  gPlatform->sockets.Close(gConnection.socket);
-  gConnection.socket = 0;
   if (!errors.empty()) ShowBox(gMessageOwner, u"Error log", errors, {});
   gConnection.server_name.reset();
 }
 
 void ReleaseConnection() {
-  gPlatform->sockets.Close(gConnection.socket);
-  gConnection.socket = 0;
+  CloseSocket();
   gConnection.server_name.reset();
 }
 

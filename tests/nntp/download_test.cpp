@@ -1,0 +1,1065 @@
+#include "nntp/download.h"
+
+#include "tests/nntp/nntp_fixture.h"
+
+namespace quillet {
+namespace {
+
+using port::SocketCall;
+using Ids = std::vector<std::string>;
+using Numbers = std::vector<std::uint32_t>;
+
+constexpr char kTooLarge[] = "Quillet notification: message exceeds maximum size.\r\n";
+constexpr char16_t kStoreFull[] =
+    u"Store too full to continue. Adjust preferences or delete articles to download more "
+    u"news.\r\n";
+
+class DownloadTest : public NntpTest {
+ protected:
+  DownloadTest() {
+    OpenStore();
+    Connected();
+    gDownloadList = {0};
+  }
+
+  void Run() {
+    RunWithProgress(u"Preparing to download...", [] {
+      DownloadNews();
+      return 0;
+    });
+  }
+
+  // GROUP comp.lang.misc with these numbers.
+  void Enters(std::uint32_t first, std::uint32_t last) {
+    Exchange("GROUP comp.lang.misc", FormatNarrow("211 9 %lu %lu comp.lang.misc", first, last));
+  }
+
+  void HasStored(std::uint32_t count) { gReadInfo[0]->totalCount = count; }
+
+  std::unique_ptr<AsciiArticle> Stored(const std::string& id) { return FetchArticle(id); }
+
+  // The lines of the transaction log that begin so.
+  static std::string LogLine(const std::string& beginning) {
+    const std::string log = TransactionLog();
+    const std::size_t at = log.find(beginning);
+    if (at == std::string::npos) return "";
+    return log.substr(at, log.find("\r\n", at) - at);
+  }
+};
+
+// --- the run ---
+
+TEST_F(DownloadTest, RegistryKeyThatCannotBeMadeIsACriticalError) {
+  fake.registry.FailCreate(1);
+  Run();
+  EXPECT_EQ(BoxTexts(),
+            std::vector<std::u16string>{
+                u"A critical error (unable to create registry key) occurred in DownloadNews."});
+  EXPECT_EQ(fake.sockets.sent(), "");
+}
+
+TEST_F(DownloadTest, EmptyListSendsNothing) {
+  gDownloadList.clear();
+  Run();
+  EXPECT_EQ(fake.sockets.sent(), "");
+}
+
+TEST_F(DownloadTest, OneArticleFromWireToStore) {
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x> status");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x> head\r\n");
+  Server(
+      "Path: p\r\nMessage-ID: <a@x>\r\nSubject: hello\r\nFrom: ann@example.org\r\n"
+      "References: <r@x> <q@x>\r\nLines: 2\r\n.\r\n");
+  Client("BODY\r\n");
+  Server("222 1 <a@x> body\r\none\r\n");
+  Server("..two\r\n.\r\n");
+  Run();
+
+  const auto article = Stored("<a@x>");
+  ASSERT_NE(article, nullptr);
+  EXPECT_EQ(article->subject, "hello");
+  EXPECT_EQ(article->from, "ann@example.org");
+  EXPECT_EQ(article->replyTo, "ann@example.org");
+  EXPECT_EQ(article->parentId, "<q@x>");
+  EXPECT_EQ(article->source, "news.example.org");
+  EXPECT_EQ(article->body, "one\r\n..two");
+  EXPECT_EQ(article->headers, "Path: p\r\nReferences: <r@x> <q@x>\r\nLines: 2");
+  EXPECT_EQ(article->articleNumber, 1U);
+  EXPECT_EQ(article->reserved1, 1U);
+  EXPECT_EQ(article->read, 0U);
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<a@x>"});
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+  EXPECT_EQ(gReadInfo[0]->readCount, 0U);
+  EXPECT_EQ(SavedProgress(), (Numbers{1, 0}));
+  EXPECT_EQ(gPrefs->lastonserver, (Numbers{1, 0}));
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_EQ(TransactionLog(),
+            "GROUP comp.lang.misc\r\n211 9 1 1 comp.lang.misc\r\n"
+            "#(IS last count:0 first: 1 last: 1 curcount: 0 max: 50"
+            " last: 0; starting with 1 getting 1)\r\n"
+            "STAT 1\r\n223 1 <a@x> status\r\nHEAD\r\nBODY\r\n");
+  EXPECT_EQ(Titles(), (std::vector<std::u16string>{u"Preparing to download...",
+                                                   u"Downloading from group comp.lang.misc"}));
+  EXPECT_EQ(Details(), (std::vector<std::u16string>{u"article 1", u"article 1"}));
+}
+
+TEST_F(DownloadTest, GroupsAreVisitedInListOrder) {
+  gDownloadList = {1, 0};
+  Exchange("GROUP alt.test", "211 0 5 4 alt.test");
+  Enters(5, 4);
+  Run();
+}
+
+TEST_F(DownloadTest, GroupNamesAreNarrowed) {
+  gPrefs->groups[0] = u"de.f\u00FCr\u20AC";
+  Exchange("GROUP de.f\xFCr\x80", "411 no such group");
+  Run();
+}
+
+TEST_F(DownloadTest, LaterArticlesAreReachedByNext) {
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Exchange("NEXT", "223 3 <c@x>");
+  Fetches(3, "<c@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (Ids{"<c@x>", "<b@x>", "<a@x>"}));
+  EXPECT_EQ(gReadInfo[0]->totalCount, 3U);
+  EXPECT_EQ(SavedProgress(), (Numbers{3, 0}));
+}
+
+TEST_F(DownloadTest, ProgressIsSavedBeforeEachFetch) {
+  const auto expect_saved = [this](std::uint32_t number) {
+    return [this, number] { EXPECT_EQ(SavedProgress(), (Numbers{number, 0})); };
+  };
+  Enters(4, 5);
+  Exchange("STAT 4", "223 4 <a@x>");
+  Client("HEAD\r\n");
+  fake.sockets.Then(expect_saved(4));
+  Server("430 gone\r\n");
+  Exchange("NEXT", "223 5 <b@x>");
+  Client("HEAD\r\n");
+  fake.sockets.Then(expect_saved(5));
+  Server("430 gone\r\n");
+  Run();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 0U);
+}
+
+TEST_F(DownloadTest, ProgressOfAllServersAndGroupsIsWrittenWhole) {
+  gPrefs->numservers = 2;
+  gPrefs->servers = {u"other.example.org", u"news.example.org"};
+  gPrefs->selectedserver = 1;
+  gPrefs->lastdownloaded = {11, 12, 0, 14};
+  gPrefs->lastonserver = {11, 12, 0, 14};
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{11, 12, 1, 14}));
+}
+
+TEST_F(DownloadTest, AllServersAreOneUsesTheFirstRow) {
+  gPrefs->numservers = 2;
+  gPrefs->servers = {u"other.example.org", u"news.example.org"};
+  gPrefs->selectedserver = 1;
+  gPrefs->allserversareone = 1;
+  gPrefs->lastdownloaded = {4, 0, 0, 0};
+  gPrefs->lastonserver = {4, 0, 0, 0};
+  Enters(1, 5);
+  Exchange("STAT 5", "223 5 <e@x>");
+  Fetches(5, "<e@x>");
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{5, 0, 0, 0}));
+}
+
+TEST_F(DownloadTest, ProgressThatCannotBeSavedIsSaidOnce) {
+  Enters(1, 2);
+  fake.sockets.Then([this] { fake.registry.SetReadOnly(true); });
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(ErrorLog(), u"The download progress could not be saved.\r\n");
+  EXPECT_EQ(gReadInfo[0]->totalCount, 2U);
+}
+
+TEST_F(DownloadTest, GroupBeyondTheListsIsSkipped) {
+  gDownloadList = {7, 0};
+  Enters(2, 1);
+  Run();
+}
+
+TEST_F(DownloadTest, CountsAreCachedForEveryGroupVisited) {
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  CountArticles();  // reads the cache
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+}
+
+// --- where a group starts ---
+
+TEST_F(DownloadTest, StartsAfterTheLastOneReached) {
+  gPrefs->lastdownloaded[0] = 100;
+  gPrefs->lastonserver[0] = 102;
+  Enters(50, 103);
+  Exchange("STAT 101", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:100 first: 50 last: 103 curcount: 0 max: 50"
+            " last: 100; starting with 101 getting 3)");
+  EXPECT_EQ(gPrefs->lastonserver[0], 103U);
+}
+
+TEST_F(DownloadTest, StartIsRaisedToTheFirstOnTheServer) {
+  gPrefs->lastdownloaded[0] = 10;
+  gPrefs->lastonserver[0] = 10;
+  Enters(50, 52);
+  Exchange("STAT 50", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:10 first: 50 last: 52 curcount: 0 max: 50"
+            " last: 10; starting with 50 getting 3)");
+}
+
+TEST_F(DownloadTest, ProgressBeyondTheServerIsCorrected) {
+  gPrefs->lastdownloaded[0] = 500;
+  gPrefs->lastonserver[0] = 100;
+  Enters(1, 102);
+  Exchange("STAT 101", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:500 first: 1 last: 102 curcount: 0 max: 50(e)"
+            " last: 100; starting with 101 getting 2)");
+}
+
+TEST_F(DownloadTest, RenumberedGroupRestartsAfterItsFirst) {
+  gPrefs->lastdownloaded[0] = 900;
+  gPrefs->lastonserver[0] = 1000;
+  Enters(5, 20);
+  Exchange("STAT 6", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:900 first: 5 last: 20 curcount: 0 max: 50(rollover)"
+            " last: 5; starting with 6 getting 15)");
+  EXPECT_EQ(gPrefs->lastonserver[0], 20U);
+  EXPECT_EQ(gPrefs->lastdownloaded[0], 5U);
+  EXPECT_TRUE(SavedProgress().empty());  // corrections alone are not written
+}
+
+TEST_F(DownloadTest, BothCorrectionsMayMeet) {
+  gPrefs->lastdownloaded[0] = 2000;
+  gPrefs->lastonserver[0] = 1000;
+  Enters(5, 20);
+  Exchange("STAT 6", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:2000 first: 5 last: 20 curcount: 0 max: 50(e)(rollover)"
+            " last: 5; starting with 6 getting 15)");
+}
+
+TEST_F(DownloadTest, NewestOnesStartAWindowBelowTheLast) {
+  gPrefs->downloadnewest = 1;
+  Enters(100, 1000);
+  Exchange("STAT 951", "412 none");
+  Run();
+  EXPECT_EQ(LogLine("#(IS"),
+            "#(IS last count:0 first: 100 last: 1000 curcount: 0 max: 50"
+            " last: 0; starting with 951 getting 50)");
+}
+
+TEST_F(DownloadTest, NewestOnesLeaveRoomForTheStoredOnes) {
+  gPrefs->downloadnewest = 1;
+  HasStored(20);
+  Enters(100, 1000);
+  Exchange("STAT 951", "412 none");
+  Run();
+  EXPECT_NE(TransactionLog().find("starting with 951 getting 30)\r\n"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NewestOnesNeverGoBackBehindTheLastReached) {
+  gPrefs->downloadnewest = 1;
+  gPrefs->lastdownloaded[0] = 990;
+  gPrefs->lastonserver[0] = 990;
+  Enters(100, 1000);
+  Exchange("STAT 991", "412 none");
+  Run();
+  EXPECT_NE(TransactionLog().find("starting with 991 getting 10)\r\n"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NewestOnesOfAYoungGroupStartAtItsFirst) {
+  gPrefs->downloadnewest = 1;
+  Enters(10, 40);  // fewer than the window
+  Exchange("STAT 10", "412 none");
+  Run();
+  EXPECT_NE(TransactionLog().find("starting with 10 getting 31)\r\n"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NewestWindowBeginsAtTheWindowSizeExactly) {
+  gPrefs->downloadnewest = 1;
+  Enters(10, 50);  // last equals the window: base is last - window
+  Exchange("STAT 10", "412 none");
+  Run();
+  EXPECT_NE(TransactionLog().find("starting with 10 getting 41)\r\n"), std::string::npos);
+}
+
+TEST_F(DownloadTest, FullGroupIsVisitedButNotWalked) {
+  HasStored(50);
+  Enters(1, 100);
+  Run();
+  EXPECT_NE(TransactionLog().find("curcount: 50 max: 50 last: 0; starting with 1 getting 0)\r\n"),
+            std::string::npos);
+  EXPECT_EQ(gPrefs->lastonserver[0], 100U);
+}
+
+TEST_F(DownloadTest, OverfullGroupGetsNothing) {
+  HasStored(60);
+  Enters(1, 100);
+  Run();
+  EXPECT_NE(TransactionLog().find("starting with 1 getting 0)"), std::string::npos);
+}
+
+TEST_F(DownloadTest, EmptyGroupGetsNothing) {
+  gPrefs->lastdownloaded[0] = 7;
+  gPrefs->lastonserver[0] = 7;
+  Exchange("GROUP comp.lang.misc", "211 0 8 7 comp.lang.misc");
+  Run();
+  EXPECT_NE(TransactionLog().find(" last: 7; starting with 8 getting 0)"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NumbersNearTheTopWrapAsOnTheDevice) {
+  gPrefs->lastdownloaded[0] = 4294967295U;
+  gPrefs->lastonserver[0] = 4294967295U;
+  Enters(0, 4294967295U);
+  Run();  // start 0, and 2^32 articles are none
+  EXPECT_NE(TransactionLog().find("starting with 0 getting 0)"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NumbersBeyond32BitsWrap) {
+  Exchange("GROUP comp.lang.misc", "211 9 4294967297 4294967299 comp.lang.misc");
+  Exchange("STAT 1", "412 none");
+  Run();
+  EXPECT_NE(TransactionLog().find("first: 1 last: 3 "), std::string::npos);
+}
+
+TEST_F(DownloadTest, HugeLimitIsSigned) {
+  gPrefs->maxarticles = 4294967295U;  // as a signed room: -1
+  Enters(1, 10);
+  Run();
+  EXPECT_NE(TransactionLog().find("max: 4294967295 last: 0; starting with 1 getting 0)"),
+            std::string::npos);
+}
+
+// --- replies to GROUP ---
+
+TEST_F(DownloadTest, RefusedGroupIsReportedAndTheNextVisited) {
+  gDownloadList = {0, 1};
+  gPrefs->lastdownloaded[0] = 9;
+  Exchange("GROUP comp.lang.misc", "411 no such group");
+  Exchange("GROUP alt.test", "211 0 1 0 alt.test");
+  Run();
+  EXPECT_EQ(ErrorLog(), u"comp.lang.misc: server reports error ('411 no such group\r\n')");
+  EXPECT_EQ(LogLine("#(IS last count:9)"), "#(IS last count:9)");
+  EXPECT_EQ(Details()[0], u"411 no such group\r\n");
+}
+
+TEST_F(DownloadTest, OtherGroupRepliesDoNothing) {
+  gDownloadList = {0, 1, 0, 1};
+  Exchange("GROUP comp.lang.misc", "500 what?");
+  Exchange("GROUP alt.test", "garbage");
+  Exchange("GROUP comp.lang.misc", "");
+  Exchange("GROUP alt.test", "350 more");
+  Run();
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_EQ(TransactionLog().find("#("), std::string::npos);
+  EXPECT_EQ(gPrefs->lastonserver, (Numbers{0, 0}));
+}
+
+TEST_F(DownloadTest, UnsentGroupEndsTheRun) {
+  gDownloadList = {0, 1};
+  fake.sockets.FailSend(1, 10054);
+  Run();
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(fake.sockets.calls(SocketCall::kSend), 1);
+}
+
+TEST_F(DownloadTest, LostGroupReplyEndsTheRun) {
+  gDownloadList = {0, 1};
+  Client("GROUP comp.lang.misc\r\n");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(fake.sockets.sent(), "GROUP comp.lang.misc\r\nQUIT\r\n");
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+}
+
+// --- replies to STAT and NEXT ---
+
+TEST_F(DownloadTest, NoNextArticleEndsTheGroup) {
+  gDownloadList = {0, 1};
+  Enters(1, 9);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "421 no next article");
+  Exchange("GROUP alt.test", "211 0 1 0 alt.test");
+  Run();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+}
+
+TEST_F(DownloadTest, UnexpectedRepliesToStatEndTheGroupUnwritten) {
+  for (const char* reply : {"500 what?", "101 help", "garbage", "", "380 go on"}) {
+    Enters(1, 9);
+    Exchange("STAT 1", reply);
+    Run();
+    EXPECT_TRUE(SavedProgress().empty()) << reply;
+    EXPECT_EQ(gPrefs->lastdownloaded[0], 0U) << reply;
+  }
+}
+
+TEST_F(DownloadTest, UnexpectedReplyToNextEndsTheGroup) {
+  Enters(1, 9);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "502 no");
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{1, 0}));
+}
+
+TEST_F(DownloadTest, NumberBelowTheWantedIsLoggedAndTaken) {
+  gPrefs->lastdownloaded[0] = 4;
+  gPrefs->lastonserver[0] = 4;
+  Enters(1, 5);
+  Exchange("STAT 5", "223 3 <c@x>");
+  Fetches(3, "<c@x>");
+  Run();
+  EXPECT_NE(TransactionLog().find("223 3 <c@x>\r\ne:223 3 <c@x>\r\n"), std::string::npos);
+  EXPECT_EQ(SavedProgress(), (Numbers{3, 0}));
+}
+
+TEST_F(DownloadTest, ReplyWithoutANumberIsArticleZero) {
+  Enters(1, 1);
+  Exchange("STAT 1", "223");
+  FetchesHead(7, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 7 <a@x>\r\ntext\r\n.\r\n");
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{0, 0}));
+  EXPECT_EQ(Stored("<a@x>")->articleNumber, 7U);
+}
+
+TEST_F(DownloadTest, NumberAboveTheServersLastRaisesIt) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 8 <a@x>");
+  Fetches(8, "<a@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(gPrefs->lastonserver[0], 8U);
+}
+
+TEST_F(DownloadTest, DuplicateServedForEverEndsTheGroup) {
+  Enters(1, 9);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Run();
+  EXPECT_TRUE(fake.sockets.Finished());
+}
+
+// --- the scan for a missing article ---
+
+TEST_F(DownloadTest, MissingStartIsScannedFor) {
+  gPrefs->lastdownloaded[0] = 4;
+  gPrefs->lastonserver[0] = 4;
+  Enters(2, 9);
+  Exchange("STAT 5", "423 no such number");
+  Exchange("STAT 2", "223 2 <b@x>");
+  Exchange("NEXT", "223 3 <c@x>");
+  Exchange("NEXT", "223 8 <h@x>");
+  Exchange("STAT 8", "223 8 <h@x>");
+  Fetches(8, "<h@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(Details(),
+            (std::vector<std::u16string>{u"article 5", u"Article 5 does not exist on the server",
+                                         u"Scanning group for article 6 (found 3)",
+                                         u"Scanning group for article 6 (found 8)", u"article 8"}));
+  // The scan's commands are not logged, its replies are.
+  EXPECT_EQ(TransactionLog(),
+            "GROUP comp.lang.misc\r\n211 9 2 9 comp.lang.misc\r\n"
+            "#(IS last count:4 first: 2 last: 9 curcount: 0 max: 50"
+            " last: 4; starting with 5 getting 5)\r\n"
+            "STAT 5\r\n423 no such number\r\n"
+            "223 2 <b@x>\r\n223 3 <c@x>\r\n223 8 <h@x>\r\n"
+            "STAT 8\r\n223 8 <h@x>\r\nHEAD\r\nBODY\r\nNEXT\r\n421 none\r\n");
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+}
+
+TEST_F(DownloadTest, Code432IsAMissingArticleToo) {
+  Enters(1, 9);
+  Exchange("STAT 1", "432 gone");
+  Exchange("STAT 1", "432 gone");
+  Exchange("NEXT", "223 2 <b@x>");
+  Exchange("STAT 2", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{2, 0}));
+}
+
+TEST_F(DownloadTest, ScanNeverTakesTheFirstStatForAnArrival) {
+  // STAT of the first answers with a number beyond the wanted one; only NEXT counts.
+  Enters(1, 9);
+  Exchange("STAT 1", "423 none");
+  Exchange("STAT 1", "223 7 <g@x>");
+  Exchange("NEXT", "223 8 <h@x>");
+  Exchange("STAT 8", "223 8 <h@x>");
+  Fetches(8, "<h@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+}
+
+TEST_F(DownloadTest, MissingNextArticleIsScannedFor) {
+  Enters(1, 9);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "423 lost");
+  Exchange("STAT 1", "223 1 <a@x>");
+  Exchange("NEXT", "223 4 <d@x>");
+  Exchange("STAT 4", "223 4 <d@x>");
+  Fetches(4, "<d@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (Ids{"<d@x>", "<a@x>"}));
+}
+
+TEST_F(DownloadTest, MissingArticlesDoNotCountAgainstTheRest) {
+  gPrefs->maxarticles = 2;
+  Enters(1, 9);  // two to get
+  Exchange("STAT 1", "423 none");
+  Exchange("STAT 1", "423 none");
+  Exchange("NEXT", "223 3 <c@x>");
+  Exchange("STAT 3", "223 3 <c@x>");
+  Fetches(3, "<c@x>");
+  Exchange("NEXT", "223 4 <d@x>");
+  Fetches(4, "<d@x>");
+  Run();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 2U);
+}
+
+TEST_F(DownloadTest, ScanThatRunsOutEndsTheGroup) {
+  gDownloadList = {0, 1};
+  Enters(1, 9);
+  Exchange("STAT 1", "423 none");
+  Exchange("STAT 1", "423 none");
+  Exchange("NEXT", "421 none");
+  Exchange("GROUP alt.test", "211 0 1 0 alt.test");
+  Run();
+}
+
+TEST_F(DownloadTest, ScanReplyWithoutADigitEndsTheRun) {
+  for (const char* reply : {"garbage", "", " 223 5"}) {
+    gDownloadList = {0, 1};
+    gTransactionLog->text.clear();
+    Enters(1, 9);
+    Exchange("STAT 1", "423 none");
+    Exchange("STAT 1", "223 1 <a@x>");
+    Exchange("NEXT", reply);
+    Run();
+    EXPECT_TRUE(EndsWith(TransactionLog(), std::string(reply) + "\r\nERR:")) << reply;
+  }
+}
+
+TEST_F(DownloadTest, ScanReplyOfAnotherCodeEndsTheGroup) {
+  gDownloadList = {0, 1};
+  Enters(1, 9);
+  Exchange("STAT 1", "423 none");
+  Exchange("STAT 1", "500 what?");  // not judged
+  Exchange("NEXT", "500 what?");
+  Exchange("GROUP alt.test", "211 0 1 0 alt.test");
+  Run();
+}
+
+TEST_F(DownloadTest, ScanThatStandsStillEndsTheGroup) {
+  gPrefs->lastdownloaded[0] = 6;
+  gPrefs->lastonserver[0] = 6;
+  Enters(1, 9);
+  Exchange("STAT 7", "423 none");
+  Exchange("STAT 1", "223 1 <a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Run();
+}
+
+TEST_F(DownloadTest, AbortDuringAScanSendsNoStat) {
+  Enters(1, 9);
+  Exchange("STAT 1", "423 none");
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("NEXT\r\n");
+  Server("223 5 <e@x>\r\n");
+  fake.sockets.Then([] { RequestAbort(); });
+  Run();
+  EXPECT_TRUE(SavedProgress().empty());
+}
+
+TEST_F(DownloadTest, LostScanEndsTheRun) {
+  gDownloadList = {0, 1};
+  Enters(1, 9);
+  Exchange("STAT 1", "423 none");
+  Client("STAT 1\r\n");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+}
+
+// --- heads ---
+
+TEST_F(DownloadTest, RefusedHeadDropsTheArticle) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Exchange("HEAD", "430 gone");
+  Exchange("NEXT", "223 2 <b@x>");
+  Exchange("HEAD", "300 odd");
+  Run();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 0U);
+  EXPECT_EQ(SavedProgress(), (Numbers{2, 0}));
+}
+
+TEST_F(DownloadTest, HeadLargerThanItsBufferDropsTheArticle) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nX: " + std::string(20'000, 'x') + "\r\n.\r\n");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<b@x>"});
+}
+
+TEST_F(DownloadTest, HeadOf10238BytesWithItsTerminatorFits) {
+  const std::string head = "Message-ID: <a@x>\r\nX: ";
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\n");
+  Server(head + std::string(10238 - head.size() - 5, 'x') + "\r\n.\r\n");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\nt\r\n.\r\n");
+  Exchange("NEXT", "223 2 <b@x>");
+  Client("HEAD\r\n");
+  Server("221 2 <b@x>\r\n");
+  Server(head + std::string(10239 - head.size() - 5, 'x') + "\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<a@x>"});
+}
+
+TEST_F(DownloadTest, UnsentHeadEndsTheRun) {
+  gDownloadList = {0, 1};
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  fake.sockets.FailSend(3, 10054);
+  Run();
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+}
+
+TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
+  gDownloadList = {0, 1};
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_FALSE(AbortRequested());
+}
+
+TEST_F(DownloadTest, HeadCutShortIsStillStoredWhenHeadsAreAllThatIsWanted) {
+  gDownloadList = {0, 1};
+  gPrefs->downloadfull = 0;
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\nSubj");
+  fake.sockets.Closes();
+  Run();
+  const auto article = Stored("<a@x>");
+  ASSERT_NE(article, nullptr);
+  EXPECT_EQ(article->subject, "<no subject>");
+  EXPECT_EQ(article->headers, "Subj");
+  EXPECT_EQ(article->source, "<import>");  // the connection was closed before the extraction
+  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+}
+
+TEST_F(DownloadTest, HeadCutShortAsksForABodyInVain) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\n");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(Stored("<a@x>"), nullptr);
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\nsocket destroyed\r\n");
+  EXPECT_TRUE(AbortRequested());
+}
+
+TEST_F(DownloadTest, AbortDuringAHeadDropsTheArticle) {
+  gPrefs->downloadfull = 0;
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\n");
+  Server("Subject: s\r\n.\r\n");
+  fake.sockets.Then([] { RequestAbort(); });
+  Run();
+  EXPECT_EQ(Stored("<a@x>"), nullptr);
+}
+
+// --- killed, stored already ---
+
+TEST_F(DownloadTest, KilledArticleIsDroppedWithoutItsBody) {
+  gPrefs->killfilecount = 1;
+  gPrefs->killfilegroups = {1};
+  gPrefs->killfiletexts = {"spam"};
+  gPrefs->killfilekills = {1};
+  gPrefs->killfileauthors = {0};
+  Enters(7, 8);
+  Exchange("STAT 7", "223 7 <a@x>");
+  FetchesHead(7, "<a@x>", "Great SPAM here");
+  Exchange("NEXT", "223 8 <b@x>");
+  Fetches(8, "<b@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<b@x>"});
+  EXPECT_EQ(Details(), (std::vector<std::u16string>{u"article 7", u"article 7", u"Killed article 7",
+                                                    u"article 8"}));
+  EXPECT_EQ(TransactionLog().find("Killed"), std::string::npos);
+}
+
+TEST_F(DownloadTest, ArticleStoredAlreadyDoesNotCount) {
+  gPrefs->maxarticles = 1;
+  gDownloadList = {1, 0};
+  Exchange("GROUP alt.test", "211 1 1 1 alt.test");
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Enters(1, 9);  // one to get
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<b@x>"});
+  EXPECT_EQ(Chain(u"alt.test"), Ids{"<a@x>"});
+}
+
+// --- bodies ---
+
+TEST_F(DownloadTest, LargeArticleIsSkippedByItsLines) {
+  Enters(3, 3);
+  Exchange("STAT 3", "223 3 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 3 <a@x>\r\nMessage-ID: <a@x>\r\nLines: 72\r\n.\r\n");  // 5 k
+  Run();
+  const auto article = Stored("<a@x>");
+  ASSERT_NE(article, nullptr);
+  EXPECT_EQ(article->body, kTooLarge);
+  EXPECT_EQ(article->articleNumber, 3U);  // of the HEAD reply
+  EXPECT_EQ(Details().back(), u"Skipping large article 3 (5k)");
+}
+
+TEST_F(DownloadTest, LinesUpToTheLimitAreFetched) {
+  Enters(3, 3);
+  Exchange("STAT 3", "223 3 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 3 <a@x>\r\nMessage-ID: <a@x>\r\nLines: 71\r\n.\r\n");  // 4 k
+  Client("BODY\r\n");
+  Server("222 3 <a@x>\r\nt\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->body, "t");
+}
+
+TEST_F(DownloadTest, LinesAreMultipliedBeyond32Bits) {
+  Enters(3, 3);
+  Exchange("STAT 3", "223 3 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 3 <a@x>\r\nMessage-ID: <a@x>\r\nLines: 4294967295\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Details().back(), u"Skipping large article 3 (301989887k)");
+}
+
+TEST_F(DownloadTest, LinesThatAreNoNumberEstimateNothing) {
+  Enters(3, 3);
+  Exchange("STAT 3", "223 3 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 3 <a@x>\r\nMessage-ID: <a@x>\r\nLines: many\r\n.\r\n");
+  Client("BODY\r\n");
+  Server("222 3 <a@x>\r\nt\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->body, "t");
+}
+
+TEST_F(DownloadTest, BodyThatFillsItsBufferIsReplaced) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\n");
+  Server(std::string(4 * 1024 - 1 - 5, 'x') + "\r\n.\r\n");  // 4,095 bytes
+  Exchange("NEXT", "223 2 <b@x>");
+  FetchesHead(2, "<b@x>");
+  Client("BODY\r\n");
+  Server("222 2 <b@x>\r\n");
+  Server(std::string(4 * 1024 - 2 - 5, 'x') + "\r\n.\r\n");  // 4,094 bytes
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->body, kTooLarge);
+  EXPECT_EQ(Stored("<b@x>")->body, std::string(4089, 'x'));
+}
+
+TEST_F(DownloadTest, OversizedBodyIsReadThroughAndReplaced) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\n");
+  for (int i = 0; i < 50; ++i) Server(std::string(998, 'x') + "\r\n");
+  Server(".\r\n");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->body, kTooLarge);
+  EXPECT_EQ(Stored("<b@x>")->body, "text");
+}
+
+TEST_F(DownloadTest, BodyBufferOfNothingReplacesEveryBody) {
+  gPrefs->maxarticlesize = 0;
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->body, kTooLarge);
+}
+
+TEST_F(DownloadTest, EmptyBodyIsSaid) {
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>", "s", "");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>", "s", "\r\n");
+  Exchange("NEXT", "223 3 <c@x>");
+  Fetches(3, "<c@x>", "s", std::string("\0hidden\r\n", 9));
+  Run();
+  for (const char* id : {"<a@x>", "<b@x>", "<c@x>"}) {
+    EXPECT_EQ(Stored(id)->body, "Quillet notification: message has no body\r\n") << id;
+  }
+}
+
+TEST_F(DownloadTest, HeadsOnlyStoresAnEmptyBody) {
+  gPrefs->downloadfull = 0;
+  Enters(6, 6);
+  Exchange("STAT 6", "223 6 <a@x>");
+  FetchesHead(6, "<a@x>");
+  Run();
+  const auto article = Stored("<a@x>");
+  ASSERT_NE(article, nullptr);
+  EXPECT_EQ(article->body, "");
+  EXPECT_EQ(article->articleNumber, 6U);
+}
+
+TEST_F(DownloadTest, HeadersAreDroppedWhenNotKept) {
+  gPrefs->keepheaders = 0;
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->headers, "");
+  EXPECT_EQ(Stored("<a@x>")->subject, "s");
+}
+
+TEST_F(DownloadTest, StoredNumberIsTheBodyReplys) {
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(5, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 9 <a@x>\r\nt\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Stored("<a@x>")->articleNumber, 9U);
+}
+
+TEST_F(DownloadTest, RefusedBodyDropsTheArticle) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Exchange("BODY", "430 gone");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<b@x>"});
+}
+
+TEST_F(DownloadTest, LostBodyDropsTheArticleAndEndsTheRun) {
+  gDownloadList = {0, 1};
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\nhalf");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(Stored("<a@x>"), nullptr);
+  EXPECT_TRUE(Chain(u"comp.lang.misc").empty());
+  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+}
+
+TEST_F(DownloadTest, LostBodyStatusEndsTheRun) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Client("BODY\r\n");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_NE(gConnection.socket, 0U);  // left to whoever closes the connection
+}
+
+TEST_F(DownloadTest, AbortDuringABodyDropsTheArticle) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\n");
+  Server("text\r\n.\r\n");
+  fake.sockets.Then([] { RequestAbort(); });
+  Run();
+  EXPECT_EQ(Stored("<a@x>"), nullptr);
+  EXPECT_EQ(SavedProgress(), (Numbers{1, 0}));
+}
+
+TEST_F(DownloadTest, BodyProgressShowsTheEstimate) {
+  gPrefs->maxarticlesize = 20;
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\nLines: 200\r\n.\r\n");  // 14 k
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\n");
+  Server(std::string(5000, 'x'));
+  Server(std::string(5000, 'x') + "\r\n.\r\n");
+  Run();
+  EXPECT_EQ(Details(),
+            (std::vector<std::u16string>{u"article 1", u"article 1", u"article 1: 4k / 14k",
+                                         u"article 1: 9k / 14k"}));
+}
+
+// --- the store ---
+
+TEST_F(DownloadTest, FailedStoreEndsTheRun) {
+  gDownloadList = {0, 1};
+  Enters(1, 5);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  fake.sockets.Then([] { CloseDatabases(); });
+  Run();
+  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(gReadInfo[0]->totalCount, 0U);
+  EXPECT_EQ(BoxTexts()[0], u"Error inserting GDBM article.");
+  EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+}
+
+TEST_F(DownloadTest, FullStoreStopsTheRunButVisitsTheGroups) {
+  gDownloadList = {0, 1};
+  fake.files.SetFreeSpace({2'000, 100'000});  // 98 % used: just allowed
+  Enters(1, 5);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("GROUP alt.test", "211 5 1 5 alt.test");
+  Run();
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+  EXPECT_EQ(gPrefs->lastonserver, (Numbers{5, 5}));
+  EXPECT_FALSE(AbortRequested());
+}
+
+TEST_F(DownloadTest, RoomIsCountedByTextsAndOverhead) {
+  // Free space falls by length(body) + length(headers) + 72 an article: 4 + 15 + 72 = 91 here.
+  fake.files.SetFreeSpace({2'091, 100'000});
+  Enters(1, 5);
+  for (int i = 1; i <= 2; ++i) {
+    const std::string id = FormatNarrow("<%d@x>", i);
+    if (i == 1) Exchange("STAT 1", "223 1 " + id);
+    if (i == 2) Exchange("NEXT", "223 2 " + id);
+    Client("HEAD\r\n");
+    Server(FormatNarrow("221 %d %s\r\nMessage-ID: %s\r\nPath: 123456789\r\n.\r\n", i, id, id));
+    Client("BODY\r\n");
+    Server(FormatNarrow("222 %d %s\r\ntext\r\n.\r\n", i, id));
+  }
+  Run();
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+  EXPECT_EQ(gReadInfo[0]->totalCount, 2U);
+}
+
+TEST_F(DownloadTest, RoomIsJudgedAfterDroppedArticlesToo) {
+  fake.files.SetFreeSpace({1'000, 100'000});
+  Enters(1, 5);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Exchange("HEAD", "430 gone");
+  Run();
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+}
+
+TEST_F(DownloadTest, RoomIsJudgedAfterMissingArticlesToo) {
+  fake.files.SetFreeSpace({1'000, 100'000});
+  Enters(1, 5);
+  Exchange("STAT 1", "423 none");
+  Run();
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+}
+
+TEST_F(DownloadTest, UsedSpaceNeverWrapsIntoRoom) {
+  gPrefs->maxstore = 99;
+  fake.files.SetFreeSpace({50, 4'000});  // less than one article takes
+  Enters(1, 5);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+}
+
+TEST_F(DownloadTest, VolumeIsAskedOnceARun) {
+  const int before = fake.files.calls(port::FileCall::kFreeSpace);
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(fake.files.calls(port::FileCall::kFreeSpace), before + 1);
+}
+
+TEST_F(DownloadTest, VolumeThatCannotBeAskedHasRoom) {
+  fake.files.FailNth(port::FileCall::kFreeSpace, 1);
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Run();
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+}
+
+TEST_F(DownloadTest, AbortBetweenGroupsVisitsNoMore) {
+  gDownloadList = {0, 1};
+  Client("GROUP comp.lang.misc\r\n");
+  Server("411 no\r\n");
+  fake.sockets.Then([] { RequestAbort(); });
+  Run();
+  EXPECT_EQ(fake.sockets.sent(), "GROUP comp.lang.misc\r\n");
+}
+
+}  // namespace
+}  // namespace quillet
