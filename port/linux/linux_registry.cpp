@@ -112,7 +112,7 @@ bool LinuxRegistryKey::Set(std::u16string_view name, RegistryType type, std::str
 bool LinuxRegistryKey::DeleteSubkey(std::u16string_view name) {
   const std::u16string tidy = TidyPath(name);
   if (tidy.empty()) return false;
-  const std::string key = folded_.empty() ? Fold(tidy) : folded_ + "\\" + Fold(tidy);
+  const std::string key = folded_ + "\\" + Fold(tidy);
   const std::string below = key + "\\";
   const std::string beyond = key + "]";  // the character after the backslash
   const std::lock_guard lock(database_->mutex());
@@ -138,7 +138,7 @@ std::vector<NamedRegistryValue> LinuxRegistryKey::Values() {
 
 bool LinuxRegistryKey::Begin() {
   const std::lock_guard lock(database_->mutex());
-  if (begun_ || database_->InTransaction()) return false;
+  if (begun_ || database_->InTransaction() || !database_->IsWritable()) return false;
   begun_ = Run(RegistrySql::kBegin);
   return begun_;
 }
@@ -171,7 +171,7 @@ std::unique_ptr<RegistryKey> LinuxRegistry::Create(std::u16string_view path) {
   const std::u16string tidy = TidyPath(path);
   const std::string folded = Fold(tidy);
   const std::lock_guard lock(database_->mutex());
-  if (!database_->Connect(true)) return nullptr;
+  if (tidy.empty() || !database_->Connect(true)) return nullptr;
   auto id = FindKey(*database_, folded);
   if (!id) {
     for (std::size_t end = tidy.find(u'\\'); end != tidy.npos; end = tidy.find(u'\\', end + 1)) {

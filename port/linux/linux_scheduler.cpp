@@ -13,19 +13,12 @@
 namespace quillet::port {
 namespace {
 
-constexpr int kSystemctlLimitMs = 5000;
-
 // The user manager listens there; without it systemctl would only fail more slowly.
 bool HasUserManager() {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
   std::error_code error;
   return runtime != nullptr && runtime[0] == '/' &&
          std::filesystem::exists(std::string(runtime) + "/systemd/private", error);
-}
-
-bool Systemctl(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), {"systemctl", "--user"});
-  return RunToEnd(arguments, kSystemctlLimitMs) == 0;
 }
 
 bool IsCalendarTime(const CalendarTime& at) {
@@ -37,16 +30,21 @@ bool IsCalendarTime(const CalendarTime& at) {
 }  // namespace
 
 LinuxScheduler::LinuxScheduler(Profile profile, std::string executable, Clock& clock,
-                               std::function<void()> download_due,
-                               std::chrono::milliseconds look_every)
+                               std::function<void()> download_due, SchedulerLimits limits)
     : profile_(std::move(profile)),
       executable_(std::move(executable)),
       unit_name_(UnitName(profile_)),
       unit_folder_(profile_.config_home + "/systemd/user"),
-      own_timer_(clock, std::move(download_due), look_every) {}
+      systemctl_limit_ms_(limits.systemctl_ms),
+      own_timer_(clock, std::move(download_due), limits.look_every) {}
 
 std::string LinuxScheduler::UnitPath(const char* suffix) const {
   return unit_folder_ + "/" + unit_name_ + suffix;
+}
+
+bool LinuxScheduler::Systemctl(std::vector<std::string> arguments) const {
+  arguments.insert(arguments.begin(), {"systemctl", "--user"});
+  return RunToEnd(arguments, systemctl_limit_ms_) == 0;
 }
 
 bool LinuxScheduler::RunAppAtTime(std::u16string_view /*executable*/, const CalendarTime* at) {

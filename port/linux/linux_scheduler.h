@@ -3,8 +3,10 @@
 // while a start is registered. There is one registration a profile, whatever its executable.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "port/linux/daily_timer.h"
 #include "port/linux/profile.h"
@@ -12,20 +14,23 @@
 
 namespace quillet::port {
 
+struct SchedulerLimits {
+  std::chrono::milliseconds look_every{30'000};  // how often the own timer looks at the clock
+  int systemctl_ms = 5000;                       // how long one call of systemctl may take
+};
+
 class LinuxScheduler final : public Scheduler {
  public:
-  static constexpr std::chrono::milliseconds kLookEvery{30'000};
-
   // `executable` is the native path that the timer starts. `download_due` is called on a thread of
   // the scheduler's own when the running program must start the download itself.
   LinuxScheduler(Profile profile, std::string executable, Clock& clock,
-                 std::function<void()> download_due,
-                 std::chrono::milliseconds look_every = kLookEvery);
+                 std::function<void()> download_due, SchedulerLimits limits = {});
 
   bool RunAppAtTime(std::u16string_view executable, const CalendarTime* at) override;
 
  private:
   std::string UnitPath(const char* suffix) const;
+  bool Systemctl(std::vector<std::string> arguments) const;
   bool Register(const CalendarTime& at);
   void Cancel();
   void RemoveUnits();
@@ -34,6 +39,7 @@ class LinuxScheduler final : public Scheduler {
   const std::string executable_;
   const std::string unit_name_;
   const std::string unit_folder_;
+  const int systemctl_limit_ms_;
   DailyTimer own_timer_;
 };
 

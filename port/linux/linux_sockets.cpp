@@ -112,9 +112,11 @@ int LookUpHost(const std::string& host, Ipv4Address& address) {
   const int error = getaddrinfo(host.c_str(), nullptr, &hints, &found);
   if (error == EAI_SYSTEM && errno != 0) return errno;
   if (error == EAI_MEMORY) return ENOMEM;
-  if (error != 0) return ENOENT;
+  if (error != 0) return kErrorHostNotFound;
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
-  if (found == nullptr || found->ai_addrlen < sizeof(sockaddr_in)) return ENOENT;
+  if (found == nullptr || found->ai_addrlen < sizeof(sockaddr_in)) {
+    return kErrorHostNotFound;
+  }
   sockaddr_in native{};
   std::memcpy(&native, found->ai_addr, sizeof native);
   std::memcpy(address.data(), &native.sin_addr, address.size());
@@ -181,7 +183,7 @@ std::optional<Ipv4Address> LinuxSockets::Resolve(const std::string& host) {
   // A NUL would end the name early and look up another host.
   const bool sound = !host.empty() && host.find('\0') == std::string::npos;
   if (interrupted_ || !sound) {
-    Fail(ENOENT);
+    Fail(kErrorHostNotFound);
     return std::nullopt;
   }
   const auto pending = std::make_shared<PendingLookup>();

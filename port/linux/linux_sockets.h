@@ -13,10 +13,13 @@
 
 namespace quillet::port {
 
+// LastError of a lookup that found no address.
+constexpr int kErrorHostNotFound = 11001;
+
 // The code of a system error number: the service's own where there is one, else the number itself.
 int SocketErrorCode(int system_error);
 
-// Looks a host name up: 0 and the first IPv4 address, or a system error number.
+// Looks a host name up: 0 and the first IPv4 address, or a system error number or the above.
 using HostLookup = std::function<int(const std::string& host, Ipv4Address& address)>;
 int LookUpHost(const std::string& host, Ipv4Address& address);
 

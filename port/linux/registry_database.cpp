@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
@@ -198,7 +199,7 @@ RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable
   Condition condition = Condition::kUnusable;
   if (Succeeded(result)) {
     sqlite3_busy_timeout(connection_, kBusyTimeoutMs);
-    condition = Check();
+    condition = Check((flags & SQLITE_OPEN_READWRITE) != 0);
   }
   if (condition == Condition::kUnusable && damaged_) condition = Condition::kNoRegistry;
   if (condition != Condition::kGood) Disconnect();
@@ -206,7 +207,7 @@ RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable
 }
 
 // Finds out whether the open file is a sound registry, and lays one out when it is still empty.
-RegistryDatabase::Condition RegistryDatabase::Check() {
+RegistryDatabase::Condition RegistryDatabase::Check(bool may_write) {
   const auto id = Query("PRAGMA application_id");
   const auto version = Query("PRAGMA user_version");
   const auto tables = Query("SELECT count(*) FROM sqlite_master");
@@ -214,7 +215,9 @@ RegistryDatabase::Condition RegistryDatabase::Check() {
   const bool blank = *tables == "0" && *id == "0" && *version == "0";
   const bool known = *id == kApplicationId && *version == kLayoutVersion;
   if (!blank && !known) return Condition::kNoRegistry;
-  const bool writable = sqlite3_db_readonly(connection_, "main") == 0;
+  const bool writable = IsWritable();
+  // A header that forbids writing to a file that may be written is not of our making.
+  if (!writable && may_write && euidaccess(file_.c_str(), W_OK) == 0) return Condition::kNoRegistry;
   // File systems that cannot share memory keep the older kind of journal.
   if (writable && !Query("PRAGMA journal_mode = WAL")) return Condition::kUnusable;
   if (!Run("PRAGMA synchronous = NORMAL") || !Run("PRAGMA foreign_keys = ON")) {
@@ -224,17 +227,14 @@ RegistryDatabase::Condition RegistryDatabase::Check() {
   const auto sound = Query("PRAGMA quick_check(1)");
   if (!sound) return Condition::kUnusable;
   if (*sound != "ok") return Condition::kNoRegistry;
-  if (Prepare()) return Condition::kGood;
-  const bool other_tables = sqlite3_errcode(connection_) == SQLITE_ERROR;
-  return other_tables ? Condition::kNoRegistry : Condition::kUnusable;
+  return Prepare() ? Condition::kGood : Condition::kUnusable;
 }
 
 bool RegistryDatabase::Prepare() {
   for (std::size_t i = 0; i < statements_.size(); ++i) {
-    if (sqlite3_prepare_v3(connection_, kSql[i], -1, SQLITE_PREPARE_PERSISTENT, &statements_[i],
-                           nullptr) != SQLITE_OK) {
-      return false;
-    }
+    const int result = sqlite3_prepare_v3(connection_, kSql[i], -1, SQLITE_PREPARE_PERSISTENT,
+                                          &statements_[i], nullptr);
+    if (!Succeeded(result)) return false;
   }
   return true;
 }
@@ -258,7 +258,8 @@ sqlite3_stmt* RegistryDatabase::Statement(RegistrySql sql) {
 bool RegistryDatabase::Succeeded(int result) {
   const int code = result & 0xFF;
   if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return true;
-  damaged_ = damaged_ || code == SQLITE_NOTADB || code == SQLITE_CORRUPT;
+  // The general error is what unknown formats and bent tables give.
+  damaged_ = damaged_ || code == SQLITE_NOTADB || code == SQLITE_CORRUPT || code == SQLITE_ERROR;
   return false;
 }
 

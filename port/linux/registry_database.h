@@ -64,8 +64,8 @@ class RegistryDatabase {
   // Opens the file, or makes it when `create` is set. False when that does not work.
   bool Connect(bool create);
   sqlite3_stmt* Statement(RegistrySql sql);
-  std::int64_t Changes() const { return sqlite3_changes64(connection_); }
   bool InTransaction() const { return sqlite3_get_autocommit(connection_) == 0; }
+  bool IsWritable() const { return sqlite3_db_readonly(connection_, "main") == 0; }
 
   // Held around every use of the above.
   std::mutex& mutex() { return mutex_; }
@@ -75,7 +75,7 @@ class RegistryDatabase {
   enum class Condition { kGood, kUnusable, kNoRegistry };
 
   Condition OpenFile(int flags, bool immutable);
-  Condition Check();
+  Condition Check(bool may_write);
   bool Prepare();
   void Disconnect();
   bool SetAside();
