@@ -1,0 +1,184 @@
+// The store path against the library under it: what an article costs from the record in memory to
+// the counted chain, beside the bare library calls with the same keys and sizes, taken in turns.
+//
+// usage: store_bench [ARTICLES] [ROUNDS]; ends with 1 when the ratio is above the target.
+
+#define QUILLET_FAKE_WITHOUT_GTEST
+#include <gdbm.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "port/fake/fake_platform.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/records.h"
+#include "util/format.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+namespace {
+
+constexpr double kTarget = 1.5;
+constexpr std::u16string_view kGroup = u"bench.store";
+
+// Bodies from 0.4 to 3.6 kB: with the headers 2.4 kB on average.
+std::size_t BodyLength(unsigned number) {
+  return 400 + number * 7919U % 3200;
+}
+
+AsciiArticle MakeArticle(unsigned number) {
+  AsciiArticle article;
+  article.messageId = FormatNarrow("<%lu.bench@news.example>", number);
+  article.headers = std::string(180, 'h');
+  article.body = std::string(BodyLength(number), 'b');
+  article.parentId = FormatNarrow("<%lu.bench@news.example>", number / 2);
+  article.subject = "Re: the price of a stored article";
+  article.from = "A. Writer <writer@example.org>";
+  article.reserved1 = 1;
+  article.articleNumber = number;
+  article.source = "news.example.org";
+  article.date = "Sat, 21 Nov 2026 12:00:00 +0000";
+  article.replyTo = article.from;
+  return article;
+}
+
+double Microseconds(std::chrono::steady_clock::duration time, unsigned articles) {
+  return std::chrono::duration<double, std::micro>(time).count() / articles;
+}
+
+void Require(bool good, const char* what) {
+  if (good) return;
+  std::fprintf(stderr, "store_bench: %s failed\n", what);
+  std::exit(2);
+}
+
+// The whole path, with the counting of the end of a download.
+double TimeStore(const std::vector<AsciiArticle>& articles) {
+  DeleteDatabases(true);
+  Require(OpenGDBMDatabases(), "opening");
+  const auto start = std::chrono::steady_clock::now();
+  for (const AsciiArticle& article : articles) {
+    AsciiArticle copy = article;
+    Require(StoreArticle(copy), "storing");
+    Require(AddArticleToGroup(kGroup, *copy.messageId), "chaining");
+    ++gReadInfo[0]->totalCount;
+  }
+  UpdateGlobalGDBMArticleCountCache(0);
+  const auto time = std::chrono::steady_clock::now() - start;
+  Require(CountGroupArticles(kGroup, false) == articles.size(), "counting");
+  CloseDatabases();
+  return Microseconds(time, static_cast<unsigned>(articles.size()));
+}
+
+class RawFile {
+ public:
+  explicit RawFile(DatabaseIndex index)
+      : file_(gdbm_open(gPlatform->files.NativePath(DatabasePath(index)).c_str(), 0,
+                        GDBM_NEWDB | GDBM_FAST, 0664, nullptr)) {
+    Require(file_ != nullptr, "gdbm_open");
+  }
+  RawFile(const RawFile&) = delete;
+  RawFile& operator=(const RawFile&) = delete;
+  ~RawFile() { gdbm_close(file_); }
+  void Store(const std::string& key, const std::string& value) {
+    Require(gdbm_store(file_, Datum(key), Datum(value), GDBM_REPLACE) == 0, "gdbm_store");
+  }
+  void Fetch(const std::string& key) { std::free(gdbm_fetch(file_, Datum(key)).dptr); }
+
+ private:
+  static datum Datum(const std::string& bytes) {
+    return {const_cast<char*>(bytes.data()), static_cast<int>(bytes.size())};
+  }
+  GDBM_FILE file_;
+};
+
+std::string NumberKey(unsigned number) {
+  std::string key;
+  AppendU32(key, number);
+  return key;
+}
+
+// The same calls with the same keys and sizes, all bytes made beforehand.
+struct RawArticle {
+  std::string key, value, number_key, older_key, chain;
+};
+
+std::vector<RawArticle> MakeRaw(const std::vector<AsciiArticle>& articles) {
+  std::vector<RawArticle> raw;
+  for (unsigned i = 0; i < articles.size(); ++i) {
+    AsciiArticle copy = articles[i];
+    const GDBMGroup group{0, i, i + 1, std::u16string(kGroup), *copy.messageId};
+    raw.push_back({*copy.messageId + '\0', *SerializeArticle(copy, SerializeMode::kPlain),
+                   NumberKey(i + 1), NumberKey(i), SerializeGroup(group)});
+  }
+  return raw;
+}
+
+double TimeRaw(const std::vector<RawArticle>& articles) {
+  RawFile article_file(DatabaseIndex::kArticles);
+  RawFile group_file(DatabaseIndex::kNewsgroups);
+  const std::string head_key = GroupKey(kGroup);
+  const std::string head(12 + head_key.size() + 1 + 4, 'h');
+  const std::string counter_key = "\xFF";
+  const auto start = std::chrono::steady_clock::now();
+  for (const RawArticle& article : articles) {
+    article_file.Store(article.key, article.value);
+    group_file.Fetch(head_key);
+    group_file.Fetch(counter_key);
+    group_file.Store(counter_key, article.number_key);
+    group_file.Store(article.number_key, article.chain);
+    group_file.Store(head_key, head);
+    group_file.Fetch(article.older_key);
+    group_file.Store(article.older_key, article.chain);
+  }
+  article_file.Store(head_key, std::string(12, 'c'));
+  return Microseconds(std::chrono::steady_clock::now() - start,
+                      static_cast<unsigned>(articles.size()));
+}
+
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+int Run(unsigned count, unsigned rounds) {
+  gDatabaseFolder = u"\\Bench";
+  gPlatform->files.CreateFolder(gDatabaseFolder);
+  gPrefs = std::make_unique<Prefs>();
+  gPrefs->numgroups = 1;
+  gPrefs->groups = {std::u16string(kGroup)};
+  Require(LoadDatabaseLibrary(), "binding the library");
+  std::vector<AsciiArticle> articles;
+  for (unsigned i = 0; i < count; ++i) articles.push_back(MakeArticle(i));
+  const std::vector<RawArticle> raw_articles = MakeRaw(articles);
+  std::vector<double> store, raw;
+  for (unsigned i = 0; i < rounds; ++i) {
+    raw.push_back(TimeRaw(raw_articles));
+    store.push_back(TimeStore(articles));
+  }
+  const double ratio = Median(store) / Median(raw);
+  std::printf("store path %.2f us, raw calls %.2f us an article: ratio %.2f (target %.1f)\n",
+              Median(store), Median(raw), ratio, kTarget);
+  return ratio <= kTarget ? 0 : 1;
+}
+
+unsigned Argument(int argc, char** argv, int index, unsigned value) {
+  if (argc <= index) return value;
+  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
+}
+
+}  // namespace
+}  // namespace quillet
+
+int main(int argc, char** argv) {
+  quillet::port::FakePlatform fake;
+  return quillet::Run(quillet::Argument(argc, argv, 1, 20000), quillet::Argument(argc, argv, 2, 5));
+}
