@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -80,6 +81,7 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   // The dialogs that exist, in the order of their creation; also those not shown yet.
   std::vector<ShownDialog> dialogs() const;
   std::optional<ShownDialog> FindDialog(WindowHandle dialog) const;
+  std::optional<ShownControl> Control(WindowHandle dialog, std::uint32_t control) const;
   // The newest existing dialog of that form; 0 when there is none.
   WindowHandle DialogOfForm(std::uint32_t form) const;
   // The dialog or main window that has the focus: the last dialog shown, else the main window; 0

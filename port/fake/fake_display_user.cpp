@@ -89,6 +89,16 @@ std::optional<ShownDialog> FakeDisplay::FindDialog(WindowHandle dialog) const {
   return open->values;
 }
 
+std::optional<ShownControl> FakeDisplay::Control(WindowHandle dialog, std::uint32_t control) const {
+  const Lock lock(mutex_);
+  const Dialog* open = FindOpen(dialog);
+  if (open == nullptr) return std::nullopt;
+  for (const ShownControl& one : open->values.controls) {
+    if (one.id == control) return one;
+  }
+  return std::nullopt;
+}
+
 WindowHandle FakeDisplay::DialogOfForm(std::uint32_t form) const {
   const Lock lock(mutex_);
   WindowHandle newest = 0;

@@ -400,6 +400,8 @@ TEST_F(Display, AFormBringsItsControls) {
   display.SetText(dialog, 4711, u"x");
   EXPECT_EQ(display.GetText(dialog, 4711), u"") << "the form has no such control";
   EXPECT_EQ(display.FindDialog(dialog)->controls.size(), 4U);
+  EXPECT_FALSE(display.Control(dialog, 4711));
+  EXPECT_FALSE(display.Control(99, 2));
 }
 
 TEST_F(Display, ADialogWithoutAFormTakesAnyControl) {
@@ -430,10 +432,7 @@ TEST_F(Display, ProgressStaysInItsRange) {
   display.SetProgressRange(dialog, kControlProgressBar, 50);
   display.SetProgressPosition(dialog, kControlProgressBar, 20);
   const auto bar = [&] {
-    for (const ShownControl& control : display.FindDialog(dialog)->controls) {
-      if (control.id == kControlProgressBar) return control;
-    }
-    return ShownControl();
+    return display.Control(dialog, kControlProgressBar).value_or(ShownControl());
   };
   EXPECT_EQ(bar().upper, 50);
   EXPECT_EQ(bar().position, 20);
