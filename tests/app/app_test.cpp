@@ -337,17 +337,17 @@ TEST_F(Program, ClosingWithAutodeleteDeletesEveryGroupWhateverItsBox) {
   SetDword(u"autodelete", 8);
   StartAndWait();
   fake_.queues.PostCall(id_, [] {
-    for (const char16_t* group : {u"a", u"b"}) {
+    for (std::size_t i = 0; i < 2; ++i) {
       AsciiArticle article;
-      article.messageId = "<1@" + Narrow(group) + ">";
+      article.messageId = "<1@" + Narrow(gPrefs->groups[i]) + ">";
       StoreArticle(article);
-      AddArticleToGroup(group, *article.messageId);
+      AddArticleToGroup(gPrefs->groups[i], *article.messageId);
+      gReadInfo[i]->totalCount = 1;
+      UpdateGlobalGDBMArticleCountCache(i);
     }
     AsciiArticle post;
     post.messageId = "<post@x>";
     StoreAsciiGDBMPost(post);
-    CloseDatabases();
-    OpenGDBMDatabases();
   });
   WaitIdle();
   End();
