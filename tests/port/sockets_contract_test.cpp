@@ -1,0 +1,242 @@
+// The same promises, kept by the sockets of a transcript and by those of the system.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "port/fake/fake_sockets.h"
+#include "port/fake/gtest_failures.h"
+#include "port/linux/linux_sockets.h"
+#include "tests/port/loopback_server.h"
+
+namespace quillet::port {
+namespace {
+
+// One turn of a conversation.
+struct Turn {
+  enum class Kind { kServer, kClient, kStalls } kind;
+  std::string bytes;
+};
+
+Turn Server(std::string bytes) {
+  return {Turn::Kind::kServer, std::move(bytes)};
+}
+Turn Client(std::string bytes) {
+  return {Turn::Kind::kClient, std::move(bytes)};
+}
+Turn Stalls() {
+  return {Turn::Kind::kStalls, {}};
+}
+
+// At the end of its turns the server closes.
+class FakeMaker {
+ public:
+  FakeSockets sockets;
+  void Play(const std::vector<Turn>& turns) {
+    for (const Turn& turn : turns) {
+      if (turn.kind == Turn::Kind::kServer) sockets.Server(turn.bytes);
+      if (turn.kind == Turn::Kind::kClient) sockets.Client(turn.bytes);
+      if (turn.kind == Turn::Kind::kStalls) sockets.Stalls();
+    }
+    sockets.Closes();
+    sockets.SetHost("localhost", {127, 0, 0, 1});
+  }
+  std::uint16_t port() const { return 119; }
+  void Verify() { sockets.Verify(); }
+};
+
+class LinuxMaker {
+ public:
+  LinuxSockets sockets;
+  void Play(std::vector<Turn> turns) {
+    server_.emplace([turns = std::move(turns)](int client) {
+      for (const Turn& turn : turns) {
+        if (turn.kind == Turn::Kind::kServer) SendAll(client, turn.bytes);
+        if (turn.kind == Turn::Kind::kClient) {
+          EXPECT_EQ(ReceiveExactly(client, turn.bytes.size()), turn.bytes);
+        }
+        if (turn.kind == Turn::Kind::kStalls) ReceiveExactly(client, 1);
+      }
+    });
+  }
+  std::uint16_t port() const { return server_->port(); }
+  void Verify() {}
+
+ private:
+  std::optional<LoopbackServer> server_;
+};
+
+template <class Maker>
+class SocketsContract : public testing::Test {
+ protected:
+  SocketHandle Connected(const std::vector<Turn>& turns) {
+    maker_.Play(turns);
+    Sockets& sockets = this->sockets();
+    EXPECT_EQ(sockets.Startup({1, 1}), (SocketVersion{1, 1}));
+    const SocketHandle socket = sockets.Open();
+    EXPECT_NE(socket, 0U);
+    EXPECT_TRUE(sockets.Bind(socket));
+    EXPECT_TRUE(sockets.Connect(socket, {127, 0, 0, 1}, maker_.port()));
+    return socket;
+  }
+  // Everything until the server closes, with buffers of that size.
+  std::string ReceiveAll(SocketHandle socket, std::size_t buffer_size) {
+    std::string all;
+    std::vector<char> buffer(buffer_size);
+    for (;;) {
+      const std::int64_t got = sockets().Receive(socket, buffer);
+      EXPECT_LE(got, static_cast<std::int64_t>(buffer_size));
+      EXPECT_GE(got, 0);
+      if (got <= 0) return all;
+      all.append(buffer.data(), static_cast<std::size_t>(got));
+    }
+  }
+  // At least `count` bytes.
+  std::string ReceiveSome(SocketHandle socket, std::size_t count) {
+    std::string all;
+    char buffer[100];
+    while (all.size() < count) {
+      const std::int64_t got = sockets().Receive(socket, buffer);
+      if (got <= 0) break;
+      all.append(buffer, static_cast<std::size_t>(got));
+    }
+    return all;
+  }
+  Sockets& sockets() { return maker_.sockets; }
+
+  Maker maker_;
+};
+
+using Makers = testing::Types<FakeMaker, LinuxMaker>;
+TYPED_TEST_SUITE(SocketsContract, Makers);
+
+TYPED_TEST(SocketsContract, ConversationGoesBothWays) {
+  const SocketHandle socket = this->Connected({Server("200 hello\r\n"), Client("GROUP a.b\r\n"),
+                                               Server("211 3 1 3 a.b\r\n"), Client("QUIT\r\n")});
+  EXPECT_EQ(this->ReceiveSome(socket, 11), "200 hello\r\n");
+  EXPECT_TRUE(this->sockets().Send(socket, "GROUP a.b\r\n"));
+  EXPECT_EQ(this->ReceiveSome(socket, 15), "211 3 1 3 a.b\r\n");
+  EXPECT_TRUE(this->sockets().Send(socket, "QUIT\r\n"));
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), 0);
+  this->sockets().Close(socket);
+  this->sockets().Cleanup();
+  this->maker_.Verify();
+}
+
+TYPED_TEST(SocketsContract, ReceiveNeverGivesMoreThanTheBufferHolds) {
+  std::string sent;
+  for (int i = 0; i < 1000; ++i) sent += static_cast<char>(i * 7);
+  const SocketHandle socket = this->Connected({Server(sent)});
+  EXPECT_EQ(this->ReceiveAll(socket, 7), sent);
+}
+
+TYPED_TEST(SocketsContract, ReceivedBytesMayBeAnyBytes) {
+  const std::string sent("a\0b\xFF\r\n\0", 7);
+  const SocketHandle socket = this->Connected({Server(sent)});
+  EXPECT_EQ(this->ReceiveAll(socket, 100), sent);
+}
+
+TYPED_TEST(SocketsContract, EmptyBufferIsAnErrorNotAClose) {
+  const SocketHandle socket = this->Connected({Server("x")});
+  EXPECT_EQ(this->sockets().Receive(socket, {}), -1);
+  EXPECT_NE(this->sockets().LastError(), 0);
+  EXPECT_EQ(this->ReceiveAll(socket, 10), "x");
+}
+
+TYPED_TEST(SocketsContract, SendingNothingSucceeds) {
+  const SocketHandle socket = this->Connected({Server("x")});
+  EXPECT_TRUE(this->sockets().Send(socket, ""));
+  EXPECT_EQ(this->ReceiveAll(socket, 10), "x");
+}
+
+TYPED_TEST(SocketsContract, HandlesAreNeverZeroAndNeverTheSame) {
+  std::vector<SocketHandle> seen;
+  for (int i = 0; i < 5; ++i) {
+    const SocketHandle socket = this->sockets().Open();
+    EXPECT_NE(socket, 0U);
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), socket), 0);
+    seen.push_back(socket);
+    if (i % 2 == 0) this->sockets().Close(socket);
+  }
+}
+
+TYPED_TEST(SocketsContract, ClosingNothingOrTwiceDoesNothing) {
+  const SocketHandle socket = this->Connected({Server("x")});
+  this->sockets().Close(0);
+  this->sockets().Close(socket + 1000);
+  EXPECT_EQ(this->ReceiveAll(socket, 10), "x");
+  this->sockets().Close(socket);
+  this->sockets().Close(socket);
+}
+
+TYPED_TEST(SocketsContract, ClosedOrUnknownSocketFailsEverything) {
+  const SocketHandle closed = this->sockets().Open();
+  this->sockets().Close(closed);
+  for (const SocketHandle socket : {SocketHandle{0}, closed, SocketHandle{4711}}) {
+    char buffer[10];
+    EXPECT_FALSE(this->sockets().Bind(socket));
+    EXPECT_FALSE(this->sockets().Connect(socket, {127, 0, 0, 1}, 1));
+    EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+    EXPECT_FALSE(this->sockets().Send(socket, "x"));
+    EXPECT_NE(this->sockets().LastError(), 0);
+  }
+}
+
+TYPED_TEST(SocketsContract, SocketThatIsNotConnectedCarriesNothing) {
+  const SocketHandle socket = this->sockets().Open();
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+  EXPECT_FALSE(this->sockets().Send(socket, "x"));
+}
+
+TYPED_TEST(SocketsContract, KnownHostResolves) {
+  this->maker_.Play({});
+  EXPECT_EQ(this->sockets().Resolve("localhost"), (Ipv4Address{127, 0, 0, 1}));
+}
+
+TYPED_TEST(SocketsContract, UnknownHostResolvesToNothing) {
+  for (const char* host : {"", "no such host", "two..dots"}) {
+    EXPECT_EQ(this->sockets().Resolve(host), std::nullopt) << host;
+    EXPECT_NE(this->sockets().LastError(), 0);
+  }
+  EXPECT_EQ(this->sockets().Resolve(std::string("localhost\0.example", 18)), std::nullopt);
+}
+
+TYPED_TEST(SocketsContract, SurplusCleanupsDoNothing) {
+  this->sockets().Cleanup();
+  EXPECT_TRUE(this->sockets().Startup({1, 1}).has_value());
+  this->sockets().Cleanup();
+  this->sockets().Cleanup();
+  EXPECT_EQ(this->sockets().Startup({1, 1}), (SocketVersion{1, 1}));
+}
+
+TYPED_TEST(SocketsContract, InterruptEndsABlockedReceive) {
+  const SocketHandle socket = this->Connected({Server("x"), Stalls()});
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
+  std::thread interrupter([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    this->sockets().Interrupt();
+  });
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+  EXPECT_NE(this->sockets().LastError(), 0);
+  interrupter.join();
+}
+
+TYPED_TEST(SocketsContract, AfterAnInterruptEverythingFailsAtOnce) {
+  const SocketHandle socket = this->Connected({Server("x"), Stalls()});
+  this->sockets().Interrupt();
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+  EXPECT_FALSE(this->sockets().Send(socket, "y"));
+  EXPECT_EQ(this->sockets().Resolve("localhost"), std::nullopt);
+  EXPECT_FALSE(this->sockets().Connect(this->sockets().Open(), {127, 0, 0, 1}, 1));
+  this->sockets().Close(socket);
+}
+
+}  // namespace
+}  // namespace quillet::port
