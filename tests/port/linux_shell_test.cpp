@@ -1,0 +1,413 @@
+#include "port/linux/linux_shell.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "port/common/thread_queues.h"
+#include "port/linux/instance_socket.h"
+#include "port/linux/linux_clock.h"
+#include "tests/port/linux_test_tools.h"
+
+namespace quillet::port {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint32_t kScheduled = 2;
+
+// One instance of the program as far as the shell is concerned.
+struct Instance {
+  explicit Instance(const std::string& folder, std::u16string command_line = {})
+      : shell(LocateProfile(folder), std::move(command_line), queues) {
+    shell.SetRaise([this] { ++raised; });
+  }
+  // The next message of this thread's window; kNone when none comes soon.
+  MessageKind Next() {
+    queues.SetTimer(window, 99, 300);
+    Message message;
+    queues.Get(message);
+    queues.KillTimer(window, 99);
+    if (message.kind == MessageKind::kTimer) return MessageKind::kNone;
+    EXPECT_EQ(message.window, window);
+    if (message.kind == MessageKind::kUser) {
+      EXPECT_EQ(message.id, kScheduled);
+    }
+    return message.kind;
+  }
+
+  LinuxClock clock;
+  ThreadQueues queues{clock};
+  const WindowHandle window = queues.AddWindow();
+  std::atomic<int> raised{0};
+  LinuxShell shell;
+};
+
+class LinuxShellTest : public testing::Test {
+ protected:
+  TempFolder folder_;
+  const std::string profile_ = folder_ / "profile";
+};
+
+// The owner in a process of its own; `ready` when it owns the profile.
+class OwnerProcess {
+ public:
+  explicit OwnerProcess(const std::string& profile) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    child_ = std::make_unique<Child>([&] {
+      Instance owner(profile);
+      const char answer = owner.shell.ForwardToOtherInstance(false) ? 'n' : 'y';
+      if (write(ends[1], &answer, 1) == 1) pause();
+    });
+    char answer = 0;
+    EXPECT_EQ(read(ends[0], &answer, 1), 1);
+    EXPECT_EQ(answer, 'y');
+    close(ends[0]);
+    close(ends[1]);
+  }
+  pid_t pid() const { return child_->pid(); }
+  void Kill() { child_->Kill(); }
+
+ private:
+  std::unique_ptr<Child> child_;
+};
+
+TEST_F(LinuxShellTest, SecondInstanceRaisesTheFirstAndNothingElse) {
+  Instance first(profile_);
+  Instance second(profile_);
+  EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+  EXPECT_TRUE(Eventually([&] { return first.raised == 1; }));
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(second.raised, 0);
+}
+
+TEST_F(LinuxShellTest, ScheduledSecondInstanceHandsTheDownloadOver) {
+  Instance first(profile_);
+  Instance second(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(first.raised, 1);
+}
+
+TEST_F(LinuxShellTest, RequestsBeforeTheWindowAreDeliveredWithIt) {
+  Instance first(profile_);
+  Instance second(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(first.raised, 0);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+  EXPECT_EQ(first.raised, 1);
+}
+
+TEST_F(LinuxShellTest, WithoutAWindowAgainRequestsAreKept) {
+  Instance first(profile_);
+  Instance second(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(0, kScheduled);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(first.raised, 0);
+}
+
+TEST_F(LinuxShellTest, ProfilesDoNotSeeEachOther) {
+  Instance first(profile_);
+  Instance other(folder_ / "other");
+  EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+  EXPECT_FALSE(other.shell.ForwardToOtherInstance(true));
+}
+
+TEST_F(LinuxShellTest, NextInstanceOwnsTheProfileOfOneThatEnded) {
+  {
+    Instance first(profile_);
+    EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+    EXPECT_TRUE(std::filesystem::exists(profile_ + "/instance.sock"));
+  }
+  EXPECT_FALSE(std::filesystem::exists(profile_ + "/instance.sock"));
+  Instance second(profile_);
+  EXPECT_FALSE(second.shell.ForwardToOtherInstance(false));
+}
+
+TEST_F(LinuxShellTest, OwnerInAnotherProcessIsFound) {
+  const OwnerProcess owner(profile_);
+  Instance second(profile_);
+  const StopWatch watch;
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_LT(watch.Milliseconds(), 500);
+}
+
+TEST_F(LinuxShellTest, KilledOwnerLeavesNothingInTheWay) {
+  OwnerProcess owner(profile_);
+  owner.Kill();
+  EXPECT_TRUE(std::filesystem::exists(profile_ + "/instance.sock"));
+  Instance second(profile_);
+  const StopWatch watch;
+  EXPECT_FALSE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_LT(watch.Milliseconds(), 200);
+  Instance third(profile_);
+  EXPECT_TRUE(third.shell.ForwardToOtherInstance(false));
+}
+
+TEST_F(LinuxShellTest, HungOwnerHoldsNobodyUpForLong) {
+  const OwnerProcess owner(profile_);
+  kill(owner.pid(), SIGSTOP);
+  for (int i = 0; i < 2; ++i) {
+    Instance second(profile_);
+    const StopWatch watch;
+    EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+    EXPECT_LT(watch.Milliseconds(), 2000);
+  }
+}
+
+TEST_F(LinuxShellTest, BusyOwnerIsNotWaitedFor) {
+  Instance first(profile_);
+  std::atomic<bool> go_on{false};
+  first.shell.SetRaise([&] {
+    while (!go_on) std::this_thread::sleep_for(1ms);
+  });
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  Instance second(profile_);
+  const StopWatch watch;
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_LT(watch.Milliseconds(), 500);
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+  go_on = true;
+}
+
+TEST_F(LinuxShellTest, OfManyStartsAtOnceOneOwnsTheProfile) {
+  for (int round = 0; round < 5; ++round) {
+    const std::string profile = folder_ / ("many" + std::to_string(round));
+    std::vector<std::unique_ptr<Instance>> instances;
+    for (int i = 0; i < 8; ++i) instances.push_back(std::make_unique<Instance>(profile));
+    std::atomic<int> owners{0};
+    std::vector<std::thread> threads;
+    for (const auto& instance : instances) {
+      threads.emplace_back([&owners, &instance] {
+        if (!instance->shell.ForwardToOtherInstance(false)) ++owners;
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(owners, 1);
+  }
+}
+
+TEST_F(LinuxShellTest, LongProfilePathsWork) {
+  const std::string profile =
+      folder_ / (std::string(100, 'a') + "/" + std::string(100, 'b') + "/" + std::string(100, 'c'));
+  Instance first(profile);
+  EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  Instance second(profile);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+}
+
+TEST_F(LinuxShellTest, UsersOwnProfileMeetsInTheRuntimeFolderOrWithoutOne) {
+  const Environment config("XDG_CONFIG_HOME", folder_ / "config");
+  const Environment data("XDG_DATA_HOME", folder_ / "data");
+  auto first = [&] {
+    const Environment runtime("XDG_RUNTIME_DIR", folder_ / "run");
+    return std::make_unique<Instance>("");
+  }();
+  EXPECT_FALSE(first->shell.ForwardToOtherInstance(false));
+  EXPECT_TRUE(std::filesystem::exists(folder_ / "run/quillet/instance.sock"));
+  first->shell.SetInstanceWindow(first->window, kScheduled);
+  const Environment no_runtime("XDG_RUNTIME_DIR", std::nullopt);
+  Instance second("");
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first->Next(), MessageKind::kUser);
+}
+
+TEST_F(LinuxShellTest, RubbishOnTheSocketIsIgnored) {
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  const std::string path = profile_ + "/instance.sock";
+  for (const std::string& rubbish :
+       {std::string(), std::string("raise+downloads\n"), std::string("raise"), std::string("\n"),
+        std::string(100000, 'x'), std::string("raise\0\n", 7), std::string("RAISE\n")}) {
+    const FileDescriptor peer = ConnectTo(path);
+    ASSERT_TRUE(peer.valid());
+    send(peer.get(), rubbish.data(), rubbish.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  }
+  const FileDescriptor silent = ConnectTo(path);
+  ASSERT_TRUE(silent.valid());
+  Instance second(profile_);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(first.raised, 1);
+}
+
+TEST_F(LinuxShellTest, OtherUsersAreNotHeard) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the superuser can become another user";
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  for (const std::string& path : {folder_.path(), profile_, profile_ + "/instance.sock"}) {
+    chmod(path.c_str(), 0777);
+  }
+  Child stranger([&] {
+    if (seteuid(65534) != 0) _exit(2);
+    // Its own check of the peer fails too, so this one speaks without it.
+    const int peer = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = profile_ + "/instance.sock";
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    if (connect(peer, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) _exit(3);
+    SendLine(peer, "raise+download");
+    _exit(ReceiveLine(peer, 300) == "ok" ? 4 : 0);
+  });
+  const int status = stranger.Wait();
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+}
+
+TEST_F(LinuxShellTest, FolderThatCannotBeWrittenStillLetsTheProgramRun) {
+  WriteAll(profile_, "a file in the way");
+  Instance first(profile_);
+  EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+}
+
+TEST_F(LinuxShellTest, EndOfTheSessionGoesToTheWindowNowOrLater) {
+  Instance instance(profile_);
+  instance.shell.EndSession();
+  instance.shell.SetInstanceWindow(instance.window, kScheduled);
+  EXPECT_EQ(instance.Next(), MessageKind::kEndSession);
+  EXPECT_EQ(instance.Next(), MessageKind::kNone);
+  instance.shell.EndSession();
+  EXPECT_EQ(instance.Next(), MessageKind::kEndSession);
+}
+
+TEST_F(LinuxShellTest, DownloadDueInThisProgramGoesToTheWindow) {
+  Instance instance(profile_);
+  instance.shell.RequestDownload();
+  instance.shell.SetInstanceWindow(instance.window, kScheduled);
+  EXPECT_EQ(instance.Next(), MessageKind::kUser);
+  EXPECT_EQ(instance.raised, 0);
+}
+
+TEST_F(LinuxShellTest, NoRaiseIsUnderWayWhenItWasTakenBack) {
+  Instance first(profile_);
+  std::atomic<int> inside{0};
+  first.shell.SetRaise([&] {
+    ++inside;
+    std::this_thread::sleep_for(50ms);
+    --inside;
+  });
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  Instance second(profile_);
+  second.shell.ForwardToOtherInstance(false);
+  EXPECT_TRUE(Eventually([&] { return inside == 1; }));
+  first.shell.SetRaise({});
+  EXPECT_EQ(inside, 0);
+}
+
+TEST_F(LinuxShellTest, CommandLineIsWhatItWasGiven) {
+  Instance instance(profile_, u"AppRunAtTime");
+  EXPECT_EQ(instance.shell.CommandLine(), u"AppRunAtTime");
+}
+
+TEST(LinkForOpener, LinksAreHandedOnUnchanged) {
+  for (const char16_t* link : {u"http://example.org/", u"HTTPS://example.org/a?b=c&d#e", u"ftp://x",
+                               u"mailto:me@example.org", u"news:comp.test", u"nntp://x/y/1",
+                               u"http://example.org/\u00E4 b"}) {
+    EXPECT_EQ(LinkForOpener(link), std::filesystem::path(link).string());
+  }
+}
+
+TEST(LinkForOpener, HostNamesGetTheirScheme) {
+  EXPECT_EQ(LinkForOpener(u"www.example.org/x"), "http://www.example.org/x");
+  EXPECT_EQ(LinkForOpener(u"WWW.example.org"), "http://WWW.example.org");
+}
+
+TEST(LinkForOpener, WhatIsNoLinkIsRefused) {
+  const std::u16string refused[] = {
+      u"",
+      u"-http://x",
+      u"--help",
+      u"/etc/passwd",
+      u"example",
+      u"example.org",
+      u"://x",
+      u"1http://x",
+      u"a-b:c",
+      u" http://x",
+      u"file:///etc",
+      u"FILE:/etc/passwd",
+      u"http://a\nb",
+      u"http://a\rb",
+      u"http://a\u0007",
+      std::u16string(u"http://a\0b", 10),
+      u"http://a\u007F",
+      u"www",
+      u"./www.x",
+      u"mailto",
+  };
+  for (const std::u16string& target : refused) EXPECT_EQ(LinkForOpener(target), "");
+}
+
+class OpenLinkTest : public LinuxShellTest {
+ protected:
+  // An opener that notes its arguments, one a line, and their number.
+  void MakeOpener(const std::string& more = "") {
+    WriteScript(folder_ / "bin/xdg-open",
+                "#!/bin/sh\nprintf '%s\\n' \"$#\" \"$@\" > " + (folder_ / "note.new") + "\nmv " +
+                    (folder_ / "note.new") + " " + (folder_ / "note") + "\n" + more);
+  }
+  const Environment path_{"PATH", folder_ / "bin:/usr/bin:/bin"};
+  Instance instance_{profile_};
+};
+
+TEST_F(OpenLinkTest, TargetIsOneArgumentWithoutAShell) {
+  MakeOpener();
+  const std::u16string target = u"http://example.org/a b;$(touch x)`'\"|&*\\";
+  EXPECT_TRUE(instance_.shell.OpenLink(target));
+  ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "note"); }));
+  EXPECT_EQ(ReadAll(folder_ / "note"), "1\nhttp://example.org/a b;$(touch x)`'\"|&*\\\n");
+}
+
+TEST_F(OpenLinkTest, RefusedTargetStartsNothing) {
+  MakeOpener();
+  EXPECT_FALSE(instance_.shell.OpenLink(u"--version"));
+  EXPECT_FALSE(instance_.shell.OpenLink(u"file:///etc/passwd"));
+  std::this_thread::sleep_for(100ms);
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "note"));
+}
+
+TEST_F(OpenLinkTest, OpenerThatStaysIsNotWaitedForAndLeavesNoZombie) {
+  MakeOpener("exec sleep 0.3\n");
+  const StopWatch watch;
+  EXPECT_TRUE(instance_.shell.OpenLink(u"http://example.org"));
+  EXPECT_LT(watch.Milliseconds(), 200);
+  // No child is left, running or waiting to be taken away.
+  EXPECT_TRUE(Eventually([] {
+    siginfo_t info{};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 && errno == ECHILD;
+  }));
+}
+
+TEST_F(OpenLinkTest, MissingOpenerIsToldToTheCaller) {
+  const Environment path("PATH", folder_ / "empty");
+  EXPECT_FALSE(instance_.shell.OpenLink(u"http://example.org"));
+}
+
+}  // namespace
+}  // namespace quillet::port
