@@ -32,6 +32,7 @@ int QtDevice::Run(const std::function<int()>& program) {
   program_ended_ = false;
   QEventLoop loop;
   std::thread thread([&] {
+    program_thread_ = std::this_thread::get_id();
     result = program();
     jobs_.Post([&] {
       program_ended_ = true;

@@ -1,7 +1,9 @@
 // The display of the device: all its services together, and the life of the display thread.
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <thread>
 
 #include "port/common/thread_queues.h"
 #include "qt/dialogs.h"
@@ -33,6 +35,9 @@ class QtDevice {
   // here until it returns; its result. Display thread.
   int Run(const std::function<int()>& program);
 
+  // The thread of the running program. Any thread, while Run runs.
+  std::thread::id ProgramThread() const { return program_thread_; }
+
   // Keeps the display working until the program has ended, for a caller inside the event loop.
   // False after that many milliseconds. Display thread.
   bool WaitForProgram(int timeout_ms);
@@ -46,6 +51,7 @@ class QtDevice {
   QtDialogs dialogs_;
   KeyFilter keys_;
   bool program_ended_ = false;  // display thread
+  std::atomic<std::thread::id> program_thread_;
 };
 
 }  // namespace quillet::qt

@@ -106,11 +106,12 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
   if (entry == kForms.end()) return nullptr;
   auto* dialog = new FormDialog(owner, pressed);
   entry->set_up(dialog);
+  // Before the flags, which it would reset.
+  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   if (dialog->windowTitle().isEmpty()) {
     dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
     dialog->setWindowTitle(dialog->accessibleName());  // for lists of windows
   }
-  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   ConnectButtons(*dialog, pressed);
   DrawIcons(*dialog);
   LimitToScreen(*dialog);

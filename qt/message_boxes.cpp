@@ -58,8 +58,9 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
   box->setStandardButtons(entry.buttons);
   box->setDefaultButton(entry.first);
   box->setEscapeButton(entry.escape);
-  if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
   box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  // After the modality, which resets the flags.
+  if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
   for (QAbstractButton* button : box->buttons()) {
     button->setAccessibleName(button->text().remove(QLatin1Char('&')));
   }

@@ -1,0 +1,306 @@
+// quillet-screenshot: pictures of the real program on a profile, drawn without a screen.
+//
+// For every size a process of its own starts the whole program on a screen of that size in memory,
+// waits until it is idle, draws the window in light and dark colours and closes it as a user would.
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QPainter>
+#include <QProcess>
+#include <QStyleFactory>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include "qt/program.h"
+#include "qt/text.h"
+#include "res/resource.h"
+
+namespace {
+
+using quillet::port::MessageKind;
+using quillet::port::WindowHandle;
+using quillet::qt::QtDevice;
+
+constexpr int kIdleLimitMs = 60000;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+struct Request {
+  QString profile;
+  QString folder;
+  QString dialog;  // "", "about", "newgroup" or "progress"
+  int tab = 0;
+  QSize size;
+};
+
+QPalette LightPalette() {
+  return QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette();
+}
+
+QPalette DarkPalette() {
+  QPalette dark(QColor(0x2b, 0x2b, 0x2b));
+  dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+  dark.setColor(QPalette::AlternateBase, QColor(0x26, 0x26, 0x26));
+  dark.setColor(QPalette::Highlight, QColor(0x3d, 0x7a, 0xa8));
+  dark.setColor(QPalette::HighlightedText, Qt::white);
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    dark.setColor(role, QColor(0xe6, 0xe6, 0xe6));
+  }
+  return dark;
+}
+
+QString SizeText(QSize size) {
+  return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+// Works on a thread of its own beside the program and the display.
+class Photographer {
+ public:
+  Photographer(QtDevice& device, quillet::port::ThreadQueues& queues, const Request& request)
+      : device_(device), queues_(queues), request_(request) {}
+
+  // False when a picture is missing.
+  bool Run() {
+    const bool ready = WaitForWindow();
+    const bool good = ready && TakeAll();
+    End(ready);
+    return good;
+  }
+
+ private:
+  bool OnDisplay(const std::function<void()>& action) { return device_.jobs().Call(action); }
+
+  bool WaitIdle() { return queues_.WaitIdle(device_.ProgramThread(), kIdleLimitMs); }
+
+  bool WaitForWindow() {
+    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+      bool shown = false;
+      QString question;
+      const bool running = OnDisplay([&] {
+        const auto boxes = device_.boxes().OpenBoxes();
+        if (!boxes.empty()) question = boxes.back()->text();
+        const auto& main = device_.display().main;
+        shown = main && main->isVisible() && main->GroupList() != nullptr;
+        if (shown) main_ = main->Handle();
+      });
+      if (!running) return Complain("the program ended at its start");
+      if (!question.isEmpty()) return Complain("the program asks: " + question);
+      if (shown) return WaitIdle();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return Complain("the window does not appear");
+  }
+
+  bool TakeAll() {
+    if (request_.tab != 0) ShowTab();
+    const bool light = TakeOne(LightPalette(), QStringLiteral("light"));
+    return TakeOne(DarkPalette(), QStringLiteral("dark")) && light;
+  }
+
+  void ShowTab() {
+    OnDisplay([&] { device_.display().main->Tabs()->Bar().setCurrentIndex(request_.tab); });
+    WaitIdle();
+  }
+
+  bool TakeOne(const QPalette& palette, const QString& colours) {
+    OnDisplay([&] {
+      QApplication::setPalette(palette);
+      device_.display().main->resize(request_.size);
+    });
+    WaitIdle();
+    const std::optional<WindowHandle> dialog = OpenDialog();
+    if (!dialog) return Complain("the dialog does not appear");
+    bool saved = false;
+    OnDisplay([&] { saved = Save(*dialog, colours); });
+    CloseDialog(*dialog);
+    return saved || Complain("the picture cannot be written to " + request_.folder);
+  }
+
+  // 0: no dialog is wanted.
+  std::optional<WindowHandle> OpenDialog() {
+    if (request_.dialog.isEmpty()) return 0;
+    if (request_.dialog == QLatin1String("progress")) return OpenProgress();
+    const bool about = request_.dialog == QLatin1String("about");
+    queues_.Post({main_,
+                  MessageKind::kCommand,
+                  about ? quillet::kCommandAbout : quillet::kCommandNewGroup,
+                  0,
+                  {}});
+    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+      WindowHandle dialog = 0;
+      OnDisplay([&] { dialog = device_.display().HandleOf(QApplication::activeModalWidget()); });
+      if (dialog != 0 && WaitIdle()) return dialog;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return std::nullopt;
+  }
+
+  // With texts as a download shows them.
+  std::optional<WindowHandle> OpenProgress() {
+    auto& dialogs = device_.dialogs();
+    const WindowHandle dialog = dialogs.Create(quillet::kDialogProgress, main_);
+    if (dialog == 0) return std::nullopt;
+    dialogs.SetText(dialog, quillet::kControlProgressTitle, u"Downloading newsgroup articles");
+    dialogs.SetText(dialog, quillet::kControlProgressDetail,
+                    u"news.software.readers\nArticle 132 of 400");
+    dialogs.SetProgressRange(dialog, quillet::kControlProgressBar, 400);
+    dialogs.SetProgressPosition(dialog, quillet::kControlProgressBar, 132);
+    dialogs.Show(dialog);
+    return dialog;
+  }
+
+  // Display thread.
+  bool Save(WindowHandle dialog, const QString& colours) {
+    QApplication::processEvents();  // all that is still to be laid out
+    QWidget& main = *device_.display().main;
+    QPixmap picture = main.grab();
+    if (QWidget* over = device_.display().WidgetOf(dialog)) {
+      QPainter painter(&picture);
+      painter.drawPixmap(over->pos() - main.pos(), over->grab());
+    }
+    const QString subject = !request_.dialog.isEmpty() ? request_.dialog
+                            : request_.tab == 0        ? QStringLiteral("window")
+                                                       : QStringLiteral("tab%1").arg(request_.tab);
+    const QString name =
+        QStringLiteral("%1-%2-%3.png").arg(subject, SizeText(request_.size), colours);
+    const QString path = QDir(request_.folder).filePath(name);
+    if (!picture.save(path)) return false;
+    std::printf("%s\n", qPrintable(path));
+    return true;
+  }
+
+  void CloseDialog(WindowHandle dialog) {
+    if (dialog == 0) return;
+    if (request_.dialog == QLatin1String("progress")) {
+      device_.dialogs().Destroy(dialog);
+      return;
+    }
+    queues_.Post({dialog, MessageKind::kCommand, quillet::kControlCancel, 0, {}});
+    WaitIdle();
+  }
+
+  void End(bool ready) {
+    if (!ready) device_.boxes().AnswerAll();
+    queues_.Post({main_, ready ? MessageKind::kClose : MessageKind::kEndSession, 0, 0, {}});
+  }
+
+  bool Complain(const QString& text) {
+    std::fprintf(stderr, "quillet-screenshot: %s\n", qPrintable(text));
+    return false;
+  }
+
+  QtDevice& device_;
+  quillet::port::ThreadQueues& queues_;
+  const Request& request_;
+  WindowHandle main_ = 0;
+};
+
+void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                          const QString& text) {
+  if (text.contains(QLatin1String("does not support propagateSizeHints"))) return;
+  if (type == QtFatalMsg || type == QtCriticalMsg) std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
+bool WriteScreen(const QString& path, QSize size) {
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly)) return false;
+  const QString screen =
+      QStringLiteral(R"({"screens":[{"name":"s","x":0,"y":0,"width":%1,"height":%2,)"
+                     R"("logicalDpi":96,"logicalBaseDpi":96,"dpr":1}]})")
+          .arg(size.width())
+          .arg(size.height());
+  return file.write(screen.toUtf8()) > 0;
+}
+
+// The process of one size.
+int TakePictures(const Request& request, int argc, char** argv) {
+  const auto profile = quillet::port::LocateProfile(request.profile.toStdString());
+  const std::string problem = quillet::port::PrepareProfile(profile);
+  const QTemporaryDir temporary;
+  const QString screen = temporary.filePath(QStringLiteral("screen.json"));
+  if (!problem.empty() || !WriteScreen(screen, request.size)) {
+    std::fprintf(stderr, "quillet-screenshot: %s\n",
+                 problem.empty() ? "no temporary folder" : problem.c_str());
+    return kExitFailed;
+  }
+  qputenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + screen).toLocal8Bit());
+  qInstallMessageHandler(HandleToolkitMessage);
+  quillet::port::LinuxServices services(profile, u"", quillet::port::OwnExecutable());
+  quillet::qt::NameApplication();
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  const QApplication application(argc, argv);
+  QtDevice device(services.queues);
+  Photographer photographer(device, services.queues, request);
+  bool good = false;
+  std::thread thread([&] { good = photographer.Run(); });
+  const int result = quillet::qt::RunQuilletOn(device, services);
+  thread.join();
+  return good ? result : kExitFailed;
+}
+
+// A process for each size, one after the other.
+int TakeAllSizes(const QStringList& arguments, const QStringList& sizes) {
+  int result = 0;
+  for (const QString& size : sizes) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(QString::fromStdString(quillet::port::OwnExecutable()),
+                  arguments + QStringList{QStringLiteral("--size"), size});
+    const bool ended = process.waitForFinished(2 * kIdleLimitMs);
+    if (!ended || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+      result = kExitFailed;
+    }
+  }
+  return result;
+}
+
+QSize ParseSize(const QString& text) {
+  const QStringList parts = text.split(QLatin1Char('x'));
+  return parts.size() == 2 ? QSize(parts[0].toInt(), parts[1].toInt()) : QSize();
+}
+
+std::optional<Request> RequestOf(const QCommandLineParser& parser) {
+  Request request{parser.value(QStringLiteral("profile")), parser.value(QStringLiteral("out")),
+                  parser.value(QStringLiteral("dialog")),
+                  parser.value(QStringLiteral("tab")).toInt(),
+                  ParseSize(parser.value(QStringLiteral("size")))};
+  const QStringList dialogs{QString(), QStringLiteral("about"), QStringLiteral("newgroup"),
+                            QStringLiteral("progress")};
+  const bool size_fine = !parser.isSet(QStringLiteral("size")) || !request.size.isEmpty();
+  if (!dialogs.contains(request.dialog) || request.profile.isEmpty() || !size_fine ||
+      request.tab < 0 || request.tab > 2 || !QDir().mkpath(request.folder)) {
+    return std::nullopt;
+  }
+  return request;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+  QCommandLineParser parser;
+  parser.addOptions({
+      {QStringLiteral("profile"), QStringLiteral("Profile to run on."), QStringLiteral("folder")},
+      {QStringLiteral("out"), QStringLiteral("Where the pictures go."), QStringLiteral("folder"),
+       QStringLiteral(".")},
+      {QStringLiteral("size"), QStringLiteral("Only this size, e.g. 240x320."),
+       QStringLiteral("size")},
+      {QStringLiteral("dialog"), QStringLiteral("With about, newgroup or progress shown."),
+       QStringLiteral("name")},
+      {QStringLiteral("tab"), QStringLiteral("0 groups, 1 threads, 2 article."),
+       QStringLiteral("number"), QStringLiteral("0")},
+  });
+  const bool parsed = parser.parse(arguments);
+  const std::optional<Request> request = parsed ? RequestOf(parser) : std::nullopt;
+  if (!request) {
+    std::fprintf(stderr, "%s\n%s", qPrintable(parser.errorText()), qPrintable(parser.helpText()));
+    return kExitUsage;
+  }
+  if (request->size.isValid()) return TakePictures(*request, argc, argv);
+  return TakeAllSizes(arguments.mid(1), {QStringLiteral("240x320"), QStringLiteral("800x480"),
+                                         QStringLiteral("1920x1080")});
+}

@@ -1,0 +1,327 @@
+#include "qt/dialogs.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include "qt/forms.h"
+#include "res/dialog_templates.h"
+#include "tests/qt/display_fixture.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::MessageKind;
+using port::WindowHandle;
+
+class DialogTest : public DisplayTest {
+ protected:
+  QtDialogs& dialogs() { return device->dialogs(); }
+  QWidget& WidgetOf(WindowHandle dialog) { return *device->display().WidgetOf(dialog); }
+  template <class Widget>
+  Widget& Control(WindowHandle dialog, std::uint32_t id) {
+    return *qobject_cast<Widget*>(ControlOf(WidgetOf(dialog), id));
+  }
+  WindowHandle Shown(std::uint32_t form, WindowHandle owner = 0) {
+    const WindowHandle dialog = dialogs().Create(form, owner);
+    dialogs().Show(dialog);
+    OnDisplay([&] { EXPECT_TRUE(QTest::qWaitForWindowActive(&WidgetOf(dialog))); });
+    return dialog;
+  }
+};
+
+TEST_F(DialogTest, EveryFormHasTheControlsOfItsTemplate) {
+  for (const DialogTemplate& form : DialogTemplates()) {
+    const WindowHandle dialog = dialogs().Create(form.id, 0);
+    ASSERT_NE(dialog, 0u) << form.id;
+    OnDisplay([&] {
+      for (const ControlTemplate& control : form.controls) {
+        if (control.id == 0) continue;
+        const QWidget* widget = ControlOf(WidgetOf(dialog), control.id);
+        ASSERT_NE(widget, nullptr) << form.id << ": " << control.id;
+        EXPECT_EQ(widget->accessibleName().toStdU16String(), control.accessible_name);
+      }
+    });
+    dialogs().Destroy(dialog);
+  }
+}
+
+TEST_F(DialogTest, ProgressFormHasItsTextsAndDefaultButton) {
+  const WindowHandle dialog = dialogs().Create(120, 0);
+  OnDisplay([&] {
+    auto& cancel = Control<QPushButton>(dialog, 2);
+    EXPECT_EQ(cancel.text(), QStringLiteral("&Cancel"));
+    EXPECT_TRUE(cancel.isDefault());
+    EXPECT_EQ(Control<QProgressBar>(dialog, 1004).value(), 0);
+    EXPECT_EQ(Control<QLabel>(dialog, 1020).text(), QString());
+    EXPECT_EQ(Control<QLabel>(dialog, 1022).text(), QString());
+    // No caption: the desktop draws no frame around it.
+    EXPECT_TRUE(WidgetOf(dialog).windowFlags().testFlag(Qt::FramelessWindowHint));
+  });
+}
+
+TEST_F(DialogTest, NewGroupFormHasItsTexts) {
+  const WindowHandle dialog = dialogs().Create(122, 0);
+  OnDisplay([&] {
+    EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("Subscribe to newsgroup"));
+    EXPECT_NE(qobject_cast<QLineEdit*>(ControlOf(WidgetOf(dialog), 1001)), nullptr);
+    EXPECT_EQ(Control<QPushButton>(dialog, 1).text(), QStringLiteral("OK"));
+    EXPECT_EQ(Control<QPushButton>(dialog, 2).text(), QStringLiteral("Cancel"));
+    QStringList labels;
+    for (const QLabel* label : WidgetOf(dialog).findChildren<QLabel*>()) labels << label->text();
+    EXPECT_EQ(labels, QStringList{QStringLiteral("Group name to add:")});
+  });
+}
+
+TEST_F(DialogTest, AboutBoxShowsIconAndProgramName) {
+  const WindowHandle dialog = dialogs().Create(121, 0);
+  OnDisplay([&] {
+    EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("About Quillet CE"));
+    bool icon = false;
+    bool name = false;
+    for (const QLabel* label : WidgetOf(dialog).findChildren<QLabel*>()) {
+      icon = icon || !label->pixmap().isNull();
+      name = name || label->text().contains(QStringLiteral("Quillet CE"));
+    }
+    EXPECT_TRUE(icon);
+    EXPECT_TRUE(name);
+    EXPECT_EQ(Control<QPushButton>(dialog, 1).text(), QStringLiteral("OK"));
+  });
+}
+
+TEST_F(DialogTest, UnknownFormIsRefused) {
+  EXPECT_EQ(dialogs().Create(9999, 0), 0u);
+}
+
+TEST_F(DialogTest, ReadsSeeEveryEarlierWrite) {
+  const WindowHandle dialog = Shown(122);
+  for (int i = 0; i < 200; ++i) {
+    std::u16string text = u"group.";
+    for (const char digit : std::to_string(i)) text += static_cast<char16_t>(digit);
+    dialogs().SetText(dialog, 1001, text);
+    ASSERT_EQ(dialogs().GetText(dialog, 1001), text);
+  }
+}
+
+TEST_F(DialogTest, WritesAreShownWithoutARead) {
+  const WindowHandle dialog = Shown(120);
+  for (int i = 0; i <= 1000; ++i) {
+    dialogs().SetProgressPosition(dialog, 1004, i);
+    if (i == 0) dialogs().SetProgressRange(dialog, 1004, 1000);
+    if (i == 1000) dialogs().SetText(dialog, 1022, u"last");
+  }
+  EXPECT_TRUE(WaitOnDisplay([&] {
+    return Control<QProgressBar>(dialog, 1004).value() == 1000 &&
+           Control<QProgressBar>(dialog, 1004).maximum() == 1000 &&
+           Control<QLabel>(dialog, 1022).text() == QStringLiteral("last");
+  }));
+}
+
+TEST_F(DialogTest, AStreamOfWritesIsShownSeldom) {
+  const WindowHandle dialog = Shown(120);
+  int changes = 0;  // display thread
+  dialogs().SetProgressRange(dialog, 1004, 65535);
+  OnDisplay([&] {
+    QObject::connect(&Control<QProgressBar>(dialog, 1004), &QProgressBar::valueChanged,
+                     &WidgetOf(dialog), [&changes] { ++changes; });
+  });
+  const auto start = std::chrono::steady_clock::now();
+  int writes = 0;
+  while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(400)) {
+    dialogs().SetProgressPosition(dialog, 1004, ++writes % 65535);
+  }
+  int seen = 0;
+  OnDisplay([&] { seen = changes; });
+  EXPECT_GE(seen, 3);
+  EXPECT_LE(seen, 24);  // 60 a second
+  EXPECT_GT(writes, 1000);
+}
+
+TEST_F(DialogTest, WritesAreShownBeforeTheDialogIs) {
+  const WindowHandle dialog = dialogs().Create(120, 0);
+  dialogs().SetText(dialog, 1020, u"Preparing to download...");
+  dialogs().Show(dialog);
+  OnDisplay([&] {
+    EXPECT_TRUE(WidgetOf(dialog).isVisible());
+    EXPECT_EQ(Control<QLabel>(dialog, 1020).text(), QStringLiteral("Preparing to download..."));
+  });
+}
+
+TEST_F(DialogTest, PositionBeyondTheRangeIsItsEnd) {
+  const WindowHandle dialog = Shown(120);
+  dialogs().SetProgressRange(dialog, 1004, 10);
+  dialogs().SetProgressPosition(dialog, 1004, 11);
+  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"");  // a read, so that all is shown
+  OnDisplay([&] { EXPECT_EQ(Control<QProgressBar>(dialog, 1004).value(), 10); });
+  dialogs().SetProgressRange(dialog, 1004, 0);  // at least 1
+  dialogs().SetProgressPosition(dialog, 1004, -5);
+  dialogs().GetText(dialog, 1020);
+  OnDisplay([&] {
+    EXPECT_EQ(Control<QProgressBar>(dialog, 1004).maximum(), 1);
+    EXPECT_EQ(Control<QProgressBar>(dialog, 1004).value(), 0);
+  });
+}
+
+TEST_F(DialogTest, PressesComeToTheThreadThatCreatedIt) {
+  WindowHandle dialog = 0;
+  std::promise<void> created;
+  port::Message got;
+  std::thread owner([&] {
+    dialog = dialogs().Create(120, 0);
+    dialogs().Show(dialog);
+    created.set_value();
+    queues.Get(got);
+  });
+  created.get_future().wait();
+  OnDisplay([&] { Control<QPushButton>(dialog, 2).click(); });
+  owner.join();
+  EXPECT_EQ(got.window, dialog);
+  EXPECT_EQ(got.kind, MessageKind::kCommand);
+  EXPECT_EQ(got.id, 2u);
+  EXPECT_TRUE(TakeMessages(queues).empty());
+}
+
+TEST_F(DialogTest, EscapeAndFrameAreCancelAndLeaveItOpen) {
+  const WindowHandle dialog = Shown(122);
+  Key(Qt::Key_Escape);
+  OnDisplay([&] { WidgetOf(dialog).close(); });
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kCommand), (Details{{2, 0}, {2, 0}}));
+  OnDisplay([&] { EXPECT_TRUE(WidgetOf(dialog).isVisible()); });
+}
+
+TEST_F(DialogTest, EnterPressesTheDefaultButton) {
+  const WindowHandle dialog = Shown(122);
+  Key(Qt::Key_Return);
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kCommand), (Details{{1, 0}}));
+  OnDisplay([&] { EXPECT_TRUE(WidgetOf(dialog).isVisible()); });
+}
+
+TEST_F(DialogTest, TypedTextIsRead) {
+  const WindowHandle dialog = Shown(122);
+  OnDisplay([&] { QTest::keyClicks(&Control<QLineEdit>(dialog, 1001), QStringLiteral("comp.x")); });
+  EXPECT_EQ(dialogs().GetText(dialog, 1001), u"comp.x");
+}
+
+TEST_F(DialogTest, FirstEditHasTheFocus) {
+  const WindowHandle dialog = Shown(122);
+  OnDisplay([&] { EXPECT_TRUE(Control<QLineEdit>(dialog, 1001).hasFocus()); });
+}
+
+TEST_F(DialogTest, HiddenButtonCannotBePressedAgain) {
+  const WindowHandle dialog = Shown(120);
+  dialogs().ShowControl(dialog, 2, false);
+  dialogs().GetText(dialog, 1020);
+  OnDisplay([&] { EXPECT_FALSE(Control<QPushButton>(dialog, 2).isVisible()); });
+  dialogs().ShowControl(dialog, 2, true);
+  dialogs().GetText(dialog, 1020);
+  OnDisplay([&] { EXPECT_TRUE(Control<QPushButton>(dialog, 2).isVisible()); });
+}
+
+TEST_F(DialogTest, DestroyIsIdempotentAndFromAnyThread) {
+  const WindowHandle dialog = Shown(120);
+  std::thread([&] { dialogs().Destroy(dialog); }).join();
+  OnDisplay([&] { EXPECT_EQ(device->display().WidgetOf(dialog), nullptr); });
+  EXPECT_FALSE(queues.Exists(dialog));
+  dialogs().Destroy(dialog);
+  dialogs().Destroy(0);
+  dialogs().Destroy(12345);
+}
+
+TEST_F(DialogTest, DestroyLeavesTheMainWindowAlone) {
+  const WindowHandle main = ShowWindow();
+  dialogs().Destroy(main);
+  OnDisplay([&] { EXPECT_NE(device->display().WidgetOf(main), nullptr); });
+}
+
+TEST_F(DialogTest, WhatDoesNotExistIsEmptyAndTakesNothing) {
+  const WindowHandle dialog = Shown(120);
+  dialogs().SetText(dialog, 4711, u"x");
+  dialogs().SetChecked(dialog, 1020, true);
+  dialogs().SetProgressRange(dialog, 1020, 5);
+  EXPECT_EQ(dialogs().GetText(dialog, 4711), u"");
+  EXPECT_FALSE(dialogs().IsChecked(dialog, 1020));
+  dialogs().Destroy(dialog);
+  dialogs().SetText(dialog, 1020, u"x");
+  dialogs().Show(dialog);
+  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"");
+  EXPECT_EQ(dialogs().GetText(0, 0), u"");
+}
+
+TEST_F(DialogTest, ShownDialogTakesTheInputOfItsOwnerOnly) {
+  const WindowHandle main = ShowWindow();
+  const WindowHandle dialog = Shown(120, main);
+  OnDisplay([&] {
+    EXPECT_EQ(WidgetOf(dialog).windowModality(), Qt::WindowModal);
+    EXPECT_EQ(WidgetOf(dialog).parentWidget(), &Main());
+    EXPECT_EQ(QApplication::activeModalWidget(), &WidgetOf(dialog));
+    QTest::mouseClick(Main().windowHandle(), Qt::LeftButton, Qt::NoModifier, {5, 5});
+    QTest::keyClick(Main().windowHandle(), Qt::Key_A, Qt::ControlModifier);
+  });
+  for (const port::Message& message : TakeMessages(queues)) {
+    EXPECT_NE(message.window, main) << static_cast<int>(message.kind);
+  }
+  device->windows().SetStatusText(u"still painting");
+  OnDisplay([&] { EXPECT_FALSE(Main().grab().isNull()); });
+}
+
+TEST_F(DialogTest, WithoutAnOwnerItTakesTheInputOfAll) {
+  const WindowHandle dialog = Shown(121);
+  OnDisplay([&] { EXPECT_EQ(WidgetOf(dialog).windowModality(), Qt::ApplicationModal); });
+}
+
+TEST_F(DialogTest, LongTextsDoNotMakeTheProgressDialogGrow) {
+  const WindowHandle dialog = Shown(120);
+  QSize before;
+  OnDisplay([&] { before = WidgetOf(dialog).size(); });
+  dialogs().SetText(dialog, 1022, std::u16string(500, u'w'));
+  dialogs().SetText(dialog, 1020, u"<b>not bold</b>");
+  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"<b>not bold</b>");
+  OnDisplay([&] {
+    QCoreApplication::processEvents();
+    EXPECT_EQ(WidgetOf(dialog).size(), before);
+    EXPECT_EQ(Control<QLabel>(dialog, 1020).textFormat(), Qt::PlainText);
+  });
+}
+
+TEST_F(DialogTest, InjectedKeyGoesToTheDialogThatIsUp) {
+  const WindowHandle main = ShowWindow();
+  device->windows().InjectKeyUp(0x87);
+  std::vector<port::Message> messages = TakeMessages(queues);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].window, main);
+  EXPECT_EQ(messages[0].kind, MessageKind::kKeyUp);
+  EXPECT_EQ(messages[0].id, 0x87u);
+
+  const WindowHandle dialog = Shown(120, main);
+  TakeMessages(queues);
+  device->windows().InjectKeyUp(0x87);
+  messages = TakeMessages(queues);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].window, dialog);
+  EXPECT_EQ(messages[0].id, 0x87u);
+}
+
+TEST_F(DialogTest, EscapeThatClosedADialogDoesNotReachTheWindowBelow) {
+  const WindowHandle main = ShowWindow();
+  const WindowHandle dialog = Shown(122, main);
+  OnDisplay([&] { QTest::keyPress(WidgetOf(dialog).windowHandle(), Qt::Key_Escape); });
+  dialogs().Destroy(dialog);
+  OnDisplay([&] {
+    Main().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&Main()));
+    QTest::keyRelease(Main().windowHandle(), Qt::Key_Escape);
+  });
+  for (const port::Message& message : TakeMessages(queues)) {
+    EXPECT_NE(message.kind, MessageKind::kKeyUp);
+  }
+}
+
+TEST_F(DialogTest, AfterTheDisplayHasGoneNothingIsCreated) {
+  OnDisplay([&] { device->jobs().Close(); });
+  EXPECT_EQ(dialogs().Create(120, 0), 0u);
+}
+
+}  // namespace
+}  // namespace quillet::qt

@@ -1,0 +1,46 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QStyleFactory>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include "tests/qt/display_fixture.h"
+
+namespace quillet::qt {
+JobQueue* gDisplayThread = nullptr;
+}  // namespace quillet::qt
+
+namespace {
+
+void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                          const QString& text) {
+  // The offscreen platform says this of every window.
+  if (text.contains(QLatin1String("does not support propagateSizeHints"))) return;
+  std::fprintf(stderr, "%s\n", qPrintable(text));
+  if (type == QtFatalMsg) std::abort();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  qInstallMessageHandler(HandleToolkitMessage);
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  const QApplication application(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  quillet::qt::JobQueue jobs;
+  quillet::qt::gDisplayThread = &jobs;
+  QEventLoop loop;
+  int result = 0;
+  std::thread tests([&] {
+    result = RUN_ALL_TESTS();
+    jobs.Post([&] { loop.quit(); });
+  });
+  loop.exec();
+  jobs.Close();
+  tests.join();
+  return result;
+}

@@ -1,0 +1,215 @@
+#include "qt/message_boxes.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+
+#include "tests/qt/display_fixture.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::BoxButtons;
+using port::BoxIcon;
+
+class MessageBoxTest : public DisplayTest {
+ protected:
+  // Shows a box from a thread of its own.
+  std::future<int> ShowLater(port::BoxStyle style, std::u16string text = u"Text",
+                             port::WindowHandle owner = 0) {
+    return std::async(std::launch::async, [this, style, text, owner] {
+      return device->boxes().Show(owner, u"Quillet", text, style);
+    });
+  }
+  bool WaitForBoxes(std::size_t count) {
+    return WaitOnDisplay([&] { return device->boxes().OpenBoxes().size() == count; });
+  }
+  QMessageBox& Box() { return *device->boxes().OpenBoxes().back(); }
+  void PressEscape() {
+    OnDisplay([&] {
+      ASSERT_TRUE(QTest::qWaitForWindowActive(&Box()));
+      QTest::keyClick(Box().windowHandle(), Qt::Key_Escape);
+    });
+  }
+  void PressEnter() {
+    OnDisplay([&] {
+      ASSERT_TRUE(QTest::qWaitForWindowActive(&Box()));
+      QTest::keyClick(Box().windowHandle(), Qt::Key_Return);
+    });
+  }
+};
+
+TEST_F(MessageBoxTest, ReturnsTheIdOfTheButtonPressed) {
+  struct Case {
+    BoxButtons buttons;
+    QMessageBox::StandardButton press;
+    int answer;
+  };
+  for (const Case& c :
+       {Case{BoxButtons::kOk, QMessageBox::Ok, 1}, Case{BoxButtons::kOkCancel, QMessageBox::Ok, 1},
+        Case{BoxButtons::kOkCancel, QMessageBox::Cancel, 2},
+        Case{BoxButtons::kYesNo, QMessageBox::Yes, 6}, Case{BoxButtons::kYesNo, QMessageBox::No, 7},
+        Case{BoxButtons::kYesNoCancel, QMessageBox::Yes, 6},
+        Case{BoxButtons::kYesNoCancel, QMessageBox::No, 7},
+        Case{BoxButtons::kYesNoCancel, QMessageBox::Cancel, 2}}) {
+    auto answer = ShowLater({c.buttons, BoxIcon::kNone, false});
+    ASSERT_TRUE(WaitForBoxes(1));
+    OnDisplay([&] { Box().button(c.press)->click(); });
+    EXPECT_EQ(answer.get(), c.answer);
+  }
+}
+
+TEST_F(MessageBoxTest, EscapeIsCancelOrNoOrOk) {
+  const std::vector<std::pair<BoxButtons, int>> cases{{BoxButtons::kOk, 1},
+                                                      {BoxButtons::kOkCancel, 2},
+                                                      {BoxButtons::kYesNo, 7},
+                                                      {BoxButtons::kYesNoCancel, 2}};
+  for (const auto& [buttons, expected] : cases) {
+    auto answer = ShowLater({buttons, BoxIcon::kNone, false});
+    ASSERT_TRUE(WaitForBoxes(1));
+    PressEscape();
+    EXPECT_EQ(answer.get(), expected);
+  }
+}
+
+TEST_F(MessageBoxTest, ClosingTheFrameIsLikeEscape) {
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false});
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] { Box().close(); });
+  EXPECT_EQ(answer.get(), 7);
+}
+
+TEST_F(MessageBoxTest, EnterTakesTheFirstButton) {
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kExclamation, false});
+  ASSERT_TRUE(WaitForBoxes(1));
+  PressEnter();
+  EXPECT_EQ(answer.get(), 6);
+}
+
+TEST_F(MessageBoxTest, TextIsNeverMarkUp) {
+  const std::u16string text = u"<b>bold</b> & <img src='http://192.0.2.1/x.png'>\nnext";
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, false}, text);
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().textFormat(), Qt::PlainText);
+    auto* label = Box().findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+    ASSERT_NE(label, nullptr);
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    EXPECT_EQ(label->text().toStdU16String(), text);
+    EXPECT_EQ(Box().windowTitle(), QStringLiteral("Quillet"));
+    Box().button(QMessageBox::Ok)->click();
+  });
+  EXPECT_EQ(answer.get(), 1);
+}
+
+TEST_F(MessageBoxTest, StyleShowsIconAndStaysOnTop) {
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kExclamation, true});
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().icon(), QMessageBox::Warning);
+    EXPECT_TRUE(Box().windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+  });
+  PressEnter();
+  answer.get();
+  answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false});
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().icon(), QMessageBox::NoIcon);
+    EXPECT_FALSE(Box().windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+  });
+  PressEnter();
+  answer.get();
+}
+
+TEST_F(MessageBoxTest, OwnerIsBlockedWhileTheBoxIsUp) {
+  const port::WindowHandle main = ShowWindow();
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, false}, u"Text", main);
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().parentWidget(), &Main());
+    EXPECT_EQ(Box().windowModality(), Qt::WindowModal);
+    EXPECT_EQ(QApplication::activeModalWidget(), &Box());
+  });
+  PressEnter();
+  EXPECT_EQ(answer.get(), 1);
+}
+
+TEST_F(MessageBoxTest, WithoutAnOwnerItStandsOverTheWholeProgram) {
+  ShowWindow();
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kExclamation, false}, u"Text", 0);
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().parentWidget(), nullptr);
+    EXPECT_EQ(Box().windowModality(), Qt::ApplicationModal);
+  });
+  PressEscape();
+  EXPECT_EQ(answer.get(), 7);
+}
+
+TEST_F(MessageBoxTest, BoxesOfSeveralThreadsAnswerTheirOwnCaller) {
+  auto first = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"first");
+  ASSERT_TRUE(WaitForBoxes(1));
+  auto second = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"second");
+  ASSERT_TRUE(WaitForBoxes(2));
+  OnDisplay([&] {
+    for (QMessageBox* box : device->boxes().OpenBoxes()) {
+      const bool is_first = box->text() == QStringLiteral("first");
+      box->button(is_first ? QMessageBox::Yes : QMessageBox::No)->click();
+    }
+  });
+  EXPECT_EQ(first.get(), 6);
+  EXPECT_EQ(second.get(), 7);
+}
+
+TEST_F(MessageBoxTest, OwnerThatIsDestroyedAnswersLikeEscape) {
+  const port::WindowHandle dialog = device->dialogs().Create(120, 0);
+  device->dialogs().Show(dialog);
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"Text", dialog);
+  ASSERT_TRUE(WaitForBoxes(1));
+  device->dialogs().Destroy(dialog);
+  EXPECT_EQ(answer.get(), 7);
+}
+
+TEST_F(MessageBoxTest, EndOfSessionAnswersOpenAndLaterBoxes) {
+  auto answer = ShowLater({BoxButtons::kOkCancel, BoxIcon::kNone, false});
+  ASSERT_TRUE(WaitForBoxes(1));
+  device->boxes().AnswerAll();
+  EXPECT_EQ(answer.get(), 2);
+  EXPECT_EQ(device->boxes().Show(0, u"Quillet", u"later", {BoxButtons::kYesNo}), 7);
+}
+
+TEST_F(MessageBoxTest, WithoutADisplayTheAnswerComesAtOnce) {
+  OnDisplay([&] { device->jobs().Close(); });
+  EXPECT_EQ(device->boxes().Show(0, u"Quillet", u"Text", {BoxButtons::kOk}), 1);
+  EXPECT_EQ(device->boxes().Show(0, u"Quillet", u"Text", {BoxButtons::kOkCancel}), 2);
+  EXPECT_EQ(device->boxes().Show(0, u"Quillet", u"Text", {BoxButtons::kYesNo}), 7);
+  EXPECT_EQ(device->boxes().Show(0, u"Quillet", u"Text", {BoxButtons::kYesNoCancel}), 2);
+}
+
+TEST_F(MessageBoxTest, DisplayThatGoesWhileABoxIsUpLetsTheCallerGo) {
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false});
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] { device->jobs().Close(); });
+  EXPECT_EQ(answer.get(), 7);
+}
+
+TEST_F(MessageBoxTest, WaitCursorNests) {
+  const auto shape = [&] {
+    Qt::CursorShape found = Qt::ArrowCursor;
+    device->jobs().Call([&] {
+      if (QApplication::overrideCursor() != nullptr) {
+        found = QApplication::overrideCursor()->shape();
+      }
+    });
+    return found;
+  };
+  device->boxes().SetWaitCursor(true);
+  device->boxes().SetWaitCursor(true);
+  device->boxes().SetWaitCursor(false);
+  EXPECT_EQ(shape(), Qt::WaitCursor);
+  device->boxes().SetWaitCursor(false);
+  EXPECT_EQ(shape(), Qt::ArrowCursor);
+}
+
+}  // namespace
+}  // namespace quillet::qt
