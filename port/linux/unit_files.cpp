@@ -53,8 +53,24 @@ std::string QuoteForUnit(std::string_view word, CommandWord kind) {
   return quoted + "\"";
 }
 
+namespace {
+
+// systemd refuses a program whose path holds quotes, backslashes or control characters, however
+// they are written; such a one is started by another program, as its argument.
+std::string ProgramWords(std::string_view executable) {
+  for (const char c : executable) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F || c == '"' || c == '\'' || c == '\\') {
+      return "/usr/bin/env " + QuoteForUnit(executable, CommandWord::kArgument);
+    }
+  }
+  return QuoteForUnit(executable, CommandWord::kProgram);
+}
+
+}  // namespace
+
 std::string ServiceUnit(const Profile& profile, std::string_view executable) {
-  std::string command = QuoteForUnit(executable, CommandWord::kProgram);
+  std::string command = ProgramWords(executable);
   if (!profile.name.empty()) {
     command += " --profile " + QuoteForUnit(profile.name, CommandWord::kArgument);
   }
