@@ -104,14 +104,23 @@ void SetBox(ScriptContext& context, const std::u16string& group, bool checked) {
   Require(context, display.ToggleRow(row));
 }
 
+// With a dialog open the words are control ids: a group cannot be reached then.
+void TickControl(ScriptContext& context, port::WindowHandle dialog, const std::u16string& word,
+                 bool checked) {
+  const auto control = ParseNumber(word);
+  if (!control) Require(context, false);
+  if (context.run.display.Tick(dialog, *control, checked)) return;
+  throw MissingFailure(u"the open dialog has no such check box: " + word);
+}
+
 void SetBoxes(ScriptContext& context, Words words, bool checked) {
   context.run.WaitReadyForInput();
   const port::WindowHandle dialog = OpenDialog(context.run.display);
   for (const std::u16string& word : words) {
     if (dialog == 0) {
       SetBox(context, word, checked);
-    } else if (!context.run.display.Tick(dialog, NumberOf(word), checked)) {
-      throw MissingFailure(u"the open dialog has no such check box: " + word);
+    } else {
+      TickControl(context, dialog, word, checked);
     }
   }
 }

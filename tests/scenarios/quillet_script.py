@@ -249,8 +249,7 @@ class Quillet:
     def set_numbers(self, name, numbers):
         self.do(" ".join(["registry-set", quoted(name), "numbers"] + [str(n) for n in numbers]))
 
-    def configure(self, servers=(), groups=(), checked=None, lastdownloaded=None,
-                  lastonserver=None, **values):
+    def configure(self, servers=(), groups=(), checked=None, **values):
         """Writes servers [(host, port)], groups [name] and further values into the registry.
 
         All groups are ticked unless `checked` says otherwise. Further keyword arguments are
@@ -270,13 +269,11 @@ class Quillet:
         if groups:
             self.set_strings("groups", groups)
             self.set_numbers("checked", checked)
-        if lastdownloaded is not None:
-            self.set_numbers("lastdownloaded", lastdownloaded)
-        if lastonserver is not None:
-            self.set_numbers("lastonserver", lastonserver)
         for name, value in values.items():
             if isinstance(value, str):
                 self.set_string(name, value)
+            elif isinstance(value, (list, tuple)):
+                self.set_numbers(name, value)
             else:
                 self.set_dword(name, value)
 
