@@ -42,7 +42,9 @@ Conversion ConversionAt(std::u16string_view format, std::size_t at, std::size_t&
 
 std::u16string FormatArgument::Decimal() const {
   if (!is_number_) return text_;
-  return negative_ ? u"-" + Digits(~number_ + 1, 10) : Digits(number_, 10);
+  std::u16string text;
+  if (negative_) text.push_back(u'-');
+  return text.append(Digits(negative_ ? ~number_ + 1 : number_, 10));
 }
 
 std::u16string FormatArgument::Hexadecimal() const {
