@@ -1,0 +1,106 @@
+// What a server may send, in pieces of any size. The first byte chooses the reader, the second the
+// pieces, the third the size of a block's buffer; the rest is what the server sends before it
+// closes.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "nntp/connection.h"
+#include "nntp/replies.h"
+#include "port/fake/fake_platform.h"
+
+namespace {
+
+using namespace quillet;
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+class FuzzedSockets final : public port::Sockets {
+ public:
+  void Start(std::string_view bytes, std::uint32_t seed) {
+    bytes_ = bytes;
+    seed_ = seed;
+  }
+  std::optional<port::SocketVersion> Startup(port::SocketVersion wanted) override { return wanted; }
+  void Cleanup() override {}
+  port::SocketHandle Open() override { return 1; }
+  bool Bind(port::SocketHandle) override { return true; }
+  std::optional<port::Ipv4Address> Resolve(const std::string&) override { return std::nullopt; }
+  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override { return true; }
+  std::int64_t Receive(port::SocketHandle socket, std::span<char> buffer) override {
+    Require(socket == 1 && !buffer.empty());
+    seed_ = seed_ * 1664525 + 1013904223;
+    const std::size_t piece = seed_ >> 30 == 0 ? bytes_.size() : 1 + (seed_ >> 24) % 64;
+    const std::size_t count = std::min({bytes_.size(), buffer.size(), piece});
+    std::copy_n(bytes_.data(), count, buffer.data());
+    bytes_.remove_prefix(count);
+    return static_cast<std::int64_t>(count);
+  }
+  bool Send(port::SocketHandle, std::string_view) override { return true; }
+  void Close(port::SocketHandle) override {}
+  int LastError() override { return 0; }
+  void Interrupt() override {}
+
+ private:
+  std::string_view bytes_;
+  std::uint32_t seed_ = 0;
+};
+
+struct Device {
+  Device() { gPlatform = &platform; }
+  port::FakePlatform fake;
+  FuzzedSockets sockets;
+  port::Platform platform{fake.queues,   fake.display,   fake.display,   fake.display, fake.display,
+                          fake.registry, sockets,        fake.libraries, fake.files,   fake.clock,
+                          fake.shell,    fake.scheduler, fake.dialler};
+};
+
+void ReadReplies() {
+  while (ReadResponse()) {
+    Require(gConnection.line.size() < kLineBufferSize);
+    Require(gConnection.line.find('\0') == std::string::npos);
+    for (int field = 0; field < 5; ++field) GetNumericField(gConnection.line, field);
+  }
+  Require(gConnection.socket == 0);
+}
+
+void ReadArticles(std::size_t capacity) {
+  std::string text;
+  while (ReadStatusLine(text)) {
+    Require(text.size() < kLineBufferSize);
+    const std::size_t brought = text.size();
+    const BlockResult result = ReadMultiline(&text, capacity, true, 1, 0);
+    Require(result != BlockResult::kNoText);
+    Require(text.size() <= std::max<std::size_t>({capacity, brought, 5}));
+    if (result == BlockResult::kComplete) {
+      Require(text.size() + 3 < capacity);
+      Require(text.find('\0') == std::string::npos);
+    }
+    if (result == BlockResult::kClosed) {
+      Require(gConnection.socket == 0);
+      return;
+    }
+    text.clear();
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Device device;
+  if (size < 3) return 0;
+  device.sockets.Start({reinterpret_cast<const char*>(data) + 3, size - 3}, data[1]);
+  gConnection = NntpConnection();
+  gConnection.socket = 1;
+  if ((data[0] & 1) != 0) {
+    ReadReplies();
+  } else {
+    ReadArticles(data[2] * std::size_t{8});
+  }
+  return 0;
+}
