@@ -92,18 +92,18 @@ def differences(found, expected, limit=5):
 
 
 def walk_chain(newsgroups, group):
-    """(chain number, Message-ID) of a group, newest first; fails on a broken link."""
+    """A group's (chain number, Message-ID) pairs, newest first, and how many of its records do not
+    point back to the one before them. Fails on a record of another group or format."""
     head = newsgroups.get(text_key(group))
-    if head is None:
-        return []
-    entries = []
-    newer, number = 0, struct.unpack_from("<I", head, 8)[0]
+    entries, astray = [], 0
+    newer, number = 0, struct.unpack_from("<I", head, 8)[0] if head else 0
     while number:
         record = newsgroups[struct.pack("<I", number)]
         form, previous, following = struct.unpack_from("<3I", record)
         name, message_id = record[12:-4].split(b"\0")[:2]
-        if (form, previous, name.decode("latin-1")) != (1, newer, group):
+        if (form, name.decode("latin-1")) != (1, group):
             raise AssertionError("chain record %d of %s is %r" % (number, group, record))
+        astray += previous != newer
         entries.append((number, message_id.decode("latin-1")))
         newer, number = number, following
-    return entries
+    return entries, astray
