@@ -1,0 +1,176 @@
+#!/usr/bin/python3
+"""The demo server as a process: where it listens, how it ends, how it copes with rude clients; and
+quillet-setup. Environment: QUILLET_DEMO_SERVER, QUILLET_SETUP (programs)."""
+
+import os
+import signal
+import socket
+import sqlite3
+import subprocess
+import tempfile
+import time
+import unittest
+
+SERVER = os.environ["QUILLET_DEMO_SERVER"]
+SETUP = os.environ["QUILLET_SETUP"]
+
+
+class Server:
+    def __init__(self, *arguments):
+        self.process = subprocess.Popen([SERVER, *arguments], stdout=subprocess.PIPE, text=True)
+        line = self.process.stdout.readline().strip()
+        assert line.startswith("listening on 127.0.0.1:"), line
+        self.port = int(line.rsplit(":", 1)[1])
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+
+    def connect(self):
+        link = socket.create_connection(("127.0.0.1", self.port), timeout=20)
+        return link, link.makefile("rb")
+
+
+class ServerTest(unittest.TestCase):
+    def test_it_refuses_to_listen_elsewhere(self):
+        done = subprocess.run([SERVER, "--generate", "1", "--address", "0.0.0.0"], check=False,
+                              capture_output=True, text=True, timeout=20)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("loopback address 127.0.0.1 only", done.stderr)
+
+    def test_wrong_arguments_end_with_2_and_the_usage(self):
+        for arguments in ([], ["--generate", "x"], ["--generate", "1", "--articles", "x"],
+                          ["--generate", "1", "--port", "65536"], ["--nonsense"]):
+            done = subprocess.run([SERVER, *arguments], check=False, capture_output=True,
+                                  text=True, timeout=20)
+            self.assertEqual((done.returncode, done.stderr[:7]), (2, "usage: "), arguments)
+
+    def test_a_folder_that_is_not_there_is_named(self):
+        done = subprocess.run([SERVER, "--articles", "/nonexistent"], check=False,
+                              capture_output=True, text=True, timeout=20)
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, "quillet-demo-server: /nonexistent/groups cannot be read\n"))
+
+    def test_it_ends_with_0_on_sigterm_and_sigint(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with Server("--generate", "1") as server:
+                server.process.send_signal(number)
+                self.assertEqual(server.process.wait(timeout=20), 0)
+
+    def test_it_ends_when_its_parent_dies(self):
+        shell = subprocess.Popen(
+            ["/bin/sh", "-c", '"$0" --generate 1 --die-with-parent & wait', SERVER],
+            stdout=subprocess.PIPE, text=True)
+        line = shell.stdout.readline()
+        self.assertTrue(line.startswith("listening"), line)
+        shell.kill()
+        shell.wait()
+        # The pipe closes when its last writer, the server, is gone.
+        self.assertEqual(shell.stdout.read(), "")
+        shell.stdout.close()
+
+    def test_many_clients_are_served_at_once(self):
+        with Server("--generate", "5") as server:
+            clients = [server.connect() for _ in range(20)]
+            for link, replies in clients:
+                self.assertTrue(replies.readline().startswith(b"200 "))
+                link.sendall(b"GROUP bench.alpha\r\n")
+            for _, replies in reversed(clients):
+                self.assertTrue(replies.readline().startswith(b"211 "))
+            for link, replies in clients:
+                link.close()
+                replies.close()
+
+    def test_a_client_that_takes_no_answers_stops_nobody(self):
+        with Server("--generate", "300") as server:
+            rude, _replies = server.connect()
+            rude.setblocking(False)
+            try:
+                rude.sendall(b"GROUP bench.alpha\r\n")
+                for _ in range(200000):
+                    rude.sendall(b"ARTICLE\r\n")
+            except BlockingIOError:
+                pass
+            link, replies = server.connect()
+            replies.readline()
+            link.sendall(b"DATE\r\nQUIT\r\n")
+            self.assertTrue(replies.readline().startswith(b"111 "))
+            self.assertTrue(replies.readline().startswith(b"205 "))
+            self.assertEqual(replies.readline(), b"")
+            for thing in (link, replies, rude, _replies):
+                thing.close()
+
+    def test_lock_step_requests_wait_for_nothing(self):
+        with Server("--generate", "20") as server:
+            link, replies = server.connect()
+            replies.readline()
+            started = time.monotonic()
+            for _ in range(500):
+                link.sendall(b"DATE\r\n")
+                replies.readline()
+            # A reply held back for an acknowledgement would cost 40 ms each.
+            self.assertLess(time.monotonic() - started, 10)
+            link.close()
+            replies.close()
+
+
+class SetupTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="quillet-setup-test-")
+        self.addCleanup(self.folder.cleanup)
+        self.profile = os.path.join(self.folder.name, "profile")
+
+    def setup_profile(self, *arguments):
+        return subprocess.run([SETUP, "--profile", self.profile, *arguments], check=False,
+                              capture_output=True, text=True, timeout=30)
+
+    def values(self):
+        path = "file:%s/registry.db?mode=ro" % self.profile
+        with sqlite3.connect(path, uri=True) as database:
+            rows = database.execute("SELECT name, type, data FROM registry_value").fetchall()
+        return {name: (kind, bytes(data)) for name, kind, data in rows}
+
+    def test_it_writes_server_groups_and_numbers(self):
+        done = self.setup_profile("--server", "127.0.0.1", "--port", "1190", "--group", "a.b",
+                                  "--group", "c", "--number", "maxarticles=500")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        values = self.values()
+        self.assertEqual(values["numservers"], (4, b"\1\0\0\0"))
+        self.assertEqual(values["numgroups"], (4, b"\2\0\0\0"))
+        self.assertEqual(values["maxarticles"], (4, b"\xf4\1\0\0"))
+        self.assertEqual(values["port"], (3, b"\xa6\4\0\0"))
+        self.assertEqual(values["checked"], (3, b"\1\0\0\0\1\0\0\0"))
+        self.assertEqual(values["lastdownloaded"], (3, b"\0" * 8))
+        self.assertEqual(values["useauths"], (3, b"\0" * 4))
+        self.assertEqual(values["servers"], (7, "127.0.0.1\0\0".encode("utf-16-le")))
+        self.assertEqual(values["groups"], (7, "a.b\0c\0\0".encode("utf-16-le")))
+        self.assertEqual(values["authusers"], (7, "\ue000\0\0".encode("utf-16-le")))
+
+    def test_a_login_is_kept_and_switched_on(self):
+        self.setup_profile("--server", "s", "--group", "g", "--user", "me", "--password", "pw")
+        values = self.values()
+        self.assertEqual(values["useauths"], (3, b"\1\0\0\0"))
+        self.assertEqual(values["authusers"], (7, "me\0\0".encode("utf-16-le")))
+        self.assertEqual(values["authpasses"], (7, "pw\0\0".encode("utf-16-le")))
+
+    def test_settings_that_are_there_are_left_alone(self):
+        self.setup_profile("--server", "first", "--group", "g")
+        before = self.values()
+        done = self.setup_profile("--server", "second", "--group", "h")
+        self.assertEqual((done.returncode, self.values()), (1, before))
+
+    def test_wrong_arguments_write_nothing(self):
+        for arguments in ([], ["--server", "s"], ["--group", "g"],
+                          ["--server", "s", "--group", "g", "--port", "0"],
+                          ["--server", "s", "--group", "g", "--number", "x"],
+                          ["--server", "s", "--group", "g", "--number", "x=4294967296"]):
+            self.assertEqual(self.setup_profile(*arguments).returncode, 2, arguments)
+        self.assertFalse(os.path.exists(self.profile))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
