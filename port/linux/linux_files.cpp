@@ -179,8 +179,7 @@ LinuxFiles::LinuxFiles(std::string data_folder, CardRoots cards)
 
 std::string LinuxFiles::CardFolder(std::string_view name) const {
   for (const std::string& root : cards_.folders) {
-    std::string folder = root + "/" + std::string(name);
-    if (IsCard(root, folder, cards_.mounted_only)) return folder;
+    if (IsCard(root, name, cards_.mounted_only)) return root + "/" + std::string(name);
   }
   return {};
 }
@@ -290,7 +289,7 @@ std::vector<std::u16string> LinuxFiles::Cards() {
     if (!folder) continue;
     while (const dirent* entry = readdir(folder.get())) {  // NOLINT: the stream is this call's own
       const std::string name = entry->d_name;
-      if (name == "." || name == ".." || !IsCard(root, root + "/" + name, cards_.mounted_only)) {
+      if (name == "." || name == ".." || !IsCard(root, name, cards_.mounted_only)) {
         continue;
       }
       std::u16string wide = FromUtf8(name);

@@ -770,6 +770,7 @@ TEST_F(Display, ManyThreadsUseTheDisplayAtOnce) {
     }
   });
   std::vector<std::thread> owners;
+  owners.reserve(3);
   for (int i = 0; i < 3; ++i) {
     owners.emplace_back([&] {
       for (int round = 0; round < 30; ++round) {
