@@ -155,7 +155,9 @@ bool CopyContents(int from, int to) {
   }
 }
 
-bool IsCard(const std::string& root, const std::string& folder, bool mounted_only) {
+bool IsCard(const std::string& root, std::string_view name, bool mounted_only) {
+  std::string folder = root;
+  folder.append("/").append(name);
   struct stat status {};
   if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
   if (!mounted_only) return true;
