@@ -228,6 +228,15 @@ class Quillet:
         """(control, text) of everything shown in a progress dialog since the last question."""
         return [(entry["control"], entry["text"]) for entry in self.ask("progress")["texts"]]
 
+    def chain(self, group):
+        """Message-IDs stored in the group, newest first."""
+        return self.ask("chain " + quoted(group))["articles"]
+
+    def article(self, message_id):
+        """The stored article as a dictionary, None when there is none."""
+        event = self.ask("article " + quoted(message_id))
+        return event if event["found"] else None
+
     def expect(self, prefix, answer, *more):
         self.do(" ".join(["expect", quoted(prefix), answer] + list(more)))
 

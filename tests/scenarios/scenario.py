@@ -1,8 +1,10 @@
 """What all scenarios share: a private profile each, and looking at what a run left behind."""
 
+import concurrent.futures
 import os
 import pathlib
 import shutil
+import subprocess
 import sys
 import unittest
 
@@ -10,6 +12,8 @@ import quillet_script
 
 PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
 FOLDER = pathlib.Path(os.environ.get("QUILLET_SCENARIOS", "/tmp/quillet-scenarios"))
+
+WORKERS = int(os.environ.get("QUILLET_SCENARIO_WORKERS", "6"))
 
 ARTICLES = "Quillet articles.gdb"
 NEWSGROUPS = "Quillet newsgroups.gdb"
@@ -25,7 +29,11 @@ class Scenario(unittest.TestCase):
     maxDiff = None
 
     def setUp(self):
-        self.profile = FOLDER / self.id().replace("__main__.", "")
+        self.use_profile("")
+
+    def use_profile(self, name):
+        """From now on a fresh profile of that name is used."""
+        self.profile = FOLDER / (self.id().replace("__main__.", "") + name)
         if self.profile.exists():
             for folder, _, _ in os.walk(self.profile):
                 os.chmod(folder, 0o700)
@@ -67,5 +75,31 @@ class Scenario(unittest.TestCase):
         return dump
 
 
+def test_ids(suite):
+    for test in suite:
+        if isinstance(test, unittest.TestSuite):
+            yield from test_ids(test)
+        else:
+            yield test.id().removeprefix("__main__.")
+
+
+def run_one(test_id):
+    done = subprocess.run([sys.executable, "-B", sys.argv[0], test_id], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, check=False)
+    return test_id, done.returncode, done.stdout.decode("utf-8", "replace")
+
+
 def main():
-    sys.exit(unittest.main(module="__main__", verbosity=2))
+    """Runs the named scenarios, or all of the file at the same time: they mostly wait."""
+    if len(sys.argv) > 1:
+        unittest.main(module="__main__", verbosity=2)
+    ids = list(test_ids(unittest.defaultTestLoader.loadTestsFromModule(sys.modules["__main__"])))
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(max_workers=WORKERS) as pool:
+        for test_id, status, output in pool.map(run_one, ids):
+            print("%s %s" % ("ok    " if status == 0 else "FAILED", test_id), flush=True)
+            if status != 0:
+                failed += 1
+                print(output, flush=True)
+    print("%d scenarios, %d failed" % (len(ids), failed))
+    sys.exit(1 if failed or not ids else 0)

@@ -1,0 +1,62 @@
+// What is stored: a group's chain and single articles. 8-bit texts are shown widened, unit by byte.
+#include <array>
+
+#include "script/commands.h"
+#include "store/chains.h"
+#include "store/records.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+void AskChain(ScriptContext& context, Words words) {
+  JsonList articles;
+  context.run.CallOnProgram([&] {
+    for (auto record = GroupChainFirst(words[0]); record; record = GroupChainNext()) {
+      articles.Add(Widen(record->messageId));
+    }
+  });
+  context.run.reporter.Report(
+      "chain", JsonObject().Add("group", words[0]).AddRaw("articles", articles.Finish()));
+}
+
+std::u16string Wide(const std::optional<std::string>& text) {
+  return Widen(text.value_or(""));
+}
+
+JsonObject DescribeArticle(const AsciiArticle& article) {
+  return JsonObject()
+      .Add("number", article.articleNumber)
+      .Add("read", article.read)
+      .Add("parent", Wide(article.parentId))
+      .Add("subject", Wide(article.subject))
+      .Add("from", Wide(article.from))
+      .Add("date", Wide(article.date))
+      .Add("reply_to", Wide(article.replyTo))
+      .Add("source", Wide(article.source))
+      .Add("headers", Wide(article.headers))
+      .Add("body", Wide(article.body));
+}
+
+void AskArticle(ScriptContext& context, Words words) {
+  JsonObject answer;
+  context.run.CallOnProgram([&] {
+    const auto article = FetchArticle(Narrow(words[0]));
+    answer.Add("id", words[0]).Add("found", article != nullptr);
+    if (article) answer.Append(DescribeArticle(*article));
+  });
+  context.run.reporter.Report("article", answer);
+}
+
+constexpr std::array<ScriptCommand, 2> kStored = {{
+    {u"chain", 1, 1, false, AskChain},
+    {u"article", 1, 1, false, AskArticle},
+}};
+
+}  // namespace
+
+std::span<const ScriptCommand> StoreCommands() {
+  return kStored;
+}
+
+}  // namespace quillet
