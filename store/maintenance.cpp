@@ -1,7 +1,5 @@
 #include "store/maintenance.h"
 
-#include <limits>
-
 #include "app/base/long_operation.h"
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
@@ -31,14 +29,9 @@ std::u16string FormatByteSize(std::uint32_t bytes) {
 }
 
 std::uint32_t UsedPercent(const port::VolumeSpace& space) {
-  std::uint64_t free = space.free_bytes;
-  std::uint64_t total = space.total_bytes;
-  while ((free | total) > std::numeric_limits<std::uint32_t>::max()) {
-    free >>= 1;
-    total >>= 1;
-  }
-  if (total == 0) return 0;
-  const double free_percent = static_cast<double>(free) / static_cast<double>(total) * 100;
+  if (space.total_bytes == 0) return 0;
+  const double free_percent =
+      static_cast<double>(space.free_bytes) / static_cast<double>(space.total_bytes) * 100;
   return free_percent >= 100 ? 0 : 100 - static_cast<std::uint32_t>(free_percent);
 }
 

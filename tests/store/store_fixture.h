@@ -20,6 +20,7 @@
 #include "store/counts.h"
 #include "store/database_files.h"
 #include "store/databases.h"
+#include "store/gdbm_library.h"
 #include "store/records.h"
 #include "util/format.h"
 #include "util/text.h"
