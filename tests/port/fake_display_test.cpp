@@ -447,19 +447,19 @@ TEST_F(Display, ProgressStaysInItsRange) {
 
 TEST_F(Display, PressesComeToTheDialogsThread) {
   std::vector<Message> got;
-  std::atomic<WindowHandle> dialog = 0;
   std::thread owner([&] {
-    dialog = ShowDialog(kDialogNewGroup, 0);
+    const WindowHandle own = ShowDialog(kDialogNewGroup, 0);
     Message message;
     while (fake.queues.Get(message)) {
       got.push_back(message);
       if (message.id == kControlCancel) {
-        display.Destroy(dialog);
+        display.Destroy(own);
         fake.queues.PostQuit(0);
       }
     }
   });
-  ASSERT_NE(display.WaitForDialog(kDialogNewGroup), 0U);
+  const WindowHandle dialog = display.WaitForDialog(kDialogNewGroup);
+  ASSERT_NE(dialog, 0U);
   EXPECT_TRUE(display.Type(dialog, kControlGroupName, u"comp.lang.c++"));
   EXPECT_EQ(display.GetText(dialog, kControlGroupName), u"comp.lang.c++");
   EXPECT_TRUE(display.Press(dialog, kControlOk));
