@@ -74,7 +74,9 @@ void QtDialogs::Destroy(port::WindowHandle dialog) {
   display_.jobs.Call([&] {
     Flush();
     const auto found = display_.windows.find(dialog);
-    if (found == display_.windows.end() || found->second == display_.main) return;
+    if (found == display_.windows.end()) return;
+    // The widget may have gone with its owner already, then only the handle is left.
+    if (found->second && found->second == display_.main) return;
     delete found->second;
     display_.windows.erase(found);
     display_.queues.RemoveWindow(dialog);

@@ -14,6 +14,7 @@
 #include "qt/icons.h"
 #include "qt/menus.h"
 #include "qt/text.h"
+#include "qt/window_style.h"
 #include "qt/wrapped_text.h"
 
 namespace quillet::qt {
@@ -64,6 +65,10 @@ MainWindow::MainWindow(port::WindowHandle handle, const port::MainWindowSpec& sp
   setAccessibleName(ToQt(spec.title));
   setWindowIcon(PaletteIcon(spec.icon));
   setContextMenuPolicy(Qt::NoContextMenu);
+  auto* style = new WindowStyle;
+  style->setParent(this);
+  setStyle(style);  // a style is not taken over by the children
+  menuBar()->setStyle(style);
   menuBar()->setNativeMenuBar(false);  // the buttons stand in it
   menuBar()->setAccessibleName(QStringLiteral("Menu bar"));
   setCentralWidget(inside_);
@@ -120,7 +125,7 @@ QWidget* MainWindow::NewGroupPane() {
   layout->addStretch(1);
   status_ = new ElidedText(group_pane_);
   status_->setAccessibleName(QStringLiteral("Status"));
-  status_->setMargin(2);
+  status_->setContentsMargins(4, 2, 4, 2);
   layout->addWidget(status_);
   return group_pane_;
 }
@@ -180,6 +185,7 @@ void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
   list_ = new GroupTable(
       [this](int row) { Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row)); },
       group_pane_);
+  list_->setStyle(style());
   list_->setFont(FontFor(face, font_size_index, QApplication::font()));
   list_->header()->setFont(QApplication::font());
   auto* layout = static_cast<QVBoxLayout*>(group_pane_->layout());

@@ -156,6 +156,9 @@ class Photographer {
   bool Save(WindowHandle dialog, const QString& colours) {
     QApplication::processEvents();  // all that is still to be laid out
     QWidget& main = *device_.display().main;
+    for (QWidget* widget : main.findChildren<QWidget*>()) {
+      widget->setAttribute(Qt::WA_UnderMouse, false);  // nothing shall look pointed at
+    }
     QPixmap picture = main.grab();
     if (QWidget* over = device_.display().WidgetOf(dialog)) {
       QPainter painter(&picture);

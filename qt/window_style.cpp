@@ -1,0 +1,34 @@
+#include "qt/window_style.h"
+
+#include <QPainter>
+#include <QStyleOption>
+#include <algorithm>
+
+namespace quillet::qt {
+
+QSize WindowStyle::sizeFromContents(ContentsType type, const QStyleOption* option,
+                                    const QSize& size, const QWidget* widget) const {
+  QSize result = QProxyStyle::sizeFromContents(type, option, size, widget);
+  if (option == nullptr) return result;
+  const int line = option->fontMetrics.height();
+  if (type == CT_MenuBarItem) result.setHeight(std::max(result.height(), line * 7 / 4));
+  if (type == CT_ItemViewItem) result.setHeight(std::max(result.height(), line * 4 / 3));
+  return result;
+}
+
+void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
+                                QPainter* painter, const QWidget* widget) const {
+  QProxyStyle::drawPrimitive(element, option, painter, widget);
+  // Only this style shades the outline by the window's colour, which a list does not have.
+  const bool faint = baseStyle()->name().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
+  if (element != PE_IndicatorItemViewItemCheck || !faint) return;
+  QColor outline = option->palette.color(QPalette::Text);
+  outline.setAlphaF(0.45F);
+  painter->save();
+  painter->setPen(outline);
+  painter->setBrush(Qt::NoBrush);
+  painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+  painter->restore();
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,18 @@
+// The style of the desktop with the few changes that small screens and dark palettes need.
+#pragma once
+
+#include <QProxyStyle>
+
+namespace quillet::qt {
+
+class WindowStyle final : public QProxyStyle {
+ public:
+  // Entries of the menu bar and rows of the list are high enough for a finger.
+  QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
+                         const QWidget* widget) const override;
+  // Boxes of list rows keep their outline where the style draws it too faint to be seen.
+  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override;
+};
+
+}  // namespace quillet::qt

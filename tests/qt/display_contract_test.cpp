@@ -1,0 +1,338 @@
+// The same cases on the toolkit's display and on the one without pixels that all other tests use.
+#include <QAbstractButton>
+#include <QLineEdit>
+#include <algorithm>
+
+#include "port/fake/fake_platform.h"
+#include "qt/forms.h"
+#include "tests/qt/display_fixture.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::CheckState;
+using port::MessageKind;
+using port::WindowHandle;
+
+// A display with somebody in front of it.
+class Subject {
+ public:
+  virtual ~Subject() = default;
+  virtual port::ThreadQueues& Queues() = 0;
+  virtual port::Windows& Windows() = 0;
+  virtual port::ListView& List() = 0;
+  virtual port::Dialogs& Dialogs() = 0;
+  virtual port::MessageBoxes& Boxes() = 0;
+
+  virtual void SelectTab(int tab) = 0;
+  virtual void ToggleRow(int row) = 0;
+  virtual void SelectRow(int row) = 0;
+  virtual void ActivateRow(int row) = 0;
+  virtual void Choose(std::uint32_t command) = 0;
+  virtual void Press(WindowHandle dialog, std::uint32_t control) = 0;
+  virtual void Type(WindowHandle dialog, std::uint32_t control, std::u16string text) = 0;
+  virtual void CloseDialog(WindowHandle dialog) = 0;
+  virtual void CloseWindow() = 0;
+};
+
+class FakeSubject final : public Subject {
+ public:
+  port::ThreadQueues& Queues() override { return fake_.queues; }
+  port::Windows& Windows() override { return fake_.display; }
+  port::ListView& List() override { return fake_.display; }
+  port::Dialogs& Dialogs() override { return fake_.display; }
+  port::MessageBoxes& Boxes() override { return fake_.display; }
+  void SelectTab(int tab) override { EXPECT_TRUE(fake_.display.UserSelectTab(tab)); }
+  void ToggleRow(int row) override { EXPECT_TRUE(fake_.display.ToggleRow(row)); }
+  void SelectRow(int row) override { EXPECT_TRUE(fake_.display.SelectRow(row)); }
+  void ActivateRow(int row) override { EXPECT_TRUE(fake_.display.ActivateRow(row)); }
+  void Choose(std::uint32_t command) override { EXPECT_TRUE(fake_.display.ChooseCommand(command)); }
+  void Press(WindowHandle dialog, std::uint32_t control) override {
+    EXPECT_TRUE(fake_.display.Press(dialog, control));
+  }
+  void Type(WindowHandle dialog, std::uint32_t control, std::u16string text) override {
+    EXPECT_TRUE(fake_.display.Type(dialog, control, text));
+  }
+  void CloseDialog(WindowHandle dialog) override { EXPECT_TRUE(fake_.display.CloseDialog(dialog)); }
+  void CloseWindow() override { EXPECT_TRUE(fake_.display.CloseMainWindow()); }
+
+ private:
+  port::FakePlatform fake_;
+};
+
+class QtSubject final : public Subject {
+ public:
+  QtSubject() {
+    gDisplayThread->Call([this] { device_ = std::make_unique<QtDevice>(queues_); });
+  }
+  ~QtSubject() override {
+    gDisplayThread->Call([this] { device_.reset(); });
+  }
+  port::ThreadQueues& Queues() override { return queues_; }
+  port::Windows& Windows() override { return device_->windows(); }
+  port::ListView& List() override { return device_->group_list(); }
+  port::Dialogs& Dialogs() override { return device_->dialogs(); }
+  port::MessageBoxes& Boxes() override { return device_->boxes(); }
+
+  void SelectTab(int tab) override {
+    OnDisplay([&] {
+      ImageTabBar& bar = Main().Tabs()->Bar();
+      QTest::mouseClick(&bar, Qt::LeftButton, Qt::NoModifier, bar.tabRect(tab).center());
+    });
+  }
+  void ToggleRow(int row) override {
+    OnDisplay([&] { Click(Table().BoxRect(row).center()); });
+  }
+  void SelectRow(int row) override {
+    OnDisplay([&] { Click(TextOf(row)); });
+  }
+  void ActivateRow(int row) override {
+    OnDisplay([&] {
+      QTest::mouseDClick(Table().viewport(), Qt::LeftButton, Qt::NoModifier, TextOf(row));
+    });
+  }
+  void Choose(std::uint32_t command) override {
+    OnDisplay([&] {
+      for (QAction* action : Main().findChildren<QAction*>()) {
+        if (action->data().toUInt() == command) return action->trigger();
+      }
+      ADD_FAILURE() << "no such item: " << command;
+    });
+  }
+  void Press(WindowHandle dialog, std::uint32_t control) override {
+    OnDisplay([&] { qobject_cast<QAbstractButton*>(Control(dialog, control))->click(); });
+  }
+  void Type(WindowHandle dialog, std::uint32_t control, std::u16string text) override {
+    OnDisplay([&] {
+      auto* edit = qobject_cast<QLineEdit*>(Control(dialog, control));
+      edit->selectAll();
+      QTest::keyClicks(edit, QString::fromStdU16String(text));
+    });
+  }
+  void CloseDialog(WindowHandle dialog) override {
+    OnDisplay([&] { device_->display().WidgetOf(dialog)->close(); });
+  }
+  void CloseWindow() override {
+    OnDisplay([&] { Main().close(); });
+  }
+
+ private:
+  void OnDisplay(const std::function<void()>& action) { device_->jobs().Call(action); }
+  MainWindow& Main() { return *device_->display().main; }
+  GroupTable& Table() { return *Main().GroupList(); }
+  QWidget* Control(WindowHandle dialog, std::uint32_t control) {
+    return ControlOf(*device_->display().WidgetOf(dialog), control);
+  }
+  void Click(QPoint place) {
+    QTest::mouseClick(Table().viewport(), Qt::LeftButton, Qt::NoModifier, place);
+  }
+  QPoint TextOf(int row) {
+    return {Table().columnWidth(0) / 2,
+            Table().visualRect(Table().model()->index(row, 0)).center().y()};
+  }
+
+  port::LinuxClock clock_;
+  port::ThreadQueues queues_{clock_};
+  std::unique_ptr<QtDevice> device_;
+};
+
+enum class Kind { kFake, kQt };
+
+class DisplayContract : public ::testing::TestWithParam<Kind> {
+ protected:
+  DisplayContract() {
+    if (GetParam() == Kind::kFake) {
+      subject = std::make_unique<FakeSubject>();
+    } else {
+      subject = std::make_unique<QtSubject>();
+    }
+  }
+
+  WindowHandle ShowWindow() {
+    const WindowHandle handle =
+        subject->Windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {600, 400}});
+    subject->Windows().ShowMainWindow();
+    subject->Windows().CreateTabs(port::TabPlacement::kBottom);
+    const std::array<port::ListColumn, 2> columns{{{u"Newsgroup", 0, false}, {u"Unread", 0, true}}};
+    subject->List().Create(columns, u"", 4);
+    subject->List().Fill({{u"a.b", u"1/2", CheckState::kUnchecked},
+                          {u"c.d", u"3/4", CheckState::kChecked},
+                          {u"e.f", u"5/6", CheckState::kNone}},
+                         -1);
+    Drain();
+    return handle;
+  }
+
+  // What came, without sizes and keys.
+  std::vector<port::Message> Drain() {
+    std::vector<port::Message> messages = TakeMessages(subject->Queues());
+    std::erase_if(messages, [](const port::Message& message) {
+      return message.kind == MessageKind::kSize || message.kind == MessageKind::kKeyDown ||
+             message.kind == MessageKind::kKeyUp;
+    });
+    return messages;
+  }
+
+  void ExpectOnly(const std::vector<port::Message>& expected) {
+    const std::vector<port::Message> messages = Drain();
+    ASSERT_EQ(messages.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      EXPECT_EQ(messages[i].window, expected[i].window);
+      EXPECT_EQ(messages[i].kind, expected[i].kind);
+      EXPECT_EQ(messages[i].id, expected[i].id);
+      EXPECT_EQ(messages[i].detail, expected[i].detail);
+    }
+  }
+
+  std::unique_ptr<Subject> subject;
+};
+
+TEST_P(DisplayContract, HandlesAreNeverReused) {
+  const WindowHandle first = subject->Dialogs().Create(120, 0);
+  subject->Dialogs().Destroy(first);
+  const WindowHandle second = subject->Dialogs().Create(120, 0);
+  EXPECT_NE(first, 0u);
+  EXPECT_NE(second, 0u);
+  EXPECT_NE(first, second);
+}
+
+TEST_P(DisplayContract, TextsOfTheFormsAreThere) {
+  const WindowHandle progress = subject->Dialogs().Create(120, 0);
+  EXPECT_EQ(subject->Dialogs().GetText(progress, 2), u"&Cancel");
+  EXPECT_EQ(subject->Dialogs().GetText(progress, 1020), u"");
+  const WindowHandle group = subject->Dialogs().Create(122, 0);
+  EXPECT_EQ(subject->Dialogs().GetText(group, 1), u"OK");
+  EXPECT_EQ(subject->Dialogs().GetText(group, 2), u"Cancel");
+  EXPECT_EQ(subject->Dialogs().GetText(group, 1001), u"");
+}
+
+TEST_P(DisplayContract, WrittenTextIsRead) {
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  subject->Dialogs().SetText(dialog, 1001, u"comp.lang.c");
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"comp.lang.c");
+  subject->Dialogs().SetText(dialog, 1001, u"");
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
+}
+
+TEST_P(DisplayContract, TypedTextIsRead) {
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  subject->Dialogs().Show(dialog);
+  subject->Type(dialog, 1001, u"alt.test");
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"alt.test");
+}
+
+TEST_P(DisplayContract, PressIsACommandOfTheDialog) {
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  subject->Dialogs().Show(dialog);
+  subject->Press(dialog, 1);
+  subject->CloseDialog(dialog);
+  ExpectOnly(
+      {{dialog, MessageKind::kCommand, 1, 0, {}}, {dialog, MessageKind::kCommand, 2, 0, {}}});
+}
+
+TEST_P(DisplayContract, DestroyedDialogIsEmptyAndDropsItsMessages) {
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  subject->Dialogs().Show(dialog);
+  subject->Dialogs().SetText(dialog, 1001, u"x");
+  subject->Press(dialog, 1);
+  subject->Dialogs().Destroy(dialog);
+  subject->Dialogs().Destroy(dialog);
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
+  subject->Dialogs().SetText(dialog, 1001, u"y");
+  ExpectOnly({});
+}
+
+TEST_P(DisplayContract, ControlThatDoesNotExistIsEmpty) {
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  subject->Dialogs().SetText(dialog, 4711, u"x");
+  subject->Dialogs().ShowControl(dialog, 4711, false);
+  subject->Dialogs().SetProgressPosition(dialog, 1001, 3);
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 4711), u"");
+  EXPECT_FALSE(subject->Dialogs().IsChecked(dialog, 1001));
+  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
+}
+
+TEST_P(DisplayContract, ListKeepsItsBoxes) {
+  ShowWindow();
+  subject->ToggleRow(0);
+  EXPECT_EQ(
+      subject->List().CheckStates(),
+      (std::vector<CheckState>{CheckState::kChecked, CheckState::kChecked, CheckState::kNone}));
+  subject->List().SetCheckStates({CheckState::kUnchecked});
+  EXPECT_EQ(
+      subject->List().CheckStates(),
+      (std::vector<CheckState>{CheckState::kUnchecked, CheckState::kChecked, CheckState::kNone}));
+}
+
+TEST_P(DisplayContract, ListTellsItsSelection) {
+  ShowWindow();
+  EXPECT_EQ(subject->List().SelectedRow(), -1);
+  subject->SelectRow(1);
+  EXPECT_EQ(subject->List().SelectedRow(), 1);
+  subject->List().Fill({{u"a", u"0/0", CheckState::kChecked}}, 0);
+  EXPECT_EQ(subject->List().SelectedRow(), 0);
+  EXPECT_EQ(subject->List().CheckStates(), std::vector<CheckState>{CheckState::kChecked});
+}
+
+TEST_P(DisplayContract, ListIsEmptyWithoutAWindow) {
+  EXPECT_TRUE(subject->List().CheckStates().empty());
+  EXPECT_EQ(subject->List().SelectedRow(), -1);
+  EXPECT_EQ(subject->List().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+}
+
+TEST_P(DisplayContract, DefaultWidthsShareTheListOneToFive) {
+  ShowWindow();
+  const auto widths = subject->List().ColumnWidths();
+  EXPECT_GT(widths[1], 0);
+  EXPECT_NEAR(widths[0], widths[1] * 5, 6);
+}
+
+TEST_P(DisplayContract, ActivatedRowIsToldWithItsNumber) {
+  const WindowHandle main = ShowWindow();
+  subject->ActivateRow(1);
+  ExpectOnly({{main, MessageKind::kItemActivated, 1, 0, {}}});
+}
+
+TEST_P(DisplayContract, ChosenTabIsAnnouncedTwiceAndASelectedOneNever) {
+  const WindowHandle main = ShowWindow();
+  subject->SelectTab(1);
+  ExpectOnly(
+      {{main, MessageKind::kTabChanging, 0, 0, {}}, {main, MessageKind::kTabChanged, 1, 0, {}}});
+  EXPECT_EQ(subject->Windows().SelectedTab(), 1);
+  subject->Windows().SelectTab(2);
+  EXPECT_EQ(subject->Windows().SelectedTab(), 2);
+  ExpectOnly({});
+  subject->Windows().CreateTabs(port::TabPlacement::kLeft);
+  EXPECT_EQ(subject->Windows().SelectedTab(), 0);
+  ExpectOnly({});
+}
+
+TEST_P(DisplayContract, ChosenItemIsItsCommand) {
+  const WindowHandle main = ShowWindow();
+  subject->Choose(40012);
+  ExpectOnly({{main, MessageKind::kCommand, 40012, 0, {}}});
+}
+
+TEST_P(DisplayContract, CloseOnlyAsks) {
+  const WindowHandle main = ShowWindow();
+  subject->CloseWindow();
+  ExpectOnly({{main, MessageKind::kClose, 0, 0, {}}});
+}
+
+TEST_P(DisplayContract, DestroyedWindowIsGone) {
+  ShowWindow();
+  subject->Windows().DestroyMainWindow();
+  subject->Windows().DestroyMainWindow();
+  EXPECT_TRUE(subject->List().CheckStates().empty());
+  EXPECT_EQ(subject->List().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+  EXPECT_EQ(subject->Windows().SelectedTab(), 0);
+  ExpectOnly({});
+}
+
+INSTANTIATE_TEST_SUITE_P(Displays, DisplayContract, ::testing::Values(Kind::kFake, Kind::kQt),
+                         [](const auto& which) {
+                           return which.param == Kind::kFake ? "InMemory" : "Toolkit";
+                         });
+
+}  // namespace
+}  // namespace quillet::qt
