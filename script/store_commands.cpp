@@ -9,9 +9,15 @@
 namespace quillet {
 namespace {
 
+// The databases belong to the program, and are closed with it.
+void AskStore(ScriptContext& context, const std::function<void()>& question) {
+  if (context.run.ended()) throw RefusedFailure(u"the program has ended");
+  context.run.CallOnProgram(question);
+}
+
 void AskChain(ScriptContext& context, Words words) {
   JsonList articles;
-  context.run.CallOnProgram([&] {
+  AskStore(context, [&] {
     for (auto record = GroupChainFirst(words[0]); record; record = GroupChainNext()) {
       articles.Add(Widen(record->messageId));
     }
@@ -40,7 +46,7 @@ JsonObject DescribeArticle(const AsciiArticle& article) {
 
 void AskArticle(ScriptContext& context, Words words) {
   JsonObject answer;
-  context.run.CallOnProgram([&] {
+  AskStore(context, [&] {
     const auto article = FetchArticle(Narrow(words[0]));
     answer.Add("id", words[0]).Add("found", article != nullptr);
     if (article) answer.Append(DescribeArticle(*article));

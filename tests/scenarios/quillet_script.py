@@ -50,7 +50,7 @@ class Quillet:
     """One run of the program. Leaving the `with` block ends it as the end of the input does."""
 
     def __init__(self, program=None, profile=None, arguments=(), hold=False, work_area=None,
-                 timeout=60, env=None, options=()):
+                 timeout=60, env=None, options=(), before_exec=None):
         self.events = []         # every event so far, in order
         self.status = None       # exit status, once it has ended
         self.timeout = timeout
@@ -65,7 +65,7 @@ class Quillet:
         command += list(options) + list(arguments)
         self.process = subprocess.Popen(
             command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            env=dict(os.environ, **(env or {})))
+            env=dict(os.environ, **(env or {})), preexec_fn=before_exec)
         self._queue = queue.Queue()
         self._stderr = []
         self._threads = [threading.Thread(target=self._read_events, daemon=True),

@@ -54,6 +54,13 @@ class Scenario(unittest.TestCase):
         q.start()
         return q
 
+    def start_expecting(self, prefix, answer, *more):
+        """A run that asks this question when it starts."""
+        q = self.run_quillet(hold=True)
+        q.expect(prefix, answer, *more)
+        q.start()
+        return q
+
     def prepare(self, **keywords):
         """Starts and ends the program once with a configuration: the profile is then complete."""
         with self.run_with(**keywords) as q:

@@ -1,0 +1,267 @@
+"""Profiles that are damaged, locked, full or cannot be written: what the user is told and what stays."""
+
+import fcntl
+import random
+import resource
+import signal
+
+from news_servers import NewsServer, article
+from scenario import *
+
+OFFER = ("Quillet CE was unable to open its GDBM databases; they are probably corrupted. Would "
+         "you like Quillet CE to delete them automatically?")
+
+
+class Damage(Scenario):
+    """A profile with three downloaded articles."""
+
+    def setUp(self):
+        super().setUp()
+        self.server = NewsServer({"a.one": {n: article(n, "a.one") for n in range(1, 8)}})
+        self.addCleanup(self.server.close)
+        self.fill()
+
+    def fill(self, name=""):
+        self.use_profile(name)
+        with self.run_with(servers=[self.server.address], groups=["a.one"],
+                           values={"maxarticles": 3}) as q:
+            q.connect()
+            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+        self.assert_fine(q)
+
+    def path(self, name):
+        return self.news_folder / name
+
+    def names(self):
+        return sorted(p.name for p in self.news_folder.iterdir())
+
+
+class DatabaseFiles(Damage):
+    def random_bytes(self):
+        return random.Random(1).randbytes(20000)
+
+    def test_an_empty_file_is_made_new_without_a_word(self):
+        for name in DATABASES:
+            with self.subTest(name):
+                self.fill("-" + name.split()[1])
+                self.path(name).write_bytes(b"")
+                with self.run_quillet() as q:
+                    q.do("wait")
+                self.assert_fine(q)
+                self.assert_silent(q)
+                self.assertEqual(self.names(), sorted(DATABASES))
+
+    def test_what_cannot_be_read_is_set_aside_and_said_once(self):
+        damages = {
+            "random": self.random_bytes(),
+            "other program": b"SQLite format 3\0" + bytes(5000),
+            "one byte": b"\xce",
+        }
+        for kind, data in damages.items():
+            for name in DATABASES:
+                with self.subTest((kind, name)):
+                    self.fill("-%s-%s" % (kind, name.split()[1]))
+                    self.path(name).write_bytes(data)
+                    with self.run_quillet() as q:
+                        q.do("wait")
+                        self.assertEqual([g[0] for g in q.groups()], ["a.one"])
+                    self.assert_fine(q)
+                    boxes = q.of("box")
+                    self.assertEqual(len(boxes), 1)
+                    self.assertEqual(boxes[0]["buttons"], "ok")
+                    self.assertIn(name, boxes[0]["text"])
+                    others = [n for n in self.names() if n not in DATABASES]
+                    self.assertEqual(len(others), 1)
+                    self.assertEqual(self.path(others[0]).read_bytes(), data)
+                    with self.run_quillet() as q:
+                        q.do("wait")
+                    self.assert_fine(q)
+                    self.assert_silent(q)
+
+    def test_a_file_cut_anywhere_neither_crashes_nor_asks(self):
+        size = self.path(ARTICLES).stat().st_size
+        for part in (size - 1, size // 2, 4096, 100, 10):
+            with self.subTest(part):
+                self.fill("-cut-%d" % part)
+                data = self.path(ARTICLES).read_bytes()
+                self.path(ARTICLES).write_bytes(data[:part])
+                with self.run_quillet() as q:
+                    q.do("wait")
+                    for message_id in q.chain("a.one"):
+                        q.do("article " + quillet_script.quoted(message_id))
+                self.assert_fine(q)
+                self.assertEqual({box["buttons"] for box in q.of("box")} - {"ok"}, set())
+
+    def test_bytes_changed_anywhere_neither_crash_nor_hang(self):
+        original = {name: self.path(name).read_bytes() for name in DATABASES}
+        chance = random.Random(7)
+        for number in range(20):
+            with self.subTest(number):
+                self.use_profile("-bits-%d" % number)
+                self.prepare(servers=[self.server.address], groups=["a.one"])
+                for name, data in original.items():
+                    changed = bytearray(data)
+                    for _ in range(chance.choice((1, 10, 200))):
+                        changed[chance.randrange(len(changed))] = chance.randrange(256)
+                    self.path(name).write_bytes(changed)
+                with self.run_quillet(hold=True, timeout=30) as q:
+                    q.do('expect "Quillet CE was unable to open" no optional')
+                    q.do('expect "A critical error occurred" no optional times 9')
+                    q.start()
+                    q.do("wait")
+                    if q.exit_code() is None:
+                        q.chain("a.one")
+                self.assert_fine(q)
+                self.assertEqual(q.exit_code(), 0)
+
+    def test_a_locked_file_is_not_touched(self):
+        for name in DATABASES:
+            with self.subTest(name):
+                self.fill("-locked-" + name.split()[1])
+                before = {n: self.path(n).read_bytes() for n in DATABASES}
+                with open(self.path(name), "rb+") as locked:
+                    fcntl.flock(locked, fcntl.LOCK_EX)
+                    q = self.start_expecting(OFFER, "no")
+                    q.do("wait-for exit")
+                    self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+                self.assertEqual(q.boxes(), [
+                    ("OpenGDBMDatabases", "(unknown error)", "ok"),
+                    ("Quillet confirmation", OFFER, "no"),
+                    ("Quillet", "Quillet CE will now exit.", "ok")])
+                offer = q.of("box")[1]
+                self.assertEqual((offer["icon"], offer["topmost"]), ("none", False))
+                self.assertEqual(self.names(), sorted(DATABASES))
+                self.assertEqual({n: self.path(n).read_bytes() for n in DATABASES}, before)
+                with self.run_quillet() as q:
+                    self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+                self.assert_silent(q)
+
+    def test_an_unanswered_offer_is_named_and_ends_the_run(self):
+        with open(self.path(ARTICLES), "rb+") as locked:
+            fcntl.flock(locked, fcntl.LOCK_EX)
+            q = self.run_quillet()
+            self.assertEqual(q.await_end(), 1)
+        self.assertEqual((q.failure()["reason"], q.failure()["text"]),
+                         ("unannounced-question", OFFER))
+
+    def test_yes_deletes_and_the_next_start_makes_new_ones(self):
+        with open(self.path(NEWSGROUPS), "rb+") as locked:
+            fcntl.flock(locked, fcntl.LOCK_EX)
+            q = self.start_expecting(OFFER, "yes")
+            q.do("wait-for exit")
+            self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+        self.assertEqual(q.boxes()[-1], (
+            "Quillet", "Done. You will need to re-launch Quillet CE to create new databases.",
+            "ok"))
+        self.assertEqual([n for n in self.names() if n in DATABASES], [])
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "0/0")])
+        self.assert_silent(q)
+
+    def test_a_folder_in_the_place_of_a_file_cannot_be_deleted(self):
+        self.path(PENDING_POSTS).unlink()
+        self.path(PENDING_POSTS).mkdir()
+        q = self.start_expecting(OFFER, "yes")
+        q.do("wait-for exit")
+        self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+        self.assertEqual(q.boxes()[-1], (
+            "Quillet", "There was an error deleting one or more of the databases. Your CE device "
+            "may need to be rebooted.", "ok"))
+
+
+class Registry(Damage):
+    def test_a_registry_of_random_bytes_starts_with_defaults_and_says_so_or_keeps_it(self):
+        data = random.Random(2).randbytes(30000)
+        (self.profile / "registry.db").write_bytes(data)
+        for leftover in ("registry.db-wal", "registry.db-shm"):
+            (self.profile / leftover).unlink(missing_ok=True)
+        q = self.run_quillet()
+        q.do("wait")
+        q.finish()
+        self.assertEqual(q.exit_code(), 0)
+        self.assertEqual(q.status, 0)
+        kept = [p.name for p in self.profile.iterdir()
+                if p.is_file() and p.read_bytes() == data]
+        self.assertEqual(len(kept), 1, "the damaged file is still there")
+        self.assertTrue(kept[0] != "registry.db" or q.boxes(), "nobody was told")
+
+    def test_a_registry_that_cannot_be_opened_is_told(self):
+        for leftover in self.profile.glob("registry.db*"):
+            leftover.unlink()
+        (self.profile / "registry.db").mkdir()
+        q = self.run_quillet()
+        q.do("wait")
+        q.finish()
+        self.assertEqual((q.status, q.exit_code()), (0, 0))
+        self.assertEqual([box[1] for box in q.boxes()], [
+            "A critical error (unable to create registry key) occurred in WritePreferences."])
+
+
+class FullDisk(Damage):
+    def limit(self, size):
+        def apply():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+        return apply
+
+    def test_a_full_disk_stops_the_download_and_loses_nothing(self):
+        size = max(path.stat().st_size for path in self.news_folder.iterdir())
+        big = NewsServer({"a.one": {n: article(n, "a.one", body="x" * 70 + "\r\n" + "y" * 3000
+                                               + "\r\n") for n in range(4, 60)}})
+        self.addCleanup(big.close)
+        with self.run_quillet(hold=True) as q:
+            q.set_numbers("port", [big.port])
+            q.set_dword("maxarticles", 100)
+        with self.run_quillet(before_exec=self.limit(size)) as q:
+            # A write that fails in the middle leaves a file that needs repair.
+            q.do('expect "A critical error occurred" no optional times 9')
+            q.connect()
+        self.assertEqual((q.status, q.exit_code(), q.errors()), (0, 0, ""))
+        self.assertGreater(len(q.boxes()), 0)
+        with self.run_quillet() as q:
+            kept = q.chain("a.one")
+            for number in (1, 2, 3):
+                self.assertIn("<a%d@example.org>" % number, kept)
+            for message_id in kept:
+                self.assertIsNotNone(q.article(message_id), message_id)
+            self.assertEqual(q.groups()[0][2], "%d/%d" % (len(kept), len(kept)))
+        self.assert_fine(q)
+        self.assert_silent(q)
+
+    def test_settings_that_cannot_be_saved_are_told_in_one_box(self):
+        q = self.run_quillet(before_exec=self.limit(0))
+        q.do("wait")
+        q.do("untick a.one")
+        q.finish()
+        self.assertEqual((q.status, q.exit_code()), (0, 0))
+        self.assertEqual(len(q.boxes()), 1, q.boxes())
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+        self.assert_fine(q)
+
+
+class Profiles(Scenario):
+    def test_a_profile_that_cannot_be_made_is_a_clear_error(self):
+        self.profile.parent.mkdir(parents=True, exist_ok=True)
+        blocked = self.profile.with_name(self.profile.name + "-file")
+        blocked.write_bytes(b"")
+        for profile in (blocked / "inside", "/proc/quillet-profile", blocked):
+            with self.subTest(profile):
+                q = quillet_script.Quillet(PROGRAM, profile)
+                self.assertEqual(q.await_end(), 2)
+                self.assertIn("cannot create the folder", q.errors())
+        blocked.unlink()
+
+    def test_a_file_in_the_place_of_the_news_folder(self):
+        (self.profile / "data").mkdir(parents=True)
+        self.news_folder.write_bytes(b"not a folder")
+        q = self.start_expecting(OFFER, "no", "optional")
+        q.finish()
+        self.assertEqual(q.status, 0, q.events)
+        self.assertEqual(q.exit_code(), 0)
+        self.assertGreater(len(q.boxes()), 0)
+        self.assertEqual(self.news_folder.read_bytes(), b"not a folder")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,228 @@
+"""The scripted front itself: what it refuses, how it fails, what it reports."""
+
+import json
+import time
+
+from scenario import *
+
+
+class Failures(Scenario):
+    def run_script(self, *lines, hold=False, timeout=20, arguments=()):
+        q = self.run_quillet(*arguments, hold=hold, timeout=timeout)
+        for line in lines:
+            q.send(line)
+        q.finish()
+        return q
+
+    def assert_failed(self, q, status, reason, text=None, line=None):
+        failure = q.failure()
+        self.assertEqual((q.status, failure["reason"]), (status, reason), failure)
+        if text is not None:
+            self.assertEqual(failure["text"], text)
+        if line is not None:
+            self.assertEqual(failure["line"], line)
+        self.assertEqual(q.events[-1], {"event": "end", "status": status})
+        self.assertEqual(q.exit_code(), 0, "the program itself ended properly")
+
+    def test_unknown_commands_and_malformed_lines_are_usage_errors(self):
+        for lines, reason, text, number in (
+                (["wait", "frobnicate 1"], "unknown-command", "frobnicate", 2),
+                (["# comment", "", "WAIT"], "unknown-command", "WAIT", 3),
+                (['set 1001 "open'], "usage", "no closing quote", 1),
+                (["tick"], "usage", "wrong number of words for tick", 1),
+                (["sleep soon"], "usage", "not a number: soon", 1),
+                (["key Ctrl+Nothing"], "usage", "no such key: Ctrl+Nothing", 1),
+                (["tab mail"], "usage", "no such tab: mail", 1),
+                (["expect x maybe"], "usage", "not an answer: maybe", 1),
+                (["expect x yes often"], "usage", "neither optional nor times N: often", 1),
+                (["registry-set a dword x"], "usage", "not a registry value", 1),
+                (["timeout 0"], "usage", "not a time limit", 1)):
+            with self.subTest(lines):
+                q = self.run_script(*lines)
+                self.assert_failed(q, 2, reason, text, number)
+
+    def test_an_unannounced_question_is_named_and_answered_no(self):
+        q = self.run_with(groups=["a.one"])
+        q.send("command 40021")
+        q.send("wait")
+        q.finish()
+        self.assert_failed(q, 1, "unannounced-question", "Really delete the checked groups?")
+        self.assertEqual(q.boxes(), [
+            ("Quillet confirmation", "Really delete the checked groups?", "no")])
+        self.assertEqual(self.read_back()["groups"][1], ["a.one"])
+
+    def test_an_announcement_that_was_not_used_fails_the_run(self):
+        q = self.run_script('expect "Never asked" yes')
+        self.assert_failed(q, 1, "unused-announcement", "Never asked")
+        q = self.run_script('expect "Never asked" yes optional')
+        self.assert_fine(q)
+
+    def test_each_announcement_is_used_once_or_as_often_as_it_says(self):
+        q = self.run_with(groups=["a.one"])
+        with q:
+            q.do('expect "Really delete the" no times 2')
+            q.do("command 40021")
+            q.do("command 40021")
+            q.do("wait")
+        self.assert_fine(q)
+        q = self.run_quillet()
+        q.send('expect "Really delete the" no')
+        q.send("command 40021")
+        q.send("command 40021")
+        q.send("wait")
+        q.finish()
+        self.assert_failed(q, 1, "unannounced-question")
+
+    def test_an_answer_without_a_button_fails(self):
+        q = self.run_with(groups=["a.one"])
+        q.send('expect "Really delete" ok')
+        q.send("command 40021")
+        q.send("wait")
+        q.finish()
+        self.assert_failed(q, 1, "no-such-button")
+
+    def test_what_is_not_there_is_named(self):
+        for line, text in (
+                ("tick a.none", "no such group: a.none"),
+                ("activate a.none", "no such group: a.none"),
+                ("command File/Eject", "no such item in the menu: File/Eject"),
+                ("button Eject", "no such button in the menu bar: Eject")):
+            with self.subTest(line):
+                self.assert_failed(self.run_script(line), 1, "missing", text, 1)
+        for line, text in (
+                ("set 77 x", "the open dialog takes no text in control 77"),
+                ("set 1 x", "the open dialog takes no text in control 1"),
+                ("press 1001", "the open dialog has no button 1001"),
+                ("choose 1001 x", "the open dialog offers no choice in control 1001"),
+                ("tick 1001", "the open dialog has no such check box: 1001")):
+            with self.subTest(line):
+                q = self.run_script("command 40020", "wait-dialog 122", line)
+                self.assert_failed(q, 1, "missing", text, 3)
+
+    def test_dialog_commands_need_a_dialog(self):
+        for line in ("set 1001 x", "press 1", "dialog", "close-dialog", "choose 1 x"):
+            with self.subTest(line):
+                self.assert_failed(self.run_script(line), 1, "refused", "no dialog is open")
+        self.assert_failed(self.run_script("cancel-progress"), 1, "refused",
+                           "no progress dialog is up")
+
+    def test_an_open_dialog_is_named_when_it_takes_the_input(self):
+        q = self.run_script("command 40020", "wait-dialog 122", "tab thread")
+        self.assert_failed(q, 1, "refused",
+                           "a dialog takes the input: 122 Subscribe to newsgroup", 3)
+
+    def test_input_after_the_end_is_refused_and_questions_still_answered(self):
+        q = self.run_quillet()
+        q.do("close")
+        q.do("wait-for exit")
+        self.assertEqual(q.registry("version"), 2)
+        self.assertFalse(q.ask("window")["exists"])
+        q.send("command 40010")
+        q.finish()
+        self.assert_failed(q, 1, "refused", "the program has ended")
+
+    def test_a_wait_that_takes_too_long_names_what_was_waited_for(self):
+        started = time.monotonic()
+        q = self.run_script("timeout 1", "wait-dialog 122")
+        self.assertEqual((q.status, q.failure()["text"]), (3, "waited 1000 ms for dialog 122"))
+        self.assertLess(time.monotonic() - started, 10)
+        q = self.run_script("wait-for beep 2", timeout=1)
+        self.assertEqual((q.status, q.failure()["text"]), (3, "waited 1000 ms for event beep"))
+
+    def test_held_programs_take_only_what_needs_no_program(self):
+        q = self.run_script("tick a.one", hold=True)
+        self.assertEqual((q.status, q.failure()["text"]), (1, "the program has not started"))
+        q = self.run_script("registry-set fullname string Ann", "registry fullname", "end",
+                            hold=True)
+        self.assert_fine(q)
+        self.assertEqual(q.of("registry")[0]["value"], "Ann")
+        self.assertEqual(q.of("window-created"), [])
+        q = self.run_script("start", "start", hold=True)
+        self.assert_failed(q, 1, "refused", "the program was started before", 2)
+
+    def test_options_that_make_no_sense(self):
+        for options in (["--work-area", "big"], ["--timeout", "0"], ["--timeout"], ["--log", ""],
+                        ["--profile", "second"], ["--xdg"]):
+            with self.subTest(options):
+                q = self.run_quillet(options=options)
+                self.assertEqual(q.await_end(), 2)
+                self.assertNotEqual(q.errors(), "")
+        q = quillet_script.Quillet(PROGRAM, None)
+        self.assertEqual((q.await_end(), q.errors()),
+                         (2, "quillet-script: either --profile DIR or --xdg is needed\n"))
+
+    def test_help_and_version(self):
+        for option, expected in (("--help", "Usage: quillet-script"), ("--version", "1.14r3")):
+            done = subprocess.run([PROGRAM, option], stdout=subprocess.PIPE, check=True)
+            self.assertIn(expected, done.stdout.decode())
+
+
+class Reports(Scenario):
+    def test_the_log_file_has_the_same_lines(self):
+        log = str(self.profile) + ".log"
+        with self.run_quillet(options=["--log", log]) as q:
+            q.do("wait")
+        with open(log, encoding="ascii") as lines:
+            self.assertEqual([json.loads(line) for line in lines], q.events)
+
+    def test_every_text_comes_back_exactly(self):
+        text = "\x01\t\"\\\r\n\x7f \u00e9 \ue000 \ud83d lone \U0001f600 \ufffe"
+        with self.run_quillet(hold=True) as q:
+            q.set_string("fullname", text)
+            q.set_strings("groups", ["", text, "x"])
+            event = q.ask("registry fullname")
+            # An empty entry of a list is stored as U+E000.
+            self.assertEqual(q.registry("groups"), ["\ue000", text, "x"])
+        self.assertEqual(event["value"], text)
+        units = "".join("%02x%02x" % (u & 255, u >> 8)
+                        for u in quillet_script.utf16_units(text + "\0"))
+        self.assertEqual(event["hex"], units)
+
+    def test_registry_values_of_every_kind(self):
+        with self.run_quillet(hold=True) as q:
+            q.do("registry-set a dword 4294967295")
+            q.do("registry-set b numbers 1 2 3")
+            q.do("registry-set c binary 00ff7f")
+            q.do("registry-set d multi")
+            q.do("registry-set e raw 4 0102")
+            q.do("registry-set f raw 99 00")
+            q.do("registry-set g raw 1 610062")
+            dump = q.registry_dump()
+            self.assertIsNone(q.registry("missing"))
+            self.assertEqual(q.of("registry-end")[-1]["count"], 7)
+        self.assertEqual(dump, {
+            "a": ("dword", 4294967295, "ffffffff"),
+            "b": ("binary", [1, 2, 3], "010000000200000003000000"),
+            "c": ("binary", None, "00ff7f"),
+            "d": ("multi", [], "00000000"),
+            "e": ("dword", None, "0102"),
+            "f": (99, None, "00"),
+            "g": ("string", None, "610062")})
+
+    def test_positions_and_the_wait_cursor_are_reported_on_demand(self):
+        with self.run_with(groups=["a.one"]) as q:
+            q.do("command 40013")
+            q.do("tick a.one")
+            self.assertEqual(q.of("wait-cursor"), [])
+            q.do("wait-cursor on")
+            q.expect("Mark articles", "no")
+            q.do("command 40024")
+            q.do("wait")
+            self.assertEqual([e["depth"] for e in q.of("wait-cursor")], [1, 0])
+
+    def test_the_output_may_go_away_and_the_program_still_saves(self):
+        with self.run_with(groups=["a.one"]) as q:
+            q.do("wait")
+        read_end, write_end = os.pipe()
+        process = subprocess.Popen([PROGRAM, "--profile", str(self.profile)],
+                                   stdin=subprocess.PIPE, stdout=write_end)
+        os.close(write_end)
+        os.close(read_end)
+        process.stdin.write(b"untick a.one\n")
+        process.stdin.close()
+        self.assertEqual(process.wait(timeout=20), 0)
+        self.assertEqual(self.read_back()["checked"][1], [0])
+
+
+if __name__ == "__main__":
+    main()
