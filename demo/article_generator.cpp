@@ -55,6 +55,11 @@ std::string Sentence(Random& random, std::size_t length) {
   return text;
 }
 
+std::string StartedSentence(std::string_view start, Random& random, std::size_t length) {
+  std::string text(start);
+  return text.append(Sentence(random, length));
+}
+
 std::string BodyLine(Random& random) {
   switch (random.Below(24)) {
     case 0:
@@ -62,11 +67,11 @@ std::string BodyLine(Random& random) {
     case 1:
       return ".";
     case 2:
-      return ".." + Sentence(random, 20);
+      return StartedSentence("..", random, 20);
     case 3:
-      return "." + Sentence(random, 30);
+      return StartedSentence(".", random, 30);
     case 4:
-      return "> " + Sentence(random, 50);
+      return StartedSentence("> ", random, 50);
     case 5:
       return Sentence(random, 50) + "   ";
     default:
