@@ -15,7 +15,7 @@ namespace quillet {
 // Counts are kept beside the lists on purpose: they are stored values of their own, and every list
 // has exactly as many entries as its count says (lists of per-server numbers: numservers x
 // numgroups, element index = server x numgroups + group).
-struct Prefs {
+struct Prefs {  // NOLINT(clang-analyzer-optin.performance.Padding): in the order of the subjects
   std::uint32_t version = 0;
   std::uint32_t numgroups = 0;
   std::vector<std::u16string> groups;

@@ -175,12 +175,13 @@ TEST_F(PrefsRecord, OutOfMemoryIsACriticalReportUnderTheConstructorsName) {
 
 class GroupChecks : public PrefsTest {
  protected:
-  void ShowRows(std::vector<port::CheckState> states) {
+  void ShowRows(const std::vector<port::CheckState>& states) {
     const std::array<port::ListColumn, 2> columns;
     fake.display.CreateMainWindow({});
     fake.display.CreateTabs(port::TabPlacement::kBottom);
     gPlatform->group_list.Create(columns, u"Tahoma", 3);
     std::vector<port::ListRow> rows;
+    rows.reserve(states.size());
     for (const port::CheckState state : states) rows.push_back({u"g", u"0/0", state});
     gPlatform->group_list.Fill(rows, -1);
   }
