@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/base/messages.h"
 #include "app/startup.h"
 #include "port/linux/linux_platform.h"
 #include "script/commands.h"
@@ -102,6 +103,7 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
                           platform.scheduler,
                           platform.dialler};
   gPlatform = &scripted;
+  services.SetOnEndSession(BeginSessionEnd);
 
   reporter.Report("started",
                   JsonObject().Add("pid", static_cast<int>(getpid())).Add("profile", profile.name));
@@ -110,6 +112,7 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
   ReadCommands(context, input);
   EndRun(run);
   reporter.Report("end", JsonObject().Add("status", run.status()));
+  services.SetOnEndSession({});
   services.Detach();
   gPlatform = nullptr;
   return run.status();

@@ -91,6 +91,14 @@ constexpr std::array<TypeName, 4> kTypes = {{
     {RegistryType::kMultiString, "multi", DescribeMultiString},
 }};
 
+// Null for a number that is no type of the registry.
+const TypeName* FindType(std::uint32_t number) {
+  for (const TypeName& type : kTypes) {
+    if (static_cast<std::uint32_t>(type.type) == number) return &type;
+  }
+  return nullptr;
+}
+
 std::optional<std::string> NumbersData(std::span<const std::u16string> words) {
   std::string data;
   for (const std::u16string& word : words) {
@@ -112,12 +120,9 @@ JsonObject DescribeRegistryValue(std::u16string_view name, const RegistryValue* 
   JsonObject object;
   object.Add("name", name).Add("found", value != nullptr);
   if (value == nullptr) return object;
-  for (const TypeName& type : kTypes) {
-    if (type.type != value->type) continue;
-    object.Add("type", type.name).AddRaw("value", type.describe(value->data));
-    return object.Add("hex", HexText(value->data));
-  }
-  object.Add("type", static_cast<std::uint32_t>(value->type)).AddRaw("value", "null");
+  const TypeName* type = FindType(static_cast<std::uint32_t>(value->type));
+  object.Add("type", type != nullptr ? type->name : "unknown");
+  object.AddRaw("value", type != nullptr ? type->describe(value->data) : "null");
   return object.Add("hex", HexText(value->data));
 }
 
@@ -128,9 +133,8 @@ std::optional<RegistryValue> MakeRegistryValue(std::span<const std::u16string> w
   if (kind == u"multi") return RegistryValue{RegistryType::kMultiString, CreateMultiString(rest)};
   if (kind == u"numbers") return WithType(RegistryType::kBinary, NumbersData(rest));
   if (kind == u"raw" && rest.size() == 2) {
-    const auto type = ParseNumber(rest[0]);
-    if (!type) return std::nullopt;
-    return WithType(static_cast<RegistryType>(*type), ParseHex(rest[1]));
+    const TypeName* type = FindType(ParseNumber(rest[0]).value_or(0));
+    return type != nullptr ? WithType(type->type, ParseHex(rest[1])) : std::nullopt;
   }
   if (rest.size() != 1) return std::nullopt;
   if (kind == u"dword") return WithType(RegistryType::kDword, NumbersData(rest));

@@ -1,8 +1,17 @@
-// The command words and the JSON writer of the scripted front.
+// The units of the scripted front, and its observer on the display model.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <thread>
+
+#include "port/fake/fake_clock.h"
 #include "port/message.h"
+#include "res/resource.h"
 #include "script/json.h"
+#include "script/observer.h"
+#include "script/options.h"
+#include "script/registry_text.h"
+#include "script/script_run.h"
 #include "script/words.h"
 
 namespace quillet {
@@ -128,6 +137,277 @@ TEST(KeyTest, CombinationsReadAsTheyAreWritten) {
 TEST(KeyTest, UnknownKeysAreRefused) {
   for (const char16_t* word : {u"", u"Ctrl+", u"Ctrl", u"Ctrl+Ctrl+A", u"Hyper+A", u"+", u"AB"}) {
     EXPECT_FALSE(ParseKey(word)) << JsonText(word);
+  }
+}
+
+// --- registry values -----------------------------------------------------------------------------
+
+std::string Described(port::RegistryType type, std::string_view data) {
+  const port::RegistryValue value{type, std::string(data)};
+  return DescribeRegistryValue(u"x", &value).Finish();
+}
+
+TEST(RegistryTextTest, ValuesAreDecodedByTheirType) {
+  using port::RegistryType;
+  using namespace std::string_view_literals;
+  EXPECT_EQ(Described(RegistryType::kDword, "\x32\0\0\0"sv),
+            R"({"name":"x","found":true,"type":"dword","value":50,"hex":"32000000"})");
+  EXPECT_EQ(Described(RegistryType::kDword, "\x32\0\0\0\1\0\0\0"sv),
+            R"({"name":"x","found":true,"type":"dword","value":null,"hex":"3200000001000000"})");
+  EXPECT_EQ(Described(RegistryType::kString, "a\0\xAC\x20\0\0"sv),
+            R"({"name":"x","found":true,"type":"string","value":"a\u20ac","hex":"6100ac200000"})");
+  EXPECT_EQ(Described(RegistryType::kBinary, ""sv),
+            R"({"name":"x","found":true,"type":"binary","value":[],"hex":""})");
+  EXPECT_EQ(Described(RegistryType::kMultiString, "a\0\0\0\0\xE0\0\0\0\0"sv),
+            R"({"name":"x","found":true,"type":"multi","value":["a","\ue000"],)"
+            R"("hex":"6100000000e000000000"})");
+  EXPECT_EQ(DescribeRegistryValue(u"x", nullptr).Finish(), R"({"name":"x","found":false})");
+}
+
+TEST(RegistryTextTest, ListsWithoutTheirEndDoNotRunOn) {
+  using namespace std::string_view_literals;
+  const std::string text = Described(port::RegistryType::kMultiString, "a\0b\0"sv);
+  EXPECT_NE(text.find(R"("value":["ab"])"), std::string::npos) << text;
+}
+
+TEST(RegistryTextTest, WordsMakeValues) {
+  const auto make = [](const Words& words) { return MakeRegistryValue(words); };
+  EXPECT_EQ(make({u"dword", u"50"})->data, std::string("\x32\0\0\0", 4));
+  EXPECT_EQ(make({u"string", u"a"})->data, std::string("a\0\0\0", 4));
+  EXPECT_EQ(make({u"multi"})->data, std::string("\0\0\0\0", 4));
+  EXPECT_EQ(make({u"multi", u"", u"b"})->data, std::string("\0\xE0\0\0b\0\0\0\0\0", 10));
+  EXPECT_EQ(make({u"numbers"})->data, "");
+  EXPECT_EQ(make({u"raw", u"7", u"ff"})->type, port::RegistryType::kMultiString);
+  for (const Words& words :
+       {Words{}, Words{u"dword"}, Words{u"dword", u"-1"}, Words{u"blob", u"00"},
+        Words{u"numbers", u"1", u"x"}, Words{u"raw", u"2", u"00"}, Words{u"binary", u"0"},
+        Words{u"string", u"a", u"b"}}) {
+    EXPECT_FALSE(make(words));
+  }
+}
+
+// --- options -------------------------------------------------------------------------------------
+
+ScriptOptions Parse(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "quillet-script");
+  return ParseScriptOptions(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(ScriptOptionsTest, OwnOptionsAndThoseOfEveryProgram) {
+  const ScriptOptions options = Parse({"--work-area", "800x600", "--profile", "/p", "--log", "/l",
+                                       "--timeout", "5", "--hold", "AppRunAtTime"});
+  EXPECT_EQ(options.program.action, port::Arguments::Action::kRun);
+  EXPECT_EQ(options.program.profile, "/p");
+  EXPECT_EQ(options.program.CommandLine(), u"AppRunAtTime");
+  EXPECT_EQ(options.work_area, (port::Size{800, 600}));
+  EXPECT_EQ(options.log, "/l");
+  EXPECT_EQ(options.timeout, std::chrono::seconds(5));
+  EXPECT_TRUE(options.hold);
+}
+
+TEST(ScriptOptionsTest, WrongOnesSayWhy) {
+  const auto error = [](std::vector<const char*> arguments) {
+    const ScriptOptions options = Parse(std::move(arguments));
+    const bool wrong = options.program.action == port::Arguments::Action::kWrong;
+    return wrong ? options.program.error : "accepted";
+  };
+  EXPECT_EQ(error({}), "either --profile DIR or --xdg is needed");
+  EXPECT_EQ(error({"--profile", "/p", "--xdg"}), "either --profile DIR or --xdg is needed");
+  EXPECT_EQ(error({"--profile", "/p", "--timeout"}), "--timeout needs a value");
+  EXPECT_EQ(error({"--profile", "/p", "--work-area", "1"}), "bad value for --work-area: '1'");
+  EXPECT_NE(error({"--profile", "/p", "nonsense"}), "accepted");
+  EXPECT_EQ(error({"--profile", "/p"}), "accepted");
+  EXPECT_EQ(error({"--xdg"}), "accepted");
+}
+
+// --- announcements -------------------------------------------------------------------------------
+
+TEST(AnnouncementsTest, TheFirstThatFitsIsUsedUp) {
+  Announcements announcements;
+  announcements.Add(u"Really", port::kIdYes, false, 2);
+  announcements.Add(u"Really delete", port::kIdNo, false, 1);
+  announcements.Add(u"Other", port::kIdOk, true, 1);
+  EXPECT_EQ(announcements.Take(u"Nothing"), std::nullopt);
+  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdYes);
+  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdYes);
+  EXPECT_EQ(announcements.LeftOver(), (Words{u"Really delete"}));
+  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdNo);
+  EXPECT_EQ(announcements.Take(u"Really delete?"), std::nullopt);
+  EXPECT_TRUE(announcements.LeftOver().empty());
+}
+
+// --- the observer on the display model
+// -------------------------------------------------------------
+
+// A progress dialog on its own thread that counts the presses of its Cancel, and an operation that
+// shows texts and positions.
+class ObserverTest : public testing::Test {
+ protected:
+  ObserverTest() { display_.SetObserver(&observer_); }
+  ~ObserverTest() override { std::fclose(out_); }
+
+  // Runs `operation` under a dialog with the title "Working".
+  void RunUnderDialog(const std::function<void()>& operation) {
+    std::atomic<port::WindowHandle> dialog = 0;
+    std::thread thread([&] {
+      const port::WindowHandle own = display_.Create(kDialogProgress, 0);
+      display_.SetText(own, kControlProgressTitle, u"Working");
+      display_.Show(own);
+      dialog = own;
+      dialog.notify_all();
+      port::Message message;
+      while (queues_.Get(message)) {
+        if (message.kind == port::MessageKind::kCommand) ++presses_;
+        if (message.kind == port::MessageKind::kClose) {
+          display_.Destroy(own);
+          queues_.PostQuit(0);
+        }
+      }
+    });
+    dialog.wait(0);
+    dialog_ = dialog;
+    operation();
+    queues_.Post({dialog_, port::MessageKind::kClose, 0, 0, {}});
+    thread.join();
+  }
+
+  // The lines reported so far.
+  std::string Output() {
+    std::rewind(out_);
+    std::string text;
+    for (int c = std::fgetc(out_); c != EOF; c = std::fgetc(out_)) text += static_cast<char>(c);
+    std::fseek(out_, 0, SEEK_END);
+    return text;
+  }
+
+  std::FILE* out_ = std::tmpfile();
+  Reporter reporter_{out_, nullptr};
+  port::FakeClock clock_;
+  port::ThreadQueues queues_{clock_};
+  port::FakeDisplay display_{queues_};
+  int stops_ = 0;
+  ScriptRun run_{reporter_, queues_, display_, std::chrono::milliseconds(500), [this] { ++stops_; },
+                 [] {}};
+  ScriptObserver observer_{run_};
+  port::WindowHandle dialog_ = 0;
+  std::atomic<int> presses_ = 0;
+};
+
+TEST_F(ObserverTest, CancelIsHandledRightAfterTheChangeItWasAnnouncedFor) {
+  // Changes: the title, two texts, two positions (the second position is set twice).
+  const int positions[] = {1, 1, 2};
+  for (int n = 0; n <= 5; ++n) {
+    presses_ = 0;
+    observer_.CancelAfter(static_cast<std::uint32_t>(n));
+    std::vector<int> seen;
+    RunUnderDialog([&] {
+      display_.SetText(dialog_, kControlProgressDetail, u"one");
+      seen.push_back(presses_);
+      display_.SetText(dialog_, kControlProgressDetail, u"two");
+      seen.push_back(presses_);
+      for (const int position : positions) {
+        display_.SetProgressPosition(dialog_, kControlProgressBar, position);
+        seen.push_back(presses_);
+      }
+    });
+    // The changes that each step makes the last one of.
+    const int changes[] = {2, 3, 4, 4, 5};
+    for (int i = 0; i < 5; ++i) {
+      EXPECT_EQ(seen[static_cast<std::size_t>(i)], changes[i] >= n ? 1 : 0) << n << " " << i;
+    }
+    EXPECT_EQ(presses_, 1);
+  }
+}
+
+TEST_F(ObserverTest, ChangesAreCountedOverSeveralDialogs) {
+  observer_.CancelAfter(3);
+  RunUnderDialog([&] {
+    display_.SetText(dialog_, kControlProgressDetail, u"one");
+    EXPECT_EQ(presses_, 0);
+  });
+  RunUnderDialog([&] {
+    display_.SetText(dialog_, kControlProgressDetail, u"two");
+    EXPECT_EQ(presses_, 1);
+  });
+  EXPECT_NE(Output().find(R"({"event":"progress-cancelled","change":3})"), std::string::npos);
+}
+
+TEST_F(ObserverTest, AForgottenCancelIsNotPressed) {
+  observer_.CancelAfter(1);
+  observer_.CancelAfter(std::nullopt);
+  RunUnderDialog([&] { display_.SetText(dialog_, kControlProgressDetail, u"one"); });
+  EXPECT_EQ(presses_, 0);
+}
+
+TEST_F(ObserverTest, ProgressIsReportedInOrderAndPositionsOnlyOnDemand) {
+  RunUnderDialog([&] { display_.SetProgressPosition(dialog_, kControlProgressBar, 7); });
+  EXPECT_EQ(Output().find("progress-position"), std::string::npos);
+  observer_.ReportPositions(true);
+  RunUnderDialog([&] {
+    EXPECT_TRUE(observer_.ProgressShows(u"Work"));
+    EXPECT_FALSE(observer_.ProgressShows(u"one"));
+    display_.SetText(dialog_, kControlProgressDetail, u"one");
+    EXPECT_TRUE(observer_.ProgressShows(u"one"));
+    display_.SetProgressRange(dialog_, kControlProgressBar, 9);
+    display_.SetProgressPosition(dialog_, kControlProgressBar, 7);
+  });
+  EXPECT_FALSE(observer_.ProgressShows(u""));
+  const std::string output = Output();
+  const std::size_t second =
+      output.rfind(R"({"event":"progress-text","control":1020,"text":"Working"})");
+  ASSERT_NE(second, std::string::npos);
+  const std::string tail = output.substr(second);
+  const std::size_t shown = tail.find(R"({"event":"dialog","handle":)");
+  const std::size_t text = tail.find(R"({"event":"progress-text","control":1022,"text":"one"})");
+  const std::size_t range = tail.find(R"({"event":"progress-range","upper":9})");
+  const std::size_t position = tail.find(R"({"event":"progress-position","position":7})");
+  const std::size_t closed = tail.find(R"({"event":"dialog-closed","handle":)");
+  EXPECT_LT(shown, text);
+  EXPECT_LT(text, range);
+  EXPECT_LT(range, position);
+  EXPECT_LT(position, closed);
+  EXPECT_NE(closed, std::string::npos);
+}
+
+TEST_F(ObserverTest, AnUnannouncedQuestionStopsTheRunAndIsAnsweredWithoutHarm) {
+  using port::BoxButtons;
+  EXPECT_EQ(display_.Show(0, u"c", u"Just so", {BoxButtons::kOk}), port::kIdOk);
+  EXPECT_EQ(run_.status(), kStatusFine);
+  EXPECT_EQ(display_.Show(0, u"c", u"Sure?", {BoxButtons::kYesNo}), port::kIdNo);
+  EXPECT_EQ(run_.status(), kStatusFailed);
+  EXPECT_EQ(stops_, 1);
+  EXPECT_EQ(display_.Show(0, u"c", u"Sure?", {BoxButtons::kOkCancel}), port::kIdCancel);
+  EXPECT_EQ(display_.Show(0, u"c", u"Sure?", {BoxButtons::kYesNoCancel}), port::kIdCancel);
+  EXPECT_NE(Output().find(R"({"event":"failure","reason":"unannounced-question","text":"Sure?")"),
+            std::string::npos);
+}
+
+TEST_F(ObserverTest, BoxesAreReportedWithAllThatIsShown) {
+  run_.announcements.Add(u"Sure", port::kIdYes, false, 1);
+  const port::BoxStyle style{port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, true};
+  EXPECT_EQ(display_.Show(0, u"Caption", u"Sure?", style), port::kIdYes);
+  EXPECT_NE(Output().find(R"({"event":"box","owner":"none","caption":"Caption","text":"Sure?",)"
+                          R"("buttons":"yesno","icon":"exclamation","topmost":true,)"
+                          R"("answer":"yes","announced":true})"),
+            std::string::npos)
+      << Output();
+  EXPECT_EQ(run_.status(), kStatusFine);
+}
+
+TEST_F(ObserverTest, TheFirstFailureDecidesTheStatus) {
+  run_.Fail({kStatusTimeout, "timeout", u""}, 1);
+  run_.Fail({kStatusFailed, "refused", u""}, 2);
+  EXPECT_EQ(run_.status(), kStatusTimeout);
+  EXPECT_THROW(run_.Sleep(std::chrono::milliseconds(0)), ScriptStopped);
+}
+
+TEST_F(ObserverTest, WaitsEndWithWhatTheyWaitedFor) {
+  try {
+    run_.WaitFor("a miracle", [] { return false; });
+    FAIL() << "no failure";
+  } catch (const ScriptFailure& failure) {
+    EXPECT_EQ(failure.status, kStatusTimeout);
+    EXPECT_EQ(failure.text, u"waited 500 ms for a miracle");
   }
 }
 
