@@ -1,38 +1,32 @@
-// Trial of the thread arrangement: a display thread that owns every widget, a program thread that
-// hands it work, a progress thread that owns the progress dialog. Prints medians and p99.
+// Trial of the thread arrangement: the display thread that owns every widget, the program thread
+// that hands it work, the progress thread that owns the progress dialog. Prints medians and p99.
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QAbstractButton>
 #include <QApplication>
-#include <QDialog>
-#include <QElapsedTimer>
 #include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
 #include <QTimer>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <functional>
-#include <memory>
-#include <thread>
 #include <vector>
 
-#include "port/common/thread_queues.h"
-#include "qt/job_queue.h"
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "port/fake/fake_platform.h"
+#include "port/linux/linux_clock.h"
+#include "qt/device.h"
+#include "qt/forms.h"
+#include "res/resource.h"
 
 namespace {
 
-using quillet::port::Message;
-using quillet::port::MessageKind;
-using quillet::port::WindowHandle;
 using Instant = std::chrono::steady_clock::time_point;
 
 constexpr int kCalls = 20000;
-constexpr int kRuns = 200;
+constexpr int kRuns = 500;
 constexpr int kCancels = 50;
 
 Instant Now() {
@@ -43,19 +37,6 @@ double MicrosecondsSince(Instant start) {
   return std::chrono::duration<double, std::micro>(Now() - start).count();
 }
 
-class SteadyClock final : public quillet::port::Clock {
- public:
-  quillet::port::CalendarTime LocalTime() override { return {}; }
-  quillet::port::CalendarTime UtcTime() override { return {}; }
-  std::uint64_t Ticks() override {
-    return static_cast<std::uint64_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Now().time_since_epoch()).count());
-  }
-  void Sleep(std::uint32_t milliseconds) override {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-  }
-};
-
 void Print(const char* what, std::vector<double> samples) {
   std::sort(samples.begin(), samples.end());
   const auto at = [&](double part) {
@@ -64,140 +45,108 @@ void Print(const char* what, std::vector<double> samples) {
   std::printf("%-44s %10.1f %10.1f %8zu\n", what, at(0.5), at(0.99), samples.size());
 }
 
-struct ProgressDialog {
-  QDialog dialog;
-  QVBoxLayout layout{&dialog};
-  QLabel title, detail;
-  QProgressBar bar;
-  QPushButton cancel{QStringLiteral("&Cancel")};
-  ProgressDialog() {
-    for (QWidget* widget : std::initializer_list<QWidget*>{&title, &bar, &detail, &cancel}) {
-      layout.addWidget(widget);
+// Notes the moment at which the dialog has drawn that Cancel was heard.
+class PaintWatcher final : public QObject {
+ public:
+  std::function<void()> seen;
+
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* label = qobject_cast<QLabel*>(watched);
+    if (event->type() == QEvent::Paint && label != nullptr && seen &&
+        label->text() == QLatin1String("Aborting; please wait.")) {
+      std::exchange(seen, nullptr)();
     }
+    return false;
   }
 };
 
-// What the three threads share.
-struct Trial {
-  quillet::qt::JobQueue& jobs;
-  quillet::port::ThreadQueues& queues;
-  std::unique_ptr<ProgressDialog> widgets{};  // display thread
-  std::atomic<WindowHandle> dialog{0};
-  std::atomic<bool> abort{false};
-  Instant pressed{};
-  std::vector<double> cancel_times{};
-  std::function<void()> on_aborting{};
-};
-
-void ShowAborting(Trial& trial) {
-  trial.jobs.Call([&] {
-    trial.widgets->cancel.hide();
-    trial.widgets->detail.setText(QStringLiteral("Aborting; please wait."));
-    trial.widgets->dialog.repaint();  // visible once painted
-    trial.cancel_times.push_back(MicrosecondsSince(trial.pressed));
-  });
-}
-
-void ProgressThread(Trial& trial) {
-  const WindowHandle dialog = trial.queues.AddWindow();
-  trial.jobs.Call([&] {
-    trial.widgets = std::make_unique<ProgressDialog>();
-    QObject::connect(&trial.widgets->cancel, &QPushButton::clicked, [&trial, dialog] {
-      trial.queues.Post({dialog, MessageKind::kCommand, 2, 0, {}});
-    });
-    trial.widgets->dialog.show();
-  });
-  trial.dialog = dialog;
-  trial.dialog.notify_all();
-  Message message;
-  while (trial.queues.Get(message)) {
-    if (message.kind == MessageKind::kCommand && !trial.abort.exchange(true)) {
-      ShowAborting(trial);
-      if (trial.on_aborting) trial.on_aborting();
-    }
-    if (message.kind == MessageKind::kClose) {
-      trial.jobs.Call([&] { trial.widgets.reset(); });
-      trial.queues.RemoveWindow(dialog);
-      trial.queues.PostQuit(0);
-    }
-  }
-  trial.dialog = 0;
-  trial.dialog.notify_all();
-}
-
-void RunUnderDialog(Trial& trial, const std::function<void()>& operation) {
-  trial.abort = false;
-  std::thread progress([&] { ProgressThread(trial); });
-  trial.dialog.wait(0);
-  operation();
-  trial.queues.Post({trial.dialog, MessageKind::kClose, 0, 0, {}});
-  for (WindowHandle up = trial.dialog; up != 0; up = trial.dialog) trial.dialog.wait(up);
-  progress.join();
-}
-
-void MeasureCalls(Trial& trial) {
+void MeasureCalls(quillet::qt::QtDevice& device) {
   std::vector<double> calls;
   for (int i = 0; i < kCalls; ++i) {
     const Instant start = Now();
-    trial.jobs.Call([] {});
+    device.windows().SelectedTab();
     calls.push_back(MicrosecondsSince(start));
   }
   Print("one port call", calls);
 }
 
-void MeasureRuns(Trial& trial) {
+void MeasureRuns() {
   std::vector<double> runs;
   for (int i = 0; i < kRuns; ++i) {
     const Instant start = Now();
-    RunUnderDialog(trial, [] {});
+    quillet::RunWithProgress(u"Threading...", [] { return 1; });
     runs.push_back(MicrosecondsSince(start));
   }
-  Print("empty long operation with its dialog", runs);
+  Print("RunWithProgress around nothing", runs);
 }
 
 // The program thread sits in recv on a silent socket; the dialog's answer to Cancel must not wait
 // for it.
-void MeasureCancel(Trial& trial) {
+void MeasureCancel(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
   std::array<int, 2> pair{};
   if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()) != 0) return;
-  trial.on_aborting = [&] { [[maybe_unused]] const auto n = ::write(pair[1], "x", 1); };
+  std::vector<double> times;
   for (int i = 0; i < kCancels; ++i) {
-    RunUnderDialog(trial, [&] {
-      trial.jobs.Post([&] {
-        QTimer::singleShot(5, [&] {
-          trial.pressed = Now();
-          trial.widgets->cancel.click();
+    quillet::RunWithProgress(u"Threading...", [&] {
+      device.jobs().Call([&] {
+        QWidget* dialog = device.display().WidgetOf(quillet::gProgressDialog);
+        quillet::qt::ControlOf(*dialog, quillet::kControlProgressDetail)
+            ->installEventFilter(&watcher);
+        auto* cancel = qobject_cast<QAbstractButton*>(
+            quillet::qt::ControlOf(*dialog, quillet::kControlCancel));
+        QTimer::singleShot(60, cancel, [&, cancel] {
+          watcher.seen = [&, pressed = Now()] {
+            times.push_back(MicrosecondsSince(pressed));
+            [[maybe_unused]] const auto written = ::write(pair[1], "x", 1);
+          };
+          cancel->click();
         });
       });
       char byte = 0;
-      [[maybe_unused]] const auto n = ::recv(pair[0], &byte, 1, 0);
+      return static_cast<int>(::recv(pair[0], &byte, 1, 0));
     });
   }
-  trial.on_aborting = nullptr;
   ::close(pair[0]);
   ::close(pair[1]);
-  Print("Cancel press to visible text, recv blocked", trial.cancel_times);
+  Print("Cancel press to visible text, recv blocked", times);
+}
+
+int Trial(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
+  std::printf("%-44s %10s %10s %8s\n", "microseconds", "median", "p99", "samples");
+  quillet::gMainWindow =
+      device.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {640, 480}});
+  device.windows().ShowMainWindow();
+  device.windows().CreateTabs(quillet::port::TabPlacement::kBottom);
+  MeasureCalls(device);
+  MeasureRuns();
+  MeasureCancel(device, watcher);
+  device.windows().DestroyMainWindow();
+  return 0;
+}
+
+// The offscreen platform has something to say of every window.
+void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                          const QString& text) {
+  if (type == QtFatalMsg) std::fprintf(stderr, "%s\n", qPrintable(text));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  qInstallMessageHandler(HandleToolkitMessage);
   const QApplication application(argc, argv);
-  QApplication::setQuitOnLastWindowClosed(false);
-  SteadyClock clock;
+  quillet::port::FakePlatform fake;  // what is not the display
+  quillet::port::LinuxClock clock;
   quillet::port::ThreadQueues queues(clock);
-  quillet::qt::JobQueue jobs;
-  Trial trial{jobs, queues};
-  std::printf("%-44s %10s %10s %8s\n", "microseconds", "median", "p99", "samples");
-  std::thread program([&] {
-    MeasureCalls(trial);
-    MeasureRuns(trial);
-    MeasureCancel(trial);
-    jobs.Post([] { QApplication::quit(); });
-  });
-  const int result = QApplication::exec();
-  jobs.Close();
-  program.join();
+  quillet::qt::QtDevice device(queues);
+  quillet::port::Platform platform{
+      queues,        device.boxes(), device.windows(), device.group_list(), device.dialogs(),
+      fake.registry, fake.sockets,   fake.libraries,   fake.files,          clock,
+      fake.shell,    fake.scheduler, fake.dialler};
+  quillet::gPlatform = &platform;
+  PaintWatcher watcher;
+  const int result = device.Run([&] { return Trial(device, watcher); });
+  quillet::gPlatform = &fake.platform;
   return result;
 }

@@ -133,7 +133,7 @@ QWidget* MainWindow::NewGroupPane() {
 void MainWindow::CreateTabs(port::TabPlacement placement) {
   delete tabs_;
   delete list_;
-  margin_ = QSize();
+  margin_ = QSize(0, 0);
   tabs_ = new TabControl(
       placement,
       {NewGroupPane(), NewEmptyPane(QStringLiteral("Threads")),

@@ -64,7 +64,7 @@ class MainWindow final : public QMainWindow {
   QPointer<GroupTable> list_;
   QPointer<QLabel> status_;
   QPointer<QWidget> buttons_;
-  QSize margin_;  // what the tab control leaves free of the inside, at the right and below
+  QSize margin_{0, 0};  // what the tab control leaves free of the inside, at the right and below
 };
 
 // Usable area of the screen the window is on, or of the first screen; empty without a screen.

@@ -14,9 +14,7 @@ constexpr int kSessionEndMs = 5000;
 
 // The desktop may end this process as soon as the answer is given: not before all is saved.
 void EndSession(QtDevice& device, port::LinuxServices& services) {
-  BeginSessionEnd();
   services.EndSession();
-  device.boxes().AnswerAll();
   device.WaitForProgram(kSessionEndMs);
 }
 
@@ -38,11 +36,16 @@ QString DisplayProblem() {
 
 int RunQuilletOn(QtDevice& device, port::LinuxServices& services) {
   services.Attach(device.boxes(), device.windows(), device.group_list(), device.dialogs());
+  services.SetOnEndSession([&device] {
+    BeginSessionEnd();
+    device.boxes().AnswerAll();
+  });
   const auto session = QObject::connect(
       qApp, &QGuiApplication::commitDataRequest, qApp,
       [&](QSessionManager& /*manager*/) { EndSession(device, services); }, Qt::DirectConnection);
   const int result = device.Run(RunQuillet);
   QObject::disconnect(session);
+  services.SetOnEndSession({});
   services.Detach();
   return result;
 }

@@ -1,0 +1,157 @@
+#!/usr/bin/python3
+"""Real clicks and keys in the real program on an X server in memory.
+
+Usage: xvfb_test.py QUILLET. Exit status 77: Xvfb or xdotool is missing.
+"""
+import os
+import shutil
+import sqlite3
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+QUILLET = sys.argv.pop(1) if len(sys.argv) > 1 else ""
+LIMIT = 60.0
+GROUPS = ["first.group", "second.group", "third.group"]
+KEY = "software\\brindle\\quillet"
+
+
+def wait_for(what, condition):
+    end = time.monotonic() + LIMIT
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.1)
+    raise AssertionError("timeout: " + what)
+
+
+class Registry:
+    """The profile's registry, read and written while the program does not run."""
+
+    def __init__(self, profile):
+        self.path = os.path.join(profile, "registry.db")
+
+    def run(self, statement, *values):
+        with sqlite3.connect(self.path) as database:
+            return database.execute(statement, values).fetchall()
+
+    def set(self, name, kind, data):
+        key = self.run("select id from registry_key where folded = ?", KEY)[0][0]
+        self.run("insert or replace into registry_value values (?, ?, ?, ?, ?)",
+                 key, name.lower(), name, kind, data)
+
+    def get(self, name):
+        rows = self.run("select data from registry_value where folded = ?", name.lower())
+        return rows[0][0] if rows else None
+
+
+class WindowUnderX(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.profile = os.path.join(self.folder.name, "profile")
+        read, write = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp"],
+            pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        display = os.read(read, 16).decode().strip()
+        os.close(read)
+        self.environment = dict(os.environ, DISPLAY=":" + display, QT_QPA_PLATFORM="xcb",
+                                XDG_RUNTIME_DIR=self.folder.name, QT_SCALE_FACTOR="1")
+        self.environment.pop("WAYLAND_DISPLAY", None)
+        self.program = None
+
+    def tearDown(self):
+        for process in (self.program, self.server):
+            if process is not None and process.poll() is None:
+                process.kill()
+            if process is not None:
+                process.wait()
+        self.folder.cleanup()
+
+    def tool(self, *arguments):
+        result = subprocess.run(["xdotool", *map(str, arguments)], env=self.environment,
+                                capture_output=True, text=True, timeout=LIMIT, check=False)
+        return result.stdout.split()
+
+    def start(self):
+        self.program = subprocess.Popen([QUILLET, "--profile", self.profile], env=self.environment)
+        window = wait_for("window", lambda: self.tool(
+            "search", "--onlyvisible", "--name", "^Quillet CE 1.14r3$"))[0]
+        self.tool("windowfocus", "--sync", window)
+        return window
+
+    def end(self):
+        self.assertEqual(self.program.wait(LIMIT), 0)
+
+    def close(self):
+        # No window manager: the focus may still be on its way.
+        def ended():
+            self.tool("key", "ctrl+w")
+            return self.program.poll() is not None
+        wait_for("end after Ctrl+W", ended)
+        self.end()
+
+    def prepare_groups(self):
+        self.start()
+        self.close()
+        registry = Registry(self.profile)
+        registry.set("groups", 7, "".join(name + "\0" for name in GROUPS + [""]).encode("utf-16-le"))
+        registry.set("numgroups", 4, struct.pack("<I", len(GROUPS)))
+        registry.set("checked", 3, struct.pack("<3I", 0, 0, 0))
+        return registry
+
+    def test_accelerator_closes_the_program(self):
+        self.start()
+        self.close()
+
+    def test_click_on_a_box_is_saved(self):
+        registry = self.prepare_groups()
+        window = self.start()
+        time.sleep(1.0)
+        # The second row's box: below the menu bar, the headings and one row.
+        self.tool("mousemove", "--window", window, 11, 69, "click", 1)
+        time.sleep(0.5)
+        self.close()
+        checked = struct.unpack("<3I", registry.get("checked"))
+        self.assertEqual(sum(checked), 1, checked)
+
+    def test_space_and_select_all_by_keyboard(self):
+        registry = self.prepare_groups()
+        self.start()
+        time.sleep(1.0)
+        self.tool("key", "ctrl+a")
+        time.sleep(0.5)
+        self.tool("key", "Down", "space")
+        time.sleep(0.5)
+        self.close()
+        self.assertEqual(struct.unpack("<3I", registry.get("checked")), (0, 1, 1))
+
+    def test_about_box_by_the_menu_and_escape(self):
+        window = self.start()
+        time.sleep(1.0)
+        self.tool("key", "alt")  # the menu bar
+        self.tool("key", "Left")  # round to its last menu
+        self.tool("key", "Down", "Return")
+        if not self.about():
+            self.tool("key", "Return")
+        about = wait_for("about box", self.about)[0]
+        self.tool("windowfocus", "--sync", about)
+        self.tool("key", "Escape")
+        wait_for("no about box", lambda: not self.about())
+        self.tool("windowfocus", "--sync", window)
+        self.close()
+
+    def about(self):
+        return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
+
+
+if __name__ == "__main__":
+    if not shutil.which("Xvfb") or not shutil.which("xdotool"):
+        print("Xvfb or xdotool is missing: skipped")
+        sys.exit(77)
+    unittest.main()
