@@ -110,7 +110,7 @@ drive_by_script() {
 
 take_pictures() {
   mkdir -p out
-  QT_QPA_PLATFORM=offscreen "$build/qt/quillet-screenshot" --profile "$profile" out > \
+  QT_QPA_PLATFORM=offscreen "$build/qt/quillet-screenshot" --profile "$profile" --out out > \
     "$work/pictures.log" 2>&1 || {
     printf 'The pictures could not be made:\n' >&2
     cat "$work/pictures.log" >&2
