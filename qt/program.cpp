@@ -20,9 +20,9 @@ void EndSession(QtDevice& device, port::LinuxServices& services) {
 
 }  // namespace
 
+// No display name: the toolkit would append it to every window title.
 void NameApplication() {
   QApplication::setApplicationName(QStringLiteral("quillet"));
-  QApplication::setApplicationDisplayName(QStringLiteral("Quillet CE"));
   QApplication::setApplicationVersion(QStringLiteral("1.14r3"));
   QApplication::setDesktopFileName(QStringLiteral("quillet"));
 }

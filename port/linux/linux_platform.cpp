@@ -33,7 +33,16 @@ void LinuxServices::Detach() {
   platform_.reset();
 }
 
+void LinuxServices::SetOnEndSession(std::function<void()> call) {
+  const std::lock_guard lock(end_session_mutex_);
+  on_end_session_ = std::move(call);
+}
+
 void LinuxServices::EndSession() {
+  {
+    const std::lock_guard lock(end_session_mutex_);
+    if (on_end_session_) on_end_session_();
+  }
   shell.EndSession();
   sockets.Interrupt();
   dialler.Interrupt();

@@ -2,6 +2,8 @@
 // (signals), then its display on services.queues, then attaches the display.
 #pragma once
 
+#include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -34,6 +36,10 @@ class LinuxServices {
   // From then on nobody else calls the display, and gPlatform is null. Idempotent.
   void Detach();
 
+  // Called first when the session ends, on the thread that says so. Replaces the earlier one; after
+  // the return the earlier one is not running any more.
+  void SetOnEndSession(std::function<void()> call);
+
   // What a signal does: posts kEndSession to the main window (or once there is one) and ends
   // blocked calls of the network. Any thread.
   void EndSession();
@@ -50,6 +56,8 @@ class LinuxServices {
 
  private:
   std::optional<Platform> platform_;
+  std::mutex end_session_mutex_;
+  std::function<void()> on_end_session_;
   SignalWatcher signals_;  // last: it calls the others
 };
 
