@@ -89,6 +89,13 @@ void CountArticles() {
   }
 }
 
+void DropCountCaches() {
+  if (!gPrefs) return;
+  for (const std::u16string& group : gPrefs->groups) {
+    DeleteValue(DatabaseIndex::kArticles, GroupKey(group));
+  }
+}
+
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name) {
   info.groupName = group_name;
   if (TakeCached(info)) return;

@@ -23,6 +23,9 @@ std::unique_ptr<ReadInfo> NewReadInfoPtr();
 extern std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
 
 void CountArticles();
+// Deletes the cached counts of all groups, so that they are counted anew: after a session that was
+// killed they may be older than the chains.
+void DropCountCaches();
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);
 void UpdateGlobalGDBMArticleCountCache(std::size_t group_index);
 std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read);

@@ -92,7 +92,10 @@ bool OpenGDBMDatabases() {
     ShowBox(gMessageOwner, u"OpenGDBMDatabases", u"(unknown error)", {});
     return false;
   }
-  if (unclean) ClearUseMark();
+  if (unclean) {
+    ClearUseMark();
+    DropCountCaches();
+  }
   CountArticles();
   gPendingPostCount = CountPendingPosts();
   return true;

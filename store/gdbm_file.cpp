@@ -111,10 +111,7 @@ RecoveryResult GdbmFile::Recover() {
   gdbm_recovery recovery{};
   result.recovered = gGdbm.recover(file_, &recovery, GDBM_RCVR_FORCE | GDBM_RCVR_BACKUP) == 0;
   result.complete = recovery.failed_keys == 0 && recovery.failed_buckets == 0;
-  if (recovery.backup_name != nullptr) {
-    result.backup = recovery.backup_name;
-    std::free(recovery.backup_name);  // NOLINT: the library allocates it
-  }
+  std::free(recovery.backup_name);  // NOLINT: the library allocates it
   return result;
 }
 

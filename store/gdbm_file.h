@@ -17,11 +17,9 @@ constexpr int kCreateEmpty = GDBM_NEWDB | GDBM_FAST | GDBM_CLOEXEC;
 constexpr int kCreateIfMissing = GDBM_WRCREAT | GDBM_CLOEXEC;
 constexpr int kDatabaseMode = 0664;
 
-// What a recovery did. `backup` is the native path under which the file as it was is kept.
 struct RecoveryResult {
   bool recovered = false;
   bool complete = false;  // nothing in the file was unreadable
-  std::string backup;
 };
 
 class GdbmFile {
@@ -58,7 +56,8 @@ class GdbmFile {
   bool NeedsRecovery() const;
   // The library's name for the error of the last call.
   std::string LastError() const;
-  // Copies all that can be read into a file that replaces this one.
+  // Copies all that can be read into a file that replaces this one, which is kept beside it with
+  // ".~1~" behind its name.
   RecoveryResult Recover();
 
  private:

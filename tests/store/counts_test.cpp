@@ -69,6 +69,19 @@ TEST_F(CountsTest, ACacheOfAnotherLengthIsCountedAnew) {
   }
 }
 
+TEST_F(CountsTest, AfterAKilledSessionNoCacheIsTrusted) {
+  OpenStore();
+  Add(u"alt.test", "<1@x>", true);
+  PutCache(u"alt.test", "01 00 00 00 00 00 00 00 00 00 00 00");
+  CloseDatabases();
+  ASSERT_TRUE(OpenGDBMDatabases());
+  ExpectCounts(1, 0, 0);
+  CloseDatabases();
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", ""));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  ExpectCounts(1, 1, 1);
+}
+
 TEST_F(CountsTest, AMissingArticleCountsInTheTotalOnly) {
   OpenStore();
   Add(u"alt.test", "<1@x>", true);

@@ -364,12 +364,33 @@ TEST_F(DatabasesTest, AnUnfinishedSessionIsRecoveredSilently) {
   EXPECT_EQ(ArticlesReadable(), 300);
   EXPECT_EQ(CountGroupArticles(u"alt.test", false), 300U);
   EXPECT_THAT(BoxTexts(), IsEmpty());
+  CloseDatabases();
   EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_FALSE(FileThere(u"Quillet databases in use"));  // nothing was written
   Add(u"alt.test", "<more@x>");
   EXPECT_TRUE(FileThere(u"Quillet databases in use"));
   CloseDatabases();
   EXPECT_THAT(Names(), ElementsAre("Quillet articles.gdb", "Quillet newsgroups.gdb",
                                    "Quillet pending posts.gdb"));
+}
+
+TEST_F(DatabasesTest, ARecoveryKilledBetweenItsRenamingsLosesNothing) {
+  FillStore();
+  ASSERT_TRUE(fake.files.Rename(DatabasePath(kArticles), DatabasePath(kArticles) + u".~1~"));
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", ""));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(ArticlesReadable(), 300);
+  CloseDatabases();
+  // Killed after them: what is left of it goes with the next recovery.
+  ASSERT_TRUE(fake.files.WriteFile(DatabasePath(kArticles) + u".~1~", "old"));
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", ""));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(ArticlesReadable(), 300);
+  CloseDatabases();
+  EXPECT_THAT(Names(), ElementsAre("Quillet articles.gdb", "Quillet newsgroups.gdb",
+                                   "Quillet pending posts.gdb"));
+  EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
 TEST_F(DatabasesTest, WithoutRoomForARecoveryAUsableFileIsUsedAndAnUnusableOneStays) {

@@ -355,6 +355,15 @@ TEST_F(PendingPostsTest, ANewPostRaisesTheCountAndRefreshes) {
   EXPECT_EQ(FetchPendingPost("<p2@x>"), nullptr);
 }
 
+TEST_F(PendingPostsTest, APostIsStoredToTheByte) {
+  Queue("<p@x>", 1);
+  // docs/store-format.md shows the same bytes.
+  EXPECT_EQ(FetchValue(kPosts, Bytes("3c 70 40 78 3e 00")),
+            Bytes("01 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
+                  "3c 70 40 78 3e 00 00 74 65 78 74 0d 0a 00 00 73 00 00 00 00 00"
+                  "00 00 00 00"));
+}
+
 TEST_F(PendingPostsTest, TheGroupListIsRefreshedOnlyWhileItsTabShows) {
   fake.display.SelectTab(port::kThreadTab);
   Queue("<p1@x>");

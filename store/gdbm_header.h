@@ -1,0 +1,21 @@
+// The header of a gdbm file, as the library lays it out. Only for store/.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quillet {
+
+// False when the header of the file at that native path and its real length, `size`, disagree: the
+// last writer was killed before it had written the header, or the file was cut. True for files that
+// are not the library's.
+bool HeaderKnowsLength(const std::string& native_path, std::uint64_t size);
+
+// Makes the header ready for a recovery: the real length and an empty table of free blocks.
+//
+// A writer that was killed may have written buckets and directory, but not the header. The library
+// takes everything beyond the header's idea of the file's end for damage, and its recovery would
+// drop hundreds of sound records; and blocks that an old header calls free may be in use.
+void CorrectHeader(const std::string& native_path, std::uint64_t size);
+
+}  // namespace quillet
