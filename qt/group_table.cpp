@@ -5,6 +5,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <algorithm>
 #include <cmath>
 
@@ -15,7 +16,16 @@ namespace {
 
 using port::CheckState;
 
-// Column headings that are narrowed rather than cut when their column is small.
+// Text that is a little too wide for its column is drawn smaller rather than cut.
+QFont FittedFont(const QFont& font, const QString& text, int room) {
+  constexpr double kSmallest = 0.65;
+  const int wanted = QFontMetrics(font).horizontalAdvance(text);
+  if (wanted <= room || room <= 0) return font;
+  QFont smaller = font;
+  smaller.setPointSizeF(font.pointSizeF() * std::max(kSmallest, double(room) / double(wanted)));
+  return smaller;
+}
+
 class FittingHeader final : public QHeaderView {
  public:
   explicit FittingHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {}
@@ -24,14 +34,23 @@ class FittingHeader final : public QHeaderView {
   void paintSection(QPainter* painter, const QRect& rect, int section) const override {
     const QString text = model()->headerData(section, Qt::Horizontal).toString();
     const int margins = 2 * (style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, this) + 1);
-    const int wanted = painter->fontMetrics().horizontalAdvance(text);
-    const int room = rect.width() - margins;
-    if (wanted > room && room > 0) {
-      QFont font = painter->font();
-      font.setPointSizeF(font.pointSizeF() * std::max(0.7, double(room) / double(wanted)));
-      painter->setFont(font);
-    }
+    painter->setFont(FittedFont(painter->font(), text, rect.width() - margins));
     QHeaderView::paintSection(painter, rect, section);
+  }
+};
+
+// The counts are short and matter whole; group names are cut with an ellipsis.
+class FittingCounts final : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+
+ protected:
+  void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+    QStyledItemDelegate::initStyleOption(option, index);
+    const QStyle* style = option->widget != nullptr ? option->widget->style() : nullptr;
+    const int margin = style == nullptr ? 3 : style->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1;
+    option->font = FittedFont(option->font, option->text, option->rect.width() - 2 * margin);
+    option->fontMetrics = QFontMetrics(option->font);
   }
 };
 
@@ -153,6 +172,7 @@ GroupTable::GroupTable(std::function<void(int row)> activated, QWidget* parent)
   header->setSectionResizeMode(0, QHeaderView::Interactive);
   header->setSectionResizeMode(1, QHeaderView::Stretch);
   setAccessibleName(QStringLiteral("Newsgroups"));
+  setItemDelegateForColumn(1, new FittingCounts(this));
   setRootIsDecorated(false);
   setUniformRowHeights(true);
   setAllColumnsShowFocus(true);
@@ -228,6 +248,13 @@ void GroupTable::keyPressEvent(QKeyEvent* event) {
   }
   if (plain && row >= 0 && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
     activated_(row);
+    return;
+  }
+  // Nothing is selected yet: the first step goes to the row that has the focus, not past it.
+  const bool step = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
+  if (plain && row < 0 && step && currentIndex().isValid()) {
+    selectionModel()->select(currentIndex(),
+                             QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     return;
   }
   QTreeView::keyPressEvent(event);
