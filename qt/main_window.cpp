@@ -194,6 +194,7 @@ void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
   group_pane_->setFocusProxy(list_);
   layout->activate();
   list_->SetColumns(columns);
+  list_->show();  // now: what is not shown yet does not keep the focus
   if (tabs_ && tabs_->Selected() == port::kGroupTab) list_->setFocus();
 }
 

@@ -197,6 +197,25 @@ TEST_F(ListTest, ArrowsMoveTheSelection) {
   EXPECT_EQ(list().SelectedRow(), 1);
 }
 
+TEST_F(ListTest, FirstStepSelectsTheFirstRow) {
+  ShowWindow();
+  FillRows(3);
+  OnDisplay([&] {  // coming back to the list gives a row the focus without selecting it
+    Tabs().Bar().setFocus();
+    List().setFocus();
+  });
+  EXPECT_EQ(list().SelectedRow(), -1);
+  Key(Qt::Key_Down);
+  EXPECT_EQ(list().SelectedRow(), 0);
+  Key(Qt::Key_Down);
+  EXPECT_EQ(list().SelectedRow(), 1);
+}
+
+TEST_F(ListTest, ListHasTheFocusAtTheStart) {
+  ShowWindow();
+  OnDisplay([&] { EXPECT_TRUE(List().hasFocus()); });
+}
+
 TEST_F(ListTest, DefaultWidthsAreFiveSixthsAndTheRest) {
   ShowWindow();
   int client = 0;

@@ -55,22 +55,24 @@ class WindowUnderX(unittest.TestCase):
         self.profile = os.path.join(self.folder.name, "profile")
         read, write = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
-        display = os.read(read, 16).decode().strip()
-        os.close(read)
+        with os.fdopen(read) as number:  # to its line end: it comes in pieces
+            display = number.readline().strip()
         self.environment = dict(os.environ, DISPLAY=":" + display, QT_QPA_PLATFORM="xcb",
                                 XDG_RUNTIME_DIR=self.folder.name, QT_SCALE_FACTOR="1")
         self.environment.pop("WAYLAND_DISPLAY", None)
         self.program = None
+        wait_for("X server", lambda: self.tool("getdisplaygeometry"))
 
     def tearDown(self):
         for process in (self.program, self.server):
             if process is not None and process.poll() is None:
-                process.kill()
+                process.terminate()  # the server removes its lock and socket
             if process is not None:
-                process.wait()
+                process.wait(LIMIT)
         self.folder.cleanup()
 
     def tool(self, *arguments):
