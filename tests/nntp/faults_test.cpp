@@ -129,7 +129,7 @@ class FaultsTest : public NntpTest {
 
   static Ids IdsOf(std::u16string_view group) {
     const std::vector<std::string> chain = Chain(group);
-    const Ids ids(chain.begin(), chain.end());
+    Ids ids(chain.begin(), chain.end());
     EXPECT_EQ(ids.size(), chain.size());  // none twice
     return ids;
   }
@@ -296,6 +296,7 @@ TEST_F(FaultsTest, CancelAfterAnyProgressTextCostsOneArticleAtMost) {
 }
 
 TEST_F(FaultsTest, WrongReplyAtAnyStepCostsOneArticleAtMost) {
+  const std::string half(5'000'000, 'x');
   const std::vector<std::string> wrong = {
       "500 what?\r\n",
       "503 not now\r\n",
@@ -308,8 +309,8 @@ TEST_F(FaultsTest, WrongReplyAtAnyStepCostsOneArticleAtMost) {
       "no line end",
       std::string(3, '\0') + "\r\n",
       std::string("22\0", 3) + "3 5 <x>\r\n",
-      std::string(10'000'000, 'x'),
-      std::string(10'000'000, 'x') + "\r\n",
+      half + half,
+      half + half + "\r\n",
       "",
   };
   for (std::size_t kind = 0; kind < wrong.size(); ++kind) {
@@ -317,7 +318,7 @@ TEST_F(FaultsTest, WrongReplyAtAnyStepCostsOneArticleAtMost) {
     for (int n = 1; reached; ++n) {
       SCOPED_TRACE(FormatNarrow("reply %d replaced by kind %d", n, static_cast<int>(kind)));
       StartAfresh();
-      sockets_.on_reply = [&](int reply, std::string text) {
+      sockets_.on_reply = [&](int reply, const std::string& text) {
         return reply == n ? wrong[kind] : text;
       };
       Run();
@@ -346,7 +347,7 @@ TEST_F(FaultsTest, WrongNumbersAtAnyStepKeepTheStoreInOrder) {
     for (int n = 1; reached; ++n) {
       SCOPED_TRACE(FormatNarrow("reply %d replaced by %s", n, reply_text));
       StartAfresh();
-      sockets_.on_reply = [&](int reply, std::string text) {
+      sockets_.on_reply = [&](int reply, const std::string& text) {
         return reply == n ? reply_text : text;
       };
       gAbortRequested = 0;

@@ -110,7 +110,9 @@ TEST_F(LoopbackTest, LargeBodiesAndManyArticlesArriveWhole) {
   std::string line;
   for (std::uint32_t n = 1; n <= 300; ++n) {
     line += static_cast<char>('a' + n % 26);
-    model.Add("comp.lang.misc", n, FormatNarrow("<%lu@x>", n), line + "\r\n..\r\n" + line + "\r\n");
+    std::string body = line;
+    body.append("\r\n..\r\n").append(line).append("\r\n");
+    model.Add("comp.lang.misc", n, FormatNarrow("<%lu@x>", n), body);
   }
   std::string large;
   for (int i = 0; i < 80'000; ++i) large += "0123456789012345678901234567890123456789\r\n";

@@ -25,7 +25,7 @@ class ModelSockets final : public port::Sockets {
   int fail_receive = 0;                      // the nth from now on
   std::optional<std::uint64_t> close_after;  // bytes
   // May replace the nth reply (from 1, the greeting).
-  std::function<std::string(int n, std::string reply)> on_reply;
+  std::function<std::string(int n, const std::string& reply)> on_reply;
   std::function<void(std::string_view line)> on_line;
   // At the start of every Send and Receive with its number (from 1).
   std::function<void(int n)> on_call;
@@ -94,7 +94,7 @@ class ModelSockets final : public port::Sockets {
   }
   void Answer(std::string reply) {
     ++replies;
-    if (on_reply) reply = on_reply(replies, std::move(reply));
+    if (on_reply) reply = on_reply(replies, reply);
     pending_.erase(0, read_);
     read_ = 0;
     pending_ += reply;
