@@ -86,24 +86,17 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
   };
   ScriptObserver observer(run);
   display.SetObserver(&observer);
-  port::Platform platform = services.Attach(display, display, display, display);
-  ScriptShell shell(platform.shell, reporter);
-  ScriptQueue queue(platform.messages, run);
-  port::Platform scripted{queue,
-                          platform.boxes,
-                          platform.windows,
-                          platform.group_list,
-                          platform.dialogs,
-                          platform.registry,
-                          platform.sockets,
-                          platform.libraries,
-                          platform.files,
-                          platform.clock,
-                          shell,
-                          platform.scheduler,
-                          platform.dialler};
+  const port::Platform& real = services.Attach(display, display, display, display);
+  ScriptShell shell(real.shell, reporter);
+  port::Platform scripted{real.messages, real.boxes,    real.windows, real.group_list,
+                          real.dialogs,  real.registry, real.sockets, real.libraries,
+                          real.files,    real.clock,    shell,        real.scheduler,
+                          real.dialler};
   gPlatform = &scripted;
-  services.SetOnEndSession(BeginSessionEnd);
+  services.SetOnEndSession([&] {
+    BeginSessionEnd();
+    run.NoteSessionEnd();
+  });
 
   reporter.Report("started",
                   JsonObject().Add("pid", static_cast<int>(getpid())).Add("profile", profile.name));

@@ -107,7 +107,7 @@ class ScriptRun {
   bool EndProgram();
   // The desktop session ends.
   void EndSession();
-  // The program was told so: by a signal, when it was not this run. Any thread.
+  // It does: the run stops, unless a command of it said so. Any thread.
   void NoteSessionEnd();
 
  private:

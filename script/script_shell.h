@@ -1,13 +1,11 @@
-// What stands between the program and the real services: the end of the session is noticed, and
-// links are reported instead of opened.
+// The real shell, but for links: they are reported instead of opened.
 #pragma once
 
 #include <string>
 
 #include "port/linux/linux_shell.h"
-#include "port/message_queue.h"
 #include "port/shell.h"
-#include "script/script_run.h"
+#include "script/reporter.h"
 
 namespace quillet {
 
@@ -34,29 +32,6 @@ class ScriptShell final : public port::Shell {
  private:
   port::Shell& shell_;
   Reporter& reporter_;
-};
-
-class ScriptQueue final : public port::MessageQueue {
- public:
-  ScriptQueue(port::MessageQueue& queue, ScriptRun& run) : queue_(queue), run_(run) {}
-
-  bool Get(port::Message& message) override {
-    const bool more = queue_.Get(message);
-    if (more && message.kind == port::MessageKind::kEndSession) run_.NoteSessionEnd();
-    return more;
-  }
-  void Post(const port::Message& message) override { queue_.Post(message); }
-  void PostQuit(int code) override { queue_.PostQuit(code); }
-  void SetTimer(port::WindowHandle window, std::uint32_t id, std::uint32_t milliseconds) override {
-    queue_.SetTimer(window, id, milliseconds);
-  }
-  void KillTimer(port::WindowHandle window, std::uint32_t id) override {
-    queue_.KillTimer(window, id);
-  }
-
- private:
-  port::MessageQueue& queue_;
-  ScriptRun& run_;
 };
 
 }  // namespace quillet

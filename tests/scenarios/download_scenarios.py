@@ -1,5 +1,7 @@
 """Whole connections against strict conversations: every line the program says is fixed here."""
 
+import subprocess
+
 from news_servers import NewsServer, TranscriptServer, article
 from scenario import *
 
@@ -358,6 +360,39 @@ class Errors(Download):
         self.assert_fine(q)
         self.assertEqual(len(q.boxes()), 1)
         self.assertEqual(server.fetched, [])
+
+
+class DemoServer(Download):
+    GROUPS = ["gen.one", "gen.two", "gen.three"]
+
+    def setUp(self):
+        super().setUp()
+        options = [option for group in self.GROUPS for option in ("--group", group)]
+        server = subprocess.Popen([DEMO_SERVER, "--generate", "300", "--seed", "7",
+                                   "--die-with-parent"] + options, stdout=subprocess.PIPE)
+        self.addCleanup(server.stdout.close)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.terminate)
+        self.port = int(server.stdout.readline().split(b":")[-1])
+
+    def test_generated_articles_come_whole_and_once(self):
+        with self.run_with(servers=[("127.0.0.1", self.port)], groups=self.GROUPS,
+                           values={"maxarticles": 1000, "maxarticlesize": 1000}) as q:
+            q.connect()
+            chains = {group: q.chain(group) for group in self.GROUPS}
+            self.assertEqual([g[2] for g in q.groups()],
+                             ["%d/%d" % (len(c), len(c)) for c in chains.values()])
+            ids = {message_id for chain in chains.values() for message_id in chain}
+            self.assertEqual(len(ids), 300)
+            for message_id in ids:
+                stored = q.article(message_id)
+                self.assertNotEqual(stored["subject"], "<no subject>")
+                self.assertFalse(stored["body"].startswith("Quillet notification: message exc"))
+            # The end is reached: a second connection brings nothing.
+            q.connect()
+            self.assertEqual({group: q.chain(group) for group in self.GROUPS}, chains)
+        self.assert_fine(q)
+        self.assert_silent(q)
 
 
 class AfterDownload(Download):

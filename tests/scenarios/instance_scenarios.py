@@ -1,5 +1,7 @@
 """A second start, and the scheduled start."""
 
+import datetime
+
 from news_servers import NewsServer, article
 from scenario import *
 
@@ -112,6 +114,20 @@ class ScheduledStart(Instances):
             self.assertEqual(server.connections, 2)
         self.assert_fine(first)
         self.assert_silent(first)
+
+    def test_without_a_user_manager_the_running_program_keeps_the_time(self):
+        at = datetime.datetime.now() + datetime.timedelta(seconds=3)
+        with self.server() as server:
+            with self.run_with(servers=[server.address], groups=["a.one"],
+                               values={"useautodownload": 1, "downloadhr": at.hour,
+                                       "downloadmn": at.minute, "downloadsc": at.second}) as q:
+                q.do("wait")
+                self.assertEqual(server.connections, 0)
+                q.do("wait-for dialog-closed")
+                self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+                self.assertGreaterEqual(datetime.datetime.now(), at.replace(microsecond=0))
+        self.assert_fine(q)
+        self.assert_silent(q)
 
     def test_says_what_hinders_it_like_the_command(self):
         with self.run_with("AppRunAtTime") as q:

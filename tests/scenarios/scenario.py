@@ -11,7 +11,13 @@ import unittest
 import quillet_script
 
 PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
+DEMO_SERVER = os.environ.get("QUILLET_DEMO_SERVER", "quillet-demo-server")
 FOLDER = pathlib.Path(os.environ.get("QUILLET_SCENARIOS", "/tmp/quillet-scenarios"))
+
+# No scenario reaches the user's own settings, session bus or user manager.
+os.environ["XDG_CONFIG_HOME"] = str(FOLDER / "config")
+for variable in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
+    os.environ.pop(variable, None)
 
 WORKERS = int(os.environ.get("QUILLET_SCENARIO_WORKERS", "6"))
 

@@ -135,6 +135,18 @@ class Start(Scenario):
         self.assertEqual(q.await_end(), 0)
         self.assertEqual(self.read_back()["checked"][1], [0])
 
+    def test_sigterm_before_the_start_and_after_the_end_ends_the_front(self):
+        q = self.run_quillet(hold=True)
+        q.do("registry-set fullname string Ann")
+        q.terminate()
+        self.assertEqual(q.await_end(), 0)
+        self.assertEqual(q.of("window-created"), [])
+        q = self.run_quillet()
+        q.do("close")
+        q.do("wait-for exit")
+        q.terminate()
+        self.assertEqual(q.await_end(), 0)
+
     def test_end_of_input_cancels_an_open_dialog(self):
         with self.run_with(groups=["a.one"]) as q:
             q.do("command 40020")
