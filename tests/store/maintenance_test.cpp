@@ -14,7 +14,6 @@ namespace {
 using port::CheckState;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Pair;
 
 using Text = port::FakeDisplay::ProgressText;
 constexpr std::uint32_t kTitle = 1020;
