@@ -85,6 +85,10 @@ struct Cursor {
 };
 Cursor gCursor;
 
+// The value the counter should have when storing it failed, else 0: a number is never handed out
+// twice, for its second record would take the first one's place.
+std::uint32_t gCounterNotStored = 0;
+
 // The record whose `next` is N. A writer that was killed may have left N without a `previous`, or
 // with an outdated one, so the chain itself is asked when the record named does not agree.
 std::optional<StoredLinks> FetchBefore(std::u16string_view group_name, const StoredLinks& record) {
@@ -173,11 +177,16 @@ bool StoreGroupRecord(std::string_view key, const GDBMGroup& record, StoreMode m
 }
 
 std::uint32_t NextChainNumber() {
-  const std::uint32_t number = CounterValue();
+  const std::uint32_t number = std::max(CounterValue(), gCounterNotStored);
   std::string value;
   AppendU32(value, number + 1);
-  StoreValue(kGroups, kCounterKey, value, StoreMode::kReplace);
+  const bool stored = StoreValue(kGroups, kCounterKey, value, StoreMode::kReplace);
+  gCounterNotStored = stored ? 0 : number + 1;
   return number;
+}
+
+void ForgetChainCounter() {
+  gCounterNotStored = 0;
 }
 
 bool AddArticleToGroup(std::u16string_view group_name, std::string_view message_id) {

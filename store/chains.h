@@ -34,6 +34,8 @@ std::unique_ptr<GDBMGroup> GroupChainFirst(std::u16string_view group_name);
 std::unique_ptr<GDBMGroup> GroupChainNext();
 void RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number);
 std::uint32_t NextChainNumber();
+// Other files were opened: what is remembered of the counter does not belong to them.
+void ForgetChainCounter();
 bool StoreGroupRecord(std::string_view key, const GDBMGroup& record, StoreMode mode);
 
 }  // namespace quillet

@@ -7,6 +7,7 @@
 #include "app/base/messages.h"
 #include "app/base/prefs_registry.h"
 #include "port/platform.h"
+#include "store/chains.h"
 #include "store/counts.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
@@ -87,6 +88,7 @@ bool LoadDatabaseLibrary() {
 
 bool OpenGDBMDatabases() {
   const bool unclean = UseMarkFound();
+  ForgetChainCounter();
   for (const DatabaseIndex index : kAllDatabases) Open(index, unclean);
   if (!DatabasesOpen()) {
     ShowBox(gMessageOwner, u"OpenGDBMDatabases", u"(unknown error)", {});

@@ -14,16 +14,14 @@ namespace {
 
 using Ids = std::set<std::string>;
 
-// Lets the nth store of the database library fail, alone or with all that follow. Alone, the chain
-// counter's are not counted: a counter fails only with everything else.
+// Lets the nth store of the database library fail, alone or with all that follow.
 int gFailingStore = 0;
 bool gFailingForGood = false;
 bool gStoreFailed = false;
 int (*gRealStore)(GDBM_FILE, datum, datum, int) = nullptr;
 
 int FaultyStore(GDBM_FILE file, datum key, datum value, int flag) {
-  const bool counted = gFailingForGood || key.dsize != 1;
-  if (counted && gFailingStore > 0 && --gFailingStore == 0) gStoreFailed = true;
+  if (gFailingStore > 0 && --gFailingStore == 0) gStoreFailed = true;
   if (!gStoreFailed) return gRealStore(file, key, value, flag);
   gStoreFailed = gFailingForGood;
   return -1;
