@@ -19,13 +19,18 @@ char NarrowUnit(char16_t unit) {
   return static_cast<char>(0x80 + (found - kHighControls.begin()));
 }
 
-char16_t ToLowerAscii(char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c; }
+char16_t LowerUnit(char16_t c) {
+  return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c;
+}
+char LowerUnit(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
 
 template <class Text>
 bool StartsWithFolded(Text text, Text prefix) {
   return text.size() >= prefix.size() &&
          std::equal(prefix.begin(), prefix.end(), text.begin(),
-                    [](auto a, auto b) { return ToLowerAscii(a) == ToLowerAscii(b); });
+                    [](auto a, auto b) { return LowerUnit(a) == LowerUnit(b); });
 }
 
 void AppendUtf8(std::string& out, char32_t c) {
@@ -85,7 +90,9 @@ char32_t NextUtf8(std::string_view text, std::size_t& at) {
 
 }  // namespace
 
-char ToLowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+char ToLowerAscii(char c) {
+  return LowerUnit(c);
+}
 
 std::u16string Widen(std::string_view text) {
   std::u16string out;
@@ -136,11 +143,15 @@ std::u16string FromUtf8(std::string_view text) {
   return out;
 }
 
-bool StartsWith(std::string_view text, std::string_view prefix) { return text.starts_with(prefix); }
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.starts_with(prefix);
+}
 bool StartsWith(std::u16string_view text, std::u16string_view prefix) {
   return text.starts_with(prefix);
 }
-bool EndsWith(std::string_view text, std::string_view suffix) { return text.ends_with(suffix); }
+bool EndsWith(std::string_view text, std::string_view suffix) {
+  return text.ends_with(suffix);
+}
 bool EndsWith(std::u16string_view text, std::u16string_view suffix) {
   return text.ends_with(suffix);
 }
@@ -155,9 +166,8 @@ bool EqualsNoCase(std::u16string_view a, std::u16string_view b) {
 }
 
 std::size_t FindNoCase(std::string_view text, std::string_view needle) {
-  const auto found =
-      std::search(text.begin(), text.end(), needle.begin(), needle.end(),
-                  [](char a, char b) { return ToLowerAscii(a) == ToLowerAscii(b); });
+  const auto found = std::search(text.begin(), text.end(), needle.begin(), needle.end(),
+                                 [](char a, char b) { return LowerUnit(a) == LowerUnit(b); });
   if (found == text.end() && !needle.empty()) return std::string_view::npos;
   return static_cast<std::size_t>(found - text.begin());
 }
