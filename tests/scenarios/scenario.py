@@ -6,13 +6,17 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import quillet_script
 
 PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
 DEMO_SERVER = os.environ.get("QUILLET_DEMO_SERVER", "quillet-demo-server")
-FOLDER = pathlib.Path(os.environ.get("QUILLET_SCENARIOS", "/tmp/quillet-scenarios"))
+# Inherited by the processes that run single scenarios.
+FOLDER = pathlib.Path(os.environ.get("QUILLET_SCENARIOS") or tempfile.mkdtemp(prefix="quillet-"))
+
+os.environ["QUILLET_SCENARIOS"] = str(FOLDER)
 
 # No scenario reaches the user's own settings, session bus or user manager.
 os.environ["XDG_CONFIG_HOME"] = str(FOLDER / "config")
