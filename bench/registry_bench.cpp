@@ -52,7 +52,7 @@ void LastDownloadedWrite(benchmark::State& state) {
   std::string value(kValueSize, '\0');
   std::vector<double> times;
   std::uint32_t number = 0;
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT: the framework's idiom
     PutU32(value, number % 100 * 4, number);
     ++number;
     const auto start = std::chrono::steady_clock::now();
@@ -73,7 +73,7 @@ void OpenKeyAndWrite(benchmark::State& state) {
   LinuxRegistry registry((folder.path() / "registry.db").string());
   const auto made = registry.Create(kPath);
   const std::string value(kValueSize, 'x');
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT: the framework's idiom
     const auto key = registry.Open(kPath);
     if (!key || !key->Set(u"lastdownloaded", RegistryType::kBinary, value)) {
       state.SkipWithError("the write failed");

@@ -28,7 +28,7 @@ BusConnection OpenBus(const std::string& address) {
 }
 
 BusMessage BusService::Send(BusMessage request) {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   sd_bus_message* reply = nullptr;
   error_.clear();
   sd_bus_message_set_auto_start(request.get(), 0);

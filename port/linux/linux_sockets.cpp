@@ -186,14 +186,15 @@ std::optional<Ipv4Address> LinuxSockets::Resolve(const std::string& host) {
     Fail(kErrorHostNotFound);
     return std::nullopt;
   }
-  const auto pending = std::make_shared<PendingLookup>();
-  pending->host = host;
-  pending->lookup = lookup_;
-  pending->done = FileDescriptor(eventfd(0, EFD_CLOEXEC));
-  if (!pending->done.valid()) {
+  FileDescriptor done(eventfd(0, EFD_CLOEXEC));
+  if (!done.valid()) {
     Fail(errno);
     return std::nullopt;
   }
+  const auto pending = std::make_shared<PendingLookup>();
+  pending->host = host;
+  pending->lookup = lookup_;
+  pending->done = std::move(done);
   try {
     std::thread([pending] { RunLookup(pending); }).detach();
   } catch (const std::system_error&) {

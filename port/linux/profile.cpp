@@ -23,7 +23,7 @@ std::string FolderFromEnvironment(const char* variable) {
 }
 
 std::string HomeFolder() {
-  const std::string home = FolderFromEnvironment("HOME");
+  std::string home = FolderFromEnvironment("HOME");
   if (!home.empty()) return home;
   const passwd* user = getpwuid(getuid());
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";

@@ -42,8 +42,8 @@ constexpr const char* kSql[] = {
     "SELECT id FROM registry_key WHERE folded = ?1",
     "INSERT INTO registry_key(folded, path) VALUES(?1, ?2) ON CONFLICT DO NOTHING",
     "SELECT type, data FROM registry_value WHERE key = ?1 AND folded = ?2",
-    "INSERT INTO registry_value(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5)"
-    " ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data",
+    R"(INSERT INTO registry_value(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5)
+       ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data)",
     "DELETE FROM registry_key WHERE folded = ?1 OR (folded > ?2 AND folded < ?3)",
     "SELECT name, type, data FROM registry_value WHERE key = ?1 ORDER BY folded",
     "BEGIN IMMEDIATE",

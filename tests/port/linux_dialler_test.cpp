@@ -33,6 +33,7 @@ std::unique_ptr<Child> Start(std::vector<std::string> arguments, const std::stri
     if (freopen(log.c_str(), "w", stdout) == nullptr) _exit(126);
     dup2(STDOUT_FILENO, STDERR_FILENO);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     execvp(argv[0], argv.data());
@@ -81,7 +82,7 @@ class LinuxDiallerTest : public testing::Test {
               0);
     const BusMessage owned(request);
     fill(request);
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* reply = nullptr;
     EXPECT_GE(sd_bus_call(bus_.get(), request, 0, &error, &reply), 0)
         << method << ": " << (error.message != nullptr ? error.message : "?");

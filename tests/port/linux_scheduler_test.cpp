@@ -111,8 +111,9 @@ TEST_F(UnitFiles, SystemdUnderstandsThem) {
     WriteAll(service, ServiceUnit(profile, program));
     WriteAll(timer, TimerUnit(name, At(12, 31, 23, 59, 59)));
     const std::string log = folder / "log";
-    const std::string command =
-        "systemd-analyze --user verify '" + service + "' '" + timer + "' > '" + log + "' 2>&1";
+    std::string command = "systemd-analyze --user verify '";
+    command.append(service).append("' '").append(timer).append("' > '").append(log);
+    command += "' 2>&1";
     EXPECT_EQ(std::system(command.c_str()), 0) << ReadAll(log);
     EXPECT_EQ(ReadAll(log).find(name), std::string::npos) << ReadAll(log);
   }
@@ -130,7 +131,7 @@ class LinuxSchedulerTest : public testing::Test {
                 "#!/bin/sh\necho \"$*\" >> '" + (folder_ / "calls") + "'\n" + end + "\n");
   }
   std::string Calls() {
-    const std::string calls = ReadAll(folder_ / "calls");
+    std::string calls = ReadAll(folder_ / "calls");
     std::filesystem::remove(folder_ / "calls");
     return calls;
   }

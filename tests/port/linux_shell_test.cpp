@@ -192,10 +192,11 @@ TEST_F(LinuxShellTest, BusyOwnerIsNotWaitedFor) {
 TEST_F(LinuxShellTest, OfManyStartsAtOnceOneOwnsTheProfile) {
   for (int round = 0; round < 5; ++round) {
     const std::string profile = folder_ / ("many" + std::to_string(round));
-    std::vector<std::unique_ptr<Instance>> instances;
-    for (int i = 0; i < 8; ++i) instances.push_back(std::make_unique<Instance>(profile));
+    std::vector<std::unique_ptr<Instance>> instances(8);
+    for (auto& instance : instances) instance = std::make_unique<Instance>(profile);
     std::atomic<int> owners{0};
     std::vector<std::thread> threads;
+    threads.reserve(instances.size());
     for (const auto& instance : instances) {
       threads.emplace_back([&owners, &instance] {
         if (!instance->shell.ForwardToOtherInstance(false)) ++owners;
