@@ -60,7 +60,7 @@ bool LoadArticles(const std::string& folder, NewsStore& store, std::string& prob
   std::sort(files.begin(), files.end());
   for (const std::filesystem::path& file : files) {
     if (LoadArticle(file, store, problem)) continue;
-    problem = file.filename().string() + ": " + problem;
+    problem.insert(0, file.filename().string() + ": ");
     return false;
   }
   return true;

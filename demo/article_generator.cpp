@@ -11,7 +11,7 @@
 namespace quillet::demo {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::array kWords = {"the"sv,
                                "clock"sv,

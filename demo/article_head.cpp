@@ -12,7 +12,7 @@
 namespace quillet::demo {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::array kFirstNames = {"Ada"sv,  "Bruno"sv,   "Carla"sv,   "Dmitri"sv,
                                     "Elif"sv, "Finn"sv,    "Greta"sv,   "Hana"sv,

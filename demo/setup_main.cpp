@@ -69,6 +69,7 @@ class Writer {
   }
   void Texts(std::u16string_view name, const std::vector<std::string>& texts) {
     std::vector<std::u16string> wide;
+    wide.reserve(texts.size());
     for (const std::string& text : texts) wide.push_back(FromUtf8(text));
     sound_ = sound_ && key_.Set(name, RegistryType::kMultiString, CreateMultiString(wide));
   }
