@@ -64,6 +64,7 @@ int MainLoop() {
 // The window is there, the loop is not: what is left when the start cannot go on.
 int EndBeforeTheLoop() {
   CloseDatabases();
+  UnloadCompressionLibrary();
   gPlatform->shell.SetInstanceWindow(0, 0);
   gPlatform->windows.DestroyMainWindow();
   gMainWindow = 0;
@@ -139,7 +140,8 @@ int RunQuillet() {
   if (!gPrefs) return 0;
   std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
   if (!CreateQuilletWindow()) return 0;
-  if (!OpenStore()) return EndBeforeTheLoop();
+  // A critical error while the store was opened has closed the window.
+  if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
   gPlatform->windows.ShowMainWindow();
   CreateViews();
   if (scheduled) {

@@ -50,10 +50,11 @@ bool DeleteFile(DatabaseIndex index) {
   return gPlatform->files.Delete(DatabasePath(index));
 }
 
-// After every call that failed: a file that has just come to need recovery is a fatal error.
+// After every call that failed: a file that has just come to need recovery is a fatal error. One is
+// enough: the program ends with it.
 void CheckAfterFailure(DatabaseIndex index) {
   Database& database = Of(index);
-  if (database.failure_told || !database.file.NeedsRecovery()) return;
+  if (gDatabaseErrorFlag || database.failure_told || !database.file.NeedsRecovery()) return;
   database.failure_told = true;
   DatabaseFatalError(database.file.LastError());
 }
