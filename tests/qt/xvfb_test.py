@@ -148,6 +148,17 @@ class WindowUnderX(unittest.TestCase):
         self.tool("windowfocus", "--sync", window)
         self.close()
 
+    def test_termination_answers_the_open_box_and_saves(self):
+        registry = self.prepare_groups()
+        self.start()
+        time.sleep(1.0)
+        self.tool("key", "ctrl+a")
+        self.tool("key", "ctrl+1")  # no server yet: a box says so
+        wait_for("box", lambda: self.tool("search", "--onlyvisible", "--name", "^Quillet CE not configured$"))
+        self.program.terminate()
+        self.end()
+        self.assertEqual(struct.unpack("<3I", registry.get("checked")), (1, 1, 1))
+
     def about(self):
         return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
 
