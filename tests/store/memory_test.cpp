@@ -1,36 +1,8 @@
 // Constructors and serialisation while memory runs out: this program's allocations fail on demand.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <limits>
-#include <new>
-
 #include "tests/store/store_fixture.h"
-
-namespace {
-
-bool gFailPlainNew = false;  // the constructors' allocations
-std::size_t gLargestBlock = std::numeric_limits<std::size_t>::max();
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* const block = size > gLargestBlock ? nullptr : std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return gFailPlainNew ? nullptr : std::malloc(size);
-}
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-  std::free(block);
-}
+#include "tests/support/failing_new.h"
 
 namespace quillet {
 namespace {
@@ -40,17 +12,17 @@ using ::testing::ElementsAre;
 class MemoryTest : public StoreTest {
  protected:
   ~MemoryTest() override {
-    gFailPlainNew = false;
-    gLargestBlock = std::numeric_limits<std::size_t>::max();
+    testing::FailEveryNothrowNew(false);
+    testing::LimitNew(0);
   }
 };
 
 TEST_F(MemoryTest, EveryConstructorReportsUnderItsOwnName) {
-  gFailPlainNew = true;
+  testing::FailEveryNothrowNew(true);
   EXPECT_EQ(NewAsciiArticle(), nullptr);
   EXPECT_EQ(NewGDBMGroupPtr(), nullptr);
   EXPECT_EQ(NewReadInfoPtr(), nullptr);
-  gFailPlainNew = false;
+  testing::FailEveryNothrowNew(false);
   EXPECT_THAT(BoxTexts(),
               ElementsAre(u"A critical error (out of memory) occurred in NewAsciiArticle.",
                           u"A critical error (out of memory) occurred in NewGDBMGroupPtr.",
@@ -60,18 +32,18 @@ TEST_F(MemoryTest, EveryConstructorReportsUnderItsOwnName) {
 TEST_F(MemoryTest, AFetchWithoutMemoryIsAnAbsentArticle) {
   OpenStore();
   Add(u"alt.test", "<1@x>");
-  gFailPlainNew = true;
+  testing::FailEveryNothrowNew(true);
   EXPECT_EQ(FetchArticle("<1@x>"), nullptr);
   EXPECT_EQ(GroupChainFirst(u"alt.test"), nullptr);
-  gFailPlainNew = false;
+  testing::FailEveryNothrowNew(false);
   EXPECT_NE(FetchArticle("<1@x>"), nullptr);
 }
 
 TEST_F(MemoryTest, CountsWithoutMemoryAreShortNotBroken) {
   OpenStore();
-  gFailPlainNew = true;
+  testing::FailEveryNothrowNew(true);
   CountArticles();
-  gFailPlainNew = false;
+  testing::FailEveryNothrowNew(false);
   EXPECT_TRUE(gReadInfo.empty());
   UpdateGlobalGDBMArticleCountCache(0);
   SetArticleReadById("<1@x>", nullptr, true, 0);
@@ -81,9 +53,9 @@ TEST_F(MemoryTest, TheArrayOfCountsReportsUnderItsOwnName) {
   OpenStore();
   gPrefs->groups.assign(4096, u"g");
   gPrefs->numgroups = 4096;
-  gLargestBlock = 4096 * sizeof(void*) - 1;
+  testing::LimitNew(4096 * sizeof(void*) - 1);
   CountArticles();
-  gLargestBlock = std::numeric_limits<std::size_t>::max();
+  testing::LimitNew(0);
   EXPECT_THAT(BoxTexts(),
               ElementsAre(u"A critical error (out of memory) occurred in CountArticles."));
 }
@@ -92,11 +64,11 @@ TEST_F(MemoryTest, SerialisingWithoutMemoryIsAFailedStore) {
   OpenStore();
   LoadCompressionLibrary();
   AsciiArticle article = ArticleWithId("<1@x>", std::string(100000, 'b'));
-  gLargestBlock = 90000;
+  testing::LimitNew(90000);
   EXPECT_EQ(SerializeArticle(article, SerializeMode::kPlain), std::nullopt);
   EXPECT_EQ(SerializeArticle(article, SerializeMode::kCompress), std::nullopt);
   EXPECT_FALSE(StoreArticle(article));
-  gLargestBlock = std::numeric_limits<std::size_t>::max();
+  testing::LimitNew(0);
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Error inserting GDBM article."));
   EXPECT_FALSE(ArticleExists("<1@x>"));
 }
@@ -104,9 +76,9 @@ TEST_F(MemoryTest, SerialisingWithoutMemoryIsAFailedStore) {
 TEST_F(MemoryTest, WithoutMemoryForTheCompressorTheArticleIsStoredPlain) {
   LoadCompressionLibrary();
   AsciiArticle article = ArticleWithId("<1@x>", std::string(100000, 'b'));
-  gLargestBlock = 100200;  // enough for the plain record, not for the compressor's output
+  testing::LimitNew(100200);  // enough for the plain record, not for the compressor's output
   const auto value = SerializeArticle(article, SerializeMode::kCompress);
-  gLargestBlock = std::numeric_limits<std::size_t>::max();
+  testing::LimitNew(0);
   ASSERT_TRUE(value);
   EXPECT_EQ(value->front(), 1);
 }
@@ -116,11 +88,11 @@ TEST_F(MemoryTest, ReadingWithoutMemoryIsAnUnreadableRecord) {
   AsciiArticle article = ArticleWithId("<1@x>", std::string(100000, 'b'));
   const auto plain = SerializeArticle(article, SerializeMode::kPlain);
   const auto compressed = SerializeArticle(article, SerializeMode::kCompress);
-  gLargestBlock = 50000;
+  testing::LimitNew(50000);
   AsciiArticle read;
   EXPECT_FALSE(ParseArticle(*plain, read, false));
   EXPECT_FALSE(ParseArticle(*compressed, read, false));
-  gLargestBlock = std::numeric_limits<std::size_t>::max();
+  testing::LimitNew(0);
   EXPECT_TRUE(ParseArticle(*plain, read, false));
 }
 

@@ -9,6 +9,8 @@ namespace {
 
 thread_local int fail_new_in = 0;
 thread_local int fail_nothrow_in = 0;
+thread_local bool fail_every_nothrow = false;
+thread_local unsigned long limit = 0;
 thread_local unsigned long fail_size = 0;
 thread_local unsigned long largest = 0;
 
@@ -18,6 +20,7 @@ bool Hits(int& in) {
 
 bool ThrowingNewFails(std::size_t size) {
   largest = std::max<unsigned long>(largest, size);
+  if (limit != 0 && size > limit) return true;
   if (fail_size != 0 && size >= fail_size) {
     fail_size = 0;
     return true;
@@ -35,6 +38,12 @@ void FailNthNew(int n) {
 void FailNthNothrowNew(int n) {
   fail_nothrow_in = n;
 }
+void FailEveryNothrowNew(bool on) {
+  fail_every_nothrow = on;
+}
+void LimitNew(unsigned long bytes) {
+  limit = bytes;
+}
 void FailNewOfAtLeast(unsigned long bytes) {
   fail_size = bytes;
 }
@@ -50,7 +59,7 @@ void* operator new(std::size_t size) {
   return memory;
 }
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return Hits(fail_nothrow_in) ? nullptr : std::malloc(size == 0 ? 1 : size);
+  return fail_every_nothrow || Hits(fail_nothrow_in) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);

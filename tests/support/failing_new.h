@@ -8,6 +8,10 @@ namespace quillet::testing {
 void FailNthNew(int n);
 // The same for operator new (std::nothrow).
 void FailNthNothrowNew(int n);
+// Every operator new (std::nothrow) fails while it is on.
+void FailEveryNothrowNew(bool on);
+// Every throwing allocation of more than that many bytes fails; 0: no limit.
+void LimitNew(unsigned long bytes);
 // The next throwing allocation of at least that many bytes fails once; 0: none.
 void FailNewOfAtLeast(unsigned long bytes);
 // The largest throwing allocation of this thread since the last call, in bytes.
