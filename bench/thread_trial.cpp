@@ -86,6 +86,13 @@ void MeasureCancel(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
   std::array<int, 2> pair{};
   if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()) != 0) return;
   std::vector<double> times;
+  const auto press = [&](QAbstractButton* cancel) {
+    watcher.seen = [&, pressed = Now()] {
+      times.push_back(MicrosecondsSince(pressed));
+      [[maybe_unused]] const auto written = ::write(pair[1], "x", 1);
+    };
+    cancel->click();
+  };
   for (int i = 0; i < kCancels; ++i) {
     quillet::RunWithProgress(u"Threading...", [&] {
       device.jobs().Call([&] {
@@ -94,13 +101,10 @@ void MeasureCancel(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
             ->installEventFilter(&watcher);
         auto* cancel = qobject_cast<QAbstractButton*>(
             quillet::qt::ControlOf(*dialog, quillet::kControlCancel));
-        QTimer::singleShot(60, cancel, [&, cancel] {
-          watcher.seen = [&, pressed = Now()] {
-            times.push_back(MicrosecondsSince(pressed));
-            [[maybe_unused]] const auto written = ::write(pair[1], "x", 1);
-          };
-          cancel->click();
-        });
+        auto* timer = new QTimer(cancel);
+        timer->setSingleShot(true);
+        QObject::connect(timer, &QTimer::timeout, cancel, [&press, cancel] { press(cancel); });
+        timer->start(60);
       });
       char byte = 0;
       return static_cast<int>(::recv(pair[0], &byte, 1, 0));

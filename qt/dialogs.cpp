@@ -6,7 +6,6 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
-#include <QTimer>
 #include <algorithm>
 #include <utility>
 
@@ -45,6 +44,12 @@ QString ReadText(const QWidget& widget) {
 }
 
 }  // namespace
+
+QtDialogs::QtDialogs(Display& display) : display_(display) {
+  flush_timer_.setSingleShot(true);
+  flush_timer_.setTimerType(Qt::PreciseTimer);
+  QObject::connect(&flush_timer_, &QTimer::timeout, &flush_timer_, [this] { Flush(); });
+}
 
 port::WindowHandle QtDialogs::Create(std::uint32_t form, port::WindowHandle owner) {
   const port::WindowHandle handle = display_.queues.AddWindow();
@@ -141,7 +146,7 @@ void QtDialogs::ScheduleFlush() {
     return;
   }
   const auto wait = std::chrono::ceil<Milliseconds>(kFlushPeriod - since);
-  QTimer::singleShot(wait, Qt::PreciseTimer, &timers_, [this] { Flush(); });
+  flush_timer_.start(wait);
 }
 
 void QtDialogs::Flush() {

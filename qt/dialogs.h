@@ -1,7 +1,7 @@
 // The dialog service on the toolkit.
 #pragma once
 
-#include <QObject>
+#include <QTimer>
 #include <chrono>
 #include <map>
 #include <mutex>
@@ -16,7 +16,7 @@ namespace quillet::qt {
 
 class QtDialogs final : public port::Dialogs {
  public:
-  explicit QtDialogs(Display& display) : display_(display) {}
+  explicit QtDialogs(Display& display);
 
   port::WindowHandle Create(std::uint32_t form, port::WindowHandle owner) override;
   void Show(port::WindowHandle dialog) override;
@@ -51,7 +51,7 @@ class QtDialogs final : public port::Dialogs {
 
   // Display thread.
   std::chrono::steady_clock::time_point last_flush_{};
-  QObject timers_;  // their calls end with it
+  QTimer flush_timer_;
 };
 
 }  // namespace quillet::qt

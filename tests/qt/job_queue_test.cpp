@@ -51,6 +51,7 @@ TEST_F(JobQueueTest, JobsOfOneThreadKeepTheirOrder) {
 TEST_F(JobQueueTest, CallsOfManyThreadsAllRun) {
   int sum = 0;  // display thread only
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < 500; ++i) EXPECT_TRUE(queue->Call([&] { ++sum; }));

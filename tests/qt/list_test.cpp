@@ -221,7 +221,7 @@ TEST_F(ListTest, DefaultWidthsAreFiveSixthsAndTheRest) {
   int client = 0;
   OnDisplay([&] { client = List().viewport()->width(); });
   const auto widths = list().ColumnWidths();
-  EXPECT_NEAR(widths[0], client * 5 / 6, 1);
+  EXPECT_NEAR(widths[0], client * 5.0 / 6, 1);
   EXPECT_EQ(widths[0] + widths[1], client);
 }
 
@@ -233,7 +233,7 @@ TEST_F(ListTest, DefaultWidthsFollowTheWindow) {
     client = List().viewport()->width();
   });
   EXPECT_GT(client, 900);
-  EXPECT_NEAR(list().ColumnWidths()[0], client * 5 / 6, 1);
+  EXPECT_NEAR(list().ColumnWidths()[0], client * 5.0 / 6, 1);
 }
 
 TEST_F(ListTest, WidthsSavedInThisWindowComeBackExactly) {
@@ -257,7 +257,7 @@ TEST_F(ListTest, WidthsSavedOnASmallScreenKeepTheirProportion) {
     QCoreApplication::processEvents();
     client = List().viewport()->width();
   });
-  EXPECT_NEAR(list().ColumnWidths()[0], client * 3 / 4, 1);
+  EXPECT_NEAR(list().ColumnWidths()[0], client * 3.0 / 4, 1);
 }
 
 TEST_F(ListTest, DividerMovedByTheUserStaysInProportion) {
@@ -266,7 +266,7 @@ TEST_F(ListTest, DividerMovedByTheUserStaysInProportion) {
   OnDisplay([&] {
     Main().resize(1000, 500);
     QCoreApplication::processEvents();
-    EXPECT_NEAR(List().columnWidth(0), List().viewport()->width() / 2, 2);
+    EXPECT_NEAR(List().columnWidth(0), List().viewport()->width() / 2.0, 2);
   });
 }
 

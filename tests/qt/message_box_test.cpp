@@ -15,7 +15,7 @@ using port::BoxIcon;
 class MessageBoxTest : public DisplayTest {
  protected:
   // Shows a box from a thread of its own.
-  std::future<int> ShowLater(port::BoxStyle style, std::u16string text = u"Text",
+  std::future<int> ShowLater(port::BoxStyle style, const std::u16string& text = u"Text",
                              port::WindowHandle owner = 0) {
     return std::async(std::launch::async, [this, style, text, owner] {
       return device->boxes().Show(owner, u"Quillet", text, style);
