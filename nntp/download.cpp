@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "app/base/long_operation.h"
 #include "app/base/messages.h"
@@ -33,6 +34,7 @@ struct GroupWalk {
   std::int32_t remaining = 0;
   bool first_command = true;
   bool have_current = false;  // the server stands at an article, NEXT leads on from it
+  bool next_sent = false;     // NEXT was sent already, its reply has not been read
 };
 
 enum class Step { kGoOn, kGroupEnds, kRunEnds };
@@ -120,6 +122,7 @@ Step ScanForWanted(const GroupWalk& walk, std::uint32_t& reached) {
 
 // Moves the server to the next article; its reply is in the line buffer.
 Step MoveOn(GroupWalk& walk) {
+  if (std::exchange(walk.next_sent, false)) return ReadResponse() ? Step::kGoOn : Step::kRunEnds;
   std::uint32_t target = walk.wanted;
   if (!walk.have_current && !walk.first_command) {
     const Step scanned = ScanForWanted(walk, target);
@@ -148,6 +151,23 @@ void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   SetProgressDetail(FormatWide(u"article %lu", number));
 }
 
+void CheckRoom(DownloadRun& run) {
+  if (!run.has_room || !run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
+  run.has_room = false;
+  LogError(
+      u"Store too full to continue. Adjust preferences or delete articles to download more "
+      u"news.\r\n");
+}
+
+// Asks for the next article when it is certain to be wanted. The server looks it up while the last
+// one is stored: that takes about as long as the way to a server nearby and back.
+bool AskForNext(DownloadRun& run, GroupWalk& walk) {
+  CheckRoom(run);
+  if (walk.remaining <= 1 || AbortRequested() || !run.has_room) return true;
+  walk.next_sent = true;
+  return SendCommand("NEXT");
+}
+
 Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   SetProgressPosition(static_cast<std::uint64_t>(walk.count - walk.remaining));
   const Step moved = MoveOn(walk);
@@ -164,20 +184,13 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   const std::uint32_t before = walk.wanted;
   walk.have_current = true;
   ReachArticle(run, walk);
-  const Fetched fetched = DownloadArticle(run, walk.group, walk.wanted);
+  const Fetched fetched =
+      DownloadArticle(run, walk.group, walk.wanted, [&] { return AskForNext(run, walk); });
   if (fetched == Fetched::kRunEnds) return Step::kRunEnds;
   if (fetched == Fetched::kCounted) --walk.remaining;
   // A server whose NEXT stays at an article already stored would be asked for ever.
   const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
   return stuck ? Step::kGroupEnds : Step::kGoOn;
-}
-
-void CheckRoom(DownloadRun& run) {
-  if (!run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
-  run.has_room = false;
-  LogError(
-      u"Store too full to continue. Adjust preferences or delete articles to download more "
-      u"news.\r\n");
 }
 
 // False when the run ends.

@@ -99,7 +99,8 @@ Fetched Counted(Part part) {
 
 }  // namespace
 
-Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number) {
+Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
+                        const std::function<bool()>& before_storing) {
   const std::unique_ptr<AsciiArticle> article = NewAsciiArticle();
   if (!article) {
     LogError(u"out of memory\r\n");
@@ -119,9 +120,10 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   if (body != Part::kTaken) return Counted(body);
   article->body = run.body;
   article->articleNumber = gConnection.last_article_number;
-  StoreInGroup(*article, group);
   CountUsedSpace(run, *article);
-  return Fetched::kCounted;
+  const bool go_on = before_storing();
+  StoreInGroup(*article, group);
+  return go_on ? Fetched::kCounted : Fetched::kRunEnds;
 }
 
 }  // namespace quillet

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,7 +30,11 @@ struct DownloadRun {
 // articles still to get.
 enum class Fetched { kCounted, kDuplicate, kRunEnds };
 
-// `number` is shown to the user; the stored number is the one of the server's reply.
-Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number);
+// `number` is shown to the user; the stored number is the one of the server's reply. An article
+// that is going to be stored has come in whole when `before_storing` is called: what is sent to the
+// server there is answered while the article is stored. It returns false when the run ends after
+// this article.
+Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
+                        const std::function<bool()>& before_storing);
 
 }  // namespace quillet

@@ -965,11 +965,26 @@ TEST_F(DownloadTest, FailedStoreEndsTheRun) {
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
   fake.sockets.Then([] { CloseDatabases(); });
+  fake.sockets.Client(
+      "NEXT\r\n");  // sent while the article was being stored; its reply is not read
   Run();
   EXPECT_TRUE(AbortRequested());
   EXPECT_EQ(gReadInfo[0]->totalCount, 0U);
   EXPECT_EQ(BoxTexts()[0], u"Error inserting GDBM article.");
   EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+}
+
+TEST_F(DownloadTest, NextIsAskedForWhileTheArticleIsStored) {
+  gDownloadList = {0};
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  fake.sockets.Client("NEXT\r\n");
+  fake.sockets.Then([] { EXPECT_FALSE(ArticleExists("<a@x>")); });
+  fake.sockets.Server("223 2 <b@x>\r\n");
+  Fetches(2, "<b@x>");  // the last one: nothing more is asked for
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (Ids{"<b@x>", "<a@x>"}));
 }
 
 TEST_F(DownloadTest, FullStoreStopsTheRunButVisitsTheGroups) {
