@@ -12,6 +12,7 @@
 #include "port/platform.h"
 #include "store/compression.h"
 #include "store/databases.h"
+#include "util/format.h"
 
 namespace quillet {
 namespace {
@@ -70,6 +71,15 @@ int EndBeforeTheLoop() {
   gMainWindow = 0;
   gMessageOwner = 0;
   return 0;
+}
+
+void TellOfDamagedRegistry() {
+  const std::u16string file = gPlatform->registry.DamagedFile();
+  if (file.empty()) return;
+  ShowMessage(
+      FormatWide(u"The stored preferences were damaged. They have been kept as \"%ls\", and "
+                 u"Quillet CE starts with its default preferences.",
+                 file));
 }
 
 int DaysInMonth(int month, int year) {
@@ -140,6 +150,7 @@ int RunQuillet() {
   if (!gPrefs) return 0;
   std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
   if (!CreateQuilletWindow()) return 0;
+  TellOfDamagedRegistry();
   // A critical error while the store was opened has closed the window.
   if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
   gPlatform->windows.ShowMainWindow();

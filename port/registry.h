@@ -55,6 +55,10 @@ class Registry {
   virtual std::unique_ptr<RegistryKey> Open(std::u16string_view path) = 0;
   // Opens or creates it; null when neither works.
   virtual std::unique_ptr<RegistryKey> Create(std::u16string_view path) = 0;
+
+  // The file under which a damaged registry is kept since the first use of this one, which begins
+  // anew; empty when there was no damage. For the user to read: not a device path.
+  virtual std::u16string DamagedFile() const = 0;
 };
 
 }  // namespace quillet::port

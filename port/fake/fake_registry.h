@@ -33,6 +33,10 @@ class FakeRegistry final : public Registry {
   std::unique_ptr<RegistryKey> Open(std::u16string_view path) override;
   std::unique_ptr<RegistryKey> Create(std::u16string_view path) override;
 
+  std::u16string DamagedFile() const override { return damaged_file; }
+  // What DamagedFile answers.
+  std::u16string damaged_file;
+
   // The nth such call from now on (1: the next) fails once; 0 takes that back.
   void FailOpen(int n);
   void FailCreate(int n);

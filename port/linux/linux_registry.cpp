@@ -184,6 +184,10 @@ std::unique_ptr<RegistryKey> LinuxRegistry::Create(std::u16string_view path) {
   return std::make_unique<LinuxRegistryKey>(database_, *id, folded);
 }
 
+std::u16string LinuxRegistry::DamagedFile() const {
+  return FromUtf8(SetAsidePath());
+}
+
 std::string LinuxRegistry::SetAsidePath() const {
   const std::lock_guard lock(database_->mutex());
   return database_->set_aside();

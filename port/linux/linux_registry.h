@@ -28,6 +28,7 @@ class LinuxRegistry final : public Registry {
   // Where a file that was no registry, or a damaged one, was set aside (native path); empty when
   // that did not happen. It is noticed on the first Open or Create.
   std::string SetAsidePath() const;
+  std::u16string DamagedFile() const override;
 
  private:
   std::shared_ptr<RegistryDatabase> database_;

@@ -165,6 +165,18 @@ TEST_F(Program, FailedWindowEndsWithZero) {
   EXPECT_EQ(RunQuillet(), 0);
 }
 
+TEST_F(Program, ADamagedRegistryIsToldOnce) {
+  fake_.registry.damaged_file = u"/home/user/.config/quillet/registry.db 2026-11-21";
+  StartAndWait();
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(
+      fake_.display.boxes()[0].text,
+      u"The stored preferences were damaged. They have been kept as "
+      u"\"/home/user/.config/quillet/registry.db 2026-11-21\", and Quillet CE starts with its "
+      u"default preferences.");
+  End();
+}
+
 TEST_F(Program, SideTabsGoWhereThePreferenceSays) {
   SetDword(u"sidetabs", 2);
   StartAndWait();

@@ -170,7 +170,7 @@ class DatabaseFiles(Damage):
 
 
 class Registry(Damage):
-    def test_a_registry_of_random_bytes_starts_with_defaults_and_says_so_or_keeps_it(self):
+    def test_a_registry_of_random_bytes_is_kept_aside_and_told(self):
         data = random.Random(2).randbytes(30000)
         (self.profile / "registry.db").write_bytes(data)
         for leftover in ("registry.db-wal", "registry.db-shm"):
@@ -183,7 +183,10 @@ class Registry(Damage):
         kept = [p.name for p in self.profile.iterdir()
                 if p.is_file() and p.read_bytes() == data]
         self.assertEqual(len(kept), 1, "the damaged file is still there")
-        self.assertTrue(kept[0] != "registry.db" or q.boxes(), "nobody was told")
+        self.assertNotEqual(kept[0], "registry.db")
+        self.assertEqual([box[1] for box in q.boxes()], [
+            'The stored preferences were damaged. They have been kept as "%s", and Quillet CE '
+            "starts with its default preferences." % (self.profile / kept[0])])
 
     def test_a_registry_that_cannot_be_opened_is_told(self):
         for leftover in self.profile.glob("registry.db*"):
