@@ -10,6 +10,7 @@
 #include "app/base/messages.h"
 #include "app/base/modal_dialog.h"
 #include "app/base/prefs.h"
+#include "app/base/wait_cursor.h"
 #include "groups/newsgroups.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -25,14 +26,6 @@ int gCurrentGroup = -1;
 namespace {
 
 bool gListFilled = false;  // from then on every refill first reads the boxes back
-
-class WaitCursor {
- public:
-  WaitCursor() { gPlatform->boxes.SetWaitCursor(true); }
-  ~WaitCursor() { gPlatform->boxes.SetWaitCursor(false); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-};
 
 std::u16string CountsText(std::size_t group) {
   if (group >= gReadInfo.size()) return u"0/0";

@@ -24,11 +24,11 @@ constexpr int kTabCount = 3;
 
 enum class TabPlacement { kBottom = 0, kLeft = 1, kRight = 2 };
 
-struct MainWindowSpec {
+struct MainWindowTraits {
   std::u16string window_class;  // also how a second instance finds it
   std::u16string title;
-  std::uint32_t icon = 0;       // resource id
-  Size size;                    // outer size wanted, in pixels of the work area
+  std::uint32_t icon = 0;  // resource id
+  Size size;               // outer size wanted, in pixels of the work area
 };
 
 class Windows {
@@ -39,7 +39,7 @@ class Windows {
   virtual Size WorkArea() = 0;
 
   // Creates the one main window, still hidden, owned by the calling thread; 0 on failure.
-  virtual WindowHandle CreateMainWindow(const MainWindowSpec& spec) = 0;
+  virtual WindowHandle CreateMainWindow(const MainWindowTraits& traits) = 0;
   virtual void ShowMainWindow() = 0;
   // Shows it above the others and asks the desktop for the focus.
   virtual void Raise() = 0;

@@ -54,16 +54,16 @@ class MainWindow::Inside final : public QWidget {
   MainWindow* window_;
 };
 
-MainWindow::MainWindow(port::WindowHandle handle, const port::MainWindowSpec& spec,
+MainWindow::MainWindow(port::WindowHandle handle, const port::MainWindowTraits& traits,
                        PostMessage post)
     : handle_(handle),
       post_(std::move(post)),
-      wanted_size_(spec.size.width, spec.size.height),
+      wanted_size_(traits.size.width, traits.size.height),
       inside_(new Inside(this)) {
-  setObjectName(ToQt(spec.window_class));
-  setWindowTitle(ToQt(spec.title));
-  setAccessibleName(ToQt(spec.title));
-  setWindowIcon(PaletteIcon(spec.icon));
+  setObjectName(ToQt(traits.window_class));
+  setWindowTitle(ToQt(traits.title));
+  setAccessibleName(ToQt(traits.title));
+  setWindowIcon(PaletteIcon(traits.icon));
   setContextMenuPolicy(Qt::NoContextMenu);
   auto* style = new WindowStyle;
   style->setParent(this);

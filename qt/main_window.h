@@ -22,7 +22,7 @@ using PostMessage = std::function<void(const port::Message& message)>;
 
 class MainWindow final : public QMainWindow {
  public:
-  MainWindow(port::WindowHandle handle, const port::MainWindowSpec& spec, PostMessage post);
+  MainWindow(port::WindowHandle handle, const port::MainWindowTraits& traits, PostMessage post);
 
   port::WindowHandle Handle() const { return handle_; }
 

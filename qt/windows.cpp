@@ -32,11 +32,11 @@ port::Size QtWindows::WorkArea() {
   return size;
 }
 
-port::WindowHandle QtWindows::CreateMainWindow(const port::MainWindowSpec& spec) {
+port::WindowHandle QtWindows::CreateMainWindow(const port::MainWindowTraits& traits) {
   port::WindowHandle handle = display_.queues.AddWindow();
   const bool created = display_.jobs.Call([&] {
     display_.main = new MainWindow(
-        handle, spec,
+        handle, traits,
         [&queues = display_.queues](const port::Message& message) { queues.Post(message); });
     display_.windows[handle] = display_.main.data();
   });

@@ -12,7 +12,7 @@ class QtWindows final : public port::Windows {
   explicit QtWindows(Display& display) : display_(display) {}
 
   port::Size WorkArea() override;
-  port::WindowHandle CreateMainWindow(const port::MainWindowSpec& spec) override;
+  port::WindowHandle CreateMainWindow(const port::MainWindowTraits& traits) override;
   void ShowMainWindow() override;
   // Does not wait for the display.
   void Raise() override;

@@ -68,12 +68,12 @@ void ScriptObserver::OnBeep() {
 
 // --- the main window -----------------------------------------------------------------------------
 
-void ScriptObserver::OnWindowCreated(const port::MainWindowSpec& spec) {
+void ScriptObserver::OnWindowCreated(const port::MainWindowTraits& traits) {
   run_.reporter.Report("window-created", JsonObject()
-                                             .Add("class", spec.window_class)
-                                             .Add("title", spec.title)
-                                             .Add("width", spec.size.width)
-                                             .Add("height", spec.size.height));
+                                             .Add("class", traits.window_class)
+                                             .Add("title", traits.title)
+                                             .Add("width", traits.size.width)
+                                             .Add("height", traits.size.height));
 }
 void ScriptObserver::OnWindowShown() {
   run_.reporter.Report("window-shown");

@@ -36,7 +36,7 @@ class ScriptObserver final : public port::DisplayObserver {
   std::optional<int> OnBox(const port::ShownBox& box) override;
   void OnWaitCursor(int depth) override;
   void OnBeep() override;
-  void OnWindowCreated(const port::MainWindowSpec& spec) override;
+  void OnWindowCreated(const port::MainWindowTraits& traits) override;
   void OnWindowShown() override;
   void OnWindowRaised() override;
   void OnWindowDestroyed() override;

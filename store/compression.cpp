@@ -8,10 +8,10 @@
 
 #include "app/base/long_operation.h"
 #include "app/base/messages.h"
+#include "app/base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/databases.h"
 #include "store/maintenance.h"
-#include "store/wait_cursor.h"
 #include "util/text.h"
 
 namespace quillet {

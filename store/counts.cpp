@@ -6,10 +6,10 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/records.h"
+#include "app/base/wait_cursor.h"
 #include "store/chains.h"
 #include "store/databases.h"
 #include "store/node.h"
-#include "store/wait_cursor.h"
 #include "util/little_endian.h"
 
 namespace quillet {

@@ -4,9 +4,9 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/databases.h"
-#include "store/wait_cursor.h"
 #include "util/format.h"
 
 namespace quillet {

@@ -56,7 +56,7 @@ struct ShownList {
 
 struct ShownMainWindow {
   WindowHandle handle = 0;  // 0: there is none
-  MainWindowSpec spec;
+  MainWindowTraits traits;
   bool shown = false;
   int raised = 0;  // times
   bool has_tabs = false;
@@ -79,7 +79,7 @@ class DisplayObserver {
   virtual void OnWaitCursor(int /*depth*/) {}
   virtual void OnBeep() {}
 
-  virtual void OnWindowCreated(const MainWindowSpec& /*spec*/) {}
+  virtual void OnWindowCreated(const MainWindowTraits& /*traits*/) {}
   virtual void OnWindowShown() {}
   virtual void OnWindowRaised() {}
   virtual void OnWindowDestroyed() {}

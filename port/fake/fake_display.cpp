@@ -143,7 +143,7 @@ Size FakeDisplay::WorkArea() {
   return work_area_;
 }
 
-WindowHandle FakeDisplay::CreateMainWindow(const MainWindowSpec& spec) {
+WindowHandle FakeDisplay::CreateMainWindow(const MainWindowTraits& traits) {
   WindowHandle handle = 0;
   {
     const Lock lock(mutex_);
@@ -155,12 +155,12 @@ WindowHandle FakeDisplay::CreateMainWindow(const MainWindowSpec& spec) {
     handle = queues_.AddWindow();
     window_ = {};
     window_.handle = handle;
-    window_.spec = spec;
-    window_.inside = spec.size;
+    window_.traits = traits;
+    window_.inside = traits.size;
     window_thread_ = std::this_thread::get_id();
     Changed();
   }
-  observer().OnWindowCreated(spec);
+  observer().OnWindowCreated(traits);
   return handle;
 }
 

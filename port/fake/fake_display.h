@@ -141,7 +141,7 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   void Beep() override;
 
   Size WorkArea() override;
-  WindowHandle CreateMainWindow(const MainWindowSpec& spec) override;
+  WindowHandle CreateMainWindow(const MainWindowTraits& traits) override;
   void ShowMainWindow() override;
   void Raise() override;
   void DestroyMainWindow() override;

@@ -115,10 +115,10 @@ TEST_F(Program, WindowHasItsNamesAndTheWorkAreaLess26) {
   fake_.display.SetWorkArea({320, 240});
   StartAndWait();
   const port::ShownMainWindow window = fake_.display.main_window();
-  EXPECT_EQ(window.spec.window_class, u"Quillet CE");
-  EXPECT_EQ(window.spec.title, u"Quillet CE 1.14r3");
-  EXPECT_EQ(window.spec.icon, 103U);
-  EXPECT_EQ(window.spec.size, (port::Size{320, 214}));
+  EXPECT_EQ(window.traits.window_class, u"Quillet CE");
+  EXPECT_EQ(window.traits.title, u"Quillet CE 1.14r3");
+  EXPECT_EQ(window.traits.icon, 103U);
+  EXPECT_EQ(window.traits.size, (port::Size{320, 214}));
   EXPECT_TRUE(window.shown);
   EXPECT_EQ(window.tab, 0);
   EXPECT_EQ(window.status, u"0 articles queued for posting");

@@ -162,7 +162,7 @@ TEST_F(Display, TheMainWindowIsWhatWasAskedFor) {
   ASSERT_NE(window, 0U);
   const ShownMainWindow shown = display.main_window();
   EXPECT_EQ(shown.handle, window);
-  EXPECT_EQ(shown.spec.title, u"Quillet CE");
+  EXPECT_EQ(shown.traits.title, u"Quillet CE");
   EXPECT_TRUE(shown.shown);
   EXPECT_TRUE(shown.has_tabs);
   EXPECT_EQ(shown.tab, kGroupTab);
@@ -709,7 +709,7 @@ TEST_F(Display, EveryChangeIsSeenByTheObserver) {
   struct Watcher : DisplayObserver {
     void OnWaitCursor(int depth) override { seen.push_back("wait " + std::to_string(depth)); }
     void OnBeep() override { seen.emplace_back("beep"); }
-    void OnWindowCreated(const MainWindowSpec&) override { seen.emplace_back("window"); }
+    void OnWindowCreated(const MainWindowTraits&) override { seen.emplace_back("window"); }
     void OnWindowShown() override { seen.emplace_back("shown"); }
     void OnWindowRaised() override { seen.emplace_back("raised"); }
     void OnWindowDestroyed() override { seen.emplace_back("destroyed"); }
