@@ -12,6 +12,7 @@
 #include "nntp/fetch.h"
 #include "nntp/replies.h"
 #include "port/platform.h"
+#include "store/bulk_store.h"
 #include "store/counts.h"
 #include "store/maintenance.h"
 #include "util/format.h"
@@ -249,6 +250,7 @@ void DownloadNews() {
     return;
   }
   run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
+  const BulkStore bulk;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   for (const std::size_t group : gDownloadList) {
     if (AbortRequested() || !DownloadGroup(run, group)) break;

@@ -6,6 +6,7 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/records.h"
+#include "store/bulk_store.h"
 #include "store/compression.h"
 #include "store/databases.h"
 #include "store/record_strings.h"
@@ -212,8 +213,9 @@ std::unique_ptr<AsciiArticle> FetchArticleRecord(DatabaseIndex index, std::strin
 
 bool StoreArticle(AsciiArticle& article) {
   const auto value = SerializeArticle(article, SerializeMode::kByPreference);
-  if (value && StoreValue(DatabaseIndex::kArticles, StringKey(*article.messageId), *value,
-                          StoreMode::kReplace)) {
+  const std::string key = StringKey(*article.messageId);
+  if (value && StoreValue(DatabaseIndex::kArticles, key, *value, StoreMode::kReplace)) {
+    NoteArticleStored(key.size() + value->size());
     return true;
   }
   ShowMessage(u"Error inserting GDBM article.");
