@@ -7,9 +7,9 @@ namespace quillet::port {
 
 struct CalendarTime {
   int year = 1970;
-  int month = 1;  // 1 to 12
+  int month = 1;        // 1 to 12
   int day_of_week = 4;  // 0 = Sunday
-  int day = 1;  // 1 to 31
+  int day = 1;          // 1 to 31
   int hour = 0;
   int minute = 0;
   int second = 0;

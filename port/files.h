@@ -13,7 +13,7 @@
 namespace quillet::port {
 
 struct VolumeSpace {
-  std::uint64_t free_bytes = 0;   // available to the user
+  std::uint64_t free_bytes = 0;  // available to the user
   std::uint64_t total_bytes = 0;
 };
 

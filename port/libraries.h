@@ -14,8 +14,8 @@ class Libraries {
 
   // Null when there is no such library.
   virtual LibraryHandle Load(std::u16string_view name) = 0;
-  // The address of an exported name; null when the library lacks it. A name under which the device's
-  // library exports data or a macro yields the accessor function that stands for it here
+  // The address of an exported name; null when the library lacks it. A name under which the
+  // device's library exports data or a macro yields the accessor function that stands for it here
   // ("gdbm_errno": int* (*)()).
   virtual void* Resolve(LibraryHandle library, const char* name) = 0;
   virtual void Unload(LibraryHandle library) = 0;

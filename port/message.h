@@ -12,18 +12,18 @@ using WindowHandle = std::uint32_t;
 
 enum class MessageKind {
   kNone,
-  kCommand,     // id: the command or control id (menu item, button, push button)
-  kKeyDown,     // id: virtual key, detail: modifiers (kModifier...)
-  kKeyUp,       // the same, for a released key
-  kTabChanging, // the user asks for another tab; detail: the tab shown until now
-  kTabChanged,  // id: the tab now selected, detail: the tab shown before
+  kCommand,        // id: the command or control id (menu item, button, push button)
+  kKeyDown,        // id: virtual key, detail: modifiers (kModifier...)
+  kKeyUp,          // the same, for a released key
+  kTabChanging,    // the user asks for another tab; detail: the tab shown until now
+  kTabChanged,     // id: the tab now selected, detail: the tab shown before
   kItemActivated,  // double click or Enter on a list row; id: the row
-  kLink,        // a link was activated; text: its target
-  kSize,        // id: width, detail: height of the window's inside, in pixels
-  kTimer,       // id: the timer
-  kClose,       // the user or the program asks the window to close
-  kEndSession,  // the session ends (log-out, SIGTERM): save and end without questions
-  kUser,        // the program's own messages; id: which one
+  kLink,           // a link was activated; text: its target
+  kSize,           // id: width, detail: height of the window's inside, in pixels
+  kTimer,          // id: the timer
+  kClose,          // the user or the program asks the window to close
+  kEndSession,     // the session ends (log-out, SIGTERM): save and end without questions
+  kUser,           // the program's own messages; id: which one
 };
 
 constexpr std::uint32_t kModifierControl = 1;

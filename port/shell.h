@@ -21,7 +21,8 @@ class Shell {
   virtual bool ForwardToOtherInstance(bool scheduled_download) = 0;
 
   // Where requests of later instances go: the window is raised; a scheduled download is posted to
-  // it as kUser with `scheduled_message`. Requests that came before are delivered now. 0: keep them.
+  // it as kUser with `scheduled_message`. Requests that came before are delivered now. 0: keep
+  // them.
   virtual void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) = 0;
 
   // Opens the target with the desktop's handler for it; false when none could be started.

@@ -18,14 +18,14 @@ namespace quillet {
 
 class FormatArgument {
  public:
-  FormatArgument(std::u16string_view text) : text_(text) {}          // NOLINT: implicit by design
-  FormatArgument(const std::u16string& text) : text_(text) {}        // NOLINT
-  FormatArgument(const char16_t* text) : text_(text) {}              // NOLINT
-  FormatArgument(std::string_view text) : text_(Widen(text)) {}      // NOLINT
-  FormatArgument(const std::string& text) : text_(Widen(text)) {}    // NOLINT
-  FormatArgument(const char* text) : text_(Widen(text)) {}           // NOLINT
+  FormatArgument(std::u16string_view text) : text_(text) {}        // NOLINT: implicit by design
+  FormatArgument(const std::u16string& text) : text_(text) {}      // NOLINT
+  FormatArgument(const char16_t* text) : text_(text) {}            // NOLINT
+  FormatArgument(std::string_view text) : text_(Widen(text)) {}    // NOLINT
+  FormatArgument(const std::string& text) : text_(Widen(text)) {}  // NOLINT
+  FormatArgument(const char* text) : text_(Widen(text)) {}         // NOLINT
   template <class T, class = std::enable_if_t<std::is_integral_v<T>>>
-  FormatArgument(T number)                                           // NOLINT
+  FormatArgument(T number)  // NOLINT
       : number_(static_cast<std::uint64_t>(number)),
         negative_(std::is_signed_v<T> && number < T{0}),
         is_number_(true),

@@ -1,4 +1,5 @@
-// A growing text with appends of its own and of the other width, finished by handing the buffer out.
+// A growing text with appends of its own and of the other width, finished by handing the buffer
+// out.
 #pragma once
 
 #include <new>

@@ -16,9 +16,13 @@ extern std::atomic<std::uint32_t> gAbortRequested;
 // The progress dialog, 0 when there is none. Written by the progress thread.
 extern std::atomic<port::WindowHandle> gProgressDialog;
 
-inline bool AbortRequested() { return gAbortRequested.load(std::memory_order_relaxed) != 0; }
+inline bool AbortRequested() {
+  return gAbortRequested.load(std::memory_order_relaxed) != 0;
+}
 // Makes the running operation stop at its next test, as its own failures do.
-inline void RequestAbort() { gAbortRequested = 1; }
+inline void RequestAbort() {
+  gAbortRequested = 1;
+}
 
 // Runs the operation under a progress dialog with that title and returns its result. Program
 // thread; never nested (a nested call runs the operation under the dialog that is up).
@@ -27,8 +31,8 @@ int RunWithProgress(std::u16string_view title, const std::function<int()>& opera
 bool OperationRunning();
 
 // What an operation shows. Without a dialog these do nothing.
-void SetProgressTitle(std::u16string_view text);    // the upper text, control 1020
-void SetProgressDetail(std::u16string_view text);   // the lower text, control 1022
+void SetProgressTitle(std::u16string_view text);   // the upper text, control 1020
+void SetProgressDetail(std::u16string_view text);  // the lower text, control 1022
 // Positions run from 0 to `units` (at least 1). More than 65,535 units are scaled, not cut. Also
 // sets the position to 0.
 void SetProgressRange(std::uint64_t units);
