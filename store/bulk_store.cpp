@@ -19,7 +19,7 @@ constexpr int kFewArticles = 32;
 constexpr std::uint64_t kSpareVolume = 64 * 1024 * 1024;
 // No Message-ID and no group name begins with this byte. A writer killed at the wrong moment leaves
 // the record behind; the next step takes it away.
-constexpr std::string_view kRoomKey("\0room", 6);
+constexpr std::string_view kRoomKey("\0room", 5);
 
 bool gActive = false;
 int gStored = 0;            // articles since the bulk began

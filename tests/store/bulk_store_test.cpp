@@ -10,7 +10,7 @@
 namespace quillet {
 namespace {
 
-const std::string kRoom("\0room", 6);
+const std::string kRoom("\0room", 5);
 constexpr int kArticles = 300;
 
 class BulkStoreTest : public StoreTest {
