@@ -42,25 +42,8 @@ TEST_F(ReadPrefs, MissingKeyGivesEveryDefault) {
        {p.keepheaders, p.downloadfull, p.beepafter, p.colorquoted, p.simplepost, p.usethreading}) {
     EXPECT_EQ(one, 1U);
   }
-  EXPECT_EQ(p.maxstore, 98U);
-  EXPECT_EQ(p.maxarticles, 50U);
-  EXPECT_EQ(p.fontsize, 2U);
-  EXPECT_EQ(p.groupfontsize, 3U);
-  EXPECT_EQ(p.threadfontsize, 3U);
-  EXPECT_EQ(p.articleheaderfontsize, 3U);
-  EXPECT_EQ(p.maxarticlesize, 4U);
-  EXPECT_EQ(p.downloadhr, 6U);
-  EXPECT_EQ(p.returnmailaddress, u"yourname@brindle.example");
-  EXPECT_EQ(p.attribution, u"In message $i, $a wrote:");
-  EXPECT_EQ(p.extraheaders, u"");
-  EXPECT_EQ(p.quotestring, u"> ");
+  ExpectFactoryValues(p);
   EXPECT_EQ(p.signature, kCurrentSignature);
-  EXPECT_EQ(p.fullname, u"My Name");
-  EXPECT_EQ(p.font, u"Arial");
-  EXPECT_EQ(p.groupfont, u"Tahoma");
-  EXPECT_EQ(p.threadfont, u"Tahoma");
-  EXPECT_EQ(p.articleheaderfont, u"Tahoma");
-  EXPECT_EQ(p.conxmethod, u"<none>");
   EXPECT_EQ(p.databasestore, u"");
   EXPECT_EQ(p.transport, u"");
   EXPECT_TRUE(p.has_transport);

@@ -26,6 +26,28 @@ inline constexpr std::u16string_view kCannotSave =
     u"The preferences could not be saved, because the registry cannot be written. The disk may be "
     u"full or read-only. The preferences saved before are unchanged.";
 
+// What a first start and a reset to the factory settings have in common, the flags aside.
+inline void ExpectFactoryValues(const Prefs& p) {
+  EXPECT_EQ(p.maxstore, 98U);
+  EXPECT_EQ(p.maxarticles, 50U);
+  EXPECT_EQ(p.fontsize, 2U);
+  EXPECT_EQ(p.groupfontsize, 3U);
+  EXPECT_EQ(p.threadfontsize, 3U);
+  EXPECT_EQ(p.articleheaderfontsize, 3U);
+  EXPECT_EQ(p.maxarticlesize, 4U);
+  EXPECT_EQ(p.downloadhr, 6U);
+  EXPECT_EQ(p.returnmailaddress, u"yourname@brindle.example");
+  EXPECT_EQ(p.attribution, u"In message $i, $a wrote:");
+  EXPECT_EQ(p.extraheaders, u"");
+  EXPECT_EQ(p.quotestring, u"> ");
+  EXPECT_EQ(p.fullname, u"My Name");
+  EXPECT_EQ(p.font, u"Arial");
+  EXPECT_EQ(p.groupfont, u"Tahoma");
+  EXPECT_EQ(p.threadfont, u"Tahoma");
+  EXPECT_EQ(p.articleheaderfont, u"Tahoma");
+  EXPECT_EQ(p.conxmethod, u"<none>");
+}
+
 // UTF-16 little-endian bytes; NULs inside the literal are kept.
 inline std::string Bytes16(std::u16string_view text) {
   std::string bytes;
