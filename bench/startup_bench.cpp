@@ -41,7 +41,7 @@ class Run {
  public:
   explicit Run(const std::string& folder)
       : services_(Prepared(folder), u"", port::OwnExecutable()), display_(services_.queues) {
-    services_.Attach(display_, display_, display_, display_);
+    services_.Attach(display_.Services());
   }
   void StartAndWait() {
     thread_ = std::thread([] { RunQuillet(); });

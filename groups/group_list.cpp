@@ -21,8 +21,6 @@
 
 namespace quillet {
 
-int gCurrentGroup = -1;
-
 namespace {
 
 bool gListFilled = false;  // from then on every refill first reads the boxes back

@@ -4,10 +4,9 @@
 #include <cstdint>
 #include <string>
 
-namespace quillet {
+#include "thread/current.h"
 
-// The current group, -1 for none: shown selected and focused.
-extern int gCurrentGroup;
+namespace quillet {
 
 // Creates the list in the group pane, empty, with the columns and font of the preferences.
 void CreateGroupList();

@@ -12,6 +12,16 @@
 
 namespace quillet::port {
 
+// Why a file could not be made; others are told by their numbers only.
+constexpr std::uint32_t kErrorFileNotFound = 2;
+constexpr std::uint32_t kErrorPathNotFound = 3;
+constexpr std::uint32_t kErrorAccessDenied = 5;
+constexpr std::uint32_t kErrorWriteFault = 29;
+constexpr std::uint32_t kErrorDiskFull = 112;
+constexpr std::uint32_t kErrorInvalidName = 123;
+constexpr std::uint32_t kErrorFileExists = 183;
+constexpr std::uint32_t kErrorNoNetwork = 1222;
+
 struct VolumeSpace {
   std::uint64_t free_bytes = 0;  // available to the user
   std::uint64_t total_bytes = 0;
@@ -41,6 +51,10 @@ class Files {
   virtual bool CopyMode(std::u16string_view from, std::u16string_view to) = 0;
   // Writes a whole file, replacing it only when everything was written.
   virtual bool WriteFile(std::u16string_view path, std::string_view data) = 0;
+  // Writes a new file, readable by others, never over an existing one. `path` is a device path or
+  // what a file dialog returned. 0, or why not: kErrorFileExists or another number. What
+  // could not be written whole is not left behind.
+  virtual std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) = 0;
   // Reads a whole file of at most `limit` bytes; nothing when missing, unreadable or larger.
   virtual std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) = 0;
 

@@ -17,7 +17,9 @@ enum class MessageKind {
   kKeyUp,          // the same, for a released key
   kTabChanging,    // the user asks for another tab; detail: the tab shown until now
   kTabChanged,     // id: the tab now selected, detail: the tab shown before
-  kItemActivated,  // double click or Enter on a list row; id: the row
+  kItemActivated,  // double click or Enter on a list row or tree item; id: the row or item
+  kContextMenu,    // the user asks for the menu of a tree item; id: the item, 0 for none
+  kHeaderTapped,   // the article's header bar was tapped or clicked
   kLink,           // a link was activated; text: its target
   kSize,           // id: width, detail: height of the window's inside, in pixels
   kTimer,          // id: the timer
@@ -36,11 +38,14 @@ constexpr std::uint32_t kKeyReturn = 0x0D;
 constexpr std::uint32_t kKeySpace = 0x20;
 constexpr std::uint32_t kKeyPageUp = 0x21;
 constexpr std::uint32_t kKeyPageDown = 0x22;
+constexpr std::uint32_t kKeyEnd = 0x23;
+constexpr std::uint32_t kKeyHome = 0x24;
 constexpr std::uint32_t kKeyLeft = 0x25;
 constexpr std::uint32_t kKeyUp = 0x26;
 constexpr std::uint32_t kKeyRight = 0x27;
 constexpr std::uint32_t kKeyDown = 0x28;
 constexpr std::uint32_t kKeyDelete = 0x2E;
+constexpr std::uint32_t kKeyAction = 0x86;  // the action key of a handheld
 constexpr std::uint32_t kKeyF24 = 0x87;
 
 struct Message {

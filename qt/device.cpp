@@ -14,6 +14,10 @@ QtDevice::QtDevice(port::ThreadQueues& queues)
       windows_(display_),
       group_list_(display_),
       dialogs_(display_),
+      thread_tree_(display_),
+      pop_ups_(display_),
+      article_(display_),
+      file_dialogs_(display_),
       keys_(display_) {
   // Windows come and go; the program decides when it ends.
   QApplication::setQuitOnLastWindowClosed(false);

@@ -6,11 +6,14 @@
 #include <thread>
 
 #include "port/common/thread_queues.h"
+#include "port/platform.h"
+#include "qt/article_services.h"
 #include "qt/dialogs.h"
 #include "qt/display.h"
 #include "qt/job_queue.h"
 #include "qt/key_filter.h"
 #include "qt/message_boxes.h"
+#include "qt/tree_services.h"
 #include "qt/windows.h"
 
 namespace quillet::qt {
@@ -28,6 +31,14 @@ class QtDevice {
   QtWindows& windows() { return windows_; }
   QtListView& group_list() { return group_list_; }
   QtDialogs& dialogs() { return dialogs_; }
+  QtTreeView& thread_tree() { return thread_tree_; }
+  QtPopUpMenus& pop_ups() { return pop_ups_; }
+  QtArticlePanes& article() { return article_; }
+  QtFileDialogs& file_dialogs() { return file_dialogs_; }
+  port::DisplayServices Services() {
+    return {boxes_,       windows_, group_list_, dialogs_,
+            thread_tree_, pop_ups_, article_,    file_dialogs_};
+  }
   JobQueue& jobs() { return jobs_; }
   Display& display() { return display_; }
 
@@ -49,6 +60,10 @@ class QtDevice {
   QtWindows windows_;
   QtListView group_list_;
   QtDialogs dialogs_;
+  QtTreeView thread_tree_;
+  QtPopUpMenus pop_ups_;
+  QtArticlePanes article_;
+  QtFileDialogs file_dialogs_;
   KeyFilter keys_;
   bool program_ended_ = false;  // display thread
   std::atomic<std::thread::id> program_thread_;

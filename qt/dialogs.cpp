@@ -120,6 +120,18 @@ void QtDialogs::ShowControl(port::WindowHandle dialog, std::uint32_t control, bo
   Write({dialog, control, Property::kVisible}, visible ? 1 : 0);
 }
 
+void QtDialogs::SetChoices(port::WindowHandle /*dialog*/, std::uint32_t /*control*/,
+                           const std::vector<std::u16string>& /*items*/) {}
+
+void QtDialogs::SetChoice(port::WindowHandle /*dialog*/, std::uint32_t /*control*/, int /*index*/) {
+}
+
+int QtDialogs::Choice(port::WindowHandle /*dialog*/, std::uint32_t /*control*/) {
+  return -1;
+}
+
+void QtDialogs::SelectText(port::WindowHandle /*dialog*/, std::uint32_t /*control*/) {}
+
 void QtDialogs::SetProgressRange(port::WindowHandle dialog, std::uint32_t control, int upper) {
   Write({dialog, control, Property::kRange}, std::clamp(upper, 1, kLargestRange));
 }

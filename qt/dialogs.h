@@ -27,6 +27,11 @@ class QtDialogs final : public port::Dialogs {
   void SetChecked(port::WindowHandle dialog, std::uint32_t control, bool checked) override;
   bool IsChecked(port::WindowHandle dialog, std::uint32_t control) override;
   void ShowControl(port::WindowHandle dialog, std::uint32_t control, bool visible) override;
+  void SetChoices(port::WindowHandle dialog, std::uint32_t control,
+                  const std::vector<std::u16string>& items) override;
+  void SetChoice(port::WindowHandle dialog, std::uint32_t control, int index) override;
+  int Choice(port::WindowHandle dialog, std::uint32_t control) override;
+  void SelectText(port::WindowHandle dialog, std::uint32_t control) override;
   void SetProgressRange(port::WindowHandle dialog, std::uint32_t control, int upper) override;
   void SetProgressPosition(port::WindowHandle dialog, std::uint32_t control, int position) override;
 

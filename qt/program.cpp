@@ -35,7 +35,7 @@ QString DisplayProblem() {
 }
 
 int RunQuilletOn(QtDevice& device, port::LinuxServices& services) {
-  services.Attach(device.boxes(), device.windows(), device.group_list(), device.dialogs());
+  services.Attach(device.Services());
   services.SetOnEndSession([&device] {
     BeginSessionEnd();
     device.boxes().AnswerAll();

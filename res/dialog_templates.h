@@ -8,7 +8,7 @@
 
 namespace quillet {
 
-enum class ControlKind { kButton, kText, kEdit, kCheckBox, kProgressBar, kOther };
+enum class ControlKind { kButton, kText, kEdit, kCheckBox, kProgressBar, kDropDown, kOther };
 
 struct ControlTemplate {
   std::uint32_t id = 0;  // 0: a label without a control id

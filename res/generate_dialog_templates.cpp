@@ -109,6 +109,7 @@ QString KindOf(const Form& form, const Control& control) {
     return QStringLiteral("kEdit");
   }
   if (base == QLatin1String("QCheckBox")) return QStringLiteral("kCheckBox");
+  if (base == QLatin1String("QComboBox")) return QStringLiteral("kDropDown");
   if (base == QLatin1String("QProgressBar")) return QStringLiteral("kProgressBar");
   return QStringLiteral("kOther");
 }

@@ -36,6 +36,29 @@ constexpr std::uint32_t kDialogAbout = 121;
 constexpr std::uint32_t kDialogNewGroup = 122;
 constexpr std::uint32_t kControlGroupName = 1001;
 
+// Panes of the article view.
+constexpr std::uint32_t kControlHeaderBar = 1014;
+constexpr std::uint32_t kControlViewer = 49999;
+
+// "Find".
+constexpr std::uint32_t kDialogFind = 123;
+constexpr std::uint32_t kControlFindText = 1005;
+constexpr std::uint32_t kControlMatchCase = 1006;
+constexpr std::uint32_t kControlWholeWord = 1007;
+constexpr std::uint32_t kControlSearchHeaders = 1008;
+
+// "Message headers".
+constexpr std::uint32_t kDialogMessageHeaders = 124;
+constexpr std::uint32_t kControlMessageHeaders = 1009;
+
+// "Add to killfile".
+constexpr std::uint32_t kDialogKillfileEntry = 125;
+constexpr std::uint32_t kControlAuthorRule = 1010;
+constexpr std::uint32_t kControlAuthorText = 1011;
+constexpr std::uint32_t kControlSubjectRule = 1012;
+constexpr std::uint32_t kControlSubjectText = 1013;
+constexpr std::uint32_t kControlAllGroups = 1015;
+
 // Commands, shared by menus, buttons and accelerators.
 constexpr std::uint32_t kCommandClose = 40001;
 constexpr std::uint32_t kCommandConnect = 40008;
@@ -75,5 +98,6 @@ constexpr std::uint32_t kCommandQuickSetup = 40061;
 constexpr std::uint32_t kCommandRethread = 40062;
 constexpr std::uint32_t kCommandToggleRemoveCrs = 40064;
 constexpr std::uint32_t kCommandCopy = 40066;
+constexpr std::uint32_t kCommandTogglePlainText = 40067;
 
 }  // namespace quillet

@@ -86,12 +86,10 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
   };
   ScriptObserver observer(run);
   display.SetObserver(&observer);
-  const port::Platform& real = services.Attach(display, display, display, display);
+  const port::Platform& real = services.Attach(display.Services());
   ScriptShell shell(real.shell, reporter);
-  port::Platform scripted{real.messages, real.boxes,    real.windows, real.group_list,
-                          real.dialogs,  real.registry, real.sockets, real.libraries,
-                          real.files,    real.clock,    shell,        real.scheduler,
-                          real.dialler};
+  port::Platform scripted{real,       real.messages, real.registry, real.sockets,   real.libraries,
+                          real.files, real.clock,    shell,         real.scheduler, real.dialler};
   gPlatform = &scripted;
   services.SetOnEndSession([&] {
     BeginSessionEnd();

@@ -9,9 +9,13 @@
 #include "store/databases.h"
 #include "store/maintenance.h"
 #include "store/records.h"
+#include "store/shown_tree.h"
 #include "util/format.h"
 
 namespace quillet {
+
+ShownTreeHooks gShownTree;
+
 namespace {
 
 // Which groups, by their position in the group list, and what of them.

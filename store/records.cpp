@@ -226,6 +226,10 @@ std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id) {
   return FetchArticleRecord(DatabaseIndex::kArticles, StringKey(message_id));
 }
 
+std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id) {
+  return FetchArticle(message_id);
+}
+
 bool ArticleExists(std::string_view message_id) {
   return ValueExists(DatabaseIndex::kArticles, StringKey(message_id));
 }

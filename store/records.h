@@ -29,8 +29,8 @@ struct AsciiArticle {
   Node* node = nullptr;  // borrowed, never stored
   std::optional<std::string> date;
   std::optional<std::string> replyTo;
-  std::uint8_t showFlag = 0;                  // never stored
-  std::optional<std::u16string> displayText;  // never stored
+  std::uint8_t showFlag = 0;               // shown with ROT13; never stored
+  std::optional<std::string> displayText;  // the last search text in it; never stored
   double compressionSavings = 0;  // 0 for an uncompressed record, else 1 - compressed / plain
 };
 
@@ -49,6 +49,9 @@ bool ParseArticle(std::string_view value, AsciiArticle& article, bool names_only
 
 bool StoreArticle(AsciiArticle& article);
 std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id);
+// The same with parentId, subject, from and source only: what threading needs, without the copies
+// of the long texts. Null for exactly the records that FetchArticle cannot read.
+std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id);
 bool ArticleExists(std::string_view message_id);
 bool IsArticleRead(std::string_view message_id);
 void DeleteArticle(std::string_view message_id);

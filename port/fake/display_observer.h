@@ -4,14 +4,19 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "port/article_panes.h"
+#include "port/file_dialogs.h"
 #include "port/list_view.h"
 #include "port/message.h"
 #include "port/message_box.h"
+#include "port/pop_up_menus.h"
+#include "port/tree_view.h"
 #include "port/windows.h"
 #include "res/dialog_templates.h"
 
@@ -34,6 +39,9 @@ struct ShownControl {
   bool visible = true;
   int upper = 100;
   int position = 0;
+  std::vector<std::u16string> choices;
+  int choice = -1;
+  bool text_selected = false;  // and the focus is in it
 };
 
 struct ShownDialog {
@@ -52,6 +60,33 @@ struct ShownList {
   int font_size_index = 0;
   std::vector<ListRow> rows;
   int selected = -1;
+};
+
+struct ShownTree {
+  bool created = false;
+  std::u16string name;
+  std::u16string font_face;
+  int font_size_index = 0;
+  std::u16string caption;
+  std::vector<TreeRow> rows;
+  std::set<TreeItem> expanded;
+  TreeItem selected = 0;
+  int fills = 0;  // times the whole tree was handed over
+  bool focused = false;
+};
+
+struct ShownArticle {
+  bool created = false;
+  std::u16string header_font_face;
+  int header_font_pixels = 0;
+  std::array<HeaderLine, 2> header;
+  std::vector<ToolbarButton> toolbar;
+  std::u16string source;  // what was added since the viewer was cleared
+  bool plain_text = false;
+  bool ended = false;  // the end of the source was told
+  std::vector<ScrollStep> scrolls;
+  int copies = 0;
+  bool focused = false;
 };
 
 struct ShownMainWindow {
@@ -92,6 +127,20 @@ class DisplayObserver {
 
   // The list was created, filled, or its texts or boxes changed by the program.
   virtual void OnListChanged() {}
+
+  // The tree was created, filled, changed or its caption set by the program.
+  virtual void OnTreeChanged() {}
+  // Header, toolbar or viewer changed by the program.
+  virtual void OnArticleChanged() {}
+  // A pop-up menu is open; may block. The command chosen, or nothing: the announced answer.
+  virtual std::optional<std::uint32_t> OnPopUp(const std::vector<PopUpEntry>& /*entries*/) {
+    return std::nullopt;
+  }
+  // A save dialog is open; may block. What it returns, or nothing: the announced answer.
+  virtual std::optional<std::optional<std::u16string>> OnSaveFile(
+      const SaveFileTraits& /*traits*/) {
+    return std::nullopt;
+  }
 
   virtual void OnDialogCreated(WindowHandle /*dialog*/, std::uint32_t /*form*/) {}
   virtual void OnDialogShown(WindowHandle /*dialog*/) {}

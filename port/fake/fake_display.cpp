@@ -194,6 +194,8 @@ void FakeDisplay::DestroyMainWindow() {
     queues_.RemoveWindow(window_.handle);
     window_ = {};
     list_ = {};
+    tree_ = {};
+    article_ = {};
     Changed();
   }
   observer().OnWindowDestroyed();
@@ -209,6 +211,8 @@ void FakeDisplay::CreateTabs(TabPlacement placement) {
     window_.tab = kGroupTab;
     window_.status.clear();
     list_ = {};
+    tree_ = {};
+    article_ = {};
     Changed();
   }
   observer().OnTabsCreated(placement);

@@ -16,19 +16,33 @@
 #include <string>
 #include <vector>
 
+#include "port/article_panes.h"
 #include "port/common/thread_queues.h"
 #include "port/dialogs.h"
 #include "port/fake/display_observer.h"
 #include "port/fake/failure.h"
+#include "port/file_dialogs.h"
 #include "port/list_view.h"
 #include "port/message_box.h"
+#include "port/platform.h"
+#include "port/pop_up_menus.h"
+#include "port/tree_view.h"
 #include "port/windows.h"
 
 namespace quillet::port {
 
-class FakeDisplay final : public MessageBoxes, public Windows, public ListView, public Dialogs {
+class FakeDisplay final : public MessageBoxes,
+                          public Windows,
+                          public ListView,
+                          public Dialogs,
+                          public TreeView,
+                          public PopUpMenus,
+                          public ArticlePanes,
+                          public FileDialogs {
  public:
   explicit FakeDisplay(ThreadQueues& queues) : queues_(queues) {}
+
+  DisplayServices Services() { return {*this, *this, *this, *this, *this, *this, *this, *this}; }
 
   // Before the program runs. The observer must outlive the display.
   void SetObserver(DisplayObserver* observer) { observer_ = observer; }
@@ -48,6 +62,13 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   // 1022 from now on, the title included; 0: as soon as it is shown. The press has been handled
   // when the next call to the display from another thread than the dialog's returns.
   void CancelProgressAfter(int n);
+  // In the next pop-up menu the entry with that text is chosen; empty: the menu is dismissed. A
+  // menu that nobody announced is dismissed and a failure, as is a text that it does not have and
+  // an announcement left over.
+  void ExpectPopUp(std::u16string entry);
+  // The next save dialog returns that path; nothing: it is cancelled. One that nobody announced is
+  // cancelled and a failure.
+  void ExpectSaveFile(std::optional<std::u16string> path);
   // Failures for what was announced and did not happen (once).
   void Verify();
 
@@ -78,6 +99,13 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   ShownList list() const;
   // The row with that name; -1 when there is none.
   int FindRow(std::u16string_view name) const;
+  ShownTree tree() const;
+  // The item of the first row with that text; 0 when there is none.
+  TreeItem FindItem(std::u16string_view text) const;
+  ShownArticle article() const;
+  // Every pop-up menu and save dialog so far.
+  std::vector<std::vector<PopUpEntry>> pop_ups() const;
+  std::vector<SaveFileTraits> save_dialogs() const;
   // The dialogs that exist, in the order of their creation; also those not shown yet.
   std::vector<ShownDialog> dialogs() const;
   std::optional<ShownDialog> FindDialog(WindowHandle dialog) const;
@@ -116,7 +144,15 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   bool ActivateRow(int row);
   bool DragColumn(int column, int width);
 
+  bool ClickItem(TreeItem item);  // selects it
+  bool ActivateItem(TreeItem item);
+  bool AskItemMenu(TreeItem item);  // right click: selects it, then kContextMenu
+  bool ExpandItem(TreeItem item, bool expanded);
+  bool TapHeader();
+  bool PressToolbar(std::uint32_t command);
+
   bool Press(WindowHandle dialog, std::uint32_t control);
+  bool Choose(WindowHandle dialog, std::uint32_t control, int index);
   bool Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked);
   bool CloseDialog(WindowHandle dialog);
@@ -130,6 +166,7 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   // The next creations fail.
   void FailNextWindow(int count = 1);
   void FailNextDialog(int count = 1);
+  void FailNextToolbar(int count = 1);
   // The display has gone: boxes answer themselves at once, without a failure.
   void Leave();
 
@@ -169,8 +206,39 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   void SetChecked(WindowHandle dialog, std::uint32_t control, bool checked) override;
   bool IsChecked(WindowHandle dialog, std::uint32_t control) override;
   void ShowControl(WindowHandle dialog, std::uint32_t control, bool visible) override;
+  void SetChoices(WindowHandle dialog, std::uint32_t control,
+                  const std::vector<std::u16string>& items) override;
+  void SetChoice(WindowHandle dialog, std::uint32_t control, int index) override;
+  int Choice(WindowHandle dialog, std::uint32_t control) override;
+  void SelectText(WindowHandle dialog, std::uint32_t control) override;
   void SetProgressRange(WindowHandle dialog, std::uint32_t control, int upper) override;
   void SetProgressPosition(WindowHandle dialog, std::uint32_t control, int position) override;
+
+  void CreateTree(std::u16string_view name, std::u16string_view font_face,
+                  int font_size_index) override;
+  bool TreeCreated() override;
+  void FillTree(std::vector<TreeRow> rows) override;
+  void ReplaceSubtree(TreeItem item, std::vector<TreeRow> rows) override;
+  void SetLabels(std::vector<TreeLabel> labels) override;
+  void SelectItem(TreeItem item) override;
+  TreeItem SelectedItem() override;
+  void SetCaption(std::u16string_view text) override;
+  void FocusTree() override;
+
+  std::uint32_t ShowPopUp(WindowHandle owner, const std::vector<PopUpEntry>& entries) override;
+
+  void CreatePanes(std::u16string_view header_font_face, int header_font_pixels) override;
+  bool PanesCreated() override;
+  bool CreateToolbar(const std::vector<ToolbarButton>& buttons) override;
+  void SetHeader(const std::array<HeaderLine, 2>& lines) override;
+  void ClearViewer() override;
+  void AddToViewer(std::u16string_view text, bool plain_text) override;
+  void EndOfSource() override;
+  void ScrollViewer(ScrollStep step) override;
+  void CopyFromViewer() override;
+  void FocusViewer() override;
+
+  std::optional<std::u16string> SaveFile(WindowHandle owner, const SaveFileTraits& traits) override;
 
  private:
   using Lock = std::unique_lock<std::mutex>;
@@ -237,6 +305,13 @@ class FakeDisplay final : public MessageBoxes, public Windows, public ListView, 
   ShownMainWindow window_;
   std::thread::id window_thread_;
   ShownList list_;
+  ShownTree tree_;
+  ShownArticle article_;
+  std::deque<std::u16string> expected_pop_ups_;
+  std::vector<std::vector<PopUpEntry>> pop_ups_;
+  std::deque<std::optional<std::u16string>> expected_save_files_;
+  std::vector<SaveFileTraits> save_dialogs_;
+  int failing_toolbars_ = 0;
   std::map<WindowHandle, Dialog> dialogs_;
   std::uint64_t last_shown_ = 0;
   Size work_area_{240, 320};

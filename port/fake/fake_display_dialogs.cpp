@@ -200,6 +200,40 @@ void FakeDisplay::ShowControl(WindowHandle dialog, std::uint32_t control, bool v
   ChangeControl(dialog, control, [&](ShownControl& shown) { shown.visible = visible; });
 }
 
+void FakeDisplay::SetChoices(WindowHandle dialog, std::uint32_t control,
+                             const std::vector<std::u16string>& items) {
+  ChangeControl(dialog, control, [&](ShownControl& shown) {
+    shown.choices = items;
+    shown.choice = items.empty() ? -1 : 0;
+  });
+}
+
+void FakeDisplay::SetChoice(WindowHandle dialog, std::uint32_t control, int index) {
+  ChangeControl(dialog, control, [&](ShownControl& shown) {
+    if (index >= 0 && static_cast<std::size_t>(index) < shown.choices.size()) shown.choice = index;
+  });
+}
+
+int FakeDisplay::Choice(WindowHandle dialog, std::uint32_t control) {
+  const Lock lock(mutex_);
+  Dialog* open = FindOpen(dialog);
+  const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
+  return shown != nullptr ? shown->choice : -1;
+}
+
+void FakeDisplay::SelectText(WindowHandle dialog, std::uint32_t control) {
+  {
+    const Lock lock(mutex_);
+    Dialog* open = FindOpen(dialog);
+    if (open == nullptr) return;
+    for (ShownControl& one : open->values.controls) {
+      one.text_selected = one.id == control && one.id != 0;
+    }
+    Changed();
+  }
+  observer().OnControlChanged(dialog, control);
+}
+
 void FakeDisplay::SetProgressRange(WindowHandle dialog, std::uint32_t control, int upper) {
   if (upper < 1 || upper > 65535) {
     on_failure("display: a progress range of " + std::to_string(upper));

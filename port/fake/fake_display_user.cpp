@@ -390,6 +390,19 @@ bool FakeDisplay::Tick(WindowHandle dialog, std::uint32_t control, bool checked)
   return true;
 }
 
+bool FakeDisplay::Choose(WindowHandle dialog, std::uint32_t control, int index) {
+  const Lock lock(mutex_);
+  ShownControl* shown = UsableControl(dialog, control, ControlKind::kDropDown);
+  if (shown == nullptr || index < 0) return false;
+  if (static_cast<std::size_t>(index) >= shown->choices.size()) return false;
+  if (shown->choice != index) {
+    shown->choice = index;
+    queues_.Post({dialog, MessageKind::kCommand, control, 0, {}});
+  }
+  Changed();
+  return true;
+}
+
 bool FakeDisplay::CloseDialog(WindowHandle dialog) {
   const Lock lock(mutex_);
   if (FindOpen(dialog) == nullptr || !TakesInputLocked(dialog)) return false;
@@ -407,14 +420,18 @@ void FakeDisplay::WhenShown(std::uint32_t form, std::function<void(WindowHandle)
 void FakeDisplay::Verify() {
   std::deque<Announcement> boxes;
   std::deque<ShowAction> actions;
+  std::size_t unused_answers = 0;  // of pop-up menus and save dialogs
   {
     const Lock lock(mutex_);
+    unused_answers = std::exchange(expected_pop_ups_, {}).size() +
+                     std::exchange(expected_save_files_, {}).size();
     boxes = std::exchange(expected_, {});
     actions = std::exchange(show_actions_, {});
   }
   for (const Announcement& one : boxes) {
     on_failure("display: the announced box never came: " + ToUtf8(one.prefix));
   }
+  if (unused_answers != 0) on_failure("display: an announced menu or save dialog never came");
   for (const ShowAction& one : actions) {
     on_failure("display: the announced dialog was never shown: " + std::to_string(one.form));
   }

@@ -95,6 +95,10 @@ bool FakeFiles::WriteFile(std::u16string_view path, std::string_view data) {
   return !Fails(FileCall::kWriteFile) && real_.WriteFile(path, data);
 }
 
+std::uint32_t FakeFiles::CreateNewFile(std::u16string_view path, std::string_view data) {
+  return Fails(FileCall::kCreateNewFile) ? create_error : real_.CreateNewFile(path, data);
+}
+
 std::optional<std::string> FakeFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
   if (Fails(FileCall::kReadFile)) return std::nullopt;
   return real_.ReadFile(path, limit);

@@ -21,10 +21,11 @@ enum class FileCall {
   kCopy,
   kCopyMode,
   kWriteFile,
+  kCreateNewFile,  // fails with create_error
   kReadFile,
   kFreeSpace,
 };
-constexpr std::size_t kFileCallCount = 11;
+constexpr std::size_t kFileCallCount = 12;
 
 class FakeFiles final : public Files {
  public:
@@ -42,6 +43,7 @@ class FakeFiles final : public Files {
   bool Copy(std::u16string_view from, std::u16string_view to) override;
   bool CopyMode(std::u16string_view from, std::u16string_view to) override;
   bool WriteFile(std::u16string_view path, std::string_view data) override;
+  std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) override;
   std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) override;
   std::optional<VolumeSpace> FreeSpace(std::u16string_view folder) override;
   std::vector<std::u16string> Cards() override;
@@ -49,6 +51,7 @@ class FakeFiles final : public Files {
   // The nth call from now on (1: the next), of that kind, fails once; 0 takes that back.
   void FailNth(int n) { FailNth(FileCall::kAny, n); }
   void FailNth(FileCall kind, int n);
+  std::uint32_t create_error = kErrorDiskFull;
   // Calls so far.
   int calls(FileCall kind = FileCall::kAny) const;
 

@@ -45,8 +45,8 @@ class FakePlatform {
   FakeScheduler scheduler;
   FakeShell shell{queues};
 
-  Platform platform{queues,    display, display, display, display,   registry, sockets,
-                    libraries, files,   clock,   shell,   scheduler, dialler};
+  Platform platform{display.Services(), queues, registry, sockets, libraries, files, clock, shell,
+                    scheduler,          dialler};
 
   // Handles every message that waits for this thread until there is none; false when the quit
   // message was among them.

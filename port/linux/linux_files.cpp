@@ -25,6 +25,7 @@ namespace {
 
 constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
+constexpr mode_t kSharedMode = 0666;  // less what the user's mask takes away
 constexpr mode_t kPermissionBits = 0777;
 
 std::optional<struct stat> Status(const std::string& path) {
@@ -80,6 +81,36 @@ ssize_t ReadSome(int fd, char* buffer, std::size_t size) {
     got = read(fd, buffer, size);
   } while (got < 0 && errno == EINTR);
   return got;
+}
+
+std::uint32_t ErrorCode(int error) {
+  switch (error) {
+    case EEXIST:
+    case EISDIR:
+      return kErrorFileExists;
+    case ENOENT:
+      return kErrorFileNotFound;
+    case ENOTDIR:
+      return kErrorPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return kErrorAccessDenied;
+    case ENOSPC:
+    case EDQUOT:
+      return kErrorDiskFull;
+    case EINVAL:
+    case ENAMETOOLONG:
+    case EILSEQ:
+      return kErrorInvalidName;
+    default:
+      return kErrorWriteFault;
+  }
+}
+
+// What a file dialog returned is a native path from the root; everything else is a device path.
+bool IsChosenPath(std::u16string_view path) {
+  return path.starts_with(u'/') && path.find(u'\0') == path.npos;
 }
 
 // Opens a regular file for reading; never waits for the other end of a pipe.
@@ -259,6 +290,17 @@ bool LinuxFiles::WriteFile(std::u16string_view path, std::string_view data) {
   const auto old = Status(target);
   Replacement file(target);
   return file.valid() && WriteAll(file.fd(), data) && file.Commit(old ? old->st_mode : kFileMode);
+}
+
+std::uint32_t LinuxFiles::CreateNewFile(std::u16string_view path, std::string_view data) {
+  const std::string target = IsChosenPath(path) ? ToUtf8(path) : NativePath(path);
+  if (target.empty()) return kErrorInvalidName;
+  FileDescriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kSharedMode));
+  if (!file.valid()) return ErrorCode(errno);
+  if (WriteAll(file.get(), data) && fsync(file.get()) == 0) return 0;
+  const std::uint32_t error = ErrorCode(errno);
+  unlink(target.c_str());
+  return error;
 }
 
 std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {

@@ -32,6 +32,7 @@ class LinuxFiles final : public Files {
   bool Copy(std::u16string_view from, std::u16string_view to) override;
   bool CopyMode(std::u16string_view from, std::u16string_view to) override;
   bool WriteFile(std::u16string_view path, std::string_view data) override;
+  std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) override;
   std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) override;
   std::optional<VolumeSpace> FreeSpace(std::u16string_view folder) override;
   std::vector<std::u16string> Cards() override;

@@ -17,12 +17,11 @@ LinuxServices::~LinuxServices() {
   Detach();
 }
 
-Platform& LinuxServices::Attach(MessageBoxes& boxes, Windows& windows, ListView& group_list,
-                                Dialogs& dialogs) {
+Platform& LinuxServices::Attach(const DisplayServices& display) {
   Detach();
-  platform_.emplace(Platform{queues, boxes, windows, group_list, dialogs, registry, sockets,
-                             libraries, files, clock, shell, scheduler, dialler});
-  shell.SetRaise([&windows] { windows.Raise(); });
+  platform_.emplace(Platform{display, queues, registry, sockets, libraries, files, clock, shell,
+                             scheduler, dialler});
+  shell.SetRaise([&windows = display.windows] { windows.Raise(); });
   gPlatform = &*platform_;
   return *platform_;
 }

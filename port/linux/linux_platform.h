@@ -32,7 +32,7 @@ class LinuxServices {
 
   // Completes the platform with the display and makes it gPlatform. The display must live until
   // Detach, which the destructor does too.
-  Platform& Attach(MessageBoxes& boxes, Windows& windows, ListView& group_list, Dialogs& dialogs);
+  Platform& Attach(const DisplayServices& display);
   // From then on nobody else calls the display, and gPlatform is null. Idempotent.
   void Detach();
 

@@ -55,9 +55,9 @@ struct Device {
   Device() { gPlatform = &platform; }
   port::FakePlatform fake;
   FuzzedSockets sockets;
-  port::Platform platform{fake.queues,   fake.display,   fake.display,   fake.display, fake.display,
-                          fake.registry, sockets,        fake.libraries, fake.files,   fake.clock,
-                          fake.shell,    fake.scheduler, fake.dialler};
+  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, sockets,
+                          fake.libraries,          fake.files,  fake.clock,    fake.shell,
+                          fake.scheduler,          fake.dialler};
 };
 
 void ReadReplies() {

@@ -179,9 +179,16 @@ class FaultsTest : public NntpTest {
   NewsModel model_ = SmallModel();
   ModelSockets sockets_{model_};
   FaultyLibraries libraries_;
-  port::Platform platform_{fake.queues,   fake.display,   fake.display, fake.display, fake.display,
-                           fake.registry, sockets_,       libraries_,   fake.files,   fake.clock,
-                           fake.shell,    fake.scheduler, fake.dialler};
+  port::Platform platform_{fake.display.Services(),
+                           fake.queues,
+                           fake.registry,
+                           sockets_,
+                           libraries_,
+                           fake.files,
+                           fake.clock,
+                           fake.shell,
+                           fake.scheduler,
+                           fake.dialler};
 };
 
 TEST_F(FaultsTest, UndisturbedRunGetsEverything) {

@@ -32,10 +32,9 @@ class LoopbackTest : public NntpTest {
   }
 
   port::LinuxSockets sockets_;
-  port::Platform platform_{fake.queues,  fake.display,  fake.display, fake.display,
-                           fake.display, fake.registry, sockets_,     fake.libraries,
-                           fake.files,   fake.clock,    fake.shell,   fake.scheduler,
-                           fake.dialler};
+  port::Platform platform_{fake.display.Services(), fake.queues, fake.registry, sockets_,
+                           fake.libraries,          fake.files,  fake.clock,    fake.shell,
+                           fake.scheduler,          fake.dialler};
 };
 
 void LayOneArticle(TranscriptServer& server) {

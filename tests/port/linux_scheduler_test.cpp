@@ -439,7 +439,7 @@ TEST_F(LinuxServicesTest, PlatformStandsFromAttachToDetach) {
   EXPECT_EQ(InChild([](LinuxServices& services) {
               FakeDisplay display(services.queues);
               EXPECT_EQ(gPlatform, nullptr);
-              Platform& platform = services.Attach(display, display, display, display);
+              Platform& platform = services.Attach(display.Services());
               EXPECT_EQ(gPlatform, &platform);
               EXPECT_EQ(&platform.registry, &services.registry);
               EXPECT_EQ(&platform.messages, &services.queues);

@@ -38,10 +38,8 @@ class RunnerTest : public DisplayTest {
   }
 
   port::FakePlatform fake;
-  port::Platform platform{
-      queues,        device->boxes(), device->windows(), device->group_list(), device->dialogs(),
-      fake.registry, fake.sockets,    fake.libraries,    fake.files,           clock,
-      fake.shell,    fake.scheduler,  fake.dialler};
+  port::Platform platform{device->Services(), queues, fake.registry, fake.sockets,   fake.libraries,
+                          fake.files,         clock,  fake.shell,    fake.scheduler, fake.dialler};
 };
 
 TEST_F(RunnerTest, DialogIsUpWhileTheOperationRuns) {

@@ -169,7 +169,10 @@ TEST_F(CountsTest, AFailedStoreLeavesEveryCount) {
   OpenStore();
   Add(u"alt.test", "<1@x>");
   Node root;
-  Node node{&root, "<1@x>"};
+  Node node;
+  node.parent = &root;
+  node.messageId = "<1@x>";
+  node.kind = NodeKind::kArticle;
   root.descendantCount = 1;
   gDatabaseErrorFlag = true;
   SetArticleReadById("<1@x>", &node, true, 1);
@@ -198,6 +201,7 @@ class TreeTest : public CountsTest {
     subject.parent = &root;
     first.parent = &subject;
     second.parent = &first;
+    first.kind = second.kind = NodeKind::kArticle;
     first.messageId = "<1@x>";
     second.messageId = "<2@x>";
     root.descendantCount = subject.descendantCount = 2;

@@ -172,10 +172,9 @@ class NotingRegistry final : public port::Registry {
 class OtherRegistry {
  public:
   explicit OtherRegistry(port::Registry& registry)
-      : before_(gPlatform), platform_{before_->messages,   before_->boxes,     before_->windows,
-                                      before_->group_list, before_->dialogs,   registry,
-                                      before_->sockets,    before_->libraries, before_->files,
-                                      before_->clock,      before_->shell,     before_->scheduler,
+      : before_(gPlatform), platform_{*before_,         before_->messages,  registry,
+                                      before_->sockets, before_->libraries, before_->files,
+                                      before_->clock,   before_->shell,     before_->scheduler,
                                       before_->dialler} {
     gPlatform = &platform_;
   }

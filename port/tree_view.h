@@ -1,0 +1,63 @@
+// The thread tree with the caption line above it, in the thread view's pane. The whole tree is
+// handed over in one call, as rows in pre-order. Program thread only. Before CreateTree and after
+// the main window has gone every read is empty and every write does nothing.
+//
+// The user's part comes as messages to the main window: kItemActivated (double click, tap or Enter;
+// id: the item) and kContextMenu (right click, long press or the menu key; id: the item, which the
+// display has selected before). Expanding, collapsing and moving about are the display's own.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "port/message.h"
+
+namespace quillet::port {
+
+// Names one item of the tree; chosen by the program, unique within the tree. 0 is none.
+using TreeItem = std::uint32_t;
+
+struct TreeRow {
+  TreeItem item = 0;
+  std::uint32_t depth = 0;  // 0: top level; at most one more than the row before
+  bool bold = false;
+  std::u16string text;
+};
+
+struct TreeLabel {
+  TreeItem item = 0;
+  bool bold = false;
+  std::u16string text;
+};
+
+class TreeView {
+ public:
+  virtual ~TreeView() = default;
+
+  // Creates the tree, empty, in place of an earlier one. `name` is for readers of the screen.
+  virtual void CreateTree(std::u16string_view name, std::u16string_view font_face,
+                          int font_size_index) = 0;
+  virtual bool TreeCreated() = 0;
+
+  // Replaces all rows. Items that were shown before stay expanded or collapsed as they were, new
+  // ones are collapsed; the selection stays when its item is still there.
+  virtual void FillTree(std::vector<TreeRow> rows) = 0;
+  // Replaces an item and everything below it by rows of the same place; the first row has depth 0,
+  // counted from the replaced item's level. No rows: it is taken away. Expansion and selection as
+  // above. An unknown item: nothing happens.
+  virtual void ReplaceSubtree(TreeItem item, std::vector<TreeRow> rows) = 0;
+  // New texts and bold states of existing items; unknown ones are passed over.
+  virtual void SetLabels(std::vector<TreeLabel> labels) = 0;
+
+  // Selects the item, expands what is above it and scrolls it into view. 0 selects nothing.
+  virtual void SelectItem(TreeItem item) = 0;
+  virtual TreeItem SelectedItem() = 0;
+
+  // One line above the tree. Works before CreateTree too.
+  virtual void SetCaption(std::u16string_view text) = 0;
+  virtual void FocusTree() = 0;
+};
+
+}  // namespace quillet::port

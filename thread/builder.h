@@ -1,0 +1,74 @@
+// Building a group's thread tree from its chain.
+//
+// The finished tree is the one that linking each article, in the order of reading, into sorted
+// lists of siblings would give; it is reached by sorting once, so that no shape of threads makes
+// the build grow with the square of the group. Program thread only.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "thread/thread_tree.h"
+
+namespace quillet {
+
+struct ThreadOptions {
+  bool usethreading = true;
+  bool reversethread = false;
+};
+
+// One article as its chain record and its stored record tell it. The texts are copied.
+struct ThreadEntry {
+  std::string_view messageId;
+  std::string_view parentId;
+  std::string_view subject;
+  std::string_view source;
+  std::string_view from;
+  std::int32_t articleNumber = 0;
+  bool read = false;
+  std::uint32_t chainNumber = 0;
+};
+
+// Called with the number of units done since the last call; a build of n articles has 3 * n.
+using BuildProgress = std::function<void(std::uint64_t units)>;
+using BuildAborted = std::function<bool()>;
+
+// The tree of entries given newest first. Without `aborted` it is never aborted.
+class ThreadBuilder {
+ public:
+  explicit ThreadBuilder(const ThreadOptions& options);
+  ~ThreadBuilder();
+  ThreadBuilder(const ThreadBuilder&) = delete;
+  ThreadBuilder& operator=(const ThreadBuilder&) = delete;
+
+  // False when memory ran out (reported): the build then ends as an aborted one does.
+  bool Add(const ThreadEntry& entry);
+  // Links, merges threads of one subject and sums up. Once aborted, late parents and equal subjects
+  // are not looked for any more, but every thread still gets its subject node.
+  std::unique_ptr<ThreadTree> Finish(const BuildProgress& progress = {},
+                                     const BuildAborted& aborted = {});
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+struct BuiltTree {
+  std::unique_ptr<ThreadTree> tree;  // never null but after a critical report
+  bool complete = false;             // false after an abort
+};
+
+// Reads the group's chain from newest to oldest and builds by `usethreading` and `reversethread`.
+// Chain records whose article is missing are removed (not while the databases are closed or have
+// failed: then nothing can be known to be missing). Stops when AbortRequested.
+BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress = {});
+
+// The same subject but for blanks in front and any number of "re:" in any case with the blanks
+// after them; a blank is the space character only. Case matters in the rest.
+bool SubjectsMatch(std::string_view a, std::string_view b);
+// What SubjectsMatch compares.
+std::string_view SubjectWithoutReplyMarks(std::string_view subject);
+
+}  // namespace quillet

@@ -1,0 +1,27 @@
+// Looking through the articles of the shown tree. Program thread only.
+#pragma once
+
+#include <string_view>
+
+#include "store/records.h"
+#include "thread/current.h"
+
+namespace quillet {
+
+// Shows the "Find" dialog with the last choices, its text selected, and keeps what was chosen in
+// gFind. False when it was cancelled.
+bool AskFindChoices();
+
+// Whether the article holds the text, by the choices: with `in_headers` the kept headers, subject,
+// from, Message-ID, parent id, source, date and reply-to, then the body; otherwise the body alone.
+bool ArticleMatches(const AsciiArticle& article, const FindChoices& find);
+
+// The first article after the node in pre-order that matches (`from` null: from the first article
+// on); null when none does, the text is empty or the search was aborted. Runs under the runner.
+Node* SearchForward(Node* from, const FindChoices& find);
+
+// SearchForward with gFind; the hit is opened in the article view with the hits highlighted,
+// otherwise "Search string not found." is shown. Nothing happens with an empty text.
+void SearchAndShow(Node* from);
+
+}  // namespace quillet
