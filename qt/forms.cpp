@@ -14,6 +14,9 @@
 #include "qt/main_window.h"
 #include "res/resource.h"
 #include "ui_about.h"
+#include "ui_find.h"
+#include "ui_killfile_entry.h"
+#include "ui_message_headers.h"
 #include "ui_new_group.h"
 #include "ui_progress.h"
 
@@ -35,6 +38,9 @@ constexpr auto kForms = std::to_array<FormEntry>({
     {kDialogProgress, SetUp<Ui::ProgressDialog>},
     {kDialogAbout, SetUp<Ui::AboutDialog>},
     {kDialogNewGroup, SetUp<Ui::NewGroupDialog>},
+    {kDialogFind, SetUp<Ui::FindDialog>},
+    {kDialogMessageHeaders, SetUp<Ui::MessageHeadersDialog>},
+    {kDialogKillfileEntry, SetUp<Ui::KillfileEntryDialog>},
 });
 
 // Never closes by itself: the program destroys it.
