@@ -1,24 +1,148 @@
 #include "article/view.h"
 
-namespace quillet {
+#include <algorithm>
+#include <new>
+#include <utility>
 
-void PrepareArticleView() {}
-void DisplayArticle(Node*, std::string_view) {}
-void DisplayCurrentArticle(std::vector<MatchRange>) {}
-void ClearCurrentArticle() {}
-void ForgetArticlePanes() {}
-std::optional<std::u16string> CreateMessageBody(const AsciiArticle*, bool) {
-  return std::nullopt;
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/wait_cursor.h"
+#include "article/current_article.h"
+#include "article/render.h"
+#include "port/platform.h"
+#include "store/counts.h"
+#include "thread/view.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+bool gPlainText = false;
+// The group that the current article was opened from, by its name: the index of a group changes
+// with the list.
+std::u16string gOpenedFromGroup;
+
+int GroupOfTree() {
+  return gThreadGroup >= 0 ? gThreadGroup : gCurrentGroup;
 }
-std::u16string MessageHeadersText(const AsciiArticle&) {
-  return {};
+
+void KeepGroupName() {
+  const std::size_t index = static_cast<std::size_t>(GroupOfTree());
+  gOpenedFromGroup = index < gPrefs->groups.size() ? gPrefs->groups[index] : u"";
 }
-void ShowMessageHeaders() {}
-void SaveAsFile(std::u16string_view, std::u16string_view, std::string_view) {}
-std::u16string DefaultFileName(std::string_view) {
-  return {};
+
+void MarkShownArticleRead() {
+  const AsciiArticle& article = *gCurrentArticle;
+  if (article.body.value_or("").empty() || article.messageId.value_or("").empty()) return;
+  // Two nodes may stand for one article: each is marked when it is opened.
+  const bool read = article.read != 0 && (article.node == nullptr || article.node->read != 0);
+  if (read) return;
+  SetArticleRead(*gCurrentArticle, gCurrentArticle->node, true, GroupOfCurrentArticle());
+  ShowChangedReadFlag();
 }
-void ArticleCommand(std::uint32_t) {}
-void HandleArticleKey(std::uint32_t) {}
+
+void OpenArticle(Node& node) {
+  if (node.messageId.empty()) return;
+  gCurrentArticle = FetchArticle(node.messageId);
+  if (!gCurrentArticle) return;
+  gCurrentArticle->node = &node;
+  KeepGroupName();
+  MarkShownArticleRead();
+}
+
+// The viewer's source for the current article; nothing when memory ran out.
+std::optional<std::u16string> CurrentArticleAsHtml(std::vector<MatchRange> matches) {
+  std::optional<std::u16string> text =
+      CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
+  if (!text) return std::nullopt;
+  return ConvertTextToHTML(*std::move(text), std::move(matches));
+}
+
+void FillViewer(std::u16string_view source, bool plain_text) {
+  gPlatform->article.ClearViewer();
+  gPlatform->article.AddToViewer(source, plain_text);
+  gPlatform->article.EndOfSource();
+}
+
+void ShowCurrentArticleText(std::vector<MatchRange> matches) {
+  if (!gCurrentArticle) return FillViewer(u"Quillet error: there is no current article", true);
+  const auto html = CurrentArticleAsHtml(std::move(matches));
+  if (!html) {
+    ReportError(u"out of memory", u"DisplayCurrentArticle");
+    return;
+  }
+  FillViewer(*html, gPlainText);
+}
+
+}  // namespace
+
+void TogglePlainTextFlag() {
+  gPlainText = !gPlainText;
+}
+
+std::size_t GroupOfCurrentArticle() {
+  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
+    return static_cast<std::size_t>(GroupOfTree());
+  }
+  const auto& groups = gPrefs->groups;
+  return static_cast<std::size_t>(std::find(groups.begin(), groups.end(), gOpenedFromGroup) -
+                                  groups.begin());
+}
+
+void ShowChangedReadFlag() {
+  PostToMainWindow(kUserRefreshCounts);
+  if (!gCurrentArticle) return;
+  if (gCurrentArticle->node != nullptr) RefreshThreadLabels(*gCurrentArticle->node);
+  RefreshHeaderBar();
+}
+
+std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::string_view search_text) {
+  const auto text = CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
+  if (!text || !gCurrentArticle) return std::nullopt;
+  try {
+    gCurrentArticle->displayText.reset();
+    if (!search_text.empty()) gCurrentArticle->displayText = search_text;
+    return FindMatches(Narrow(*text), search_text, {gFind.match_case, gFind.whole_word});
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"DisplayCurrentArticle");
+    return std::nullopt;
+  }
+}
+
+void PrepareArticleView() {
+  gArticleView = {DisplayArticle, ClearCurrentArticle};
+}
+
+void DisplayArticle(Node* node, std::string_view search_text) {
+  // The text may belong to the article that goes now.
+  const std::string wanted(search_text);
+  ClearCurrentArticle();
+  if (node == nullptr) return ShowThreadView();
+  OpenArticle(*node);
+  std::vector<MatchRange> matches;
+  if (gCurrentArticle && !wanted.empty()) {
+    matches = MatchesInCurrentArticle(wanted).value_or(std::vector<MatchRange>());
+  }
+  DisplayCurrentArticle(std::move(matches));
+  if (!gCurrentArticle && !node->messageId.empty()) {
+    ShowMessage(u"Our apologies, but this article can no longer be read from the database.");
+  }
+}
+
+void DisplayCurrentArticle(std::vector<MatchRange> matches) {
+  const WaitCursor wait;
+  ShowArticleTab();
+  ShowCurrentArticleText(std::move(matches));
+  RefreshHeaderBar();
+}
+
+void ClearCurrentArticle() {
+  gCurrentArticle.reset();
+  gOpenedFromGroup.clear();
+  gPlatform->article.ClearViewer();
+  gPlatform->article.EndOfSource();
+  RefreshHeaderBar();
+}
 
 }  // namespace quillet

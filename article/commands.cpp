@@ -1,0 +1,175 @@
+// The commands and keys of the article view.
+#include <array>
+#include <new>
+
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "article/current_article.h"
+#include "article/view.h"
+#include "killfile/entry_dialog.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "store/counts.h"
+#include "thread/deletion.h"
+#include "thread/moves.h"
+#include "thread/search.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// --- Moving: at the ends of the tree, and out of it, the article stays ---------------------------
+
+template <class Move>
+void MoveTo(Move next_of) {
+  Node* const node = gCurrentArticle->node;
+  Node* const next = node == nullptr ? nullptr : next_of(*node);
+  if (next != nullptr) DisplayArticle(next, "");
+}
+
+void ShowPreviousThread() {
+  MoveTo(PreviousThread);
+}
+void ShowPreviousArticle() {
+  MoveTo(PreviousArticle);
+}
+void ShowNextArticle() {
+  MoveTo(NextArticle);
+}
+void ShowNextThread() {
+  MoveTo(NextThread);
+}
+
+// --- Marking and deleting ------------------------------------------------------------------------
+
+void MarkUnread() {
+  const std::string id = gCurrentArticle->messageId.value_or("");
+  // By its id: an article that has gone from the store in the meantime is not stored again.
+  SetArticleReadById(id, gCurrentArticle->node, false, GroupOfCurrentArticle());
+  if (gCurrentArticle) gCurrentArticle->read = IsArticleRead(id) ? 1 : 0;
+  ShowChangedReadFlag();
+}
+
+void Delete(std::u16string_view question, Node* (*remove)(Node&)) {
+  Node* const node = gCurrentArticle->node;
+  if (node == nullptr || !ConfirmAction(question, true)) return;
+  Node* const next = remove(*node);
+  if (next == nullptr) PostToMainWindow(kUserRefreshCounts);
+  DisplayArticle(next, "");
+}
+
+void DeleteShownArticle() {
+  Delete(u"Really delete this article?", DeleteArticleNode);
+}
+void DeleteShownThread() {
+  Delete(u"Really delete this thread?", DeleteThreadNode);
+}
+
+void AddToKillfile() {
+  OpenKillfileEntryDialog(gCurrentGroup, gCurrentArticle->from.value_or(""),
+                          gCurrentArticle->subject.value_or(""));
+}
+
+// --- Finding -------------------------------------------------------------------------------------
+
+void Find() {
+  if (!AskFindChoices() || !gCurrentArticle) return;
+  auto matches = MatchesInCurrentArticle(gFind.text);
+  if (matches) DisplayCurrentArticle(*std::move(matches));
+}
+
+void FindAgain() {
+  SearchAndShow(gCurrentArticle ? gCurrentArticle->node : nullptr);
+}
+
+// --- Showing it otherwise ------------------------------------------------------------------------
+
+void ToggleRot13() {
+  gCurrentArticle->showFlag = gCurrentArticle->showFlag == 0 ? 1 : 0;
+  DisplayCurrentArticle({});
+}
+
+// In memory; it is written with the other preferences.
+void ToggleRemoveCrs() {
+  gPrefs->removecrs = gPrefs->removecrs == 0 ? 1 : 0;
+  DisplayCurrentArticle({});
+}
+
+void TogglePlainText() {
+  TogglePlainTextFlag();
+  DisplayCurrentArticle({});
+}
+
+void SaveAs() {
+  const auto text = CreateMessageBody(gCurrentArticle.get(), true);
+  if (!text) return;
+  try {
+    SaveAsFile(u"Save article as", DefaultFileName(gCurrentArticle->subject.value_or("")),
+               Narrow(*text));
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"SaveAsFile");
+  }
+}
+
+void Copy() {
+  gPlatform->article.CopyFromViewer();
+}
+
+struct Command {
+  std::uint32_t id;
+  void (*run)();
+  bool needs_article = true;
+};
+
+constexpr std::array<Command, 16> kArticleCommands = {{
+    {kCommandPreviousThread, ShowPreviousThread},
+    {kCommandPreviousArticle, ShowPreviousArticle},
+    {kCommandNextArticle, ShowNextArticle},
+    {kCommandNextThread, ShowNextThread},
+    {kCommandMarkUnread, MarkUnread},
+    {kCommandDeleteShownArticle, DeleteShownArticle},
+    {kCommandDeleteThread, DeleteShownThread},
+    {kCommandAddToKillfile, AddToKillfile},
+    {kCommandFind, Find},
+    {kCommandFindAgain, FindAgain, false},
+    {kCommandRot13, ToggleRot13},
+    {kCommandShowHeaders, ShowMessageHeaders},
+    {kCommandToggleRemoveCrs, ToggleRemoveCrs},
+    {kCommandSaveAs, SaveAs},
+    {kCommandCopy, Copy},
+    {kCommandTogglePlainText, TogglePlainText},
+}};
+
+struct ScrollKey {
+  std::uint32_t key;
+  port::ScrollStep step;
+};
+
+constexpr std::array<ScrollKey, 6> kScrollKeys = {{
+    {port::kKeyPageUp, port::ScrollStep::kPageUp},
+    {port::kKeyUp, port::ScrollStep::kPageUp},
+    {port::kKeyPageDown, port::ScrollStep::kPageDown},
+    {port::kKeyDown, port::ScrollStep::kPageDown},
+    {port::kKeyHome, port::ScrollStep::kTop},
+    {port::kKeyEnd, port::ScrollStep::kBottom},
+}};
+
+}  // namespace
+
+void ArticleCommand(std::uint32_t command) {
+  for (const Command& entry : kArticleCommands) {
+    if (entry.id != command) continue;
+    if (gCurrentArticle || !entry.needs_article) entry.run();
+    return;
+  }
+}
+
+void HandleArticleKey(std::uint32_t virtual_key) {
+  if (virtual_key == port::kKeyAction) return ArticleCommand(kCommandNextArticle);
+  for (const ScrollKey& entry : kScrollKeys) {
+    if (entry.key == virtual_key) return gPlatform->article.ScrollViewer(entry.step);
+  }
+}
+
+}  // namespace quillet

@@ -1,0 +1,55 @@
+// The "Message headers" dialog.
+#include <new>
+
+#include "app/base/messages.h"
+#include "app/base/modal_dialog.h"
+#include "article/current_article.h"
+#include "article/view.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+void AppendPresent(std::string& text, std::string_view name,
+                   const std::optional<std::string>& value) {
+  if (value && !value->empty()) text.append(name).append(*value).append("\r\n");
+}
+
+}  // namespace
+
+std::u16string MessageHeadersText(const AsciiArticle& article) {
+  std::string text = "Subject: " + article.subject.value_or("") + "\r\n";
+  AppendPresent(text, "From: ", article.from);
+  AppendPresent(text, "Date: ", article.date);
+  // Shown when it tells nothing new, left out when it does; this is meant.
+  if (article.replyTo == article.from) AppendPresent(text, "Reply-To: ", article.replyTo);
+  AppendPresent(text, "Message-ID: ", article.messageId);
+  text += WithFullLineEnds(article.headers.value_or(""));
+  AppendPresent(text, "X-Quillet-ParentID: ", article.parentId);
+  AppendPresent(text, "X-Quillet-ServerName: ", article.source);
+  text += FormatNarrow("X-Quillet-ServerID: %lu\r\n", article.articleNumber);
+  text += FormatNarrow("X-Quillet-CompressedSavings: %d%%\r\n",
+                       static_cast<int>(article.compressionSavings * 100));
+  return Widen(text);
+}
+
+void ShowMessageHeaders() {
+  if (!gCurrentArticle) return;
+  std::u16string text;
+  try {
+    text = MessageHeadersText(*gCurrentArticle);
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"ShowMessageHeaders");
+    return;
+  }
+  RunModalDialog(
+      kDialogMessageHeaders,
+      [&](port::WindowHandle dialog) {
+        gPlatform->dialogs.SetText(dialog, kControlMessageHeaders, text);
+      },
+      EndOnOkOrCancel);
+}
+
+}  // namespace quillet

@@ -1,0 +1,78 @@
+// An article as one text.
+#include <new>
+
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "article/current_article.h"
+#include "article/render.h"
+#include "article/view.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+void AppendField(std::string& block, std::string_view name,
+                 const std::optional<std::string>& value) {
+  block.append(name).append(value.value_or("")).append("\r\n");
+}
+
+// With the empty line after it.
+std::string HeaderBlock(const AsciiArticle& article) {
+  std::string block;
+  AppendField(block, "Subject: ", article.subject);
+  AppendField(block, "Date: ", article.date);
+  AppendField(block, "From: ", article.from);
+  if (!article.replyTo.value_or("").empty()) AppendField(block, "Reply-To: ", article.replyTo);
+  AppendField(block, "Message-ID: ", article.messageId);
+  block += WithFullLineEnds(article.headers.value_or(""));
+  return block += "\r\n";
+}
+
+std::u16string_view MissingBodyText(bool with_headers) {
+  // Only the path that joins lines and shows headers speaks of a download; this is meant.
+  if (with_headers && gPrefs->removecrs != 0 && gPrefs->onlinemode != 0) {
+    return u"Quillet notification: downloading body\r\n";
+  }
+  return u"Quillet notification: body not downloaded.\r\n";
+}
+
+std::u16string BodyText(const AsciiArticle& article, bool with_headers) {
+  if (!article.body || article.body->empty()) return std::u16string(MissingBodyText(with_headers));
+  std::u16string body = Widen(*article.body);
+  if (gPrefs->removecrs != 0) RemoveCRs(body);
+  return body;
+}
+
+}  // namespace
+
+std::string WithFullLineEnds(std::string_view lines) {
+  std::string text;
+  text.reserve(lines.size() + 2);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i] == '\r' || lines[i] == '\n') {
+      text += "\r\n";
+      if (lines.substr(i, 2) == "\r\n") ++i;
+    } else {
+      text += lines[i];
+    }
+  }
+  if (!text.empty() && !EndsWith(text, "\r\n")) text += "\r\n";
+  return text;
+}
+
+std::optional<std::u16string> CreateMessageBody(const AsciiArticle* article, bool with_headers) {
+  if (article == nullptr) return std::u16string();
+  try {
+    std::u16string text = BodyText(*article, with_headers);
+    if (with_headers) text.insert(0, Widen(HeaderBlock(*article)));
+    if (article->showFlag != 0) Rot13String(text);
+    return text;
+  } catch (const std::bad_alloc&) {
+    // The location depends on the path; this is meant.
+    ReportError(u"out of memory",
+                gPrefs->removecrs != 0 ? u"CreateMessageBody" : u"DisplayCurrentArticle");
+    return std::nullopt;
+  }
+}
+
+}  // namespace quillet

@@ -1,0 +1,54 @@
+// Saving a text as a file of its own.
+#include <algorithm>
+
+#include "app/base/messages.h"
+#include "article/view.h"
+#include "port/platform.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+bool IsAsciiLetterOrDigit(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+std::u16string CorrectedPath(std::u16string path) {
+  if (StartsWith(path, u"\\\\")) path.erase(0, 1);
+  if (EndsWith(path, u".")) path += u"txt";
+  return path;
+}
+
+void TellOfFailure(std::uint32_t error) {
+  if (error == port::kErrorFileExists) {
+    ReportError(u"already exists", u"SaveAsFile");
+  } else if (error == port::kErrorNoNetwork) {
+    ShowMessage(
+        u"Our apologies, but you must tap the 'Options' button in the save dialog before saving "
+        u"the file.");
+  } else {
+    ReportError(FormatWide(u"unknown (%d)", error), u"SaveAsFile");
+  }
+}
+
+}  // namespace
+
+std::u16string DefaultFileName(std::string_view subject) {
+  constexpr std::size_t kSubjectCharacters = 16;
+  std::string name(subject.substr(0, kSubjectCharacters));
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return !IsAsciiLetterOrDigit(c); }, '_');
+  return Widen(name + ".txt");
+}
+
+void SaveAsFile(std::u16string_view title, std::u16string_view default_name,
+                std::string_view text) {
+  const auto path = gPlatform->file_dialogs.SaveFile(
+      gMessageOwner,
+      {std::u16string(title), std::u16string(default_name), u"Text (*.txt)", u"*.txt", u"txt"});
+  if (!path) return;
+  const std::uint32_t error = gPlatform->files.CreateNewFile(CorrectedPath(*path), text);
+  if (error != 0) TellOfFailure(error);
+}
+
+}  // namespace quillet
