@@ -83,7 +83,9 @@ struct ShownArticle {
   std::vector<ToolbarButton> toolbar;
   std::u16string source;  // what was added since the viewer was cleared
   bool plain_text = false;
+  int additions = 0;   // calls that added to it
   bool ended = false;  // the end of the source was told
+  int shows = 0;       // times it was
   std::vector<ScrollStep> scrolls;
   int copies = 0;
   bool focused = false;
@@ -132,6 +134,8 @@ class DisplayObserver {
   virtual void OnTreeChanged() {}
   // Header, toolbar or viewer changed by the program.
   virtual void OnArticleChanged() {}
+  virtual void OnViewerScrolled(ScrollStep /*step*/) {}
+  virtual void OnViewerCopied() {}
   // A pop-up menu is open; may block. The command chosen, or nothing: the announced answer.
   virtual std::optional<std::uint32_t> OnPopUp(const std::vector<PopUpEntry>& /*entries*/) {
     return std::nullopt;

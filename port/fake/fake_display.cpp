@@ -229,9 +229,16 @@ void FakeDisplay::SelectTab(int tab) {
     const Lock lock(mutex_);
     if (!window_.has_tabs || !ValidTab(tab)) return;
     window_.tab = tab;
+    DropHiddenFocus();
     Changed();
   }
   observer().OnTabSelected(tab);
+}
+
+// What is on another tab's pane does not keep the focus.
+void FakeDisplay::DropHiddenFocus() {
+  if (window_.tab != kThreadTab) tree_.focused = false;
+  if (window_.tab != kArticleTab) article_.focused = false;
 }
 
 void FakeDisplay::LayOut(Size inside, Size tabs) {

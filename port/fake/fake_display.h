@@ -31,6 +31,12 @@
 
 namespace quillet::port {
 
+// The key that asks for a menu: the display's own, the program never hears of it by that name.
+constexpr std::uint32_t kKeyContextMenu = 0x5D;
+
+// The indexes of the rows that no collapsed row hides, from the top.
+std::vector<std::size_t> VisibleRows(const ShownTree& tree);
+
 class FakeDisplay final : public MessageBoxes,
                           public Windows,
                           public ListView,
@@ -128,12 +134,14 @@ class FakeDisplay final : public MessageBoxes,
 
   bool UserSelectTab(int tab);
   // A key goes to the window that has the focus. In a dialog Escape is Cancel and Return the
-  // default button; in the group list the arrows, the blank and Return do what lists do.
+  // default button; in the group list the arrows, the blank and Return do what lists do, and in the
+  // tree, when it has the focus, the arrows, Home, End, Return and the menu key what trees do.
   bool PressKey(std::uint32_t virtual_key, std::uint32_t modifiers = 0);
   // A command of the shown view's menu bar or buttons; others are refused.
   bool ChooseCommand(std::uint32_t command);
   // Any command, to the main window.
   bool SendCommand(std::uint32_t command);
+  // A link that the article view shows.
   bool ActivateLink(std::u16string_view target);
   bool ResizeMainWindow(Size inside);
   bool CloseMainWindow();
@@ -144,9 +152,12 @@ class FakeDisplay final : public MessageBoxes,
   bool ActivateRow(int row);
   bool DragColumn(int column, int width);
 
+  // What hides the item is expanded on the way.
   bool ClickItem(TreeItem item);  // selects it
   bool ActivateItem(TreeItem item);
-  bool AskItemMenu(TreeItem item);  // right click: selects it, then kContextMenu
+  // Right click: selects it, then kContextMenu; 0: below the last row.
+  bool AskItemMenu(TreeItem item);
+  // Refused for an item with nothing below it. A selection that would hide moves to the item.
   bool ExpandItem(TreeItem item, bool expanded);
   bool TapHeader();
   bool PressToolbar(std::uint32_t command);
@@ -278,6 +289,16 @@ class FakeDisplay final : public MessageBoxes,
   void ChangeControl(WindowHandle dialog, std::uint32_t control, const Change& change);
   bool RowTakesInput(int row) const;
   void PressListKey(std::uint32_t virtual_key);
+  void DropHiddenFocus();
+  bool TreeTakesInput() const;
+  bool ClickItemLocked(TreeItem item);
+  void CollapseRow(std::size_t index);
+  std::size_t RowAfterTreeKey(std::uint32_t virtual_key, const std::vector<std::size_t>& visible);
+  void PressTreeKey(std::uint32_t virtual_key);
+  bool ArticleTakesInput() const;
+  bool CheckOwner(const char* operation, WindowHandle owner) const;
+  bool CheckKind(const char* operation, WindowHandle dialog, std::uint32_t control,
+                 ControlKind kind);
   std::uint32_t DefaultButton(const Dialog& dialog) const;
   void NoteProgressText(const Dialog& dialog, const ProgressText& text);
   void PressAwaitedCancel(const Dialog& dialog);

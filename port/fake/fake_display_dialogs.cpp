@@ -200,8 +200,23 @@ void FakeDisplay::ShowControl(WindowHandle dialog, std::uint32_t control, bool v
   ChangeControl(dialog, control, [&](ShownControl& shown) { shown.visible = visible; });
 }
 
+// Whether the control is of that kind, or of no known one; a failure else. True when there is no
+// such control: a write to it does nothing.
+bool FakeDisplay::CheckKind(const char* operation, WindowHandle dialog, std::uint32_t control,
+                            ControlKind kind) {
+  {
+    const Lock lock(mutex_);
+    Dialog* open = FindOpen(dialog);
+    const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
+    if (shown == nullptr || !open->has_template || shown->kind == kind) return true;
+  }
+  on_failure("display: " + std::string(operation) + " of control " + std::to_string(control));
+  return false;
+}
+
 void FakeDisplay::SetChoices(WindowHandle dialog, std::uint32_t control,
                              const std::vector<std::u16string>& items) {
+  if (!CheckKind("SetChoices", dialog, control, ControlKind::kDropDown)) return;
   ChangeControl(dialog, control, [&](ShownControl& shown) {
     shown.choices = items;
     shown.choice = items.empty() ? -1 : 0;
@@ -209,9 +224,14 @@ void FakeDisplay::SetChoices(WindowHandle dialog, std::uint32_t control,
 }
 
 void FakeDisplay::SetChoice(WindowHandle dialog, std::uint32_t control, int index) {
+  if (!CheckKind("SetChoice", dialog, control, ControlKind::kDropDown)) return;
+  bool outside = false;
   ChangeControl(dialog, control, [&](ShownControl& shown) {
-    if (index >= 0 && static_cast<std::size_t>(index) < shown.choices.size()) shown.choice = index;
+    const int count = static_cast<int>(shown.choices.size());
+    outside = index >= count || index < (count == 0 ? -1 : 0);
+    if (!outside) shown.choice = index;
   });
+  if (outside) on_failure("display: no choice " + std::to_string(index));
 }
 
 int FakeDisplay::Choice(WindowHandle dialog, std::uint32_t control) {
@@ -222,12 +242,13 @@ int FakeDisplay::Choice(WindowHandle dialog, std::uint32_t control) {
 }
 
 void FakeDisplay::SelectText(WindowHandle dialog, std::uint32_t control) {
+  if (!CheckKind("SelectText", dialog, control, ControlKind::kEdit)) return;
   {
     const Lock lock(mutex_);
     Dialog* open = FindOpen(dialog);
-    if (open == nullptr) return;
+    if (open == nullptr || FindControl(*open, control, false) == nullptr) return;
     for (ShownControl& one : open->values.controls) {
-      one.text_selected = one.id == control && one.id != 0;
+      one.text_selected = one.id == control;
     }
     Changed();
   }

@@ -1,5 +1,5 @@
-// The thread tree, the article's panes, pop-up menus and file dialogs: what the program calls and
-// what the user does with them.
+// The article's panes, pop-up menus and file dialogs: what the program calls and what the user does
+// with them.
 #include <algorithm>
 #include <utility>
 
@@ -9,152 +9,45 @@
 namespace quillet::port {
 namespace {
 
-auto FindRowOf(std::vector<TreeRow>& rows, TreeItem item) {
-  return std::find_if(rows.begin(), rows.end(),
-                      [&](const TreeRow& row) { return item != 0 && row.item == item; });
+constexpr std::uint32_t kToolbarImages = 7;
+
+// What is wrong with a menu; empty when nothing is.
+std::string WrongMenu(const std::vector<PopUpEntry>& entries) {
+  std::set<std::uint32_t> commands;
+  for (const PopUpEntry& entry : entries) {
+    if (entry.command == 0) return "a menu entry that cannot be told from no choice";
+    if (entry.text.empty()) return "a menu entry without a text";
+    if (!commands.insert(entry.command).second) return "a menu with one command twice";
+  }
+  return {};
 }
 
-bool HasItem(const std::vector<TreeRow>& rows, TreeItem item) {
-  return std::any_of(rows.begin(), rows.end(),
-                     [&](const TreeRow& row) { return row.item == item; });
-}
-
-// What is not there any more is neither selected nor expanded.
-void DropGoneItems(ShownTree& tree) {
-  std::set<TreeItem> items;
-  for (const TreeRow& row : tree.rows) items.insert(row.item);
-  std::erase_if(tree.expanded, [&](TreeItem item) { return !items.contains(item); });
-  if (!items.contains(tree.selected)) tree.selected = 0;
+std::string WrongToolbar(const std::vector<ToolbarButton>& buttons) {
+  std::set<std::uint32_t> commands;
+  for (const ToolbarButton& button : buttons) {
+    if (button.command == 0) continue;
+    if (button.image >= kToolbarImages) return "a toolbar button without its image";
+    if (button.tooltip.empty()) return "a toolbar button without a tooltip";
+    if (!commands.insert(button.command).second) return "a toolbar with one command twice";
+  }
+  return {};
 }
 
 }  // namespace
 
-// --- the tree ---
-
-void FakeDisplay::CreateTree(std::u16string_view name, std::u16string_view font_face,
-                             int font_size_index) {
-  CheckThread("CreateTree");
-  {
-    const Lock lock(mutex_);
-    if (window_.handle == 0 || !window_.has_tabs) return;
-    std::u16string caption = std::move(tree_.caption);
-    tree_ = {};
-    tree_.created = true;
-    tree_.name = name;
-    tree_.font_face = font_face;
-    tree_.font_size_index = font_size_index;
-    tree_.caption = std::move(caption);
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-bool FakeDisplay::TreeCreated() {
-  const Lock lock(mutex_);
-  return tree_.created;
-}
-
-void FakeDisplay::FillTree(std::vector<TreeRow> rows) {
-  CheckThread("FillTree");
-  std::uint32_t above = 0;
-  for (const TreeRow& row : rows) {
-    if (row.item == 0 || row.depth > above) on_failure("display: a tree row without its parent");
-    above = row.depth + 1;
-  }
-  {
-    const Lock lock(mutex_);
-    if (!tree_.created) return;
-    tree_.rows = std::move(rows);
-    ++tree_.fills;
-    DropGoneItems(tree_);
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-void FakeDisplay::ReplaceSubtree(TreeItem item, std::vector<TreeRow> rows) {
-  CheckThread("ReplaceSubtree");
-  {
-    const Lock lock(mutex_);
-    const auto first = FindRowOf(tree_.rows, item);
-    if (first == tree_.rows.end()) return;
-    const std::uint32_t depth = first->depth;
-    const auto last = std::find_if(first + 1, tree_.rows.end(),
-                                   [&](const TreeRow& row) { return row.depth <= depth; });
-    for (TreeRow& row : rows) row.depth += depth;
-    const auto place = tree_.rows.erase(first, last);
-    tree_.rows.insert(place, std::make_move_iterator(rows.begin()),
-                      std::make_move_iterator(rows.end()));
-    DropGoneItems(tree_);
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-void FakeDisplay::SetLabels(std::vector<TreeLabel> labels) {
-  CheckThread("SetLabels");
-  {
-    const Lock lock(mutex_);
-    for (TreeLabel& label : labels) {
-      const auto row = FindRowOf(tree_.rows, label.item);
-      if (row == tree_.rows.end()) continue;
-      row->bold = label.bold;
-      row->text = std::move(label.text);
-    }
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-void FakeDisplay::SelectItem(TreeItem item) {
-  CheckThread("SelectItem");
-  {
-    const Lock lock(mutex_);
-    const auto row = FindRowOf(tree_.rows, item);
-    if (item != 0 && row == tree_.rows.end()) return;
-    tree_.selected = item;
-    std::uint32_t depth = item == 0 ? 0 : row->depth;
-    for (auto above = row; item != 0 && above != tree_.rows.begin() && depth > 0;) {
-      --above;
-      if (above->depth >= depth) continue;
-      depth = above->depth;
-      tree_.expanded.insert(above->item);
-    }
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-TreeItem FakeDisplay::SelectedItem() {
-  CheckThread("SelectedItem");
-  const Lock lock(mutex_);
-  return tree_.selected;
-}
-
-void FakeDisplay::SetCaption(std::u16string_view text) {
-  CheckThread("SetCaption");
-  {
-    const Lock lock(mutex_);
-    if (window_.handle == 0 || !window_.has_tabs) return;
-    tree_.caption = text;
-    Changed();
-  }
-  observer().OnTreeChanged();
-}
-
-void FakeDisplay::FocusTree() {
-  CheckThread("FocusTree");
-  const Lock lock(mutex_);
-  tree_.focused = tree_.created;
-  article_.focused = false;
-  Changed();
-}
-
 // --- pop-up menus and file dialogs ---
 
-std::uint32_t FakeDisplay::ShowPopUp(WindowHandle /*owner*/,
-                                     const std::vector<PopUpEntry>& entries) {
+bool FakeDisplay::CheckOwner(const char* operation, WindowHandle owner) const {
+  if (owner == 0 || queues_.Exists(owner)) return true;
+  on_failure("display: " + std::string(operation) + " for a window that does not exist");
+  return false;
+}
+
+std::uint32_t FakeDisplay::ShowPopUp(WindowHandle owner, const std::vector<PopUpEntry>& entries) {
   CheckThread("ShowPopUp");
+  if (!CheckOwner("ShowPopUp", owner)) return 0;
+  const std::string wrong = WrongMenu(entries);
+  if (!wrong.empty()) on_failure("display: " + wrong);
   std::optional<std::u16string> wanted;
   {
     const Lock lock(mutex_);
@@ -179,9 +72,10 @@ std::uint32_t FakeDisplay::ShowPopUp(WindowHandle /*owner*/,
   return 0;
 }
 
-std::optional<std::u16string> FakeDisplay::SaveFile(WindowHandle /*owner*/,
+std::optional<std::u16string> FakeDisplay::SaveFile(WindowHandle owner,
                                                     const SaveFileTraits& traits) {
   CheckThread("SaveFile");
+  if (!CheckOwner("SaveFile", owner)) return std::nullopt;
   {
     const Lock lock(mutex_);
     if (gone_) return std::nullopt;
@@ -207,6 +101,7 @@ void FakeDisplay::ExpectPopUp(std::u16string entry) {
 }
 
 void FakeDisplay::ExpectSaveFile(std::optional<std::u16string> path) {
+  if (path && path->empty()) return on_failure("display: no save dialog returns an empty path");
   const Lock lock(mutex_);
   expected_save_files_.push_back(std::move(path));
 }
@@ -230,12 +125,15 @@ void FakeDisplay::CreatePanes(std::u16string_view header_font_face, int header_f
 }
 
 bool FakeDisplay::PanesCreated() {
+  CheckThread("PanesCreated");
   const Lock lock(mutex_);
   return article_.created;
 }
 
 bool FakeDisplay::CreateToolbar(const std::vector<ToolbarButton>& buttons) {
   CheckThread("CreateToolbar");
+  const std::string wrong = WrongToolbar(buttons);
+  if (!wrong.empty()) on_failure("display: " + wrong);
   {
     const Lock lock(mutex_);
     if (failing_toolbars_ > 0) {
@@ -250,14 +148,18 @@ bool FakeDisplay::CreateToolbar(const std::vector<ToolbarButton>& buttons) {
   return true;
 }
 
+// Texts for a header bar that is not there would never be seen: the program forgot to make it.
 void FakeDisplay::SetHeader(const std::array<HeaderLine, 2>& lines) {
   CheckThread("SetHeader");
+  bool lost = false;
   {
     const Lock lock(mutex_);
-    if (!article_.created) return;
-    article_.header = lines;
-    Changed();
+    lost = !article_.created && window_.has_tabs && lines != std::array<HeaderLine, 2>{};
+    if (article_.created) article_.header = lines;
+    if (article_.created) Changed();
+    if (!article_.created && !lost) return;
   }
+  if (lost) return on_failure("display: a header before its panes");
   observer().OnArticleChanged();
 }
 
@@ -268,6 +170,7 @@ void FakeDisplay::ClearViewer() {
     if (!article_.created) return;
     article_.source.clear();
     article_.plain_text = false;
+    article_.additions = 0;
     article_.ended = false;
     Changed();
   }
@@ -276,62 +179,68 @@ void FakeDisplay::ClearViewer() {
 
 void FakeDisplay::AddToViewer(std::u16string_view text, bool plain_text) {
   CheckThread("AddToViewer");
-  const Lock lock(mutex_);
-  if (!article_.created) return;
-  article_.source += text;
-  article_.plain_text = plain_text;
-  Changed();
+  const char* wrong = nullptr;
+  {
+    const Lock lock(mutex_);
+    if (!article_.created) return;
+    if (article_.ended) wrong = "display: text behind the end of the viewer's source";
+    if (article_.additions > 0 && article_.plain_text != plain_text) {
+      wrong = "display: a source that is plain text in parts";
+    }
+    article_.source += text;
+    article_.plain_text = plain_text;
+    ++article_.additions;
+    Changed();
+  }
+  if (wrong != nullptr) on_failure(wrong);
 }
 
 void FakeDisplay::EndOfSource() {
   CheckThread("EndOfSource");
+  bool again = false;
   {
     const Lock lock(mutex_);
     if (!article_.created) return;
-    article_.ended = true;
+    again = std::exchange(article_.ended, true);
+    ++article_.shows;
     Changed();
   }
+  if (again) on_failure("display: the viewer's source ended twice");
   observer().OnArticleChanged();
 }
 
 void FakeDisplay::ScrollViewer(ScrollStep step) {
   CheckThread("ScrollViewer");
-  const Lock lock(mutex_);
-  if (!article_.created) return;
-  article_.scrolls.push_back(step);
-  Changed();
+  {
+    const Lock lock(mutex_);
+    if (!article_.created) return;
+    article_.scrolls.push_back(step);
+    Changed();
+  }
+  observer().OnViewerScrolled(step);
 }
 
 void FakeDisplay::CopyFromViewer() {
   CheckThread("CopyFromViewer");
-  const Lock lock(mutex_);
-  if (!article_.created) return;
-  ++article_.copies;
-  Changed();
+  {
+    const Lock lock(mutex_);
+    if (!article_.created) return;
+    ++article_.copies;
+    Changed();
+  }
+  observer().OnViewerCopied();
 }
 
 void FakeDisplay::FocusViewer() {
   CheckThread("FocusViewer");
   const Lock lock(mutex_);
-  article_.focused = article_.created;
+  if (!article_.created) return;
+  article_.focused = true;
   tree_.focused = false;
   Changed();
 }
 
 // --- what is shown ---
-
-ShownTree FakeDisplay::tree() const {
-  const Lock lock(mutex_);
-  return tree_;
-}
-
-TreeItem FakeDisplay::FindItem(std::u16string_view text) const {
-  const Lock lock(mutex_);
-  for (const TreeRow& row : tree_.rows) {
-    if (row.text == text) return row.item;
-  }
-  return 0;
-}
 
 ShownArticle FakeDisplay::article() const {
   const Lock lock(mutex_);
@@ -350,59 +259,33 @@ std::vector<SaveFileTraits> FakeDisplay::save_dialogs() const {
 
 // --- what the user does ---
 
-bool FakeDisplay::ClickItem(TreeItem item) {
-  const Lock lock(mutex_);
-  if (!TakesInputLocked(window_.handle) || window_.tab != kThreadTab) return false;
-  if (!tree_.created || !HasItem(tree_.rows, item)) return false;
-  tree_.selected = item;
-  tree_.focused = true;
-  Changed();
-  return true;
-}
-
-bool FakeDisplay::ActivateItem(TreeItem item) {
-  if (!ClickItem(item)) return false;
-  const Lock lock(mutex_);
-  queues_.Post({window_.handle, MessageKind::kItemActivated, item, 0, {}});
-  return true;
-}
-
-bool FakeDisplay::AskItemMenu(TreeItem item) {
-  if (!ClickItem(item)) return false;
-  const Lock lock(mutex_);
-  queues_.Post({window_.handle, MessageKind::kContextMenu, item, 0, {}});
-  return true;
-}
-
-bool FakeDisplay::ExpandItem(TreeItem item, bool expanded) {
-  const Lock lock(mutex_);
-  if (!TakesInputLocked(window_.handle) || window_.tab != kThreadTab) return false;
-  if (!HasItem(tree_.rows, item)) return false;
-  if (expanded) {
-    tree_.expanded.insert(item);
-  } else {
-    tree_.expanded.erase(item);
-  }
-  Changed();
-  return true;
+bool FakeDisplay::ArticleTakesInput() const {
+  return TakesInputLocked(window_.handle) && window_.tab == kArticleTab;
 }
 
 bool FakeDisplay::TapHeader() {
   const Lock lock(mutex_);
-  if (!TakesInputLocked(window_.handle) || window_.tab != kArticleTab) return false;
-  if (!article_.created) return false;
+  if (!ArticleTakesInput() || !article_.created) return false;
   queues_.Post({window_.handle, MessageKind::kHeaderTapped, 0, 0, {}});
   return true;
 }
 
+bool FakeDisplay::ActivateLink(std::u16string_view target) {
+  const Lock lock(mutex_);
+  if (!ArticleTakesInput() || !article_.ended || article_.plain_text) return false;
+  const std::u16string link = u"<a href=\"" + std::u16string(target) + u"\">";
+  if (article_.source.find(link) == std::u16string::npos) return false;
+  queues_.Post({window_.handle, MessageKind::kLink, 0, 0, std::u16string(target)});
+  return true;
+}
+
 bool FakeDisplay::PressToolbar(std::uint32_t command) {
-  {
-    const Lock lock(mutex_);
-    if (window_.tab != kArticleTab || command == 0) return false;
-    const auto has = [&](const ToolbarButton& button) { return button.command == command; };
-    if (std::none_of(article_.toolbar.begin(), article_.toolbar.end(), has)) return false;
-  }
-  return SendCommand(command);
+  const Lock lock(mutex_);
+  const auto has = [&](const ToolbarButton& button) { return button.command == command; };
+  if (command == 0 || !ArticleTakesInput()) return false;
+  if (std::none_of(article_.toolbar.begin(), article_.toolbar.end(), has)) return false;
+  queues_.Post({window_.handle, MessageKind::kCommand, command, 0, {}});
+  return true;
 }
 
 void FakeDisplay::FailNextToolbar(int count) {

@@ -192,6 +192,7 @@ bool FakeDisplay::UserSelectTab(int tab) {
     const auto old_tab = static_cast<std::uint32_t>(window_.tab);
     queues_.Post({window_.handle, MessageKind::kTabChanging, 0, old_tab, {}});
     window_.tab = tab;
+    DropHiddenFocus();
     queues_.Post(
         {window_.handle, MessageKind::kTabChanged, static_cast<std::uint32_t>(tab), old_tab, {}});
     Changed();
@@ -223,7 +224,9 @@ bool FakeDisplay::PressKey(std::uint32_t virtual_key, std::uint32_t modifiers) {
     }
   } else if (modifiers == 0) {
     PressListKey(virtual_key);
+    PressTreeKey(virtual_key);
   }
+  if (virtual_key == kKeyContextMenu) return true;
   queues_.Post({focus, MessageKind::kKeyDown, virtual_key, modifiers, {}});
   queues_.Post({focus, MessageKind::kKeyUp, virtual_key, modifiers, {}});
   return true;
@@ -248,13 +251,6 @@ bool FakeDisplay::SendCommand(std::uint32_t command) {
   const Lock lock(mutex_);
   if (!TakesInputLocked(window_.handle)) return false;
   queues_.Post({window_.handle, MessageKind::kCommand, command, 0, {}});
-  return true;
-}
-
-bool FakeDisplay::ActivateLink(std::u16string_view target) {
-  const Lock lock(mutex_);
-  if (!TakesInputLocked(window_.handle)) return false;
-  queues_.Post({window_.handle, MessageKind::kLink, 0, 0, std::u16string(target)});
   return true;
 }
 
@@ -374,6 +370,7 @@ bool FakeDisplay::Type(WindowHandle dialog, std::uint32_t control, std::u16strin
   ShownControl* shown = UsableControl(dialog, control, ControlKind::kEdit);
   if (shown == nullptr) return false;
   shown->text = text;
+  shown->text_selected = false;
   Changed();
   return true;
 }

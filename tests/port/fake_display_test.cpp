@@ -268,16 +268,13 @@ TEST_F(Display, WindowMessagesCarryTheirValues) {
   ShowMain();
   EXPECT_TRUE(display.ResizeMainWindow({640, 480}));
   EXPECT_FALSE(display.ResizeMainWindow({0, 480}));
-  EXPECT_TRUE(display.ActivateLink(u"http://x/"));
   EXPECT_TRUE(display.CloseMainWindow());
   display.EndSession();
   const auto messages = Waiting();
-  ASSERT_EQ(messages.size(), 4U);
+  ASSERT_EQ(messages.size(), 3U);
   EXPECT_TRUE(Is(messages[0], window, MessageKind::kSize, 640, 480));
-  EXPECT_EQ(messages[1].kind, MessageKind::kLink);
-  EXPECT_EQ(messages[1].text, u"http://x/");
-  EXPECT_EQ(messages[2].kind, MessageKind::kClose);
-  EXPECT_EQ(messages[3].kind, MessageKind::kEndSession);
+  EXPECT_EQ(messages[1].kind, MessageKind::kClose);
+  EXPECT_EQ(messages[2].kind, MessageKind::kEndSession);
 }
 
 TEST_F(Display, AHiddenMainWindowTakesNoInput) {
