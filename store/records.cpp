@@ -168,6 +168,15 @@ bool ParseValue(std::string_view value, AsciiArticle& article, bool names_only) 
                      article, names_only);
 }
 
+std::unique_ptr<AsciiArticle> FetchRecord(DatabaseIndex index, std::string_view key,
+                                          bool names_only) {
+  const auto value = FetchValue(index, key);
+  if (!value) return nullptr;
+  auto article = NewAsciiArticle();
+  if (article && !ParseArticle(*value, *article, names_only)) article.reset();
+  return article;
+}
+
 }  // namespace
 
 std::unique_ptr<AsciiArticle> NewAsciiArticle() {
@@ -204,11 +213,7 @@ bool IsArticleValue(std::string_view value) {
 }
 
 std::unique_ptr<AsciiArticle> FetchArticleRecord(DatabaseIndex index, std::string_view key) {
-  const auto value = FetchValue(index, key);
-  if (!value) return nullptr;
-  auto article = NewAsciiArticle();
-  if (article && !ParseArticle(*value, *article, false)) article.reset();
-  return article;
+  return FetchRecord(index, key, false);
 }
 
 bool StoreArticle(AsciiArticle& article) {
@@ -227,7 +232,7 @@ std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id) {
 }
 
 std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id) {
-  return FetchArticle(message_id);
+  return FetchRecord(DatabaseIndex::kArticles, StringKey(message_id), true);
 }
 
 bool ArticleExists(std::string_view message_id) {

@@ -19,10 +19,12 @@ Node* ThreadOf(Node& node);
 // The first article at or after the node in pre-order.
 Node* FirstArticleFrom(Node* node);
 
-// Article nodes only; null at the ends. Of a subject node: its first article is the next one.
+// Article nodes only; null at the ends. Of the root and of a subject node: the first article below
+// it is the next one.
 Node* NextArticle(const Node& node);
 Node* PreviousArticle(const Node& node);
-// The first article of the next or previous thread; null at the ends.
+// The first article of the next or previous thread; null at the ends. Of the root: that of the
+// first thread is the next one.
 Node* NextThread(Node& node);
 Node* PreviousThread(Node& node);
 

@@ -1,29 +1,224 @@
 #include "thread/thread_tree.h"
 
-namespace quillet {
+#include <algorithm>
+#include <functional>
+#include <new>
 
-ThreadTree::ThreadTree() {}
-Node* ThreadTree::NewNode(NodeKind) {
-  return nullptr;
+#include "app/base/messages.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::size_t kFirstBuckets = 16;
+constexpr std::size_t kTextBlock = 16384;
+
+// Over the whole text: Message-IDs of one server may begin alike for long.
+std::uint32_t HashOf(std::string_view message_id) {
+  const std::uint64_t hash = std::hash<std::string_view>{}(message_id);
+  return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
-std::string_view ThreadTree::KeepText(std::string_view text) {
-  return text;
+
+std::uint32_t OwnArticles(const Node& node) {
+  return node.kind == NodeKind::kArticle ? 1 : 0;
 }
-std::size_t ThreadTree::MemoryUsed() const {
-  return 0;
+
+std::uint32_t OwnReadArticles(const Node& node) {
+  return node.kind == NodeKind::kArticle && node.read != 0 ? 1 : 0;
 }
-std::size_t ThreadTree::TextMemoryUsed() const {
-  return 0;
+
+void LowerCounts(Node* from, std::uint32_t articles, std::uint32_t read_articles) {
+  for (Node* node = from; node != nullptr; node = node->parent) {
+    node->descendantCount -= articles;
+    node->readDescendantCount -= read_articles;
+    UpdateReadOfGathering(*node);
+  }
 }
-void MessageIdIndex::Enter(Node&) {}
-void MessageIdIndex::Remove(const Node&) {}
-Node* MessageIdIndex::Find(std::string_view) const {
-  return nullptr;
+
+// The neighbours of `node` link to `first` and `last` in its place.
+void JoinNeighbours(Node& node, Node* first, Node* last) {
+  if (node.previousSibling != nullptr) {
+    node.previousSibling->nextSibling = first;
+  } else {
+    node.parent->firstChild = first;
+  }
+  if (node.nextSibling != nullptr) node.nextSibling->previousSibling = last;
 }
+
+void ClearLinks(Node& node) {
+  node.parent = nullptr;
+  node.nextSibling = nullptr;
+  node.previousSibling = nullptr;
+}
+
+}  // namespace
+
+// --- Message-IDs ---------------------------------------------------------------------------------
+
+// The link to the newest node of a Message-ID, or the null link at the end of its bucket.
+ArticleNode** MessageIdIndex::Slot(std::uint32_t hash, std::string_view message_id) {
+  ArticleNode** slot = &buckets_[hash & (buckets_.size() - 1)];
+  while (*slot != nullptr && ((*slot)->hash != hash || (*slot)->messageId != message_id)) {
+    slot = &(*slot)->nextInBucket;
+  }
+  return slot;
+}
+
+void MessageIdIndex::Grow() {
+  std::vector<ArticleNode*> larger(std::max(kFirstBuckets, buckets_.size() * 2));
+  for (ArticleNode* bucket : buckets_) {
+    while (bucket != nullptr) {
+      ArticleNode* node = bucket;
+      bucket = node->nextInBucket;
+      ArticleNode*& front = larger[node->hash & (larger.size() - 1)];
+      node->nextInBucket = front;
+      front = node;
+    }
+  }
+  buckets_.swap(larger);
+}
+
+void MessageIdIndex::Enter(Node& node) {
+  if (node.kind != NodeKind::kArticle || node.messageId.empty()) return;
+  auto& article = static_cast<ArticleNode&>(node);
+  if (article.indexed) return;
+  if (count_ == buckets_.size()) Grow();
+  article.hash = HashOf(article.messageId);
+  ArticleNode** slot = Slot(article.hash, article.messageId);
+  article.older = *slot;
+  article.newer = nullptr;
+  article.nextInBucket = nullptr;
+  article.indexed = true;
+  if (article.older != nullptr) {
+    article.older->newer = &article;
+    article.nextInBucket = article.older->nextInBucket;
+  } else {
+    ++count_;
+  }
+  *slot = &article;
+}
+
+void MessageIdIndex::Remove(const Node& node) {
+  if (node.kind != NodeKind::kArticle) return;
+  auto& article = const_cast<ArticleNode&>(static_cast<const ArticleNode&>(node));
+  if (!article.indexed) return;
+  article.indexed = false;
+  if (article.older != nullptr) article.older->newer = article.newer;
+  if (article.newer != nullptr) {
+    article.newer->older = article.older;
+    return;
+  }
+  ArticleNode** slot = Slot(article.hash, article.messageId);
+  if (article.older != nullptr) {
+    article.older->nextInBucket = article.nextInBucket;
+    *slot = article.older;
+  } else {
+    *slot = article.nextInBucket;
+    --count_;
+  }
+}
+
+Node* MessageIdIndex::Find(std::string_view message_id) const {
+  if (message_id.empty() || buckets_.empty()) return nullptr;
+  return *const_cast<MessageIdIndex*>(this)->Slot(HashOf(message_id), message_id);
+}
+
 std::size_t MessageIdIndex::MemoryUsed() const {
-  return 0;
+  return buckets_.capacity() * sizeof(ArticleNode*);
 }
-void UnlinkNode(Node&) {}
-void ReplaceNodeByChildren(Node&) {}
+
+// --- Nodes and texts -----------------------------------------------------------------------------
+
+char* TextBlocks::NewBlock(std::size_t length) {
+  blocks_.push_back(std::make_unique_for_overwrite<char[]>(length));
+  held_ += length;
+  return blocks_.back().get();
+}
+
+char* TextBlocks::Room(std::size_t length) {
+  // A long text has a block of its own, so that the rest of the common one is not lost.
+  if (length > left_ && length > kTextBlock / 16) return NewBlock(length);
+  if (length > left_) {
+    free_ = NewBlock(kTextBlock);
+    left_ = kTextBlock;
+  }
+  char* room = free_;
+  free_ += length;
+  left_ -= length;
+  return room;
+}
+
+std::string_view TextBlocks::Keep(std::string_view text) {
+  if (text.empty()) return {};
+  if (text == last_) return last_;
+  char* room = Room(text.size());
+  std::copy(text.begin(), text.end(), room);
+  used_ += text.size();
+  last_ = {room, text.size()};
+  return last_;
+}
+
+template <class Made>
+Made& ThreadTree::NodeBlocks<Made>::Next() {
+  if (used == kBlockNodes) {
+    blocks.push_back(std::make_unique<Made[]>(kBlockNodes));
+    used = 0;
+  }
+  return blocks.back()[used++];
+}
+
+template <class Made>
+std::size_t ThreadTree::NodeBlocks<Made>::MemoryUsed() const {
+  return blocks.size() * kBlockNodes * sizeof(Made) + blocks.capacity() * sizeof(blocks[0]);
+}
+
+Node* ThreadTree::NewNode(NodeKind kind) {
+  try {
+    Node& node = kind == NodeKind::kArticle ? articles_.Next() : others_.Next();
+    node.kind = kind;
+    return &node;
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"NewNode");
+    return nullptr;
+  }
+}
+
+std::size_t ThreadTree::MemoryUsed() const {
+  return sizeof(*this) + articles_.MemoryUsed() + others_.MemoryUsed() + index_.MemoryUsed() +
+         (texts_.held() - texts_.used());
+}
+
+// --- Links and counts ----------------------------------------------------------------------------
+
+void UpdateReadOfGathering(Node& node) {
+  if (node.kind == NodeKind::kArticle) return;
+  node.read = node.descendantCount == node.readDescendantCount ? 1 : 0;
+}
+
+void UnlinkNode(Node& node) {
+  if (node.parent == nullptr) return;
+  JoinNeighbours(node, node.nextSibling, node.previousSibling);
+  LowerCounts(node.parent, node.descendantCount + OwnArticles(node),
+              node.readDescendantCount + OwnReadArticles(node));
+  ClearLinks(node);
+}
+
+void ReplaceNodeByChildren(Node& node) {
+  if (node.parent == nullptr) return;
+  if (node.firstChild == nullptr) return UnlinkNode(node);
+  Node* last = nullptr;
+  for (Node* child = node.firstChild; child != nullptr; child = child->nextSibling) {
+    child->parent = node.parent;
+    last = child;
+  }
+  node.firstChild->previousSibling = node.previousSibling;
+  last->nextSibling = node.nextSibling;
+  JoinNeighbours(node, node.firstChild, last);
+  LowerCounts(node.parent, OwnArticles(node), OwnReadArticles(node));
+  ClearLinks(node);
+  node.firstChild = nullptr;
+  node.descendantCount = 0;
+  node.readDescendantCount = 0;
+  UpdateReadOfGathering(node);
+}
 
 }  // namespace quillet

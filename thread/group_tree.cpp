@@ -1,0 +1,91 @@
+#include <new>
+#include <unordered_set>
+#include <vector>
+
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "store/chains.h"
+#include "store/databases.h"
+#include "store/records.h"
+#include "thread/builder.h"
+
+namespace quillet {
+namespace {
+
+// Chain numbers fall from one record to the next; in a damaged chain they may lead in a circle.
+class PassedNumbers {
+ public:
+  // False when the number was passed before.
+  bool Pass(std::uint32_t number) {
+    if (all_.empty() && (numbers_.empty() || number < numbers_.back())) {
+      numbers_.push_back(number);
+      return true;
+    }
+    if (all_.empty()) all_.insert(numbers_.begin(), numbers_.end());
+    return all_.insert(number).second;
+  }
+
+ private:
+  std::vector<std::uint32_t> numbers_;
+  std::unordered_set<std::uint32_t> all_;  // from the first number on that did not fall
+};
+
+// Not while the databases are closed or have failed: then nothing can be known to be missing.
+bool KnownToBeMissing(std::string_view message_id) {
+  return DatabasesOpen() && !gDatabaseErrorFlag && !ArticleExists(message_id) &&
+         !gDatabaseErrorFlag;
+}
+
+bool AddToTree(ThreadBuilder& builder, std::u16string_view group_name, const GDBMGroup& record) {
+  const auto article = FetchArticleNames(record.messageId);
+  if (article == nullptr) {
+    if (KnownToBeMissing(record.messageId)) RemoveFromGroupChain(group_name, record.number);
+    return true;
+  }
+  return builder.Add({.messageId = record.messageId,
+                      .parentId = *article->parentId,
+                      .subject = *article->subject,
+                      .source = *article->source,
+                      .from = *article->from,
+                      .articleNumber = static_cast<std::int32_t>(article->articleNumber),
+                      .read = article->read != 0,
+                      .chainNumber = record.number});
+}
+
+// False when it was stopped before the end.
+bool ReadChain(ThreadBuilder& builder, std::u16string_view group_name,
+               const BuildProgress& progress) {
+  PassedNumbers passed;
+  for (auto record = GroupChainFirst(group_name); record; record = GroupChainNext()) {
+    if (AbortRequested()) return false;
+    if (!passed.Pass(record->number)) return true;
+    if (progress) progress(1);
+    if (!AddToTree(builder, group_name, *record)) return false;
+  }
+  return true;
+}
+
+ThreadOptions OptionsOfPrefs() {
+  if (!gPrefs) return {};
+  return {gPrefs->usethreading != 0, gPrefs->reversethread != 0};
+}
+
+}  // namespace
+
+BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress) {
+  ThreadBuilder builder(OptionsOfPrefs());
+  bool stopped = false;
+  try {
+    stopped = !ReadChain(builder, group_name, progress);
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"BuildNodeTree");
+    stopped = true;
+  }
+  BuiltTree built;
+  built.tree = builder.Finish(progress, [&] { return stopped = stopped || AbortRequested(); });
+  built.complete = built.tree != nullptr && !stopped;
+  return built;
+}
+
+}  // namespace quillet
