@@ -17,9 +17,4 @@ void QtArticlePanes::ScrollViewer(port::ScrollStep) {}
 void QtArticlePanes::CopyFromViewer() {}
 void QtArticlePanes::FocusViewer() {}
 
-std::optional<std::u16string> QtFileDialogs::SaveFile(port::WindowHandle,
-                                                      const port::SaveFileTraits&) {
-  return display_.main == nullptr ? std::optional(std::u16string()) : std::nullopt;
-}
-
 }  // namespace quillet::qt

@@ -1,8 +1,7 @@
-// The article view's panes and the file dialogs on the toolkit.
+// The article panes service on the toolkit.
 #pragma once
 
 #include "port/article_panes.h"
-#include "port/file_dialogs.h"
 #include "qt/display.h"
 
 namespace quillet::qt {
@@ -21,17 +20,6 @@ class QtArticlePanes final : public port::ArticlePanes {
   void ScrollViewer(port::ScrollStep step) override;
   void CopyFromViewer() override;
   void FocusViewer() override;
-
- private:
-  Display& display_;
-};
-
-class QtFileDialogs final : public port::FileDialogs {
- public:
-  explicit QtFileDialogs(Display& display) : display_(display) {}
-
-  std::optional<std::u16string> SaveFile(port::WindowHandle owner,
-                                         const port::SaveFileTraits& traits) override;
 
  private:
   Display& display_;

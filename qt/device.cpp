@@ -27,8 +27,14 @@ QtDevice::QtDevice(port::ThreadQueues& queues)
 QtDevice::~QtDevice() {
   jobs_.Close();
   for (QMessageBox* box : boxes_.OpenBoxes()) delete box;
+  delete file_dialogs_.OpenDialog();
   // Dialogs over the main window are deleted with it.
   for (const auto& [handle, window] : display_.windows) delete window;
+}
+
+void QtDevice::AnswerAll() {
+  boxes_.AnswerAll();
+  file_dialogs_.AnswerAll();
 }
 
 int QtDevice::Run(const std::function<int()>& program) {

@@ -10,6 +10,7 @@
 #include "qt/article_services.h"
 #include "qt/dialogs.h"
 #include "qt/display.h"
+#include "qt/file_dialogs.h"
 #include "qt/job_queue.h"
 #include "qt/key_filter.h"
 #include "qt/message_boxes.h"
@@ -41,6 +42,10 @@ class QtDevice {
   }
   JobQueue& jobs() { return jobs_; }
   Display& display() { return display_; }
+
+  // The session ends: every open box and file dialog is answered as Escape would, and so is every
+  // later one. Any thread.
+  void AnswerAll();
 
   // Runs `program` on a thread of its own, which becomes the program thread, and the event loop
   // here until it returns; its result. Display thread.

@@ -38,7 +38,7 @@ int RunQuilletOn(QtDevice& device, port::LinuxServices& services) {
   services.Attach(device.Services());
   services.SetOnEndSession([&device] {
     BeginSessionEnd();
-    device.boxes().AnswerAll();
+    device.AnswerAll();
   });
   const auto session = QObject::connect(
       qApp, &QGuiApplication::commitDataRequest, qApp,

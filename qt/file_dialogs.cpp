@@ -1,0 +1,103 @@
+#include "qt/file_dialogs.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "qt/text.h"
+
+namespace quillet::qt {
+namespace {
+
+QString FirstFolder() {
+  const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+  return QFileInfo(documents).isDir() ? documents : QDir::homePath();
+}
+
+QString NameFilter(const port::SaveFileTraits& traits) {
+  const QString text = ToQt(traits.filter_text);
+  const QString pattern = QStringLiteral("(%1)").arg(ToQt(traits.filter_pattern));
+  return text.endsWith(pattern) ? text : text + QLatin1Char(' ') + pattern;
+}
+
+// Small screens have no room for the list of places beside the files.
+void FitToScreen(QFileDialog& dialog) {
+  const QSize screen = WorkAreaOf(&dialog).size();
+  if (screen.isEmpty()) return;
+  dialog.setMaximumSize(screen);
+  if (dialog.sizeHint().width() <= screen.width()) return;
+  for (QWidget* widget : dialog.findChildren<QWidget*>(QStringLiteral("sidebar"))) widget->hide();
+  dialog.resize(screen);
+}
+
+QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
+                           const QString& folder) {
+  auto* dialog = new QFileDialog(owner, ToQt(traits.title), folder);
+  dialog->setAccessibleName(ToQt(traits.title));
+  dialog->setAcceptMode(QFileDialog::AcceptSave);
+  dialog->setFileMode(QFileDialog::AnyFile);
+  // The program creates the file new and says itself when there is one already.
+  dialog->setOption(QFileDialog::DontConfirmOverwrite);
+  dialog->setNameFilter(NameFilter(traits));
+  dialog->setDefaultSuffix(ToQt(traits.default_extension));
+  dialog->selectFile(ToQt(traits.default_name));
+  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  FitToScreen(*dialog);
+  return dialog;
+}
+
+QString ChosenPath(const QFileDialog& dialog, int result) {
+  const QStringList files = dialog.selectedFiles();
+  if (result != QDialog::Accepted || files.isEmpty()) return {};
+  return QDir::toNativeSeparators(QFileInfo(files.front()).absoluteFilePath());
+}
+
+}  // namespace
+
+std::optional<std::u16string> QtFileDialogs::SaveFile(port::WindowHandle owner,
+                                                      const port::SaveFileTraits& traits) {
+  const auto path = std::make_shared<QString>();
+  display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
+    if (answer_all_) {
+      completion->Finish();
+      return;
+    }
+    Open(owner, traits, [path, completion](const QString& chosen) {
+      *path = chosen;
+      completion->Finish();
+    });
+  });
+  if (path->isEmpty()) return std::nullopt;
+  return FromQt(*path);
+}
+
+void QtFileDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
+                         const std::function<void(const QString& path)>& answered) {
+  const QString folder = last_folder_.isEmpty() ? FirstFolder() : last_folder_;
+  auto* dialog = NewSaveDialog(display_.WidgetOf(owner), traits, folder);
+  open_ = dialog;
+  const auto answer_once = [answered, done = std::make_shared<bool>(false)](const QString& path) {
+    if (!std::exchange(*done, true)) answered(path);
+  };
+  QObject::connect(dialog, &QDialog::finished, dialog, [this, dialog, answer_once](int result) {
+    const QString path = ChosenPath(*dialog, result);
+    if (!path.isEmpty()) last_folder_ = QFileInfo(path).absolutePath();
+    answer_once(path);
+    dialog->deleteLater();
+  });
+  // The owner may be destroyed under the dialog; the caller must not wait for ever.
+  QObject::connect(dialog, &QObject::destroyed, [answer_once] { answer_once({}); });
+  dialog->show();
+}
+
+void QtFileDialogs::AnswerAll() {
+  answer_all_ = true;
+  display_.jobs.Post([this] {
+    if (open_) open_->reject();
+  });
+}
+
+}  // namespace quillet::qt
