@@ -35,6 +35,7 @@ QtDevice::~QtDevice() {
 void QtDevice::AnswerAll() {
   boxes_.AnswerAll();
   file_dialogs_.AnswerAll();
+  pop_ups_.DismissAll();
 }
 
 int QtDevice::Run(const std::function<int()>& program) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qt/row_steps.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -250,13 +251,7 @@ void GroupTable::keyPressEvent(QKeyEvent* event) {
     activated_(row);
     return;
   }
-  // Nothing is selected yet: the first step goes to the row that has the focus, not past it.
-  const bool step = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
-  if (plain && row < 0 && step && currentIndex().isValid()) {
-    selectionModel()->select(currentIndex(),
-                             QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    return;
-  }
+  if (FirstStepSelects(*this, *event)) return;
   QTreeView::keyPressEvent(event);
 }
 

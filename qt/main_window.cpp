@@ -130,14 +130,21 @@ QWidget* MainWindow::NewGroupPane() {
   return group_pane_;
 }
 
+QWidget* MainWindow::NewThreadPane() {
+  threads_ =
+      new ThreadPane([this](port::TreeItem item) { Post(port::MessageKind::kItemActivated, item); },
+                     [this](port::TreeItem item) { Post(port::MessageKind::kContextMenu, item); });
+  threads_->setStyle(style());
+  return threads_;
+}
+
 void MainWindow::CreateTabs(port::TabPlacement placement) {
   delete tabs_;
   delete list_;
   margin_ = QSize(0, 0);
   tabs_ = new TabControl(
       placement,
-      {NewGroupPane(), NewEmptyPane(QStringLiteral("Threads")),
-       NewEmptyPane(QStringLiteral("Article"))},
+      {NewGroupPane(), NewThreadPane(), NewEmptyPane(QStringLiteral("Article"))},
       [this](int old_tab, int new_tab) {
         ShowBarOf(new_tab);
         const auto old_id = static_cast<std::uint32_t>(old_tab);

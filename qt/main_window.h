@@ -15,6 +15,7 @@
 #include "port/windows.h"
 #include "qt/group_table.h"
 #include "qt/image_tabs.h"
+#include "qt/thread_pane.h"
 
 namespace quillet::qt {
 
@@ -39,8 +40,9 @@ class MainWindow final : public QMainWindow {
 
   void CreateGroupList(std::span<const port::ListColumn, 2> columns, std::u16string_view face,
                        int font_size_index);
-  GroupTable* GroupList() const { return list_; }  // null before CreateGroupList
-  TabControl* Tabs() const { return tabs_; }       // null before CreateTabs
+  GroupTable* GroupList() const { return list_; }   // null before CreateGroupList
+  TabControl* Tabs() const { return tabs_; }        // null before CreateTabs
+  ThreadPane* Threads() const { return threads_; }  // null before CreateTabs
   QWidget* ViewButtons() const { return buttons_; }
 
  protected:
@@ -54,6 +56,7 @@ class MainWindow final : public QMainWindow {
   void InsideResized(QSize size);
   void PlaceTabs();
   QWidget* NewGroupPane();
+  QWidget* NewThreadPane();
 
   const port::WindowHandle handle_;
   const PostMessage post_;
@@ -62,6 +65,7 @@ class MainWindow final : public QMainWindow {
   QPointer<TabControl> tabs_;
   QPointer<QWidget> group_pane_;
   QPointer<GroupTable> list_;
+  QPointer<ThreadPane> threads_;
   QPointer<QLabel> status_;
   QPointer<QWidget> buttons_;
   QSize margin_{0, 0};  // what the tab control leaves free of the inside, at the right and below

@@ -1,23 +1,124 @@
 #include "qt/tree_services.h"
 
+#include <QAction>
+#include <QApplication>
+#include <memory>
+#include <utility>
+
+#include "qt/fonts.h"
+#include "qt/text.h"
+
 namespace quillet::qt {
 
-void QtTreeView::CreateTree(std::u16string_view, std::u16string_view, int) {}
-bool QtTreeView::TreeCreated() {
-  return display_.main == nullptr;
+template <class Action>
+void QtTreeView::WithPane(const Action& action) {
+  display_.jobs.Call([&] {
+    if (display_.main && display_.main->Threads() != nullptr) action(*display_.main->Threads());
+  });
 }
-void QtTreeView::FillTree(std::vector<port::TreeRow>) {}
-void QtTreeView::ReplaceSubtree(port::TreeItem, std::vector<port::TreeRow>) {}
-void QtTreeView::SetLabels(std::vector<port::TreeLabel>) {}
-void QtTreeView::SelectItem(port::TreeItem) {}
-port::TreeItem QtTreeView::SelectedItem() {
-  return 0;
-}
-void QtTreeView::SetCaption(std::u16string_view) {}
-void QtTreeView::FocusTree() {}
 
-std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle, const std::vector<port::PopUpEntry>&) {
-  return display_.main == nullptr ? 1 : 0;
+template <class Action>
+void QtTreeView::WithTree(const Action& action) {
+  WithPane([&](ThreadPane& pane) {
+    if (pane.Tree() != nullptr) action(*pane.Tree());
+  });
+}
+
+void QtTreeView::CreateTree(std::u16string_view name, std::u16string_view font_face,
+                            int font_size_index) {
+  WithPane([&](ThreadPane& pane) {
+    pane.CreateTree(ToQt(name), FontFor(font_face, font_size_index, QApplication::font()));
+  });
+}
+
+bool QtTreeView::TreeCreated() {
+  bool created = false;
+  WithTree([&](const ThreadTree&) { created = true; });
+  return created;
+}
+
+void QtTreeView::FillTree(std::vector<port::TreeRow> rows) {
+  WithTree([&](ThreadTree& tree) { tree.Fill(std::move(rows)); });
+}
+
+void QtTreeView::ReplaceSubtree(port::TreeItem item, std::vector<port::TreeRow> rows) {
+  WithTree([&](ThreadTree& tree) { tree.Replace(item, std::move(rows)); });
+}
+
+void QtTreeView::SetLabels(std::vector<port::TreeLabel> labels) {
+  WithTree([&](ThreadTree& tree) { tree.SetLabels(std::move(labels)); });
+}
+
+void QtTreeView::SelectItem(port::TreeItem item) {
+  WithTree([&](ThreadTree& tree) { tree.Select(item); });
+}
+
+port::TreeItem QtTreeView::SelectedItem() {
+  port::TreeItem item = 0;
+  WithTree([&](const ThreadTree& tree) { item = tree.Selected(); });
+  return item;
+}
+
+void QtTreeView::SetCaption(std::u16string_view text) {
+  WithPane([&](ThreadPane& pane) { pane.SetCaption(ToQt(text)); });
+}
+
+void QtTreeView::FocusTree() {
+  WithTree([](ThreadTree& tree) { tree.setFocus(); });
+}
+
+std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle owner,
+                                      const std::vector<port::PopUpEntry>& entries) {
+  const auto chosen = std::make_shared<std::uint32_t>(0);
+  display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
+    if (dismiss_all_ || entries.empty() || !display_.main) {
+      completion->Finish();
+      return;
+    }
+    Open(owner, entries, [chosen, completion](std::uint32_t command) {
+      *chosen = command;
+      completion->Finish();
+    });
+  });
+  return *chosen;
+}
+
+// A menu hides before it tells what was chosen: only what has not been answered by the next turn
+// of the event loop was dismissed.
+void QtPopUpMenus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
+                        const std::function<void(std::uint32_t command)>& answered) {
+  QWidget* over = display_.WidgetOf(owner);
+  auto* menu = new QMenu(over != nullptr ? over : display_.main.data());
+  menu->setAccessibleName(QStringLiteral("Menu of the selected row"));
+  for (const port::PopUpEntry& entry : entries) {
+    menu->addAction(ToQt(entry.text))->setData(entry.command);
+  }
+  const auto answer_once = [answered, done = std::make_shared<bool>(false)](std::uint32_t command) {
+    if (!std::exchange(*done, true)) answered(command);
+  };
+  QObject::connect(menu, &QMenu::triggered, menu,
+                   [answer_once](const QAction* action) { answer_once(action->data().toUInt()); });
+  QObject::connect(
+      menu, &QMenu::aboutToHide, menu,
+      [answer_once, menu] {
+        answer_once(0);
+        menu->deleteLater();
+      },
+      Qt::QueuedConnection);
+  // The owner may be destroyed under the menu; the caller must not wait for ever.
+  QObject::connect(menu, &QObject::destroyed, [answer_once] { answer_once(0); });
+  menu_ = menu;
+  const ThreadPane* pane = display_.main->Threads();
+  const MenuPlace where = pane != nullptr ? pane->LastMenuPlace() : MenuPlace{};
+  menu->popup(where.place);
+  if (where.by_key) menu->setActiveAction(menu->actions().front());
+}
+
+void QtPopUpMenus::DismissAll() {
+  dismiss_all_ = true;
+  display_.jobs.Post([this] {
+    if (menu_) menu_->close();
+  });
 }
 
 }  // namespace quillet::qt

@@ -1,6 +1,12 @@
 // The thread tree and pop-up menu services on the toolkit.
 #pragma once
 
+#include <QMenu>
+#include <QPointer>
+#include <atomic>
+#include <functional>
+#include <vector>
+
 #include "port/pop_up_menus.h"
 #include "port/tree_view.h"
 #include "qt/display.h"
@@ -23,6 +29,11 @@ class QtTreeView final : public port::TreeView {
   void FocusTree() override;
 
  private:
+  template <class Action>
+  void WithPane(const Action& action);
+  template <class Action>
+  void WithTree(const Action& action);
+
   Display& display_;
 };
 
@@ -33,8 +44,19 @@ class QtPopUpMenus final : public port::PopUpMenus {
   std::uint32_t ShowPopUp(port::WindowHandle owner,
                           const std::vector<port::PopUpEntry>& entries) override;
 
+  // Dismisses the open menu and every later one. Any thread.
+  void DismissAll();
+
+  // The menu on the screen, null for none. Display thread.
+  QMenu* OpenMenu() const { return menu_ && menu_->isVisible() ? menu_.data() : nullptr; }
+
  private:
+  void Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
+            const std::function<void(std::uint32_t command)>& answered);
+
   Display& display_;
+  std::atomic<bool> dismiss_all_ = false;
+  QPointer<QMenu> menu_;  // display thread
 };
 
 }  // namespace quillet::qt
