@@ -218,25 +218,32 @@ std::unique_ptr<GDBMGroup> GroupChainNext() {
   const std::uint32_t number = gCursor.number;
   gCursor.number = 0;
   if (number == 0 || gCursor.guard.Closes(number)) return nullptr;
+  auto record = ReadChainRecord(number);
+  if (record) gCursor.number = record->next;
+  return record;
+}
+
+std::unique_ptr<GDBMGroup> ReadChainRecord(std::uint32_t number) {
+  if (number == 0) return nullptr;
   const auto value = FetchValue(kGroups, NumberKey(number));
   if (!value) return nullptr;
   auto record = NewGDBMGroupPtr();
   if (!record || !ParseGroup(*value, *record)) return nullptr;
   record->number = number;
-  gCursor.number = record->next;
   return record;
 }
 
-void RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number) {
+bool RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number) {
   // The neighbours first and the record last: a writer killed in between leaves a chain that can
   // still be walked to its end.
   if (const auto record = FetchChainRecord(number)) {
     auto before = FetchBefore(group_name, *record);
     auto after = FetchChainRecord(record->next());
     if (after) after->Put(kPreviousOffset, before ? before->number : record->previous());
-    if (before && !before->Put(kNextOffset, record->next())) return;
+    if (before && !before->Put(kNextOffset, record->next())) return false;
   }
   DeleteValue(kGroups, NumberKey(number));
+  return true;
 }
 
 }  // namespace quillet

@@ -32,7 +32,10 @@ std::string GroupKey(std::u16string_view group_name);
 bool AddArticleToGroup(std::u16string_view group_name, std::string_view message_id);
 std::unique_ptr<GDBMGroup> GroupChainFirst(std::u16string_view group_name);
 std::unique_ptr<GDBMGroup> GroupChainNext();
-void RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number);
+// The chain record of that number, on whatever group's chain; null when there is none.
+std::unique_ptr<GDBMGroup> ReadChainRecord(std::uint32_t number);
+// False when the record before it could not be written: it is still on the chain then.
+bool RemoveFromGroupChain(std::u16string_view group_name, std::uint32_t number);
 std::uint32_t NextChainNumber();
 // Other files were opened: what is remembered of the counter does not belong to them.
 void ForgetChainCounter();

@@ -133,4 +133,17 @@ void SetArticleRead(AsciiArticle& article, Node* node, bool read, std::size_t gr
   AdjustReadCount(group_index, read);
 }
 
+bool SetNodeReadAlone(Node& node, bool read, std::size_t group_index) {
+  const bool was_read = node.read != 0;
+  if (was_read == read && IsArticleRead(node.messageId) == read) return true;
+  const auto article = node.messageId.empty() ? nullptr : FetchArticle(node.messageId);
+  if (!article) return true;
+  article->read = read ? 1 : 0;
+  if (!StoreArticle(*article)) return false;
+  if (was_read == read) return true;
+  node.read = article->read;
+  AdjustReadCount(group_index, read);
+  return true;
+}
+
 }  // namespace quillet

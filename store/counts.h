@@ -33,5 +33,9 @@ std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read)
 void SetArticleReadById(std::string_view message_id, Node* node, bool read,
                         std::size_t group_index);
 void SetArticleRead(AsciiArticle& article, Node* node, bool read, std::size_t group_index);
+// One step of marking many: as SetArticleReadById for the node's article, but the counts of the
+// nodes above are left to the caller, who makes them anew once at the end. False when the article
+// could not be stored.
+bool SetNodeReadAlone(Node& node, bool read, std::size_t group_index);
 
 }  // namespace quillet

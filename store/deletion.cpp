@@ -3,7 +3,9 @@
 #include <vector>
 
 #include "app/base/long_operation.h"
+#include "app/base/messages.h"
 #include "app/base/prefs.h"
+#include "app/base/views.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
@@ -29,33 +31,45 @@ std::uint32_t CountToDelete(const Deletion& deletion, const ReadInfo& info) {
   return deletion.only_read ? info.readCount : info.totalCount;
 }
 
+void ClearShownTree() {
+  if (gShownTree.clear != nullptr) gShownTree.clear();
+}
+
 // Counts that were wrong stop at 0: a total that wrapped would be trusted for good.
 void LowerCount(std::uint32_t& count) {
   if (count > 0) --count;
 }
 
-// True when the article was deleted.
-bool DeleteOne(const Deletion& deletion, std::size_t group, const GDBMGroup& record) {
-  const bool was_read = IsArticleRead(record.messageId);
-  if (deletion.only_read && !was_read) return false;
-  ReadInfo& info = *gReadInfo[group];
-  DeleteArticle(record.messageId);
-  RemoveFromGroupChain(info.groupName, record.number);
-  if (was_read) LowerCount(info.readCount);
-  LowerCount(info.totalCount);
-  UpdateGlobalGDBMArticleCountCache(group);
-  return true;
+bool IsShown(std::size_t group) {
+  return gShownTree.group != nullptr && gShownTree.group() == static_cast<int>(group);
+}
+
+// Asks the store alone: what is shown of the group may be out of date.
+void DeleteOnChain(const Deletion& deletion, std::size_t group) {
+  std::uint64_t done = 0;
+  auto record = GroupChainFirst(gReadInfo[group]->groupName);
+  for (; record && !AbortRequested(); record = GroupChainNext()) {
+    const bool read = IsArticleRead(record->messageId);
+    if (deletion.only_read && !read) continue;
+    if (DeleteGroupArticle(group, *record, read)) {
+      SetProgressPosition(++done);
+    } else {
+      ReportError(u"unable to delete article", u"DeleteArticles");
+      RequestAbort();
+    }
+  }
 }
 
 void DeleteInGroup(const Deletion& deletion, std::size_t group) {
-  const std::u16string name = gReadInfo[group]->groupName;
   SetProgressRange(CountToDelete(deletion, *gReadInfo[group]));
-  std::uint64_t done = 0;
-  auto record = GroupChainFirst(name);
-  while (record && !AbortRequested()) {
-    if (DeleteOne(deletion, group, *record)) SetProgressPosition(++done);
-    record = GroupChainNext();
+  const bool shown = IsShown(group);
+  if (shown && deletion.only_read && !gThreadRebuildPending && gShownTree.delete_read != nullptr) {
+    return gShownTree.delete_read();
   }
+  // Until it is cleared or built anew, the tree names articles that have gone.
+  if (shown) gThreadRebuildPending = true;
+  DeleteOnChain(deletion, group);
+  if (shown && !deletion.only_read && !AbortRequested()) ClearShownTree();
 }
 
 int RunDeletion(const Deletion& deletion) {
@@ -84,6 +98,7 @@ std::vector<std::size_t> CheckedGroups() {
 int DeleteEverything() {
   DeleteDatabases(gPendingPostCount == 0);
   ReopenDatabases();
+  ClearShownTree();
   return 1;
 }
 
@@ -102,6 +117,18 @@ bool CountsReady() {
 }
 
 }  // namespace
+
+// The chain record first: while it stays, the article stays whole and counted.
+bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read) {
+  if (group_index >= gReadInfo.size()) return false;
+  ReadInfo& info = *gReadInfo[group_index];
+  if (!RemoveFromGroupChain(info.groupName, record.number)) return false;
+  if (!record.messageId.empty()) DeleteArticle(record.messageId);
+  if (was_read) LowerCount(info.readCount);
+  LowerCount(info.totalCount);
+  UpdateGlobalGDBMArticleCountCache(group_index);
+  return true;
+}
 
 int DeleteArticles(bool only_read, int group_index) {
   if (!gPrefs || gPrefs->numgroups == 0) return 1;

@@ -8,6 +8,8 @@
 
 namespace quillet {
 
+struct GDBMGroup;
+
 std::u16string FormatByteSize(std::uint32_t bytes);
 
 // Whole percentage in use: 100 - free percentage, the free one truncated. `total_bytes` 0 is 0.
@@ -18,8 +20,13 @@ bool StoreHasRoom();
 
 constexpr int kCheckedGroups = -1;
 // Deletes the read or all articles of one group, or of the groups checked in the group list.
-// Non-zero when it ran to the end, 0 after an abort.
+// Non-zero when it ran to the end, 0 after an abort or when the store refused to go on. A tree that
+// is shown goes with it (store/shown_tree.h).
 int DeleteArticles(bool only_read, int group_index);
+// Deletes one article of a group: its chain record, which names it, its own record (without a
+// Message-ID it has none of its own), and lowers the counts with their cache. False when the store
+// keeps the chain record: nothing was changed then.
+bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read);
 
 enum class RewriteMode { kCompact = 0, kCompress = 1, kUncompress = 2 };
 // The operation under CompactDatabases and CompressAllArticles.
