@@ -1,13 +1,149 @@
 #include "thread/deletion.h"
 
-namespace quillet {
+#include "app/base/app_messages.h"
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/views.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/maintenance.h"
+#include "thread/labels.h"
+#include "thread/moves.h"
+#include "thread/totals.h"
+#include "thread/view.h"
 
-Node* DeleteArticleNode(Node&) {
-  return nullptr;
+namespace quillet {
+namespace {
+
+// Threads of up to so many articles go without a progress dialog.
+constexpr std::uint32_t kDeletedAtOnce = 100;
+
+bool Stopped() {
+  return OperationRunning() && AbortRequested();
 }
-Node* DeleteThreadNode(Node&) {
-  return nullptr;
+
+bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
+  const auto group = static_cast<std::size_t>(gThreadGroup);
+  return record.messageId == node.messageId && group < gReadInfo.size() &&
+         record.groupName == gReadInfo[group]->groupName;
 }
-void DeleteReadNodes() {}
+
+// False when the store refuses, which is told. An article that the store has dropped behind the
+// tree's back counts as deleted.
+bool DeleteFromStore(const Node& node) {
+  const auto record = ReadChainRecord(node.chainNumber);
+  if (record && NamesArticleOf(*record, node)) {
+    const auto group = static_cast<std::size_t>(gThreadGroup);
+    if (DeleteGroupArticle(group, *record, node.read != 0)) return true;
+  } else if (DatabasesOpen() && !gDatabaseErrorFlag) {
+    gThreadRebuildPending = true;
+    return true;
+  }
+  ReportError(u"unable to delete article", u"DeleteArticleNode");
+  return false;
+}
+
+bool IsCurrent(const Node& node) {
+  return gCurrentArticle && gCurrentArticle->node == &node;
+}
+
+// The children take the node's place. The counts are left to SumUp: for an article deep in a long
+// chain of replies, lowering those above it would cost a walk to the root each time.
+void TakeOutUncounted(Node& node) {
+  Node* first = node.firstChild != nullptr ? node.firstChild : node.nextSibling;
+  Node* last = node.previousSibling;
+  for (Node* child = node.firstChild; child != nullptr; child = child->nextSibling) {
+    child->parent = node.parent;
+    last = child;
+  }
+  if (node.firstChild != nullptr) {
+    node.firstChild->previousSibling = node.previousSibling;
+    last->nextSibling = node.nextSibling;
+  }
+  if (node.previousSibling != nullptr) {
+    node.previousSibling->nextSibling = first;
+  } else {
+    node.parent->firstChild = first;
+  }
+  if (node.nextSibling != nullptr) node.nextSibling->previousSibling = last;
+  node.parent = node.firstChild = node.previousSibling = node.nextSibling = nullptr;
+}
+
+// Deletes all or the read articles below the node, with progress; true when it came to the end.
+bool DeleteBelow(Node& top, bool only_read) {
+  bool current_gone = false;
+  bool refused = false;
+  std::uint64_t done = 0;
+  for (Node* node = NextNode(top, &top); node != nullptr && !refused && !Stopped();) {
+    Node& candidate = *node;
+    node = NextNode(*node, &top);
+    if (candidate.kind != NodeKind::kArticle || (only_read && candidate.read == 0)) continue;
+    refused = !DeleteFromStore(candidate);
+    if (refused) break;
+    current_gone = current_gone || IsCurrent(candidate);
+    gThreadTree->index().Remove(candidate);
+    TakeOutUncounted(candidate);
+    SetProgressPosition(++done);
+  }
+  SumUp(top);
+  if (current_gone) ClearArticleView();
+  return !refused && !Stopped();
+}
+
+void ShowChangedThread(Node& thread) {
+  if (thread.descendantCount > 0) return BuildTreeView(thread, true);
+  UnlinkNode(thread);
+  TakeOutOfTreeControl(thread);
+  ShowThreadCaption();
+}
+
+}  // namespace
+
+Node* DeleteArticleNode(Node& node) {
+  if (node.kind == NodeKind::kSubject) return DeleteThreadNode(node);
+  Node* thread = ThreadOf(node);
+  if (!gThreadTree || thread == nullptr) return nullptr;
+  Node* next = NextArticle(node);
+  if (!DeleteFromStore(node)) return &node;
+  gThreadTree->index().Remove(node);
+  ReplaceNodeByChildren(node);
+  ShowChangedThread(*thread);
+  if (IsCurrent(node)) ClearArticleView();
+  PostToMainWindow(kUserRefreshCounts);
+  return next;
+}
+
+Node* DeleteThreadNode(Node& node) {
+  Node* thread = ThreadOf(node);
+  if (!gThreadTree || thread == nullptr) return nullptr;
+  Node* next = NextThread(*thread);
+  const std::uint32_t articles = thread->descendantCount;
+  if (articles <= kDeletedAtOnce) {
+    DeleteBelow(*thread, false);
+  } else {
+    RunWithProgress(u"Deleting thread...", [thread, articles] {
+      SetProgressRange(articles);
+      return DeleteBelow(*thread, false) ? 1 : 0;
+    });
+  }
+  if (thread->descendantCount > 0) next = FirstArticleFrom(thread);
+  ShowChangedThread(*thread);
+  PostToMainWindow(kUserRefreshCounts);
+  return next;
+}
+
+void DeleteReadNodes() {
+  if (!gThreadTree) return;
+  Node& root = gThreadTree->root();
+  if (!DeleteBelow(root, true)) RequestAbort();
+  for (Node* thread = root.firstChild; thread != nullptr;) {
+    Node& candidate = *thread;
+    thread = thread->nextSibling;
+    if (candidate.descendantCount == 0) UnlinkNode(candidate);
+  }
+  BuildTreeView(root, false);
+  ShowThreadCaption();
+}
 
 }  // namespace quillet

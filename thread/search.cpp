@@ -1,16 +1,113 @@
 #include "thread/search.h"
 
-namespace quillet {
+#include "app/base/long_operation.h"
+#include "app/base/messages.h"
+#include "app/base/modal_dialog.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "thread/moves.h"
+#include "thread/progress_meter.h"
+#include "util/find_text.h"
+#include "util/text.h"
 
-bool AskFindChoices() {
-  return false;
+namespace quillet {
+namespace {
+
+using Text = std::optional<std::string> AsciiArticle::*;
+
+// In the order in which they are looked at.
+constexpr Text kHeaderTexts[] = {
+    &AsciiArticle::headers,  &AsciiArticle::subject, &AsciiArticle::from, &AsciiArticle::messageId,
+    &AsciiArticle::parentId, &AsciiArticle::source,  &AsciiArticle::date, &AsciiArticle::replyTo};
+
+void SetUpFindDialog(port::WindowHandle dialog) {
+  port::Dialogs& dialogs = gPlatform->dialogs;
+  dialogs.SetText(dialog, kControlFindText, Widen(gFind.text));
+  dialogs.SetChecked(dialog, kControlMatchCase, gFind.match_case);
+  dialogs.SetChecked(dialog, kControlWholeWord, gFind.whole_word);
+  dialogs.SetChecked(dialog, kControlSearchHeaders, gFind.in_headers);
+  dialogs.SelectText(dialog, kControlFindText);
 }
-bool ArticleMatches(const AsciiArticle&, const FindChoices&) {
-  return false;
+
+FindChoices TakeChoices(port::WindowHandle dialog) {
+  port::Dialogs& dialogs = gPlatform->dialogs;
+  return {Narrow(dialogs.GetText(dialog, kControlFindText)),
+          dialogs.IsChecked(dialog, kControlMatchCase),
+          dialogs.IsChecked(dialog, kControlWholeWord),
+          dialogs.IsChecked(dialog, kControlSearchHeaders)};
 }
-Node* SearchForward(Node*, const FindChoices&) {
+
+std::optional<int> FindDlgProc(port::WindowHandle dialog, const port::Message& message) {
+  const std::optional<int> result = EndOnOkOrCancel(dialog, message);
+  if (result == port::kIdOk) gFind = TakeChoices(dialog);
+  return result;
+}
+
+std::uint64_t CountArticlesFrom(Node* article) {
+  std::uint64_t articles = 0;
+  for (; article != nullptr; article = NextArticle(*article)) ++articles;
+  return articles;
+}
+
+// An article that has gone from the store meanwhile is passed over.
+Node* FirstMatch(Node* article, const FindChoices& find) {
+  ProgressMeter meter(CountArticlesFrom(article));
+  for (; article != nullptr && !AbortRequested(); article = NextArticle(*article)) {
+    const auto fetched = article->messageId.empty() ? nullptr : FetchArticle(article->messageId);
+    if (fetched && ArticleMatches(*fetched, find)) return article;
+    meter.Add(1);
+  }
   return nullptr;
 }
-void SearchAndShow(Node*) {}
+
+struct Outcome {
+  Node* found = nullptr;
+  bool aborted = false;
+};
+
+Outcome Search(Node* from, const FindChoices& find) {
+  Outcome outcome;
+  if (!gThreadTree || find.text.empty()) return outcome;
+  Node* first = NextArticle(from != nullptr ? *from : gThreadTree->root());
+  RunWithProgress(u"Searching...", [&] {
+    outcome.found = FirstMatch(first, find);
+    outcome.aborted = AbortRequested();
+    return 1;
+  });
+  return outcome;
+}
+
+}  // namespace
+
+bool AskFindChoices() {
+  return RunModalDialog(kDialogFind, SetUpFindDialog, FindDlgProc) == port::kIdOk;
+}
+
+bool ArticleMatches(const AsciiArticle& article, const FindChoices& find) {
+  const MatchOptions options{find.match_case, find.whole_word};
+  const auto holds = [&](Text text) {
+    return article.*text && HasMatch(*(article.*text), find.text, options);
+  };
+  if (find.in_headers) {
+    for (const Text text : kHeaderTexts) {
+      if (holds(text)) return true;
+    }
+  }
+  return holds(&AsciiArticle::body);
+}
+
+Node* SearchForward(Node* from, const FindChoices& find) {
+  return Search(from, find).found;
+}
+
+void SearchAndShow(Node* from) {
+  if (gFind.text.empty()) return;
+  const Outcome outcome = Search(from, gFind);
+  if (outcome.found != nullptr) {
+    if (gArticleView.display != nullptr) gArticleView.display(outcome.found, gFind.text);
+  } else if (!outcome.aborted) {
+    ShowMessage(u"Search string not found.");
+  }
+}
 
 }  // namespace quillet

@@ -1,29 +1,183 @@
 #include "thread/view.h"
 
-namespace quillet {
+#include <utility>
 
-void PrepareThreadView() {}
-void BuildThreadList(int, std::uint32_t) {}
-void ShowThreadView() {}
-void BuildTreeView(Node&, bool) {}
-void RefreshThreadLabels(Node&) {}
-void ClearThreadView() {}
-void ForgetThreadControl() {}
-std::u16string ThreadLabel(const Node&) {
-  return {};
+#include "app/base/app_messages.h"
+#include "app/base/prefs.h"
+#include "app/base/records.h"
+#include "app/base/views.h"
+#include "port/platform.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/shown_tree.h"
+#include "thread/builder.h"
+#include "thread/deletion.h"
+#include "thread/labels.h"
+#include "thread/moves.h"
+#include "thread/progress_meter.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+struct ThreadBuild {
+  int group_index = -1;
+  std::uint32_t total_count = 0;
+};
+
+int GroupOfShownTree() {
+  return gThreadTree ? gThreadGroup : -1;
 }
-std::u16string ThreadCaption(int) {
-  return {};
+
+std::uint32_t StoredArticles(int group_index) {
+  const auto index = static_cast<std::size_t>(group_index);
+  return index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0;
 }
-Node* SelectedNode() {
+
+void DropTree() {
+  if (gCurrentArticle) gCurrentArticle->node = nullptr;
+  gThreadTree.reset();
+  gThreadGroup = -1;
+}
+
+// Counts of a tree that lacks articles, because the store could not be read, say nothing.
+void CopyCounts(int group_index, const Node& root) {
+  const auto index = static_cast<std::size_t>(group_index);
+  if (index >= gReadInfo.size() || !DatabasesOpen() || gDatabaseErrorFlag) return;
+  ReadInfo& info = *gReadInfo[index];
+  if (info.totalCount == root.descendantCount && info.readCount == root.readDescendantCount) return;
+  info.totalCount = root.descendantCount;
+  info.readCount = root.readDescendantCount;
+  UpdateGlobalGDBMArticleCountCache(index);
+  PostToMainWindow(kUserRefreshCounts);
+}
+
+void TakeTree(std::unique_ptr<ThreadTree> tree, int group_index) {
+  gThreadTree = std::move(tree);
+  gThreadGroup = group_index;
+  gThreadRebuildPending = false;
+  if (!gCurrentArticle) return;
+  gCurrentArticle->node = gThreadTree->FindNodeByMessageId(gCurrentArticle->messageId.value_or(""));
+}
+
+int BuildAndShow(const ThreadBuild& build) {
+  ProgressMeter meter(std::uint64_t{4} * build.total_count);
+  // The items of the same group stay on the screen until the new ones replace them in one call, so
+  // that what the user has expanded stays expanded.
+  if (gThreadGroup != build.group_index) gPlatform->thread_tree.FillTree({});
+  DropTree();
+  const std::u16string name = gPrefs->groups[static_cast<std::size_t>(build.group_index)];
+  BuiltTree built = BuildNodeTree(name, [&](std::uint64_t units) { meter.Add(units); });
+  if (!built.tree) {
+    ClearThreadView();
+    return 1;
+  }
+  if (built.complete) CopyCounts(build.group_index, built.tree->root());
+  TakeTree(std::move(built.tree), build.group_index);
+  FillTreeControl(gThreadTree->root(), [&] { meter.Add(1); });
+  ShowThreadCaption();
+  return 1;
+}
+
+void CreateThreadControl() {
+  gPlatform->thread_tree.CreateTree(u"thread tree", gPrefs->threadfont,
+                                    static_cast<int>(gPrefs->threadfontsize));
+  ForgetShownLabels();
+  if (gThreadTree) FillTreeControl(gThreadTree->root(), {});
+}
+
+void BringTreeUpToDate() {
+  if (!IsGroupIndex(gCurrentGroup)) return ClearThreadView();
+  if (!gThreadTree || gThreadGroup != gCurrentGroup || gThreadRebuildPending) {
+    return BuildThreadList(gCurrentGroup, StoredArticles(gCurrentGroup));
+  }
+  RefreshThreadLabels(gThreadTree->root());
+  ShowThreadCaption();
+}
+
+}  // namespace
+
+void PrepareThreadView() {
+  gShownTree = {GroupOfShownTree, DeleteReadNodes, ClearThreadView};
+}
+
+bool IsGroupIndex(int group_index) {
+  return gPrefs && group_index >= 0 &&
+         static_cast<std::size_t>(group_index) < gPrefs->groups.size();
+}
+
+void BuildThreadList(int group_index, std::uint32_t total_count) {
+  if (!IsGroupIndex(group_index)) return;
+  const auto build = NewRecord<ThreadBuild>(u"BuildThreadList");
+  if (!build) return;
+  *build = {group_index, total_count};
+  RunWithProgress(gPrefs->usethreading != 0 ? u"Threading..." : u"Building article list...",
+                  [&build] { return BuildAndShow(*build); });
+}
+
+void ShowThreadView() {
+  SelectView(port::kThreadTab);
+  if (gPrefs && !gPlatform->thread_tree.TreeCreated()) CreateThreadControl();
+  BringTreeUpToDate();
+  if (gCurrentArticle && gCurrentArticle->node != nullptr) SelectNode(*gCurrentArticle->node);
+  gPlatform->thread_tree.FocusTree();
+}
+
+void ClearThreadView() {
+  const bool shows_article = gCurrentArticle && gCurrentArticle->node != nullptr;
+  DropTree();
+  if (shows_article) ClearArticleView();
+  gPlatform->thread_tree.FillTree({});
+  ForgetShownLabels();
+  ShowThreadCaption();
+}
+
+void ClearArticleView() {
+  if (gArticleView.clear != nullptr) gArticleView.clear();
+  gCurrentArticle.reset();
+}
+
+void ForgetThreadControl() {
+  ForgetShownLabels();
+}
+
+std::u16string ThreadCaption(int group_index) {
+  if (!IsGroupIndex(group_index)) return {};
+  const auto group = static_cast<std::size_t>(group_index);
+  const std::size_t server = gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver;
+  const std::size_t index = PerServerIndex(*gPrefs, server, group);
+  if (server >= gPrefs->numservers || index >= gPrefs->lastonserver.size() ||
+      index >= gPrefs->lastdownloaded.size()) {
+    return gPrefs->groups[group];
+  }
+  const std::uint32_t newest = gPrefs->lastonserver[index];
+  const std::uint32_t last = gPrefs->lastdownloaded[index];
+  return FormatWide(u"%s: %lu on server", gPrefs->groups[group], newest > last ? newest - last : 0);
+}
+
+void ShowThreadCaption() {
+  const bool shown = gThreadTree && gThreadTree->root().firstChild != nullptr;
+  gPlatform->thread_tree.SetCaption(shown && IsGroupIndex(gThreadGroup)
+                                        ? ThreadCaption(gThreadGroup)
+                                        : u"No threads, or no current group selected");
+}
+
+// --- Nodes of items ------------------------------------------------------------------------------
+
+Node* NodeOfItem(port::TreeItem item) {
+  if (!gThreadTree || item == 0) return nullptr;
+  for (Node* node = &gThreadTree->root(); node != nullptr; node = NextNode(*node)) {
+    if (node->treeItem == item) return node;
+  }
   return nullptr;
 }
-void SelectNode(const Node&) {}
-bool OpenSelectedNode() {
-  return false;
+
+Node* SelectedNode() {
+  return NodeOfItem(gPlatform->thread_tree.SelectedItem());
 }
-void HandleThreadItemActivated(port::TreeItem) {}
-void HandleThreadContextMenu(port::TreeItem) {}
-void HandleThreadCommand(std::uint32_t) {}
+
+void SelectNode(const Node& node) {
+  gPlatform->thread_tree.SelectItem(node.treeItem);
+}
 
 }  // namespace quillet

@@ -34,7 +34,16 @@ void ForgetThreadControl();
 std::u16string ThreadLabel(const Node& node);
 // "%s: %lu on server" or the group's name alone.
 std::u16string ThreadCaption(int group_index);
+// The caption of what is shown now.
+void ShowThreadCaption();
 
+// Whether the group list has such a group.
+bool IsGroupIndex(int group_index);
+// Empties the article view and drops the current article, also while there is no article view.
+void ClearArticleView();
+
+// The node of an item of the shown tree, or null.
+Node* NodeOfItem(port::TreeItem item);
 // The selected node; null when nothing is selected or no tree is shown.
 Node* SelectedNode();
 void SelectNode(const Node& node);

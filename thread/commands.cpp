@@ -1,0 +1,227 @@
+// The commands of the thread view, from its menu, its keys and its context menu.
+#include <array>
+#include <vector>
+
+#include "app/base/app_messages.h"
+#include "app/base/messages.h"
+#include "app/base/prefs.h"
+#include "app/base/views.h"
+#include "killfile/entry_dialog.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "store/counts.h"
+#include "store/maintenance.h"
+#include "thread/deletion.h"
+#include "thread/marking.h"
+#include "thread/moves.h"
+#include "thread/search.h"
+#include "thread/view.h"
+
+namespace quillet {
+namespace {
+
+bool TreeShown() {
+  return gThreadTree && gThreadGroup == gCurrentGroup && IsGroupIndex(gCurrentGroup);
+}
+
+// Nothing is done with nodes that may not stand for what the store holds.
+void ReplaceOutdatedTree() {
+  if (gThreadRebuildPending && TreeShown()) ShowThreadView();
+}
+
+bool Open(Node* node) {
+  Node* article = FirstArticleFrom(node);
+  if (article == nullptr || gArticleView.display == nullptr) return false;
+  gArticleView.display(article, "");
+  return true;
+}
+
+// --- Deleting ------------------------------------------------------------------------------------
+
+void DeleteInCurrentGroup(bool only_read, std::u16string_view question) {
+  if (!ConfirmAction(question, true)) return;
+  DeleteArticles(only_read, gCurrentGroup);
+  if (gThreadRebuildPending) ShowThreadView();
+  PostToMainWindow(kUserRefreshCounts);
+}
+void DeleteRead() {
+  DeleteInCurrentGroup(true, u"Really delete all read articles?");
+}
+void DeleteAll() {
+  DeleteInCurrentGroup(false, u"Really delete all articles?");
+}
+
+// The first article from the node on that the store still holds becomes the current one.
+void MakeCurrent(Node* node) {
+  ClearArticleView();
+  for (; node != nullptr && !gCurrentArticle; node = NextArticle(*node)) {
+    if (node->messageId.empty()) continue;
+    gCurrentArticle = FetchArticle(node->messageId);
+    if (gCurrentArticle) gCurrentArticle->node = node;
+  }
+  ShowThreadView();
+}
+
+void DeleteSelected(Node* (*remove)(Node&), std::u16string_view question) {
+  Node* node = SelectedNode();
+  if (node != nullptr && ConfirmAction(question, true)) MakeCurrent(remove(*node));
+}
+void DeleteSelectedArticle() {
+  DeleteSelected(DeleteArticleNode, u"Really delete selected article?");
+}
+void DeleteSelectedThread() {
+  DeleteSelected(DeleteThreadNode, u"Really delete selected thread?");
+}
+
+// --- Marking -------------------------------------------------------------------------------------
+
+void MarkAllRead() {
+  MarkNode(gThreadTree->root(), true);
+}
+void MarkAllUnread() {
+  MarkNode(gThreadTree->root(), false);
+}
+void MarkSelected(bool read) {
+  if (Node* node = SelectedNode()) MarkNode(*node, read);
+}
+void MarkSelectedRead() {
+  MarkSelected(true);
+}
+void MarkSelectedUnread() {
+  MarkSelected(false);
+}
+
+void SetDownloadPosition(std::size_t server, bool read) {
+  const std::size_t index =
+      PerServerIndex(*gPrefs, server, static_cast<std::size_t>(gCurrentGroup));
+  if (index >= gPrefs->lastdownloaded.size() || index >= gPrefs->lastonserver.size()) return;
+  gPrefs->lastdownloaded[index] = read ? gPrefs->lastonserver[index] : 0;
+}
+
+void MarkServer(bool read, std::u16string_view caption, std::u16string_view question) {
+  const int answer = ShowBox(gMessageOwner, caption, question, {port::BoxButtons::kYesNoCancel});
+  if (answer == port::kIdYes) {
+    for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
+      SetDownloadPosition(server, read);
+    }
+  } else if (answer == port::kIdNo) {
+    SetDownloadPosition(gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver, read);
+  }
+  ShowThreadCaption();
+}
+void MarkServerRead() {
+  MarkServer(true, u"Mark Server Read", u"Catch up to all news servers for this group?");
+}
+void MarkServerUnread() {
+  MarkServer(false, u"Mark Server Unread", u"Reset all news server counts for this group?");
+}
+
+// --- The rest ------------------------------------------------------------------------------------
+
+void AddGroupToKillfile() {
+  OpenKillfileEntryDialog(gCurrentGroup, "", "");
+}
+
+// A node has the author and the subject of its article.
+void AddSelectedToKillfile() {
+  const Node* node = SelectedNode();
+  if (node != nullptr) OpenKillfileEntryDialog(gCurrentGroup, node->from, node->subject);
+}
+
+void Find() {
+  if (AskFindChoices()) SearchAndShow(gCurrentArticle ? gCurrentArticle->node : nullptr);
+}
+
+void Rethread() {
+  const auto index = static_cast<std::size_t>(gCurrentGroup);
+  BuildThreadList(gCurrentGroup, index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0);
+}
+
+enum class Needs { kNothing, kGroup, kTree };
+
+struct ThreadCommand {
+  std::uint32_t id;
+  Needs needs;
+  void (*run)();
+};
+
+// Of the context menu alone: what the menu's commands do to the whole tree, these do to the node.
+constexpr std::uint32_t kMarkNodeRead = 1;
+constexpr std::uint32_t kMarkNodeUnread = 2;
+constexpr std::uint32_t kAddNodeToKillfile = 3;
+
+constexpr auto kContextCommands = std::to_array<ThreadCommand>({
+    {kCommandDeleteSelectedArticle, Needs::kTree, DeleteSelectedArticle},
+    {kCommandDeleteThread, Needs::kTree, DeleteSelectedThread},
+    {kMarkNodeRead, Needs::kTree, MarkSelectedRead},
+    {kMarkNodeUnread, Needs::kTree, MarkSelectedUnread},
+    {kAddNodeToKillfile, Needs::kTree, AddSelectedToKillfile},
+});
+
+constexpr auto kCommands = std::to_array<ThreadCommand>({
+    {kCommandDeleteRead, Needs::kGroup, DeleteRead},
+    {kCommandDeleteAll, Needs::kGroup, DeleteAll},
+    {kCommandMarkRead, Needs::kTree, MarkAllRead},
+    {kCommandMarkUnread, Needs::kTree, MarkAllUnread},
+    {kCommandServerRead, Needs::kGroup, MarkServerRead},
+    {kCommandServerUnread, Needs::kGroup, MarkServerUnread},
+    {kCommandDeleteSelectedArticle, Needs::kTree, DeleteSelectedArticle},
+    {kCommandDeleteThread, Needs::kTree, DeleteSelectedThread},
+    {kCommandFind, Needs::kTree, Find},
+    {kCommandAddToKillfile, Needs::kNothing, AddGroupToKillfile},
+    {kCommandRethread, Needs::kGroup, Rethread},
+});
+
+bool Has(Needs needs) {
+  if (needs == Needs::kTree) return TreeShown();
+  return needs == Needs::kNothing || IsGroupIndex(gCurrentGroup);
+}
+
+template <std::size_t kCount>
+void Run(const std::array<ThreadCommand, kCount>& commands, std::uint32_t id) {
+  for (const ThreadCommand& command : commands) {
+    if (command.id != id) continue;
+    if (command.needs != Needs::kNothing) ReplaceOutdatedTree();
+    if (Has(command.needs)) command.run();
+  }
+}
+
+std::vector<port::PopUpEntry> ContextMenu(const Node& node) {
+  if (node.kind == NodeKind::kArticle) {
+    return {{kCommandDeleteSelectedArticle, u"Delete Article"},
+            {kCommandDeleteThread, u"Delete Thread"},
+            {kMarkNodeRead, u"Mark Read"},
+            {kMarkNodeUnread, u"Mark Unread"},
+            {kAddNodeToKillfile, u"Add To Killfile"}};
+  }
+  return {{kCommandDeleteSelectedArticle, u"Delete Article"},
+          {kCommandDeleteThread, u"Delete Thread"},
+          {kMarkNodeRead, u"Mark Thread Read"},
+          {kMarkNodeUnread, u"Mark Thread Unread"}};
+}
+
+}  // namespace
+
+bool OpenSelectedNode() {
+  ReplaceOutdatedTree();
+  return Open(SelectedNode());
+}
+
+void HandleThreadItemActivated(port::TreeItem item) {
+  ReplaceOutdatedTree();
+  Open(NodeOfItem(item));
+}
+
+void HandleThreadContextMenu(port::TreeItem item) {
+  ReplaceOutdatedTree();
+  const Node* node = NodeOfItem(item);
+  if (node == nullptr) return;
+  SelectNode(*node);
+  Run(kContextCommands, gPlatform->pop_ups.ShowPopUp(gMainWindow, ContextMenu(*node)));
+}
+
+void HandleThreadCommand(std::uint32_t command) {
+  Run(kCommands, command);
+}
+
+}  // namespace quillet

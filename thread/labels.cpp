@@ -1,0 +1,126 @@
+#include "thread/labels.h"
+
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "app/base/messages.h"
+#include "port/platform.h"
+#include "thread/shown_labels.h"
+#include "thread/view.h"
+#include "util/format.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+using RowMade = std::function<void()>;
+
+ShownLabels gShown;
+
+// Pre-order from `top` on, with the depth below it.
+template <class Visit>
+void WalkWithDepth(Node& top, const Visit& visit) {
+  std::uint32_t depth = 0;
+  for (Node* node = &top;;) {
+    visit(*node, depth);
+    if (node->firstChild != nullptr) {
+      node = node->firstChild;
+      ++depth;
+      continue;
+    }
+    for (; node != &top && node->nextSibling == nullptr; --depth) node = node->parent;
+    if (node == &top) return;
+    node = node->nextSibling;
+  }
+}
+
+std::size_t CountItems(Node& top) {
+  std::size_t items = 0;
+  WalkWithDepth(top, [&](const Node& node, std::uint32_t) {
+    if (node.kind != NodeKind::kRoot) ++items;
+  });
+  return items;
+}
+
+bool IsBold(const Node& node) {
+  return node.read == 0;
+}
+
+// The rows of the node and of everything below it; the root has none of its own, its threads are at
+// the top level. When memory runs out, that is reported and the rows end there.
+std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
+  std::vector<port::TreeRow> rows;
+  const std::uint32_t above = top.kind == NodeKind::kRoot ? 1 : 0;
+  try {
+    const std::size_t items = CountItems(top);
+    rows.reserve(items);
+    if (above == 1) gShown.Reset(items);
+    WalkWithDepth(top, [&](const Node& node, std::uint32_t depth) {
+      if (node.kind == NodeKind::kRoot) return;
+      rows.push_back({node.treeItem, depth - above, IsBold(node), ThreadLabel(node)});
+      gShown.Note(node);
+      if (row_made && node.kind == NodeKind::kArticle) row_made();
+    });
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"BuildTreeView");
+  }
+  return rows;
+}
+
+void AddIfChanged(const Node& node, std::vector<port::TreeLabel>& labels) {
+  if (node.kind == NodeKind::kRoot || !gShown.Note(node)) return;
+  labels.push_back({node.treeItem, IsBold(node), ThreadLabel(node)});
+}
+
+std::vector<port::TreeLabel> ChangedLabels(Node& top) {
+  std::vector<port::TreeLabel> labels;
+  WalkWithDepth(top, [&](const Node& node, std::uint32_t) { AddIfChanged(node, labels); });
+  for (const Node* above = top.parent; above != nullptr; above = above->parent) {
+    AddIfChanged(*above, labels);
+  }
+  return labels;
+}
+
+}  // namespace
+
+std::u16string ThreadLabel(const Node& node) {
+  if (node.kind == NodeKind::kArticle) return Widen(node.from);
+  const std::u16string subject = Widen(node.subject);
+  if (node.kind == NodeKind::kRoot || node.descendantCount == 1) return subject;
+  return FormatWide(u"%d/%d ", node.descendantCount - node.readDescendantCount,
+                    node.descendantCount) +
+         subject;
+}
+
+void FillTreeControl(Node& root, const RowMade& row_made) {
+  if (!gPlatform->thread_tree.TreeCreated()) return;
+  gPlatform->thread_tree.FillTree(RowsOf(root, row_made));
+}
+
+void BuildTreeView(Node& root, bool single) {
+  if (!single || root.kind == NodeKind::kRoot) return FillTreeControl(root, {});
+  if (!gPlatform->thread_tree.TreeCreated()) return;
+  gPlatform->thread_tree.ReplaceSubtree(root.treeItem, RowsOf(root, {}));
+}
+
+void TakeOutOfTreeControl(const Node& thread) {
+  gPlatform->thread_tree.ReplaceSubtree(thread.treeItem, {});
+}
+
+void RefreshThreadLabels(Node& node) {
+  if (!gPlatform->thread_tree.TreeCreated()) return;
+  try {
+    auto labels = ChangedLabels(node);
+    if (!labels.empty()) gPlatform->thread_tree.SetLabels(std::move(labels));
+  } catch (const std::bad_alloc&) {
+    ForgetShownLabels();  // every label is handed over next time
+    ReportError(u"out of memory", u"RefreshThreadLabels");
+  }
+}
+
+void ForgetShownLabels() {
+  gShown.Reset(0);
+}
+
+}  // namespace quillet
