@@ -31,7 +31,9 @@ struct ThreadEntry {
   std::uint32_t chainNumber = 0;
 };
 
-// Called with the number of units done since the last call; a build of n articles has 3 * n.
+// Called with the number of units done since the last call; a build of n articles has 3 * n: one for
+// each that was read (counted by who reads), and again while late parents are found and threads are
+// gathered.
 using BuildProgress = std::function<void(std::uint64_t units)>;
 using BuildAborted = std::function<bool()>;
 
@@ -43,10 +45,12 @@ class ThreadBuilder {
   ThreadBuilder(const ThreadBuilder&) = delete;
   ThreadBuilder& operator=(const ThreadBuilder&) = delete;
 
-  // False when memory ran out (reported): the build then ends as an aborted one does.
+  // False when memory ran out (reported): the build then ends as an aborted one does. More articles
+  // are not taken.
   bool Add(const ThreadEntry& entry);
   // Links, merges threads of one subject and sums up. Once aborted, late parents and equal subjects
-  // are not looked for any more, but every thread still gets its subject node.
+  // are not looked for any more, but every thread still gets its subject node. Once; null when memory
+  // ran out (reported).
   std::unique_ptr<ThreadTree> Finish(const BuildProgress& progress = {},
                                      const BuildAborted& aborted = {});
 
@@ -57,7 +61,8 @@ class ThreadBuilder {
 
 struct BuiltTree {
   std::unique_ptr<ThreadTree> tree;  // never null but after a critical report
-  bool complete = false;             // false after an abort
+  // False after an abort, and when the store was closed or failed: the counts then tell nothing.
+  bool complete = false;
 };
 
 // Reads the group's chain from newest to oldest and builds by `usethreading` and `reversethread`.

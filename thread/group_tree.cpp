@@ -31,10 +31,14 @@ class PassedNumbers {
   std::unordered_set<std::uint32_t> all_;  // from the first number on that did not fall
 };
 
-// Not while the databases are closed or have failed: then nothing can be known to be missing.
+bool StoreIsSound() {
+  return DatabasesOpen() && !gDatabaseErrorFlag;
+}
+
+// While the databases are closed or have failed nothing can be known to be missing. The question
+// itself may show that they have.
 bool KnownToBeMissing(std::string_view message_id) {
-  return DatabasesOpen() && !gDatabaseErrorFlag && !ArticleExists(message_id) &&
-         !gDatabaseErrorFlag;
+  return StoreIsSound() && !ArticleExists(message_id) && StoreIsSound();
 }
 
 bool AddToTree(ThreadBuilder& builder, std::u16string_view group_name, const GDBMGroup& record) {
@@ -84,7 +88,7 @@ BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& pro
   }
   BuiltTree built;
   built.tree = builder.Finish(progress, [&] { return stopped = stopped || AbortRequested(); });
-  built.complete = built.tree != nullptr && !stopped;
+  built.complete = built.tree != nullptr && !stopped && StoreIsSound();
   return built;
 }
 
