@@ -8,7 +8,8 @@ namespace quillet {
 namespace {
 
 const ScriptCommand* FindCommand(std::u16string_view name) {
-  for (const auto& part : {FlowCommands(), InputCommands(), QuestionCommands(), StoreCommands()}) {
+  for (const auto& part :
+       {FlowCommands(), InputCommands(), QuestionCommands(), ReadingCommands(), StoreCommands()}) {
     for (const ScriptCommand& command : part) {
       if (command.name == name) return &command;
     }

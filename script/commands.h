@@ -33,6 +33,7 @@ constexpr std::size_t kAnyNumber = 1000000;
 std::span<const ScriptCommand> FlowCommands();
 std::span<const ScriptCommand> InputCommands();
 std::span<const ScriptCommand> QuestionCommands();
+std::span<const ScriptCommand> ReadingCommands();
 std::span<const ScriptCommand> StoreCommands();
 
 // Finds the command of a line and carries it out. Main thread. Throws ScriptFailure, ScriptStopped.

@@ -13,8 +13,8 @@ constexpr std::array<std::string_view, 3> kViews = {"group", "thread", "article"
 constexpr std::array<std::string_view, 3> kPlacements = {"bottom", "left", "right"};
 constexpr std::array<std::string_view, 4> kButtons = {"ok", "okcancel", "yesno", "yesnocancel"};
 constexpr std::array<std::string_view, 3> kBoxStates = {"none", "unchecked", "checked"};
-constexpr std::array<std::string_view, 6> kKinds = {"button", "text",     "edit",
-                                                    "check",  "progress", "other"};
+constexpr std::array<std::string_view, 7> kKinds = {"button",   "text",   "edit", "check",
+                                                    "progress", "choice", "other"};
 
 template <class Enum, std::size_t Count>
 std::string_view NameOf(const std::array<std::string_view, Count>& names, Enum value) {
@@ -45,6 +45,12 @@ JsonObject DescribeControl(const port::ShownControl& control) {
   if (control.kind == ControlKind::kProgressBar) {
     object.Add("upper", control.upper).Add("position", control.position);
   }
+  if (control.kind == ControlKind::kDropDown) {
+    JsonList choices;
+    for (const std::u16string& text : control.choices) choices.Add(text);
+    object.AddRaw("choices", choices.Finish()).Add("choice", control.choice);
+  }
+  if (control.text_selected) object.Add("text_selected", true);
   return object;
 }
 

@@ -7,6 +7,7 @@
 #include "res/resource.h"
 #include "script/commands.h"
 #include "script/describe.h"
+#include "script/input.h"
 #include "script/words.h"
 #include "util/text.h"
 
@@ -19,7 +20,8 @@ port::WindowHandle OpenDialog(const port::FakeDisplay& display) {
   return focus == display.main_window().handle ? 0 : focus;
 }
 
-// Throws when input was not taken, saying what stands in its way.
+}  // namespace
+
 void Require(ScriptContext& context, bool taken) {
   if (taken) return;
   const port::FakeDisplay& display = context.run.display;
@@ -36,6 +38,14 @@ void RequireMainWindow(ScriptContext& context) {
   const port::FakeDisplay& display = context.run.display;
   Require(context, display.TakesInput(display.main_window().handle));
 }
+
+int RowOf(ScriptContext& context, const std::u16string& group) {
+  const int row = context.run.display.FindRow(group);
+  if (row < 0) throw MissingFailure(u"no such group: " + group);
+  return row;
+}
+
+namespace {
 
 port::WindowHandle RequireDialog(ScriptContext& context) {
   context.run.WaitReadyForInput();
@@ -88,12 +98,6 @@ void PressBarButton(ScriptContext& context, Words words) {
 }
 
 // --- the group list ------------------------------------------------------------------------------
-
-int RowOf(ScriptContext& context, const std::u16string& group) {
-  const int row = context.run.display.FindRow(group);
-  if (row < 0) throw MissingFailure(u"no such group: " + group);
-  return row;
-}
 
 void SetBox(ScriptContext& context, const std::u16string& group, bool checked) {
   port::FakeDisplay& display = context.run.display;
@@ -180,9 +184,11 @@ void Resize(ScriptContext& context, Words words) {
   Require(context, context.run.display.ResizeMainWindow(*size));
 }
 
+// Whatever is shown: what the program does with targets that no text has can be seen this way.
 void ActivateLink(ScriptContext& context, Words words) {
   RequireMainWindow(context);
-  Require(context, context.run.display.ActivateLink(words[0]));
+  port::FakeDisplay& display = context.run.display;
+  display.Inject({display.main_window().handle, port::MessageKind::kLink, 0, 0, words[0]});
 }
 
 // --- the open dialog -----------------------------------------------------------------------------
@@ -195,19 +201,28 @@ void SetText(ScriptContext& context, Words words) {
   }
 }
 
-// Lists, combo boxes and the like are of kind "other"; the program hears of a choice as of a press.
+void ChooseItem(ScriptContext& context, port::WindowHandle dialog,
+                const port::ShownControl& control, const std::u16string& text) {
+  const auto item = std::ranges::find(control.choices, text);
+  if (item == control.choices.end()) throw MissingFailure(u"no such choice: " + text);
+  const auto index = static_cast<int>(item - control.choices.begin());
+  Require(context, context.run.display.Choose(dialog, control.id, index));
+}
+
+// Lists and the like are of kind "other"; the program hears of a choice as of a press.
 void ChooseEntry(ScriptContext& context, Words words) {
-  const std::uint32_t control = NumberOf(words[0]);
+  const std::uint32_t id = NumberOf(words[0]);
   const port::WindowHandle dialog = RequireDialog(context);
   port::FakeDisplay& display = context.run.display;
   Require(context, display.TakesInput(dialog));
-  const auto shown = display.FindDialog(dialog);
-  const bool offers = shown && std::ranges::any_of(shown->controls, [&](const auto& one) {
-                        return one.id == control && one.visible && one.kind == ControlKind::kOther;
-                      });
-  if (!offers) throw MissingFailure(u"the open dialog offers no choice in control " + words[0]);
-  display.SetText(dialog, control, words[1]);
-  display.Inject({dialog, port::MessageKind::kCommand, control, 0, {}});
+  const auto control = display.Control(dialog, id);
+  const bool list = control && control->visible && control->kind == ControlKind::kDropDown;
+  if (list) return ChooseItem(context, dialog, *control, words[1]);
+  if (!control || !control->visible || control->kind != ControlKind::kOther) {
+    throw MissingFailure(u"the open dialog offers no choice in control " + words[0]);
+  }
+  display.SetText(dialog, id, words[1]);
+  display.Inject({dialog, port::MessageKind::kCommand, id, 0, {}});
 }
 
 void PressControl(ScriptContext& context, Words words) {

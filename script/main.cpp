@@ -66,8 +66,11 @@ void EndRun(ScriptRun& run) {
   const bool ended = run.stopping() ? run.EndProgram() : run.CloseProgram();
   if (!ended) LeaveHangingProgram(run);
   if (run.status() != kStatusFine) return;
-  for (const std::u16string& prefix : run.announcements.LeftOver()) {
-    run.Fail({kStatusFailed, "unused-announcement", prefix}, 0);
+  for (const auto& left_over :
+       {run.announcements.LeftOver(), run.menu_answers.LeftOver(), run.save_answers.LeftOver()}) {
+    for (const std::u16string& text : left_over) {
+      run.Fail({kStatusFailed, "unused-announcement", text}, 0);
+    }
   }
 }
 

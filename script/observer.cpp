@@ -5,6 +5,7 @@
 
 #include "res/resource.h"
 #include "script/describe.h"
+#include "script/shown_nodes.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -99,6 +100,66 @@ void ScriptObserver::OnStatusText(std::u16string_view text) {
 
 void ScriptObserver::OnListChanged() {
   run_.reporter.Report("groups-changed", JsonObject().Add("rows", run_.display.list().rows.size()));
+}
+
+// --- the thread tree and the article view --------------------------------------------------------
+
+void ScriptObserver::OnTreeChanged() {
+  run_.reporter.Report(
+      "tree-changed",
+      JsonObject().Add("rows", run_.display.tree_rows()).Add("caption", run_.display.caption()));
+}
+
+void ScriptObserver::OnArticleChanged() {
+  const port::ShownArticle article = run_.display.article();
+  run_.reporter.Report("article-changed", JsonObject()
+                                              .Add("length", article.source.size())
+                                              .Add("ended", article.ended)
+                                              .Append(DescribeHeader(article)));
+}
+
+void ScriptObserver::OnViewerScrolled(port::ScrollStep step) {
+  run_.reporter.Report("viewer-scrolled", JsonObject().Add("step", ScrollStepName(step)));
+}
+
+void ScriptObserver::OnViewerCopied() {
+  run_.reporter.Report("viewer-copied");
+}
+
+std::optional<std::uint32_t> ScriptObserver::OnPopUp(const std::vector<port::PopUpEntry>& entries) {
+  const std::optional<std::u16string> wanted = run_.menu_answers.Take();
+  const std::u16string text = wanted.value_or(u"");
+  const auto entry = std::ranges::find(entries, text, &port::PopUpEntry::text);
+  const std::uint32_t command = entry == entries.end() ? 0 : entry->command;
+  JsonList texts;
+  for (const port::PopUpEntry& one : entries) {
+    texts.Add(JsonObject().Add("command", one.command).Add("text", one.text));
+  }
+  run_.reporter.Report("pop-up", JsonObject()
+                                     .AddRaw("entries", texts.Finish())
+                                     .Add("chosen", command)
+                                     .Add("announced", wanted.has_value()));
+  if (!wanted) run_.Fail({kStatusFailed, "unannounced-menu", u""}, 0);
+  if (!text.empty() && command == 0) run_.Fail({kStatusFailed, "no-such-entry", text}, 0);
+  return command;
+}
+
+std::optional<std::optional<std::u16string>> ScriptObserver::OnSaveFile(
+    const port::SaveFileTraits& traits) {
+  const std::optional<std::u16string> announced = run_.save_answers.Take();
+  run_.reporter.Report("save-dialog", JsonObject()
+                                          .Add("title", traits.title)
+                                          .Add("default_name", traits.default_name)
+                                          .Add("filter_text", traits.filter_text)
+                                          .Add("filter_pattern", traits.filter_pattern)
+                                          .Add("default_extension", traits.default_extension)
+                                          .Add("answer", announced.value_or(u""))
+                                          .Add("announced", announced.has_value()));
+  if (!announced) run_.Fail({kStatusFailed, "unannounced-save-dialog", traits.title}, 0);
+  // The inner one is what the dialog returns: nothing when it was cancelled.
+  std::optional<std::u16string> path;
+  if (announced && !announced->empty()) path = announced;
+  return std::make_optional(path);
 }
 
 // --- dialogs -------------------------------------------------------------------------------------

@@ -44,6 +44,13 @@ class ScriptObserver final : public port::DisplayObserver {
   void OnTabSelected(int tab) override;
   void OnStatusText(std::u16string_view text) override;
   void OnListChanged() override;
+  void OnTreeChanged() override;
+  void OnArticleChanged() override;
+  void OnViewerScrolled(port::ScrollStep step) override;
+  void OnViewerCopied() override;
+  std::optional<std::uint32_t> OnPopUp(const std::vector<port::PopUpEntry>& entries) override;
+  std::optional<std::optional<std::u16string>> OnSaveFile(
+      const port::SaveFileTraits& traits) override;
   void OnDialogCreated(port::WindowHandle dialog, std::uint32_t form) override;
   void OnDialogShown(port::WindowHandle dialog) override;
   void OnDialogDestroyed(port::WindowHandle dialog) override;

@@ -40,6 +40,24 @@ std::vector<std::u16string> Announcements::LeftOver() {
   return prefixes;
 }
 
+void AnswerQueue::Add(std::u16string answer) {
+  const std::lock_guard lock(mutex_);
+  answers_.push_back(std::move(answer));
+}
+
+std::optional<std::u16string> AnswerQueue::Take() {
+  const std::lock_guard lock(mutex_);
+  if (answers_.empty()) return std::nullopt;
+  std::u16string answer = std::move(answers_.front());
+  answers_.pop_front();
+  return answer;
+}
+
+std::vector<std::u16string> AnswerQueue::LeftOver() {
+  const std::lock_guard lock(mutex_);
+  return {answers_.begin(), answers_.end()};
+}
+
 // --- The program ---------------------------------------------------------------------------------
 
 ScriptRun::ScriptRun(Reporter& the_reporter, port::ThreadQueues& the_queues,

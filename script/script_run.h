@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -55,6 +56,20 @@ class Announcements {
   std::vector<Announcement> announcements_;
 };
 
+// Answers to menus and save dialogs, in the order of their announcement; an empty text is the
+// refusal. Any thread.
+class AnswerQueue {
+ public:
+  void Add(std::u16string answer);
+  // Uses up the first one.
+  std::optional<std::u16string> Take();
+  std::vector<std::u16string> LeftOver();
+
+ private:
+  std::mutex mutex_;
+  std::deque<std::u16string> answers_;
+};
+
 class ScriptRun {
  public:
   // `wake` is called on any thread when the run shall stop; `end_session` announces the end of the
@@ -70,6 +85,8 @@ class ScriptRun {
   port::ThreadQueues& queues;
   port::FakeDisplay& display;
   Announcements announcements;
+  AnswerQueue menu_answers;         // texts of entries
+  AnswerQueue save_answers;         // paths
   std::chrono::milliseconds limit;  // of every wait; main thread
 
   // --- the program; main thread ---

@@ -54,9 +54,19 @@ void AskArticle(ScriptContext& context, Words words) {
   context.run.reporter.Report("article", answer);
 }
 
-constexpr std::array<ScriptCommand, 2> kStored = {{
+void DeleteStored(ScriptContext& context, Words words) {
+  bool there = false;
+  AskStore(context, [&] {
+    there = ArticleExists(Narrow(words[0]));
+    if (there) DeleteArticle(Narrow(words[0]));
+  });
+  if (!there) throw MissingFailure(u"no such article is stored: " + words[0]);
+}
+
+constexpr std::array<ScriptCommand, 3> kStored = {{
     {u"chain", 1, 1, false, AskChain},
     {u"article", 1, 1, false, AskArticle},
+    {u"delete-stored", 1, 1, false, DeleteStored},
 }};
 
 }  // namespace

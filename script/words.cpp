@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "port/fake/fake_display.h"
 #include "port/message.h"
 #include "util/text.h"
 
@@ -14,7 +15,7 @@ struct NamedKey {
   std::u16string_view name;
 };
 
-constexpr std::array<NamedKey, 11> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
+constexpr std::array<NamedKey, 15> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
                                                   {port::kKeyReturn, u"Return"},
                                                   {port::kKeySpace, u"Space"},
                                                   {port::kKeyPageUp, u"PageUp"},
@@ -24,7 +25,11 @@ constexpr std::array<NamedKey, 11> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
                                                   {port::kKeyRight, u"Right"},
                                                   {port::kKeyDown, u"Down"},
                                                   {port::kKeyDelete, u"Delete"},
-                                                  {port::kKeyF24, u"F24"}}};
+                                                  {port::kKeyF24, u"F24"},
+                                                  {port::kKeyHome, u"Home"},
+                                                  {port::kKeyEnd, u"End"},
+                                                  {port::kKeyAction, u"Action"},
+                                                  {port::kKeyContextMenu, u"Menu"}}};
 
 struct NamedModifier {
   std::uint32_t modifier;

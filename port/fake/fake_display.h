@@ -106,6 +106,8 @@ class FakeDisplay final : public MessageBoxes,
   // The row with that name; -1 when there is none.
   int FindRow(std::u16string_view name) const;
   ShownTree tree() const;
+  std::size_t tree_rows() const;  // how many; costs less than tree()
+  std::u16string caption() const;
   // The item of the first row with that text; 0 when there is none.
   TreeItem FindItem(std::u16string_view text) const;
   ShownArticle article() const;
@@ -159,6 +161,7 @@ class FakeDisplay final : public MessageBoxes,
   bool AskItemMenu(TreeItem item);
   // Refused for an item with nothing below it. A selection that would hide moves to the item.
   bool ExpandItem(TreeItem item, bool expanded);
+  bool ExpandAll(bool expanded);
   bool TapHeader();
   bool PressToolbar(std::uint32_t command);
 

@@ -236,6 +236,16 @@ ShownTree FakeDisplay::tree() const {
   return tree_;
 }
 
+std::size_t FakeDisplay::tree_rows() const {
+  const Lock lock(mutex_);
+  return tree_.rows.size();
+}
+
+std::u16string FakeDisplay::caption() const {
+  const Lock lock(mutex_);
+  return tree_.caption;
+}
+
 TreeItem FakeDisplay::FindItem(std::u16string_view text) const {
   const Lock lock(mutex_);
   for (const TreeRow& row : tree_.rows) {
@@ -289,6 +299,21 @@ bool FakeDisplay::ExpandItem(TreeItem item, bool expanded) {
   } else {
     CollapseRow(index);
   }
+  Changed();
+  return true;
+}
+
+bool FakeDisplay::ExpandAll(bool expanded) {
+  const Lock lock(mutex_);
+  if (!TreeTakesInput()) return false;
+  std::size_t top = 0;  // the row at the top level above this one
+  for (std::size_t i = 0; i < tree_.rows.size(); ++i) {
+    const TreeItem item = tree_.rows[i].item;
+    if (tree_.rows[i].depth == 0) top = i;
+    if (expanded && HasChildren(tree_.rows, i)) tree_.expanded.insert(item);
+    if (!expanded && item == tree_.selected) tree_.selected = tree_.rows[top].item;
+  }
+  if (!expanded) tree_.expanded.clear();
   Changed();
   return true;
 }

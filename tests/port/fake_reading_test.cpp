@@ -238,6 +238,20 @@ TEST_F(Reading, OnlyItemsWithSomethingBelowExpand) {
   EXPECT_EQ(Visible(), u"abcdeg") << "what hides it is expanded on the way";
 }
 
+TEST_F(Reading, EverythingIsExpandedOrCollapsedAtOnce) {
+  ShowTree();
+  EXPECT_EQ(display.tree_rows(), 7U);
+  EXPECT_TRUE(display.ExpandAll(true));
+  EXPECT_EQ(Visible(), u"abcdefg");
+  EXPECT_EQ(display.tree().expanded, (std::set<TreeItem>{1, 2, 5})) << "only what has children";
+  display.SelectItem(6);
+  EXPECT_TRUE(display.ExpandAll(false));
+  EXPECT_EQ(Visible(), u"aeg");
+  EXPECT_EQ(display.SelectedItem(), 5U) << "the row above that stays visible";
+  display.SelectTab(kGroupTab);
+  EXPECT_FALSE(display.ExpandAll(true));
+}
+
 TEST_F(Reading, ASelectionThatWouldHideMovesUp) {
   ShowTree();
   display.SelectItem(3);

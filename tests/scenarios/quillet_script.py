@@ -244,6 +244,60 @@ class Quillet:
         """Connects and waits until the download is over."""
         return self.do("command 40008") + self.do("wait")
 
+    # The thread view and the article view.
+
+    def open_group(self, name):
+        return self.do("open-group " + quoted(name))
+
+    def select_node(self, node):
+        return self.do("select-node " + quoted(node))
+
+    def open_node(self, node):
+        """Opens a node given by its path ("1.2") or its Message-ID, and waits."""
+        return self.do("open-node " + quoted(node)) + self.do("wait")
+
+    def context_menu(self, node, entry):
+        """Chooses an entry of the node's menu, and waits."""
+        self.do("expect-menu " + quoted(entry))
+        return self.do("context-menu " + quoted(node)) + self.do("wait")
+
+    def tree(self):
+        """The whole answer to `tree`."""
+        return self.ask("tree")
+
+    def texts(self):
+        """(depth, text, bold) of every row of the tree."""
+        return [(row["depth"], row["text"], row["bold"]) for row in self.tree()["rows"]]
+
+    def caption(self):
+        return self.ask("caption")["text"]
+
+    def viewer(self):
+        """The whole answer to `viewer`."""
+        return self.ask("viewer")
+
+    def header(self):
+        """The four texts of the header bar: left and right of each line."""
+        lines = self.ask("header")["lines"]
+        return tuple(line[side] for line in lines for side in ("left", "right"))
+
+    def current(self):
+        """The whole answer to `current`."""
+        return self.ask("current")
+
+    def tab(self):
+        return self.ask("tabs")["selected"]
+
+    def command(self, command):
+        """Sends a command, by number or menu path, and waits."""
+        return self.do("command " + quoted(str(command))) + self.do("wait")
+
+    def key(self, combination):
+        return self.do("key " + combination) + self.do("wait")
+
+    def expect_save(self, path):
+        self.do("expect-save " + quoted(path or ""))
+
     # Settings, written into the registry before the start.
 
     def set_dword(self, name, value):

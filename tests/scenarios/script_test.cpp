@@ -12,7 +12,9 @@
 #include "script/options.h"
 #include "script/registry_text.h"
 #include "script/script_run.h"
+#include "script/shown_nodes.h"
 #include "script/words.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -124,6 +126,10 @@ TEST(KeyTest, CombinationsReadAsTheyAreWritten) {
       {u"Ctrl+1", '1', port::kModifierControl, "Ctrl+1"},
       {u"Ctrl+Left", 0x25, port::kModifierControl, "Ctrl+Left"},
       {u"Shift+F24", 0x87, port::kModifierShift, "Shift+F24"},
+      {u"home", 0x24, 0, "Home"},
+      {u"End", 0x23, 0, "End"},
+      {u"Action", 0x86, 0, "Action"},
+      {u"Menu", 0x5D, 0, "Menu"},
   };
   for (const Case& c : cases) {
     const auto key = ParseKey(c.word);
@@ -236,8 +242,86 @@ TEST(AnnouncementsTest, TheFirstThatFitsIsUsedUp) {
   EXPECT_TRUE(announcements.LeftOver().empty());
 }
 
-// --- the observer on the display model
-// -------------------------------------------------------------
+TEST(AnswerQueueTest, AnswersAreUsedInTheirOrder) {
+  AnswerQueue answers;
+  EXPECT_EQ(answers.Take(), std::nullopt);
+  answers.Add(u"Delete");
+  answers.Add(u"");
+  answers.Add(u"Copy");
+  EXPECT_EQ(answers.Take(), u"Delete");
+  EXPECT_EQ(answers.Take(), u"");
+  EXPECT_EQ(answers.LeftOver(), (Words{u"Copy"}));
+}
+
+// --- rows and nodes ------------------------------------------------------------------------------
+
+// a(b(c) d) e
+port::ShownTree SmallTree() {
+  port::ShownTree tree;
+  tree.created = true;
+  tree.rows = {{11, 0, true, u"a"},
+               {12, 1, false, u"b"},
+               {13, 2, false, u"c"},
+               {14, 1, true, u"d"},
+               {15, 0, false, u"e"}};
+  tree.expanded = {11};
+  tree.selected = 14;
+  return tree;
+}
+
+TEST(ShownNodesTest, PathsCountChildrenFromOne) {
+  const port::ShownTree tree = SmallTree();
+  const std::pair<const char16_t*, port::TreeItem> paths[] = {
+      {u"1", 11}, {u"1.1", 12}, {u"1.1.1", 13}, {u"1.2", 14}, {u"2", 15}};
+  for (const auto& [path, item] : paths) {
+    EXPECT_EQ(ItemAtPath(tree, path), item);
+    EXPECT_EQ(FromUtf8(PathOfItem(tree, item)), path);
+  }
+  for (const char16_t* path : {u"", u"0", u"3", u"1.3", u"1.1.1.1", u"1.", u"01", u"x"}) {
+    EXPECT_EQ(ItemAtPath(tree, path), 0U) << JsonText(path);
+  }
+  EXPECT_EQ(PathOfItem(tree, 0), "");
+  EXPECT_EQ(PathOfItem(tree, 99), "");
+}
+
+TEST(ShownNodesTest, RowsTellWhatIsShownAndWhatTheProgramKnows) {
+  port::ShownTree tree = SmallTree();
+  tree.caption = u"a.one: 0 on server";
+  tree.rows.resize(2);
+  tree.selected = 12;
+  NodesByItem nodes;
+  nodes[12] = {NodeKind::kArticle, u"<i@j>", u"s", u"f", u"news", -3, 7, false, 2, 1};
+  EXPECT_EQ(DescribeTree(tree, nodes).Finish(),
+            R"({"created":true,"name":"","font":"","font_size":0,"caption":"a.one: 0 on server",)"
+            R"("focused":false,"selected":"1.1","fills":0,"rows":[)"
+            R"({"path":"1","item":11,"depth":0,"text":"a","bold":true,"expanded":true,)"
+            R"("kind":"none"},)"
+            R"({"path":"1.1","item":12,"depth":1,"text":"b","bold":false,"expanded":false,)"
+            R"("kind":"article","id":"<i@j>","subject":"s","from":"f","source":"news",)"
+            R"("number":-3,"chain":7,"read":false,"unread":1,"total":2}]})");
+}
+
+TEST(ShownNodesTest, TheArticleViewIsToldAsItIs) {
+  port::ShownArticle article;
+  article.created = true;
+  article.source = u"<b>x</b>";
+  article.additions = 1;
+  article.ended = true;
+  article.shows = 2;
+  article.scrolls = {port::ScrollStep::kTop, port::ScrollStep::kPageDown};
+  article.header[1] = {u"From: a", u"Article 0/1"};
+  article.toolbar = {{40048, 4, u"Find"}, {}};
+  EXPECT_EQ(DescribeViewer(article).Finish(),
+            R"({"created":true,"source":"<b>x</b>","plain_text":false,"additions":1,"ended":true,)"
+            R"("shows":2,"focused":false,"copies":0,"scrolls":["top","page-down"]})");
+  EXPECT_EQ(DescribeHeader(article).Finish(),
+            R"({"created":true,"font":"","pixels":0,"lines":[{"left":"","right":""},)"
+            R"({"left":"From: a","right":"Article 0/1"}]})");
+  EXPECT_EQ(DescribeToolbar(article).Finish(),
+            R"({"buttons":[{"command":40048,"image":4,"tooltip":"Find"},{"separator":true}]})");
+}
+
+// --- the observer on the display model -----------------------------------------------------------
 
 // A progress dialog on its own thread that counts the presses of its Cancel, and an operation that
 // shows texts and positions.
@@ -392,6 +476,58 @@ TEST_F(ObserverTest, BoxesAreReportedWithAllThatIsShown) {
             std::string::npos)
       << Output();
   EXPECT_EQ(run_.status(), kStatusFine);
+}
+
+TEST_F(ObserverTest, MenusAndSaveDialogsAreAnsweredAsAnnounced) {
+  run_.menu_answers.Add(u"Mark Read");
+  run_.menu_answers.Add(u"");
+  run_.save_answers.Add(u"\\a.txt");
+  run_.save_answers.Add(u"");
+  EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}, {8, u"Mark Read"}}), 8U);
+  EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
+  const port::SaveFileTraits traits{u"Save", u"x.txt", u"Text (*.txt)", u"*.txt", u"txt"};
+  EXPECT_EQ(display_.SaveFile(0, traits), u"\\a.txt");
+  EXPECT_EQ(display_.SaveFile(0, traits), std::nullopt);
+  EXPECT_EQ(run_.status(), kStatusFine);
+  const std::string output = Output();
+  EXPECT_NE(output.find(R"({"event":"pop-up","entries":[{"command":7,"text":"Delete"},)"
+                        R"({"command":8,"text":"Mark Read"}],"chosen":8,"announced":true})"),
+            std::string::npos);
+  EXPECT_NE(output.find(R"-({"event":"save-dialog","title":"Save","default_name":"x.txt",)-"
+                        R"-("filter_text":"Text (*.txt)","filter_pattern":"*.txt",)-"
+                        R"-("default_extension":"txt","answer":"\\a.txt","announced":true})-"),
+            std::string::npos);
+}
+
+TEST_F(ObserverTest, AnUnannouncedMenuStopsTheRun) {
+  EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
+  EXPECT_EQ(run_.status(), kStatusFailed);
+  EXPECT_NE(Output().find(R"("reason":"unannounced-menu")"), std::string::npos);
+}
+
+TEST_F(ObserverTest, AnEntryThatTheMenuDoesNotHaveStopsTheRun) {
+  run_.menu_answers.Add(u"Copy");
+  EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
+  EXPECT_EQ(run_.status(), kStatusFailed);
+  EXPECT_NE(Output().find(R"("reason":"no-such-entry","text":"Copy")"), std::string::npos);
+}
+
+TEST_F(ObserverTest, AnUnannouncedSaveDialogStopsTheRun) {
+  EXPECT_EQ(display_.SaveFile(0, {}), std::nullopt);
+  EXPECT_EQ(run_.status(), kStatusFailed);
+  EXPECT_NE(Output().find(R"("reason":"unannounced-save-dialog")"), std::string::npos);
+}
+
+TEST_F(ObserverTest, DropDownListsTellTheirChoices) {
+  const port::WindowHandle dialog = display_.Create(kDialogKillfileEntry, 0);
+  display_.SetChoices(dialog, kControlAuthorRule, {u"kill", u"require"});
+  display_.SetChoice(dialog, kControlAuthorRule, 1);
+  display_.SelectText(dialog, kControlAuthorText);
+  display_.Show(dialog);
+  const std::string output = Output();
+  EXPECT_NE(output.find(R"({"id":1010,"kind":"choice",)"), std::string::npos) << output;
+  EXPECT_NE(output.find(R"("choices":["kill","require"],"choice":1})"), std::string::npos);
+  EXPECT_NE(output.find(R"("text_selected":true})"), std::string::npos);
 }
 
 TEST_F(ObserverTest, TheFirstFailureDecidesTheStatus) {
