@@ -20,11 +20,12 @@ struct MatchOptions {
   bool whole_word = false;  // neither neighbour may be an ASCII letter or digit
 };
 
-// All hits from left to right; after a hit the scan goes on at its end, so they never overlap. An
-// empty search text has none.
+// All hits from left to right; after a hit the scan goes on at its end, so they never overlap. A
+// place that is refused for its neighbours is no hit: the scan goes on with the next character. An
+// empty search text has no hits. The time is linear in the text, whatever is looked for.
 std::vector<MatchRange> FindMatches(std::string_view text, std::string_view wanted,
                                     const MatchOptions& options);
-// True when there is at least one.
+// True when there is at least one; looks no further than that.
 bool HasMatch(std::string_view text, std::string_view wanted, const MatchOptions& options);
 
 }  // namespace quillet
