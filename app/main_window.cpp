@@ -2,14 +2,17 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "app/base/app_messages.h"
 #include "app/base/long_operation.h"
 #include "app/base/messages.h"
 #include "app/base/modal_dialog.h"
 #include "app/base/prefs.h"
+#include "app/base/views.h"
 #include "app/open_prefs.h"
 #include "app/startup.h"
+#include "article/view.h"
 #include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "port/platform.h"
@@ -17,41 +20,65 @@
 #include "res/resource.h"
 #include "store/databases.h"
 #include "store/maintenance.h"
+#include "store/shown_tree.h"
+#include "thread/view.h"
 
 namespace quillet {
 namespace {
 
-// Room for a bar below the window, and for the article view's own toolbar below its tabs.
-constexpr int kBarHeight = 26;
+constexpr int kMenuBarHeight = 26;
 
-port::Size gInside;        // kept size of the window's inside
-int gTabBeforeChange = 0;  // kept when the tab control reports that the selection will change
+// The key of an accelerator, until it is released: that release is no key of the article view.
+std::uint32_t gAcceleratorKey = 0;
 
-void LayOutWindow() {
-  port::Size tabs = gInside;
-  if (gPlatform->windows.SelectedTab() == port::kArticleTab) tabs.height -= kBarHeight;
-  gPlatform->windows.LayOut(gInside, tabs);
+int ShownTab() {
+  return gPlatform->windows.SelectedTab();
 }
 
-void HandleTabChanged(int tab) {
+// --- Changing views ----------------------------------------------------------------------------
+
+void ShowGroupView() {
+  SelectView(port::kGroupTab);
+  FillGroupList();
+}
+
+void EnterThreadView(bool from_group_view) {
+  if (!from_group_view || !OpenSelectedGroup()) ShowThreadView();
+}
+
+// An opened node's article is on the screen already.
+void EnterArticleView(bool from_thread_view) {
+  if (from_thread_view) {
+    if (OpenSelectedNode()) return;
+    ClearCurrentArticle();
+  }
+  SelectView(port::kArticleTab);
+  DisplayCurrentArticle({});
+}
+
+// The user has changed the tab. What was handled before may have shown another one since.
+void HandleTabChanged(int tab, int old_tab) {
+  if (tab == port::kGroupTab) ShowGroupView();
+  if (tab == port::kThreadTab) EnterThreadView(old_tab == port::kGroupTab);
+  if (tab == port::kArticleTab) EnterArticleView(old_tab == port::kThreadTab);
   LayOutWindow();
-  if (tab == port::kGroupTab) FillGroupList();
-  if (tab == port::kThreadTab && gTabBeforeChange == port::kGroupTab) OpenSelectedGroup();
-}
-
-void ShowTab(int tab) {
-  gTabBeforeChange = gPlatform->windows.SelectedTab();
-  gPlatform->windows.SelectTab(tab);
-  HandleTabChanged(tab);
 }
 
 void GoBackOneView() {
-  const int tab = gPlatform->windows.SelectedTab();
-  if (tab == port::kThreadTab || tab == port::kArticleTab) ShowTab(tab - 1);
+  if (ShownTab() == port::kThreadTab) return ShowGroupView();
+  if (ShownTab() == port::kArticleTab) ShowThreadView();
 }
 
 void HandleKeyUp(std::uint32_t key) {
-  if (key == port::kKeyEscape || key == port::kKeyF24) GoBackOneView();
+  if (key == std::exchange(gAcceleratorKey, 0)) return;
+  if (key == port::kKeyEscape || key == port::kKeyF24) return GoBackOneView();
+  if (ShownTab() == port::kArticleTab) HandleArticleKey(key);
+}
+
+// A row of the group list or an item of the thread tree, whichever is shown.
+void HandleItemActivated(std::uint32_t item) {
+  if (ShownTab() == port::kGroupTab) OpenSelectedGroup();
+  if (ShownTab() == port::kThreadTab) HandleThreadItemActivated(item);
 }
 
 void OpenLink(std::u16string_view target) {
@@ -98,7 +125,14 @@ void HandleCommand(std::uint32_t command) {
   for (const CommonCommand& entry : kCommonCommands) {
     if (entry.id == command) return entry.run();
   }
-  if (gPlatform->windows.SelectedTab() == port::kGroupTab) HandleGroupCommand(command);
+  if (ShownTab() == port::kGroupTab) return HandleGroupCommand(command);
+  if (ShownTab() == port::kThreadTab) return HandleThreadCommand(command);
+  ArticleCommand(command);
+}
+
+// After what may have changed the store: whoever looks at the threads sees the new ones.
+void RebuildShownThreads() {
+  if (gThreadRebuildPending && ShownTab() == port::kThreadTab) ShowThreadView();
 }
 
 void HandleUser(std::uint32_t id) {
@@ -109,10 +143,10 @@ void HandleUser(std::uint32_t id) {
       return;
     case kUserRefreshCounts:
       RefreshGroupCounts();
-      return;
+      return RebuildShownThreads();
     case kUserRefillGroupList:
       FillGroupList();
-      return;
+      return RebuildShownThreads();
     default:
       return;
   }
@@ -120,8 +154,10 @@ void HandleUser(std::uint32_t id) {
 
 // --- Closing -----------------------------------------------------------------------------------
 
-// Every group by its index, whatever its box; queued posts stay.
+// Every group by its index, whatever its box; queued posts stay. The shown tree is left alone: a
+// critical error may have closed the window while somebody walks it.
 void DeleteOnQuit() {
+  gShownTree = {};
   if (!gPrefs || gPrefs->autodeleteonquit == 0 || OperationRunning() || !DatabasesOpen()) return;
   for (std::size_t i = 0; i < gPrefs->numgroups; ++i) {
     if (DeleteArticles(gPrefs->autodeleteread != 0, static_cast<int>(i)) == 0) return;
@@ -147,10 +183,13 @@ void CloseMainWindow() {
 
 bool CreateQuilletWindow() {
   const port::Size area = gPlatform->windows.WorkArea();
-  gInside = {area.width, area.height - kBarHeight};
-  const port::WindowHandle window = gPlatform->windows.CreateMainWindow(
-      {u"Quillet CE", u"Quillet CE 1.14r3", kIconMain, gInside});
+  const port::Size inside{area.width, area.height - kMenuBarHeight};
+  const port::WindowHandle window =
+      gPlatform->windows.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", kIconMain, inside});
   if (window == 0) return false;
+  KeepInsideSize(inside);
+  PrepareThreadView();
+  PrepareArticleView();
   gMainWindowProcedure = MainWindowProcedure;
   gMainWindow = window;
   gMessageOwner = window;
@@ -161,6 +200,8 @@ bool CreateQuilletWindow() {
 void CreateViews() {
   gPlatform->windows.CreateTabs(
       static_cast<port::TabPlacement>(gPrefs->sidetabs > 2 ? 0 : gPrefs->sidetabs));
+  ForgetThreadControl();
+  ForgetArticlePanes();
   CreateGroupList();
   ForgetGroupList();
   FillGroupList();
@@ -169,14 +210,16 @@ void CreateViews() {
 
 void RebuildViews() {
   SaveGroupChecks();
+  ClearCurrentArticle();
+  ClearThreadView();
   gCurrentGroup = -1;
   CreateViews();
 }
 
 bool TranslateAccelerator(const port::Message& message) {
   if (message.kind != port::MessageKind::kKeyDown || message.window != gMainWindow) return false;
-  const std::uint32_t command =
-      FindAccelerator(gPlatform->windows.SelectedTab(), message.id, message.detail);
+  const std::uint32_t command = FindAccelerator(ShownTab(), message.id, message.detail);
+  gAcceleratorKey = command == 0 ? 0 : message.id;
   if (command == 0) return false;
   MainWindowProcedure({message.window, port::MessageKind::kCommand, command, 0, {}});
   return true;
@@ -189,19 +232,22 @@ void MainWindowProcedure(const port::Message& message) {
       return HandleCommand(message.id);
     case port::MessageKind::kKeyUp:
       return HandleKeyUp(message.id);
-    case port::MessageKind::kTabChanging:
-      gTabBeforeChange = static_cast<int>(message.detail);
-      return;
     case port::MessageKind::kTabChanged:
-      return HandleTabChanged(static_cast<int>(message.id));
+      return HandleTabChanged(static_cast<int>(message.id), static_cast<int>(message.detail));
     case port::MessageKind::kItemActivated:
-      return ShowTab(port::kThreadTab);
+      return HandleItemActivated(message.id);
+    case port::MessageKind::kContextMenu:
+      if (ShownTab() == port::kThreadTab) HandleThreadContextMenu(message.id);
+      return;
+    case port::MessageKind::kHeaderTapped:
+      if (ShownTab() == port::kArticleTab) ShowMessageHeaders();
+      return;
     case port::MessageKind::kLink:
       return OpenLink(message.text);
     case port::MessageKind::kSize: {
       const port::Size size{static_cast<int>(message.id), static_cast<int>(message.detail)};
-      if (size == gInside) return;
-      gInside = size;
+      if (size == InsideSize()) return;
+      KeepInsideSize(size);
       return LayOutWindow();
     }
     case port::MessageKind::kUser:

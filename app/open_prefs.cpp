@@ -2,15 +2,19 @@
 
 #include <array>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "app/base/messages.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/views.h"
 #include "app/main_window.h"
 #include "app/startup.h"
+#include "article/view.h"
 #include "groups/group_list.h"
 #include "port/platform.h"
 #include "store/databases.h"
+#include "thread/view.h"
 
 namespace quillet {
 namespace {
@@ -34,6 +38,13 @@ void CopyDatabases(std::u16string_view from, std::u16string_view to) {
   }
 }
 
+// What is being read lies in a store that is not open any more.
+void LeaveOldStore() {
+  ClearCurrentArticle();
+  ClearThreadView();
+  if (gPlatform->windows.SelectedTab() == port::kArticleTab) ShowThreadView();
+}
+
 void MoveDatabases(const std::u16string& from, const std::u16string& to) {
   gPlatform->files.CreateFolder(to);
   CloseDatabases();
@@ -43,16 +54,73 @@ void MoveDatabases(const std::u16string& from, const std::u16string& to) {
       // The two blanks after the full stop are meant.
       ConfirmAction(u"Databases already exist in new location.  Replace with old databases?", true);
   if (replace) CopyDatabases(from, to);
-  if (!ReopenDatabases()) ReportCriticalError(u"unable to re-open databases", u"ApplyPrefsChanges");
+  if (!ReopenDatabases()) {
+    ReportCriticalError(u"unable to re-open databases", u"ApplyPrefsChanges");
+  } else if (!replace) {
+    LeaveOldStore();
+  }
 }
 
-void RefreshViews(const Prefs& old) {
-  if (gPlatform->windows.SelectedTab() != port::kGroupTab) return;
-  if (old.groupfont == gPrefs->groupfont && old.groupfontsize == gPrefs->groupfontsize) return;
+// What the views show by the preferences, as one comparable value each.
+auto GroupLook(const Prefs& prefs) {
+  return std::tie(prefs.groupfont, prefs.groupfontsize);
+}
+auto ThreadLook(const Prefs& prefs) {
+  return std::tie(prefs.threadfont, prefs.threadfontsize);
+}
+auto ThreadOrder(const Prefs& prefs) {
+  return std::tie(prefs.usethreading, prefs.reversethread);
+}
+auto CaptionSource(const Prefs& prefs) {
+  return std::tie(prefs.selectedserver, prefs.allserversareone);
+}
+auto HeaderLook(const Prefs& prefs) {
+  return std::tie(prefs.articleheaderfont, prefs.articleheaderfontsize);
+}
+auto ArticleLook(const Prefs& prefs) {
+  return std::tie(prefs.font, prefs.fontsize, prefs.colorquoted, prefs.showheaders,
+                  prefs.removecrs);
+}
+
+void RefreshGroupView(const Prefs& old) {
+  if (GroupLook(old) == GroupLook(*gPrefs)) return;
   SaveGroupChecks();
   CreateGroupList();
   ForgetGroupList();
   FillGroupList();
+}
+
+// The tree in its new font, with what it showed.
+void RecreateThreadControl() {
+  if (!gPlatform->thread_tree.TreeCreated()) return;
+  gPlatform->thread_tree.CreateTree(u"thread tree", gPrefs->threadfont,
+                                    static_cast<int>(gPrefs->threadfontsize));
+  ForgetThreadControl();
+  if (gThreadTree) BuildTreeView(gThreadTree->root(), false);
+}
+
+// True when the thread view has to be shown anew.
+bool ThreadViewChanged(const Prefs& old) {
+  if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gThreadRebuildPending = true;
+  const bool look = ThreadLook(old) != ThreadLook(*gPrefs);
+  if (look) RecreateThreadControl();
+  return look || gThreadRebuildPending || CaptionSource(old) != CaptionSource(*gPrefs);
+}
+
+// The same for the article view.
+bool ArticleViewChanged(const Prefs& old) {
+  const bool header = HeaderLook(old) != HeaderLook(*gPrefs);
+  if (header) ForgetArticlePanes();
+  return header || ArticleLook(old) != ArticleLook(*gPrefs);
+}
+
+void RefreshViews(const Prefs& old) {
+  const int tab = gPlatform->windows.SelectedTab();
+  RefreshGroupView(old);
+  const bool threads = ThreadViewChanged(old);
+  const bool article = ArticleViewChanged(old);
+  if (threads && tab == port::kThreadTab) ShowThreadView();
+  if (article && tab == port::kArticleTab) DisplayCurrentArticle({});
 }
 
 }  // namespace
@@ -66,8 +134,11 @@ void OpenPrefs(int /*start_page*/) {
 void ApplyPrefsChanges(std::unique_ptr<Prefs> edited) {
   if (!edited) return;
   const std::unique_ptr<Prefs> old = std::exchange(gPrefs, std::move(edited));
-  RefreshViews(*old);
-  if (old->sidetabs != gPrefs->sidetabs) RebuildViews();
+  if (old->sidetabs != gPrefs->sidetabs) {
+    RebuildViews();
+  } else {
+    RefreshViews(*old);
+  }
   ScheduleAutoDownload();
   // Before the write: a card that has gone falls back to main memory, and that is what is stored.
   if (old->databasestore != gPrefs->databasestore) PrepareDatabaseFolder(*gPrefs);

@@ -6,12 +6,14 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/views.h"
 #include "app/main_window.h"
 #include "app/open_prefs.h"
 #include "nntp/connect.h"
 #include "port/platform.h"
 #include "store/compression.h"
 #include "store/databases.h"
+#include "thread/current.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -52,6 +54,16 @@ bool OpenStore() {
   LoadCompressionLibrary();
   gStoreOpened = true;
   return true;
+}
+
+// Only when nothing runs any more: the window may have been closed by a critical error while
+// somebody worked on the tree. The article points into the tree, so it goes first.
+void DropWhatIsRead() {
+  gCurrentArticle.reset();
+  gThreadTree.reset();
+  gThreadGroup = -1;
+  gCurrentGroup = -1;
+  gThreadRebuildPending = false;
 }
 
 int MainLoop() {
@@ -162,7 +174,9 @@ int RunQuillet() {
   }
   // A session that ended while there was no window to tell.
   if (SessionEnding()) BeginSessionEnd();
-  return MainLoop();
+  const int code = MainLoop();
+  DropWhatIsRead();
+  return code;
 }
 
 }  // namespace quillet

@@ -10,13 +10,17 @@
 #include "app/base/messages.h"
 #include "app/base/modal_dialog.h"
 #include "app/base/prefs.h"
+#include "app/base/views.h"
 #include "app/base/wait_cursor.h"
+#include "article/view.h"
 #include "groups/newsgroups.h"
+#include "killfile/entry_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/maintenance.h"
+#include "thread/view.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -60,6 +64,19 @@ void FillRows(int selected) {
   gListFilled = true;
 }
 
+// The selected row's group, else the current one; -1 for neither.
+int SelectedOrCurrentGroup() {
+  const int row = gPlatform->group_list.SelectedRow();
+  return row >= 0 && static_cast<std::uint32_t>(row) < gPrefs->numgroups ? row : gCurrentGroup;
+}
+
+// After a command that changed articles of the checked groups.
+void NoteShownGroupTouched() {
+  const std::vector<bool> checked = CheckedGroupRows();
+  const auto shown = static_cast<std::size_t>(gThreadGroup);
+  if (gThreadGroup >= 0 && shown < checked.size() && checked[shown]) gThreadRebuildPending = true;
+}
+
 // --- Commands --------------------------------------------------------------------------------
 
 void SelectAll() {
@@ -76,7 +93,11 @@ void CheckUncheckAll() {
 }
 
 void DeleteChecked(bool only_read, std::u16string_view question) {
-  if (ConfirmAction(question, true)) DeleteArticles(only_read, kCheckedGroups);
+  ClearCurrentArticle();
+  if (ConfirmAction(question, true)) {
+    NoteShownGroupTouched();
+    DeleteArticles(only_read, kCheckedGroups);
+  }
   FillGroupList();
 }
 void DeleteRead() {
@@ -97,6 +118,7 @@ void NewGroup() {
     const std::u16string complaint = JudgeNewGroupName(name);
     if (complaint.empty()) {
       AddNewsgroupToPrefs(name);
+      ClearCurrentArticle();
     } else {
       ShowMessage(complaint);
     }
@@ -114,6 +136,9 @@ void RemoveGroups() {
       ++i;
       continue;
     }
+    ClearCurrentArticle();
+    NoteShownGroupTouched();  // an aborted deletion leaves the group in the list, with fewer
+                              // articles
     if (DeleteArticles(false, static_cast<int>(i)) == 0) break;
     const std::uint32_t groups = gPrefs->numgroups;
     RemoveNewsgroupFromPrefs(i);
@@ -123,6 +148,16 @@ void RemoveGroups() {
   // The refill reads the boxes back first, so they must stand as `checked` does.
   gPlatform->group_list.SetCheckStates(StatesOfPrefs());
   FillRows(gPrefs->numgroups == before ? gPlatform->group_list.SelectedRow() : -1);
+}
+
+// The shown tree and the current article are kept in step with the store.
+void MarkArticle(const std::string& message_id, bool read, std::size_t group) {
+  const bool shown = gThreadTree && static_cast<std::size_t>(gThreadGroup) == group;
+  Node* node = shown ? gThreadTree->FindNodeByMessageId(message_id) : nullptr;
+  SetArticleReadById(message_id, node, read, group);
+  if (gCurrentArticle && gCurrentArticle->messageId == message_id) {
+    gCurrentArticle->read = read ? 1 : 0;
+  }
 }
 
 // Marks the articles of one group; false after an abort.
@@ -135,7 +170,7 @@ bool MarkGroup(std::size_t group, bool read) {
   std::uint64_t done = 0;
   for (auto record = GroupChainFirst(gPrefs->groups[group]); record; record = GroupChainNext()) {
     if (AbortRequested()) return false;
-    SetArticleReadById(record->messageId, nullptr, read, group);
+    MarkArticle(record->messageId, read, group);
     SetProgressPosition(++done);
   }
   return true;
@@ -143,6 +178,7 @@ bool MarkGroup(std::size_t group, bool read) {
 
 int MarkCheckedGroups(bool read) {
   if (AbortRequested()) return 0;
+  NoteShownGroupTouched();
   const std::vector<bool> checked = CheckedGroupRows();
   const std::size_t groups = std::min(checked.size(), gReadInfo.size());
   for (std::size_t i = 0; i < groups; ++i) {
@@ -200,12 +236,16 @@ void ServerUnread() {
   }
 }
 
+void AddToKillfile() {
+  OpenKillfileEntryDialog(SelectedOrCurrentGroup(), {}, {});
+}
+
 struct GroupCommand {
   std::uint32_t id;
   void (*run)();
 };
 
-constexpr std::array<GroupCommand, 11> kGroupCommands = {{
+constexpr std::array<GroupCommand, 12> kGroupCommands = {{
     {kCommandSelectAll, SelectAll},
     {kCommandSelectNone, SelectNone},
     {kCommandCheckUncheckAll, CheckUncheckAll},
@@ -217,6 +257,7 @@ constexpr std::array<GroupCommand, 11> kGroupCommands = {{
     {kCommandMarkUnread, MarkUnread},
     {kCommandServerRead, ServerRead},
     {kCommandServerUnread, ServerUnread},
+    {kCommandAddToKillfile, AddToKillfile},
 }};
 
 }  // namespace
@@ -249,6 +290,7 @@ bool OpenSelectedGroup() {
   const int row = gPlatform->group_list.SelectedRow();
   if (row < 0 || static_cast<std::uint32_t>(row) >= gPrefs->numgroups) return false;
   gCurrentGroup = row;
+  ShowThreadView();
   return true;
 }
 

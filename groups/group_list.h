@@ -17,7 +17,8 @@ void RefreshGroupCounts();
 // The list has gone (the main window is re-made): the next fill is a first one.
 void ForgetGroupList();
 
-// Makes the selected row the current group; false when no row is selected.
+// Makes the selected row the current group and shows it in the thread view; false, and nothing is
+// done, when no row is selected.
 bool OpenSelectedGroup();
 
 // "%lu article%ls queued for posting".

@@ -10,10 +10,10 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
-#include "groups/group_list.h"
 #include "killfile/killfile.h"
 #include "store/counts.h"
 #include "store/databases.h"
+#include "thread/view.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -167,7 +167,9 @@ void AddNewsgroupToPrefs(std::u16string_view name) {
 
 void RemoveNewsgroupFromPrefs(std::size_t index) {
   if (index >= gPrefs->numgroups || !DropGroup(*gPrefs, index)) return;
+  // The groups behind it have moved up: no tree knows its group any more.
   gCurrentGroup = -1;
+  ClearThreadView();
   PostToMainWindow(kUserRefillGroupList);
   WritePreferences();
 }

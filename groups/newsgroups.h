@@ -9,8 +9,8 @@ namespace quillet {
 
 // Appends the group, checked, with counts 0, and writes the preferences.
 void AddNewsgroupToPrefs(std::u16string_view name);
-// Removes the group with its state and killfile entries, clears the current group and writes the
-// preferences. An index beyond the list does nothing.
+// Removes the group with its state and killfile entries, clears the current group and the thread
+// view, and writes the preferences. An index beyond the list does nothing.
 void RemoveNewsgroupFromPrefs(std::size_t index);
 
 // Trims the name and judges it: the text that says what is wrong with it, empty when it is good.

@@ -1,7 +1,151 @@
 #include "killfile/entry_dialog.h"
 
-namespace quillet {
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
 
-void OpenKillfileEntryDialog(int, std::string_view, std::string_view) {}
+#include "app/base/messages.h"
+#include "app/base/modal_dialog.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "killfile/killfile.h"
+#include "port/platform.h"
+#include "res/resource.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// Items of the drop-down lists by their place.
+constexpr int kKillItem = 0;
+constexpr int kDontCheckItem = 2;
+
+// A drop-down list with its text field; authors come first, in the dialog and when entries are
+// added.
+struct Field {
+  bool author = false;
+  std::uint32_t rule = 0;
+  std::uint32_t text = 0;
+  std::array<std::u16string_view, 3> items;
+};
+
+constexpr std::array<Field, 2> kFields = {{
+    {true,
+     kControlAuthorRule,
+     kControlAuthorText,
+     {u"Kill if author contains:", u"Require author to contain:", u"Don't check author"}},
+    {false,
+     kControlSubjectRule,
+     kControlSubjectText,
+     {u"Kill if subject contains:", u"Require subject to contain:", u"Don't check subject"}},
+}};
+
+struct Entry {
+  std::string text;
+  bool kill = false;
+  bool author = false;
+};
+
+// What the user left in the dialog with OK.
+struct Choices {
+  std::vector<Entry> entries;
+  bool all_groups = false;
+};
+
+// An entry's text ends at a NUL; one without text would match every article, and is none.
+std::optional<Entry> ReadField(port::WindowHandle dialog, const Field& field) {
+  const int item = gPlatform->dialogs.Choice(dialog, field.rule);
+  std::string text = Narrow(gPlatform->dialogs.GetText(dialog, field.text));
+  text.resize(std::min(text.size(), text.find('\0')));
+  if (item == kDontCheckItem || text.empty()) return std::nullopt;
+  return Entry{std::move(text), item == kKillItem, field.author};
+}
+
+Choices ReadChoices(port::WindowHandle dialog) {
+  Choices choices;
+  for (const Field& field : kFields) {
+    if (auto entry = ReadField(dialog, field)) choices.entries.push_back(std::move(*entry));
+  }
+  choices.all_groups = gPlatform->dialogs.IsChecked(dialog, kControlAllGroups);
+  return choices;
+}
+
+void ShowTextOf(port::WindowHandle dialog, const Field& field) {
+  const bool checked = gPlatform->dialogs.Choice(dialog, field.rule) != kDontCheckItem;
+  gPlatform->dialogs.ShowControl(dialog, field.text, checked);
+}
+
+void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view text) {
+  gPlatform->dialogs.SetChoices(dialog, field.rule, {field.items.begin(), field.items.end()});
+  gPlatform->dialogs.SetChoice(dialog, field.rule, kKillItem);
+  gPlatform->dialogs.SetText(dialog, field.text, Widen(text));
+}
+
+// False when the entry was rejected.
+bool AddEntry(const Entry& entry, std::size_t group) {
+  const auto number = static_cast<std::uint32_t>(group + 1);
+  return AddKillfileEntry(*gPrefs, number, entry.text, entry.kill, entry.author);
+}
+
+bool AddToAllGroups(const Entry& entry) {
+  for (std::size_t group = 0; group < gPrefs->numgroups; ++group) {
+    if (!AddEntry(entry, group)) return false;
+  }
+  return true;
+}
+
+// False when one was rejected: those before it stay, those after it are not tried.
+bool AddEntries(const Choices& choices, std::optional<std::size_t> group) {
+  for (const Entry& entry : choices.entries) {
+    const bool everywhere = choices.all_groups || !group;
+    if (!(everywhere ? AddToAllGroups(entry) : AddEntry(entry, *group))) return false;
+  }
+  return true;
+}
+
+// OK when the user confirmed, and then what was chosen.
+int AskForEntries(bool has_group, std::string_view author, std::string_view subject,
+                  Choices& choices) {
+  const auto set_up = [&](port::WindowHandle dialog) {
+    for (const Field& field : kFields) SetUpField(dialog, field, field.author ? author : subject);
+    gPlatform->dialogs.ShowControl(dialog, kControlAllGroups, gPrefs->numgroups != 0);
+    gPlatform->dialogs.SetChecked(dialog, kControlAllGroups, !has_group);
+  };
+  const auto procedure = [&](port::WindowHandle dialog,
+                             const port::Message& message) -> std::optional<int> {
+    const std::optional<int> result = EndOnOkOrCancel(dialog, message);
+    if (result == port::kIdOk) choices = ReadChoices(dialog);
+    if (result || message.kind != port::MessageKind::kCommand) return result;
+    for (const Field& field : kFields) {
+      if (message.id == field.rule) ShowTextOf(dialog, field);
+    }
+    // Without a group there is nothing else to add to: the tick stays.
+    if (message.id == kControlAllGroups && !has_group) {
+      gPlatform->dialogs.SetChecked(dialog, kControlAllGroups, true);
+    }
+    return std::nullopt;
+  };
+  return RunModalDialog(kDialogKillfileEntry, set_up, procedure);
+}
+
+}  // namespace
+
+void OpenKillfileEntryDialog(int group_index, std::string_view author, std::string_view subject) {
+  std::optional<std::size_t> group;
+  if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
+    group = static_cast<std::size_t>(group_index);
+  }
+  Choices choices;
+  if (AskForEntries(group.has_value(), author, subject, choices) != port::kIdOk) return;
+  if (gPrefs->numgroups == 0 && !choices.entries.empty()) {
+    ShowMessage(
+        u"You do not have any groups in the group list. Please add some groups (using "
+        u"Group->Groups->New group) and try again.");
+    return;
+  }
+  const std::uint32_t before = gPrefs->killfilecount;
+  if (AddEntries(choices, group) || gPrefs->killfilecount != before) WritePreferences();
+}
 
 }  // namespace quillet

@@ -8,6 +8,7 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/views.h"
 #include "nntp/connection.h"
 #include "nntp/fetch.h"
 #include "nntp/replies.h"
@@ -250,6 +251,8 @@ void DownloadNews() {
     return;
   }
   run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
+  // However the download ends, articles may have come.
+  gThreadRebuildPending = true;
   const BulkStore bulk;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   for (const std::size_t group : gDownloadList) {

@@ -6,6 +6,7 @@
 #include "app/base/app_messages.h"
 #include "app/base/messages.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/views.h"
 #include "port/platform.h"
 #include "store/chains.h"
 #include "store/counts.h"
@@ -143,6 +144,8 @@ bool ResetPendingPostsDatabase() {
 
 bool ReopenDatabases() {
   CloseDatabases();
+  // Other articles may lie there.
+  gThreadRebuildPending = true;
   if (!OpenGDBMDatabases()) {
     ReportError(u"unable to reopen GDBM databases", u"ReopenDatabases");
     return false;

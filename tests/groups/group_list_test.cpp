@@ -326,7 +326,7 @@ TEST_F(GroupList, ServerMarksWithNoCheckedGroupSayZeroGroups) {
 
 TEST_F(GroupList, OtherCommandsAreIgnored) {
   SetUpGroups({{u"a"}});
-  for (std::uint32_t id : {0U, 40000U, 40011U, 40029U, 40030U, 40049U, 40051U, 0xFFFFFFFFU}) {
+  for (std::uint32_t id : {0U, 40000U, 40011U, 40029U, 40030U, 40048U, 40051U, 0xFFFFFFFFU}) {
     HandleGroupCommand(id);
   }
   EXPECT_TRUE(fake_.display.boxes().empty());
