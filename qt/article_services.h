@@ -22,6 +22,11 @@ class QtArticlePanes final : public port::ArticlePanes {
   void FocusViewer() override;
 
  private:
+  template <class Action>
+  void WithPane(const Action& action);
+  template <class Action>
+  void WithViewer(const Action& action);
+
   Display& display_;
 };
 

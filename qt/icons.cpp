@@ -36,26 +36,34 @@ constexpr auto kImages = std::to_array<ImageEntry>({
     {kCommandFind, "button-find"},
 });
 
-// The drawing with its lines in `ink`; empty when there is none.
-QByteArray Drawing(std::uint32_t id, const QColor& ink) {
-  LoadImageFiles();
+// The images of the article view's buttons, by their number.
+constexpr std::array<const char*, 7> kToolbarImages{
+    "previous-thread", "previous-article", "next-article", "next-thread",
+    "button-find",     "delete-article",   "delete-thread"};
+
+const char* FileOf(std::uint32_t id) {
   for (const ImageEntry& entry : kImages) {
-    if (entry.id != id) continue;
-    QFile file(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(entry.file)));
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.readAll().replace("currentColor", ink.name(QColor::HexRgb).toLatin1());
+    if (entry.id == id) return entry.file;
   }
-  return {};
+  return "";
+}
+
+// The drawing with its lines in `ink`; empty when there is none.
+QByteArray Drawing(const char* name, const QColor& ink) {
+  LoadImageFiles();
+  QFile file(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name)));
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  return file.readAll().replace("currentColor", ink.name(QColor::HexRgb).toLatin1());
 }
 
 class PaletteIconEngine final : public QIconEngine {
  public:
-  explicit PaletteIconEngine(std::uint32_t id) : id_(id) {}
+  explicit PaletteIconEngine(const char* file) : file_(file) {}
 
   void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
     const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
     const QColor ink = QGuiApplication::palette().color(group, QPalette::ButtonText);
-    QSvgRenderer(Drawing(id_, ink)).render(painter, rect);
+    QSvgRenderer(Drawing(file_, ink)).render(painter, rect);
   }
 
   QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
@@ -66,21 +74,21 @@ class PaletteIconEngine final : public QIconEngine {
     return pixmap;
   }
 
-  QIconEngine* clone() const override { return new PaletteIconEngine(id_); }
+  QIconEngine* clone() const override { return new PaletteIconEngine(file_); }
 
  private:
-  std::uint32_t id_;
+  const char* file_;
 };
 
 }  // namespace
 
 QSize ImageSize(std::uint32_t id) {
-  const QByteArray drawing = Drawing(id, Qt::black);
+  const QByteArray drawing = Drawing(FileOf(id), Qt::black);
   return drawing.isEmpty() ? QSize() : QSvgRenderer(drawing).defaultSize();
 }
 
 QPixmap Image(std::uint32_t id, const QColor& ink, qreal pixel_ratio) {
-  const QByteArray drawing = Drawing(id, ink);
+  const QByteArray drawing = Drawing(FileOf(id), ink);
   if (drawing.isEmpty()) return {};
   QSvgRenderer renderer(drawing);
   QPixmap pixmap(renderer.defaultSize() * pixel_ratio);
@@ -93,7 +101,12 @@ QPixmap Image(std::uint32_t id, const QColor& ink, qreal pixel_ratio) {
 }
 
 QIcon PaletteIcon(std::uint32_t id) {
-  return QIcon(new PaletteIconEngine(id));
+  return QIcon(new PaletteIconEngine(FileOf(id)));
+}
+
+QIcon ToolbarIcon(std::uint32_t image) {
+  return image < kToolbarImages.size() ? QIcon(new PaletteIconEngine(kToolbarImages[image]))
+                                       : QIcon();
 }
 
 }  // namespace quillet::qt

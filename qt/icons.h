@@ -16,5 +16,7 @@ QSize ImageSize(std::uint32_t id);
 QPixmap Image(std::uint32_t id, const QColor& ink, qreal pixel_ratio);
 // An icon that follows the palette and is crisp at every size.
 QIcon PaletteIcon(std::uint32_t id);
+// The same for the images of the article view's buttons (port/article_panes.h).
+QIcon ToolbarIcon(std::uint32_t image);
 
 }  // namespace quillet::qt

@@ -23,15 +23,6 @@ namespace {
 // Screens this narrow are phones: a window there fills the screen.
 constexpr int kPhoneWidth = 480;
 
-QWidget* NewEmptyPane(const QString& name) {
-  auto* pane = new QWidget;
-  pane->setAccessibleName(name);
-  pane->setFocusPolicy(Qt::StrongFocus);
-  pane->setBackgroundRole(QPalette::Base);
-  pane->setAutoFillBackground(true);
-  return pane;
-}
-
 }  // namespace
 
 QRect WorkAreaOf(const QWidget* window) {
@@ -138,15 +129,40 @@ QWidget* MainWindow::NewThreadPane() {
   return threads_;
 }
 
+ArticlePane* MainWindow::NewArticlePane() {
+  article_ = new ArticlePane([this](port::MessageKind kind, const QString& text) {
+    post_({handle_, kind, 0, 0, FromQt(text)});
+  });
+  return article_;
+}
+
+bool MainWindow::CreateToolbar(const std::vector<port::ToolbarButton>& buttons) {
+  if (!tabs_) return false;
+  delete toolbar_;
+  toolbar_ = NewArticleToolbar(
+      buttons, [this](std::uint32_t command) { Post(port::MessageKind::kCommand, command); },
+      inside_);
+  PlaceToolbar();
+  return true;
+}
+
+void MainWindow::PlaceToolbar() {
+  if (!toolbar_) return;
+  const int below = inside_->height() - margin_.height();
+  toolbar_->setGeometry(0, below, inside_->width(), margin_.height());
+  toolbar_->setVisible(margin_.height() > 0 && SelectedTab() == port::kArticleTab);
+}
+
 void MainWindow::CreateTabs(port::TabPlacement placement) {
   delete tabs_;
   delete list_;
+  delete toolbar_;
   margin_ = QSize(0, 0);
   tabs_ = new TabControl(
-      placement,
-      {NewGroupPane(), NewThreadPane(), NewEmptyPane(QStringLiteral("Article"))},
+      placement, {NewGroupPane(), NewThreadPane(), NewArticlePane()},
       [this](int old_tab, int new_tab) {
         ShowBarOf(new_tab);
+        PlaceToolbar();
         const auto old_id = static_cast<std::uint32_t>(old_tab);
         Post(port::MessageKind::kTabChanging, 0, old_id);
         Post(port::MessageKind::kTabChanged, static_cast<std::uint32_t>(new_tab), old_id);
@@ -165,6 +181,7 @@ void MainWindow::SelectTab(int tab) {
   if (!tabs_ || tab < 0 || tab >= port::kTabCount || tab == tabs_->Selected()) return;
   tabs_->Select(tab);
   ShowBarOf(tab);
+  PlaceToolbar();
 }
 
 // Only what the tab control leaves free is kept: while the user drags the frame, the sizes of the
@@ -176,6 +193,7 @@ void MainWindow::LayOut(port::Size inside, port::Size tabs) {
 
 void MainWindow::PlaceTabs() {
   if (tabs_) tabs_->setGeometry(QRect(QPoint(0, 0), inside_->size() - margin_));
+  PlaceToolbar();
 }
 
 void MainWindow::SetStatusText(const QString& text) {

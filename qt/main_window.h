@@ -13,6 +13,7 @@
 #include "port/list_view.h"
 #include "port/message.h"
 #include "port/windows.h"
+#include "qt/article_pane.h"
 #include "qt/group_table.h"
 #include "qt/image_tabs.h"
 #include "qt/thread_pane.h"
@@ -44,6 +45,12 @@ class MainWindow final : public QMainWindow {
   TabControl* Tabs() const { return tabs_; }        // null before CreateTabs
   ThreadPane* Threads() const { return threads_; }  // null before CreateTabs
   QWidget* ViewButtons() const { return buttons_; }
+  ArticlePane* Article() const { return article_; }  // null before CreateTabs
+
+  // The article view's buttons, in the room that the tab control leaves free below it. False
+  // before CreateTabs.
+  bool CreateToolbar(const std::vector<port::ToolbarButton>& buttons);
+  QWidget* Toolbar() const { return toolbar_; }
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -56,6 +63,8 @@ class MainWindow final : public QMainWindow {
   void InsideResized(QSize size);
   void PlaceTabs();
   QWidget* NewGroupPane();
+  ArticlePane* NewArticlePane();
+  void PlaceToolbar();
   QWidget* NewThreadPane();
 
   const port::WindowHandle handle_;
@@ -67,6 +76,8 @@ class MainWindow final : public QMainWindow {
   QPointer<GroupTable> list_;
   QPointer<ThreadPane> threads_;
   QPointer<QLabel> status_;
+  QPointer<ArticlePane> article_;
+  QPointer<QWidget> toolbar_;
   QPointer<QWidget> buttons_;
   QSize margin_{0, 0};  // what the tab control leaves free of the inside, at the right and below
 };

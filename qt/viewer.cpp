@@ -1,0 +1,216 @@
+#include "qt/viewer.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QFontInfo>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QScroller>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <optional>
+#include <utility>
+
+#include "qt/text.h"
+#include "qt/viewer_text.h"
+#include "res/resource.h"
+
+namespace quillet::qt {
+namespace {
+
+// Mark-up counts sizes from 1 to 7 around 3. Its 2, the usual size of an article, is eight tenths
+// of the page's font and shall be the size of the application's.
+constexpr double kPageFont = 1.25;
+constexpr int kTabCharacters = 8;
+// The old page stays this long: longer than building a new one takes, and not seen as a delay.
+constexpr int kFreezeMs = 150;
+constexpr int kHighlightPlace = 3;  // a third of the page above the first highlighted place
+
+// White with black text in every palette: the colours of quotes and highlights are made for paper.
+QPalette Paper() {
+  QPalette palette;
+  palette.setColor(QPalette::Base, Qt::white);
+  palette.setColor(QPalette::Text, Qt::black);
+  return palette;
+}
+
+std::optional<int> FirstHighlight(const QTextDocument& document) {
+  for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+    for (auto part = block.begin(); !part.atEnd(); ++part) {
+      const QTextFragment fragment = part.fragment();
+      if (fragment.charFormat().background().style() != Qt::NoBrush) return fragment.position();
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* parent)
+    : QTextBrowser(parent), activated_(std::move(activated)) {
+  setAccessibleName(QStringLiteral("Article text"));
+  setProperty("controlId", kControlViewer);
+  setOpenLinks(false);
+  setOpenExternalLinks(false);
+  setUndoRedoEnabled(false);
+  setFrameShape(QFrame::NoFrame);
+  setPalette(Paper());
+  // Links too: the toolkit takes their colour from the palette of the application otherwise.
+  document()->setDefaultStyleSheet(QStringLiteral("a { color: #0000C8 }"));
+  ApplyFont();
+  QScroller::grabGesture(viewport(), QScroller::TouchGesture);
+  thaw_.setSingleShot(true);
+  connect(&thaw_, &QTimer::timeout, this, [this] { setUpdatesEnabled(true); });
+  connect(this, &QTextBrowser::anchorClicked, this,
+          [this] { ActivateLink(released_on_.isEmpty() ? LinkAtCursor() : released_on_); });
+}
+
+void Viewer::ApplyFont() {
+  QFont font = QApplication::font();
+  const double factor = plain_text_ ? 1.0 : kPageFont;
+  font.setPointSizeF(QFontInfo(font).pointSizeF() * factor);
+  setFont(font);
+  setTabStopDistance(kTabCharacters * fontMetrics().averageCharWidth() / factor);
+}
+
+void Viewer::changeEvent(QEvent* event) {
+  QTextBrowser::changeEvent(event);
+  if (event->type() == QEvent::ApplicationFontChange) ApplyFont();
+}
+
+QVariant Viewer::loadResource(int /*type*/, const QUrl& /*name*/) {
+  return {};
+}
+
+void Viewer::Clear() {
+  setUpdatesEnabled(false);
+  thaw_.start(kFreezeMs);
+  source_.clear();
+  plain_text_ = false;
+  clear();
+}
+
+void Viewer::Add(std::u16string_view text, bool plain_text) {
+  source_ += ToQt(text);
+  plain_text_ = plain_text;
+}
+
+void Viewer::End() {
+  ApplyFont();
+  if (plain_text_) {
+    setPlainText(TextPageOf(source_));
+  } else {
+    setHtml(PageOf(source_));
+  }
+  verticalScrollBar()->setValue(0);
+  if (!plain_text_) ShowFirstHighlight();
+  thaw_.stop();
+  setUpdatesEnabled(true);
+}
+
+void Viewer::ShowFirstHighlight() {
+  const std::optional<int> position = FirstHighlight(*document());
+  if (!position) return;
+  QTextCursor place(document());
+  place.setPosition(*position);
+  const QRect line = cursorRect(place);
+  if (line.bottom() < viewport()->height()) return;
+  verticalScrollBar()->setValue(line.top() - viewport()->height() / kHighlightPlace);
+}
+
+// The toolkit lays out what is seen, and the rest little by little.
+void Viewer::LayOutAll() {
+  document()->documentLayout()->blockBoundingRect(document()->lastBlock());
+}
+
+void Viewer::Scroll(port::ScrollStep step) {
+  QScrollBar& bar = *verticalScrollBar();
+  // A line that was cut at the edge is whole on the next page.
+  const int page = std::max(bar.pageStep() - fontMetrics().height(), 1);
+  switch (step) {
+    case port::ScrollStep::kPageUp:
+      return bar.setValue(bar.value() - page);
+    case port::ScrollStep::kPageDown:
+      return bar.setValue(bar.value() + page);
+    case port::ScrollStep::kTop:
+      return bar.setValue(bar.minimum());
+    case port::ScrollStep::kBottom:
+      LayOutAll();
+      return bar.setValue(bar.maximum());
+  }
+}
+
+void Viewer::CopySelectionOrAll() {
+  if (textCursor().hasSelection()) return copy();
+  const QTextCursor before = textCursor();
+  selectAll();
+  copy();
+  setTextCursor(before);
+}
+
+QMimeData* Viewer::createMimeDataFromSelection() const {
+  QMimeData* copied = QTextBrowser::createMimeDataFromSelection();
+  if (copied == nullptr) return nullptr;
+  copied->setHtml(WithoutBreakMarks(copied->html()));
+  copied->setText(WithoutBreakMarks(copied->text()));
+  return copied;
+}
+
+QString Viewer::LinkAtCursor() const {
+  if (!textCursor().hasSelection()) return {};
+  QTextCursor first = textCursor();
+  first.setPosition(first.selectionStart() + 1);
+  return first.charFormat().anchorHref();
+}
+
+void Viewer::ActivateLink(const QString& target) {
+  if (!target.isEmpty()) activated_(target);
+}
+
+// Scrolling by keys is the program's, when they are released.
+void Viewer::keyPressEvent(QKeyEvent* event) {
+  if (event->matches(QKeySequence::Copy)) return CopySelectionOrAll();
+  if (event->matches(QKeySequence::SelectAll)) return selectAll();
+  const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+  if (enter && event->modifiers() == Qt::NoModifier && !event->isAutoRepeat()) {
+    return ActivateLink(LinkAtCursor());
+  }
+  event->ignore();
+}
+
+// The signal for a link says it as an address, which may be spelled otherwise.
+void Viewer::mouseReleaseEvent(QMouseEvent* event) {
+  released_on_ = anchorAt(event->position().toPoint());
+  QTextBrowser::mouseReleaseEvent(event);
+  released_on_.clear();
+}
+
+std::unique_ptr<QMenu> Viewer::NewMenu(QPoint place) {
+  auto menu = std::make_unique<QMenu>(this);
+  menu->setAccessibleName(QStringLiteral("Article text"));
+  const QString link = place.isNull() ? LinkAtCursor() : anchorAt(place);
+  menu->addAction(QStringLiteral("&Copy"), this, &Viewer::CopySelectionOrAll);
+  menu->addAction(QStringLiteral("Select &all"), this, &QTextEdit::selectAll);
+  QAction* copy_link = menu->addAction(QStringLiteral("Copy &link"), this,
+                                       [link] { QApplication::clipboard()->setText(link); });
+  copy_link->setEnabled(!link.isEmpty());
+  for (QAction* action : menu->actions())
+    action->setEnabled(action->isEnabled() && !document()->isEmpty());
+  return menu;
+}
+
+// Shown without waiting for the choice.
+void Viewer::contextMenuEvent(QContextMenuEvent* event) {
+  const bool by_key = event->reason() == QContextMenuEvent::Keyboard;
+  QMenu* menu = NewMenu(by_key ? QPoint() : event->pos()).release();
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->popup(event->globalPos());
+  event->accept();
+}
+
+}  // namespace quillet::qt

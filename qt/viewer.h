@@ -1,0 +1,59 @@
+// The HTML viewer of the article pane. It shows what it is given and does nothing by itself: it
+// neither follows links nor loads anything nor scrolls on keys.
+#pragma once
+
+#include <QTextBrowser>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "port/article_panes.h"
+
+class QMenu;
+class QMimeData;
+
+namespace quillet::qt {
+
+class Viewer final : public QTextBrowser {
+ public:
+  // `activated` gets the target of a link, to the character.
+  Viewer(std::function<void(const QString& target)> activated, QWidget* parent = nullptr);
+
+  // The source: cleared, added to, ended. What was shown before stays on the screen for a moment
+  // until the new source has ended.
+  void Clear();
+  void Add(std::u16string_view text, bool plain_text);
+  void End();
+
+  void Scroll(port::ScrollStep step);
+  // The selected text, or everything, to the clipboard.
+  void CopySelectionOrAll();
+
+  QVariant loadResource(int type, const QUrl& name) override;
+
+  // The menu at that place of the viewport. Owned by the caller.
+  std::unique_ptr<QMenu> NewMenu(QPoint place);
+
+ protected:
+  QMimeData* createMimeDataFromSelection() const override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void ApplyFont();
+  void ActivateLink(const QString& target);
+  QString LinkAtCursor() const;
+  void ShowFirstHighlight();
+  void LayOutAll();
+
+  const std::function<void(const QString& target)> activated_;
+  QString source_;
+  bool plain_text_ = false;
+  QString released_on_;  // the link under a mouse button that is being released
+  QTimer thaw_;          // ends the moment in which the old page stays
+};
+
+}  // namespace quillet::qt

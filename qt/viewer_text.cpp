@@ -1,0 +1,151 @@
+#include "qt/viewer_text.h"
+
+#include <QStringView>
+#include <algorithm>
+#include <utility>
+
+namespace quillet::qt {
+namespace {
+
+constexpr QChar kBreakMark(0x200B);  // a blank without width
+constexpr int kLongestWord = 1000;
+
+constexpr QLatin1String kLineEnd("&nbsp;<br>");
+constexpr QLatin1String kBreak("<br>");
+constexpr QLatin1String kLinkStart("<a href=\"");
+
+// Some characters stand for something else inside the toolkit's documents.
+QChar Shown(QChar unit) {
+  const char16_t code = unit.unicode();
+  const bool reserved =
+      code == 0 || code == 0xFDD0 || code == 0xFDD1 || code == QChar::ObjectReplacementCharacter;
+  return reserved ? QChar(QChar::ReplacementCharacter) : unit;
+}
+
+// Appends characters of the text proper, with break marks.
+class TextWriter {
+ public:
+  explicit TextWriter(qsizetype room) { out_.reserve(room); }
+
+  void Character(QChar unit) {
+    const bool blank = unit == QLatin1Char(' ') || unit == QLatin1Char('\n') ||
+                       unit == QLatin1Char('\r') || unit == QLatin1Char('\t');
+    if (blank) {
+      word_ = 0;
+    } else if (++word_ > kLongestWord && !unit.isLowSurrogate()) {
+      out_ += kBreakMark;
+      word_ = 1;
+    }
+    out_ += Shown(unit);
+  }
+  // One character, written with several.
+  void Entity(QStringView entity) {
+    Character(entity.front());
+    out_ += entity.sliced(1);
+  }
+  void Markup(QStringView markup) { out_ += markup; }
+  QString Take() { return std::move(out_); }
+
+ private:
+  QString out_;
+  int word_ = 0;
+};
+
+// Length of the entity that the text begins with, 0 for a lone ampersand.
+qsizetype EntityLength(QStringView text) {
+  constexpr qsizetype kLongestEntity = 10;
+  for (qsizetype at = 1; at < std::min(text.size(), kLongestEntity); ++at) {
+    if (text[at] == QLatin1Char(';')) return at + 1;
+    if (!text[at].isLetterOrNumber() && text[at] != QLatin1Char('#')) return 0;
+  }
+  return 0;
+}
+
+class PageWriter {
+ public:
+  explicit PageWriter(QStringView fragment)
+      : all_(fragment), out_(fragment.size() + fragment.size() / 64 + 64) {}
+
+  QString Write() {
+    out_.Markup(u"<div style=\"white-space:pre-wrap\">");
+    while (at_ < all_.size()) WriteNext();
+    out_.Markup(u"</div>");
+    return out_.Take();
+  }
+
+ private:
+  void WriteNext() {
+    const QStringView rest = all_.sliced(at_);
+    const QChar first = rest.front();
+    if (first == QLatin1Char('<')) return WriteTag(rest);
+    if (first != QLatin1Char('&')) return WriteCharacter();
+    if (rest.startsWith(kLineEnd)) {
+      out_.Character(QLatin1Char('\n'));
+      at_ += kLineEnd.size();
+    } else if (const qsizetype length = EntityLength(rest); length > 0) {
+      out_.Entity(rest.first(length));
+      at_ += length;
+    } else {
+      WriteCharacter();
+    }
+  }
+  void WriteCharacter() { out_.Character(all_[at_++]); }
+
+  void WriteTag(QStringView rest) {
+    if (rest.startsWith(kBreak)) {
+      out_.Character(QLatin1Char('\n'));
+      at_ += kBreak.size();
+      return;
+    }
+    if (rest.startsWith(kLinkStart)) WriteTarget();
+    // Where no tag ends any more none is looked for again: the search would go to the end each
+    // time.
+    const qsizetype end = more_tags_ ? all_.indexOf(QLatin1Char('>'), at_) : -1;
+    more_tags_ = end >= 0;
+    if (!more_tags_) return WriteCharacter();
+    out_.Markup(all_.sliced(at_, end + 1 - at_));
+    at_ = end + 1;
+  }
+
+  // The address stands there as it is, not escaped; the toolkit would decode it.
+  void WriteTarget() {
+    const qsizetype target = at_ + kLinkStart.size();
+    const qsizetype quote = more_quotes_ ? all_.indexOf(QLatin1Char('"'), target) : -1;
+    more_quotes_ = quote >= 0;
+    if (!more_quotes_) return;
+    out_.Markup(all_.sliced(at_, kLinkStart.size()));
+    for (const QChar unit : all_.sliced(target, quote - target)) {
+      if (unit == QLatin1Char('&')) {
+        out_.Markup(u"&amp;");
+      } else {
+        const QChar shown = Shown(unit);
+        out_.Markup(QStringView(&shown, 1));
+      }
+    }
+    at_ = quote;
+  }
+
+  const QStringView all_;
+  TextWriter out_;
+  qsizetype at_ = 0;
+  bool more_tags_ = true;
+  bool more_quotes_ = true;
+};
+
+}  // namespace
+
+QString PageOf(const QString& fragment) {
+  return PageWriter(fragment).Write();
+}
+
+QString TextPageOf(const QString& text) {
+  TextWriter out(text.size() + text.size() / 64 + 16);
+  for (const QChar unit : text) out.Character(unit);
+  return out.Take();
+}
+
+QString WithoutBreakMarks(QString text) {
+  return text.remove(kBreakMark);
+}
+
+}  // namespace quillet::qt

@@ -1,0 +1,19 @@
+// The program's HTML fragments and texts in the form that the toolkit shows well.
+#pragma once
+
+#include <QString>
+
+namespace quillet::qt {
+
+// The fragment as a page: its blanks count, every line is a paragraph of its own (the toolkit lays
+// out paragraph by paragraph, so a long article appears at once), link targets survive to the
+// character, and very long words may be broken (they would take a time that grows with the square
+// of their length).
+QString PageOf(const QString& fragment);
+// The same for a text that is shown as it stands.
+QString TextPageOf(const QString& text);
+
+// A text copied from a page, without the break marks.
+QString WithoutBreakMarks(QString text);
+
+}  // namespace quillet::qt
