@@ -1,6 +1,7 @@
 #include "qt/dialogs.h"
 
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -120,17 +121,50 @@ void QtDialogs::ShowControl(port::WindowHandle dialog, std::uint32_t control, bo
   Write({dialog, control, Property::kVisible}, visible ? 1 : 0);
 }
 
-void QtDialogs::SetChoices(port::WindowHandle /*dialog*/, std::uint32_t /*control*/,
-                           const std::vector<std::u16string>& /*items*/) {}
-
-void QtDialogs::SetChoice(port::WindowHandle /*dialog*/, std::uint32_t /*control*/, int /*index*/) {
+template <class Widget>
+void QtDialogs::WithControl(port::WindowHandle dialog, std::uint32_t control,
+                            const std::function<void(Widget& widget)>& action) {
+  display_.jobs.Call([&] {
+    Flush();
+    if (auto* widget = qobject_cast<Widget*>(Control(dialog, control))) action(*widget);
+  });
 }
 
-int QtDialogs::Choice(port::WindowHandle /*dialog*/, std::uint32_t /*control*/) {
-  return -1;
+void QtDialogs::SetChoices(port::WindowHandle dialog, std::uint32_t control,
+                           const std::vector<std::u16string>& items) {
+  QStringList texts;
+  for (const std::u16string& item : items) texts << ToQt(item);
+  WithControl<QComboBox>(dialog, control, [&](QComboBox& list) {
+    list.clear();
+    list.addItems(texts);
+  });
 }
 
-void QtDialogs::SelectText(port::WindowHandle /*dialog*/, std::uint32_t /*control*/) {}
+void QtDialogs::SetChoice(port::WindowHandle dialog, std::uint32_t control, int index) {
+  WithControl<QComboBox>(dialog, control, [&](QComboBox& list) {
+    if (index >= 0 && index < list.count()) list.setCurrentIndex(index);
+  });
+}
+
+int QtDialogs::Choice(port::WindowHandle dialog, std::uint32_t control) {
+  int index = -1;
+  WithControl<QComboBox>(dialog, control,
+                         [&](const QComboBox& list) { index = list.currentIndex(); });
+  return index;
+}
+
+// A hidden dialog remembers which of its controls gets the focus.
+void QtDialogs::SelectText(port::WindowHandle dialog, std::uint32_t control) {
+  WithControl<QWidget>(dialog, control, [](QWidget& widget) {
+    if (auto* edit = qobject_cast<QLineEdit*>(&widget)) {
+      edit->setFocus();
+      edit->selectAll();
+    } else if (auto* lines = qobject_cast<QPlainTextEdit*>(&widget)) {
+      lines->setFocus();
+      lines->selectAll();
+    }
+  });
+}
 
 void QtDialogs::SetProgressRange(port::WindowHandle dialog, std::uint32_t control, int upper) {
   Write({dialog, control, Property::kRange}, std::clamp(upper, 1, kLargestRange));

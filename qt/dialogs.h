@@ -41,6 +41,10 @@ class QtDialogs final : public port::Dialogs {
   using Key = std::tuple<port::WindowHandle, std::uint32_t, Property>;
   using Value = std::variant<std::u16string, int>;
 
+  // Runs on the display thread when the control is such a widget.
+  template <class Widget>
+  void WithControl(port::WindowHandle dialog, std::uint32_t control,
+                   const std::function<void(Widget& widget)>& action);
   void Write(const Key& key, Value value);
   void ScheduleFlush();
   void Flush();  // display thread

@@ -1,6 +1,7 @@
 #include "qt/forms.h"
 
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLayout>
@@ -49,6 +50,15 @@ class FormDialog final : public QDialog {
   FormDialog(QWidget* owner, std::function<void(std::uint32_t control)> pressed)
       : QDialog(owner), pressed_(std::move(pressed)) {}
 
+  // A form with `fullScreen` (dynamic property) lies exactly over its owner, or fills the screen.
+  void setVisible(bool visible) override {
+    if (visible && !isVisible() && property("fullScreen").toBool()) {
+      const QWidget* owner = parentWidget();
+      const bool over = owner != nullptr && owner->isVisible() && !owner->isMinimized();
+      setGeometry(over ? owner->geometry() : WorkAreaOf(this));
+    }
+    QDialog::setVisible(visible);
+  }
   void reject() override { pressed_(kControlCancel); }
   void accept() override {}
 
@@ -80,6 +90,27 @@ void ConnectButtons(QDialog& dialog, const std::function<void(std::uint32_t)>& p
     if (!id.isValid()) continue;
     QObject::connect(button, &QAbstractButton::clicked, &dialog,
                      [pressed, control = id.toUInt()] { pressed(control); });
+  }
+}
+
+// Only the user's own choices are told.
+void ConnectLists(QDialog& dialog, const std::function<void(std::uint32_t)>& pressed) {
+  for (QComboBox* list : dialog.findChildren<QComboBox*>()) {
+    const QVariant id = list->property("controlId");
+    if (!id.isValid()) continue;
+    QObject::connect(list, &QComboBox::activated, &dialog,
+                     [pressed, control = id.toUInt()] { pressed(control); });
+  }
+}
+
+// A control with `keepsPlace` (dynamic property) leaves its place empty when it is hidden, so that
+// nothing below it moves.
+void KeepPlaces(const QDialog& dialog) {
+  for (QWidget* widget : dialog.findChildren<QWidget*>()) {
+    if (!widget->property("keepsPlace").toBool()) continue;
+    QSizePolicy policy = widget->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget->setSizePolicy(policy);
   }
 }
 
@@ -119,6 +150,8 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
     dialog->setWindowTitle(dialog->accessibleName());  // for lists of windows
   }
   ConnectButtons(*dialog, pressed);
+  ConnectLists(*dialog, pressed);
+  KeepPlaces(*dialog);
   DrawIcons(*dialog);
   LimitToScreen(*dialog);
   return dialog;

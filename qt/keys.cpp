@@ -16,6 +16,7 @@ constexpr auto kKeys = std::to_array<KeyPair>({
     {Qt::Key_Escape, port::kKeyEscape},
     {Qt::Key_Return, port::kKeyReturn},
     {Qt::Key_Enter, port::kKeyReturn},
+    {Qt::Key_Select, port::kKeyAction},  // as F23 does
     {Qt::Key_Backspace, 0x08},
     {Qt::Key_Tab, 0x09},
     {Qt::Key_Backtab, 0x09},
