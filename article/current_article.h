@@ -22,7 +22,7 @@ void TogglePlainTextFlag();
 
 // Index of the group whose counts hold the current article; beyond every group when there is none.
 std::size_t GroupOfCurrentArticle();
-// After the read flag of the current article was changed: group list, tree and header bar follow.
+// After the read flag of the current article was changed: group list and tree follow.
 void ShowChangedReadFlag();
 
 // Keeps the search text in the current article and looks for it in the text that is shown; nothing

@@ -32,6 +32,14 @@ void KeepGroupName() {
   gOpenedFromGroup = index < gPrefs->groups.size() ? gPrefs->groups[index] : u"";
 }
 
+// The viewer shows nothing new until the end of its source is told: where another article follows,
+// no empty page flashes up in between.
+void DropCurrentArticle() {
+  gCurrentArticle.reset();
+  gOpenedFromGroup.clear();
+  gPlatform->article.ClearViewer();
+}
+
 void MarkShownArticleRead() {
   const AsciiArticle& article = *gCurrentArticle;
   if (article.body.value_or("").empty() || article.messageId.value_or("").empty()) return;
@@ -92,9 +100,9 @@ std::size_t GroupOfCurrentArticle() {
 
 void ShowChangedReadFlag() {
   PostToMainWindow(kUserRefreshCounts);
-  if (!gCurrentArticle) return;
-  if (gCurrentArticle->node != nullptr) RefreshThreadLabels(*gCurrentArticle->node);
-  RefreshHeaderBar();
+  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
+    RefreshThreadLabels(*gCurrentArticle->node);
+  }
 }
 
 std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::string_view search_text) {
@@ -117,8 +125,11 @@ void PrepareArticleView() {
 void DisplayArticle(Node* node, std::string_view search_text) {
   // The text may belong to the article that goes now.
   const std::string wanted(search_text);
-  ClearCurrentArticle();
-  if (node == nullptr) return ShowThreadView();
+  if (node == nullptr) {
+    ClearCurrentArticle();
+    return ShowThreadView();
+  }
+  DropCurrentArticle();
   OpenArticle(*node);
   std::vector<MatchRange> matches;
   if (gCurrentArticle && !wanted.empty()) {
@@ -138,9 +149,7 @@ void DisplayCurrentArticle(std::vector<MatchRange> matches) {
 }
 
 void ClearCurrentArticle() {
-  gCurrentArticle.reset();
-  gOpenedFromGroup.clear();
-  gPlatform->article.ClearViewer();
+  DropCurrentArticle();
   gPlatform->article.EndOfSource();
   RefreshHeaderBar();
 }
