@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <utility>
 
 #include "app/base/app_messages.h"
 #include "app/base/long_operation.h"
@@ -52,16 +51,15 @@ void EnterArticleView(bool from_thread_view) {
     if (OpenSelectedNode()) return;
     ClearCurrentArticle();
   }
-  SelectView(port::kArticleTab);
   DisplayCurrentArticle({});
 }
 
-// The user has changed the tab. What was handled before may have shown another one since.
+// The user has changed the tab. Each view is shown by selecting it once more: what was handled
+// since the user's choice may have shown another one.
 void HandleTabChanged(int tab, int old_tab) {
   if (tab == port::kGroupTab) ShowGroupView();
   if (tab == port::kThreadTab) EnterThreadView(old_tab == port::kGroupTab);
   if (tab == port::kArticleTab) EnterArticleView(old_tab == port::kThreadTab);
-  LayOutWindow();
 }
 
 void GoBackOneView() {
@@ -70,15 +68,19 @@ void GoBackOneView() {
 }
 
 void HandleKeyUp(std::uint32_t key) {
-  if (key == std::exchange(gAcceleratorKey, 0)) return;
+  if (key == gAcceleratorKey) {
+    gAcceleratorKey = 0;
+    return;
+  }
   if (key == port::kKeyEscape || key == port::kKeyF24) return GoBackOneView();
   if (ShownTab() == port::kArticleTab) HandleArticleKey(key);
 }
 
 // A row of the group list or an item of the thread tree, whichever is shown.
 void HandleItemActivated(std::uint32_t item) {
-  if (ShownTab() == port::kGroupTab) OpenSelectedGroup();
-  if (ShownTab() == port::kThreadTab) HandleThreadItemActivated(item);
+  const int tab = ShownTab();
+  if (tab == port::kGroupTab) OpenSelectedGroup();
+  if (tab == port::kThreadTab) HandleThreadItemActivated(item);
 }
 
 void OpenLink(std::u16string_view target) {
@@ -219,8 +221,11 @@ void RebuildViews() {
 bool TranslateAccelerator(const port::Message& message) {
   if (message.kind != port::MessageKind::kKeyDown || message.window != gMainWindow) return false;
   const std::uint32_t command = FindAccelerator(ShownTab(), message.id, message.detail);
-  gAcceleratorKey = command == 0 ? 0 : message.id;
-  if (command == 0) return false;
+  if (command == 0) {
+    if (gAcceleratorKey == message.id) gAcceleratorKey = 0;
+    return false;
+  }
+  gAcceleratorKey = message.id;
   MainWindowProcedure({message.window, port::MessageKind::kCommand, command, 0, {}});
   return true;
 }

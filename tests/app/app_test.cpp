@@ -1,25 +1,18 @@
 #include <gtest/gtest.h>
 
-#include <map>
-#include <thread>
-
 #include "app/base/app_messages.h"
 #include "app/base/messages.h"
-#include "app/base/multi_string.h"
 #include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
 #include "app/open_prefs.h"
 #include "app/startup.h"
 #include "groups/group_list.h"
-#include "port/fake/fake_platform.h"
 #include "res/commands.h"
 #include "res/resource.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/records.h"
-#include "util/little_endian.h"
-#include "util/text.h"
+#include "tests/app/program_fixture.h"
 
 namespace quillet {
 namespace {
@@ -29,76 +22,6 @@ using port::MessageKind;
 
 constexpr std::u16string_view kExecutable =
     u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
-
-// The program on a thread of its own, as on a device; the test is the user.
-class Program : public testing::Test {
- protected:
-  ~Program() override {
-    if (thread_.joinable()) End();
-    fake_.display.Verify();
-    gPrefs.reset();
-    gReadInfo.clear();
-    gCurrentGroup = -1;
-  }
-
-  void Start() {
-    thread_ = std::thread([this] { code_ = RunQuillet(); });
-    id_ = thread_.get_id();
-  }
-  void StartAndWait() {
-    Start();
-    WaitIdle();
-  }
-  void WaitIdle() { ASSERT_TRUE(fake_.queues.WaitIdle(id_, 10000)); }
-  // Closes the window and waits for the end.
-  void End() {
-    fake_.display.CloseMainWindow();
-    Join();
-  }
-  void Join() {
-    thread_.join();
-    EXPECT_EQ(code_, 0);
-  }
-  void Command(std::uint32_t id) {
-    fake_.display.SendCommand(id);
-    WaitIdle();
-  }
-  void Tab(int tab) {
-    EXPECT_TRUE(fake_.display.UserSelectTab(tab));
-    WaitIdle();
-  }
-  void Key(std::uint32_t key, std::uint32_t modifiers = 0) {
-    fake_.display.PressKey(key, modifiers);
-    WaitIdle();
-  }
-
-  void SetDword(std::u16string_view name, std::uint32_t value) {
-    std::string data;
-    AppendU32(data, value);
-    fake_.registry.Create(kRegistryPath)->Set(name, port::RegistryType::kDword, data);
-  }
-  void SetList(std::u16string_view name, const std::vector<std::u16string>& list) {
-    fake_.registry.Create(kRegistryPath)
-        ->Set(name, port::RegistryType::kMultiString, CreateMultiString(list));
-  }
-  void SetGroups(const std::vector<std::u16string>& groups) {
-    SetDword(u"numgroups", static_cast<std::uint32_t>(groups.size()));
-    SetList(u"groups", groups);
-  }
-  std::uint32_t Dword(std::u16string_view name) {
-    const auto value = fake_.registry.Create(kRegistryPath)->Get(name);
-    return value && value->data.size() == 4 ? GetU32(value->data, 0) : 0xDEADBEEF;
-  }
-  std::string Bytes(std::u16string_view name) {
-    const auto value = fake_.registry.Create(kRegistryPath)->Get(name);
-    return value ? value->data : "missing";
-  }
-
-  port::FakePlatform fake_;
-  std::thread thread_;
-  std::thread::id id_;
-  int code_ = -1;
-};
 
 // --- Start-up ----------------------------------------------------------------------------------
 
@@ -439,18 +362,7 @@ TEST_F(Program, StartWithoutScheduleCancelsTheRegistration) {
 
 // --- Putting changed preferences into force ----------------------------------------------------
 
-class Applying : public Program {
- protected:
-  // Runs on the program thread, between two messages.
-  void Apply(const std::function<void(Prefs&)>& change) {
-    fake_.queues.PostCall(id_, [change] {
-      auto edited = CopyPrefs(*gPrefs);
-      change(*edited);
-      ApplyPrefsChanges(std::move(edited));
-    });
-    WaitIdle();
-  }
-};
+using Applying = Program;
 
 TEST_F(Applying, ChangedTabPlacementRebuildsTheViewsAndKeepsTheBoxes) {
   SetGroups({u"a"});
