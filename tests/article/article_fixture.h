@@ -110,8 +110,8 @@ class ArticleTest : public StoreTest {
   std::uint32_t TotalCount(std::size_t group = 1) { return gReadInfo.at(group)->totalCount; }
 
   // In the "Find" dialog; boxes that are not named are cleared.
-  void AnswerFind(std::u16string text, std::uint32_t button = kControlOk,
-                  std::vector<std::uint32_t> ticked = {}) {
+  void AnswerFind(const std::u16string& text, std::uint32_t button = kControlOk,
+                  const std::vector<std::uint32_t>& ticked = {}) {
     fake.display.WhenShown(kDialogFind, [=, this](port::WindowHandle dialog) {
       fake.display.Type(dialog, kControlFindText, text);
       for (const std::uint32_t box :

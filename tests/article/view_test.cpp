@@ -211,6 +211,20 @@ TEST_F(ArticleView, AStoreThatFailsWhileMarkingLeavesEveryCountAndShowsTheArticl
   EXPECT_EQ(ReadCount(), 0U);
 }
 
+TEST_F(ArticleView, AStoreThatBreaksDownWhileMarkingEndsTheProgramNotTheProcess) {
+  PutThreeThreads();
+  const GdbmLibrary sound = gGdbm;
+  gGdbm.store = [](GDBM_FILE, datum, datum, int) { return -1; };
+  gGdbm.needs_recovery = [](GDBM_FILE) { return 1; };
+  fake.display.Expect(u"A critical error occurred while accessing the Quillet CE databases.",
+                      port::kIdNo);
+  Open("<a2@x>");
+  gGdbm = sound;
+  EXPECT_EQ(gMainWindow, 0U);
+  EXPECT_EQ(NodeOf("<a2@x>")->read, 0U);
+  EXPECT_EQ(ReadCount(), 0U);
+}
+
 // --- The viewer ----------------------------------------------------------------------------------
 
 TEST_F(ArticleView, WithoutAnArticleThereIsAText) {
