@@ -149,7 +149,9 @@ void FillFields(ExpectedFields& expected, const std::vector<HeaderLine>& head) {
 }  // namespace
 
 ArticleGenerator::ArticleGenerator(GeneratorOptions options)
-    : options_(std::move(options)), random_(options_.seed) {}
+    : options_(std::move(options)), random_(options_.seed) {
+  if (options_.tangled) tangles_.emplace(options_.seed, options_.groups);
+}
 
 std::vector<std::string> ArticleGenerator::ChooseGroups() {
   const std::size_t count = options_.groups.size();
@@ -168,25 +170,36 @@ const ArticleGenerator::Seen* ArticleGenerator::ChooseParent() {
   return &recent_[recent_.size() - 1 - back];
 }
 
+Place ArticleGenerator::ChoosePlace() {
+  Place place;
+  place.message_id = FormatNarrow("<%u.%u.%x@news.example.org>", options_.seed, index_,
+                                  random_.Next() & 0xFFFFFFFFU);
+  const Seen* parent = ChooseParent();
+  place.groups = parent ? parent->groups : ChooseGroups();
+  place.topic = parent ? parent->topic : RandomSubject(random_);
+  place.subject = parent ? "Re: " + place.topic : place.topic;
+  if (parent) place.references = ReferencesFor(parent->references, parent->message_id);
+  if (tangles_) tangles_->Tangle(place, index_);
+  return place;
+}
+
 GeneratedArticle ArticleGenerator::Next() {
   GeneratedArticle article;
+  const Place place = ChoosePlace();
+  article.message_id = place.message_id;
+  article.groups = place.groups;
+  article.body = MakeBody(random_);
   HeadPlan plan;
   plan.index = index_++;
-  article.message_id = FormatNarrow("<%u.%u.%x@news.example.org>", options_.seed, plan.index,
-                                    random_.Next() & 0xFFFFFFFFU);
-  plan.message_id = article.message_id;
-  const Seen* parent = ChooseParent();
-  article.groups = parent ? parent->groups : ChooseGroups();
-  plan.newsgroups = Join(article.groups, ',');
-  std::string subject = parent ? parent->subject : RandomSubject(random_);
-  plan.subject = parent ? "Re: " + subject : subject;
-  if (parent) plan.references = ReferencesFor(parent->references, parent->message_id);
-  article.body = MakeBody(random_);
+  plan.message_id = place.message_id;
+  plan.newsgroups = Join(place.groups, ',');
+  plan.subject = place.subject;
+  plan.references = place.references;
   plan.body_lines = article.body.size();
   const std::vector<HeaderLine> head = MakeHead(plan, random_);
   FillHead(article, head);
   FillFields(article.expected, head);
-  recent_.push_back({article.message_id, plan.references, std::move(subject), article.groups});
+  recent_.push_back({place.message_id, place.references, place.topic, place.groups});
   if (recent_.size() > kRememberedArticles) recent_.pop_front();
   return article;
 }

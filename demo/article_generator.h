@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "demo/random.h"
+#include "demo/tangles.h"
 
 namespace quillet::demo {
 
@@ -37,6 +39,7 @@ struct GeneratedArticle {
 struct GeneratorOptions {
   std::uint64_t seed = 1;
   std::vector<std::string> groups;  // at least one
+  bool tangled = false;             // threads as Tangles makes them, not as they should be
 };
 
 class ArticleGenerator {
@@ -49,17 +52,19 @@ class ArticleGenerator {
   struct Seen {
     std::string message_id;
     std::string references;
-    std::string subject;
+    std::string topic;  // the subject without reply marks
     std::vector<std::string> groups;
   };
 
   std::vector<std::string> ChooseGroups();
   const Seen* ChooseParent();
+  Place ChoosePlace();
 
   GeneratorOptions options_;
   Random random_;
   std::size_t index_ = 0;
   std::deque<Seen> recent_;
+  std::optional<Tangles> tangles_;
 };
 
 // The text as sent: every line ends in CR LF, a dot at a line start is doubled. Without the

@@ -18,16 +18,18 @@ using quillet::demo::OptionReader;
 
 constexpr std::string_view kUsage =
     "usage: quillet-demo-generate --group NAME [--group NAME ...] [--count N] [--first N]\n"
-    "         [--seed N] [--stream FILE] [--manifest FILE]\n"
+    "         [--seed N] [--tangled] [--stream FILE] [--manifest FILE]\n"
     "\n"
     "Writes the articles number FIRST (0 when not given) to FIRST + COUNT - 1 of the seed.\n"
     "The stream holds \"TAKETHIS <id>\" with the article, one after the other, ready to be sent;\n"
-    "the manifest says what a reader must store of each, one JSON object a line.\n";
+    "the manifest says what a reader must store of each, one JSON object a line. With --tangled\n"
+    "parents come late, elsewhere or never, and subjects are written in every manner.\n";
 
 struct Options {
   std::uint64_t count = 100;
   std::uint64_t first = 0;
   std::uint64_t seed = 1;
+  bool tangled = false;
   std::vector<std::string> groups;
   std::string stream;
   std::string manifest;
@@ -38,7 +40,8 @@ bool ReadOptions(OptionReader reader, Options& options) {
     const bool known =
         reader.Number("--count", options.count) || reader.Number("--first", options.first) ||
         reader.Number("--seed", options.seed) || reader.Texts("--group", options.groups) ||
-        reader.Text("--stream", options.stream) || reader.Text("--manifest", options.manifest);
+        reader.Flag("--tangled", options.tangled) || reader.Text("--stream", options.stream) ||
+        reader.Text("--manifest", options.manifest);
     if (!known) return false;
   }
   return !options.groups.empty();
@@ -55,7 +58,8 @@ int Generate(const Options& options) {
   std::ofstream stream(options.stream.empty() ? "/dev/null" : options.stream, std::ios::binary);
   std::ofstream manifest(options.manifest.empty() ? "/dev/null" : options.manifest,
                          std::ios::binary);
-  ArticleGenerator generator({.seed = options.seed, .groups = options.groups});
+  ArticleGenerator generator(
+      {.seed = options.seed, .groups = options.groups, .tangled = options.tangled});
   for (std::uint64_t i = 0; i < options.first; ++i) generator.Next();
   for (std::uint64_t i = 0; i < options.count; ++i) {
     WriteArticle(generator.Next(), stream, manifest);

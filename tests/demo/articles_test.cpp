@@ -20,8 +20,9 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::vector<GeneratedArticle> Generate(std::size_t count, std::uint64_t seed) {
-  ArticleGenerator generator({.seed = seed, .groups = {"g.a", "g.b", "g.c"}});
+std::vector<GeneratedArticle> Generate(std::size_t count, std::uint64_t seed,
+                                       bool tangled = false) {
+  ArticleGenerator generator({.seed = seed, .groups = {"g.a", "g.b", "g.c"}, .tangled = tangled});
   std::vector<GeneratedArticle> articles;
   while (articles.size() < count) articles.push_back(generator.Next());
   return articles;
@@ -80,6 +81,39 @@ TEST(GeneratorTest, FollowUpsNameAnArticleMadeBeforeThem) {
       EXPECT_TRUE(ids.contains(article.expected.parent_id)) << article.expected.parent_id;
     }
     ids.insert(article.message_id);
+  }
+}
+
+TEST(GeneratorTest, TangledThreadsHoldEveryMistake) {
+  const auto articles = Generate(5000, 7, true);
+  std::map<std::string, std::size_t> number;  // of each article by its Message-ID
+  for (std::size_t i = 0; i < articles.size(); ++i) number[articles[i].message_id] = i;
+  EXPECT_EQ(number.size(), articles.size());
+  std::map<std::string, std::size_t> seen, depth;
+  for (std::size_t i = 0; i < articles.size(); ++i) {
+    const ExpectedFields& expected = articles[i].expected;
+    seen["many marks"] += expected.subject.starts_with("Re: RE:re: ");
+    seen["no mark"] += !expected.parent_id.empty() && !expected.subject.starts_with("R");
+    seen["changed subject"] += expected.subject.find("(was: ") != std::string::npos;
+    seen["start"] += expected.parent_id.empty();
+    const auto parent = number.find(expected.parent_id);
+    if (parent == number.end()) {
+      seen["missing parent"] += !expected.parent_id.empty();
+      continue;
+    }
+    seen["own parent"] += parent->second == i;
+    seen["late parent"] += parent->second > i;
+    seen["circle"] += parent->second != i &&
+                      articles[parent->second].expected.parent_id == articles[i].message_id;
+    seen["parent elsewhere"] += articles[parent->second].groups != articles[i].groups;
+    const std::size_t levels = depth[expected.parent_id] + 1;
+    depth[articles[i].message_id] = levels;
+    seen["over 100 deep"] += levels > 100;
+  }
+  for (const char* tangle :
+       {"many marks", "no mark", "changed subject", "start", "missing parent", "own parent",
+        "late parent", "circle", "parent elsewhere", "over 100 deep"}) {
+    EXPECT_GT(seen[tangle], 5U) << tangle;
   }
 }
 
