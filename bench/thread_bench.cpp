@@ -1,0 +1,244 @@
+// Building the tree of a group: through the store against the bare cost of walking the chain and
+// fetching and parsing the same records, and in memory for groups of every bad shape against an
+// ordinary one. Taken in turns; medians.
+//
+// usage: thread_bench [ARTICLES] [ROUNDS]; ends with 1 when a figure misses its target.
+
+#define QUILLET_FAKE_WITHOUT_GTEST
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "port/fake/fake_platform.h"
+#include "store/bulk_store.h"
+#include "store/chains.h"
+#include "store/databases.h"
+#include "store/records.h"
+#include "tests/thread/forests.h"
+#include "tests/thread/tree_reference.h"
+#include "thread/builder.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+using testing::TestArticle;
+using Articles = std::vector<TestArticle>;
+
+constexpr double kStoreTarget = 1.6;
+constexpr double kShapeTarget = 3;
+constexpr double kMemoryTarget = 400;
+constexpr std::u16string_view kGroup = u"bench.threads";
+
+void Require(bool good, const char* what) {
+  if (good) return;
+  std::fprintf(stderr, "thread_bench: %s failed\n", what);
+  std::exit(2);
+}
+
+double Milliseconds(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+      .count();
+}
+
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+double BytesAnArticle(const ThreadTree& tree) {
+  return static_cast<double>(tree.MemoryUsed()) / tree.root().descendantCount;
+}
+
+// --- Through the store ---------------------------------------------------------------------------
+
+// Bodies from 0.4 to 2.8 kB, of lines.
+std::string Body(std::size_t number) {
+  std::string body;
+  const std::size_t length = 400 + number * 7919U % 2400;
+  while (body.size() < length)
+    body += "Some sixty bytes of what somebody had to say about it...\r\n";
+  return body;
+}
+
+void StoreAll(const Articles& newest_first) {
+  const BulkStore bulk;
+  for (auto article = newest_first.rbegin(); article != newest_first.rend(); ++article) {
+    AsciiArticle stored;
+    stored.messageId = article->id;
+    stored.headers = std::string(300, 'h');
+    stored.body = Body(static_cast<std::size_t>(article->number));
+    stored.read = article->read ? 1 : 0;
+    stored.parentId = article->parent;
+    stored.subject = article->subject;
+    stored.from = article->from;
+    stored.replyTo = article->from;
+    stored.articleNumber = static_cast<std::uint32_t>(article->number);
+    stored.source = article->source;
+    stored.date = "Sat, 21 Nov 2026 12:00:00 +0000";
+    Require(StoreArticle(stored), "storing");
+    Require(AddArticleToGroup(kGroup, article->id), "chaining");
+  }
+}
+
+void ReadAll(std::size_t count) {
+  std::size_t read = 0;
+  for (auto record = GroupChainFirst(kGroup); record; record = GroupChainNext()) {
+    read += FetchArticle(record->messageId) != nullptr ? 1U : 0U;
+  }
+  Require(read == count, "reading");
+}
+
+bool MeasureStore(const Articles& articles, unsigned rounds) {
+  gDatabaseFolder = u"\\Bench";
+  gPlatform->files.CreateFolder(gDatabaseFolder);
+  gPrefs = std::make_unique<Prefs>();
+  gPrefs->usethreading = 1;
+  Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
+  StoreAll(articles);
+  std::vector<double> bare;
+  std::vector<double> build;
+  double bytes = 0;
+  for (unsigned i = 0; i <= rounds; ++i) {  // the first one warms up
+    bare.push_back(Milliseconds([&] { ReadAll(articles.size()); }));
+    BuiltTree built;
+    build.push_back(Milliseconds([&] { built = BuildNodeTree(kGroup); }));
+    Require(built.complete && built.tree->root().descendantCount == articles.size(), "building");
+    bytes = BytesAnArticle(*built.tree);
+  }
+  CloseDatabases();
+  bare.erase(bare.begin());
+  build.erase(build.begin());
+  const double ratio = Median(build) / Median(bare);
+  std::printf("tree of %zu articles %.0f ms, bare reading %.0f ms: ratio %.2f (target %.1f)\n",
+              articles.size(), Median(build), Median(bare), ratio, kStoreTarget);
+  std::printf("memory beyond the texts: %.0f bytes an article (target under %.0f)\n", bytes,
+              kMemoryTarget);
+  return ratio <= kStoreTarget && bytes < kMemoryTarget;
+}
+
+// --- Shapes --------------------------------------------------------------------------------------
+
+// Every article its own thread with its own subject; `change` makes something of each.
+Articles Separate(std::size_t count,
+                  const std::function<void(TestArticle&, std::size_t)>& change = {}) {
+  Articles articles;
+  for (std::size_t i = count; i > 0; --i) {
+    TestArticle article{testing::Group::Id(i),
+                        "",
+                        FormatNarrow("The subject of article number %lu", i),
+                        "news.example.org",
+                        FormatNarrow("A. Writer <writer%lu@example.org>", i % 911),
+                        static_cast<std::int32_t>(i),
+                        false,
+                        static_cast<std::uint32_t>(i)};
+    if (change) change(article, i);
+    articles.push_back(std::move(article));
+  }
+  return articles;
+}
+
+void Answer(TestArticle& article, std::size_t parent) {
+  if (parent > 0) article.parent = testing::Group::Id(parent);
+}
+
+Articles Reversed(Articles articles) {
+  std::reverse(articles.begin(), articles.end());
+  return articles;
+}
+
+struct Shape {
+  const char* name;
+  Articles articles;
+};
+
+std::vector<Shape> Shapes(const Articles& ordinary) {
+  const std::size_t count = ordinary.size();
+  const Articles chain =
+      Separate(count, [](auto& article, std::size_t i) { Answer(article, i - 1); });
+  const Articles star =
+      Separate(count, [](auto& article, std::size_t i) { Answer(article, i > 1 ? 1 : 0); });
+  std::vector<Shape> shapes;
+  shapes.push_back({"all separate", Separate(count)});
+  shapes.push_back({"all of one subject", Separate(count, [](auto& article, std::size_t i) {
+                      article.subject = i % 2 == 0 ? "Re: One subject" : "One subject";
+                    })});
+  shapes.push_back({"one chain, replies before parents", chain});
+  shapes.push_back({"one chain, parents before replies", Reversed(chain)});
+  shapes.push_back({"all answer one, before it", star});
+  shapes.push_back({"all answer one, after it", Reversed(star)});
+  shapes.push_back({"the ordinary one in reverse order", Reversed(ordinary)});
+  shapes.push_back({"chain of missing parents and one source each",
+                    Separate(count, [](auto& article, std::size_t i) {
+                      article.parent = FormatNarrow("<gone%lu@x.example>", i);
+                      article.source = FormatNarrow("server%lu.example", i * 7919 % 100003);
+                    })});
+  shapes.push_back(
+      {"Message-IDs alike for 60 bytes", Separate(count, [](auto& article, std::size_t i) {
+         const std::string head = "<" + std::string(60, 'a');
+         article.id = head + FormatNarrow("%lu@x>", i);
+         article.parent = head + FormatNarrow("%lu@x>", i / 3);
+       })});
+  shapes.push_back({"all of one Message-ID", Separate(count, [](auto& article, std::size_t i) {
+                      article.id = "<1@x>";
+                      if (i % 2 == 0) article.parent = "<1@x>";
+                    })});
+  return shapes;
+}
+
+std::unique_ptr<ThreadTree> Build(const Articles& articles) {
+  return testing::BuildTree(articles, {true, false});
+}
+
+bool MeasureShapes(const Articles& ordinary, unsigned rounds) {
+  std::vector<Shape> shapes = Shapes(ordinary);
+  shapes.insert(shapes.begin(), {"ordinary, in memory", ordinary});
+  std::vector<std::vector<double>> times(shapes.size());
+  std::vector<double> bytes(shapes.size());
+  for (unsigned round = 0; round < rounds; ++round) {
+    for (std::size_t i = 0; i < shapes.size(); ++i) {
+      std::unique_ptr<ThreadTree> tree;
+      times[i].push_back(Milliseconds([&] { tree = Build(shapes[i].articles); }));
+      bytes[i] = BytesAnArticle(*tree);
+    }
+  }
+  bool good = true;
+  std::printf("%-46s %8s %8s %8s\n", "shape", "ms", "ratio", "bytes");
+  for (std::size_t i = 0; i < shapes.size(); ++i) {
+    const double ratio = Median(times[i]) / Median(times[0]);
+    std::printf("%-46s %8.1f %8.2f %8.0f\n", shapes[i].name, Median(times[i]), ratio, bytes[i]);
+    good = good && ratio <= kShapeTarget && bytes[i] < kMemoryTarget;
+  }
+  std::printf("targets: ratio %.1f, under %.0f bytes an article\n", kShapeTarget, kMemoryTarget);
+  return good;
+}
+
+int Run(unsigned count, unsigned rounds) {
+  const Articles ordinary = testing::Group(1).Make(count);
+  const bool shapes_good = MeasureShapes(ordinary, rounds);
+  const bool store_good = MeasureStore(ordinary, rounds);
+  return shapes_good && store_good ? 0 : 1;
+}
+
+unsigned Argument(int argc, char** argv, int index, unsigned value) {
+  if (argc <= index) return value;
+  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
+}
+
+}  // namespace
+}  // namespace quillet
+
+int main(int argc, char** argv) {
+  quillet::port::FakePlatform fake;
+  return quillet::Run(quillet::Argument(argc, argv, 1, 100000),
+                      quillet::Argument(argc, argv, 2, 5));
+}
