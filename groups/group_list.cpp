@@ -6,19 +6,19 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/long_operation.h"
 #include "app/base/messages.h"
 #include "app/base/modal_dialog.h"
 #include "app/base/prefs.h"
 #include "app/base/views.h"
 #include "app/base/wait_cursor.h"
 #include "article/view.h"
+#include "groups/marking.h"
 #include "groups/newsgroups.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"
-#include "store/chains.h"
 #include "store/counts.h"
+#include "store/databases.h"
 #include "store/maintenance.h"
 #include "thread/view.h"
 #include "util/format.h"
@@ -150,55 +150,18 @@ void RemoveGroups() {
   FillRows(gPrefs->numgroups == before ? gPlatform->group_list.SelectedRow() : -1);
 }
 
-// The shown tree and the current article are kept in step with the store.
-void MarkArticle(const std::string& message_id, bool read, std::size_t group) {
-  const bool shown = gThreadTree && static_cast<std::size_t>(gThreadGroup) == group;
-  Node* node = shown ? gThreadTree->FindNodeByMessageId(message_id) : nullptr;
-  SetArticleReadById(message_id, node, read, group);
-  if (gCurrentArticle && gCurrentArticle->messageId == message_id) {
-    gCurrentArticle->read = read ? 1 : 0;
-  }
-}
-
-// Marks the articles of one group; false after an abort.
-bool MarkGroup(std::size_t group, bool read) {
-  const ReadInfo& info = *gReadInfo[group];
-  const bool nothing_to_do = read ? info.readCount == info.totalCount : info.readCount == 0;
-  if (nothing_to_do) return true;
-  SetProgressDetail(gPrefs->groups[group]);
-  SetProgressRange(info.totalCount);
-  std::uint64_t done = 0;
-  for (auto record = GroupChainFirst(gPrefs->groups[group]); record; record = GroupChainNext()) {
-    if (AbortRequested()) return false;
-    MarkArticle(record->messageId, read, group);
-    SetProgressPosition(++done);
-  }
-  return true;
-}
-
-int MarkCheckedGroups(bool read) {
-  if (AbortRequested()) return 0;
-  NoteShownGroupTouched();
-  const std::vector<bool> checked = CheckedGroupRows();
-  const std::size_t groups = std::min(checked.size(), gReadInfo.size());
-  for (std::size_t i = 0; i < groups; ++i) {
-    if (checked[i] && !MarkGroup(i, read)) return 0;
-  }
-  return 1;
-}
-
 void MarkRead() {
   if (ConfirmAction(u"Mark articles in checked groups as read?", true)) {
-    RunWithProgress(u"Marking articles in checked groups as read...",
-                    [] { return MarkCheckedGroups(true); });
+    NoteShownGroupTouched();
+    MarkCheckedGroups(true);
   }
   FillGroupList();
 }
 
 void MarkUnread() {
   if (ConfirmAction(u"Mark articles in checked groups as unread?", true)) {
-    RunWithProgress(u"Marking articles in checked groups as unread...",
-                    [] { return MarkCheckedGroups(false); });
+    NoteShownGroupTouched();
+    MarkCheckedGroups(false);
   }
   FillGroupList();
 }

@@ -1,0 +1,80 @@
+#include "groups/marking.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "app/base/long_operation.h"
+#include "app/base/prefs.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "thread/current.h"
+#include "thread/totals.h"
+
+namespace quillet {
+namespace {
+
+bool TreeIsShownOf(std::size_t group) {
+  return gThreadTree && gThreadGroup >= 0 && static_cast<std::size_t>(gThreadGroup) == group;
+}
+
+// The node of the shown tree, if there is one, is marked with the article; false when the store
+// refuses.
+bool MarkArticle(const std::string& message_id, bool read, std::size_t group) {
+  Node* node = TreeIsShownOf(group) ? gThreadTree->FindNodeByMessageId(message_id) : nullptr;
+  if (node != nullptr) return SetNodeReadAlone(*node, read, group);
+  SetArticleReadById(message_id, nullptr, read, group);
+  return true;
+}
+
+bool MarkArticlesOf(std::size_t group, bool read) {
+  std::uint64_t done = 0;
+  for (auto record = GroupChainFirst(gPrefs->groups[group]); record; record = GroupChainNext()) {
+    if (AbortRequested() || !MarkArticle(record->messageId, read, group)) return false;
+    SetProgressPosition(++done);
+  }
+  return true;
+}
+
+// After some or all articles of the group were marked.
+void BringShownTreeInStep(std::size_t group) {
+  if (!TreeIsShownOf(group)) return;
+  SumUp(gThreadTree->root());
+  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
+    gCurrentArticle->read = gCurrentArticle->node->read;
+  }
+}
+
+// Marks the articles of one group; false when it stopped before its end.
+bool MarkGroup(std::size_t group, bool read) {
+  const ReadInfo& info = *gReadInfo[group];
+  const bool nothing_to_do = read ? info.readCount == info.totalCount : info.readCount == 0;
+  if (nothing_to_do) return true;
+  SetProgressDetail(gPrefs->groups[group]);
+  SetProgressRange(info.totalCount);
+  const bool all = MarkArticlesOf(group, read);
+  BringShownTreeInStep(group);
+  return all;
+}
+
+int MarkChecked(bool read) {
+  if (AbortRequested()) return 0;
+  const std::vector<bool> checked = CheckedGroupRows();
+  const std::size_t groups = std::min(checked.size(), gReadInfo.size());
+  for (std::size_t i = 0; i < groups; ++i) {
+    if (checked[i] && !MarkGroup(i, read)) return 0;
+  }
+  return 1;
+}
+
+}  // namespace
+
+void MarkCheckedGroups(bool read) {
+  RunWithProgress(read ? u"Marking articles in checked groups as read..."
+                       : u"Marking articles in checked groups as unread...",
+                  [read] { return MarkChecked(read); });
+}
+
+}  // namespace quillet

@@ -1,0 +1,10 @@
+// Marking the articles of whole groups. Program thread only.
+#pragma once
+
+namespace quillet {
+
+// Marks every article of the groups checked in the group list, under the runner. Group counts and
+// the counts of the shown tree follow; labels are left to the next showing of the thread view.
+void MarkCheckedGroups(bool read);
+
+}  // namespace quillet
