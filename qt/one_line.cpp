@@ -32,7 +32,7 @@ QString OneLine(QStringView text) {
 }
 
 QString PlainToolTip(const QString& text) {
-  return text.isEmpty() ? QString() : Qt::convertFromPlainText(text);
+  return text.isEmpty() ? QString() : Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
 }
 
 }  // namespace quillet::qt

@@ -274,6 +274,11 @@ QVariant ThreadModel::data(const QModelIndex& index, int role) const {
   }
 }
 
+QVariant ThreadModel::headerData(int section, Qt::Orientation orientation, int role) const {
+  const bool column = section == 0 && orientation == Qt::Horizontal;
+  return column && role == Qt::DisplayRole ? QStringLiteral("Threads") : QVariant();
+}
+
 Qt::ItemFlags ThreadModel::flags(const QModelIndex& index) const {
   if (!index.isValid()) return Qt::NoItemFlags;
   const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;

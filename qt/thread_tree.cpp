@@ -189,7 +189,11 @@ void ThreadTree::SelectIndex(const QModelIndex& index) {
   if (index.isValid()) {
     setCurrentIndex(index);
   } else {
-    selectionModel()->clear();
+    clearSelection();
+    // Keys start from the row that has the focus.
+    if (!currentIndex().isValid()) {
+      selectionModel()->setCurrentIndex(model_->index(0, 0), QItemSelectionModel::NoUpdate);
+    }
   }
   setAutoScroll(scrolls);
 }
@@ -212,9 +216,13 @@ void ThreadTree::Select(port::TreeItem item) {
   if (index.isValid()) scrollTo(index);
 }
 
-port::TreeItem ThreadTree::Selected() const {
+QModelIndex ThreadTree::SelectedIndex() const {
   const QModelIndexList rows = selectionModel()->selectedRows();
-  return rows.isEmpty() ? 0 : model_->ItemOf(rows.front());
+  return rows.isEmpty() ? QModelIndex() : rows.front();
+}
+
+port::TreeItem ThreadTree::Selected() const {
+  return model_->ItemOf(SelectedIndex());
 }
 
 // --- places --------------------------------------------------------------------------------------
@@ -254,7 +262,7 @@ void ThreadTree::keyPressEvent(QKeyEvent* event) {
   const bool plain = modifiers == Qt::NoModifier;
   const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
   if (event->key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier) return AskMenuByKey();
-  if (plain && enter && Selected() != 0) return Activate(currentIndex());
+  if (plain && enter && Selected() != 0) return Activate(SelectedIndex());
   if (FirstStepSelects(*this, *event)) return;
   // Layouts have + and * on the shifted plane.
   if ((plain || modifiers == Qt::ShiftModifier) && ExpandByKey(event->key())) return;
@@ -298,7 +306,7 @@ void ThreadTree::AskMenu(const QModelIndex& index, const MenuPlace& where) {
 }
 
 void ThreadTree::AskMenuByKey() {
-  const QModelIndex row = Selected() != 0 ? currentIndex() : QModelIndex();
+  const QModelIndex row = SelectedIndex();
   if (row.isValid()) scrollTo(row);
   const QRect text = row.isValid() ? TextRect(row) : QRect();
   AskMenu(row, {viewport()->mapToGlobal(text.bottomLeft()), true});

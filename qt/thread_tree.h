@@ -63,6 +63,7 @@ class ThreadTree final : public QTreeView {
 
   Kept Keep(const QModelIndex& below) const;
   void Restore(const Kept& kept);
+  QModelIndex SelectedIndex() const;
   void SelectIndex(const QModelIndex& index);
   void ExpandAbove(const QModelIndex& index);
   void AskMenu(const QModelIndex& index, const MenuPlace& where);

@@ -1,0 +1,922 @@
+// The thread tree and its caption, rows and selection, keys, mouse and fingers.
+#include <QAccessible>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QLabel>
+#include <QPointingDevice>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QStyleHints>
+#include <QToolTip>
+#include <algorithm>
+
+#include "qt/fonts.h"
+#include "qt/one_line.h"
+#include "tests/qt/display_fixture.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::MessageKind;
+using port::TreeItem;
+using port::TreeRow;
+
+std::u16string Text(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+// Two threads and a lone article:
+//   100 2/4 Hello        200 World
+//     1 Ada                5 Eve
+//       2 Bob            300 1/1 Apple
+//         3 Cyd            6 Fay
+//     4 Dan
+std::vector<TreeRow> SmallTree() {
+  return {{100, 0, true, u"2/4 Hello"}, {1, 1, true, u"Ada"},         {2, 2, false, u"Bob"},
+          {3, 3, true, u"Cyd"},         {4, 1, false, u"Dan"},        {200, 0, false, u"World"},
+          {5, 1, false, u"Eve"},        {300, 0, true, u"1/1 Apple"}, {6, 1, true, u"Fay"}};
+}
+
+class TreeTest : public DisplayTest {
+ protected:
+  port::TreeView& tree() { return device->thread_tree(); }
+  ThreadTree& Tree() { return *Main().Threads()->Tree(); }
+  const ThreadModel& Rows() { return Tree().Rows(); }
+  QModelIndex At(TreeItem item) { return Rows().Find(item); }
+
+  // The window with the tree in its shown tab, and no message left of that.
+  port::WindowHandle ShowTree(std::vector<TreeRow> rows, port::Size size = {640, 480}) {
+    const port::WindowHandle main = ShowWindow(port::TabPlacement::kBottom, size);
+    device->windows().SelectTab(port::kThreadTab);
+    tree().CreateTree(u"thread tree", u"", 4);
+    tree().FillTree(std::move(rows));
+    tree().FocusTree();
+    OnDisplay([&] { QCoreApplication::processEvents(); });
+    TakeMessages(queues);
+    return main;
+  }
+
+  // The items on the screen from top to bottom, collapsed ones left out. Any thread.
+  std::vector<TreeItem> Shown() {
+    std::vector<TreeItem> items;
+    OnDisplay([&] {
+      for (QModelIndex row = Tree().model()->index(0, 0); row.isValid();
+           row = Tree().indexBelow(row)) {
+        items.push_back(Rows().ItemOf(row));
+      }
+    });
+    return items;
+  }
+  void Expand(TreeItem item, bool expanded = true) {
+    OnDisplay([&] { Tree().setExpanded(At(item), expanded); });
+  }
+  QPoint TextOf(TreeItem item) {
+    const QRect text = Tree().TextRect(At(item));
+    return {text.left() + 8, text.center().y()};
+  }
+  // But for the last line of pixels, which scrolling to a row may leave out.
+  ::testing::AssertionResult OnScreen(const QRect& place) {
+    if (Tree().viewport()->rect().contains(place.adjusted(0, 0, 0, -1)))
+      return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << place.x() << "," << place.y() << " " << place.width() << "x" << place.height()
+           << " in " << Tree().viewport()->width() << "x" << Tree().viewport()->height();
+  }
+  QPoint MarkOf(TreeItem item) { return Tree().MarkRect(At(item)).center(); }
+  void Click(QPoint place, Qt::MouseButton button = Qt::LeftButton) {
+    QTest::mouseClick(Tree().viewport(), button, Qt::NoModifier, place);
+  }
+  void DoubleClick(QPoint place) {
+    Click(place);
+    QTest::mouseDClick(Tree().viewport(), Qt::LeftButton, Qt::NoModifier, place);
+  }
+  Details Activated() { return OfKind(TakeMessages(queues), MessageKind::kItemActivated); }
+};
+
+// --- rows ----------------------------------------------------------------------------------------
+
+TEST_F(TreeTest, BeforeTheTreeAndAfterTheWindowAllIsEmpty) {
+  const auto use_all = [&] {
+    tree().FillTree(SmallTree());
+    tree().ReplaceSubtree(1, SmallTree());
+    tree().SetLabels({{1, true, u"x"}});
+    tree().SelectItem(1);
+    tree().FocusTree();
+    tree().SetCaption(u"caption");
+    EXPECT_FALSE(tree().TreeCreated());
+    EXPECT_EQ(tree().SelectedItem(), 0u);
+  };
+  use_all();
+  tree().CreateTree(u"thread tree", u"", 4);  // there is no window yet
+  use_all();
+  ShowWindow();
+  use_all();
+  tree().CreateTree(u"thread tree", u"", 4);
+  EXPECT_TRUE(tree().TreeCreated());
+  device->windows().DestroyMainWindow();
+  use_all();
+}
+
+TEST_F(TreeTest, NewRowsAreCollapsedAndNothingIsSelected) {
+  ShowTree(SmallTree());
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+}
+
+TEST_F(TreeTest, RowsStandBelowTheirParents) {
+  ShowTree(SmallTree());
+  OnDisplay([&] {
+    Tree().expandAll();
+    EXPECT_EQ(At(2).parent(), At(1));
+    EXPECT_EQ(At(3).parent(), At(2));
+    EXPECT_EQ(At(4).parent(), At(100));
+    EXPECT_EQ(At(4).row(), 1);
+    EXPECT_EQ(At(100).parent(), QModelIndex());
+    EXPECT_EQ(At(300).row(), 2);
+    EXPECT_EQ(At(1).data().toString(), QStringLiteral("Ada"));
+    EXPECT_TRUE(At(1).data(Qt::FontRole).value<QFont>().bold());
+    EXPECT_FALSE(At(2).data(Qt::FontRole).isValid());
+    EXPECT_FALSE(At(77).isValid());
+  });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 3, 4, 200, 5, 300, 6}));
+}
+
+TEST_F(TreeTest, RefillKeepsWhatIsExpandedAndSelected) {
+  ShowTree(SmallTree());
+  tree().SelectItem(3);
+  Expand(200);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 3, 4, 200, 5, 300}));
+  std::vector<TreeRow> rows = SmallTree();
+  std::rotate(rows.begin(), rows.begin() + 5, rows.end());  // the first thread is the last now
+  rows.insert(rows.begin(), {400, 0, true, u"0/1 new"});
+  rows.insert(rows.begin() + 1, {7, 1, true, u"Gus"});
+  tree().FillTree(rows);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{400, 200, 5, 300, 100, 1, 2, 3, 4}));
+  EXPECT_EQ(tree().SelectedItem(), 3u);
+}
+
+TEST_F(TreeTest, RefillKeepsWhatIsExpandedInsideACollapsedRow) {
+  ShowTree(SmallTree());
+  Expand(100);
+  Expand(1);
+  Expand(100, false);
+  tree().FillTree(SmallTree());
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));
+  Expand(100);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 4, 200, 300}));
+}
+
+TEST_F(TreeTest, SelectionGoesWithItsItem) {
+  ShowTree(SmallTree());
+  tree().SelectItem(5);
+  tree().FillTree({{100, 0, false, u"Hello"}});
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+  tree().FillTree(SmallTree());
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+}
+
+TEST_F(TreeTest, ReplacedSubtreeKeepsItsPlaceExpansionAndSelection) {
+  ShowTree(SmallTree());
+  tree().SelectItem(3);
+  Expand(200);
+  // Ada is gone, Bob took her place, Gus came.
+  tree().ReplaceSubtree(100, {{100, 0, false, u"0/3 Hello"},
+                              {2, 1, false, u"Bob"},
+                              {3, 2, false, u"Cyd"},
+                              {7, 1, true, u"Gus"},
+                              {4, 1, false, u"Dan"}});
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 2, 3, 7, 4, 200, 5, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 3u);
+  OnDisplay([&] {
+    EXPECT_FALSE(At(1).isValid());
+    EXPECT_EQ(At(100).data().toString(), QStringLiteral("0/3 Hello"));
+    EXPECT_EQ(Rows().DepthOf(At(3)), 2u);
+  });
+}
+
+TEST_F(TreeTest, SelectionOutsideAReplacedSubtreeStays) {
+  ShowTree(SmallTree());
+  tree().SelectItem(5);
+  tree().ReplaceSubtree(100, {{100, 0, false, u"Hello"}});
+  EXPECT_EQ(tree().SelectedItem(), 5u);
+  tree().ReplaceSubtree(100, {});
+  EXPECT_EQ(tree().SelectedItem(), 5u);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{200, 5, 300}));
+}
+
+TEST_F(TreeTest, SelectionInsideATakenSubtreeGoes) {
+  ShowTree(SmallTree());
+  tree().SelectItem(2);
+  tree().ReplaceSubtree(1, {});
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 4, 200, 300}));
+}
+
+TEST_F(TreeTest, InnerSubtreeIsCountedFromItsOwnLevel) {
+  ShowTree(SmallTree());
+  OnDisplay([&] { Tree().expandAll(); });
+  tree().ReplaceSubtree(2, {{8, 0, false, u"Hal"}, {9, 1, false, u"Ida"}});
+  OnDisplay([&] {
+    EXPECT_EQ(At(8).parent(), At(1));
+    EXPECT_EQ(At(9).parent(), At(8));
+    EXPECT_EQ(Rows().DepthOf(At(9)), 3u);
+  });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 8, 4, 200, 5, 300, 6}));  // new: collapsed
+}
+
+TEST_F(TreeTest, UnknownItemIsNotReplaced) {
+  ShowTree(SmallTree());
+  tree().ReplaceSubtree(4711, {{8, 0, false, u"Hal"}});
+  tree().ReplaceSubtree(0, {{8, 0, false, u"Hal"}});
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));
+}
+
+TEST_F(TreeTest, EverythingCanBeTakenAway) {
+  ShowTree(SmallTree());
+  for (const TreeItem item : {100u, 200u, 300u}) tree().ReplaceSubtree(item, {});
+  EXPECT_TRUE(Shown().empty());
+  tree().FillTree({});
+  EXPECT_TRUE(Shown().empty());
+  tree().FillTree(SmallTree());
+  EXPECT_EQ(Shown().size(), 3u);
+}
+
+TEST_F(TreeTest, LabelsChangeTextAndBoldOnly) {
+  ShowTree(SmallTree());
+  tree().SelectItem(2);
+  tree().SetLabels(
+      {{1, false, u"Ada L."}, {4711, true, u"nobody"}, {0, true, u"none"}, {2, true, u"Bob B."}});
+  OnDisplay([&] {
+    EXPECT_EQ(At(1).data().toString(), QStringLiteral("Ada L."));
+    EXPECT_FALSE(At(1).data(Qt::FontRole).isValid());
+    EXPECT_TRUE(At(2).data(Qt::FontRole).value<QFont>().bold());
+    EXPECT_EQ(At(3).data().toString(), QStringLiteral("Cyd"));
+  });
+  EXPECT_EQ(tree().SelectedItem(), 2u);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 4, 200, 300}));
+}
+
+TEST_F(TreeTest, SelectedItemIsShown) {
+  std::vector<TreeRow> rows = SmallTree();
+  for (TreeItem i = 0; i < 300; ++i) rows.insert(rows.begin(), {1000 + i, 0, false, u"x"});
+  ShowTree(rows);
+  tree().SelectItem(3);
+  EXPECT_EQ(tree().SelectedItem(), 3u);
+  OnDisplay([&] {
+    EXPECT_TRUE(Tree().isExpanded(At(100)));
+    EXPECT_TRUE(Tree().isExpanded(At(2)));
+    EXPECT_FALSE(Tree().isExpanded(At(200)));
+    EXPECT_TRUE(OnScreen(Tree().visualRect(At(3))));
+    EXPECT_EQ(Tree().currentIndex(), At(3));
+  });
+  tree().SelectItem(4711);
+  EXPECT_EQ(tree().SelectedItem(), 3u);
+  tree().SelectItem(0);
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+}
+
+TEST_F(TreeTest, NewTreeTakesThePlaceOfTheOld) {
+  ShowTree(SmallTree());
+  tree().SetCaption(u"a.b: 12 on server");
+  tree().CreateTree(u"thread tree", u"DejaVu Serif", 6);
+  EXPECT_TRUE(Shown().empty());
+  OnDisplay([&] {
+    EXPECT_EQ(Main().Threads()->findChildren<QTreeView*>().size(), 1);
+    EXPECT_EQ(Tree().font(), FontFor(u"DejaVu Serif", 6, QApplication::font()));
+    EXPECT_TRUE(Tree().hasFocus());
+    EXPECT_TRUE(Tree().isVisible());
+  });
+  device->windows().CreateTabs(port::TabPlacement::kLeft);
+  EXPECT_FALSE(tree().TreeCreated());
+}
+
+// --- bad input -----------------------------------------------------------------------------------
+
+TEST_F(TreeTest, DepthsWithoutAParentAreBroughtToTheNearestLevel) {
+  ShowTree({{1, 7, false, u"a"},
+            {2, 4000000000u, false, u"b"},
+            {3, 9, false, u"c"},
+            {4, 1, false, u"d"},
+            {5, 0, false, u"e"}});
+  OnDisplay([&] {
+    EXPECT_EQ(At(1).parent(), QModelIndex());
+    EXPECT_EQ(At(2).parent(), At(1));
+    EXPECT_EQ(At(3).parent(), At(2));
+    EXPECT_EQ(At(4).parent(), At(1));
+    EXPECT_EQ(At(5).row(), 1);
+  });
+}
+
+TEST_F(TreeTest, ItemsThatComeTwiceAreFoundOnce) {
+  ShowTree({{1, 0, false, u"a"},
+            {1, 1, false, u"b"},
+            {1, 1, false, u"c"},
+            {0, 0, false, u"none"},
+            {0, 1, false, u"none"}});
+  OnDisplay([&] { Tree().expandAll(); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{1, 1, 1, 0, 0}));
+  tree().SelectItem(1);
+  tree().SetLabels({{1, true, u"d"}});
+  OnDisplay([&] { EXPECT_EQ(At(1).data().toString(), QStringLiteral("d")); });
+  tree().ReplaceSubtree(1, {{1, 0, false, u"x"}, {1, 0, false, u"y"}, {2, 5, false, u"z"}});
+  EXPECT_EQ(Shown().front(), 1u);
+  tree().ReplaceSubtree(1, {});
+  OnDisplay([&] { Tree().expandAll(); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{1, 2, 0, 0}));
+  tree().FillTree(SmallTree());
+  EXPECT_EQ(Shown().size(), 3u);
+}
+
+TEST_F(TreeTest, RandomReplacementsLeaveTheTreeOfTheRows) {
+  ShowTree({});
+  std::uint32_t seed = 1;
+  const auto random = [&seed](std::uint32_t below) {
+    seed = seed * 1664525u + 1013904223u;
+    return (seed >> 8) % below;
+  };
+  TreeItem last = 0;
+  const auto some_rows = [&](std::size_t count) {
+    std::vector<TreeRow> rows;
+    std::uint32_t depth = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      rows.push_back({++last, depth, random(2) == 0, Text("row " + std::to_string(last))});
+      depth = random(depth + 2);
+    }
+    return rows;
+  };
+  std::vector<TreeRow> expected = some_rows(200);
+  tree().FillTree(expected);
+  for (int round = 0; round < 300; ++round) {
+    if (expected.empty()) expected = some_rows(50), tree().FillTree(expected);
+    const auto first = expected.begin() + static_cast<std::ptrdiff_t>(
+                                              random(static_cast<std::uint32_t>(expected.size())));
+    const std::uint32_t depth = first->depth;
+    const TreeItem item = first->item;
+    const auto end = std::find_if(first + 1, expected.end(),
+                                  [&](const TreeRow& row) { return row.depth <= depth; });
+    std::vector<TreeRow> rows = some_rows(random(8));
+    tree().ReplaceSubtree(item, rows);
+    for (TreeRow& row : rows) row.depth += depth;
+    expected.insert(expected.erase(first, end), rows.begin(), rows.end());
+    OnDisplay([&] {
+      QModelIndex index = Rows().index(0, 0);
+      for (const TreeRow& row : expected) {
+        ASSERT_EQ(Rows().ItemOf(index), row.item) << round;
+        ASSERT_EQ(Rows().DepthOf(index), row.depth);
+        ASSERT_EQ(Rows().TextOf(index), row.text);
+        ASSERT_EQ(Rows().index(index.row(), 0, index.parent()), index);
+        ASSERT_EQ(Rows().Find(row.item), index);
+        index = Rows().Next(index);
+      }
+      ASSERT_FALSE(index.isValid());
+    });
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST_F(TreeTest, ControlAndDirectionCharactersStayInTheirRow) {
+  using namespace std::string_literals;
+  ShowTree({{1, 0, true, u"3/4 a\0b\r\nc\td\u2028e\u202Ef\u2066g\x7f\u0085h"s},
+            {2, 0, false, u"\u202E\u202E12/34 \u05E9\u05DC\u05D5\u05DD"},
+            {3, 0, false, u"\xD800 lone \xDC00"s}});
+  OnDisplay([&] {
+    EXPECT_EQ(At(1).data().toString(), QStringLiteral("3/4 a b  c d e\uFFFDf\uFFFDg  h"));
+    EXPECT_EQ(At(2).data().toString().left(8), QStringLiteral("\uFFFD\uFFFD12/34 "));
+    const int height = Tree().visualRect(At(2)).height();
+    EXPECT_EQ(Tree().visualRect(At(1)).height(), height);
+    EXPECT_LT(height, 3 * Tree().fontMetrics().height());
+    EXPECT_FALSE(Tree().viewport()->grab().isNull());
+  });
+}
+
+TEST_F(TreeTest, HugeTextsAreCutBeforeTheyAreLaidOut) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 1; i <= 40; ++i) rows.push_back({i, 0, true, std::u16string(100000, u'W')});
+  ShowTree(rows);
+  OnDisplay([&] {
+    EXPECT_EQ(At(1).data().toString(), QString(1000, QLatin1Char('W')) + QChar(0x2026));
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_FALSE(Tree().viewport()->grab().isNull());
+    EXPECT_LT(timer.elapsed(), 5000);  // all 4 million characters take much longer
+    EXPECT_FALSE(Tree().horizontalScrollBar()->isVisible());
+  });
+  std::u16string faces;  // the cut falls between the halves of a character
+  for (int i = 0; i < 600; ++i) faces += u"\U0001F600";
+  faces.insert(faces.begin(), u'x');
+  OnDisplay([&] {
+    const QString line = OneLine(QString::fromStdU16String(faces));
+    EXPECT_EQ(line.size(), 1000);
+    EXPECT_TRUE(line.isValidUtf16());
+  });
+}
+
+// --- depth ---------------------------------------------------------------------------------------
+
+std::vector<TreeRow> Chain(TreeItem count) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 1; i <= count; ++i) {
+    rows.push_back({i, i - 1, false, Text("From number " + std::to_string(i))});
+  }
+  return rows;
+}
+
+TEST_F(TreeTest, DeepThreadsLeaveHalfTheWidthToTheText) {
+  ShowTree(Chain(1800), {240, 320});
+  tree().SelectItem(1800);
+  EXPECT_EQ(tree().SelectedItem(), 1800u);
+  OnDisplay([&] {
+    const int width = Tree().viewport()->width();
+    EXPECT_EQ(Tree().IndentOf(At(1)), 0);
+    for (const TreeItem item : {1u, 2u, 3u, 4u, 5u}) {
+      EXPECT_GE(Tree().IndentOf(At(item + 1)), Tree().IndentOf(At(item)) + 6) << item;
+    }
+    for (TreeItem item = 1; item < 1800; ++item) {
+      ASSERT_LE(Tree().IndentOf(At(item)), Tree().IndentOf(At(item + 1)));
+    }
+    EXPECT_LE(Tree().IndentOf(At(1800)), width / 2);
+    EXPECT_GE(Tree().TextRect(At(1800)).width(), width / 2 - Tree().fontMetrics().height() - 1);
+    EXPECT_TRUE(OnScreen(Tree().TextRect(At(1800))));
+    EXPECT_FALSE(Tree().horizontalScrollBar()->isVisible());
+    EXPECT_EQ(Rows().DepthOf(At(1800)), 1799u);
+  });
+  EXPECT_EQ(Shown().size(), 1800u);
+}
+
+TEST_F(TreeTest, ChainOfAHundredThousandIsShown) {
+  ShowTree(Chain(100000));
+  tree().SelectItem(100000);
+  EXPECT_EQ(tree().SelectedItem(), 100000u);
+  EXPECT_EQ(Shown().size(), 100000u);
+  OnDisplay([&] { EXPECT_EQ(Rows().DepthOf(At(100000)), 99999u); });
+  tree().ReplaceSubtree(99000, {{500000, 0, false, u"end"}});
+  EXPECT_EQ(Shown().size(), 99000u);
+  OnDisplay([&] { EXPECT_EQ(Rows().DepthOf(At(500000)), 98999u); });
+  tree().ReplaceSubtree(500, {});
+  EXPECT_EQ(Shown().size(), 499u);
+}
+
+// --- keys ----------------------------------------------------------------------------------------
+
+TEST_F(TreeTest, FirstStepSelectsTheFirstRow) {
+  ShowTree(SmallTree());
+  Key(Qt::Key_Down);
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+  Key(Qt::Key_Down);
+  EXPECT_EQ(tree().SelectedItem(), 200u);
+  Key(Qt::Key_Up);
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+}
+
+TEST_F(TreeTest, EndWorksBeforeAnythingIsSelected) {
+  ShowTree(SmallTree());
+  Key(Qt::Key_End);
+  EXPECT_EQ(tree().SelectedItem(), 300u);
+}
+
+TEST_F(TreeTest, HomeEndAndPagesGoThroughTheRows) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 1; i <= 200; ++i) rows.push_back({i, 0, false, u"x"});
+  ShowTree(rows);
+  Key(Qt::Key_End);
+  EXPECT_EQ(tree().SelectedItem(), 200u);
+  Key(Qt::Key_Home);
+  EXPECT_EQ(tree().SelectedItem(), 1u);
+  Key(Qt::Key_PageDown);
+  const TreeItem page = tree().SelectedItem();
+  EXPECT_GT(page, 10u);
+  EXPECT_LT(page, 60u);
+  Key(Qt::Key_PageUp);
+  EXPECT_EQ(tree().SelectedItem(), 1u);
+}
+
+TEST_F(TreeTest, RightAndLeftExpandCollapseAndWalk) {
+  ShowTree(SmallTree());
+  tree().SelectItem(100);
+  Key(Qt::Key_Right);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 4, 200, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+  Key(Qt::Key_Right);
+  EXPECT_EQ(tree().SelectedItem(), 1u);
+  Key(Qt::Key_Right);
+  Key(Qt::Key_Right);
+  EXPECT_EQ(tree().SelectedItem(), 2u);
+  Key(Qt::Key_Left);
+  EXPECT_EQ(tree().SelectedItem(), 1u);
+  Key(Qt::Key_Left);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 4, 200, 300}));
+  Key(Qt::Key_Left);
+  Key(Qt::Key_Left);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+}
+
+TEST_F(TreeTest, PlusMinusAndAsteriskExpandAndCollapse) {
+  std::vector<TreeRow> rows = SmallTree();
+  rows.push_back({400, 0, false, u"+ a subject that begins with the key"});
+  ShowTree(rows);
+  tree().SelectItem(100);
+  Key(Qt::Key_Plus);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 4, 200, 300, 400}));
+  Key(Qt::Key_Minus);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300, 400}));
+  Key(Qt::Key_Asterisk, Qt::KeypadModifier);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 3, 4, 200, 300, 400}));
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+}
+
+TEST_F(TreeTest, CollapsingTakesTheSelectionAlong) {
+  ShowTree(SmallTree());
+  tree().SelectItem(3);
+  Expand(100, false);
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+  tree().SelectItem(5);
+  Expand(100, false);
+  EXPECT_EQ(tree().SelectedItem(), 5u);
+}
+
+TEST_F(TreeTest, LettersFindTheNextRowWithoutItsCounts) {
+  ShowTree(SmallTree());
+  Expand(100);
+  const auto type = [&](const char* text) {
+    OnDisplay([&] { QTest::keyClicks(&Tree(), QLatin1String(text)); });
+    return tree().SelectedItem();
+  };
+  const auto pause = [&] {
+    OnDisplay([] { QTest::qWait(QApplication::keyboardInputInterval() + 50); });
+  };
+  EXPECT_EQ(type("w"), 200u);
+  pause();
+  EXPECT_EQ(type("a"), 300u);  // "1/1 Apple", below the selected row
+  EXPECT_EQ(type("d"), 1u);    // "Ada", round the end
+  pause();
+  EXPECT_EQ(type("a"), 300u);
+  EXPECT_EQ(type("a"), 1u);  // the same letter again: the next one
+  pause();
+  EXPECT_EQ(type("2/4 h"), 100u);  // with the counts
+  pause();
+  EXPECT_EQ(type("bob"), 100u);  // collapsed rows are not gone through
+}
+
+TEST_F(TreeTest, EnterActivatesTheSelectedRow) {
+  const port::WindowHandle main = ShowTree(SmallTree());
+  Key(Qt::Key_Return);
+  EXPECT_TRUE(Activated().empty());
+  tree().SelectItem(100);
+  TakeMessages(queues);
+  Key(Qt::Key_Return);
+  Key(Qt::Key_Enter, Qt::KeypadModifier);
+  const auto messages = TakeMessages(queues);
+  EXPECT_EQ(OfKind(messages, MessageKind::kItemActivated), (Details{{100, 0}, {100, 0}}));
+  EXPECT_EQ(messages.front().window, main);
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));  // not expanded
+}
+
+TEST_F(TreeTest, AcceleratorsComeFirstAndEscapeIsTold) {
+  ShowTree(SmallTree());
+  tree().SelectItem(100);
+  TakeMessages(queues);
+  Key(Qt::Key_A, Qt::ControlModifier | Qt::AltModifier);
+  Key(Qt::Key_W, Qt::ControlModifier);
+  EXPECT_EQ(tree().SelectedItem(), 100u);  // no search
+  Key(Qt::Key_Escape);
+  Key(Qt::Key_Right);
+  const auto messages = TakeMessages(queues);
+  EXPECT_EQ(OfKind(messages, MessageKind::kKeyDown),
+            (Details{{'A', 3}, {'W', 1}, {0x1B, 0}, {0x27, 0}}));
+  EXPECT_EQ(OfKind(messages, MessageKind::kKeyUp), (Details{{0x1B, 0}, {0x27, 0}}));
+}
+
+// --- mouse ---------------------------------------------------------------------------------------
+
+TEST_F(TreeTest, ClickSelectsAndDoubleClickActivatesWithoutExpanding) {
+  ShowTree(SmallTree());
+  OnDisplay([&] { Click(TextOf(200)); });
+  EXPECT_EQ(tree().SelectedItem(), 200u);
+  EXPECT_TRUE(Activated().empty());
+  OnDisplay([&] { Click(TextOf(200)); });
+  EXPECT_TRUE(Activated().empty());  // slow clicks
+  OnDisplay([&] { DoubleClick(TextOf(100)); });
+  EXPECT_EQ(Activated(), (Details{{100, 0}}));
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 200, 300}));
+  OnDisplay([&] { DoubleClick({100, Tree().viewport()->height() - 5}); });  // below the rows
+  EXPECT_TRUE(Activated().empty());
+}
+
+TEST_F(TreeTest, ClickOnTheMarkExpandsWithoutSelecting) {
+  ShowTree(SmallTree());
+  tree().SelectItem(300);
+  TakeMessages(queues);
+  OnDisplay([&] { Click(MarkOf(100)); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 4, 200, 300}));
+  OnDisplay([&] { Click(MarkOf(1)); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 4, 200, 300}));
+  OnDisplay([&] { DoubleClick(MarkOf(1)); });  // twice
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 4, 200, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 300u);
+  EXPECT_TRUE(Activated().empty());
+  OnDisplay([&] { Click(MarkOf(4)); });  // has no mark: a part of the row
+  EXPECT_EQ(tree().SelectedItem(), 4u);
+}
+
+TEST_F(TreeTest, RightClickSelectsAndAsksForTheMenu) {
+  const port::WindowHandle main = ShowTree(SmallTree());
+  tree().SelectItem(300);
+  TakeMessages(queues);
+  const auto right_click = [&](QPoint place) {
+    Click(place, Qt::RightButton);
+    QContextMenuEvent event(QContextMenuEvent::Mouse, place, Tree().viewport()->mapToGlobal(place));
+    QApplication::sendEvent(Tree().viewport(), &event);
+  };
+  OnDisplay([&] {
+    right_click(TextOf(200));
+    EXPECT_EQ(Main().Threads()->LastMenuPlace().place, Tree().viewport()->mapToGlobal(TextOf(200)));
+    EXPECT_FALSE(Main().Threads()->LastMenuPlace().by_key);
+  });
+  EXPECT_EQ(tree().SelectedItem(), 200u);
+  const auto messages = TakeMessages(queues);
+  EXPECT_EQ(OfKind(messages, MessageKind::kContextMenu), (Details{{200, 0}}));
+  EXPECT_EQ(messages.back().window, main);
+  EXPECT_TRUE(OfKind(messages, MessageKind::kItemActivated).empty());
+  OnDisplay([&] { right_click({100, Tree().viewport()->height() - 5}); });
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kContextMenu), (Details{{0, 0}}));
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+}
+
+TEST_F(TreeTest, MenuKeyAndShiftF10AskForTheSelectedRowsMenu) {
+  ShowTree(SmallTree());
+  tree().SelectItem(300);
+  TakeMessages(queues);
+  Key(Qt::Key_F10, Qt::ShiftModifier);
+  OnDisplay([&] {
+    const MenuPlace where = Main().Threads()->LastMenuPlace();
+    EXPECT_TRUE(where.by_key);
+    EXPECT_TRUE(Tree().visualRect(At(300)).contains(Tree().viewport()->mapFromGlobal(where.place)));
+  });
+  OnDisplay([&] {  // what the menu key becomes
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+    QApplication::sendEvent(&Tree(), &event);
+  });
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kContextMenu), (Details{{300, 0}, {300, 0}}));
+  tree().SelectItem(0);
+  Key(Qt::Key_F10, Qt::ShiftModifier);
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kContextMenu), (Details{{0, 0}}));
+}
+
+// --- fingers -------------------------------------------------------------------------------------
+
+class TouchTest : public TreeTest {
+ protected:
+  static QPointingDevice* Screen() {
+    static QPointingDevice* screen = QTest::createTouchDevice();
+    return screen;
+  }
+  void Press(QPoint place) {
+    QTest::touchEvent(Main().windowHandle(), Screen()).press(1, InWindow(place));
+  }
+  void Move(QPoint place) {
+    QTest::touchEvent(Main().windowHandle(), Screen()).move(1, InWindow(place));
+  }
+  void Release(QPoint place) {
+    QTest::touchEvent(Main().windowHandle(), Screen()).release(1, InWindow(place));
+  }
+  void Tap(QPoint place) {
+    Press(place);
+    Release(place);
+  }
+  QPoint InWindow(QPoint place) { return Tree().viewport()->mapTo(&Main(), place); }
+};
+
+TEST_F(TouchTest, TapSelectsAndASecondTapActivates) {
+  ShowTree(SmallTree());
+  OnDisplay([&] { Tap(TextOf(200)); });
+  EXPECT_EQ(tree().SelectedItem(), 200u);
+  EXPECT_TRUE(Activated().empty());
+  OnDisplay([&] { Tap(TextOf(200)); });
+  EXPECT_EQ(Activated(), (Details{{200, 0}}));
+  OnDisplay([&] { Tap(TextOf(100)); });
+  EXPECT_EQ(tree().SelectedItem(), 100u);
+  EXPECT_TRUE(Activated().empty());
+}
+
+TEST_F(TouchTest, TapBeforeTheTextExpands) {
+  ShowTree(SmallTree());
+  OnDisplay([&] { Tap(MarkOf(100)); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 4, 200, 300}));
+  OnDisplay([&] { Tap({1, TextOf(1).y()}); });
+  EXPECT_EQ(Shown(), (std::vector<TreeItem>{100, 1, 2, 4, 200, 300}));
+  EXPECT_EQ(tree().SelectedItem(), 0u);
+}
+
+TEST_F(TouchTest, LongPressAsksForTheMenuOnce) {
+  ShowTree(SmallTree());
+  tree().SelectItem(200);
+  TakeMessages(queues);
+  OnDisplay([&] {
+    Press(TextOf(200));
+    QTest::qWait(QGuiApplication::styleHints()->mousePressAndHoldInterval() + 100);
+    Release(TextOf(200));
+    EXPECT_EQ(Main().Threads()->LastMenuPlace().place, Tree().viewport()->mapToGlobal(TextOf(200)));
+  });
+  auto messages = TakeMessages(queues);
+  EXPECT_EQ(OfKind(messages, MessageKind::kContextMenu), (Details{{200, 0}}));
+  EXPECT_TRUE(OfKind(messages, MessageKind::kItemActivated).empty());
+  OnDisplay([&] { Tap(TextOf(200)); });
+  messages = TakeMessages(queues);
+  EXPECT_TRUE(OfKind(messages, MessageKind::kContextMenu).empty());
+  EXPECT_EQ(OfKind(messages, MessageKind::kItemActivated), (Details{{200, 0}}));
+}
+
+TEST_F(TouchTest, FingerThatMovesScrolls) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 1; i <= 500; ++i) rows.push_back({i, 0, false, u"x"});
+  ShowTree(rows);
+  tree().SelectItem(1);
+  TakeMessages(queues);
+  OnDisplay([&] {
+    QPoint place(100, 300);
+    Press(place);
+    for (int i = 0; i < 20; ++i) {
+      QTest::qWait(10);
+      place -= QPoint(0, 10);
+      Move(place);
+    }
+    QTest::qWait(QGuiApplication::styleHints()->mousePressAndHoldInterval() + 100);
+    EXPECT_GT(Tree().verticalScrollBar()->value(), 100);
+    Release(place);
+  });
+  const auto messages = TakeMessages(queues);
+  EXPECT_TRUE(OfKind(messages, MessageKind::kContextMenu).empty());
+  EXPECT_TRUE(OfKind(messages, MessageKind::kItemActivated).empty());
+}
+
+TEST_F(TouchTest, RestingMouseDoesNotAskForTheMenu) {
+  ShowTree(SmallTree());
+  OnDisplay([&] {
+    QTest::mousePress(Tree().viewport(), Qt::LeftButton, Qt::NoModifier, TextOf(200));
+    QTest::qWait(QGuiApplication::styleHints()->mousePressAndHoldInterval() + 100);
+    QTest::mouseRelease(Tree().viewport(), Qt::LeftButton, Qt::NoModifier, TextOf(200));
+  });
+  EXPECT_TRUE(OfKind(TakeMessages(queues), MessageKind::kContextMenu).empty());
+}
+
+// --- looks ---------------------------------------------------------------------------------------
+
+TEST_F(TreeTest, CaptionStandsAboveTheTreeAndIsThereBeforeIt) {
+  ShowWindow();
+  device->windows().SelectTab(port::kThreadTab);
+  const std::u16string text = u"No threads, or no current group selected";
+  tree().SetCaption(text);
+  const auto caption = [&]() -> QLabel& { return *Main().Threads()->findChild<QLabel*>(); };
+  OnDisplay([&] {
+    QCoreApplication::processEvents();
+    EXPECT_EQ(caption().text().toStdU16String(), text);
+    EXPECT_EQ(caption().accessibleName().toStdU16String(), text);
+    EXPECT_TRUE(caption().isVisible());
+  });
+  tree().CreateTree(u"thread tree", u"", 4);
+  tree().SetCaption(u"<b>a.b</b>\n: 12 on server");
+  OnDisplay([&] {
+    QCoreApplication::processEvents();
+    EXPECT_EQ(caption().text(), QStringLiteral("<b>a.b</b> : 12 on server"));
+    EXPECT_EQ(caption().textFormat(), Qt::PlainText);
+    EXPECT_TRUE(caption().toolTip().contains(QLatin1String("&lt;b&gt;a.b")));
+    EXPECT_EQ(caption().geometry().bottom() + 1, Tree().geometry().top());
+    EXPECT_GT(Tree().height(), Main().Threads()->height() * 3 / 4);
+  });
+  tree().SetCaption(std::u16string(5000, u'W'));
+  OnDisplay([&] {
+    QCoreApplication::processEvents();
+    EXPECT_LE(Main().width(), 640);
+    EXPECT_LE(caption().width(), 640);
+  });
+}
+
+TEST_F(TreeTest, TreeAndRowsAreReadOut) {
+  ShowTree(SmallTree());
+  Expand(100);
+  OnDisplay([&] {
+    QAccessibleInterface* found = QAccessible::queryAccessibleInterface(&Tree());
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->text(QAccessible::Name), QStringLiteral("thread tree"));
+    EXPECT_EQ(found->role(), QAccessible::Tree);
+    QStringList names;
+    for (int i = 0; i < found->childCount(); ++i) {
+      QAccessibleInterface* row = found->child(i);
+      ASSERT_NE(row, nullptr);
+      names << row->text(QAccessible::Name);
+      if (names.back() == QLatin1String("2/4 Hello")) {
+        EXPECT_TRUE(row->state().expandable);
+        EXPECT_TRUE(row->state().expanded);
+        EXPECT_EQ(row->text(QAccessible::Description), QStringLiteral("unread"));
+      }
+      if (names.back() == QLatin1String("World")) {
+        EXPECT_TRUE(row->state().expandable);
+        EXPECT_FALSE(row->state().expanded);
+        EXPECT_EQ(row->text(QAccessible::Description), QString());
+      }
+    }
+    EXPECT_EQ(names, (QStringList{QStringLiteral("Threads"), QStringLiteral("2/4 Hello"),
+                                  QStringLiteral("Ada"), QStringLiteral("Dan"),
+                                  QStringLiteral("World"), QStringLiteral("1/1 Apple")}));
+  });
+}
+
+TEST_F(TreeTest, ToolTipShowsACutTextAsItStands) {
+  ShowTree({{1, 0, false, u"<b>short</b>"},
+            {2, 0, false, u"<img src='http://192.0.2.1/x.png'>" + std::u16string(300, u'x')}});
+  const auto tip = [&](TreeItem item) {
+    QHelpEvent event(QEvent::ToolTip, TextOf(item), Tree().viewport()->mapToGlobal(TextOf(item)));
+    QApplication::sendEvent(Tree().viewport(), &event);
+    return QToolTip::text();
+  };
+  OnDisplay([&] {
+    EXPECT_EQ(tip(1), QString());
+    EXPECT_TRUE(tip(2).contains(QLatin1String("&lt;img src=")));
+    QToolTip::hideText();
+  });
+}
+
+TEST_F(TreeTest, RefillLeavesTheRowsWhereTheyWere) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 1; i <= 500; ++i) rows.push_back({i, 0, false, u"x"});
+  ShowTree(rows);
+  OnDisplay([&] { Tree().verticalScrollBar()->setValue(1000); });
+  TreeItem top = 0;
+  int y = 0;
+  OnDisplay([&] {
+    top = Rows().ItemOf(Tree().indexAt({100, 0}));
+    y = Tree().visualRect(At(top)).y();
+  });
+  rows.erase(rows.begin(), rows.begin() + 7);
+  tree().FillTree(rows);
+  OnDisplay([&] { EXPECT_EQ(Tree().visualRect(At(top)).y(), y); });
+  tree().ReplaceSubtree(20, {});
+  OnDisplay([&] { EXPECT_EQ(Tree().visualRect(At(top)).y(), y); });
+}
+
+// Light pixels of a text that is there, dark ones of a background that is there.
+TEST_F(TreeTest, RowsAreDrawnOnADarkPalette) {
+  ShowTree(SmallTree());
+  OnDisplay([&] {
+    const QPalette before = QApplication::palette();
+    QPalette dark(QColor(0x20, 0x20, 0x20));
+    dark.setColor(QPalette::Base, QColor(0x18, 0x18, 0x18));
+    QApplication::setPalette(dark);
+    QCoreApplication::processEvents();
+    const QImage image = Tree().viewport()->grab().toImage();
+    const auto lightest = [&](const QRect& place) {
+      int light = 0;
+      for (int y = place.top(); y <= place.bottom(); ++y) {
+        for (int x = place.left(); x <= place.right(); ++x) {
+          light = std::max(light, qGray(image.pixel(x, y)));
+        }
+      }
+      return light;
+    };
+    EXPECT_GT(lightest(Tree().TextRect(At(100))), 150);
+    EXPECT_GT(lightest(Tree().MarkRect(At(100))), 90);
+    EXPECT_LT(lightest(QRect(0, 200, 300, 100)), 60);  // below the rows
+    QApplication::setPalette(before);
+  });
+}
+
+// --- a hundred thousand --------------------------------------------------------------------------
+
+std::vector<TreeRow> ManyRows(TreeItem threads, TreeItem replies) {
+  std::vector<TreeRow> rows;
+  for (TreeItem i = 0; i < threads; ++i) {
+    rows.push_back({(i + 1) | 0x80000000u, 0, true, Text("3/4 Subject " + std::to_string(i))});
+    for (TreeItem reply = 0; reply < replies; ++reply) {
+      rows.push_back({i * replies + reply + 1, reply + 1, true, u"Somebody <a@b.invalid>"});
+    }
+  }
+  return rows;
+}
+
+TEST_F(TreeTest, AHundredThousandRowsAreFilledExpandedSelectedAndReplaced) {
+  const std::vector<TreeRow> rows = ManyRows(25000, 3);
+  ShowTree(rows);
+  EXPECT_EQ(Shown().size(), 25000u);
+  OnDisplay([&] { Tree().expandAll(); });
+  EXPECT_EQ(Shown().size(), 100000u);
+  tree().SelectItem(75000);
+  EXPECT_EQ(tree().SelectedItem(), 75000u);
+  tree().ReplaceSubtree(12000u | 0x80000000u, {{1, 0, false, u"twice"}, {99000, 1, true, u"x"}});
+  EXPECT_EQ(tree().SelectedItem(), 75000u);
+  EXPECT_EQ(Shown().size(), 99997u);
+  std::vector<port::TreeLabel> labels;
+  for (const TreeRow& row : rows) labels.push_back({row.item, false, u"read"});
+  tree().SetLabels(std::move(labels));
+  OnDisplay([&] {
+    EXPECT_EQ(At(75000).data().toString(), QStringLiteral("read"));
+    EXPECT_FALSE(At(75000).data(Qt::FontRole).isValid());
+  });
+  tree().FillTree(rows);
+  EXPECT_EQ(tree().SelectedItem(), 75000u);
+  EXPECT_GT(Shown().size(), 99990u);
+}
+
+}  // namespace
+}  // namespace quillet::qt
