@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Downloads from a real news server with the whole program and checks all that was stored.
+"""Downloads from a real news server with the whole program and checks all that was stored, and the
+thread trees that it then shows.
 
 Environment: QUILLET_SCRIPT, QUILLET_GENERATE, QUILLET_SETUP, QUILLET_GDBM_DUMP (programs),
 QUILLET_INN_CACHE (package files).
@@ -19,6 +20,7 @@ sys.path.insert(0, HERE)
 
 # pylint: disable=wrong-import-position
 import inn_server  # noqa: E402
+import plain_tree  # noqa: E402
 import quillet_script  # noqa: E402
 import store_check  # noqa: E402
 import store_model  # noqa: E402
@@ -33,7 +35,7 @@ CONNECT = "command 40008"
 def generate(folder, first, count):
     """Makes the articles of that stretch: (stream bytes, manifest rows)."""
     stream, manifest = os.path.join(folder, "stream"), os.path.join(folder, "manifest")
-    command = [os.environ["QUILLET_GENERATE"], "--seed", str(SEED), "--first", str(first),
+    command = [os.environ["QUILLET_GENERATE"], "--seed", str(SEED), "--tangled", "--first", str(first),
                "--count", str(count), "--stream", stream, "--manifest", manifest]
     for group in GROUPS:
         command += ["--group", group]
@@ -58,6 +60,7 @@ class InnDownload(unittest.TestCase):
         cls.inn.feed(stream)
         cls.server = store_model.ServerModel(GROUPS, inn_server.PATHHOST)
         cls.server.feed(cls.rows)
+        cls.complete = None
 
     def setUp(self):
         self.profile = os.path.join(self.folder, self.id().rsplit(".", maxsplit=1)[-1])
@@ -73,8 +76,9 @@ class InnDownload(unittest.TestCase):
             command += ["--number", "%s=%d" % (name, value)]
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
 
-    def quillet(self):
-        return quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], self.profile, timeout=150)
+    def quillet(self, **keywords):
+        return quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], self.profile, timeout=150,
+                                      **keywords)
 
     def connect_once(self):
         """One whole run that connects; returns its transaction log."""
@@ -84,8 +88,20 @@ class InnDownload(unittest.TestCase):
             q.do("wait")
             log = q.transaction_log()
             counts = q.groups()
-        self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
+        self.assert_ended_well(q)
         self.shown = counts
+        return log
+
+    def copy_complete_profile(self):
+        """A copy of a profile that has everything, which is downloaded once; returns the log."""
+        if self.complete is None:
+            profile, self.profile = self.profile, os.path.join(self.folder, "complete")
+            self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+            log = self.connect_once()
+            type(self).complete = (self.profile, log, self.shown)
+            self.profile = profile
+        original, log, self.shown = self.complete
+        shutil.copytree(original, self.profile)
         return log
 
     def model(self, max_articles=ALL_ARTICLES, max_size=LARGE_SIZE):
@@ -135,6 +151,57 @@ class InnDownload(unittest.TestCase):
         counts = struct.unpack("<3I", files.articles[store_check.text_key(group)])
         self.assertEqual(counts, (1, 0, len(chain)))
 
+    # -- trees -------------------------------------------------------------------------------
+
+    def open_groups(self, q):
+        trees = {}
+        for group in GROUPS:
+            q.open_group(group)
+            trees[group] = q.tree()
+        return trees
+
+    def read_some(self):
+        """Reads articles and marks threads; the shown trees keep in step without a rebuild."""
+        trees, expected_read = {}, 0
+        with self.quillet() as q:
+            for group in GROUPS:
+                q.open_group(group)
+                rows = q.tree()["rows"]
+                threads = [row for row in rows if row["depth"] == 0]
+                longest = max(threads, key=lambda row: row["total"])
+                q.context_menu(longest["path"], "Mark Thread Read")
+                single = next(row for row in threads if row["total"] == 1)
+                q.context_menu(single["path"] + ".1", "Mark Read")
+                for row in rows[5:400:40]:
+                    q.open_node(row["path"])
+                    q.do("tab thread")
+                trees[group] = q.tree()
+                expected_read += longest["total"] + 1
+            q.do("tab group")
+            self.shown = q.groups()
+        self.assert_ended_well(q)
+        files = self.assert_trees(trees, 1, 0)
+        articles = {group: plain_tree.group_articles(files, group) for group in GROUPS}
+        read = {group: sum(one.read for one in articles[group]) for group in GROUPS}
+        self.assertGreater(sum(read.values()), expected_read)
+        self.assertEqual([counts for _, _, counts in self.shown],
+                         ["%d/%d" % (len(articles[group]) - read[group], len(articles[group]))
+                          for group in GROUPS])
+
+    def assert_trees(self, trees, threading, reverse):
+        files = store_check.Databases(self.profile, os.environ["QUILLET_GDBM_DUMP"])
+        shown = 0
+        for group, tree in trees.items():
+            expected = plain_tree.expected_rows(files, group, bool(threading), bool(reverse))
+            self.assertEqual(plain_tree.difference(tree["rows"], expected), "")
+            self.assertEqual(tree["caption"], "%s: 0 on server" % group)
+            shown += sum(row["kind"] == "article" for row in expected)
+        self.assertGreater(shown, FIRST_COUNT - 20)
+        return files
+
+    def assert_ended_well(self, q):
+        self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
+
     def in_flight(self):
         """Message-IDs of the articles that the registry says were reached last."""
         numbers = store_check.registry_numbers(self.profile, "lastdownloaded")
@@ -144,12 +211,24 @@ class InnDownload(unittest.TestCase):
     # -- tests -------------------------------------------------------------------------------
 
     def test_everything_is_stored_to_the_byte(self):
-        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
         model = self.model()
         model.download()
-        log = self.connect_once()
+        log = self.copy_complete_profile()
         self.assertEqual(log.count("HEAD\r\n"), model.heads)
         self.assert_as_modelled(model)
+
+    def test_shown_trees_follow_the_rules_in_every_order(self):
+        self.copy_complete_profile()
+        self.read_some()
+        for threading, reverse in ((1, 0), (1, 1), (0, 0), (0, 1)):
+            with self.quillet(hold=True) as q:
+                q.set_dword("usethreading", threading)
+                q.set_dword("reversethread", reverse)
+                q.start()
+                trees = self.open_groups(q)
+            self.assert_ended_well(q)
+            with self.subTest(threading=threading, reverse=reverse):
+                self.assert_trees(trees, threading, reverse)
 
     def test_the_default_limits_are_kept(self):
         self.prepare_profile()
