@@ -1,0 +1,231 @@
+// Looking through the articles of the shown tree: the dialog, what is looked at, and in which
+// order.
+#include "thread/search.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/thread/view_fixture.h"
+
+namespace quillet {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::string IdOf(const Node* node) {
+  return node == nullptr ? "none" : std::string(node->messageId);
+}
+
+class SearchTest : public ThreadViewTest {
+ protected:
+  // Bodies: 2, 4 and 8 hold "needle", 5 "NEEDLES".
+  void ShowBodies() {
+    Put({"<1@x>", "", "Hello", "ann", 1, false, "hay\r\n"});
+    Put({"<2@x>", "<1@x>", "Re: Hello", "bob", 2, false, "hay needle hay\r\n"});
+    Put({"<3@x>", "<2@x>", "Re: Hello", "cyd", 3, false, "hay\r\n"});
+    Put({"<4@x>", "<1@x>", "Re: Hello", "dan", 4, false, "needle\r\n"});
+    Put({"<5@x>", "", "Other", "eve", 5, false, "two NEEDLES\r\n"});
+    Put({"<6@x>", "", "Third", "fay", 6, false, "hay\r\n"});
+    Put({"<8@x>", "<6@x>", "Re: Third", "hal", 8, false, "a needle\r\n"});
+    Recount();
+    ShowThreadView();
+    fake.display.ForgetProgressTexts();
+  }
+
+  struct Typed {
+    std::u16string text;
+    bool match_case = false;
+    bool whole_word = false;
+    bool in_headers = false;
+  };
+  // Fills the next Find dialog in and presses Search.
+  void AnswerFind(Typed typed) {
+    fake.display.WhenShown(kDialogFind, [this, typed](port::WindowHandle dialog) {
+      fake.display.Type(dialog, kControlFindText, typed.text);
+      fake.display.Tick(dialog, kControlMatchCase, typed.match_case);
+      fake.display.Tick(dialog, kControlWholeWord, typed.whole_word);
+      fake.display.Tick(dialog, kControlSearchHeaders, typed.in_headers);
+      fake.display.Press(dialog, kControlOk);
+    });
+  }
+};
+
+// --- the dialog ----------------------------------------------------------------------------------
+
+TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
+  AnswerFind({u"gr\u00FC\u00DFe \u20AC", true, false, true});
+  EXPECT_TRUE(AskFindChoices());
+  EXPECT_EQ(gFind.text,
+            "gr\xFC\xDF"
+            "e \x80");
+  EXPECT_TRUE(gFind.match_case);
+  EXPECT_FALSE(gFind.whole_word);
+  EXPECT_TRUE(gFind.in_headers);
+  fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
+    EXPECT_EQ(fake.display.Control(dialog, kControlFindText)->text, u"gr\u00FC\u00DFe \u20AC");
+    EXPECT_TRUE(fake.display.Control(dialog, kControlFindText)->text_selected);
+    EXPECT_TRUE(fake.display.Control(dialog, kControlMatchCase)->checked);
+    EXPECT_FALSE(fake.display.Control(dialog, kControlWholeWord)->checked);
+    EXPECT_TRUE(fake.display.Control(dialog, kControlSearchHeaders)->checked);
+    fake.display.Type(dialog, kControlFindText, u"other");
+    fake.display.Tick(dialog, kControlMatchCase, false);
+    fake.display.Press(dialog, kControlCancel);
+  });
+  EXPECT_FALSE(AskFindChoices());
+  EXPECT_EQ(gFind.text,
+            "gr\xFC\xDF"
+            "e \x80");
+  EXPECT_TRUE(gFind.match_case);
+}
+
+TEST_F(SearchTest, AFormThatCannotBeShownIsACancel) {
+  fake.display.FailNextDialog();
+  EXPECT_FALSE(AskFindChoices());
+}
+
+// --- one article ---------------------------------------------------------------------------------
+
+TEST_F(SearchTest, TheBodyAloneUnlessTheHeadersAreWanted) {
+  AsciiArticle article;
+  EXPECT_FALSE(ArticleMatches(article, {"x"}));
+  article.body = "the body";
+  EXPECT_TRUE(ArticleMatches(article, {"BODY"}));
+  EXPECT_FALSE(ArticleMatches(article, {"BODY", true}));
+  EXPECT_FALSE(ArticleMatches(article, {"bod", false, true}));
+  EXPECT_TRUE(ArticleMatches(article, {"bod", false, false}));
+  EXPECT_FALSE(ArticleMatches(article, {""}));
+}
+
+TEST_F(SearchTest, EveryHeaderIsLookedAt) {
+  for (const auto text : {&AsciiArticle::headers, &AsciiArticle::subject, &AsciiArticle::from,
+                          &AsciiArticle::messageId, &AsciiArticle::parentId, &AsciiArticle::source,
+                          &AsciiArticle::date, &AsciiArticle::replyTo}) {
+    AsciiArticle article;
+    article.body = "nothing";
+    article.*text = "a Needle in it";
+    EXPECT_FALSE(ArticleMatches(article, {"needle", false, false, false}));
+    EXPECT_TRUE(ArticleMatches(article, {"needle", false, true, true}));
+    EXPECT_FALSE(ArticleMatches(article, {"needle", true, false, true}));
+    EXPECT_TRUE(ArticleMatches(article, {"nothing", true, true, true}));
+  }
+  AsciiArticle shown;
+  shown.displayText = "needle";
+  EXPECT_FALSE(ArticleMatches(shown, {"needle", false, false, true}));
+}
+
+// --- forward -------------------------------------------------------------------------------------
+
+TEST_F(SearchTest, GoesForwardInTheOrderOfTheTree) {
+  ShowBodies();
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {"needle"})), "<2@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<2@x>"), {"needle"})), "<4@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"needle"})), "<5@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"needle", true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"NEEDLE", false, true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<8@x>"), {"needle"})), "none");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {"Re: Third"})), "none");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {"Re: Third", false, false, true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&Thread("<6@x>"), {"hay"})), "<6@x>");
+}
+
+TEST_F(SearchTest, RunsWithATitleAndAUnitForEachArticleAhead) {
+  ShowBodies();
+  observer.StartOver(0);
+  SearchForward(&NodeOf("<2@x>"), {"nowhere"});
+  EXPECT_THAT(Titles(), ElementsAre(u"Searching..."));
+  EXPECT_EQ(observer.upper, 5);
+  EXPECT_EQ(observer.positions.back(), 5);
+}
+
+TEST_F(SearchTest, AnEmptyTextOrNoTreeFindsNothing) {
+  EXPECT_EQ(SearchForward(nullptr, {"needle"}), nullptr);
+  ShowBodies();
+  EXPECT_EQ(SearchForward(nullptr, {""}), nullptr);
+  EXPECT_THAT(Titles(), IsEmpty());
+}
+
+TEST_F(SearchTest, ArticlesThatHaveGoneAreSkipped) {
+  ShowBodies();
+  DeleteArticle("<2@x>");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {"needle"})), "<4@x>");
+}
+
+TEST_F(SearchTest, AnAbortAtEveryStepFindsNothingAndSaysNothing) {
+  ShowBodies();
+  gFind.text = "a needle";
+  int aborted = 0;
+  for (int step = 1; step < 1000; ++step) {
+    opened().clear();
+    observer.StartOver(step);
+    SearchAndShow(nullptr);
+    if (observer.steps < step) break;
+    EXPECT_THAT(opened(), IsEmpty()) << step;
+    ++aborted;
+  }
+  EXPECT_EQ(aborted, 8);  // the range, its start, and six articles before the hit
+  EXPECT_THAT(opened(), ElementsAre("<8@x> a needle"));
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+// --- and show ------------------------------------------------------------------------------------
+
+TEST_F(SearchTest, AHitIsOpenedWithTheText) {
+  ShowBodies();
+  gFind.text = "needle";
+  SearchAndShow(&NodeOf("<2@x>"));
+  EXPECT_THAT(opened(), ElementsAre("<4@x> needle"));
+}
+
+TEST_F(SearchTest, NoHitIsTold) {
+  ShowBodies();
+  gFind.text = "needle";
+  SearchAndShow(&NodeOf("<8@x>"));
+  EXPECT_THAT(opened(), IsEmpty());
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
+}
+
+TEST_F(SearchTest, NoHitIsToldAfterAnEarlierAbortToo) {
+  gAbortRequested = 1;
+  gFind.text = "needle";
+  SearchAndShow(nullptr);
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
+}
+
+TEST_F(SearchTest, WithoutATextNothingHappens) {
+  ShowBodies();
+  SearchAndShow(nullptr);
+  EXPECT_THAT(opened(), IsEmpty());
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+  EXPECT_THAT(Titles(), IsEmpty());
+}
+
+// --- the command ---------------------------------------------------------------------------------
+
+TEST_F(SearchTest, TheCommandStartsAfterTheCurrentArticle) {
+  ShowBodies();
+  AnswerFind({u"needle"});
+  HandleThreadCommand(kCommandFind);
+  EXPECT_THAT(opened(), ElementsAre("<2@x> needle"));  // there is no current one
+  Read("<2@x>");
+  AnswerFind({u"needle"});
+  HandleThreadCommand(kCommandFind);
+  EXPECT_THAT(opened(), ElementsAre("<2@x> needle", "<4@x> needle"));
+}
+
+TEST_F(SearchTest, ACancelledOrEmptyDialogSearchesNothing) {
+  ShowBodies();
+  fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
+    fake.display.Type(dialog, kControlFindText, u"needle");
+    fake.display.Press(dialog, kControlCancel);
+  });
+  HandleThreadCommand(kCommandFind);
+  gFind.text = "needle";
+  AnswerFind({u""});
+  HandleThreadCommand(kCommandFind);
+  EXPECT_EQ(gFind.text, "");
+  EXPECT_THAT(opened(), IsEmpty());
+  EXPECT_THAT(Titles(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillet
