@@ -135,9 +135,10 @@ void SetArticleRead(AsciiArticle& article, Node* node, bool read, std::size_t gr
 
 bool SetNodeReadAlone(Node& node, bool read, std::size_t group_index) {
   const bool was_read = node.read != 0;
+  if (node.messageId.empty()) return true;
   if (was_read == read && IsArticleRead(node.messageId) == read) return true;
-  const auto article = node.messageId.empty() ? nullptr : FetchArticle(node.messageId);
-  if (!article) return true;
+  const auto article = FetchArticle(node.messageId);
+  if (!article || article->messageId.value_or("").empty()) return true;
   article->read = read ? 1 : 0;
   if (!StoreArticle(*article)) return false;
   if (was_read == read) return true;

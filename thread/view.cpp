@@ -126,6 +126,7 @@ void ShowThreadView() {
 void ClearThreadView() {
   const bool shows_article = gCurrentArticle && gCurrentArticle->node != nullptr;
   DropTree();
+  gThreadRebuildPending = false;  // there is no tree that could be out of date
   if (shows_article) ClearArticleView();
   gPlatform->thread_tree.FillTree({});
   ForgetShownLabels();
