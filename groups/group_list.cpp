@@ -95,8 +95,8 @@ void CheckUncheckAll() {
 void DeleteChecked(bool only_read, std::u16string_view question) {
   ClearCurrentArticle();
   if (ConfirmAction(question, true)) {
-    NoteShownGroupTouched();
     DeleteArticles(only_read, kCheckedGroups);
+    NoteShownGroupTouched();
   }
   FillGroupList();
 }
@@ -137,8 +137,6 @@ void RemoveGroups() {
       continue;
     }
     ClearCurrentArticle();
-    NoteShownGroupTouched();  // an aborted deletion leaves the group in the list, with fewer
-                              // articles
     if (DeleteArticles(false, static_cast<int>(i)) == 0) break;
     const std::uint32_t groups = gPrefs->numgroups;
     RemoveNewsgroupFromPrefs(i);
@@ -152,16 +150,16 @@ void RemoveGroups() {
 
 void MarkRead() {
   if (ConfirmAction(u"Mark articles in checked groups as read?", true)) {
-    NoteShownGroupTouched();
     MarkCheckedGroups(true);
+    NoteShownGroupTouched();
   }
   FillGroupList();
 }
 
 void MarkUnread() {
   if (ConfirmAction(u"Mark articles in checked groups as unread?", true)) {
-    NoteShownGroupTouched();
     MarkCheckedGroups(false);
+    NoteShownGroupTouched();
   }
   FillGroupList();
 }

@@ -5,6 +5,7 @@
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "app/base/views.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 #include "store/chains.h"
@@ -33,8 +34,12 @@ class GroupList : public testing::Test {
     EXPECT_TRUE(OpenGDBMDatabases());
     gCurrentGroup = -1;
     ForgetGroupList();
+    gThreadRebuildPending = false;
   }
   ~GroupList() override {
+    gThreadTree.reset();
+    gThreadGroup = -1;
+    gThreadRebuildPending = false;
     CloseDatabases();
     fake_.display.Verify();
     gMainWindow = 0;
@@ -333,13 +338,128 @@ TEST_F(GroupList, OtherCommandsAreIgnored) {
   EXPECT_EQ(States(), (Boxes{CheckState::kChecked}));
 }
 
-TEST_F(GroupList, OpeningTakesTheSelectedRow) {
-  SetUpGroups({{u"a"}, {u"b"}});
+TEST_F(GroupList, OpeningShowsTheThreadsOfTheSelectedRow) {
+  SetUpGroups({{u"a", 1}, {u"b", 2}});
   EXPECT_FALSE(OpenSelectedGroup());
   EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(fake_.display.main_window().tab, 0);
   fake_.display.SelectRow(1);
   EXPECT_TRUE(OpenSelectedGroup());
+  EXPECT_EQ(fake_.display.main_window().tab, 1);
   EXPECT_EQ(gCurrentGroup, 1);
+  EXPECT_EQ(gThreadGroup, 1);
+  ASSERT_NE(gThreadTree, nullptr);
+  EXPECT_EQ(gThreadTree->root().descendantCount, 2U);
+}
+
+// The commands on checked groups, with the shown group checked or not.
+class ShownGroup : public GroupList {
+ protected:
+  void Show(int group) {
+    SetUpGroups({{u"a", 2, 1}, {u"b", 2, 1}});
+    fake_.display.SelectRow(group);
+    ASSERT_TRUE(OpenSelectedGroup());
+    fake_.display.SelectTab(0);
+    fake_.display.ToggleRow(1);  // only "a" is checked
+    ASSERT_FALSE(gThreadRebuildPending);
+  }
+  void Run(std::uint32_t command, std::u16string question, int answer = port::kIdYes) {
+    fake_.display.Expect(std::move(question), answer);
+    HandleGroupCommand(command);
+  }
+};
+
+struct TouchingCommand {
+  std::uint32_t id;
+  const char16_t* question;
+};
+constexpr TouchingCommand kTouchingCommands[] = {
+    {40014, u"Really delete read articles in checked groups?"},
+    {40024, u"Mark articles in checked groups as read?"},
+    {40025, u"Mark articles in checked groups as unread?"},
+};
+
+TEST_F(ShownGroup, IsBuiltAnewAfterCommandsThatTouchedIt) {
+  Show(0);
+  for (const TouchingCommand& command : kTouchingCommands) {
+    gThreadRebuildPending = false;
+    Run(command.id, command.question, port::kIdNo);
+    EXPECT_FALSE(gThreadRebuildPending) << command.id;
+    Run(command.id, command.question);
+    EXPECT_TRUE(gThreadRebuildPending) << command.id;
+  }
+}
+
+TEST_F(ShownGroup, IsLeftAloneByCommandsOnOtherGroups) {
+  Show(1);
+  for (const TouchingCommand& command : kTouchingCommands) {
+    Run(command.id, command.question);
+    EXPECT_FALSE(gThreadRebuildPending) << command.id;
+  }
+}
+
+TEST_F(ShownGroup, IsLeftAloneByServerMarks) {
+  Show(0);
+  Run(40026, u"This may cause Quillet CE to skip articles on the server.");
+  Run(40027, u"This may cause Quillet CE to download duplicates of articles");
+  EXPECT_FALSE(gThreadRebuildPending);
+}
+
+TEST_F(ShownGroup, HasItsNodesMarkedWithItsArticles) {
+  Show(0);
+  gCurrentArticle = FetchArticle(IdOf(u"a", 1));
+  ASSERT_NE(gCurrentArticle, nullptr);
+  gCurrentArticle->node = gThreadTree->FindNodeByMessageId(IdOf(u"a", 1));
+  Run(40024, u"Mark articles in checked groups as read?");
+  EXPECT_EQ(gThreadTree->root().readDescendantCount, 2U);
+  EXPECT_EQ(gThreadTree->root().read, 1U);
+  EXPECT_EQ(gCurrentArticle->node->read, 1U);
+  EXPECT_EQ(gCurrentArticle->read, 1U);
+  Run(40025, u"Mark articles in checked groups as unread?");
+  EXPECT_EQ(gThreadTree->root().readDescendantCount, 0U);
+  EXPECT_EQ(gThreadTree->root().read, 0U);
+  EXPECT_EQ(gCurrentArticle->read, 0U);
+  gCurrentArticle.reset();
+}
+
+// An article of two groups was marked read in the other one: here it still counts as unread.
+TEST_F(ShownGroup, CountsAnArticleOfTwoGroupsOnceInEach) {
+  Show(0);
+  AsciiArticle shared;
+  shared.messageId = "<shared@x>";
+  ASSERT_TRUE(StoreArticle(shared));
+  for (const char16_t* group : {u"a", u"b"}) ASSERT_TRUE(AddArticleToGroup(group, "<shared@x>"));
+  for (std::size_t i = 0; i < 2; ++i) {
+    ++gReadInfo[i]->totalCount;
+    UpdateGlobalGDBMArticleCountCache(i);
+  }
+  gThreadRebuildPending = true;
+  ASSERT_TRUE(OpenSelectedGroup());
+  SetArticleReadById("<shared@x>", nullptr, true, 1);
+  Run(40024, u"Mark articles in checked groups as read?");
+  EXPECT_EQ(gReadInfo[0]->readCount, 3U);
+  EXPECT_EQ(gThreadTree->root().readDescendantCount, 3U);
+}
+
+TEST_F(ShownGroup, OfOneLongChainOfRepliesIsMarkedThroughout) {
+  constexpr int kReplies = 3000;
+  std::string parent;
+  for (int i = 0; i < kReplies; ++i) {
+    AsciiArticle article;
+    article.messageId = "<" + std::to_string(i) + "@chain>";
+    article.parentId = parent;
+    article.subject = "s";
+    article.articleNumber = static_cast<std::uint32_t>(i);
+    parent = *article.messageId;
+    ASSERT_TRUE(StoreArticle(article));
+    ASSERT_TRUE(AddArticleToGroup(u"chain", parent));
+  }
+  SetUpGroups({{u"chain"}});
+  fake_.display.SelectRow(0);
+  ASSERT_TRUE(OpenSelectedGroup());
+  Run(40024, u"Mark articles in checked groups as read?");
+  EXPECT_EQ(gThreadTree->root().readDescendantCount, static_cast<std::uint32_t>(kReplies));
+  EXPECT_EQ(gThreadTree->root().firstChild->firstChild->readDescendantCount, kReplies - 1U);
 }
 
 }  // namespace

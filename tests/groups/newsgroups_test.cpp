@@ -10,6 +10,7 @@
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"
 #include "tests/support/failing_new.h"
+#include "thread/current.h"
 
 namespace quillet {
 namespace {
@@ -205,6 +206,17 @@ TEST_F(Newsgroups, RemovingClearsTheCurrentGroupAndRefreshesTheList) {
   RemoveNewsgroupFromPrefs(0);
   EXPECT_EQ(gCurrentGroup, -1);
   EXPECT_THAT(PostedUserMessages(), ElementsAre(kUserRefillGroupList));
+}
+
+TEST_F(Newsgroups, RemovingForgetsTheThreadsSinceTheGroupsBehindMoveUp) {
+  SetGroups({u"a", u"b"});
+  gThreadTree = std::make_unique<ThreadTree>();
+  gThreadGroup = 1;
+  RemoveNewsgroupFromPrefs(7);
+  EXPECT_NE(gThreadTree, nullptr);
+  RemoveNewsgroupFromPrefs(0);
+  EXPECT_EQ(gThreadTree, nullptr);
+  EXPECT_EQ(gThreadGroup, -1);
 }
 
 TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
