@@ -1,17 +1,23 @@
 // The same cases on the toolkit's display and on the one without pixels that all other tests use.
 #include <QAbstractButton>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QLabel>
 #include <QLineEdit>
+#include <QTimer>
 #include <algorithm>
 
 #include "port/fake/fake_platform.h"
 #include "qt/forms.h"
 #include "tests/qt/display_fixture.h"
+#include "util/text.h"
 
 namespace quillet::qt {
 namespace {
 
 using port::CheckState;
 using port::MessageKind;
+using port::TreeItem;
 using port::WindowHandle;
 
 // A display with somebody in front of it.
@@ -23,6 +29,8 @@ class Subject {
   virtual port::ListView& List() = 0;
   virtual port::Dialogs& Dialogs() = 0;
   virtual port::MessageBoxes& Boxes() = 0;
+  virtual port::TreeView& Tree() = 0;
+  virtual port::PopUpMenus& PopUps() = 0;
 
   virtual void SelectTab(int tab) = 0;
   virtual void ToggleRow(int row) = 0;
@@ -33,7 +41,22 @@ class Subject {
   virtual void Type(WindowHandle dialog, std::uint32_t control, std::u16string text) = 0;
   virtual void CloseDialog(WindowHandle dialog) = 0;
   virtual void CloseWindow() = 0;
+  virtual void ClickItem(TreeItem item) = 0;
+  virtual void ActivateItem(TreeItem item) = 0;
+  virtual void AskItemMenu(TreeItem item) = 0;
+  virtual void ExpandItem(TreeItem item, bool expanded) = 0;
+  // In the next menu the entry with that text is chosen; empty: the menu is dismissed.
+  virtual void AnswerPopUp(std::u16string entry) = 0;
+
+  // Rows that are not hidden in a collapsed one, "text" or "*text*" when bold, by their depth.
+  virtual std::vector<std::string> ShownRows() = 0;
+  virtual std::u16string Caption() = 0;
 };
+
+std::string ShownRow(std::uint32_t depth, bool bold, const std::u16string& text) {
+  const std::string mark = bold ? "*" : "";
+  return std::string(2 * depth, ' ') + mark + ToUtf8(text) + mark;
+}
 
 class FakeSubject final : public Subject {
  public:
@@ -55,6 +78,24 @@ class FakeSubject final : public Subject {
   }
   void CloseDialog(WindowHandle dialog) override { EXPECT_TRUE(fake_.display.CloseDialog(dialog)); }
   void CloseWindow() override { EXPECT_TRUE(fake_.display.CloseMainWindow()); }
+  port::TreeView& Tree() override { return fake_.display; }
+  port::PopUpMenus& PopUps() override { return fake_.display; }
+  void ClickItem(TreeItem item) override { EXPECT_TRUE(fake_.display.ClickItem(item)); }
+  void ActivateItem(TreeItem item) override { EXPECT_TRUE(fake_.display.ActivateItem(item)); }
+  void AskItemMenu(TreeItem item) override { EXPECT_TRUE(fake_.display.AskItemMenu(item)); }
+  void ExpandItem(TreeItem item, bool expanded) override {
+    EXPECT_TRUE(fake_.display.ExpandItem(item, expanded));
+  }
+  void AnswerPopUp(std::u16string entry) override { fake_.display.ExpectPopUp(std::move(entry)); }
+  std::vector<std::string> ShownRows() override {
+    const port::ShownTree tree = fake_.display.tree();
+    std::vector<std::string> rows;
+    for (const std::size_t i : port::VisibleRows(tree)) {
+      rows.push_back(ShownRow(tree.rows[i].depth, tree.rows[i].bold, tree.rows[i].text));
+    }
+    return rows;
+  }
+  std::u16string Caption() override { return fake_.display.caption(); }
 
  private:
   port::FakePlatform fake_;
@@ -115,8 +156,74 @@ class QtSubject final : public Subject {
   void CloseWindow() override {
     OnDisplay([&] { Main().close(); });
   }
+  port::TreeView& Tree() override { return device_->thread_tree(); }
+  port::PopUpMenus& PopUps() override { return device_->pop_ups(); }
+  void ClickItem(TreeItem item) override {
+    OnDisplay([&] {
+      QTest::mouseClick(Threads().viewport(), Qt::LeftButton, Qt::NoModifier, PlaceOf(item));
+    });
+  }
+  void ActivateItem(TreeItem item) override {
+    OnDisplay([&] {
+      QTest::mouseDClick(Threads().viewport(), Qt::LeftButton, Qt::NoModifier, PlaceOf(item));
+    });
+  }
+  void AskItemMenu(TreeItem item) override {
+    OnDisplay([&] {
+      const QPoint place = PlaceOf(item);
+      QTest::mouseClick(Threads().viewport(), Qt::RightButton, Qt::NoModifier, place);
+      QContextMenuEvent event(QContextMenuEvent::Mouse, place,
+                              Threads().viewport()->mapToGlobal(place));
+      QApplication::sendEvent(Threads().viewport(), &event);
+    });
+  }
+  void ExpandItem(TreeItem item, bool expanded) override {
+    OnDisplay([&] {
+      const QModelIndex row = Threads().Rows().Find(item);
+      if (Threads().isExpanded(row) == expanded) return;
+      QTest::mouseClick(Threads().viewport(), Qt::LeftButton, Qt::NoModifier,
+                        Threads().MarkRect(row).center());
+    });
+  }
+  void AnswerPopUp(std::u16string entry) override {
+    OnDisplay([&] {
+      auto* looking = new QTimer(&Main());
+      QObject::connect(looking, &QTimer::timeout, looking, [this, looking, entry] {
+        QMenu* menu = device_->pop_ups().OpenMenu();
+        if (menu == nullptr) return;
+        looking->deleteLater();
+        if (entry.empty()) return QTest::keyClick(menu, Qt::Key_Escape);
+        for (QAction* action : menu->actions()) {
+          if (action->text().toStdU16String() != entry) continue;
+          QTest::mouseClick(menu, Qt::LeftButton, Qt::NoModifier,
+                            menu->actionGeometry(action).center());
+        }
+      });
+      looking->start(5);
+    });
+  }
+  std::vector<std::string> ShownRows() override {
+    std::vector<std::string> rows;
+    OnDisplay([&] {
+      const ThreadModel& model = Threads().Rows();
+      for (QModelIndex row = model.index(0, 0); row.isValid(); row = Threads().indexBelow(row)) {
+        rows.push_back(ShownRow(model.DepthOf(row), model.BoldOf(row), model.TextOf(row)));
+      }
+    });
+    return rows;
+  }
+  std::u16string Caption() override {
+    std::u16string text;
+    OnDisplay([&] { text = Main().Threads()->findChild<QLabel*>()->text().toStdU16String(); });
+    return text;
+  }
 
  private:
+  ThreadTree& Threads() { return *Main().Threads()->Tree(); }
+  QPoint PlaceOf(TreeItem item) {
+    const QRect text = Threads().TextRect(Threads().Rows().Find(item));
+    return {text.left() + 8, text.center().y()};
+  }
   void OnDisplay(const std::function<void()>& action) { device_->jobs().Call(action); }
   MainWindow& Main() { return *device_->display().main; }
   GroupTable& Table() { return *Main().GroupList(); }
@@ -328,6 +435,154 @@ TEST_P(DisplayContract, DestroyedWindowIsGone) {
   EXPECT_EQ(subject->Windows().SelectedTab(), 0);
   ExpectOnly({});
 }
+
+// --- the thread tree and pop-up menus ------------------------------------------------------------
+
+class TreeContract : public DisplayContract {
+ protected:
+  WindowHandle ShowTree() {
+    const WindowHandle main = ShowWindow();
+    subject->Windows().SelectTab(port::kThreadTab);
+    subject->Tree().CreateTree(u"thread tree", u"", 4);
+    subject->Tree().FillTree({{100, 0, true, u"2/3 Hello"},
+                              {1, 1, true, u"Ada"},
+                              {2, 2, false, u"Bob"},
+                              {3, 1, true, u"Cyd"},
+                              {200, 0, false, u"World"},
+                              {4, 1, false, u"Dan"}});
+    Drain();
+    return main;
+  }
+  using Rows = std::vector<std::string>;
+};
+
+TEST_P(TreeContract, TreeIsEmptyWithoutTabs) {
+  const auto use = [&] {
+    subject->Tree().CreateTree(u"thread tree", u"", 4);
+    subject->Tree().FillTree({{1, 0, false, u"a"}});
+    subject->Tree().SetLabels({{1, true, u"b"}});
+    subject->Tree().SetCaption(u"c");
+    subject->Tree().FocusTree();
+    EXPECT_FALSE(subject->Tree().TreeCreated());
+    EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+  };
+  use();
+  subject->Windows().CreateMainWindow({u"Quillet CE", u"t", 103, {600, 400}});
+  use();
+  subject->Windows().CreateTabs(port::TabPlacement::kBottom);
+  EXPECT_FALSE(subject->Tree().TreeCreated());
+  subject->Tree().CreateTree(u"thread tree", u"", 4);
+  EXPECT_TRUE(subject->Tree().TreeCreated());
+  subject->Windows().DestroyMainWindow();
+  use();
+}
+
+TEST_P(TreeContract, NewTabsTakeTheTreeAway) {
+  ShowTree();
+  subject->Windows().CreateTabs(port::TabPlacement::kRight);
+  EXPECT_FALSE(subject->Tree().TreeCreated());
+  EXPECT_EQ(subject->Caption(), u"");
+}
+
+TEST_P(TreeContract, CaptionStaysWhenTheTreeIsCreated) {
+  ShowWindow();
+  subject->Tree().SetCaption(u"a.b: 7 on server");
+  EXPECT_EQ(subject->Caption(), u"a.b: 7 on server");
+  subject->Tree().CreateTree(u"thread tree", u"", 4);
+  EXPECT_EQ(subject->Caption(), u"a.b: 7 on server");
+}
+
+TEST_P(TreeContract, RowsComeCollapsed) {
+  ShowTree();
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "World"}));
+  EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+}
+
+TEST_P(TreeContract, ExpandedAndSelectedItemsStaySoInNewRows) {
+  ShowTree();
+  subject->ExpandItem(100, true);
+  subject->ClickItem(3);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 3u);
+  subject->Tree().FillTree({{300, 0, true, u"new"},
+                            {5, 1, true, u"Eve"},
+                            {100, 0, true, u"Hello"},
+                            {3, 1, true, u"Cyd"},
+                            {2, 2, false, u"Bob"}});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*new*", "*Hello*", "  *Cyd*"}));
+  EXPECT_EQ(subject->Tree().SelectedItem(), 3u);
+  subject->Tree().FillTree({{100, 0, false, u"Hello"}});
+  EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+}
+
+TEST_P(TreeContract, SelectingExpandsWhatIsAbove) {
+  ShowTree();
+  subject->Tree().SelectItem(2);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 2u);
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "  *Ada*", "    Bob", "  *Cyd*", "World"}));
+  subject->Tree().SelectItem(0);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+  ExpectOnly({});
+}
+
+TEST_P(TreeContract, CollapsingTakesTheSelectionAlong) {
+  ShowTree();
+  subject->Tree().SelectItem(2);
+  subject->ExpandItem(100, false);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 100u);
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "World"}));
+}
+
+TEST_P(TreeContract, SubtreeIsReplacedAtItsPlace) {
+  ShowTree();
+  subject->Tree().SelectItem(2);
+  subject->Tree().ReplaceSubtree(1, {{2, 0, true, u"Bob"}, {6, 1, false, u"Fay"}});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "  *Bob*", "  *Cyd*", "World"}));
+  EXPECT_EQ(subject->Tree().SelectedItem(), 2u);
+  subject->ExpandItem(2, true);
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "  *Bob*", "    Fay", "  *Cyd*", "World"}));
+  subject->Tree().ReplaceSubtree(100, {});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"World"}));
+  EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+  subject->Tree().ReplaceSubtree(4711, {{7, 0, false, u"x"}});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"World"}));
+}
+
+TEST_P(TreeContract, LabelsAreSetByItem) {
+  ShowTree();
+  subject->ExpandItem(100, true);
+  subject->Tree().SetLabels({{3, false, u"Cyd"}, {4711, true, u"x"}, {100, true, u"1/3 Hello"}});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*1/3 Hello*", "  *Ada*", "  Cyd", "World"}));
+}
+
+TEST_P(TreeContract, ActivatedItemIsToldAndStaysAsItIs) {
+  const WindowHandle main = ShowTree();
+  subject->ActivateItem(100);
+  ExpectOnly({{main, MessageKind::kItemActivated, 100, 0, {}}});
+  EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "World"}));
+}
+
+TEST_P(TreeContract, AskingForAMenuSelectsFirst) {
+  const WindowHandle main = ShowTree();
+  subject->AskItemMenu(200);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 200u);
+  ExpectOnly({{main, MessageKind::kContextMenu, 200, 0, {}}});
+}
+
+TEST_P(TreeContract, ChosenEntryIsItsCommand) {
+  const WindowHandle main = ShowTree();
+  const std::vector<port::PopUpEntry> entries{{40053, u"Delete Article"}, {40024, u"Mark Read"}};
+  subject->AskItemMenu(200);
+  subject->AnswerPopUp(u"Mark Read");
+  EXPECT_EQ(subject->PopUps().ShowPopUp(main, entries), 40024u);
+  subject->AnswerPopUp(u"");
+  EXPECT_EQ(subject->PopUps().ShowPopUp(main, entries), 0u);
+  EXPECT_EQ(subject->PopUps().ShowPopUp(main, {}), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Displays, TreeContract, ::testing::Values(Kind::kFake, Kind::kQt),
+                         [](const auto& which) {
+                           return which.param == Kind::kFake ? "InMemory" : "Toolkit";
+                         });
 
 INSTANTIATE_TEST_SUITE_P(Displays, DisplayContract, ::testing::Values(Kind::kFake, Kind::kQt),
                          [](const auto& which) {
