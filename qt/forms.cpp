@@ -50,12 +50,16 @@ class FormDialog final : public QDialog {
   FormDialog(QWidget* owner, std::function<void(std::uint32_t control)> pressed)
       : QDialog(owner), pressed_(std::move(pressed)) {}
 
-  // A form with `fullScreen` (dynamic property) lies exactly over its owner, or fills the screen.
+  // A form with `coversOwner` (dynamic property) lies exactly over its owner, or fills the screen.
   void setVisible(bool visible) override {
-    if (visible && !isVisible() && property("fullScreen").toBool()) {
+    if (visible && !isVisible() && property("coversOwner").toBool()) {
       const QWidget* owner = parentWidget();
       const bool over = owner != nullptr && owner->isVisible() && !owner->isMinimized();
-      setGeometry(over ? owner->geometry() : WorkAreaOf(this));
+      if (over && !owner->isMaximized()) {
+        setGeometry(owner->geometry());
+      } else {
+        setWindowState(windowState() | Qt::WindowMaximized);
+      }
     }
     QDialog::setVisible(visible);
   }

@@ -5,12 +5,14 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QFontInfo>
+#include <QImage>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QScroller>
+#include <QStyleHints>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <optional>
@@ -49,6 +51,10 @@ std::optional<int> FirstHighlight(const QTextDocument& document) {
   return std::nullopt;
 }
 
+bool IsFinger(const QMouseEvent& event) {
+  return event.source() != Qt::MouseEventNotSynthesized;
+}
+
 }  // namespace
 
 Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* parent)
@@ -66,6 +72,10 @@ Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* pa
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   thaw_.setSingleShot(true);
   connect(&thaw_, &QTimer::timeout, this, [this] { setUpdatesEnabled(true); });
+  hold_.setSingleShot(true);
+  hold_.setInterval(QGuiApplication::styleHints()->mousePressAndHoldInterval());
+  connect(&hold_, &QTimer::timeout, this,
+          [this] { ShowMenu(touched_, viewport()->mapToGlobal(touched_)); });
   connect(this, &QTextBrowser::anchorClicked, this,
           [this] { ActivateLink(released_on_.isEmpty() ? LinkAtCursor() : released_on_); });
 }
@@ -83,8 +93,12 @@ void Viewer::changeEvent(QEvent* event) {
   if (event->type() == QEvent::ApplicationFontChange) ApplyFont();
 }
 
-QVariant Viewer::loadResource(int /*type*/, const QUrl& /*name*/) {
-  return {};
+// Without any picture the toolkit would look for one among the user's files.
+QVariant Viewer::loadResource(int type, const QUrl& /*name*/) {
+  if (type != QTextDocument::ImageResource) return {};
+  QImage nothing(1, 1, QImage::Format_ARGB32);
+  nothing.fill(Qt::transparent);
+  return nothing;
 }
 
 void Viewer::Clear() {
@@ -148,9 +162,11 @@ void Viewer::Scroll(port::ScrollStep step) {
 void Viewer::CopySelectionOrAll() {
   if (textCursor().hasSelection()) return copy();
   const QTextCursor before = textCursor();
+  const int scrolled = verticalScrollBar()->value();
   selectAll();
   copy();
   setTextCursor(before);
+  verticalScrollBar()->setValue(scrolled);
 }
 
 QMimeData* Viewer::createMimeDataFromSelection() const {
@@ -183,11 +199,39 @@ void Viewer::keyPressEvent(QKeyEvent* event) {
   event->ignore();
 }
 
-// The signal for a link says it as an address, which may be spelled otherwise.
+// A finger scrolls, taps and asks for the menu; selecting is for the mouse.
+void Viewer::mousePressEvent(QMouseEvent* event) {
+  if (!IsFinger(*event)) return QTextBrowser::mousePressEvent(event);
+  touched_ = event->position().toPoint();
+  hold_.start();
+}
+
+void Viewer::mouseMoveEvent(QMouseEvent* event) {
+  if (!IsFinger(*event)) return QTextBrowser::mouseMoveEvent(event);
+  if (!IsTap(event->position().toPoint())) hold_.stop();
+}
+
 void Viewer::mouseReleaseEvent(QMouseEvent* event) {
-  released_on_ = anchorAt(event->position().toPoint());
+  const QPoint place = event->position().toPoint();
+  if (IsFinger(*event)) {
+    if (hold_.isActive() && IsTap(place)) Tapped(place);
+    return hold_.stop();
+  }
+  // The signal for a link says it as an address, which may be spelled otherwise.
+  released_on_ = anchorAt(place);
   QTextBrowser::mouseReleaseEvent(event);
   released_on_.clear();
+}
+
+bool Viewer::IsTap(QPoint place) const {
+  return (place - touched_).manhattanLength() < QApplication::startDragDistance();
+}
+
+void Viewer::Tapped(QPoint place) {
+  QTextCursor cursor = textCursor();
+  cursor.clearSelection();
+  setTextCursor(cursor);
+  ActivateLink(anchorAt(place));
 }
 
 std::unique_ptr<QMenu> Viewer::NewMenu(QPoint place) {
@@ -205,11 +249,15 @@ std::unique_ptr<QMenu> Viewer::NewMenu(QPoint place) {
 }
 
 // Shown without waiting for the choice.
+void Viewer::ShowMenu(QPoint place, QPoint screen_place) {
+  QMenu* menu = NewMenu(place).release();
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->popup(screen_place);
+}
+
 void Viewer::contextMenuEvent(QContextMenuEvent* event) {
   const bool by_key = event->reason() == QContextMenuEvent::Keyboard;
-  QMenu* menu = NewMenu(by_key ? QPoint() : event->pos()).release();
-  menu->setAttribute(Qt::WA_DeleteOnClose);
-  menu->popup(event->globalPos());
+  ShowMenu(by_key ? QPoint() : event->pos(), event->globalPos());
   event->accept();
 }
 

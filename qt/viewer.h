@@ -32,18 +32,23 @@ class Viewer final : public QTextBrowser {
 
   QVariant loadResource(int type, const QUrl& name) override;
 
-  // The menu at that place of the viewport. Owned by the caller.
+  // The menu for that place of the viewport (null: for the link that has the focus).
   std::unique_ptr<QMenu> NewMenu(QPoint place);
 
  protected:
   QMimeData* createMimeDataFromSelection() const override;
   void keyPressEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   void changeEvent(QEvent* event) override;
 
  private:
   void ApplyFont();
+  bool IsTap(QPoint place) const;
+  void Tapped(QPoint place);
+  void ShowMenu(QPoint place, QPoint screen_place);
   void ActivateLink(const QString& target);
   QString LinkAtCursor() const;
   void ShowFirstHighlight();
@@ -53,6 +58,8 @@ class Viewer final : public QTextBrowser {
   QString source_;
   bool plain_text_ = false;
   QString released_on_;  // the link under a mouse button that is being released
+  QPoint touched_;       // where a finger was put down
+  QTimer hold_;          // runs while a finger rests
   QTimer thaw_;          // ends the moment in which the old page stays
 };
 

@@ -97,22 +97,32 @@ class PageWriter {
       at_ += kBreak.size();
       return;
     }
-    if (rest.startsWith(kLinkStart)) WriteTarget();
+    const bool name = rest.size() > 1 && (rest[1].isLetter() || rest[1] == QLatin1Char('/'));
+    if (!name) return WriteLessThan();
     // Where no tag ends any more none is looked for again: the search would go to the end each
     // time.
-    const qsizetype end = more_tags_ ? all_.indexOf(QLatin1Char('>'), at_) : -1;
+    qsizetype end = more_tags_ ? all_.indexOf(QLatin1Char('>'), at_) : -1;
     more_tags_ = end >= 0;
-    if (!more_tags_) return WriteCharacter();
-    out_.Markup(all_.sliced(at_, end + 1 - at_));
+    if (!more_tags_) return WriteLessThan();
+    if (rest.startsWith(kLinkStart) && WriteTarget()) end = all_.indexOf(QLatin1Char('>'), at_);
+    if (end < 0) end = at_;  // a target with the last of them
+    out_.Markup(all_.sliced(at_, end - at_));
+    out_.Markup(u">");
     at_ = end + 1;
   }
 
-  // The address stands there as it is, not escaped; the toolkit would decode it.
-  void WriteTarget() {
+  void WriteLessThan() {
+    out_.Entity(u"&lt;");
+    ++at_;
+  }
+
+  // The address stands there as it is, not escaped; the toolkit would decode it. False when it has
+  // no end.
+  bool WriteTarget() {
     const qsizetype target = at_ + kLinkStart.size();
     const qsizetype quote = more_quotes_ ? all_.indexOf(QLatin1Char('"'), target) : -1;
     more_quotes_ = quote >= 0;
-    if (!more_quotes_) return;
+    if (!more_quotes_) return false;
     out_.Markup(all_.sliced(at_, kLinkStart.size()));
     for (const QChar unit : all_.sliced(target, quote - target)) {
       if (unit == QLatin1Char('&')) {
@@ -123,6 +133,7 @@ class PageWriter {
       }
     }
     at_ = quote;
+    return true;
   }
 
   const QStringView all_;
