@@ -605,19 +605,55 @@ TEST_F(SavingArticles, ACancelledDialogSavesNothing) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
-TEST_F(SavingArticles, TheFirstOfTwoBackslashesIsDropped) {
-  OpenOne();
-  Save(u"\\\\a.txt");
-  EXPECT_EQ(File(u"\\a.txt"), kSavedText);
-  EXPECT_THAT(BoxTexts(), IsEmpty());
+// Keeps the paths of new files and makes none.
+class PathKeeper final : public port::Files {
+ public:
+  std::vector<std::u16string> paths;
+
+  std::uint32_t CreateNewFile(std::u16string_view path, std::string_view /*data*/) override {
+    paths.emplace_back(path);
+    return 0;
+  }
+  std::string NativePath(std::u16string_view /*path*/) override { return {}; }
+  bool FolderExists(std::u16string_view /*path*/) override { return false; }
+  bool CreateFolder(std::u16string_view /*path*/) override { return false; }
+  std::optional<std::uint64_t> FileSize(std::u16string_view /*path*/) override { return {}; }
+  bool Delete(std::u16string_view /*path*/) override { return false; }
+  bool Rename(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
+  bool Copy(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
+  bool CopyMode(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
+  bool WriteFile(std::u16string_view /*path*/, std::string_view /*data*/) override { return false; }
+  std::optional<std::string> ReadFile(std::u16string_view /*path*/,
+                                      std::uint64_t /*limit*/) override {
+    return {};
+  }
+  std::optional<port::VolumeSpace> FreeSpace(std::u16string_view /*folder*/) override { return {}; }
+  std::vector<std::u16string> Cards() override { return {}; }
+};
+
+TEST_F(SavingArticles, ThePathIsCorrectedAtItsBeginningAndItsEnd) {
+  PathKeeper keeper;
+  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, fake.sockets,
+                          fake.libraries,          keeper,      fake.clock,    fake.shell,
+                          fake.scheduler,          fake.dialler};
+  gPlatform = &platform;
+  for (const char16_t* path :
+       {u"\\\\a.txt", u"\\\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt", u"\\name.",
+        u"\\name..", u"\\\\name.", u"\\plain", u"\\a.b"}) {
+    fake.display.ExpectSaveFile(path);
+    SaveAsFile(u"t", u"n", "text");
+  }
+  gPlatform = &fake.platform;
+  EXPECT_THAT(keeper.paths,
+              ElementsAre(u"\\a.txt", u"\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt",
+                          u"\\name.txt", u"\\name..txt", u"\\name.txt", u"\\plain", u"\\a.b"));
 }
 
-TEST_F(SavingArticles, AFullStopAtTheEndGetsTheExtension) {
+TEST_F(SavingArticles, ACorrectedPathIsTheFilesName) {
   OpenOne();
-  Save(u"\\name.");
+  Save(u"\\\\name.");
   EXPECT_EQ(File(u"\\name.txt"), kSavedText);
-  Save(u"\\plain");
-  EXPECT_EQ(File(u"\\plain"), kSavedText);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
 TEST_F(SavingArticles, AnExistingFileIsNeverWrittenOver) {
