@@ -441,6 +441,65 @@ TEST_P(FilesContract, AReadOnlyFolderIsReadAndNotWritten) {
   EXPECT_EQ(NamesIn(data_folder() + "/News"), std::vector<std::string>{"data"});
 }
 
+TEST_P(FilesContract, ANewFileIsWrittenWholeAndReadableByOthers) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  const std::string data("Subject: x\r\n\r\n\0\xE4", 17);
+  const mode_t old_mask = umask(022);
+  EXPECT_EQ(files().CreateNewFile(u"\\article.txt", data), 0u);
+  umask(old_mask);
+  EXPECT_EQ(files().ReadFile(u"\\article.txt", 100), data);
+  EXPECT_EQ(ModeOf(data_folder() + "/article.txt"), 0644u);
+  EXPECT_EQ(files().CreateNewFile(u"\\empty.txt", ""), 0u);
+  EXPECT_EQ(files().FileSize(u"\\empty.txt"), 0u);
+}
+
+TEST_P(FilesContract, ANewFileNeverReplacesWhatIsThere) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\there", "old"));
+  ASSERT_TRUE(files().CreateFolder(u"\\folder"));
+  ASSERT_EQ(symlink("nowhere", (data_folder() + "/link").c_str()), 0);
+  EXPECT_EQ(files().CreateNewFile(u"\\there", "new"), 183u);
+  EXPECT_EQ(files().CreateNewFile(u"\\folder", "new"), 183u);
+  EXPECT_EQ(files().CreateNewFile(u"\\link", "new"), 183u);
+  EXPECT_EQ(files().ReadFile(u"\\there", 10), "old");
+  EXPECT_EQ(NamesIn(data_folder()), (std::vector<std::string>{"folder", "link", "there"}));
+}
+
+TEST_P(FilesContract, ANewFileTakesAPathThatTheUserChose) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  const std::string chosen =
+      data_folder() + "/a b\\c \u00e4.txt";  // a backslash is no separator there
+  EXPECT_EQ(files().CreateNewFile(FromUtf8(chosen), "text"), 0u);
+  EXPECT_EQ(files().CreateNewFile(FromUtf8(chosen), "text"), 183u);
+  EXPECT_EQ(std::filesystem::file_size(chosen), 4u);
+}
+
+TEST_P(FilesContract, ANewFileSaysWhyItCannotBeMade) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\file", "x"));
+  EXPECT_NE(files().CreateNewFile(u"\\no folder\\x", "x"), 0u);
+  EXPECT_EQ(files().CreateNewFile(u"\\file\\x", "x"), 3u);
+  EXPECT_EQ(files().CreateNewFile(u"", "x"), 123u);
+  EXPECT_EQ(files().CreateNewFile(u"\\..\\x", "x"), 123u);
+  EXPECT_EQ(files().CreateNewFile(u"/tmp/" + std::u16string(300, u'n'), "x"), 123u);
+  EXPECT_NE(files().CreateNewFile(std::u16string(u"/tmp/a\0b", 8), "x"), 0u);
+  EXPECT_EQ(files().CreateNewFile(u"/", "x"), 183u);
+}
+
+TEST_P(FilesContract, ANewFileInAReadOnlyFolderIsDenied) {
+  ASSERT_TRUE(files().CreateFolder(u"\\News"));
+  ASSERT_TRUE(WithReadOnlyFolder(data_folder() + "/News",
+                                 [&] { EXPECT_EQ(files().CreateNewFile(u"\\News\\x", "x"), 5u); }));
+  EXPECT_TRUE(NamesIn(data_folder() + "/News").empty());
+}
+
+TEST_P(FilesContract, ANewFileThatDoesNotFitIsNotLeftBehind) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  EXPECT_TRUE(WithFileSizeLimit(
+      100000, [&] { return files().CreateNewFile(u"\\large", std::string(200000, 'x')) != 0; }));
+  EXPECT_TRUE(NamesIn(data_folder()).empty());
+}
+
 TEST_P(FilesContract, FreeSpaceOfAFolderThatExists) {
   ASSERT_TRUE(files().CreateFolder(u"\\News"));
   const auto space = files().FreeSpace(u"\\News");
