@@ -1,0 +1,166 @@
+// The thread tree on the display: from the program's call to the painted rows, for 100,000 rows.
+//
+// usage: display_bench [ROUNDS]; ends with 1 when a time is above its target.
+#include <QApplication>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "port/common/thread_queues.h"
+#include "port/linux/linux_clock.h"
+#include "qt/device.h"
+
+namespace quillet::qt {
+namespace {
+
+using port::TreeItem;
+using port::TreeRow;
+using Rows = std::vector<TreeRow>;
+
+constexpr TreeItem kRows = 100000;
+constexpr double kShowMs = 50;
+constexpr double kExpandMs = 200;
+
+std::u16string Text(std::string text) {
+  return {text.begin(), text.end()};
+}
+
+// Subject rows with that many articles each, one below the other.
+Rows Threads(TreeItem articles) {
+  Rows rows;
+  for (TreeItem item = 0; item < kRows; ++item) {
+    const TreeItem depth = item % (articles + 1);
+    std::string text = "Somebody Else <somebody.else@example.invalid>";
+    if (depth == 0) text = "2/3 A subject of usual length, number " + std::to_string(item);
+    rows.push_back({item + 1, depth, item % 3 == 0, Text(std::move(text))});
+  }
+  return rows;
+}
+
+class Bench {
+ public:
+  Bench(QtDevice& device, int rounds) : device_(device), rounds_(rounds) {}
+
+  bool Run() {
+    device_.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {1280, 800}});
+    device_.windows().ShowMainWindow();
+    device_.windows().CreateTabs(port::TabPlacement::kBottom);
+    device_.windows().SelectTab(port::kThreadTab);
+    ShowAll("threads of three", Threads(3));
+    ShowAll("one row below the other", Threads(0));
+    ShowAll("one chain of replies", Threads(kRows - 1));
+    ChangeAll(Threads(3));
+    SelectDeep();
+    device_.windows().DestroyMainWindow();
+    return good_;
+  }
+
+ private:
+  using Step = std::function<void()>;
+
+  ThreadTree& Tree() { return *device_.display().main->Threads()->Tree(); }
+  void OnDisplay(const Step& action) { device_.jobs().Call(action); }
+  void Refill(const Rows& rows) {
+    device_.thread_tree().CreateTree(u"thread tree", u"", 4);
+    device_.thread_tree().FillTree(rows);
+    Paint();
+  }
+  void Paint() {
+    OnDisplay([&] {
+      QCoreApplication::processEvents();
+      Tree().viewport()->repaint();
+    });
+  }
+
+  // The median of the step with its painting; `before` is not counted.
+  void Measure(const std::string& what, double target, const Step& before, const Step& step) {
+    std::vector<double> times;
+    for (int i = 0; i < rounds_; ++i) {
+      before();
+      const auto start = std::chrono::steady_clock::now();
+      step();
+      Paint();
+      const std::chrono::duration<double, std::milli> time =
+          std::chrono::steady_clock::now() - start;
+      times.push_back(time.count());
+    }
+    std::sort(times.begin(), times.end());
+    const double median = times[times.size() / 2];
+    good_ = good_ && median <= target;
+    std::printf("%-56s %7.1f ms, longest %7.1f ms (target %.0f ms)\n", what.c_str(), median,
+                times.back(), target);
+  }
+
+  void ShowAll(const std::string& shape, const Rows& rows) {
+    Rows given;
+    Measure(
+        "rows shown, " + shape, kShowMs,
+        [&] {
+          Refill({});
+          given = rows;
+        },
+        [&] { device_.thread_tree().FillTree(std::move(given)); });
+    Measure(
+        "  expand all", kExpandMs, [&] { Refill(rows); },
+        [&] { OnDisplay([&] { Tree().expandAll(); }); });
+    Measure(
+        "  rows shown again, all expanded", kExpandMs, [&] { given = rows; },
+        [&] { device_.thread_tree().FillTree(std::move(given)); });
+  }
+
+  void ChangeAll(const Rows& rows) {
+    const TreeItem item = rows[kRows / 2].item;
+    const Rows thread(rows.begin() + kRows / 2, rows.begin() + kRows / 2 + 4);
+    Refill(rows);
+    const auto replace = [&] { device_.thread_tree().ReplaceSubtree(item, thread); };
+    Measure(
+        "a thread replaced, all collapsed", kShowMs, [] {}, replace);
+    OnDisplay([&] { Tree().expandAll(); });
+    Measure(
+        "a thread replaced, all expanded", kExpandMs, [] {}, replace);
+    std::vector<port::TreeLabel> labels;
+    Measure(
+        "all labels set", kShowMs,
+        [&] {
+          labels.clear();
+          for (const TreeRow& row : rows) labels.push_back({row.item, !row.bold, row.text});
+        },
+        [&] { device_.thread_tree().SetLabels(std::move(labels)); });
+  }
+
+  void SelectDeep() {
+    const Rows rows = Threads(1800);
+    Measure(
+        "the last of 1,800 replies selected", kShowMs, [&] { Refill(rows); },
+        [&] { device_.thread_tree().SelectItem(1800); });
+  }
+
+  QtDevice& device_;
+  const int rounds_;
+  bool good_ = true;
+};
+
+// The offscreen platform has something to say of every window.
+void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                          const QString& text) {
+  if (type == QtFatalMsg) std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
+}  // namespace
+}  // namespace quillet::qt
+
+int main(int argc, char** argv) {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  qInstallMessageHandler(quillet::qt::HandleToolkitMessage);
+  QApplication::setStyle(QStringLiteral("Fusion"));
+  const QApplication application(argc, argv);
+  quillet::port::LinuxClock clock;
+  quillet::port::ThreadQueues queues(clock);
+  quillet::qt::QtDevice device(queues);
+  const int rounds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 9;
+  return device.Run([&] { return quillet::qt::Bench(device, rounds).Run() ? 0 : 1; });
+}
