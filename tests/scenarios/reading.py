@@ -16,11 +16,11 @@ PROGRESS_DIALOG, FIND_DIALOG, HEADERS_DIALOG, KILLFILE_DIALOG = 120, 123, 124, 1
 GROUP = "comp.test"
 
 
-def post(name, subject, references="", body=None, group=GROUP, extra=""):
+def post(name, subject, references="", body=None, group=GROUP, extra="", message_id=None):
     """(head, body) of an article <name@x> by Name <name@x.example>."""
-    head = ("From: %s <%s@x.example>\r\nSubject: %s\r\nMessage-ID: <%s@x>\r\nNewsgroups: %s\r\n"
+    head = ("From: %s <%s@x.example>\r\nSubject: %s\r\nMessage-ID: %s\r\nNewsgroups: %s\r\n"
             "Date: Sat, 21 Nov 2026 10:00:00 GMT\r\n" % (
-                name.capitalize(), name, subject, name, group))
+                name.capitalize(), name, subject, message_id or "<%s@x>" % name, group))
     if references:
         head += "References: %s\r\n" % references
     return head + extra, "Text of %s.\r\n" % name if body is None else body
