@@ -9,7 +9,7 @@
 namespace quillet {
 namespace {
 
-constexpr std::size_t kFirstBuckets = 16;
+constexpr std::size_t kFirstSlots = 16;
 constexpr std::size_t kTextBlock = 16384;
 
 // Over the whole text: Message-IDs of one server may begin alike for long.
@@ -54,47 +54,58 @@ void ClearLinks(Node& node) {
 
 // --- Message-IDs ---------------------------------------------------------------------------------
 
-// The link to the newest node of a Message-ID, or the null link at the end of its bucket.
-ArticleNode** MessageIdIndex::Slot(std::uint32_t hash, std::string_view message_id) {
-  ArticleNode** slot = &buckets_[hash & (buckets_.size() - 1)];
-  while (*slot != nullptr && ((*slot)->hash != hash || (*slot)->messageId != message_id)) {
-    slot = &(*slot)->nextInBucket;
+// The slot of a Message-ID, or the free one at which the search for it ends.
+std::size_t MessageIdIndex::PlaceOf(std::uint32_t hash, std::string_view message_id) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t place = hash & mask;
+  while (slots_[place].newest != nullptr &&
+         (slots_[place].hash != hash || slots_[place].newest->messageId != message_id)) {
+    place = (place + 1) & mask;
   }
-  return slot;
+  return place;
+}
+
+std::size_t MessageIdIndex::FreePlaceFor(std::uint32_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t place = hash & mask;
+  while (slots_[place].newest != nullptr) place = (place + 1) & mask;
+  return place;
 }
 
 void MessageIdIndex::Grow() {
-  std::vector<ArticleNode*> larger(std::max(kFirstBuckets, buckets_.size() * 2));
-  for (ArticleNode* bucket : buckets_) {
-    while (bucket != nullptr) {
-      ArticleNode* node = bucket;
-      bucket = node->nextInBucket;
-      ArticleNode*& front = larger[node->hash & (larger.size() - 1)];
-      node->nextInBucket = front;
-      front = node;
-    }
+  std::vector<Slot> slots(std::max(kFirstSlots, slots_.size() * 2));
+  slots_.swap(slots);
+  for (const Slot& slot : slots) {
+    if (slot.newest != nullptr) slots_[FreePlaceFor(slot.hash)] = slot;
   }
-  buckets_.swap(larger);
+}
+
+// Those that were put behind the slot because it was taken move up.
+void MessageIdIndex::Free(std::size_t place) {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t free = place;
+  for (std::size_t at = (free + 1) & mask; slots_[at].newest != nullptr; at = (at + 1) & mask) {
+    if (((at - slots_[at].hash) & mask) < ((at - free) & mask)) continue;
+    slots_[free] = slots_[at];
+    free = at;
+  }
+  slots_[free] = {};
+  --used_;
 }
 
 void MessageIdIndex::Enter(Node& node) {
   if (node.kind != NodeKind::kArticle || node.messageId.empty()) return;
   auto& article = static_cast<ArticleNode&>(node);
   if (article.indexed) return;
-  if (count_ == buckets_.size()) Grow();
-  article.hash = HashOf(article.messageId);
-  ArticleNode** slot = Slot(article.hash, article.messageId);
-  article.older = *slot;
-  article.newer = nullptr;
-  article.nextInBucket = nullptr;
+  if ((used_ + 1) * 10 > slots_.size() * 7) Grow();
+  const std::uint32_t hash = HashOf(article.messageId);
+  Slot& slot = slots_[PlaceOf(hash, article.messageId)];
+  if (slot.newest == nullptr) ++used_;
   article.indexed = true;
-  if (article.older != nullptr) {
-    article.older->newer = &article;
-    article.nextInBucket = article.older->nextInBucket;
-  } else {
-    ++count_;
-  }
-  *slot = &article;
+  article.newer = nullptr;
+  article.older = slot.newest;
+  if (article.older != nullptr) article.older->newer = &article;
+  slot = {&article, hash};
 }
 
 void MessageIdIndex::Remove(const Node& node) {
@@ -107,23 +118,18 @@ void MessageIdIndex::Remove(const Node& node) {
     article.newer->older = article.older;
     return;
   }
-  ArticleNode** slot = Slot(article.hash, article.messageId);
-  if (article.older != nullptr) {
-    article.older->nextInBucket = article.nextInBucket;
-    *slot = article.older;
-  } else {
-    *slot = article.nextInBucket;
-    --count_;
-  }
+  const std::size_t place = PlaceOf(HashOf(article.messageId), article.messageId);
+  if (article.older == nullptr) return Free(place);
+  slots_[place].newest = article.older;
 }
 
 Node* MessageIdIndex::Find(std::string_view message_id) const {
-  if (message_id.empty() || buckets_.empty()) return nullptr;
-  return *const_cast<MessageIdIndex*>(this)->Slot(HashOf(message_id), message_id);
+  if (message_id.empty() || slots_.empty()) return nullptr;
+  return slots_[PlaceOf(HashOf(message_id), message_id)].newest;
 }
 
 std::size_t MessageIdIndex::MemoryUsed() const {
-  return buckets_.capacity() * sizeof(ArticleNode*);
+  return slots_.capacity() * sizeof(Slot);
 }
 
 // --- Nodes and texts -----------------------------------------------------------------------------

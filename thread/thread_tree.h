@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -13,14 +14,15 @@
 
 namespace quillet {
 
-// How ThreadTree makes the nodes of articles: with their place in the index, so that entering and
-// removing cost no search among the articles of one Message-ID and no memory of their own.
+// The item of a subject node is that of its first article with this added to it.
+constexpr std::uint32_t kSubjectItem = 0x80000000;
+
+// How ThreadTree makes the nodes of articles: those of one Message-ID know each other, so that one
+// of many is removed from the index without a search.
 struct ArticleNode : Node {
-  std::uint32_t hash = 0;
   bool indexed = false;
-  ArticleNode* nextInBucket = nullptr;  // of the newest of each Message-ID only
-  ArticleNode* newer = nullptr;         // the same Message-ID, entered later
-  ArticleNode* older = nullptr;         // and earlier
+  ArticleNode* newer = nullptr;  // the same Message-ID, entered later
+  ArticleNode* older = nullptr;  // and earlier
 };
 
 // Message-IDs of article nodes. A Message-ID that several nodes carry finds the one entered last
@@ -40,11 +42,18 @@ class MessageIdIndex {
   std::size_t MemoryUsed() const;
 
  private:
-  ArticleNode** Slot(std::uint32_t hash, std::string_view message_id);
+  // Hashes stand beside the nodes, so that what is not there is known without looking at any.
+  struct Slot {
+    ArticleNode* newest = nullptr;  // of a Message-ID; null: the slot is free
+    std::uint32_t hash = 0;
+  };
+  std::size_t PlaceOf(std::uint32_t hash, std::string_view message_id) const;
+  std::size_t FreePlaceFor(std::uint32_t hash) const;
   void Grow();
+  void Free(std::size_t place);
 
-  std::vector<ArticleNode*> buckets_;  // none, or a power of two of them
-  std::size_t count_ = 0;              // different Message-IDs
+  std::vector<Slot> slots_;  // none, or a power of two of them
+  std::size_t used_ = 0;
 };
 
 // Texts one after the other in blocks.
@@ -80,6 +89,8 @@ class ThreadTree {
 
   // Null after the critical report "out of memory" in "NewNode".
   Node* NewNode(NodeKind kind);
+  // The article node made as the (i + 1)th one, i below their number.
+  Node& Article(std::size_t i) { return articles_.blocks[i / kBlockNodes][i % kBlockNodes]; }
   // A copy that lives as long as the tree; equal texts given one after the other (as the names of
   // servers are) are kept once. Throws std::bad_alloc.
   std::string_view KeepText(std::string_view text) { return texts_.Keep(text); }
