@@ -5,7 +5,9 @@
 
 #include <map>
 
+#include "app/base/views.h"
 #include "res/resource.h"
+#include "store/shown_tree.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {
@@ -230,6 +232,117 @@ TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
 }
 
+// --- deletion and the shown tree ---
+
+int gShownGroup = -1;
+int gTreeDeletions = 0;
+int gClearings = 0;
+void DeleteReadOfTree() {
+  ++gTreeDeletions;
+}
+void ClearTree() {
+  ++gClearings;
+}
+
+class ShownTreeTest : public DeletionTest {
+ protected:
+  ShownTreeTest() {
+    gShownTree = {[] { return gShownGroup; }, DeleteReadOfTree, ClearTree};
+    gShownGroup = 1;
+    gTreeDeletions = 0;
+    gClearings = 0;
+    gThreadRebuildPending = false;
+  }
+  ~ShownTreeTest() override {
+    gShownTree = {};
+    gThreadRebuildPending = false;
+  }
+};
+
+TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
+  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(gTreeDeletions, 1);
+  EXPECT_EQ(Chain(u"alt.test").size(), 3U);
+  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_EQ(gClearings, 0);
+}
+
+TEST_F(ShownTreeTest, ATreeThatIsOutOfDateIsNotAsked) {
+  gThreadRebuildPending = true;
+  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(gTreeDeletions, 0);
+  EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
+  EXPECT_TRUE(gThreadRebuildPending);
+}
+
+TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
+  EXPECT_NE(DeleteArticles(true, 0), 0);
+  EXPECT_NE(DeleteArticles(false, 0), 0);
+  EXPECT_THAT(Chain(u"comp.lang.misc"), IsEmpty());
+  EXPECT_EQ(gTreeDeletions, 0);
+  EXPECT_EQ(gClearings, 0);
+  EXPECT_FALSE(gThreadRebuildPending);
+}
+
+TEST_F(ShownTreeTest, WithoutAReadArticleTheTreeIsNotAsked) {
+  gReadInfo[1]->readCount = 0;
+  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(gTreeDeletions, 0);
+}
+
+TEST_F(ShownTreeTest, AllArticlesOfTheShownGroupClearIt) {
+  EXPECT_NE(DeleteArticles(false, 1), 0);
+  EXPECT_EQ(gClearings, 1);
+  EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
+}
+
+TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
+  fake.display.CancelProgressAfter(1);
+  EXPECT_EQ(DeleteArticles(false, 1), 0);
+  // The cancel may come before the group is reached at all.
+  if (Chain(u"alt.test").size() < 3) {
+    EXPECT_TRUE(gThreadRebuildPending);
+  }
+  EXPECT_EQ(gClearings, 0);
+}
+
+TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
+  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kUnchecked});
+  EXPECT_NE(DeleteArticles(true, kCheckedGroups), 0);
+  EXPECT_EQ(gTreeDeletions, 1);
+  EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
+  EXPECT_NE(DeleteArticles(false, kCheckedGroups), 0);
+  EXPECT_EQ(gClearings, 1);
+}
+
+TEST_F(ShownTreeTest, DeletingEverythingClearsItAfterTheFilesWereOpened) {
+  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
+  static bool open = false;
+  gShownTree.clear = [] { open = DatabasesOpen(); };
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), 1);
+  EXPECT_TRUE(open);
+}
+
+TEST_F(DeletionTest, OneArticleGoesWithItsChainRecordAndCounts) {
+  const auto record = GroupChainFirst(u"alt.test");
+  ASSERT_EQ(record->messageId, "<a3@x>");
+  EXPECT_TRUE(DeleteGroupArticle(1, *record, true));
+  EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>", "<a1@x>"));
+  EXPECT_FALSE(ArticleExists("<a3@x>"));
+  Count(1, 1, 2);
+  EXPECT_EQ(FetchValue(kArticles, GroupKey(u"alt.test")),
+            Bytes("01 00 00 00 01 00 00 00 02 00 00 00"));
+  EXPECT_FALSE(DeleteGroupArticle(3, *record, true));
+}
+
+TEST_F(DeletionTest, AnArticleWithoutAMessageIdHasNoRecordOfItsOwn) {
+  Add(u"alt.test", "");
+  gReadInfo[1]->totalCount = 4;
+  EXPECT_TRUE(DeleteGroupArticle(1, *GroupChainFirst(u"alt.test"), false));
+  EXPECT_TRUE(ArticleExists(""));
+  Count(1, 2, 3);
+}
+
 // --- rewriting ---
 
 class RewriteTest : public MaintenanceTest {
@@ -375,6 +488,38 @@ TEST_F(FaultyRewriteTest, AWalkThatBreaksOffDoesNotReplaceTheWhole) {
 
 TEST_F(FaultyRewriteTest, AFailedStoreEndsIt) {
   ExpectSourceSurvives([] { gGdbm.store = StoreThatFails; });
+}
+
+class FaultyDeletionTest : public DeletionTest {
+ protected:
+  FaultyDeletionTest() { gRealLibrary = gGdbm; }
+  ~FaultyDeletionTest() override { gGdbm = gRealLibrary; }
+};
+
+TEST_F(FaultyDeletionTest, AnArticleThatCannotBeUnlinkedStaysWholeAndCounted) {
+  int refusals = 0;
+  for (int n = 1; n < 100; ++n) {
+    fake.display.ForgetBoxes();
+    gCallsUntilFailure = n;
+    gGdbm.store = StoreThatFails;
+    const int result = DeleteArticles(false, 1);
+    gGdbm = gRealLibrary;
+    EXPECT_EQ(gReadInfo[1]->totalCount, CountGroupArticles(u"alt.test", false)) << n;
+    EXPECT_EQ(gReadInfo[1]->readCount, CountGroupArticles(u"alt.test", true)) << n;
+    for (const std::string& id : Chain(u"alt.test")) EXPECT_TRUE(ArticleExists(id)) << n;
+    if (gCallsUntilFailure > 0) break;
+    EXPECT_EQ(result == 0, !Chain(u"alt.test").empty()) << n;
+    if (result == 0) {
+      ++refusals;
+      EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (unable to delete article) "
+                                          u"occurred in DeleteArticles."));
+    }
+    DeleteArticles(false, 1);
+    for (const char* id : {"<a1@x>", "<a2@x>", "<a3@x>"}) Add(u"alt.test", id, true);
+    gReadInfo[1]->readCount = gReadInfo[1]->totalCount = 3;
+    UpdateGlobalGDBMArticleCountCache(1);
+  }
+  EXPECT_EQ(refusals, 3);
 }
 
 TEST_F(RewriteTest, NothingIsRewrittenWithoutOpenFiles) {
