@@ -76,11 +76,14 @@ void HandleKeyUp(std::uint32_t key) {
   if (ShownTab() == port::kArticleTab) HandleArticleKey(key);
 }
 
-// A row of the group list or an item of the thread tree, whichever is shown.
+// A row of the group list or an item of the thread tree, whichever is shown. What is activated is
+// selected too: the tree's number of another item comes from a list that is no longer shown.
 void HandleItemActivated(std::uint32_t item) {
-  const int tab = ShownTab();
-  if (tab == port::kGroupTab) OpenSelectedGroup();
-  if (tab == port::kThreadTab) HandleThreadItemActivated(item);
+  if (ShownTab() == port::kGroupTab) {
+    OpenSelectedGroup();
+  } else if (ShownTab() == port::kThreadTab && gPlatform->thread_tree.SelectedItem() == item) {
+    HandleThreadItemActivated(item);
+  }
 }
 
 void OpenLink(std::u16string_view target) {

@@ -202,6 +202,32 @@ TEST_F(Reading, ReturnInTheListOpensTheGroupToo) {
   End();
 }
 
+// The number of the row may also be that of an item.
+TEST_F(Reading, ActivatingAGroupOpensNoArticle) {
+  SetGroups({u"c", u"d", u"e", u"f", u"g", u"b"});
+  StartAndWait();
+  OpenGroup(5);
+  EXPECT_EQ(Caption(), u"b");
+  EXPECT_EQ(fake_.display.tree().rows.at(1).item, 5U);
+  EXPECT_FALSE(ArticleIsCurrent());
+  End();
+}
+
+// The second double click came while the program was still busy with the first.
+TEST_F(Reading, ActivatingAGroupTwiceOpensNoArticle) {
+  SetGroups({u"c", u"d", u"e", u"f", u"g", u"b"});
+  StartAndWait();
+  OnProgramThread([this] {
+    EXPECT_TRUE(fake_.display.ActivateRow(5));
+    EXPECT_TRUE(fake_.display.ActivateRow(5));
+  });
+  WaitIdle();
+  EXPECT_EQ(ShownTab(), 1);
+  EXPECT_EQ(fake_.display.tree().rows.at(1).item, 5U);
+  EXPECT_FALSE(ArticleIsCurrent());
+  End();
+}
+
 TEST_F(Reading, EscapeTwiceLeadsBackAndTheCountsFollow) {
   StartReading(u"Ann");
   EXPECT_TRUE(Shows(u"Text of Ann."));
@@ -338,6 +364,17 @@ TEST_F(Reading, AnotherGroupShowsAnotherTree) {
   Tab(0);
   OpenGroup(0);
   EXPECT_EQ(SelectedText(), u"Ann");
+  End();
+}
+
+TEST_F(Reading, TheArticleTabWithNothingSelectedForgetsTheArticleOfAnotherGroup) {
+  StartReading(u"Ann");
+  Tab(0);
+  OpenGroup(1);
+  Tab(2);
+  EXPECT_EQ(fake_.display.article().source, kNoArticle);
+  EXPECT_EQ(From(), u"");
+  EXPECT_FALSE(ArticleIsCurrent());
   End();
 }
 
@@ -608,7 +645,7 @@ TEST_F(Reading, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
 TEST_F(Reading, AnAcceptedNewGroupClearsTheArticleAndARejectedOneDoesNot) {
   StartReading(u"Ann");
   Tab(0);
-  const auto add = [this](std::u16string name) {
+  const auto add = [this](const std::u16string& name) {
     fake_.display.WhenShown(kDialogNewGroup, [this, name](port::WindowHandle dialog) {
       fake_.display.Type(dialog, kControlGroupName, name);
       fake_.display.Press(dialog, kControlOk);

@@ -63,7 +63,8 @@ class EntryDialog : public ::testing::Test {
     fake.queues.PostCall(std::this_thread::get_id(), [=, this] { Take(steps, step + 1, dialog); });
   }
   // Types both texts and presses the button.
-  void Answer(std::u16string author, std::u16string subject, std::uint32_t button = kControlOk) {
+  void Answer(const std::u16string& author, const std::u16string& subject,
+              std::uint32_t button = kControlOk) {
     WhenShown([=, this](port::WindowHandle dialog) {
       EXPECT_TRUE(fake.display.Type(dialog, 1011, author));
       EXPECT_TRUE(fake.display.Type(dialog, 1013, subject));
