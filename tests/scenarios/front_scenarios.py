@@ -1,8 +1,10 @@
 """The scripted front itself: what it refuses, how it fails, what it reports."""
 
 import json
+import re
 import time
 
+import news_servers
 from scenario import *
 
 
@@ -221,6 +223,96 @@ class Reports(Scenario):
         process.stdin.close()
         self.assertEqual(process.wait(timeout=20), 0)
         self.assertEqual(self.read_back()["checked"][1], [0])
+
+
+class Reading(Scenario):
+    """The commands of the thread and the article view, and what they refuse."""
+
+    def start_opened(self):
+        """A run with the tree of two articles shown: (hello (ann)) (other (bob))."""
+        server = news_servers.NewsServer({"a.one": {
+            1: news_servers.article(1, "a.one", "<ann@x>", "Hello", "See http://x.example/.\r\n"),
+            2: news_servers.article(2, "a.one", "<bob@x>", "Other")}})
+        self.addCleanup(server.close)
+        q = self.run_with(servers=[server.address], groups=["a.one"])
+        q.connect()
+        q.open_group("a.one")
+        return q
+
+    def test_what_is_not_there_or_not_shown_is_refused(self):
+        for lines, reason, text in (
+                (["select-node 3"], "missing", "no such node in the tree: 3"),
+                (["open-node 1.2"], "missing", "no such node in the tree: 1.2"),
+                (["open-node <carl@x>"], "missing", "no such node in the tree: <carl@x>"),
+                (["select-node id:ann"], "missing", "no such node in the tree: id:ann"),
+                (["expand 1.1"], "refused", "the window does not take this input now"),
+                (["tab group", "select-node 1"], "refused",
+                 "the window does not take this input now"),
+                (["tap-header"], "refused", "the window does not take this input now"),
+                (["open-node 1", 'tool "Reply"'], "missing", "no such button in the toolbar: Reply"),
+                (["open-node 1", "follow http://y.example/"], "missing",
+                 "the article view shows no such link: http://y.example/"),
+                (["open-group a.two"], "missing", "no such group: a.two"),
+                (["delete-stored <carl@x>"], "missing", "no such article is stored: <carl@x>"),
+                (["context-menu 1"], "unannounced-menu", ""),
+                (['expect-menu "Copy"', "context-menu 1"], "no-such-entry", "Copy"),
+                (['expect-menu "Copy"'], "unused-announcement", "Copy"),
+                (["expect-save /x"], "unused-announcement", "/x"),
+                (["open-node 1", "command 40057"], "unannounced-save-dialog", "Save article as"),
+                (["command 40048", "wait-dialog", "open-node 1"], "refused",
+                 "a dialog takes the input: 123 Find")):
+            self.use_profile("-" + re.sub(r"\W+", "-", " ".join(lines)))
+            with self.subTest(lines):
+                q = self.start_opened()
+                for line in lines:
+                    q.send(line)
+                q.send("wait")
+                self.assertEqual(q.finish(), 1)
+                self.assertEqual((q.failure()["reason"], q.failure()["text"]), (reason, text))
+                self.assertEqual(q.exit_code(), 0)
+
+    def test_nodes_by_path_and_by_message_id(self):
+        with self.start_opened() as q:
+            for word, path in (("2", "2"), ("1.1", "1.1"), ("<bob@x>", "2.1"),
+                               ("id:<ann@x>", "1.1")):
+                q.select_node(word)
+                self.assertEqual(q.tree()["selected"], path)
+        self.assert_fine(q)
+
+    def test_rows_are_expanded_and_collapsed(self):
+        with self.start_opened() as q:
+            for line, expanded in (("expand 1", ["1"]), ("expand all", ["1", "2"]),
+                                   ("collapse 2", ["1"]), ("collapse all", [])):
+                q.do(line)
+                self.assertEqual([r["path"] for r in q.tree()["rows"] if r["expanded"]], expanded)
+        self.assert_fine(q)
+
+    def test_a_link_of_the_article_and_one_of_the_scripts_own(self):
+        with self.start_opened() as q:
+            q.open_node("1")
+            q.do("follow http://x.example/")
+            q.do('link "ftp://x.example/"')
+            q.do("wait")
+        self.assertEqual([e["target"] for e in q.of("link")],
+                         ["http://x.example/", "ftp://x.example/"])
+
+    def test_a_dump_of_many_rows_takes_no_time(self):
+        count = 3000
+        server = news_servers.NewsServer({"a.one": {
+            n: news_servers.article(n, "a.one", subject="Thread %d" % n)
+            for n in range(1, count + 1)}})
+        self.addCleanup(server.close)
+        with self.run_with(servers=[server.address], groups=["a.one"],
+                           values={"maxarticles": 100000}) as q:
+            q.connect()
+            q.open_group("a.one")
+            start = time.monotonic()
+            rows = q.tree()["rows"]
+            self.assertLess(time.monotonic() - start, 5)
+            self.assertEqual(len(rows), 2 * count)
+            self.assertEqual((rows[-1]["path"], rows[-1]["id"]),
+                             ("%d.1" % count, "<a%d@example.org>" % count))
+        self.assert_fine(q)
 
 
 if __name__ == "__main__":
