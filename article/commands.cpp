@@ -75,8 +75,8 @@ void AddToKillfile() {
 
 void Find() {
   if (!AskFindChoices() || !gCurrentArticle) return;
-  auto matches = MatchesInCurrentArticle(gFind.text);
-  if (matches) DisplayCurrentArticle(*std::move(matches));
+  const auto matches = MatchesInCurrentArticle(gFind.text);
+  if (matches) DisplayCurrentArticle(*matches);
 }
 
 void FindAgain() {

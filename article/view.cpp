@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <new>
-#include <utility>
 
 #include "app/base/app_messages.h"
 #include "app/base/messages.h"
@@ -60,11 +59,11 @@ void OpenArticle(Node& node) {
 }
 
 // The viewer's source for the current article; nothing when memory ran out.
-std::optional<std::u16string> CurrentArticleAsHtml(std::vector<MatchRange> matches) {
+std::optional<std::u16string> CurrentArticleAsHtml(const std::vector<MatchRange>& matches) {
   std::optional<std::u16string> text =
       CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
   if (!text) return std::nullopt;
-  return ConvertTextToHTML(*std::move(text), std::move(matches));
+  return ConvertTextToHTML(*text, matches);
 }
 
 void FillViewer(std::u16string_view source, bool plain_text) {
@@ -73,9 +72,9 @@ void FillViewer(std::u16string_view source, bool plain_text) {
   gPlatform->article.EndOfSource();
 }
 
-void ShowCurrentArticleText(std::vector<MatchRange> matches) {
+void ShowCurrentArticleText(const std::vector<MatchRange>& matches) {
   if (!gCurrentArticle) return FillViewer(u"Quillet error: there is no current article", true);
-  const auto html = CurrentArticleAsHtml(std::move(matches));
+  const auto html = CurrentArticleAsHtml(matches);
   if (!html) {
     ReportError(u"out of memory", u"DisplayCurrentArticle");
     return;
@@ -135,16 +134,16 @@ void DisplayArticle(Node* node, std::string_view search_text) {
   if (gCurrentArticle && !wanted.empty()) {
     matches = MatchesInCurrentArticle(wanted).value_or(std::vector<MatchRange>());
   }
-  DisplayCurrentArticle(std::move(matches));
+  DisplayCurrentArticle(matches);
   if (!gCurrentArticle && !node->messageId.empty()) {
     ShowMessage(u"Our apologies, but this article can no longer be read from the database.");
   }
 }
 
-void DisplayCurrentArticle(std::vector<MatchRange> matches) {
+void DisplayCurrentArticle(const std::vector<MatchRange>& matches) {
   const WaitCursor wait;
   ShowArticleTab();
-  ShowCurrentArticleText(std::move(matches));
+  ShowCurrentArticleText(matches);
   RefreshHeaderBar();
 }
 

@@ -20,7 +20,7 @@ void PrepareArticleView();
 // search text. A null node clears the view and returns to the thread list.
 void DisplayArticle(Node* node, std::string_view search_text);
 // Shows the article tab with the current article, or "Quillet error: there is no current article".
-void DisplayCurrentArticle(std::vector<MatchRange> matches);
+void DisplayCurrentArticle(const std::vector<MatchRange>& matches);
 // Empties the viewer and the header bar and drops the current article. No tab is changed.
 void ClearCurrentArticle();
 // The panes have gone with the main window's tabs: they are created again when they are shown next.
