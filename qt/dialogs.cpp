@@ -29,6 +29,7 @@ void WriteText(QWidget& widget, const QString& text) {
     if (!text.isEmpty()) label->setAccessibleName(text);
   } else if (auto* edit = qobject_cast<QLineEdit*>(&widget)) {
     edit->setText(text);
+    edit->home(false);  // a long text is seen from its start
   } else if (auto* lines = qobject_cast<QPlainTextEdit*>(&widget)) {
     lines->setPlainText(text);
   } else if (auto* button = qobject_cast<QAbstractButton*>(&widget)) {

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QLayout>
 #include <QStandardPaths>
 #include <functional>
 #include <memory>
@@ -23,13 +24,22 @@ QString NameFilter(const port::SaveFileTraits& traits) {
   return text.endsWith(pattern) ? text : text + QLatin1Char(' ') + pattern;
 }
 
-// Small screens have no room for the list of places beside the files.
+// Small screens have no room for the list of places, for the one type of file and for what only
+// changes the view. The desktop's own dialog has no such parts here.
 void FitToScreen(QFileDialog& dialog) {
   const QSize screen = WorkAreaOf(&dialog).size();
   if (screen.isEmpty()) return;
   dialog.setMaximumSize(screen);
   if (dialog.sizeHint().width() <= screen.width()) return;
-  for (QWidget* widget : dialog.findChildren<QWidget*>(QStringLiteral("sidebar"))) widget->hide();
+  dialog.setViewMode(QFileDialog::List);
+  for (const char* name : {"sidebar", "lookInLabel", "forwardButton", "listModeButton",
+                           "detailModeButton", "fileNameLabel", "fileTypeLabel", "fileTypeCombo"}) {
+    if (auto* widget = dialog.findChild<QWidget*>(QLatin1String(name))) widget->hide();
+  }
+  if (auto* edit = dialog.findChild<QWidget*>(QStringLiteral("fileNameEdit"))) {
+    edit->setAccessibleName(QStringLiteral("File name"));
+  }
+  if (dialog.layout() != nullptr) dialog.layout()->activate();
   dialog.resize(screen);
 }
 

@@ -1,5 +1,6 @@
 #include "qt/forms.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QGuiApplication>
@@ -13,6 +14,7 @@
 
 #include "qt/icons.h"
 #include "qt/main_window.h"
+#include "qt/window_style.h"
 #include "res/resource.h"
 #include "ui_about.h"
 #include "ui_find.h"
@@ -118,6 +120,12 @@ void KeepPlaces(const QDialog& dialog) {
   }
 }
 
+void MakeBoxesVisible(QDialog& dialog) {
+  auto* style = new WindowStyle;
+  style->setParent(&dialog);
+  for (QCheckBox* box : dialog.findChildren<QCheckBox*>()) box->setStyle(style);
+}
+
 void DrawIcons(const QDialog& dialog) {
   for (QLabel* label : dialog.findChildren<QLabel*>()) {
     const QVariant id = label->property("iconId");
@@ -156,6 +164,7 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
   ConnectButtons(*dialog, pressed);
   ConnectLists(*dialog, pressed);
   KeepPlaces(*dialog);
+  MakeBoxesVisible(*dialog);
   DrawIcons(*dialog);
   LimitToScreen(*dialog);
   return dialog;

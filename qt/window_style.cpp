@@ -19,9 +19,11 @@ QSize WindowStyle::sizeFromContents(ContentsType type, const QStyleOption* optio
 void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {
   QProxyStyle::drawPrimitive(element, option, painter, widget);
-  // Only this style shades the outline by the window's colour, which a list does not have.
+  // Only this style shades the outline by the window's colour, which a list does not have and which
+  // a dark dialog hardly shows.
   const bool faint = baseStyle()->name().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
-  if (element != PE_IndicatorItemViewItemCheck || !faint) return;
+  const bool box = element == PE_IndicatorItemViewItemCheck || element == PE_IndicatorCheckBox;
+  if (!box || !faint) return;
   QColor outline = option->palette.color(QPalette::Text);
   outline.setAlphaF(0.45F);
   painter->save();
