@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows the program at work with a news server of its own: a throw-away profile, sample articles.
-# With a display it opens the window; without one it drives a whole connection by script, tells in
-# plain words what came of it, and leaves pictures of the window in ./out.
+# With a display it opens the window; without one it drives a whole connection by script, opens a
+# group and reads, tells in plain words what was seen, and leaves pictures of the window in ./out.
 # usage: run_demo.sh BUILD-FOLDER
 set -euo pipefail
 [ $# -eq 1 ] || { printf 'usage: run_demo.sh BUILD-FOLDER\n' >&2; exit 2; }
@@ -51,18 +51,73 @@ write_settings() {
 
 show_window() {
   printf 'A news server with sample articles runs on this machine at port %s.\n' "$port"
-  printf 'Choose File, Connect (Ctrl+1) in the window to fetch them.\n'
+  printf 'Choose File, Connect (Ctrl+1) in the window to fetch them, then open a group with Return\n'
+  printf 'or a double click; lesson 11 of quillet.welcome tells how to read on from there.\n'
   "$build/qt/quillet" --profile "$profile" || return $?
 }
 
-# connect_by_script NAME: one whole connection; what was reported goes to NAME.
-connect_by_script() {
-  printf '%s\n' 'command "File/Connect"' wait groups status close |
-    "$build/script/quillet-script" --profile "$profile" --timeout 120 > "$1" || {
+# run_script NAME LINE...: one run of the program; what was reported goes to NAME.
+run_script() {
+  local log=$1
+  shift
+  printf '%s\n' "$@" close |
+    "$build/script/quillet-script" --profile "$profile" --timeout 120 > "$log" || {
     printf 'The script reported a failure:\n' >&2
-    cat "$1" >&2
+    cat "$log" >&2
     exit 1
   }
+}
+
+# connect_by_script NAME: one whole connection.
+connect_by_script() {
+  run_script "$1" 'command "File/Connect"' wait groups status
+}
+
+# tree_rows FILE: the rows of the last tree that was told, indented, the unread ones with a star.
+tree_rows() {
+  grep '^{"event":"tree",' "$1" | tail -n 1 |
+    grep -o '"depth":[0-9]*,"text":"[^"]*","bold":[a-z]*' |
+    while IFS= read -r row; do
+      local depth=${row#*:} text=${row#*\"text\":\"} star=' '
+      depth=${depth%%,*}
+      text=${text%\",\"bold\"*}
+      case $row in *true) star='*' ;; esac
+      printf '  %s %*s%s\n' "$star" $((depth * 3)) '' "$text"
+    done
+}
+
+# header_lines FILE N: the header bar as it was told the Nth time.
+header_lines() {
+  grep '^{"event":"header",' "$1" | sed -n "$2p" |
+    grep -o '"left":"[^"]*","right":"[^"]*"' |
+    sed 's/^"left":"\([^"]*\)","right":"\([^"]*\)"$/  | \1   [\2]/'
+}
+
+# text_lines FILE N: the viewer's text as it was told the Nth time, without its tags.
+text_lines() {
+  grep '^{"event":"viewer",' "$1" | sed -n "$2p" |
+    sed 's/^.*"source":"\(.*\)","plain_text".*$/\1/; s/&nbsp;<br>/\n/g' |
+    sed 's/<[^>]*>//g; s/&lt;/</g; s/&gt;/>/g; s/&amp;/\&/g; s/\\"/"/g; s/\\\\/\\/g; s/^/  | /'
+}
+
+read_by_script() {
+  local log=$work/reading.log group=comp.lang.misc.demo
+  printf '\nOpening %s, * is unread:\n' "$group"
+  run_script "$log" "open-group $group" tree \
+    'open-node <l.joke.1@demo.example.net>' header viewer \
+    'command "Article/Navigate/Previous article"' header viewer \
+    'command "Article/ROT 13"' viewer 'key Escape' tree groups
+  tree_rows <(grep -m 1 '^{"event":"tree",' "$log")
+  printf '\nReading one of them:\n'
+  header_lines "$log" 1
+  text_lines "$log" 1
+  printf '\nThe article before it, where the punch line is turned by thirteen letters:\n'
+  header_lines "$log" 2
+  text_lines "$log" 2
+  printf '\nThe same with Article, ROT 13:\n'
+  text_lines "$log" 3 | sed -n '3,4p'
+  printf '\nBack to the threads, the two are read:\n'
+  tree_rows "$log" | grep -A 3 'Two threads'
 }
 
 # rows FILE: "name unread total" of every group in what was reported.
@@ -105,17 +160,25 @@ drive_by_script() {
     printf 'The second connection changed the counts.\n' >&2
     exit 1
   fi
+  read_by_script
   take_pictures
 }
 
-take_pictures() {
-  mkdir -p out
-  QT_QPA_PLATFORM=offscreen "$build/qt/quillet-screenshot" --profile "$profile" --out out > \
+# take_picture OPTION...: pictures of the window in every size.
+take_picture() {
+  QT_QPA_PLATFORM=offscreen "$build/qt/quillet-screenshot" --profile "$profile" --out out "$@" > \
     "$work/pictures.log" 2>&1 || {
     printf 'The pictures could not be made:\n' >&2
     cat "$work/pictures.log" >&2
     exit 1
   }
+}
+
+take_pictures() {
+  mkdir -p out
+  take_picture
+  take_picture --open quillet.test.threads --expand
+  take_picture --open comp.lang.misc.demo --expand --article 3
   printf '\nPictures of the window:\n'
   local picture
   for picture in out/*.png; do printf '  %s\n' "$picture"; done
