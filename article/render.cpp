@@ -25,17 +25,23 @@ constexpr u16string_view kForCR = u"&";
 constexpr u16string_view kForLF = u"nbsp;<br>";
 constexpr u16string_view kEpilogue = u"&nbsp;<br></FONT>";
 
-// The first place from `at` on with one of these characters, else the length. Whole blocks are
-// looked at first: without a way out in between, compilers make vector code of them.
+// Without a way out of the loop, and with one character at a time, compilers make vector code of
+// it.
+template <std::size_t kBlock>
+bool HasCharacter(const char16_t* block, char16_t wanted) {
+  std::uint16_t found = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) found |= static_cast<std::uint16_t>(block[i] == wanted);
+  return found != 0;
+}
+
+// The first place from `at` on with one of these characters, else the length.
 template <char16_t... kWanted>
 std::size_t FindFirst(u16string_view text, std::size_t at) {
-  constexpr std::size_t kBlock = 8;
-  const auto is_wanted = [](char16_t c) { return ((c == kWanted) | ...); };
+  constexpr std::size_t kBlock = 16;
   for (; at + kBlock <= text.size(); at += kBlock) {
-    bool found = false;
-    for (std::size_t i = 0; i < kBlock; ++i) found |= is_wanted(text[at + i]);
-    if (found) break;
+    if ((HasCharacter<kBlock>(&text[at], kWanted) | ...)) break;
   }
+  const auto is_wanted = [](char16_t c) { return ((c == kWanted) | ...); };
   while (at < text.size() && !is_wanted(text[at])) ++at;
   return at;
 }

@@ -80,28 +80,62 @@ void ScanSteadily(Search& search, std::size_t from) {
   }
 }
 
-std::size_t MatchedFromBehind(const Search& search, std::size_t at) {
-  std::size_t left = search.wanted.size();
-  while (left > 0 && search.Folded(at + left - 1) == search.Wanted(left - 1)) --left;
-  return search.wanted.size() - left;
+// A character as it may stand in the text: itself, or in the other case.
+struct Letter {
+  char one, other;
+  unsigned char Is(char c) const { return static_cast<unsigned char>((c == one) | (c == other)); }
+};
+
+Letter LetterAt(const Search& search, std::size_t at) {
+  const char c = search.wanted[at];
+  const bool both = &search.folds == &kFoldCase && c >= 'a' && c <= 'z';
+  return {c, both ? static_cast<char>(c - ('a' - 'A')) : c};
 }
 
-// Leaps by what the last character of each place allows. A text made to be compared over and over
-// is left to the steady scan.
-void ScanInLeaps(Search& search) {
+// The first of the places from `at` on whose first and last characters fit, else `places`. Most
+// blocks have none: without a way out of their loop compilers make vector code of it.
+std::size_t NextCandidate(const Search& search, Letter first, Letter last, std::size_t at,
+                          std::size_t places) {
+  constexpr std::size_t kBlock = 32;
+  const char* begin = search.text.data();
+  const char* end = begin + search.wanted.size() - 1;
+  const auto fits = [=](std::size_t place) -> unsigned char {
+    return first.Is(begin[place]) & last.Is(end[place]);
+  };
+  if (at < places && fits(at) != 0) return at;
+  for (; at + kBlock <= places; at += kBlock) {
+    unsigned char found = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) found |= fits(at + i);
+    if (found != 0) break;
+  }
+  while (at < places && fits(at) == 0) ++at;
+  return at;
+}
+
+std::size_t MatchedCharacters(const Search& search, std::size_t at) {
+  std::size_t matched = 0;
+  while (matched < search.wanted.size() && search.Folded(at + matched) == search.Wanted(matched)) {
+    ++matched;
+  }
+  return matched;
+}
+
+// Compares at the places that look like it. A text made to be compared over and over is left to the
+// steady scan.
+void ScanCandidates(Search& search) {
   constexpr std::size_t kWorkPerCharacter = 4, kFreeWork = 4096;
-  const std::size_t length = search.wanted.size();
-  std::array<std::size_t, 256> leaps;
-  leaps.fill(length);
-  for (std::size_t i = 0; i + 1 < length; ++i) leaps[search.Wanted(i)] = length - 1 - i;
+  const std::size_t length = search.wanted.size(), places = search.text.size() - length + 1;
+  const Letter first = LetterAt(search, 0), last = LetterAt(search, length - 1);
   std::size_t work = 0;
-  for (std::size_t at = 0; at + length <= search.text.size();) {
+  for (std::size_t at = 0; at < places;) {
+    at = NextCandidate(search, first, last, at, places);
+    if (at >= places) return;
     if (work > kFreeWork + kWorkPerCharacter * at) return ScanSteadily(search, at);
-    const std::size_t matched = MatchedFromBehind(search, at);
-    work += matched + 1;
+    const std::size_t matched = MatchedCharacters(search, at);
+    work += matched;
     const bool taken = matched == length && Take(search, at);
     if (search.hits.size() == search.limit) return;
-    at += taken ? length : leaps[search.Folded(at + length - 1)];
+    at += taken ? length : 1;
   }
 }
 
@@ -115,7 +149,7 @@ std::vector<MatchRange> Scan(std::string_view text, std::string_view wanted,
                 limit,
                 {}};
   if (!options.match_case) std::ranges::transform(wanted, search.wanted.begin(), ToLowerAscii);
-  ScanInLeaps(search);
+  ScanCandidates(search);
   return std::move(search.hits);
 }
 
