@@ -1,5 +1,8 @@
 """Deleting, marking and killing from every view, cancelled operations, a store that changes."""
 
+import resource
+import signal
+
 from reading import *
 
 BIG = 300  # articles: enough for every operation to be cancelled in its middle
@@ -537,6 +540,86 @@ class Cancelling(Reading):
                     q.open_group(GROUP)
                     self.assert_tree_true(q)
                 self.assert_fine(q)
+
+
+class Breaking(Reading):
+    """Stores that fail or stop in the middle."""
+
+    COMMANDS = {MARK_READ: "mark", DELETE_READ: "delete-read", DELETE_ALL: "delete-all"}
+
+    def fill(self, count=BIG):
+        """A profile with that many unread articles."""
+        values = {"maxarticles": 1000, "skipverifications": 1}
+        with self.download(thread_of(count), values=values) as q:
+            pass
+        self.assert_fine(q)
+
+    def heal(self):
+        """Whatever happened: a restart, a look at the threads, and everything agrees."""
+        with self.run_quillet() as q:
+            q.open_group(GROUP)
+            self.assert_tree_true(q)
+            ids = [row["id"] for row in q.tree()["rows"] if row["kind"] == "article"]
+            read = len([i for i in ids if q.article(i)["read"]])
+            self.assertEqual(self.counts(q), ["%d/%d" % (len(ids) - read, len(ids))])
+        self.assert_fine(q)
+        return len(ids), read
+
+    def test_a_kill_in_the_middle_heals_with_the_next_threads(self):
+        for command, name in self.COMMANDS.items():
+            for moment in (1, 40, 170):
+                self.use_profile("-%s-%d" % (name, moment))
+                with self.subTest(name, moment=moment):
+                    self.fill()
+                    q = self.run_quillet()
+                    q.open_group(GROUP)
+                    if command == DELETE_READ:
+                        q.key("Ctrl+M")
+                    q.do("progress-positions on")
+                    before = len(q.of("progress-position"))
+                    q.send("command %d" % command)
+                    while len(q.of("progress-position")) < before + moment and \
+                            q.next_event()["event"] != "groups-changed":
+                        pass
+                    q.kill()
+                    self.heal()
+
+    def test_a_full_disk_in_the_middle_of_marking_is_told(self):
+        self.fill()
+        sizes = {name: (self.news_folder / name).stat().st_size for name in DATABASES}
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, 2 * (max(sizes.values()) // 4,))
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+
+        with self.run_quillet(before_exec=limit) as q:
+            # A write that fails in the middle leaves a file that needs repair.
+            q.expect("A critical error occurred", "no", "optional", "times 9")
+            q.open_group(GROUP)
+            q.command(MARK_READ)
+            q.key("Escape")
+            q.open_group(GROUP)
+            q.command(DELETE_ALL)
+        self.assertEqual((q.status, q.exit_code(), q.errors()), (0, 0, ""))
+        self.assertGreater(len(q.boxes()), 0)
+        self.heal()
+
+    def test_everything_taken_away_behind_the_tree(self):
+        with self.download(thread_of(30), values={"skipverifications": 1}) as q:
+            q.open_group(GROUP)
+            for number in range(1, 31):
+                q.do("delete-stored <p%d@x>" % number)
+            q.open_node("1")
+            q.key("Escape")
+            for command in (MARK_READ, MARK_UNREAD):
+                q.command(command)
+            q.select_node("<p2@x>")
+            q.command(DELETE_SELECTED)
+            q.command(DELETE_READ)
+            q.command(RETHREAD)
+            self.assertEqual((q.texts(), q.chain(GROUP)), ([], []))
+            self.assertEqual(self.counts(q), ["0/0"])
+        self.assert_fine(q)
 
 
 if __name__ == "__main__":
