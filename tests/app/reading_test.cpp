@@ -612,6 +612,7 @@ TEST_F(Reading, ADeletionThatWasCancelledShowsWhatIsLeft) {
   Confirm(u"Really delete the checked groups?");
   Command(kCommandRemoveGroups);
   EXPECT_EQ(fake_.display.list().rows.size(), 2U);
+  EXPECT_FALSE(ArticleIsCurrent());
   OpenGroup(0);
   ExpectInStep();
   End();
