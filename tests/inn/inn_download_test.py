@@ -271,10 +271,9 @@ class InnDownload(unittest.TestCase):
 
     def test_the_second_run_fetches_only_what_is_new(self):
         """Last in the alphabet: it feeds the server more."""
-        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        self.copy_complete_profile()
         model = self.model()
         model.download()
-        self.connect_once()
         stream, rows = generate(self.folder, FIRST_COUNT, LATER_COUNT)
         self.inn.feed(stream)
         self.server.feed(rows)
