@@ -70,3 +70,13 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
   std::free(memory);
 }
+// Arrays too: a sanitizer has operators of its own for them.
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
