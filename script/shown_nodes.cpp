@@ -97,7 +97,7 @@ port::TreeItem ItemAtPath(const port::ShownTree& tree, std::u16string_view path)
 std::string PathOfItem(const port::ShownTree& tree, port::TreeItem item) {
   Paths paths;
   for (const port::TreeRow& row : tree.rows) {
-    const std::string path = paths.Next(row.depth);
+    std::string path = paths.Next(row.depth);
     if (item != 0 && row.item == item) return path;
   }
   return {};
