@@ -66,8 +66,11 @@ void DeleteShownThread() {
   Delete(u"Really delete this thread?", DeleteThreadNode);
 }
 
+// An article that is on the screen while another group was opened still belongs to its own.
 void AddToKillfile() {
-  OpenKillfileEntryDialog(gCurrentGroup, gCurrentArticle->from.value_or(""),
+  const std::size_t index = GroupOfCurrentArticle();
+  const int group = index < gPrefs->groups.size() ? static_cast<int>(index) : gCurrentGroup;
+  OpenKillfileEntryDialog(group, gCurrentArticle->from.value_or(""),
                           gCurrentArticle->subject.value_or(""));
 }
 

@@ -54,7 +54,7 @@ class HtmlWriter {
 
   void Reserve(std::size_t more) { html_.reserve(html_.size() + more); }
   void Tag(u16string_view tag) { html_.append(tag); }
-  void Text(u16string_view text) {
+  void EscapeHTML(u16string_view text) {
     for (std::size_t done = 0; done < text.size();) {
       const std::size_t at = FindFirst<u'&', u'<', u'>', u'\r', u'\n'>(text, done);
       html_.append(text.substr(done, at - done));
@@ -63,7 +63,7 @@ class HtmlWriter {
     }
   }
   u16string Finish() {
-    EndLine();
+    ColorQuotedLine();
     html_.append(kEpilogue);
     return std::move(html_);
   }
@@ -81,13 +81,13 @@ class HtmlWriter {
         html_.append(u"&gt;");
         break;
       default:
-        EndLine();
+        ColorQuotedLine();
         html_.append(c == u'\r' ? kForCR : kForLF);
         line_start_ = html_.size();
     }
   }
   // A line is quoted by how its HTML begins: on purpose one that begins with a tag never is.
-  void EndLine() {
+  void ColorQuotedLine() {
     if (!color_quoted_ || line_start_ == html_.size()) return;
     const u16string_view line = u16string_view(html_).substr(line_start_);
     if (!IsQuoteChar(line.front()) && !line.starts_with(u"&gt;")) return;
@@ -108,7 +108,7 @@ class PieceWriter {
 
   // The piece from the end of the last one to `end`. A hit that goes on beyond it is opened here
   // and closed in a later piece.
-  void Write(std::size_t end) {
+  void HighlightMatches(std::size_t end) {
     const auto begin = static_cast<std::int64_t>(at_);
     const auto limit = static_cast<std::int64_t>(end);
     // A hit that ended exactly where this piece begins is not passed over: it is closed a second
@@ -124,7 +124,7 @@ class PieceWriter {
  private:
   void WriteTo(std::size_t end) {
     if (end <= at_) return;
-    html_.Text(text_.substr(at_, end - at_));
+    html_.EscapeHTML(text_.substr(at_, end - at_));
     at_ = end;
   }
   void Mark(std::int32_t at, u16string_view tags) {
@@ -167,20 +167,20 @@ std::size_t AddressEnd(u16string_view text, std::size_t at) {
 }
 
 // Addresses become links; the text between them and the text of each link are pieces of their own.
-void AddLinks(u16string_view text, std::span<const MatchRange> matches, HtmlWriter& html) {
+void AddLinksToHTML(u16string_view text, std::span<const MatchRange> matches, HtmlWriter& html) {
   PieceWriter pieces(text, matches, html);
   for (std::size_t at = FindLink(text, 0); at != text.npos;) {
     const std::size_t end = AddressEnd(text, at);
-    pieces.Write(at);
+    pieces.HighlightMatches(at);
     // The address goes in as it stands: nothing in it can end the attribute.
     html.Tag(u"<a href=\"");
     html.Tag(text.substr(at, end - at));
     html.Tag(u"\">");
-    pieces.Write(end);
+    pieces.HighlightMatches(end);
     html.Tag(u"</a>");
     at = FindLink(text, end);
   }
-  pieces.Write(text.size());
+  pieces.HighlightMatches(text.size());
 }
 
 u16string FontPrologue(const Prefs& prefs) {
@@ -200,7 +200,7 @@ std::optional<u16string> ConvertTextToHTML(u16string_view text,
     // Enough for most articles; others make it grow.
     html.Reserve(text.size() + text.size() / 2 +
                  matches.size() * (kOpenHighlight.size() + kCloseHighlight.size()));
-    AddLinks(text, matches, html);
+    AddLinksToHTML(text, matches, html);
     return html.Finish();
   } catch (const std::bad_alloc&) {
     return std::nullopt;

@@ -298,6 +298,17 @@ TEST_F(ArticleCommands, AddToKillfileOpensWithAuthorAndSubject) {
   EXPECT_EQ(subject, u"Re: Alpha");
 }
 
+TEST_F(ArticleCommands, AddToKillfileIsForTheGroupOfTheArticle) {
+  PutThreeThreads();
+  Open("<a2@x>");
+  OpenGroup(0);  // the article stays on the screen
+  fake.display.WhenShown(kDialogKillfileEntry, [&](port::WindowHandle dialog) {
+    fake.display.Press(dialog, kControlOk);
+  });
+  ArticleCommand(40049);
+  EXPECT_EQ(gPrefs->killfilegroups, (std::vector<std::uint32_t>{2, 2}));
+}
+
 // --- Finding -------------------------------------------------------------------------------------
 
 TEST_F(ArticleCommands, FindHighlightsInTheArticleShown) {
