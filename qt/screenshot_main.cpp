@@ -34,6 +34,9 @@ struct Request {
   QString dialog;  // "", "about", "newgroup" or "progress"
   int tab = 0;
   QSize size;
+  QString group;        // to be opened; empty: none
+  bool expand = false;  // all of its threads
+  int article = 0;      // the row of its tree to be opened, from 1; 0: none
 };
 
 QPalette LightPalette() {
@@ -95,10 +98,52 @@ class Photographer {
   }
 
   bool TakeAll() {
+    if (!request_.group.isEmpty() && !OpenGroup()) {
+      return Complain("there is no group " + request_.group);
+    }
+    if (request_.article != 0 && !OpenArticle()) return Complain("there is no such article");
     if (request_.tab != 0) ShowTab();
     const bool light = TakeOne(LightPalette(), QStringLiteral("light"));
     return TakeOne(DarkPalette(), QStringLiteral("dark")) && light;
   }
+
+  // As a double click does.
+  bool OpenGroup() {
+    bool found = false;
+    OnDisplay([&] {
+      quillet::qt::GroupTable& list = *device_.display().main->GroupList();
+      const QAbstractItemModel& rows = *list.model();
+      for (int row = 0; row < rows.rowCount() && !found; ++row) {
+        found = rows.index(row, 0).data().toString() == request_.group;
+        if (found) list.setCurrentIndex(rows.index(row, 0));
+      }
+    });
+    if (!found) return false;
+    queues_.Post({main_, MessageKind::kItemActivated, 0, 0, {}});
+    WaitIdle();
+    if (request_.expand) {
+      OnDisplay([&] {
+        if (device_.thread_tree().TreeCreated()) Tree().expandAll();
+      });
+    }
+    return true;
+  }
+
+  bool OpenArticle() {
+    quillet::port::TreeItem item = 0;
+    OnDisplay([&] {
+      if (!device_.thread_tree().TreeCreated()) return;
+      QModelIndex row = Tree().Rows().index(0, 0);
+      for (int i = 1; i < request_.article; ++i) row = Tree().Rows().Next(row);
+      item = Tree().Rows().ItemOf(row);
+    });
+    if (item == 0) return false;
+    device_.thread_tree().SelectItem(item);
+    queues_.Post({main_, MessageKind::kItemActivated, item, 0, {}});
+    return WaitIdle();
+  }
+
+  quillet::qt::ThreadTree& Tree() { return *device_.display().main->Threads()->Tree(); }
 
   void ShowTab() {
     OnDisplay([&] { device_.display().main->Tabs()->Bar().setCurrentIndex(request_.tab); });
@@ -164,15 +209,19 @@ class Photographer {
       QPainter painter(&picture);
       painter.drawPixmap(over->pos() - main.pos(), over->grab());
     }
-    const QString subject = !request_.dialog.isEmpty() ? request_.dialog
-                            : request_.tab == 0        ? QStringLiteral("window")
-                                                       : QStringLiteral("tab%1").arg(request_.tab);
     const QString name =
-        QStringLiteral("%1-%2-%3.png").arg(subject, SizeText(request_.size), colours);
+        QStringLiteral("%1-%2-%3.png").arg(SubjectName(), SizeText(request_.size), colours);
     const QString path = QDir(request_.folder).filePath(name);
     if (!picture.save(path)) return false;
     std::printf("%s\n", qPrintable(path));
     return true;
+  }
+
+  QString SubjectName() const {
+    if (!request_.dialog.isEmpty()) return request_.dialog;
+    if (request_.tab != 0) return QStringLiteral("tab%1").arg(request_.tab);
+    if (request_.article != 0) return QStringLiteral("article");
+    return request_.group.isEmpty() ? QStringLiteral("window") : QStringLiteral("threads");
   }
 
   void CloseDialog(WindowHandle dialog) {
@@ -266,15 +315,21 @@ QSize ParseSize(const QString& text) {
 }
 
 std::optional<Request> RequestOf(const QCommandLineParser& parser) {
-  Request request{parser.value(QStringLiteral("profile")), parser.value(QStringLiteral("out")),
+  Request request{parser.value(QStringLiteral("profile")),
+                  parser.value(QStringLiteral("out")),
                   parser.value(QStringLiteral("dialog")),
                   parser.value(QStringLiteral("tab")).toInt(),
-                  ParseSize(parser.value(QStringLiteral("size")))};
+                  ParseSize(parser.value(QStringLiteral("size"))),
+                  parser.value(QStringLiteral("open")),
+                  parser.isSet(QStringLiteral("expand")),
+                  parser.value(QStringLiteral("article")).toInt()};
   const QStringList dialogs{QString(), QStringLiteral("about"), QStringLiteral("newgroup"),
                             QStringLiteral("progress")};
   const bool size_fine = !parser.isSet(QStringLiteral("size")) || !request.size.isEmpty();
   if (!dialogs.contains(request.dialog) || request.profile.isEmpty() || !size_fine ||
-      request.tab < 0 || request.tab > 2 || !QDir().mkpath(request.folder)) {
+      request.tab < 0 || request.tab > 2 || request.article < 0 ||
+      (request.group.isEmpty() && (request.expand || request.article != 0)) ||
+      !QDir().mkpath(request.folder)) {
     return std::nullopt;
   }
   return request;
@@ -295,6 +350,10 @@ int main(int argc, char** argv) {
       {QStringLiteral("dialog"), QStringLiteral("With about, newgroup or progress shown."),
        QStringLiteral("name")},
       {QStringLiteral("tab"), QStringLiteral("0 groups, 1 threads, 2 article."),
+       QStringLiteral("number"), QStringLiteral("0")},
+      {QStringLiteral("open"), QStringLiteral("Opens that group."), QStringLiteral("group")},
+      {QStringLiteral("expand"), QStringLiteral("Expands all threads of the opened group.")},
+      {QStringLiteral("article"), QStringLiteral("Opens that row of the group's threads."),
        QStringLiteral("number"), QStringLiteral("0")},
   });
   const bool parsed = parser.parse(arguments);

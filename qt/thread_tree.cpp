@@ -261,7 +261,11 @@ void ThreadTree::keyPressEvent(QKeyEvent* event) {
   const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
   const bool plain = modifiers == Qt::NoModifier;
   const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-  if (event->key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier) return AskMenuByKey();
+  if ((plain && event->key() == Qt::Key_Menu) ||
+      (event->key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier)) {
+    if (!event->isAutoRepeat()) AskMenuByKey();
+    return;
+  }
   if (plain && enter && Selected() != 0) return Activate(SelectedIndex());
   if (FirstStepSelects(*this, *event)) return;
   // Layouts have + and * on the shifted plane.
@@ -313,7 +317,8 @@ void ThreadTree::AskMenuByKey() {
 }
 
 void ThreadTree::contextMenuEvent(QContextMenuEvent* event) {
-  if (event->reason() == QContextMenuEvent::Keyboard) return AskMenuByKey();
+  // Only some window systems send it, and all send the key as well.
+  if (event->reason() == QContextMenuEvent::Keyboard) return;
   AskMenu(indexAt(viewport()->mapFromGlobal(event->globalPos())), {event->globalPos(), false});
 }
 
