@@ -301,6 +301,22 @@ TEST(ShownNodesTest, RowsTellWhatIsShownAndWhatTheProgramKnows) {
             R"("number":-3,"chain":7,"read":false,"unread":1,"total":2}]})");
 }
 
+TEST(ShownNodesTest, ManyRowsAreToldInSeconds) {
+  constexpr std::uint32_t kRows = 100000;
+  port::ShownTree tree;
+  NodesByItem nodes;
+  for (std::uint32_t item = 1; item <= kRows; ++item) {
+    tree.rows.push_back({item, item % 2 == 1 ? 0U : 1U, false, u"Ann <ann@example.org>"});
+    nodes[item] = {NodeKind::kArticle, u"<a@b>", u"Hello", u"Ann", u"news", 1, item, false, 1, 1};
+  }
+  tree.selected = kRows;
+  const auto start = std::chrono::steady_clock::now();
+  const std::string text = DescribeTree(tree, nodes).Finish();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_NE(text.find(R"("selected":"50000.1")"), std::string::npos);
+  EXPECT_NE(text.find(R"({"path":"50000.1","item":100000,)"), std::string::npos);
+}
+
 TEST(ShownNodesTest, TheArticleViewIsToldAsItIs) {
   port::ShownArticle article;
   article.created = true;
