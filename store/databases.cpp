@@ -195,6 +195,10 @@ std::optional<std::string> FetchValue(DatabaseIndex index, std::string_view key)
   return Checked(index, Of(index).file.Fetch(key));
 }
 
+HeldValue FetchHeldValue(DatabaseIndex index, std::string_view key) {
+  return Checked(index, Of(index).file.FetchHeld(key));
+}
+
 bool ValueExists(DatabaseIndex index, std::string_view key) {
   return Checked(index, Of(index).file.Exists(key));
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "store/held_value.h"
+
 namespace quillet {
 
 enum class DatabaseIndex : int { kArticles = 0, kNewsgroups = 1, kPendingPosts = 2 };
@@ -47,6 +49,7 @@ bool StoreValue(DatabaseIndex index, std::string_view key, std::string_view valu
 // Insert first, replace when that failed; false when both failed or gDatabaseErrorFlag is set.
 bool InsertOrReplaceValue(DatabaseIndex index, std::string_view key, std::string_view value);
 std::optional<std::string> FetchValue(DatabaseIndex index, std::string_view key);
+HeldValue FetchHeldValue(DatabaseIndex index, std::string_view key);  // the same without a copy
 bool ValueExists(DatabaseIndex index, std::string_view key);
 bool DeleteValue(DatabaseIndex index, std::string_view key);
 // Iteration in the library's order; a store or delete in between may reorder it, so take the next

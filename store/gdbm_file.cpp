@@ -19,11 +19,15 @@ bool Fits(std::string_view bytes) {
   return bytes.data() != nullptr && bytes.size() <= INT_MAX / 2;
 }
 
+HeldValue Hold(datum data) {
+  return {data.dptr, static_cast<std::size_t>(data.dsize)};
+}
+
 // Copies and frees what the library handed out.
 std::optional<std::string> TakeDatum(datum data) {
-  if (data.dptr == nullptr) return std::nullopt;
-  const std::unique_ptr<char, decltype(&std::free)> owner(data.dptr, &std::free);
-  return std::string(data.dptr, static_cast<std::size_t>(data.dsize));
+  const HeldValue held = Hold(data);
+  if (!held) return std::nullopt;
+  return std::string(held.view());
 }
 
 }  // namespace
@@ -57,6 +61,11 @@ bool GdbmFile::Store(std::string_view key, std::string_view value, int flag) {
 std::optional<std::string> GdbmFile::Fetch(std::string_view key) {
   if (file_ == nullptr || !Fits(key)) return std::nullopt;
   return TakeDatum(gGdbm.fetch(file_, ToDatum(key)));
+}
+
+HeldValue GdbmFile::FetchHeld(std::string_view key) {
+  if (file_ == nullptr || !Fits(key)) return {};
+  return Hold(gGdbm.fetch(file_, ToDatum(key)));
 }
 
 bool GdbmFile::Exists(std::string_view key) {

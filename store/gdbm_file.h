@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "store/gdbm_library.h"
+#include "store/held_value.h"
 
 namespace quillet {
 
@@ -40,6 +41,7 @@ class GdbmFile {
   // True when the value was stored.
   bool Store(std::string_view key, std::string_view value, int flag);
   std::optional<std::string> Fetch(std::string_view key);
+  HeldValue FetchHeld(std::string_view key);  // the same without a copy
   bool Exists(std::string_view key);
   bool Delete(std::string_view key);
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <new>
+#include <utility>
 
 #include "app/base/messages.h"
 #include "app/base/prefs.h"
@@ -113,14 +114,21 @@ std::optional<std::uint32_t> ArticleFormat(std::string_view value) {
   return format;
 }
 
-bool TakeStrings(std::string_view block, AsciiArticle& article, bool names_only) {
-  std::array<std::string_view, kStrings.size()> texts;
+using Texts = std::array<std::string_view, kStrings.size()>;
+
+bool ReadTexts(std::string_view block, Texts& texts) {
   StringReader reader(block);
   for (std::string_view& text : texts) {
     const auto next = reader.Next();
     if (!next) return false;
     text = *next;
   }
+  return true;
+}
+
+bool TakeStrings(std::string_view block, AsciiArticle& article, bool names_only) {
+  Texts texts;
+  if (!ReadTexts(block, texts)) return false;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     if (!names_only || kStrings[i].is_name) article.*kStrings[i].text = std::string(texts[i]);
   }
@@ -136,25 +144,34 @@ void RefuseWithoutLibrary() {
   }
 }
 
-bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_only) {
-  if (value.size() < kCompressedHeader + kSlackLength) return false;
+// The texts of a plain record.
+std::string_view PlainBlock(std::string_view value) {
+  return value.substr(kPlainHeader, value.size() - kPlainHeader - kSlackLength);
+}
+
+// Those of a compressed one; nothing after a failure, which is told.
+std::optional<std::string> ExpandBlock(std::string_view value) {
+  if (value.size() < kCompressedHeader + kSlackLength) return std::nullopt;
   const std::uint32_t length = GetU32(value, 20);
-  if (length < kStrings.size() || length > kLongestRecord) return false;
+  if (length < kStrings.size() || length > kLongestRecord) return std::nullopt;
   if (!gCompressionAvailable) {
     RefuseWithoutLibrary();
-    return false;
+    return std::nullopt;
   }
   const std::string_view stream =
       value.substr(kCompressedHeader, value.size() - kCompressedHeader - kSlackLength);
-  const auto block = DecompressBlock(stream, length);
-  if (!block) {
-    ShowMessage(u"Decompress returned an error");
-    return false;
-  }
-  if (!TakeStrings(*block, article, names_only)) return false;
+  auto block = DecompressBlock(stream, length);
+  if (!block) ShowMessage(u"Decompress returned an error");
+  return block;
+}
+
+bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_only) {
+  const auto block = ExpandBlock(value);
+  if (!block || !TakeStrings(*block, article, names_only)) return false;
   // The four bytes at the end count as compressed text here.
   const auto stored = static_cast<float>(value.size() - kCompressedHeader);
-  article.compressionSavings = 1.0 - static_cast<double>(stored / static_cast<float>(length));
+  const auto plain = static_cast<float>(GetU32(value, 20));
+  article.compressionSavings = 1.0 - static_cast<double>(stored / plain);
   return true;
 }
 
@@ -164,8 +181,7 @@ bool ParseValue(std::string_view value, AsciiArticle& article, bool names_only) 
   TakeWords(value, article);
   article.compressionSavings = 0;
   if (*format == kCompressedFormat) return ParseCompressed(value, article, names_only);
-  return TakeStrings(value.substr(kPlainHeader, value.size() - kPlainHeader - kSlackLength),
-                     article, names_only);
+  return TakeStrings(PlainBlock(value), article, names_only);
 }
 
 std::unique_ptr<AsciiArticle> FetchRecord(DatabaseIndex index, std::string_view key,
@@ -233,6 +249,39 @@ std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id) {
 
 std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id) {
   return FetchRecord(DatabaseIndex::kArticles, StringKey(message_id), true);
+}
+
+bool StoredTexts::Take(HeldValue value) {
+  value_ = std::move(value);
+  const auto format = ArticleFormat(value_.view());
+  if (!format) return false;
+  if (*format == kPlainFormat) {
+    all_ = PlainBlock(value_.view());
+  } else {
+    auto block = ExpandBlock(value_.view());
+    if (!block) return false;
+    expanded_ = *std::move(block);
+    all_ = expanded_;
+  }
+  return ReadTexts(all_, texts_);
+}
+
+bool StoredTexts::Fetch(std::string_view message_id) {
+  try {
+    if (Take(FetchHeldValue(DatabaseIndex::kArticles, StringKey(message_id)))) return true;
+  } catch (const std::bad_alloc&) {
+    // as a record that cannot be read
+  }
+  all_ = {};
+  texts_ = {};
+  return false;
+}
+
+std::string_view StoredTexts::Text(std::optional<std::string> AsciiArticle::*field) const {
+  for (std::size_t i = 0; i < kStrings.size(); ++i) {
+    if (kStrings[i].text == field) return texts_[i];
+  }
+  return {};
 }
 
 bool ArticleExists(std::string_view message_id) {

@@ -3,11 +3,14 @@
 // Keys that are strings include their terminating NUL. Program thread only.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "store/held_value.h"
 
 namespace quillet {
 
@@ -52,6 +55,25 @@ std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id);
 // The same with parentId, subject, from and source only: what threading needs, without the copies
 // of the long texts. Null for exactly the records that FetchArticle cannot read.
 std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id);
+// The texts of a stored article where they lie in its record: for looking through many articles,
+// without a copy of each text.
+class StoredTexts {
+ public:
+  // False for exactly the records that FetchArticle cannot read; then there are no texts.
+  bool Fetch(std::string_view message_id);
+  // One of the nine texts that are stored; it lasts until the next Fetch.
+  std::string_view Text(std::optional<std::string> AsciiArticle::*field) const;
+  // All nine with a NUL after each.
+  std::string_view All() const { return all_; }
+
+ private:
+  bool Take(HeldValue value);
+
+  HeldValue value_;
+  std::string expanded_;  // the texts of a compressed record
+  std::string_view all_;
+  std::array<std::string_view, 9> texts_;
+};
 bool ArticleExists(std::string_view message_id);
 bool IsArticleRead(std::string_view message_id);
 void DeleteArticle(std::string_view message_id);

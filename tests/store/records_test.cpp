@@ -304,6 +304,55 @@ TEST_F(RecordsTest, ArticlesAreStoredFetchedAndDeletedByMessageId) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
+void ExpectSampleTexts(const StoredTexts& texts) {
+  EXPECT_EQ(texts.Text(&AsciiArticle::messageId), "<2@x>");
+  EXPECT_EQ(texts.Text(&AsciiArticle::headers), "Lines: 1");
+  EXPECT_EQ(texts.Text(&AsciiArticle::body), "Hi.\r\n");
+  EXPECT_EQ(texts.Text(&AsciiArticle::parentId), "<1@x>");
+  EXPECT_EQ(texts.Text(&AsciiArticle::subject), "Re: a");
+  EXPECT_EQ(texts.Text(&AsciiArticle::from), "b@x");
+  EXPECT_EQ(texts.Text(&AsciiArticle::source), "news");
+  EXPECT_EQ(texts.Text(&AsciiArticle::date), "1 Jan");
+  EXPECT_EQ(texts.Text(&AsciiArticle::replyTo), "b@x");
+  EXPECT_EQ(texts.Text(&AsciiArticle::displayText), "");
+  EXPECT_EQ(texts.All(), Raw("<2@x>\0Lines: 1\0Hi.\r\n\0<1@x>\0Re: a\0b@x\0news\0"
+                             "1 Jan\0b@x\0"));
+}
+
+TEST_F(RecordsTest, TextsAreReadWhereTheyLie) {
+  OpenStore();
+  LoadCompressionLibrary();
+  StoredTexts texts;
+  EXPECT_FALSE(texts.Fetch("<2@x>"));
+  EXPECT_EQ(texts.All(), "");
+  for (const std::uint32_t compressed : {0U, 1U, 0U}) {
+    gPrefs->usecompression = compressed;
+    AsciiArticle article = Sample();
+    ASSERT_TRUE(StoreArticle(article));
+    ASSERT_TRUE(texts.Fetch("<2@x>"));
+    ExpectSampleTexts(texts);
+  }
+  EXPECT_FALSE(texts.Fetch("<3@x>"));
+  EXPECT_EQ(texts.Text(&AsciiArticle::body), "");
+}
+
+TEST_F(RecordsTest, TextsOfDamagedRecordsAreRefusedAsTheArticlesAre) {
+  OpenStore();
+  LoadCompressionLibrary();
+  StoredTexts texts;
+  for (const SerializeMode mode : {SerializeMode::kPlain, SerializeMode::kCompress}) {
+    AsciiArticle article = Sample();
+    const std::string value = *SerializeArticle(article, mode);
+    for (std::size_t length = 0; length <= value.size(); ++length) {
+      ASSERT_TRUE(
+          StoreValue(kArticles, Raw("<2@x>\0"), value.substr(0, length), StoreMode::kReplace));
+      const bool readable = FetchArticle("<2@x>") != nullptr;
+      EXPECT_EQ(texts.Fetch("<2@x>"), readable) << length;
+      EXPECT_EQ(texts.All().empty(), !readable) << length;
+    }
+  }
+}
+
 TEST_F(RecordsTest, ReadIsAnyNumberButZero) {
   OpenStore();
   AsciiArticle article = Sample();
