@@ -35,11 +35,13 @@ void WalkWithDepth(Node& top, const Visit& visit) {
   }
 }
 
-std::size_t CountItems(Node& top) {
-  std::size_t items = 0;
-  WalkWithDepth(top, [&](const Node& node, std::uint32_t) {
-    if (node.kind != NodeKind::kRoot) ++items;
-  });
+// The articles below the node, and either itself or, below the root, the subject nodes.
+std::size_t CountItems(const Node& top) {
+  std::size_t items = top.descendantCount;
+  if (top.kind != NodeKind::kRoot) return items + 1;
+  for (const Node* thread = top.firstChild; thread != nullptr; thread = thread->nextSibling) {
+    ++items;
+  }
   return items;
 }
 

@@ -1,5 +1,8 @@
 #include "thread/search.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "app/base/long_operation.h"
 #include "app/base/messages.h"
 #include "app/base/modal_dialog.h"
@@ -43,18 +46,28 @@ std::optional<int> FindDlgProc(port::WindowHandle dialog, const port::Message& m
   return result;
 }
 
-std::uint64_t CountArticlesFrom(Node* article) {
-  std::uint64_t articles = 0;
-  for (; article != nullptr; article = NextArticle(*article)) ++articles;
+// What NextArticle leads to from the node on.
+std::uint64_t ArticlesAfter(const Node& node) {
+  std::uint64_t articles = node.descendantCount;
+  for (const Node* at = &node; at != nullptr; at = at->parent) {
+    for (const Node* next = at->nextSibling; next != nullptr; next = next->nextSibling) {
+      articles += next->descendantCount + (next->kind == NodeKind::kArticle ? 1U : 0U);
+    }
+  }
   return articles;
 }
 
 // An article that has gone from the store meanwhile is passed over.
-Node* FirstMatch(Node* article, const FindChoices& find) {
-  ProgressMeter meter(CountArticlesFrom(article));
+Node* FirstMatchAfter(const Node& from, const FindChoices& find) {
+  ProgressMeter meter(ArticlesAfter(from));
+  const MatchOptions options{find.match_case, find.whole_word};
+  StoredTexts texts;
+  Node* article = NextArticle(from);
   for (; article != nullptr && !AbortRequested(); article = NextArticle(*article)) {
-    const auto fetched = article->messageId.empty() ? nullptr : FetchArticle(article->messageId);
-    if (fetched && ArticleMatches(*fetched, find)) return article;
+    const bool fetched = !article->messageId.empty() && texts.Fetch(article->messageId);
+    // A text never reaches over the NULs between those of an article, so one look is enough.
+    const std::string_view text = find.in_headers ? texts.All() : texts.Text(&AsciiArticle::body);
+    if (fetched && HasMatch(text, find.text, options)) return article;
     meter.Add(1);
   }
   return nullptr;
@@ -67,10 +80,12 @@ struct Outcome {
 
 Outcome Search(Node* from, const FindChoices& find) {
   Outcome outcome;
-  if (!gThreadTree || find.text.empty()) return outcome;
-  Node* first = NextArticle(from != nullptr ? *from : gThreadTree->root());
+  // No stored text holds a NUL.
+  if (!gThreadTree || find.text.empty() || find.text.find('\0') != std::string::npos)
+    return outcome;
+  const Node& start = from != nullptr ? *from : gThreadTree->root();
   RunWithProgress(u"Searching...", [&] {
-    outcome.found = FirstMatch(first, find);
+    outcome.found = FirstMatchAfter(start, find);
     outcome.aborted = AbortRequested();
     return 1;
   });
@@ -88,10 +103,8 @@ bool ArticleMatches(const AsciiArticle& article, const FindChoices& find) {
   const auto holds = [&](Text text) {
     return article.*text && HasMatch(*(article.*text), find.text, options);
   };
-  if (find.in_headers) {
-    for (const Text text : kHeaderTexts) {
-      if (holds(text)) return true;
-    }
+  if (find.in_headers && std::any_of(std::begin(kHeaderTexts), std::end(kHeaderTexts), holds)) {
+    return true;
   }
   return holds(&AsciiArticle::body);
 }

@@ -1,0 +1,267 @@
+// The thread view of a large group: looking through all articles against fetching them, rows and
+// labels for the display, and marking and deleting in one chain of replies against an ordinary
+// group. Figures are processor time.
+//
+// usage: view_bench [ARTICLES] [ROUNDS]; ends with 1 when a figure misses its target.
+
+#define QUILLET_FAKE_WITHOUT_GTEST
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "app/base/long_operation.h"
+#include "app/base/prefs.h"
+#include "app/base/prefs_registry.h"
+#include "port/fake/fake_platform.h"
+#include "store/bulk_store.h"
+#include "store/chains.h"
+#include "store/counts.h"
+#include "store/databases.h"
+#include "store/maintenance.h"
+#include "store/records.h"
+#include "store/shown_tree.h"
+#include "tests/thread/forests.h"
+#include "tests/thread/tree_reference.h"
+#include "thread/marking.h"
+#include "thread/moves.h"
+#include "thread/search.h"
+#include "thread/view.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+using testing::TestArticle;
+using Articles = std::vector<TestArticle>;
+
+constexpr double kSearchTarget = 1.3;
+constexpr double kLabelsTarget = 50;  // milliseconds
+constexpr double kChainTarget = 2;
+
+// Takes rows and labels and shows nothing.
+class BlindTree final : public port::TreeView {
+ public:
+  std::size_t taken = 0;
+
+  void CreateTree(std::u16string_view /*name*/, std::u16string_view /*font*/, int) override {}
+  bool TreeCreated() override { return true; }
+  void FillTree(std::vector<port::TreeRow> rows) override { taken = rows.size(); }
+  void ReplaceSubtree(port::TreeItem, std::vector<port::TreeRow> rows) override {
+    taken = rows.size();
+  }
+  void SetLabels(std::vector<port::TreeLabel> labels) override { taken = labels.size(); }
+  void SelectItem(port::TreeItem) override {}
+  port::TreeItem SelectedItem() override { return 0; }
+  void SetCaption(std::u16string_view) override {}
+  void FocusTree() override {}
+};
+
+struct Device {
+  port::FakePlatform fake;
+  BlindTree tree;
+  port::Platform platform{{fake.display, fake.display, fake.display, fake.display, tree,
+                           fake.display, fake.display, fake.display},
+                          fake.queues,
+                          fake.registry,
+                          fake.sockets,
+                          fake.libraries,
+                          fake.files,
+                          fake.clock,
+                          fake.shell,
+                          fake.scheduler,
+                          fake.dialler};
+};
+
+void Require(bool good, const char* what) {
+  if (good) return;
+  std::fprintf(stderr, "view_bench: %s failed\n", what);
+  std::exit(2);
+}
+
+double Milliseconds(const std::function<void()>& work) {
+  const std::clock_t start = std::clock();
+  work();
+  return static_cast<double>(std::clock() - start) * 1000.0 / CLOCKS_PER_SEC;
+}
+
+// The round that was disturbed least.
+double Fastest(unsigned rounds, const std::function<void()>& work) {
+  double fastest = Milliseconds(work);
+  for (unsigned i = 0; i < rounds; ++i) fastest = std::min(fastest, Milliseconds(work));
+  return fastest;
+}
+
+// --- A group -------------------------------------------------------------------------------------
+
+// Words as they come in English, from 0.4 to 2.8 kB.
+std::string Body(std::size_t number) {
+  static const char* const kWords[] = {
+      "the",  "of",     "and",   "to",        "in",      "is",     "you",   "that",  "it",
+      "was",  "for",    "on",    "are",       "as",      "with",   "they",  "at",    "this",
+      "have", "from",   "or",    "one",       "had",     "by",     "word",  "but",   "not",
+      "what", "all",    "were",  "something", "when",    "your",   "can",   "said",  "there",
+      "use",  "an",     "each",  "which",     "she",     "how",    "their", "if",    "will",
+      "some", "people", "about", "newsgroup", "readers", "server", "sense", "quite", "else,"};
+  std::string body;
+  const std::size_t length = 400 + number * 7919U % 2400;
+  std::size_t column = 0;
+  for (std::uint64_t dice = number + 1; body.size() < length;) {
+    dice = dice * 6364136223846793005U + 1442695040888963407U;
+    const std::string_view word = kWords[(dice >> 33) % std::size(kWords)];
+    body.append(word).append(column > 60 ? "\r\n" : " ");
+    column = column > 60 ? 0 : column + word.size() + 1;
+  }
+  return body;
+}
+
+void StoreAll(std::u16string_view group, const Articles& newest_first) {
+  const BulkStore bulk;
+  for (auto article = newest_first.rbegin(); article != newest_first.rend(); ++article) {
+    AsciiArticle stored;
+    stored.messageId = article->id;
+    stored.headers = std::string(300, 'h');
+    stored.body = Body(static_cast<std::size_t>(article->number));
+    stored.read = article->read ? 1 : 0;
+    stored.parentId = article->parent;
+    stored.subject = article->subject;
+    stored.from = article->from;
+    stored.replyTo = article->from;
+    stored.articleNumber = static_cast<std::uint32_t>(article->number);
+    stored.source = article->source;
+    stored.date = "Sat, 21 Nov 2026 12:00:00 +0000";
+    Require(StoreArticle(stored) && AddArticleToGroup(group, article->id), "storing");
+  }
+}
+
+// Every second article read, each the answer to the one before.
+Articles Chain(Articles articles) {
+  for (std::size_t i = 0; i < articles.size(); ++i) {
+    articles[i].id = "<chain" + articles[i].id.substr(1);
+    articles[i].parent =
+        i + 1 < articles.size() ? "<chain" + articles[i + 1].id.substr(1) : std::string();
+    articles[i].read = i % 2 == 0;
+  }
+  return articles;
+}
+
+void Show(int group) {
+  gCurrentGroup = group;
+  ShowThreadView();
+  Require(gThreadTree != nullptr, "building");
+}
+
+// --- Figures -------------------------------------------------------------------------------------
+
+bool Report(const char* what, double figure, const char* unit, double target) {
+  std::printf("%-58s %8.2f%s (target %.1f)\n", what, figure, unit, target);
+  return figure <= target;
+}
+
+bool MeasureSearch(unsigned rounds) {
+  std::size_t bytes = 0;
+  const auto fetch = [&] {
+    for (Node* node = NextArticle(gThreadTree->root()); node != nullptr;
+         node = NextArticle(*node)) {
+      bytes += FetchArticle(node->messageId)->body->size();
+    }
+  };
+  const auto search = [](bool headers) {
+    return [headers] {
+      Require(SearchForward(nullptr, {"something more", false, false, headers}) == nullptr,
+              "searching");
+    };
+  };
+  const double bare = Fastest(rounds, fetch);
+  const double body = Fastest(rounds, search(false));
+  const double all = Fastest(rounds, search(true));
+  std::printf("fetching %u articles: %.0f ms\n", gThreadTree->root().descendantCount, bare);
+  const bool good = Report("search in the bodies against fetching", body / bare, "", kSearchTarget);
+  return Report("search in headers and bodies against fetching", all / bare, "", kSearchTarget) &&
+         good;
+}
+
+bool MeasureLabels(BlindTree& tree, unsigned rounds) {
+  Node& root = gThreadTree->root();
+  const double rows = Fastest(rounds, [&] { BuildTreeView(root, false); });
+  std::printf("%zu rows\n", tree.taken);
+  const double none = Fastest(rounds, [&] { RefreshThreadLabels(root); });
+  double all = 0;
+  for (unsigned i = 0; i <= rounds; ++i) {
+    for (Node* node = &root; node != nullptr; node = NextNode(*node)) node->read ^= 1U;
+    const double round = Milliseconds([&] { RefreshThreadLabels(root); });
+    all = i == 0 ? round : std::min(all, round);
+  }
+  Require(tree.taken > root.descendantCount, "refreshing");
+  bool good = Report("rows of the whole tree", rows, " ms", kLabelsTarget);
+  good = Report("refresh without a change", none, " ms", kLabelsTarget) && good;
+  return Report("refresh of every label", all, " ms", kLabelsTarget) && good;
+}
+
+bool MeasureShapes(int ordinary, int chain) {
+  const auto mark = [](int group) {
+    Show(group);
+    return Milliseconds([] { MarkNode(gThreadTree->root(), false); }) +
+           Milliseconds([] { MarkNode(gThreadTree->root(), true); });
+  };
+  const auto remove = [](int group) {
+    Show(group);
+    // Every second one, from every depth.
+    bool read = false;
+    for (Node* node = &gThreadTree->root(); node != nullptr; node = NextNode(*node)) {
+      if (node->kind == NodeKind::kArticle) node->read = (read = !read) ? 1 : 0;
+    }
+    const double cost = Milliseconds([group] { DeleteArticles(true, group); });
+    Require(gThreadTree->root().descendantCount > 0, "deleting");
+    return cost;
+  };
+  const double marking = mark(ordinary);
+  bool good = Report("marking one chain of replies against an ordinary group",
+                     mark(chain) / marking, "", kChainTarget);
+  const double removing = remove(ordinary);
+  return Report("deleting in one chain of replies against an ordinary group",
+                remove(chain) / removing, "", kChainTarget) &&
+         good;
+}
+
+int Run(Device& device, unsigned count, unsigned rounds) {
+  gPlatform = &device.platform;
+  gDatabaseFolder = u"\\Bench";
+  gPlatform->files.CreateFolder(gDatabaseFolder);
+  gPrefs = std::make_unique<Prefs>();
+  gPrefs->usethreading = 1;
+  gPrefs->groups = {u"bench.ordinary", u"bench.chain"};
+  gPrefs->numgroups = 2;
+  Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
+  const Articles ordinary = testing::Group(1).Make(count);
+  StoreAll(gPrefs->groups[0], ordinary);
+  StoreAll(gPrefs->groups[1], Chain(ordinary));
+  DropCountCaches();
+  CountArticles();
+  PrepareThreadView();
+  Show(0);
+  bool good = MeasureSearch(rounds);
+  good = MeasureLabels(device.tree, rounds) && good;
+  good = MeasureShapes(0, 1) && good;
+  ClearThreadView();
+  CloseDatabases();
+  return good ? 0 : 1;
+}
+
+unsigned Argument(int argc, char** argv, int index, unsigned value) {
+  if (argc <= index) return value;
+  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
+}
+
+}  // namespace
+}  // namespace quillet
+
+int main(int argc, char** argv) {
+  quillet::Device device;
+  return quillet::Run(device, quillet::Argument(argc, argv, 1, 100000),
+                      quillet::Argument(argc, argv, 2, 3));
+}
