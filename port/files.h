@@ -13,7 +13,6 @@
 namespace quillet::port {
 
 // Why a file could not be made; others are told by their numbers only.
-constexpr std::uint32_t kErrorFileNotFound = 2;
 constexpr std::uint32_t kErrorPathNotFound = 3;
 constexpr std::uint32_t kErrorAccessDenied = 5;
 constexpr std::uint32_t kErrorWriteFault = 29;

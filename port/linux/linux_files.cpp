@@ -89,7 +89,6 @@ std::uint32_t ErrorCode(int error) {
     case EISDIR:
       return kErrorFileExists;
     case ENOENT:
-      return kErrorFileNotFound;
     case ENOTDIR:
       return kErrorPathNotFound;
     case EACCES:

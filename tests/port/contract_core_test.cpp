@@ -477,7 +477,7 @@ TEST_P(FilesContract, ANewFileTakesAPathThatTheUserChose) {
 TEST_P(FilesContract, ANewFileSaysWhyItCannotBeMade) {
   ASSERT_TRUE(files().CreateFolder(u"\\"));
   ASSERT_TRUE(files().WriteFile(u"\\file", "x"));
-  EXPECT_NE(files().CreateNewFile(u"\\no folder\\x", "x"), 0u);
+  EXPECT_EQ(files().CreateNewFile(u"\\no folder\\x", "x"), 3u);
   EXPECT_EQ(files().CreateNewFile(u"\\file\\x", "x"), 3u);
   EXPECT_EQ(files().CreateNewFile(u"", "x"), 123u);
   EXPECT_EQ(files().CreateNewFile(u"\\..\\x", "x"), 123u);
