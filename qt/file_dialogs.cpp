@@ -70,17 +70,19 @@ QString ChosenPath(const QFileDialog& dialog, int result) {
 std::optional<std::u16string> QtFileDialogs::SaveFile(port::WindowHandle owner,
                                                       const port::SaveFileTraits& traits) {
   const auto path = std::make_shared<QString>();
-  display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
-    if (answer_all_) {
-      completion->Finish();
-      return;
-    }
-    Open(owner, traits, [path, completion](const QString& chosen) {
-      *path = chosen;
-      completion->Finish();
-    });
-  });
-  if (path->isEmpty()) return std::nullopt;
+  const bool answered =
+      display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
+        if (answer_all_) {
+          completion->Finish();
+          return;
+        }
+        Open(owner, traits, [path, completion](const QString& chosen) {
+          *path = chosen;
+          completion->Finish();
+        });
+      });
+  // A display that has gone may still write the path.
+  if (!answered || path->isEmpty()) return std::nullopt;
   return FromQt(*path);
 }
 

@@ -15,6 +15,7 @@
 #include <QStyleHints>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <algorithm>
 #include <optional>
 #include <utility>
 
