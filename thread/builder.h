@@ -31,9 +31,9 @@ struct ThreadEntry {
   std::uint32_t chainNumber = 0;
 };
 
-// Called with the number of units done since the last call; a build of n articles has 3 * n: one for
-// each that was read (counted by who reads), and again while late parents are found and threads are
-// gathered.
+// Called with the number of units done since the last call; a build of n articles has 3 * n: one
+// for each that was read (counted by who reads), and again while late parents are found and threads
+// are gathered.
 using BuildProgress = std::function<void(std::uint64_t units)>;
 using BuildAborted = std::function<bool()>;
 
@@ -49,8 +49,8 @@ class ThreadBuilder {
   // are not taken.
   bool Add(const ThreadEntry& entry);
   // Links, merges threads of one subject and sums up. Once aborted, late parents and equal subjects
-  // are not looked for any more, but every thread still gets its subject node. Once; null when memory
-  // ran out (reported).
+  // are not looked for any more, but every thread still gets its subject node. Once; null when
+  // memory ran out (reported).
   std::unique_ptr<ThreadTree> Finish(const BuildProgress& progress = {},
                                      const BuildAborted& aborted = {});
 

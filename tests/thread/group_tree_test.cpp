@@ -189,8 +189,7 @@ TEST_F(GroupTreeTest, OddSubjectsThreadLikeOthers) {
                                   Raw("cut\0off"),
                                   "cut",
                                   "\x01\x02\t\x7F\x81",
-                                  "\xE2\x80\xAE"
-                                  "right to left"};
+                                  "\xE2\x80\xAE right to left"};
   std::int32_t number = 0;
   for (const std::string& subject : subjects) {
     ++number;

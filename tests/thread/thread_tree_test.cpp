@@ -88,8 +88,10 @@ TEST_F(IndexTest, HoldsHundredsOfThousandsThatBeginAlike) {
 }
 
 TEST_F(IndexTest, HoldsHundredsOfThousandsOfOneMessageId) {
+  constexpr std::size_t kCount = 300000;
   std::vector<Node*> nodes;
-  for (std::size_t i = 0; i < 300000; ++i) nodes.push_back(&Entered("<1@x>"));
+  nodes.reserve(kCount);
+  for (std::size_t i = 0; i < kCount; ++i) nodes.push_back(&Entered("<1@x>"));
   for (std::size_t i = 0; i + 1 < nodes.size(); ++i) tree.index().Remove(*nodes[i]);
   EXPECT_EQ(tree.FindNodeByMessageId("<1@x>"), nodes.back());
 }
@@ -98,6 +100,7 @@ TEST_F(IndexTest, RandomEnteringAndRemovingIsAsAList) {
   Forests random(99);
   std::vector<Node*> in;
   std::vector<Node*> out;
+  out.reserve(200);
   for (int i = 0; i < 200; ++i) out.push_back(&Entered("<" + std::to_string(i % 40) + "@x>"));
   for (Node* node : out) tree.index().Remove(*node);
   for (int round = 0; round < 5000; ++round) {
