@@ -88,7 +88,7 @@ std::vector<port::TreeLabel> ChangedLabels(Node& top) {
 
 std::u16string ThreadLabel(const Node& node) {
   if (node.kind == NodeKind::kArticle) return Widen(node.from);
-  const std::u16string subject = Widen(node.subject);
+  std::u16string subject = Widen(node.subject);
   if (node.kind == NodeKind::kRoot || node.descendantCount == 1) return subject;
   return FormatWide(u"%d/%d ", node.descendantCount - node.readDescendantCount,
                     node.descendantCount) +

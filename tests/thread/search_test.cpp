@@ -39,7 +39,7 @@ class SearchTest : public ThreadViewTest {
     bool in_headers = false;
   };
   // Fills the next Find dialog in and presses Search.
-  void AnswerFind(Typed typed) {
+  void AnswerFind(const Typed& typed) {
     fake.display.WhenShown(kDialogFind, [this, typed](port::WindowHandle dialog) {
       fake.display.Type(dialog, kControlFindText, typed.text);
       fake.display.Tick(dialog, kControlMatchCase, typed.match_case);

@@ -455,6 +455,7 @@ TEST_F(ViewTest, AnOutdatedTreeIsReplacedBeforeAnythingIsDoneWithIt) {
 
 std::vector<std::u16string> Texts(const std::vector<port::PopUpEntry>& entries) {
   std::vector<std::u16string> texts;
+  texts.reserve(entries.size());
   for (const port::PopUpEntry& entry : entries) texts.push_back(entry.text);
   return texts;
 }
