@@ -90,20 +90,11 @@ void RefreshGroupView(const Prefs& old) {
   FillGroupList();
 }
 
-// The tree in its new font, with what it showed.
-void RecreateThreadControl() {
-  if (!gPlatform->thread_tree.TreeCreated()) return;
-  gPlatform->thread_tree.CreateTree(u"thread tree", gPrefs->threadfont,
-                                    static_cast<int>(gPrefs->threadfontsize));
-  ForgetThreadControl();
-  if (gThreadTree) BuildTreeView(gThreadTree->root(), false);
-}
-
 // True when the thread view has to be shown anew.
 bool ThreadViewChanged(const Prefs& old) {
   if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gThreadRebuildPending = true;
   const bool look = ThreadLook(old) != ThreadLook(*gPrefs);
-  if (look) RecreateThreadControl();
+  if (look) ForgetThreadControl();
   return look || gThreadRebuildPending || CaptionSource(old) != CaptionSource(*gPrefs);
 }
 

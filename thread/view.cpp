@@ -20,6 +20,8 @@
 namespace quillet {
 namespace {
 
+bool gControlForgotten = false;
+
 struct ThreadBuild {
   int group_index = -1;
   std::uint32_t total_count = 0;
@@ -82,6 +84,7 @@ int BuildAndShow(const ThreadBuild& build) {
 void CreateThreadControl() {
   gPlatform->thread_tree.CreateTree(u"thread tree", gPrefs->threadfont,
                                     static_cast<int>(gPrefs->threadfontsize));
+  gControlForgotten = false;
   ForgetShownLabels();
   if (gThreadTree) FillTreeControl(gThreadTree->root(), {});
 }
@@ -117,7 +120,7 @@ void BuildThreadList(int group_index, std::uint32_t total_count) {
 
 void ShowThreadView() {
   SelectView(port::kThreadTab);
-  if (gPrefs && !gPlatform->thread_tree.TreeCreated()) CreateThreadControl();
+  if (gPrefs && (gControlForgotten || !gPlatform->thread_tree.TreeCreated())) CreateThreadControl();
   BringTreeUpToDate();
   if (gCurrentArticle && gCurrentArticle->node != nullptr) SelectNode(*gCurrentArticle->node);
   gPlatform->thread_tree.FocusTree();
@@ -139,7 +142,7 @@ void ClearArticleView() {
 }
 
 void ForgetThreadControl() {
-  ForgetShownLabels();
+  gControlForgotten = true;
 }
 
 std::u16string ThreadCaption(int group_index) {

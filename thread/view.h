@@ -28,7 +28,8 @@ void RefreshThreadLabels(Node& node);
 // Deletes all items, frees the current tree; the caption tells that there is nothing. The current
 // article loses its node, and is cleared when it belonged to the tree.
 void ClearThreadView();
-// The control has gone with the main window's tabs: it is created again when it is shown next.
+// The control has gone with the main window's tabs, or is to look different: it is created anew
+// when it is shown next.
 void ForgetThreadControl();
 
 std::u16string ThreadLabel(const Node& node);

@@ -132,6 +132,20 @@ TEST_F(ViewTest, ANewControlIsFilledFromTheTree) {
   ExpectInStep();
 }
 
+TEST_F(ViewTest, AForgottenControlIsCreatedAnewOnce) {
+  ShowNine();
+  ForgetThreadControl();
+  gPrefs->threadfontsize = 7;
+  EXPECT_EQ(fake.display.tree().font_size_index, 3);
+  ShowThreadView();
+  EXPECT_EQ(fake.display.tree().font_size_index, 7);
+  EXPECT_EQ(Rows(), kNineRows);
+  const port::TreeItem hello = Thread("<1@x>").treeItem;
+  ASSERT_TRUE(fake.display.ExpandItem(hello, true));
+  ShowThreadView();
+  EXPECT_EQ(fake.display.tree().expanded, (std::set<port::TreeItem>{hello}));
+}
+
 TEST_F(ViewTest, TheCurrentArticleIsSelectedAndFoundInTheNewTree) {
   ShowNine();
   Read("<8@x>");
