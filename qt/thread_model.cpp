@@ -35,7 +35,7 @@ QModelIndex ThreadModel::IndexOf(Slot slot) const {
 }
 
 ThreadModel::Slot ThreadModel::Child(Slot parent, int position) const {
-  return children_[static_cast<std::size_t>(RowOf(parent).first_child + position)];
+  return *(children_.begin() + RowOf(parent).first_child + position);
 }
 
 std::vector<ThreadModel::Slot> ThreadModel::ChildrenOf(Slot parent) const {
@@ -150,7 +150,7 @@ std::vector<ThreadModel::Slot> ThreadModel::PlaceChildren(const std::vector<Slot
     }
     Row& above = RowOf(row.parent);
     row.position = above.child_count++;
-    children_[static_cast<std::size_t>(above.first_child + row.position)] = slot;
+    *(children_.begin() + above.first_child + row.position) = slot;
   }
   return tops;
 }

@@ -910,6 +910,7 @@ TEST_F(TreeTest, AHundredThousandRowsAreFilledExpandedSelectedAndReplaced) {
   EXPECT_EQ(tree().SelectedItem(), 75000u);
   EXPECT_EQ(Shown().size(), 99997u);
   std::vector<port::TreeLabel> labels;
+  labels.reserve(rows.size());
   for (const TreeRow& row : rows) labels.push_back({row.item, false, u"read"});
   tree().SetLabels(std::move(labels));
   OnDisplay([&] {

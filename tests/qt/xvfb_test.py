@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Real clicks and keys in the real program on an X server in memory.
 
-Usage: xvfb_test.py QUILLET. Exit status 77: Xvfb or xdotool is missing.
+Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb or xdotool is missing.
 """
 import os
 import shutil
@@ -13,9 +13,22 @@ import tempfile
 import time
 import unittest
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scenarios"))
+import quillet_script
+from news_servers import NewsServer
+
 QUILLET = sys.argv.pop(1) if len(sys.argv) > 1 else ""
+SCRIPT = sys.argv.pop(1) if len(sys.argv) > 1 else ""
 LIMIT = 60.0
 GROUPS = ["first.group", "second.group", "third.group"]
+THREADS = "comp.test"
+HEAD = ("From: %s <%s@x.example>\r\nSubject: %s\r\nMessage-ID: <%s@x>\r\n"
+        "Newsgroups: comp.test\r\nDate: Sat, 21 Nov 2026 10:00:00 GMT\r\n%s")
+ARTICLES = {
+    1: (HEAD % ("Ann", "ann", "Hello", "ann", ""), "Text of Ann.\r\n"),
+    2: (HEAD % ("Bob", "bob", "Re: Hello", "bob", "References: <ann@x>\r\n"), "Text of Bob.\r\n"),
+    3: (HEAD % ("Cyd", "cyd", "Other", "cyd", ""), "Text of Cyd.\r\n"),
+}
 KEY = "software\\brindle\\quillet"
 
 
@@ -107,6 +120,30 @@ class WindowUnderX(unittest.TestCase):
         registry.set("checked", 3, struct.pack("<3I", 0, 0, 0))
         return registry
 
+    def prepare_articles(self):
+        """A profile with two threads, of two articles and of one."""
+        server = NewsServer({THREADS: ARTICLES})
+        try:
+            with quillet_script.Quillet(SCRIPT, self.profile, hold=True) as q:
+                q.configure(servers=[server.address], groups=[THREADS])
+                q.start()
+                q.connect()
+        finally:
+            server.close()
+        self.assertEqual(self.counts(), "3/3")
+
+    def counts(self):
+        """Unread and all articles of the group, while the program does not run."""
+        with quillet_script.Quillet(SCRIPT, self.profile) as q:
+            return q.groups()[0][2]
+
+    def open_threads(self):
+        window = self.start()
+        time.sleep(1.0)
+        self.tool("key", "Down", "Return")
+        time.sleep(1.0)
+        return window
+
     def test_accelerator_closes_the_program(self):
         self.start()
         self.close()
@@ -158,6 +195,51 @@ class WindowUnderX(unittest.TestCase):
         self.program.terminate()
         self.end()
         self.assertEqual(struct.unpack("<3I", registry.get("checked")), (1, 1, 1))
+
+    def test_menu_of_a_thread_by_its_key(self):
+        self.prepare_articles()
+        self.open_threads()
+        self.tool("key", "Down", "Menu")
+        time.sleep(0.5)
+        self.tool("key", "Escape")  # closes the menu and goes no further back
+        time.sleep(0.5)
+        self.tool("key", "shift+F10")
+        time.sleep(0.5)
+        self.tool("key", "Down", "Down", "Return")  # from the first entry to the third
+        time.sleep(1.0)
+        self.close()
+        self.assertEqual(self.counts(), "1/3")
+
+    def test_menu_of_a_thread_by_right_click(self):
+        self.prepare_articles()
+        window = self.open_threads()
+        # The second row: below the menu bar, the caption and one row.
+        self.tool("mousemove", "--window", window, 100, 69, "click", 3)
+        time.sleep(0.5)
+        self.tool("key", "Down", "Down", "Down", "Return")
+        time.sleep(1.0)
+        self.close()
+        self.assertEqual(self.counts(), "2/3")
+
+    def test_termination_closes_an_open_menu(self):
+        self.prepare_articles()
+        self.open_threads()
+        self.tool("key", "Down", "Menu")
+        time.sleep(0.5)
+        self.program.terminate()
+        self.end()
+        self.assertEqual(self.counts(), "3/3")
+
+    def test_double_click_reads_an_article(self):
+        self.prepare_articles()
+        window = self.open_threads()
+        self.tool("mousemove", "--window", window, 100, 69)
+        self.tool("click", "--repeat", 2, "--delay", 60, 1)
+        time.sleep(1.0)
+        self.tool("key", "Escape")  # back to the threads
+        time.sleep(0.5)
+        self.close()
+        self.assertEqual(self.counts(), "2/3")
 
     def about(self):
         return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
