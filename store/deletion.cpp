@@ -118,16 +118,17 @@ bool CountsReady() {
 
 }  // namespace
 
-// The chain record first: while it stays, the article stays whole and counted.
+// The article first: a chain record that is left over names nothing and goes with the next building
+// of threads, while an article that no group names would stay for good.
 bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read) {
   if (group_index >= gReadInfo.size()) return false;
   ReadInfo& info = *gReadInfo[group_index];
-  if (!RemoveFromGroupChain(info.groupName, record.number)) return false;
-  if (!record.messageId.empty()) DeleteArticle(record.messageId);
-  if (was_read) LowerCount(info.readCount);
-  LowerCount(info.totalCount);
+  if (!record.messageId.empty() && !DeleteArticle(record.messageId)) return false;
+  const bool removed = RemoveFromGroupChain(info.groupName, record.number);
+  if (was_read && (removed || !record.messageId.empty())) LowerCount(info.readCount);
+  if (removed) LowerCount(info.totalCount);
   UpdateGlobalGDBMArticleCountCache(group_index);
-  return true;
+  return removed;
 }
 
 int DeleteArticles(bool only_read, int group_index) {

@@ -293,8 +293,9 @@ bool IsArticleRead(std::string_view message_id) {
   return value && IsArticleValue(*value) && GetU32(*value, 4) != 0;
 }
 
-void DeleteArticle(std::string_view message_id) {
-  DeleteValue(DatabaseIndex::kArticles, StringKey(message_id));
+bool DeleteArticle(std::string_view message_id) {
+  const std::string key = StringKey(message_id);
+  return DeleteValue(DatabaseIndex::kArticles, key) || !ValueExists(DatabaseIndex::kArticles, key);
 }
 
 }  // namespace quillet

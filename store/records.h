@@ -76,7 +76,8 @@ class StoredTexts {
 };
 bool ArticleExists(std::string_view message_id);
 bool IsArticleRead(std::string_view message_id);
-void DeleteArticle(std::string_view message_id);
+// False when the record is still there.
+bool DeleteArticle(std::string_view message_id);
 
 bool StoreAsciiGDBMPost(AsciiArticle& article);
 std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id);

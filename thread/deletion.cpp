@@ -36,6 +36,7 @@ bool DeleteFromStore(const Node& node) {
   if (record && NamesArticleOf(*record, node)) {
     const auto group = static_cast<std::size_t>(gThreadGroup);
     if (DeleteGroupArticle(group, *record, node.read != 0)) return true;
+    if (!ArticleExists(node.messageId)) gThreadRebuildPending = true;
   } else if (DatabasesOpen() && !gDatabaseErrorFlag) {
     gThreadRebuildPending = true;
     return true;
