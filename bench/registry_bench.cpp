@@ -2,13 +2,13 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/measure.h"
 #include "port/linux/linux_registry.h"
 #include "util/little_endian.h"
 
@@ -36,13 +36,6 @@ class BenchFolder {
  private:
   std::filesystem::path path_;
 };
-
-double Median(std::vector<double>& times) {
-  if (times.empty()) return 0;
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
-}
 
 // The counter median_us is the median of single writes; the time column is their mean.
 void LastDownloadedWrite(benchmark::State& state) {

@@ -5,16 +5,15 @@
 
 #include <malloc.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/base/prefs.h"
 #include "article/render.h"
+#include "bench/measure.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -22,12 +21,6 @@ namespace {
 
 constexpr double kCopyTarget = 20, kLengthTarget = 12;
 constexpr unsigned kLines = 14000, kLinks = 2000, kQuoted = 5000;
-
-void Require(bool good, const char* what) {
-  if (good) return;
-  std::fprintf(stderr, "render_bench: %s\n", what);
-  std::exit(2);
-}
 
 // A line of about 71 characters; one in seven has a link, five in fourteen are quoted.
 std::u16string MakeLine(unsigned number) {
@@ -48,30 +41,18 @@ std::vector<MatchRange> FindAll(const std::u16string& text) {
   return FindMatches(Narrow(text), "needle", {});
 }
 
-// Of the processor: what runs beside it does not count.
-double Milliseconds(std::clock_t start) {
-  return static_cast<double>(std::clock() - start) * 1000 / CLOCKS_PER_SEC;
-}
-
 double TimeCopy(const std::u16string& text) {
-  const std::clock_t start = std::clock();
-  const std::u16string copy = text;  // NOLINT: the copy is what is measured
-  const double time = Milliseconds(start);
-  Require(copy.back() == u'\n', "the copy is wrong");
+  std::u16string copy;
+  const double time = ProcessorMilliseconds([&] { copy = text; });
+  Require(copy.back() == u'\n', "copying");
   return time;
 }
 
 double TimeHTML(const std::u16string& text, const std::vector<MatchRange>& matches) {
-  const std::clock_t start = std::clock();
-  const auto html = ConvertTextToHTML(text, matches);
-  const double time = Milliseconds(start);
-  Require(html && html->size() > text.size(), "the conversion failed");
+  std::optional<std::u16string> html;
+  const double time = ProcessorMilliseconds([&] { html = ConvertTextToHTML(text, matches); });
+  Require(html && html->size() > text.size(), "converting");
   return time;
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 bool Measure(const char* name, bool with_hits, unsigned rounds) {
@@ -116,6 +97,5 @@ int main(int argc, char** argv) {
   // measured, which only the long article would have to pay for.
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, -1);
-  return quillet::Run(
-      argc > 1 ? static_cast<unsigned>(std::max(1L, std::strtol(argv[1], nullptr, 10))) : 15);
+  return quillet::Run(quillet::Argument(argc, argv, 1, 15));
 }

@@ -9,7 +9,6 @@
 #define QUILLET_FAKE_WITHOUT_GTEST
 #include <stdlib.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +21,7 @@
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
 #include "app/startup.h"
+#include "bench/measure.h"
 #include "port/fake/fake_display.h"
 #include "port/linux/linux_platform.h"
 #include "store/chains.h"
@@ -114,11 +114,6 @@ double ProcessMs(const std::string& script, const std::string& folder) {
   return Milliseconds([&] {
     if (std::system(command.c_str()) != 0) std::exit(2);
   });
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 // Prints one line; the ratio.

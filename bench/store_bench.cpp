@@ -6,7 +6,6 @@
 #define QUILLET_FAKE_WITHOUT_GTEST
 #include <gdbm.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +14,7 @@
 
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "bench/measure.h"
 #include "port/fake/fake_platform.h"
 #include "store/chains.h"
 #include "store/counts.h"
@@ -52,12 +52,6 @@ AsciiArticle MakeArticle(unsigned number) {
 
 double Microseconds(std::chrono::steady_clock::duration time, unsigned articles) {
   return std::chrono::duration<double, std::micro>(time).count() / articles;
-}
-
-void Require(bool good, const char* what) {
-  if (good) return;
-  std::fprintf(stderr, "store_bench: %s failed\n", what);
-  std::exit(2);
 }
 
 // The whole path, with the counting of the end of a download.
@@ -144,11 +138,6 @@ double TimeRaw(const std::vector<RawArticle>& articles) {
                       static_cast<unsigned>(articles.size()));
 }
 
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
 int Run(unsigned count, unsigned rounds) {
   gDatabaseFolder = u"\\Bench";
   gPlatform->files.CreateFolder(gDatabaseFolder);
@@ -168,11 +157,6 @@ int Run(unsigned count, unsigned rounds) {
   std::printf("store path %.2f us, raw calls %.2f us an article: ratio %.2f (target %.1f)\n",
               Median(store), Median(raw), ratio, kTarget);
   return ratio <= kTarget ? 0 : 1;
-}
-
-unsigned Argument(int argc, char** argv, int index, unsigned value) {
-  if (argc <= index) return value;
-  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
 }
 
 }  // namespace

@@ -7,8 +7,6 @@
 #define QUILLET_FAKE_WITHOUT_GTEST
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +14,7 @@
 
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "bench/measure.h"
 #include "port/fake/fake_platform.h"
 #include "store/bulk_store.h"
 #include "store/chains.h"
@@ -36,24 +35,6 @@ constexpr double kStoreTarget = 1.6;
 constexpr double kShapeTarget = 3;
 constexpr double kMemoryTarget = 400;
 constexpr std::u16string_view kGroup = u"bench.threads";
-
-void Require(bool good, const char* what) {
-  if (good) return;
-  std::fprintf(stderr, "thread_bench: %s failed\n", what);
-  std::exit(2);
-}
-
-// Of the processor: nothing here waits, and what else the machine does is not counted.
-double Milliseconds(const std::function<void()>& work) {
-  const std::clock_t start = std::clock();
-  work();
-  return static_cast<double>(std::clock() - start) * 1000.0 / CLOCKS_PER_SEC;
-}
-
-// The round that was disturbed least.
-double Fastest(const std::vector<double>& values) {
-  return *std::min_element(values.begin(), values.end());
-}
 
 double BytesAnArticle(const ThreadTree& tree) {
   return static_cast<double>(tree.MemoryUsed()) / tree.root().descendantCount;
@@ -109,9 +90,9 @@ bool MeasureStore(const Articles& articles, unsigned rounds) {
   std::vector<double> build;
   double bytes = 0;
   for (unsigned i = 0; i <= rounds; ++i) {  // the first one warms up
-    bare.push_back(Milliseconds([&] { ReadAll(articles.size()); }));
+    bare.push_back(ProcessorMilliseconds([&] { ReadAll(articles.size()); }));
     BuiltTree built;
-    build.push_back(Milliseconds([&] { built = BuildNodeTree(kGroup); }));
+    build.push_back(ProcessorMilliseconds([&] { built = BuildNodeTree(kGroup); }));
     Require(built.complete && built.tree->root().descendantCount == articles.size(), "building");
     bytes = BytesAnArticle(*built.tree);
   }
@@ -207,7 +188,7 @@ bool MeasureShapes(const Articles& ordinary, unsigned rounds) {
   for (unsigned round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < shapes.size(); ++i) {
       std::unique_ptr<ThreadTree> tree;
-      times[i].push_back(Milliseconds([&] { tree = Build(shapes[i].articles); }));
+      times[i].push_back(ProcessorMilliseconds([&] { tree = Build(shapes[i].articles); }));
       bytes[i] = BytesAnArticle(*tree);
     }
   }
@@ -227,11 +208,6 @@ int Run(unsigned count, unsigned rounds) {
   const bool shapes_good = MeasureShapes(ordinary, rounds);
   const bool store_good = MeasureStore(ordinary, rounds);
   return shapes_good && store_good ? 0 : 1;
-}
-
-unsigned Argument(int argc, char** argv, int index, unsigned value) {
-  if (argc <= index) return value;
-  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
 }
 
 }  // namespace

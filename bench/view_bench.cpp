@@ -7,8 +7,6 @@
 #define QUILLET_FAKE_WITHOUT_GTEST
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <functional>
 #include <iterator>
 #include <string>
@@ -17,6 +15,7 @@
 #include "app/base/long_operation.h"
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
+#include "bench/measure.h"
 #include "port/fake/fake_platform.h"
 #include "store/bulk_store.h"
 #include "store/chains.h"
@@ -77,22 +76,10 @@ struct Device {
                           fake.dialler};
 };
 
-void Require(bool good, const char* what) {
-  if (good) return;
-  std::fprintf(stderr, "view_bench: %s failed\n", what);
-  std::exit(2);
-}
-
-double Milliseconds(const std::function<void()>& work) {
-  const std::clock_t start = std::clock();
-  work();
-  return static_cast<double>(std::clock() - start) * 1000.0 / CLOCKS_PER_SEC;
-}
-
 // The round that was disturbed least.
 double Fastest(unsigned rounds, const std::function<void()>& work) {
-  double fastest = Milliseconds(work);
-  for (unsigned i = 0; i < rounds; ++i) fastest = std::min(fastest, Milliseconds(work));
+  double fastest = ProcessorMilliseconds(work);
+  for (unsigned i = 0; i < rounds; ++i) fastest = std::min(fastest, ProcessorMilliseconds(work));
   return fastest;
 }
 
@@ -193,7 +180,7 @@ bool MeasureLabels(BlindTree& tree, unsigned rounds) {
   double all = 0;
   for (unsigned i = 0; i <= rounds; ++i) {
     for (Node* node = &root; node != nullptr; node = NextNode(*node)) node->read ^= 1U;
-    const double round = Milliseconds([&] { RefreshThreadLabels(root); });
+    const double round = ProcessorMilliseconds([&] { RefreshThreadLabels(root); });
     all = i == 0 ? round : std::min(all, round);
   }
   Require(tree.taken > root.descendantCount, "refreshing");
@@ -205,8 +192,8 @@ bool MeasureLabels(BlindTree& tree, unsigned rounds) {
 bool MeasureShapes(int ordinary, int chain) {
   const auto mark = [](int group) {
     Show(group);
-    return Milliseconds([] { MarkNode(gThreadTree->root(), false); }) +
-           Milliseconds([] { MarkNode(gThreadTree->root(), true); });
+    return ProcessorMilliseconds([] { MarkNode(gThreadTree->root(), false); }) +
+           ProcessorMilliseconds([] { MarkNode(gThreadTree->root(), true); });
   };
   const auto remove = [](int group) {
     Show(group);
@@ -215,7 +202,7 @@ bool MeasureShapes(int ordinary, int chain) {
     for (Node* node = &gThreadTree->root(); node != nullptr; node = NextNode(*node)) {
       if (node->kind == NodeKind::kArticle) node->read = (read = !read) ? 1 : 0;
     }
-    const double cost = Milliseconds([group] { DeleteArticles(true, group); });
+    const double cost = ProcessorMilliseconds([group] { DeleteArticles(true, group); });
     Require(gThreadTree->root().descendantCount > 0, "deleting");
     return cost;
   };
@@ -250,11 +237,6 @@ int Run(Device& device, unsigned count, unsigned rounds) {
   ClearThreadView();
   CloseDatabases();
   return good ? 0 : 1;
-}
-
-unsigned Argument(int argc, char** argv, int index, unsigned value) {
-  if (argc <= index) return value;
-  return static_cast<unsigned>(std::max(1L, std::strtol(argv[index], nullptr, 10)));
 }
 
 }  // namespace
