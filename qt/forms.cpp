@@ -90,22 +90,12 @@ class FormDialog final : public QDialog {
   const std::function<void(std::uint32_t control)> pressed_;
 };
 
-void ConnectButtons(QDialog& dialog, const std::function<void(std::uint32_t)>& pressed) {
-  for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {
-    const QVariant id = button->property("controlId");
+template <class Control, class Signal>
+void Connect(QDialog& dialog, Signal signal, const std::function<void(std::uint32_t)>& pressed) {
+  for (Control* control : dialog.findChildren<Control*>()) {
+    const QVariant id = control->property("controlId");
     if (!id.isValid()) continue;
-    QObject::connect(button, &QAbstractButton::clicked, &dialog,
-                     [pressed, control = id.toUInt()] { pressed(control); });
-  }
-}
-
-// Only the user's own choices are told.
-void ConnectLists(QDialog& dialog, const std::function<void(std::uint32_t)>& pressed) {
-  for (QComboBox* list : dialog.findChildren<QComboBox*>()) {
-    const QVariant id = list->property("controlId");
-    if (!id.isValid()) continue;
-    QObject::connect(list, &QComboBox::activated, &dialog,
-                     [pressed, control = id.toUInt()] { pressed(control); });
+    QObject::connect(control, signal, &dialog, [pressed, id = id.toUInt()] { pressed(id); });
   }
 }
 
@@ -161,8 +151,8 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
     dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
     dialog->setWindowTitle(dialog->accessibleName());  // for lists of windows
   }
-  ConnectButtons(*dialog, pressed);
-  ConnectLists(*dialog, pressed);
+  Connect<QAbstractButton>(*dialog, &QAbstractButton::clicked, pressed);
+  Connect<QComboBox>(*dialog, &QComboBox::activated, pressed);  // the user's own choices only
   KeepPlaces(*dialog);
   MakeBoxesVisible(*dialog);
   DrawIcons(*dialog);
