@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qt/one_line.h"
 #include "qt/row_steps.h"
 #include "qt/text.h"
 
@@ -108,7 +109,7 @@ int GroupModel::columnCount(const QModelIndex& parent) const {
   return parent.isValid() ? 0 : 2;
 }
 
-QVariant GroupModel::Text(const port::ListRow& row, int column) const {
+QString GroupModel::Text(const port::ListRow& row, int column) const {
   return ToQt(column == 0 ? row.name : row.counts);
 }
 
@@ -117,8 +118,9 @@ QVariant GroupModel::data(const QModelIndex& index, int role) const {
   const port::ListRow& row = rows_[static_cast<std::size_t>(index.row())];
   switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:  // the whole text where the column cuts it
       return Text(row, index.column());
+    case Qt::ToolTipRole:  // the whole text where the column cuts it
+      return PlainToolTip(Text(row, index.column()));
     case Qt::CheckStateRole:
       if (index.column() != 0 || row.check == CheckState::kNone) return {};
       return static_cast<int>(row.check == CheckState::kChecked ? Qt::Checked : Qt::Unchecked);

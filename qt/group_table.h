@@ -32,7 +32,7 @@ class GroupModel final : public QAbstractTableModel {
   Qt::ItemFlags flags(const QModelIndex& index) const override;
 
  private:
-  QVariant Text(const port::ListRow& row, int column) const;
+  QString Text(const port::ListRow& row, int column) const;
 
   std::vector<port::ListRow> rows_;
   std::array<QString, 2> titles_;

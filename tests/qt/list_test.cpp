@@ -3,6 +3,7 @@
 #include <QScrollBar>
 
 #include "qt/fonts.h"
+#include "qt/one_line.h"
 #include "tests/qt/display_fixture.h"
 
 namespace quillet::qt {
@@ -63,6 +64,16 @@ TEST_F(ListTest, ShowsAThousandRowsWithBothColumns) {
     EXPECT_TRUE(List().viewport()->rect().contains(
         List().visualRect(model.index(999, 0)).center()));  // scrolled to
     EXPECT_EQ(List().currentIndex().row(), 999);
+  });
+}
+
+TEST_F(ListTest, ANameThatLooksLikeMarkUpIsNoMarkUpInItsToolTip) {
+  ShowWindow();
+  list().Fill({{u"<b>alt.test", u"1/1", CheckState::kUnchecked}}, -1);
+  OnDisplay([&] {
+    const QString tip = List().model()->index(0, 0).data(Qt::ToolTipRole).toString();
+    EXPECT_EQ(tip, PlainToolTip(QStringLiteral("<b>alt.test")));
+    EXPECT_TRUE(tip.contains(QLatin1String("&lt;b&gt;alt.test")));
   });
 }
 
