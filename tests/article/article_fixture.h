@@ -97,9 +97,18 @@ class ArticleTest : public StoreTest {
   static std::string CurrentId() {
     return gCurrentArticle ? gCurrentArticle->messageId.value_or("") : "none";
   }
+  // Which article is current after the command.
+  static std::string After(std::uint32_t command) {
+    ArticleCommand(command);
+    return CurrentId();
+  }
 
   port::ShownArticle Shown() { return fake.display.article(); }
   std::u16string Source() { return Shown().source; }
+  // The source of a page with that text.
+  static std::u16string Page(std::u16string_view text) {
+    return u"<FONT SIZE=\"2\">" + std::u16string(text) + u"&nbsp;<br></FONT>";
+  }
   int Tab() { return fake.display.main_window().tab; }
   std::vector<std::u16string> HeaderTexts() {
     const port::ShownArticle shown = Shown();

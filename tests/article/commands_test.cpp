@@ -1,4 +1,4 @@
-// The commands and keys of the article view, the "Message headers" dialog and saving.
+// The commands and keys of the article view, the "Message headers" dialog.
 #include "app/base/app_messages.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
@@ -11,27 +11,12 @@ using ::testing::IsEmpty;
 
 class ArticleCommands : public ArticleTest {
  protected:
-  static std::string After(std::uint32_t command) {
-    ArticleCommand(command);
-    return CurrentId();
-  }
   static std::vector<std::string> SeenIn(std::size_t steps, std::uint32_t command) {
     std::vector<std::string> seen(steps);
     for (std::string& id : seen) id = After(command);
     return seen;
   }
 };
-
-constexpr std::u16string_view kHit = u"<b><span style=\"background: #FFFF00\">";
-constexpr std::u16string_view kHitEnd = u"</span></b>";
-
-std::u16string Page(std::u16string_view text) {
-  return u"<FONT SIZE=\"2\">" + std::u16string(text) + u"&nbsp;<br></FONT>";
-}
-
-std::u16string Hit(std::u16string_view text) {
-  return std::u16string(kHit) + std::u16string(text) + std::u16string(kHitEnd);
-}
 
 // --- Without an article --------------------------------------------------------------------------
 
@@ -309,131 +294,6 @@ TEST_F(ArticleCommands, AddToKillfileIsForTheGroupOfTheArticle) {
   EXPECT_EQ(gPrefs->killfilegroups, (std::vector<std::uint32_t>{2, 2}));
 }
 
-// --- Finding -------------------------------------------------------------------------------------
-
-TEST_F(ArticleCommands, FindHighlightsInTheArticleShown) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  AnswerFind(u"ree");
-  ArticleCommand(40048);
-  EXPECT_EQ(CurrentId(), "<a3@x>");
-  EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "ree");
-  EXPECT_EQ(gCurrentArticle->displayText, "ree");
-}
-
-TEST_F(ArticleCommands, FindTakesItsChoices) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  AnswerFind(u"THREE", kControlOk, {kControlMatchCase});
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  AnswerFind(u"Thre", kControlOk, {kControlWholeWord});
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  AnswerFind(u"Three");
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(Hit(u"Three") + u".&nbsp;<br>"));
-}
-
-TEST_F(ArticleCommands, FindWithoutAHitShowsTheArticleWithoutHighlights) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  DisplayCurrentArticle({{0, 1}});
-  AnswerFind(u"nowhere");
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-TEST_F(ArticleCommands, AnEmptyFindShowsNoHitsAndClearsTheLastText) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  AnswerFind(u"ree");
-  ArticleCommand(40048);
-  AnswerFind(u"");
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "");
-  EXPECT_EQ(gCurrentArticle->displayText, std::nullopt);
-  ArticleCommand(40051);
-  EXPECT_EQ(CurrentId(), "<a3@x>");
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-TEST_F(ArticleCommands, ACancelledFindLeavesTheHitsAndTheText) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  AnswerFind(u"ree");
-  ArticleCommand(40048);
-  AnswerFind(u"other", kControlCancel);
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "ree");
-  EXPECT_EQ(gCurrentArticle->displayText, "ree");
-}
-
-TEST_F(ArticleCommands, FindWithoutMemoryKeepsWhatIsShown) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  gCurrentArticle->body = std::string(1 << 20, 'x');
-  fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
-    fake.display.Type(dialog, kControlFindText, u"x");
-    fake.display.Press(dialog, kControlOk);
-    testing::LimitNew(1 << 20);
-  });
-  ArticleCommand(40048);
-  testing::LimitNew(0);
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (out of memory) occurred in "
-                                      u"DisplayCurrentArticle."));
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-}
-
-TEST_F(ArticleCommands, FindWithoutMemoryForTheHitsKeepsWhatIsShown) {
-  PutThreeThreads();
-  Open("<a3@x>");
-  gCurrentArticle->body = std::string(1 << 20, 'x');
-  fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
-    fake.display.Type(dialog, kControlFindText, u"x");
-    fake.display.Press(dialog, kControlOk);
-    testing::LimitNew(5 << 20);  // the text fits, a million hits do not
-  });
-  ArticleCommand(40048);
-  testing::LimitNew(0);
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (out of memory) occurred in "
-                                      u"DisplayCurrentArticle."));
-  EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-}
-
-TEST_F(ArticleCommands, FindAgainGoesOnAfterTheCurrentArticle) {
-  PutThreeThreads();
-  Open("<a1@x>");
-  gFind.text = "ve";
-  ArticleCommand(40051);
-  EXPECT_EQ(CurrentId(), "<b1@x>");
-  EXPECT_EQ(Source(), Page(u"Fi" + Hit(u"ve") + u".&nbsp;<br>"));
-  ArticleCommand(40051);
-  EXPECT_EQ(CurrentId(), "<g2@x>");
-  EXPECT_EQ(Source(), Page(u"Se" + Hit(u"ve") + u"n.&nbsp;<br>"));
-  ArticleCommand(40051);
-  EXPECT_EQ(CurrentId(), "<g2@x>");
-  EXPECT_EQ(Source(), Page(u"Se" + Hit(u"ve") + u"n.&nbsp;<br>"));
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
-}
-
-TEST_F(ArticleCommands, FindAgainWithoutATextDoesNothing) {
-  PutThreeThreads();
-  Open("<a1@x>");
-  EXPECT_EQ(After(40051), "<a1@x>");
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-TEST_F(ArticleCommands, FindAgainStartsAtTheFirstArticleWithoutACurrentOne) {
-  PutThreeThreads();
-  gFind.text = "one";
-  EXPECT_EQ(After(40051), "<a1@x>");
-}
-
 // --- Shown otherwise -----------------------------------------------------------------------------
 
 TEST_F(ArticleCommands, Rot13TurnsThisArticleBackAndForth) {
@@ -451,15 +311,6 @@ TEST_F(ArticleCommands, Rot13TurnsThisArticleBackAndForth) {
   EXPECT_TRUE(Source().starts_with(u"<FONT SIZE=\"2\">Subject: Gamma&nbsp;<br>"));
   Open("<b1@x>");
   EXPECT_TRUE(Source().starts_with(u"<FONT SIZE=\"2\">Subject: Beta&nbsp;<br>"));
-}
-
-TEST_F(ArticleCommands, HitsAreFoundInTheTurnedText) {
-  PutThreeThreads();
-  Open("<b1@x>");
-  ArticleCommand(40022);
-  AnswerFind(u"svir");
-  ArticleCommand(40048);
-  EXPECT_EQ(Source(), Page(Hit(u"Svir") + u".&nbsp;<br>"));
 }
 
 TEST_F(ArticleCommands, ToggleRemoveCrsChangesThePreferenceInMemory) {
@@ -551,170 +402,6 @@ TEST_F(ArticleCommands, TheDialogWithoutMemoryIsReported) {
   EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (out of memory) occurred in "
                                       u"ShowMessageHeaders."));
   EXPECT_THAT(fake.display.dialogs(), IsEmpty());
-}
-
-// --- Saving --------------------------------------------------------------------------------------
-
-class SavingArticles : public ArticleCommands {
- protected:
-  void OpenOne() {
-    Put(kGroup, Written("<s@x>", 1, "", "Re: a/b", "Caf\xe9 \x80.\r\n"));
-    OpenGroup(1);
-    Open("<s@x>");
-  }
-  std::optional<std::string> File(std::u16string_view path) {
-    return fake.files.ReadFile(path, 1 << 24);
-  }
-  void Save(std::optional<std::u16string> path) {
-    fake.display.ExpectSaveFile(std::move(path));
-    ArticleCommand(40057);
-  }
-};
-
-constexpr std::string_view kSavedText =
-    "Subject: Re: a/b\r\n"
-    "Date: 1 Jan 2001\r\n"
-    "From: Ann <ann@example.invalid>\r\n"
-    "Reply-To: Ann <ann@example.invalid>\r\n"
-    "Message-ID: <s@x>\r\n"
-    "\r\n"
-    "Caf\xe9 \x80.\r\n";
-
-TEST_F(SavingArticles, TheDialogHasItsTextsAndTheFileTheWholeArticle) {
-  OpenOne();
-  Save(u"\\my file.txt");
-  const std::vector<port::SaveFileTraits> dialogs = fake.display.save_dialogs();
-  ASSERT_EQ(dialogs.size(), 1U);
-  EXPECT_EQ(dialogs[0].title, u"Save article as");
-  EXPECT_EQ(dialogs[0].default_name, u"Re__a_b.txt");
-  EXPECT_EQ(dialogs[0].filter_text, u"Text (*.txt)");
-  EXPECT_EQ(dialogs[0].filter_pattern, u"*.txt");
-  EXPECT_EQ(dialogs[0].default_extension, u"txt");
-  EXPECT_EQ(File(u"\\my file.txt"), kSavedText);
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-TEST_F(SavingArticles, HeadersAreSavedWhateverIsShown) {
-  OpenOne();
-  gPrefs->showheaders = 1;
-  Save(u"\\a.txt");
-  EXPECT_EQ(File(u"\\a.txt"), kSavedText);
-}
-
-TEST_F(SavingArticles, WhatIsTurnedOnTheScreenIsTurnedInTheFile) {
-  OpenOne();
-  ArticleCommand(40022);
-  Save(u"\\a.txt");
-  EXPECT_TRUE(File(u"\\a.txt").value_or("").starts_with("Fhowrpg: Er: n/o\r\n"));
-}
-
-TEST_F(SavingArticles, ACancelledDialogSavesNothing) {
-  OpenOne();
-  const int calls = fake.files.calls(port::FileCall::kCreateNewFile);
-  Save(std::nullopt);
-  EXPECT_EQ(fake.files.calls(port::FileCall::kCreateNewFile), calls);
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-// Keeps the paths of new files and makes none.
-class PathKeeper final : public port::Files {
- public:
-  std::vector<std::u16string> paths;
-
-  std::uint32_t CreateNewFile(std::u16string_view path, std::string_view /*data*/) override {
-    paths.emplace_back(path);
-    return 0;
-  }
-  std::string NativePath(std::u16string_view /*path*/) override { return {}; }
-  bool FolderExists(std::u16string_view /*path*/) override { return false; }
-  bool CreateFolder(std::u16string_view /*path*/) override { return false; }
-  std::optional<std::uint64_t> FileSize(std::u16string_view /*path*/) override { return {}; }
-  bool Delete(std::u16string_view /*path*/) override { return false; }
-  bool Rename(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
-  bool Copy(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
-  bool CopyMode(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }
-  bool WriteFile(std::u16string_view /*path*/, std::string_view /*data*/) override { return false; }
-  std::optional<std::string> ReadFile(std::u16string_view /*path*/,
-                                      std::uint64_t /*limit*/) override {
-    return {};
-  }
-  std::optional<port::VolumeSpace> FreeSpace(std::u16string_view /*folder*/) override { return {}; }
-  std::vector<std::u16string> Cards() override { return {}; }
-};
-
-TEST_F(SavingArticles, ThePathIsCorrectedAtItsBeginningAndItsEnd) {
-  PathKeeper keeper;
-  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, fake.sockets,
-                          fake.libraries,          keeper,      fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler};
-  gPlatform = &platform;
-  for (const char16_t* path :
-       {u"\\\\a.txt", u"\\\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt", u"\\name.",
-        u"\\name..", u"\\\\name.", u"\\plain", u"\\a.b"}) {
-    fake.display.ExpectSaveFile(path);
-    SaveAsFile(u"t", u"n", "text");
-  }
-  gPlatform = &fake.platform;
-  EXPECT_THAT(keeper.paths,
-              ElementsAre(u"\\a.txt", u"\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt",
-                          u"\\name.txt", u"\\name..txt", u"\\name.txt", u"\\plain", u"\\a.b"));
-}
-
-TEST_F(SavingArticles, ACorrectedPathIsTheFilesName) {
-  OpenOne();
-  Save(u"\\\\name.");
-  EXPECT_EQ(File(u"\\name.txt"), kSavedText);
-  EXPECT_THAT(BoxTexts(), IsEmpty());
-}
-
-TEST_F(SavingArticles, AnExistingFileIsNeverWrittenOver) {
-  OpenOne();
-  ASSERT_TRUE(fake.files.WriteFile(u"\\a.txt", "mine"));
-  Save(u"\\a.txt");
-  EXPECT_EQ(File(u"\\a.txt"), "mine");
-  EXPECT_THAT(BoxTexts(),
-              ElementsAre(u"An unexpected error (already exists) occurred in SaveAsFile."));
-}
-
-TEST_F(SavingArticles, OtherFailuresAreToldByTheirCodes) {
-  OpenOne();
-  const auto boxes_after = [&](std::uint32_t code) {
-    fake.display.ForgetBoxes();
-    fake.files.create_error = code;
-    fake.files.FailNth(port::FileCall::kCreateNewFile, 1);
-    Save(u"\\a.txt");
-    return BoxTexts();
-  };
-  EXPECT_THAT(boxes_after(183),
-              ElementsAre(u"An unexpected error (already exists) occurred in SaveAsFile."));
-  EXPECT_THAT(boxes_after(1222),
-              ElementsAre(u"Our apologies, but you must tap the 'Options' button in the save "
-                          u"dialog before saving the file."));
-  EXPECT_THAT(boxes_after(112),
-              ElementsAre(u"An unexpected error (unknown (112)) occurred in SaveAsFile."));
-  EXPECT_THAT(boxes_after(5),
-              ElementsAre(u"An unexpected error (unknown (5)) occurred in SaveAsFile."));
-  EXPECT_EQ(File(u"\\a.txt"), std::nullopt);
-}
-
-TEST_F(SavingArticles, WithoutMemoryNothingIsAsked) {
-  OpenOne();
-  gCurrentArticle->body = std::string(1 << 20, 'b');
-  testing::LimitNew(1 << 20);
-  ArticleCommand(40057);
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (out of memory) occurred in "
-                                      u"DisplayCurrentArticle."));
-  testing::LimitNew(0);
-  EXPECT_THAT(fake.display.save_dialogs(), IsEmpty());
-  EXPECT_EQ(Source(), Page(u"Caf\u00e9 \u20ac.&nbsp;<br>"));
-}
-
-TEST_F(SavingArticles, OtherTextsAreSavedTheSameWay) {
-  fake.display.ExpectSaveFile(u"\\translog.txt");
-  SaveAsFile(u"Save log", u"translog.txt", Raw("a\0b\n"));
-  EXPECT_EQ(fake.display.save_dialogs().at(0).title, u"Save log");
-  EXPECT_EQ(fake.display.save_dialogs().at(0).default_name, u"translog.txt");
-  EXPECT_EQ(File(u"\\translog.txt"), Raw("a\0b\n"));
 }
 
 // --- Keys ----------------------------------------------------------------------------------------

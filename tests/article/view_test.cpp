@@ -11,10 +11,6 @@ using ::testing::IsEmpty;
 
 class ArticleView : public ArticleTest {};
 
-std::u16string Page(std::u16string_view text) {
-  return u"<FONT SIZE=\"2\">" + std::u16string(text) + u"&nbsp;<br></FONT>";
-}
-
 // --- Opening -------------------------------------------------------------------------------------
 
 TEST_F(ArticleView, ShowsTheArticleOfANode) {

@@ -14,7 +14,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-constexpr std::u16string_view kNothing = u"No threads, or no current group selected";
 constexpr std::u16string_view kRefused =
     u"An unexpected error (unable to delete article) occurred in DeleteArticleNode.";
 

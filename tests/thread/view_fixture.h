@@ -17,6 +17,12 @@
 
 namespace quillet {
 
+// What the tree shows of ShowNine, and the caption without a tree.
+inline const std::vector<std::string> kNineRows = {
+    "*2/4 Hello", "  ann",      "    *bob", "      *cyd", "    dan",    "*Other",
+    "  *eve",     "*1/4 Third", "  fay",    "    gus",    "      *hal", "      ivy"};
+inline constexpr std::u16string_view kNothing = u"No threads, or no current group selected";
+
 struct TestPost {
   std::string id;
   std::string parent;
