@@ -52,6 +52,7 @@ class Newsgroups : public ::testing::Test {
   }
   std::vector<std::u16string> CountedGroups() {
     std::vector<std::u16string> names;
+    names.reserve(gReadInfo.size());
     for (const auto& info : gReadInfo) names.push_back(info->groupName);
     return names;
   }

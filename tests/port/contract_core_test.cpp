@@ -443,7 +443,7 @@ TEST_P(FilesContract, AReadOnlyFolderIsReadAndNotWritten) {
 
 TEST_P(FilesContract, ANewFileIsWrittenWholeAndReadableByOthers) {
   ASSERT_TRUE(files().CreateFolder(u"\\"));
-  const std::string data("Subject: x\r\n\r\n\0\xE4", 17);
+  const std::string data("Subject: x\r\n\r\n\0\xE4", 16);
   const mode_t old_mask = umask(022);
   EXPECT_EQ(files().CreateNewFile(u"\\article.txt", data), 0u);
   umask(old_mask);
