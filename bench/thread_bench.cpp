@@ -15,8 +15,8 @@
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
 #include "bench/measure.h"
+#include "bench/stored_group.h"
 #include "port/fake/fake_platform.h"
-#include "store/bulk_store.h"
 #include "store/chains.h"
 #include "store/databases.h"
 #include "store/records.h"
@@ -42,35 +42,6 @@ double BytesAnArticle(const ThreadTree& tree) {
 
 // --- Through the store ---------------------------------------------------------------------------
 
-// Bodies from 0.4 to 2.8 kB, of lines.
-std::string Body(std::size_t number) {
-  std::string body;
-  const std::size_t length = 400 + number * 7919U % 2400;
-  while (body.size() < length)
-    body += "Some sixty bytes of what somebody had to say about it...\r\n";
-  return body;
-}
-
-void StoreAll(const Articles& newest_first) {
-  const BulkStore bulk;
-  for (auto article = newest_first.rbegin(); article != newest_first.rend(); ++article) {
-    AsciiArticle stored;
-    stored.messageId = article->id;
-    stored.headers = std::string(300, 'h');
-    stored.body = Body(static_cast<std::size_t>(article->number));
-    stored.read = article->read ? 1 : 0;
-    stored.parentId = article->parent;
-    stored.subject = article->subject;
-    stored.from = article->from;
-    stored.replyTo = article->from;
-    stored.articleNumber = static_cast<std::uint32_t>(article->number);
-    stored.source = article->source;
-    stored.date = "Sat, 21 Nov 2026 12:00:00 +0000";
-    Require(StoreArticle(stored), "storing");
-    Require(AddArticleToGroup(kGroup, article->id), "chaining");
-  }
-}
-
 void ReadAll(std::size_t count) {
   std::size_t read = 0;
   for (auto record = GroupChainFirst(kGroup); record; record = GroupChainNext()) {
@@ -85,7 +56,7 @@ bool MeasureStore(const Articles& articles, unsigned rounds) {
   gPrefs = std::make_unique<Prefs>();
   gPrefs->usethreading = 1;
   Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
-  StoreAll(articles);
+  StoreGroup(kGroup, articles);
   std::vector<double> bare;
   std::vector<double> build;
   double bytes = 0;

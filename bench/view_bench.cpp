@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,9 +15,8 @@
 #include "app/base/prefs.h"
 #include "app/base/prefs_registry.h"
 #include "bench/measure.h"
+#include "bench/stored_group.h"
 #include "port/fake/fake_platform.h"
-#include "store/bulk_store.h"
-#include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/maintenance.h"
@@ -84,46 +82,6 @@ double Fastest(unsigned rounds, const std::function<void()>& work) {
 }
 
 // --- A group -------------------------------------------------------------------------------------
-
-// Words as they come in English, from 0.4 to 2.8 kB.
-std::string Body(std::size_t number) {
-  static const char* const kWords[] = {
-      "the",  "of",     "and",   "to",        "in",      "is",     "you",   "that",  "it",
-      "was",  "for",    "on",    "are",       "as",      "with",   "they",  "at",    "this",
-      "have", "from",   "or",    "one",       "had",     "by",     "word",  "but",   "not",
-      "what", "all",    "were",  "something", "when",    "your",   "can",   "said",  "there",
-      "use",  "an",     "each",  "which",     "she",     "how",    "their", "if",    "will",
-      "some", "people", "about", "newsgroup", "readers", "server", "sense", "quite", "else,"};
-  std::string body;
-  const std::size_t length = 400 + number * 7919U % 2400;
-  std::size_t column = 0;
-  for (std::uint64_t dice = number + 1; body.size() < length;) {
-    dice = dice * 6364136223846793005U + 1442695040888963407U;
-    const std::string_view word = kWords[(dice >> 33) % std::size(kWords)];
-    body.append(word).append(column > 60 ? "\r\n" : " ");
-    column = column > 60 ? 0 : column + word.size() + 1;
-  }
-  return body;
-}
-
-void StoreAll(std::u16string_view group, const Articles& newest_first) {
-  const BulkStore bulk;
-  for (auto article = newest_first.rbegin(); article != newest_first.rend(); ++article) {
-    AsciiArticle stored;
-    stored.messageId = article->id;
-    stored.headers = std::string(300, 'h');
-    stored.body = Body(static_cast<std::size_t>(article->number));
-    stored.read = article->read ? 1 : 0;
-    stored.parentId = article->parent;
-    stored.subject = article->subject;
-    stored.from = article->from;
-    stored.replyTo = article->from;
-    stored.articleNumber = static_cast<std::uint32_t>(article->number);
-    stored.source = article->source;
-    stored.date = "Sat, 21 Nov 2026 12:00:00 +0000";
-    Require(StoreArticle(stored) && AddArticleToGroup(group, article->id), "storing");
-  }
-}
 
 // Every second article read, each the answer to the one before.
 Articles Chain(Articles articles) {
@@ -225,8 +183,8 @@ int Run(Device& device, unsigned count, unsigned rounds) {
   gPrefs->numgroups = 2;
   Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
   const Articles ordinary = testing::Group(1).Make(count);
-  StoreAll(gPrefs->groups[0], ordinary);
-  StoreAll(gPrefs->groups[1], Chain(ordinary));
+  StoreGroup(gPrefs->groups[0], ordinary);
+  StoreGroup(gPrefs->groups[1], Chain(ordinary));
   DropCountCaches();
   CountArticles();
   PrepareThreadView();
