@@ -138,11 +138,8 @@ TEST_F(ArticleTest, HeaderIsLightGreyWithBlackTextInEveryPalette) {
   ShowArticleTab();
   article().SetHeader(kHeader);
   OnDisplay([&] {
-    const QPalette light = QApplication::palette();
-    QPalette dark(QColor(0x20, 0x20, 0x20));
-    QApplication::setPalette(dark);
+    const DarkPalette dark;
     const QImage image = Header().grab().toImage();
-    QApplication::setPalette(light);
     EXPECT_EQ(image.pixelColor(1, 1), QColor(0xD9, 0xD9, 0xD9));
     int darkest = 255;
     for (int y = 0; y < image.height(); ++y) {
@@ -488,12 +485,9 @@ TEST_F(ToolbarTest, ImagesFollowThePalette) {
       EXPECT_GT(count, 20) << image;
       return count == 0 ? -1 : sum / count;
     };
-    const QPalette light = QApplication::palette();
     for (std::uint32_t image = 0; image < 7; ++image) EXPECT_LT(darkness(image), 0x60) << image;
-    QPalette dark(QColor(0x20, 0x20, 0x20));
-    QApplication::setPalette(dark);
+    const DarkPalette dark;
     for (std::uint32_t image = 0; image < 7; ++image) EXPECT_GT(darkness(image), 0xA0) << image;
-    QApplication::setPalette(light);
     EXPECT_TRUE(ToolbarIcon(7).pixmap(16).toImage().allGray());  // there is no such image
   });
 }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QPalette>
 #include <QTest>
 #include <chrono>
 #include <functional>
@@ -32,6 +34,23 @@ inline std::vector<port::Message> TakeMessages(port::ThreadQueues& queues) {
   queues.RemoveWindow(mark);
   return messages;
 }
+
+// The application's palette is dark while this lives. Display thread.
+class DarkPalette {
+ public:
+  DarkPalette() {
+    QPalette dark(QColor(0x20, 0x20, 0x20));
+    dark.setColor(QPalette::Base, QColor(0x18, 0x18, 0x18));
+    QApplication::setPalette(dark);
+    QCoreApplication::processEvents();
+  }
+  DarkPalette(const DarkPalette&) = delete;
+  DarkPalette& operator=(const DarkPalette&) = delete;
+  ~DarkPalette() { QApplication::setPalette(light_); }
+
+ private:
+  const QPalette light_ = QApplication::palette();
+};
 
 // "kind id detail" of the messages of that kind.
 inline std::vector<std::pair<std::uint32_t, std::uint32_t>> OfKind(

@@ -547,11 +547,7 @@ TEST_F(WindowTest, NothingIsDrawnLightOnADarkPalette) {
   ShowWindow();
   FillRows(5);
   OnDisplay([&] {
-    const QPalette before = QApplication::palette();
-    QPalette dark(QColor(0x20, 0x20, 0x20));
-    dark.setColor(QPalette::Base, QColor(0x18, 0x18, 0x18));
-    QApplication::setPalette(dark);
-    QCoreApplication::processEvents();
+    const DarkPalette dark;
     for (int tab = 0; tab < 3; ++tab) {
       Main().SelectTab(tab);
       QCoreApplication::processEvents();
@@ -562,7 +558,6 @@ TEST_F(WindowTest, NothingIsDrawnLightOnADarkPalette) {
       }
       EXPECT_LT(sum / (image.width() * image.height()), 70) << "tab " << tab;
     }
-    QApplication::setPalette(before);
   });
 }
 

@@ -479,11 +479,7 @@ TEST_F(TreeTest, RefillLeavesTheRowsWhereTheyWere) {
 TEST_F(TreeTest, RowsAreDrawnOnADarkPalette) {
   ShowTree(SmallTree());
   OnDisplay([&] {
-    const QPalette before = QApplication::palette();
-    QPalette dark(QColor(0x20, 0x20, 0x20));
-    dark.setColor(QPalette::Base, QColor(0x18, 0x18, 0x18));
-    QApplication::setPalette(dark);
-    QCoreApplication::processEvents();
+    const DarkPalette dark;
     const QImage image = Tree().viewport()->grab().toImage();
     const auto lightest = [&](const QRect& place) {
       int light = 0;
@@ -497,7 +493,6 @@ TEST_F(TreeTest, RowsAreDrawnOnADarkPalette) {
     EXPECT_GT(lightest(Tree().TextRect(At(100))), 150);
     EXPECT_GT(lightest(Tree().MarkRect(At(100))), 90);
     EXPECT_LT(lightest(QRect(0, 200, 300, 100)), 60);  // below the rows
-    QApplication::setPalette(before);
   });
 }
 
