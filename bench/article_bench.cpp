@@ -96,6 +96,8 @@ void MakeProfile(port::LinuxServices& services, unsigned articles) {
 class PaintWatcher final : public QObject {
  public:
   explicit PaintWatcher(qt::Viewer& viewer) : viewer_(viewer) {
+    after_painting_.setSingleShot(true);
+    connect(&after_painting_, &QTimer::timeout, this, [this] { ++painted; });
     viewer.viewport()->installEventFilter(this);
   }
   std::atomic<unsigned> painted{0};
@@ -104,14 +106,14 @@ class PaintWatcher final : public QObject {
   bool eventFilter(QObject* /*watched*/, QEvent* event) override {
     if (event->type() != QEvent::Paint || viewer_.toPlainText() == shown_) return false;
     shown_ = viewer_.toPlainText();
-    if (!shown_.isEmpty())
-      QTimer::singleShot(0, this, [this] { ++painted; });  // after the painting
+    if (!shown_.isEmpty()) after_painting_.start(0);
     return false;
   }
 
  private:
   qt::Viewer& viewer_;
   QString shown_;
+  QTimer after_painting_;
 };
 
 // Somebody who reads, beside the program and the display.
