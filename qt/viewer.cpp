@@ -94,6 +94,17 @@ void Viewer::changeEvent(QEvent* event) {
   if (event->type() == QEvent::ApplicationFontChange) ApplyFont();
 }
 
+// As tall as it gets, without pages: with them the toolkit lays out one page of eight million
+// pixels, and never comes back from the line behind it.
+void Viewer::ForgetPages() {
+  document()->setPageSize(QSizeF(viewport()->width(), 0));
+}
+
+void Viewer::resizeEvent(QResizeEvent* event) {
+  QTextBrowser::resizeEvent(event);
+  ForgetPages();
+}
+
 // Without any picture the toolkit would look for one among the user's files.
 QVariant Viewer::loadResource(int type, const QUrl& /*name*/) {
   if (type != QTextDocument::ImageResource) return {};
@@ -122,6 +133,7 @@ void Viewer::End() {
   } else {
     setHtml(PageOf(source_));
   }
+  ForgetPages();
   verticalScrollBar()->setValue(0);
   if (!plain_text_) ShowFirstHighlight();
   thaw_.stop();

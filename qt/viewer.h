@@ -43,6 +43,7 @@ class Viewer final : public QTextBrowser {
   void mouseReleaseEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   void changeEvent(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
   void ApplyFont();
@@ -53,6 +54,7 @@ class Viewer final : public QTextBrowser {
   QString LinkAtCursor() const;
   void ShowFirstHighlight();
   void LayOutAll();
+  void ForgetPages();
 
   const std::function<void(const QString& target)> activated_;
   QString source_;

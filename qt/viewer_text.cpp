@@ -10,6 +10,13 @@ namespace {
 constexpr QChar kBreakMark(0x200B);  // a blank without width
 constexpr int kLongestWord = 1000;
 
+// The toolkit never comes back from laying out a page of some twenty million pixels. A page stays
+// below that in the largest font on the narrowest window, where eight characters fill a row.
+constexpr int kMostRows = 300000;
+constexpr qsizetype kRowCharacters = 8;
+constexpr QLatin1String kRestNotShown(
+    "\n[The rest of this long article is not shown. Save it to read it.]");
+
 constexpr QLatin1String kLineEnd("&nbsp;<br>");
 constexpr QLatin1String kBreak("<br>");
 constexpr QLatin1String kLinkStart("<a href=\"");
@@ -28,6 +35,7 @@ class TextWriter {
   explicit TextWriter(qsizetype room) { out_.reserve(room); }
 
   void Character(QChar unit) {
+    room_ -= unit == QLatin1Char('\n') ? kRowCharacters : 1;
     const bool blank = unit == QLatin1Char(' ') || unit == QLatin1Char('\n') ||
                        unit == QLatin1Char('\r') || unit == QLatin1Char('\t');
     if (blank) {
@@ -44,11 +52,13 @@ class TextWriter {
     out_ += entity.sliced(1);
   }
   void Markup(QStringView markup) { out_ += markup; }
+  bool Full() const { return room_ <= 0; }
   QString Take() { return std::move(out_); }
 
  private:
   QString out_;
   int word_ = 0;
+  qsizetype room_ = kMostRows * kRowCharacters;
 };
 
 // Length of the entity that the text begins with, 0 for a lone ampersand.
@@ -68,7 +78,8 @@ class PageWriter {
 
   QString Write() {
     out_.Markup(u"<div style=\"white-space:pre-wrap\">");
-    while (at_ < all_.size()) WriteNext();
+    while (at_ < all_.size() && !out_.Full()) WriteNext();
+    if (at_ < all_.size()) out_.Markup(QString(kRestNotShown));
     out_.Markup(u"</div>");
     return out_.Take();
   }
@@ -151,7 +162,13 @@ QString PageOf(const QString& fragment) {
 
 QString TextPageOf(const QString& text) {
   TextWriter out(text.size() + text.size() / 64 + 16);
-  for (const QChar unit : text) out.Character(unit);
+  for (const QChar unit : text) {
+    if (out.Full()) {
+      out.Markup(QString(kRestNotShown));
+      break;
+    }
+    out.Character(unit);
+  }
   return out.Take();
 }
 

@@ -543,6 +543,25 @@ TEST_F(ArticleTest, LongAndOddTextsAreShownSoon) {
   }
 }
 
+// Whole they would be higher than the toolkit can lay out.
+TEST_F(ArticleTest, AMillionLinesEndWithANotice) {
+  ShowArticleTab();
+  for (const char16_t* font : {u"<FONT SIZE=\"2\">", u"<FONT SIZE=\"7\">"}) {
+    ShowSource(font + Repeated(u"&nbsp;<br>", 10000000) + u"</FONT>");
+    for (bool laid_out = false; !laid_out;) {
+      OnDisplay([&] {
+        Text().grab();
+        laid_out = Text().verticalScrollBar()->maximum() > 3000000;
+      });
+    }
+    OnDisplay([&] {
+      EXPECT_LT(Text().document()->size().height(), 16000000);
+      EXPECT_TRUE(Text().document()->lastBlock().text().startsWith(
+          QStringLiteral("[The rest of this long article is not shown.")));
+    });
+  }
+}
+
 TEST_F(ArticleTest, NulAndReservedCharactersAreShownAsReplacements) {
   ShowArticleTab();
   ShowSource(Wrapped(std::u16string(u"a\0b\uFDD0c\uFFFC", 6)));
