@@ -57,11 +57,9 @@ class FormDialog final : public QDialog {
     if (visible && !isVisible() && property("coversOwner").toBool()) {
       const QWidget* owner = parentWidget();
       const bool over = owner != nullptr && owner->isVisible() && !owner->isMinimized();
-      if (over && !owner->isMaximized()) {
-        setGeometry(owner->geometry());
-      } else {
-        setWindowState(windowState() | Qt::WindowMaximized);
-      }
+      // Also over a maximized owner: a desktop without a window manager maximizes nothing.
+      if (over) setGeometry(owner->geometry());
+      if (!over || owner->isMaximized()) setWindowState(windowState() | Qt::WindowMaximized);
     }
     QDialog::setVisible(visible);
   }

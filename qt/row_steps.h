@@ -7,7 +7,7 @@ class QKeyEvent;
 namespace quillet::qt {
 
 // While nothing is selected, the first step up or down selects the row that has the focus instead
-// of going past it; true when it did.
+// of going past it, and so does a leap to an end where the focus is; true when it did.
 bool FirstStepSelects(QAbstractItemView& view, const QKeyEvent& event);
 
 }  // namespace quillet::qt

@@ -79,6 +79,17 @@ TEST_F(FormTest, HeadersCoverTheirOwner) {
   });
 }
 
+TEST_F(FormTest, HeadersCoverAMaximizedOwner) {
+  const WindowHandle main = ShowWindow();
+  OnDisplay([&] { Main().showMaximized(); });
+  const WindowHandle dialog = Shown(124, main);
+  OnDisplay([&] {
+    EXPECT_TRUE(WidgetOf(dialog).isMaximized());
+    // Where nothing maximizes windows it lies over its owner all the same.
+    EXPECT_EQ(WidgetOf(dialog).normalGeometry(), Main().geometry());
+  });
+}
+
 TEST_F(FormTest, HeadersWithoutAnOwnerFillTheScreen) {
   const WindowHandle dialog = Shown(124);
   OnDisplay([&] {

@@ -28,6 +28,19 @@ TEST_F(TreeInputTest, FirstStepSelectsTheFirstRow) {
   EXPECT_EQ(tree().SelectedItem(), 100u);
 }
 
+TEST_F(TreeInputTest, ALeapToWhereTheFocusIsSelects) {
+  for (const int key : {Qt::Key_Home, Qt::Key_PageUp}) {
+    ShowTree(SmallTree());
+    Key(static_cast<Qt::Key>(key));
+    EXPECT_EQ(tree().SelectedItem(), 100u);
+  }
+  for (const int key : {Qt::Key_End, Qt::Key_PageDown}) {
+    ShowTree({{100, 0, false, u"alone"}});
+    Key(static_cast<Qt::Key>(key));
+    EXPECT_EQ(tree().SelectedItem(), 100u);
+  }
+}
+
 TEST_F(TreeInputTest, EndWorksBeforeAnythingIsSelected) {
   ShowTree(SmallTree());
   Key(Qt::Key_End);
