@@ -27,7 +27,7 @@ HEAD = ("From: %s <%s@x.example>\r\nSubject: %s\r\nMessage-ID: <%s@x>\r\n"
 ARTICLES = {
     1: (HEAD % ("Ann", "ann", "Hello", "ann", ""), "Text of Ann.\r\n"),
     2: (HEAD % ("Bob", "bob", "Re: Hello", "bob", "References: <ann@x>\r\n"), "Text of Bob.\r\n"),
-    3: (HEAD % ("Cyd", "cyd", "Other", "cyd", ""), "Text of Cyd.\r\n"),
+    3: (HEAD % ("Cyd", "cyd", "Other", "cyd", ""), "http://cyd.example/?a=1&b=2 is mine.\r\n"),
 }
 KEY = "software\\brindle\\quillet"
 
@@ -240,6 +240,47 @@ class WindowUnderX(unittest.TestCase):
         time.sleep(0.5)
         self.close()
         self.assertEqual(self.counts(), "2/3")
+
+    def opened_links(self):
+        try:
+            with open(os.path.join(self.folder.name, "links"), encoding="utf-8") as links:
+                return links.read().split()
+        except FileNotFoundError:
+            return []
+
+    def collect_links(self):
+        """Whatever opens links only writes them down."""
+        programs = os.path.join(self.folder.name, "bin")
+        os.mkdir(programs)
+        stub = os.path.join(programs, "xdg-open")
+        with open(stub, "w", encoding="utf-8") as script:
+            script.write('#!/bin/sh\nprintf "%%s\\n" "$1" >> "%s/links"\n' % self.folder.name)
+        os.chmod(stub, 0o755)
+        self.environment["PATH"] = programs + ":" + self.environment["PATH"]
+
+    def test_reads_on_by_keys_and_clicks(self):
+        self.prepare_articles()
+        self.collect_links()
+        window = self.open_threads()
+        self.tool("key", "Home", "Return")  # the thread's first article
+        time.sleep(1.0)
+        self.tool("key", "ctrl+Right", "Page_Down", "ctrl+Right")
+        time.sleep(1.0)
+        self.tool("mousemove", "--window", window, 100, 32, "click", 1)  # the header bar
+        wait_for("headers", lambda: self.tool(
+            "search", "--onlyvisible", "--name", "^Message headers$"))
+        self.tool("key", "Escape")
+        wait_for("end of the headers", lambda: not self.tool(
+            "search", "--onlyvisible", "--name", "^Message headers$"))
+        # The first line of the third article: below the menu bar and the two lines of the header.
+        self.tool("mousemove", "--window", window, 40, 70, "click", 1)
+        self.assertEqual(wait_for("link", self.opened_links), ["http://cyd.example/?a=1&b=2"])
+        self.tool("key", "Escape")
+        time.sleep(0.5)
+        self.tool("key", "Escape")
+        time.sleep(0.5)
+        self.close()
+        self.assertEqual(self.counts(), "0/3")
 
     def about(self):
         return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
