@@ -17,8 +17,12 @@ class SavingArticles : public ArticleTest {
   std::optional<std::string> File(std::u16string_view path) {
     return fake.files.ReadFile(path, 1 << 24);
   }
-  void Save(std::optional<std::u16string> path) {
-    fake.display.ExpectSaveFile(std::move(path));
+  void Save(std::u16string_view path) {
+    fake.display.ExpectSaveFile(std::u16string(path));
+    ArticleCommand(40057);
+  }
+  void CancelSaving() {
+    fake.display.ExpectSaveFile({});
     ArticleCommand(40057);
   }
 };
@@ -63,7 +67,7 @@ TEST_F(SavingArticles, WhatIsTurnedOnTheScreenIsTurnedInTheFile) {
 TEST_F(SavingArticles, ACancelledDialogSavesNothing) {
   OpenOne();
   const int calls = fake.files.calls(port::FileCall::kCreateNewFile);
-  Save(std::nullopt);
+  CancelSaving();
   EXPECT_EQ(fake.files.calls(port::FileCall::kCreateNewFile), calls);
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
