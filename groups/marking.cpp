@@ -42,9 +42,7 @@ bool MarkArticlesOf(std::size_t group, bool read) {
 void BringShownTreeInStep(std::size_t group) {
   if (!TreeIsShownOf(group)) return;
   SumUp(gThreadTree->root());
-  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
-    gCurrentArticle->read = gCurrentArticle->node->read;
-  }
+  BringCurrentArticleInStep();
 }
 
 // Marks the articles of one group; false when it stopped before its end.

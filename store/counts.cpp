@@ -57,9 +57,7 @@ void SetNodeRead(Node& node, bool read) {
   node.read = read ? 1 : 0;
   for (Node* above = node.parent; above != nullptr; above = above->parent) {
     above->readDescendantCount += read ? 1U : ~0U;
-    if (above->kind != NodeKind::kArticle) {
-      above->read = above->descendantCount == above->readDescendantCount ? 1 : 0;
-    }
+    UpdateReadOfGathering(*above);
   }
 }
 

@@ -32,4 +32,10 @@ struct Node {
   NodeKind kind = NodeKind::kRoot;
 };
 
+// Of the root and subject nodes: read when all articles below are, also when there are none.
+inline void UpdateReadOfGathering(Node& node) {
+  if (node.kind == NodeKind::kArticle) return;
+  node.read = node.descendantCount == node.readDescendantCount ? 1 : 0;
+}
+
 }  // namespace quillet

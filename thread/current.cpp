@@ -9,4 +9,10 @@ std::unique_ptr<AsciiArticle> gCurrentArticle;
 FindChoices gFind;
 ArticleViewHooks gArticleView;
 
+void BringCurrentArticleInStep() {
+  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
+    gCurrentArticle->read = gCurrentArticle->node->read;
+  }
+}
+
 }  // namespace quillet

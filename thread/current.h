@@ -21,6 +21,9 @@ extern int gThreadGroup;
 // The article of the article view, or null. Its `node` is null or a node of gThreadTree.
 extern std::unique_ptr<AsciiArticle> gCurrentArticle;
 
+// After nodes were marked: the current article is read as its node is.
+void BringCurrentArticleInStep();
+
 // The view-wide choices of the Find dialog; kept while the program runs.
 struct FindChoices {
   std::string text;  // the last search text, 8-bit

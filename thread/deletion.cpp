@@ -49,28 +49,6 @@ bool IsCurrent(const Node& node) {
   return gCurrentArticle && gCurrentArticle->node == &node;
 }
 
-// The children take the node's place. The counts are left to SumUp: for an article deep in a long
-// chain of replies, lowering those above it would cost a walk to the root each time.
-void TakeOutUncounted(Node& node) {
-  Node* first = node.firstChild != nullptr ? node.firstChild : node.nextSibling;
-  Node* last = node.previousSibling;
-  for (Node* child = node.firstChild; child != nullptr; child = child->nextSibling) {
-    child->parent = node.parent;
-    last = child;
-  }
-  if (node.firstChild != nullptr) {
-    node.firstChild->previousSibling = node.previousSibling;
-    last->nextSibling = node.nextSibling;
-  }
-  if (node.previousSibling != nullptr) {
-    node.previousSibling->nextSibling = first;
-  } else {
-    node.parent->firstChild = first;
-  }
-  if (node.nextSibling != nullptr) node.nextSibling->previousSibling = last;
-  node.parent = node.firstChild = node.previousSibling = node.nextSibling = nullptr;
-}
-
 // Deletes all or the read articles below the node, with progress; true when it came to the end.
 bool DeleteBelow(Node& top, bool only_read) {
   bool current_gone = false;
@@ -84,7 +62,9 @@ bool DeleteBelow(Node& top, bool only_read) {
     if (refused) break;
     current_gone = current_gone || IsCurrent(candidate);
     gThreadTree->index().Remove(candidate);
-    TakeOutUncounted(candidate);
+    // For an article deep in a long chain of replies, lowering the counts of those above it would
+    // cost a walk to the root each time.
+    ReplaceNodeByChildrenUncounted(candidate);
     SetProgressPosition(++done);
   }
   SumUp(top);

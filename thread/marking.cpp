@@ -49,9 +49,7 @@ void MarkNode(Node& node, bool read) {
   } else {
     MarkThread(node, read);
   }
-  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
-    gCurrentArticle->read = gCurrentArticle->node->read;
-  }
+  BringCurrentArticleInStep();
   RefreshThreadLabels(node);
   PostToMainWindow(kUserRefreshCounts);
 }

@@ -16,13 +16,6 @@
 namespace quillet {
 namespace {
 
-using Text = std::optional<std::string> AsciiArticle::*;
-
-// In the order in which they are looked at.
-constexpr Text kHeaderTexts[] = {
-    &AsciiArticle::headers,  &AsciiArticle::subject, &AsciiArticle::from, &AsciiArticle::messageId,
-    &AsciiArticle::parentId, &AsciiArticle::source,  &AsciiArticle::date, &AsciiArticle::replyTo};
-
 void SetUpFindDialog(port::WindowHandle dialog) {
   port::Dialogs& dialogs = gPlatform->dialogs;
   dialogs.SetText(dialog, kControlFindText, Widen(gFind.text));
@@ -60,14 +53,11 @@ std::uint64_t ArticlesAfter(const Node& node) {
 // An article that has gone from the store meanwhile is passed over.
 Node* FirstMatchAfter(const Node& from, const FindChoices& find) {
   ProgressMeter meter(ArticlesAfter(from));
-  const MatchOptions options{find.match_case, find.whole_word};
   StoredTexts texts;
   Node* article = NextArticle(from);
   for (; article != nullptr && !AbortRequested(); article = NextArticle(*article)) {
     const bool fetched = !article->messageId.empty() && texts.Fetch(article->messageId);
-    // A text never reaches over the NULs between those of an article, so one look is enough.
-    const std::string_view text = find.in_headers ? texts.All() : texts.Text(&AsciiArticle::body);
-    if (fetched && HasMatch(text, find.text, options)) return article;
+    if (fetched && ArticleMatches(texts, find)) return article;
     meter.Add(1);
   }
   return nullptr;
@@ -98,15 +88,11 @@ bool AskFindChoices() {
   return RunModalDialog(kDialogFind, SetUpFindDialog, FindDlgProc) == port::kIdOk;
 }
 
-bool ArticleMatches(const AsciiArticle& article, const FindChoices& find) {
-  const MatchOptions options{find.match_case, find.whole_word};
-  const auto holds = [&](Text text) {
-    return article.*text && HasMatch(*(article.*text), find.text, options);
-  };
-  if (find.in_headers && std::any_of(std::begin(kHeaderTexts), std::end(kHeaderTexts), holds)) {
-    return true;
-  }
-  return holds(&AsciiArticle::body);
+// A search text never reaches over the NULs between the texts of an article, so that one look at
+// all of them finds what looking at each in turn would.
+bool ArticleMatches(const StoredTexts& texts, const FindChoices& find) {
+  const std::string_view text = find.in_headers ? texts.All() : texts.Text(&AsciiArticle::body);
+  return HasMatch(text, find.text, {find.match_case, find.whole_word});
 }
 
 Node* SearchForward(Node* from, const FindChoices& find) {

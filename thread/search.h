@@ -12,9 +12,10 @@ namespace quillet {
 // gFind. False when it was cancelled.
 bool AskFindChoices();
 
-// Whether the article holds the text, by the choices: with `in_headers` the kept headers, subject,
-// from, Message-ID, parent id, source, date and reply-to, then the body; otherwise the body alone.
-bool ArticleMatches(const AsciiArticle& article, const FindChoices& find);
+// Whether the article holds the text (without a NUL), by the choices: with `in_headers` the kept
+// headers, subject, from, Message-ID, parent id, source, date and reply-to, and the body; otherwise
+// the body alone.
+bool ArticleMatches(const StoredTexts& texts, const FindChoices& find);
 
 // The first article after the node in pre-order that matches (`from` null: from the first article
 // on); null when none does, the text is empty or the search was aborted. Runs under the runner.

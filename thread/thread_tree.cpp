@@ -195,11 +195,6 @@ std::size_t ThreadTree::MemoryUsed() const {
 
 // --- Links and counts ----------------------------------------------------------------------------
 
-void UpdateReadOfGathering(Node& node) {
-  if (node.kind == NodeKind::kArticle) return;
-  node.read = node.descendantCount == node.readDescendantCount ? 1 : 0;
-}
-
 void UnlinkNode(Node& node) {
   if (node.parent == nullptr) return;
   JoinNeighbours(node, node.nextSibling, node.previousSibling);
@@ -208,20 +203,28 @@ void UnlinkNode(Node& node) {
   ClearLinks(node);
 }
 
-void ReplaceNodeByChildren(Node& node) {
+void ReplaceNodeByChildrenUncounted(Node& node) {
   if (node.parent == nullptr) return;
-  if (node.firstChild == nullptr) return UnlinkNode(node);
-  Node* last = nullptr;
+  Node* first = node.firstChild != nullptr ? node.firstChild : node.nextSibling;
+  Node* last = node.previousSibling;
   for (Node* child = node.firstChild; child != nullptr; child = child->nextSibling) {
     child->parent = node.parent;
     last = child;
   }
-  node.firstChild->previousSibling = node.previousSibling;
-  last->nextSibling = node.nextSibling;
-  JoinNeighbours(node, node.firstChild, last);
-  LowerCounts(node.parent, OwnArticles(node), OwnReadArticles(node));
+  if (node.firstChild != nullptr) {
+    node.firstChild->previousSibling = node.previousSibling;
+    last->nextSibling = node.nextSibling;
+  }
+  JoinNeighbours(node, first, last);
   ClearLinks(node);
   node.firstChild = nullptr;
+}
+
+void ReplaceNodeByChildren(Node& node) {
+  Node* const parent = node.parent;
+  if (parent == nullptr) return;
+  ReplaceNodeByChildrenUncounted(node);
+  LowerCounts(parent, OwnArticles(node), OwnReadArticles(node));
   node.descendantCount = 0;
   node.readDescendantCount = 0;
   UpdateReadOfGathering(node);

@@ -130,7 +130,7 @@ void UnlinkNode(Node& node);
 // Puts the node's children in its place, in their order, and takes the node out, alone: counts as
 // above.
 void ReplaceNodeByChildren(Node& node);
-// Of the root and subject nodes: read when all articles below are, also when there are none.
-void UpdateReadOfGathering(Node& node);
+// The same without the counts, for a caller who takes out many and sums up once (SumUp).
+void ReplaceNodeByChildrenUncounted(Node& node);
 
 }  // namespace quillet

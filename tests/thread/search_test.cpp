@@ -85,15 +85,24 @@ TEST_F(SearchTest, AFormThatCannotBeShownIsACancel) {
 
 // --- one article ---------------------------------------------------------------------------------
 
+// The article goes through the store, as in a search.
+bool Matches(AsciiArticle article, const FindChoices& find) {
+  if (!article.messageId) article.messageId = "<own@x>";
+  EXPECT_TRUE(StoreArticle(article));
+  StoredTexts texts;
+  EXPECT_TRUE(texts.Fetch(*article.messageId));
+  return ArticleMatches(texts, find);
+}
+
 TEST_F(SearchTest, TheBodyAloneUnlessTheHeadersAreWanted) {
   AsciiArticle article;
-  EXPECT_FALSE(ArticleMatches(article, {"x"}));
+  EXPECT_FALSE(Matches(article, {"x"}));
   article.body = "the body";
-  EXPECT_TRUE(ArticleMatches(article, {"BODY"}));
-  EXPECT_FALSE(ArticleMatches(article, {"BODY", true}));
-  EXPECT_FALSE(ArticleMatches(article, {"bod", false, true}));
-  EXPECT_TRUE(ArticleMatches(article, {"bod", false, false}));
-  EXPECT_FALSE(ArticleMatches(article, {""}));
+  EXPECT_TRUE(Matches(article, {"BODY"}));
+  EXPECT_FALSE(Matches(article, {"BODY", true}));
+  EXPECT_FALSE(Matches(article, {"bod", false, true}));
+  EXPECT_TRUE(Matches(article, {"bod", false, false}));
+  EXPECT_FALSE(Matches(article, {""}));
 }
 
 TEST_F(SearchTest, EveryHeaderIsLookedAt) {
@@ -103,14 +112,20 @@ TEST_F(SearchTest, EveryHeaderIsLookedAt) {
     AsciiArticle article;
     article.body = "nothing";
     article.*text = "a Needle in it";
-    EXPECT_FALSE(ArticleMatches(article, {"needle", false, false, false}));
-    EXPECT_TRUE(ArticleMatches(article, {"needle", false, true, true}));
-    EXPECT_FALSE(ArticleMatches(article, {"needle", true, false, true}));
-    EXPECT_TRUE(ArticleMatches(article, {"nothing", true, true, true}));
+    EXPECT_FALSE(Matches(article, {"needle", false, false, false}));
+    EXPECT_TRUE(Matches(article, {"needle", false, true, true}));
+    EXPECT_FALSE(Matches(article, {"needle", true, false, true}));
+    EXPECT_TRUE(Matches(article, {"nothing", true, true, true}));
   }
-  AsciiArticle shown;
-  shown.displayText = "needle";
-  EXPECT_FALSE(ArticleMatches(shown, {"needle", false, false, true}));
+}
+
+// What ends one text and begins the next one is no word and no hit.
+TEST_F(SearchTest, TextsOfAnArticleDoNotRunIntoEachOther) {
+  AsciiArticle article;
+  article.headers = "Lines: 1";
+  article.body = "body";
+  EXPECT_FALSE(Matches(article, {"1body", false, false, true}));
+  EXPECT_TRUE(Matches(article, {"body", false, true, true}));
 }
 
 // --- forward -------------------------------------------------------------------------------------
