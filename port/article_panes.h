@@ -1,6 +1,6 @@
 // The article view's pane: a header bar of two lines, the HTML viewer below it, and a toolbar below
 // the tabs. Program thread only. Before CreatePanes and after the main window has gone every write
-// does nothing.
+// does nothing, but for CreateToolbar.
 //
 // The user's part comes as messages to the main window: kCommand from the toolbar, kHeaderTapped
 // from the header bar, kLink with the target of a link, kKeyUp for released keys. The viewer itself

@@ -4,7 +4,8 @@
 //
 // The user's part comes as messages to the main window: kItemActivated (double click, tap or Enter;
 // id: the item) and kContextMenu (right click, long press or the menu key; id: the item, which the
-// display has selected before). Expanding, collapsing and moving about are the display's own.
+// display has selected before; 0, and nothing selected: below the rows). Expanding, collapsing and
+// moving about are the display's own.
 #pragma once
 
 #include <cstdint>

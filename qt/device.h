@@ -43,8 +43,8 @@ class QtDevice {
   JobQueue& jobs() { return jobs_; }
   Display& display() { return display_; }
 
-  // The session ends: every open box and file dialog is answered as Escape would, and so is every
-  // later one. Any thread.
+  // The session ends: every open box, menu and file dialog is answered as Escape would, and so is
+  // every later one. Any thread.
   void AnswerAll();
 
   // Runs `program` on a thread of its own, which becomes the program thread, and the event loop

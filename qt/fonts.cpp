@@ -15,10 +15,15 @@ constexpr std::array<double, 8> kSizeFactors{0.7, 0.8, 0.9, 1.0, 1.2, 1.45, 1.75
 
 }  // namespace
 
-QFont FontFor(std::u16string_view face, int size_index, const QFont& base) {
+QFont WithFace(std::u16string_view face, const QFont& base) {
   QFont font = base;
   const QString family = ToQt(face);
   if (!face.empty() && QFontDatabase::hasFamily(family)) font.setFamily(family);
+  return font;
+}
+
+QFont FontFor(std::u16string_view face, int size_index, const QFont& base) {
+  QFont font = WithFace(face, base);
   const int last = static_cast<int>(kSizeFactors.size());
   const auto index = static_cast<std::size_t>(std::clamp(size_index, 1, last) - 1);
   // A base font may be sized in pixels; QFontInfo knows its points in either case.

@@ -6,6 +6,9 @@
 
 namespace quillet::qt {
 
+// The base font in that face, when the display has it.
+QFont WithFace(std::u16string_view face, const QFont& base);
+
 // `size_index` runs from 1 (tiny) over 4 (medium, the size of `base`) to 8 (enormous); others are
 // brought into that range. An empty or unknown face, or "<default>", is the face of `base`.
 QFont FontFor(std::u16string_view face, int size_index, const QFont& base);

@@ -1,7 +1,6 @@
 #include "qt/header_bar.h"
 
 #include <QApplication>
-#include <QFontDatabase>
 #include <QFontInfo>
 #include <QKeyEvent>
 #include <QPainter>
@@ -9,8 +8,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qt/fonts.h"
 #include "qt/one_line.h"
 #include "qt/text.h"
+#include "res/resource.h"
 
 namespace quillet::qt {
 namespace {
@@ -30,9 +31,7 @@ const QColor kBorder(0xA8, 0xA8, 0xA8);
 }  // namespace
 
 QFont HeaderFont(std::u16string_view face, int pixels, const QFont& base) {
-  QFont font = base;
-  const QString family = ToQt(face);
-  if (!face.empty() && QFontDatabase::hasFamily(family)) font.setFamily(family);
+  QFont font = WithFace(face, base);
   const double factor = std::max(pixels / kNormalPixels, kSmallest);
   font.setPixelSize(static_cast<int>(std::lround(QFontInfo(base).pixelSize() * factor)));
   return font;
@@ -41,6 +40,7 @@ QFont HeaderFont(std::u16string_view face, int pixels, const QFont& base) {
 HeaderBar::HeaderBar(std::u16string_view face, int pixels, const std::function<void()>& tapped,
                      QWidget* parent)
     : QAbstractButton(parent), face_(face), pixels_(pixels) {
+  setProperty("controlId", kControlHeaderBar);
   setFocusPolicy(Qt::TabFocus);
   setCursor(Qt::PointingHandCursor);
   setAttribute(Qt::WA_Hover);

@@ -37,18 +37,11 @@ bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
 bool KeyFilter::Pressed(port::WindowHandle window, const QKeyEvent& event) {
   const auto key = VirtualKey(event.key());
   if (!key) return false;
-  const bool main = display_.main && display_.main->Handle() == window;
+  down_.emplace(window, *key);
+  if (!display_.main || display_.main->Handle() != window) return false;
   const std::uint32_t modifiers = Modifiers(event.modifiers());
-  const bool accelerator =
-      main && FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;
-  // Its release may come after that of Control or Shift and would then mean something of its own.
-  if (accelerator) {
-    down_.erase({window, *key});
-  } else {
-    down_.emplace(window, *key);
-  }
-  if (main) display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
-  return accelerator;
+  display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
+  return FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;
 }
 
 void KeyFilter::Released(port::WindowHandle window, const QKeyEvent& event) {

@@ -70,17 +70,19 @@ void QtTreeView::FocusTree() {
 std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle owner,
                                       const std::vector<port::PopUpEntry>& entries) {
   const auto chosen = std::make_shared<std::uint32_t>(0);
-  display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
-    if (dismiss_all_ || entries.empty() || !display_.main) {
-      completion->Finish();
-      return;
-    }
-    Open(owner, entries, [chosen, completion](std::uint32_t command) {
-      *chosen = command;
-      completion->Finish();
-    });
-  });
-  return *chosen;
+  const bool answered =
+      display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
+        if (dismiss_all_ || entries.empty() || !display_.main) {
+          completion->Finish();
+          return;
+        }
+        Open(owner, entries, [chosen, completion](std::uint32_t command) {
+          *chosen = command;
+          completion->Finish();
+        });
+      });
+  // A display that has gone may still write the choice.
+  return answered ? *chosen : 0;
 }
 
 // A menu hides before it tells what was chosen: only what has not been answered by the next turn

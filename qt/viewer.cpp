@@ -247,22 +247,23 @@ void Viewer::Tapped(QPoint place) {
   ActivateLink(anchorAt(place));
 }
 
-std::unique_ptr<QMenu> Viewer::NewMenu(QPoint place) {
+std::unique_ptr<QMenu> Viewer::NewMenu(std::optional<QPoint> place) {
   auto menu = std::make_unique<QMenu>(this);
   menu->setAccessibleName(QStringLiteral("Article text"));
-  const QString link = place.isNull() ? LinkAtCursor() : anchorAt(place);
+  const QString link = place ? anchorAt(*place) : LinkAtCursor();
   menu->addAction(QStringLiteral("&Copy"), this, &Viewer::CopySelectionOrAll);
   menu->addAction(QStringLiteral("Select &all"), this, &QTextEdit::selectAll);
   QAction* copy_link = menu->addAction(QStringLiteral("Copy &link"), this,
                                        [link] { QApplication::clipboard()->setText(link); });
   copy_link->setEnabled(!link.isEmpty());
-  for (QAction* action : menu->actions())
+  for (QAction* action : menu->actions()) {
     action->setEnabled(action->isEnabled() && !document()->isEmpty());
+  }
   return menu;
 }
 
 // Shown without waiting for the choice.
-void Viewer::ShowMenu(QPoint place, QPoint screen_place) {
+void Viewer::ShowMenu(std::optional<QPoint> place, QPoint screen_place) {
   QMenu* menu = NewMenu(place).release();
   menu->setAttribute(Qt::WA_DeleteOnClose);
   menu->popup(screen_place);
@@ -270,7 +271,7 @@ void Viewer::ShowMenu(QPoint place, QPoint screen_place) {
 
 void Viewer::contextMenuEvent(QContextMenuEvent* event) {
   const bool by_key = event->reason() == QContextMenuEvent::Keyboard;
-  ShowMenu(by_key ? QPoint() : event->pos(), event->globalPos());
+  ShowMenu(by_key ? std::nullopt : std::optional(event->pos()), event->globalPos());
   event->accept();
 }
 

@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "port/article_panes.h"
@@ -32,8 +33,8 @@ class Viewer final : public QTextBrowser {
 
   QVariant loadResource(int type, const QUrl& name) override;
 
-  // The menu for that place of the viewport (null: for the link that has the focus).
-  std::unique_ptr<QMenu> NewMenu(QPoint place);
+  // The menu for that place of the viewport (none: for the link that has the focus).
+  std::unique_ptr<QMenu> NewMenu(std::optional<QPoint> place);
 
  protected:
   QMimeData* createMimeDataFromSelection() const override;
@@ -49,7 +50,7 @@ class Viewer final : public QTextBrowser {
   void ApplyFont();
   bool IsTap(QPoint place) const;
   void Tapped(QPoint place);
-  void ShowMenu(QPoint place, QPoint screen_place);
+  void ShowMenu(std::optional<QPoint> place, QPoint screen_place);
   void ActivateLink(const QString& target);
   QString LinkAtCursor() const;
   void ShowFirstHighlight();

@@ -132,7 +132,7 @@ class DisplayObserver {
 
   // The tree was created, filled, changed or its caption set by the program.
   virtual void OnTreeChanged() {}
-  // Header, toolbar or viewer changed by the program.
+  // Header, toolbar or viewer changed by the program; not told of additions to the source.
   virtual void OnArticleChanged() {}
   virtual void OnViewerScrolled(ScrollStep /*step*/) {}
   virtual void OnViewerCopied() {}

@@ -284,6 +284,7 @@ bool FakeDisplay::ActivateItem(TreeItem item) {
 bool FakeDisplay::AskItemMenu(TreeItem item) {
   const Lock lock(mutex_);
   if (item == 0 ? !TreeTakesInput() : !ClickItemLocked(item)) return false;
+  if (item == 0) tree_.selected = 0;
   queues_.Post({window_.handle, MessageKind::kContextMenu, item, 0, {}});
   return true;
 }

@@ -39,6 +39,8 @@ TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
   EXPECT_EQ(gPrefs->removecrs, 0U);
   EXPECT_FALSE(Shown().created);
   EXPECT_EQ(Shown().copies, 0);
+  Open("<a1@x>");
+  EXPECT_FALSE(Shown().plain_text);
 }
 
 // --- Moving --------------------------------------------------------------------------------------

@@ -273,7 +273,7 @@ TEST_F(Reading, TheUserClicksOpensAndAsksForMenus) {
   EXPECT_TRUE(display.AskItemMenu(2));
   EXPECT_EQ(display.SelectedItem(), 2U) << "selected before the message";
   EXPECT_TRUE(display.AskItemMenu(0)) << "below the rows";
-  EXPECT_EQ(display.SelectedItem(), 2U);
+  EXPECT_EQ(display.SelectedItem(), 0U);
   const auto messages = Waiting();
   ASSERT_EQ(messages.size(), 3U);
   ExpectMessage(messages[0], MessageKind::kItemActivated, 6);

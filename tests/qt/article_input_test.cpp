@@ -111,17 +111,17 @@ TEST_F(ArticleInputTest, KeysDoNotScrollAndTheirReleasesAreTold) {
   }
 }
 
-TEST_F(ArticleInputTest, AcceleratorKeepsItsRelease) {
+// Control was let go first; that the arrow scrolls nothing then is the program's to know.
+TEST_F(ArticleInputTest, TheReleaseOfAnAcceleratorsKeyIsToldAsItIs) {
   ShowArticleTab();
   OnDisplay([&] {
     QWindow* window = Main().windowHandle();
     QTest::keyPress(window, Qt::Key_Down, Qt::ControlModifier);
-    // Control was let go first: the arrow alone would scroll the article that is shown now.
     QTest::keyRelease(window, Qt::Key_Down, Qt::NoModifier);
   });
   const std::vector<port::Message> messages = TakeMessages(queues);
   EXPECT_EQ(OfKind(messages, MessageKind::kKeyDown), (Details{{0x28, 1}}));
-  EXPECT_TRUE(OfKind(messages, MessageKind::kKeyUp).empty());
+  EXPECT_EQ(OfKind(messages, MessageKind::kKeyUp), (Details{{0x28, 0}}));
 }
 
 TEST_F(ArticleInputTest, ScrollStepsGoByPagesAndToTheEnds) {

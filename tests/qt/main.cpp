@@ -18,7 +18,7 @@ namespace {
 void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
                           const QString& text) {
   // The offscreen platform says what it does not do.
-  if (text.contains(QLatin1String("This plugin does not support"))) return;
+  if (type != QtFatalMsg && text.contains(QLatin1String("This plugin does not support"))) return;
   std::fprintf(stderr, "%s\n", qPrintable(text));
   if (type == QtFatalMsg) std::abort();
 }

@@ -391,7 +391,7 @@ TEST_F(WindowTest, EveryAcceleratorReachesTheProgramAsAKey) {
       EXPECT_EQ(OfKind(messages, MessageKind::kKeyDown),
                 (Details{{entry.virtual_key, entry.modifiers}}))
           << view << ": " << entry.command;
-      EXPECT_TRUE(OfKind(messages, MessageKind::kKeyUp).empty());
+      EXPECT_EQ(OfKind(messages, MessageKind::kKeyUp).size(), 1u);
       EXPECT_TRUE(OfKind(messages, MessageKind::kCommand).empty());  // the program translates
     }
   }

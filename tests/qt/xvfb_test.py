@@ -224,8 +224,9 @@ class WindowUnderX(unittest.TestCase):
     def test_termination_closes_an_open_menu(self):
         self.prepare_articles()
         self.open_threads()
+        before = self.shown_windows()
         self.tool("key", "Down", "Menu")
-        time.sleep(0.5)
+        wait_for("menu", lambda: self.shown_windows() > before)
         self.program.terminate()
         self.end()
         self.assertEqual(self.counts(), "3/3")
@@ -240,6 +241,9 @@ class WindowUnderX(unittest.TestCase):
         time.sleep(0.5)
         self.close()
         self.assertEqual(self.counts(), "2/3")
+
+    def shown_windows(self):
+        return len(self.tool("search", "--onlyvisible", "--pid", self.program.pid))
 
     def opened_links(self):
         try:
