@@ -3,15 +3,15 @@
 #include <array>
 #include <cstdint>
 
-#include "app/base/app_messages.h"
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/modal_dialog.h"
-#include "app/base/prefs.h"
-#include "app/base/views.h"
 #include "app/open_prefs.h"
 #include "app/startup.h"
 #include "article/view.h"
+#include "base/app_messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/modal_dialog.h"
+#include "base/prefs.h"
+#include "base/views.h"
 #include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "port/platform.h"

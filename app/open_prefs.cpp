@@ -5,12 +5,12 @@
 #include <tuple>
 #include <utility>
 
-#include "app/base/messages.h"
-#include "app/base/prefs_registry.h"
-#include "app/base/views.h"
 #include "app/main_window.h"
 #include "app/startup.h"
 #include "article/view.h"
+#include "base/messages.h"
+#include "base/prefs_registry.h"
+#include "base/views.h"
 #include "groups/group_list.h"
 #include "port/platform.h"
 #include "store/databases.h"

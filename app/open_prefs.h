@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 
 namespace quillet {
 

@@ -2,13 +2,13 @@
 
 #include <cstdlib>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
-#include "app/base/views.h"
 #include "app/main_window.h"
 #include "app/open_prefs.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
+#include "base/views.h"
 #include "nntp/connect.h"
 #include "port/platform.h"
 #include "store/compression.h"

@@ -2,11 +2,11 @@
 #include <array>
 #include <new>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
 #include "article/current_article.h"
 #include "article/view.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"

@@ -1,10 +1,10 @@
 // The "Message headers" dialog.
 #include <new>
 
-#include "app/base/messages.h"
-#include "app/base/modal_dialog.h"
 #include "article/current_article.h"
 #include "article/view.h"
+#include "base/messages.h"
+#include "base/modal_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "util/format.h"

@@ -1,11 +1,11 @@
 // An article as one text.
 #include <new>
 
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
 #include "article/current_article.h"
 #include "article/render.h"
 #include "article/view.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "util/text.h"
 
 namespace quillet {

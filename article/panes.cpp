@@ -2,11 +2,11 @@
 #include <array>
 #include <vector>
 
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/views.h"
 #include "article/current_article.h"
 #include "article/view.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/views.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "thread/moves.h"

@@ -6,7 +6,7 @@
 #include <span>
 #include <utility>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 #include "util/format.h"
 
 namespace quillet {

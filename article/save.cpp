@@ -1,8 +1,8 @@
 // Saving a text as a file of its own.
 #include <algorithm>
 
-#include "app/base/messages.h"
 #include "article/view.h"
+#include "base/messages.h"
 #include "port/platform.h"
 #include "util/format.h"
 

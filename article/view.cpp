@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <new>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/wait_cursor.h"
 #include "article/current_article.h"
 #include "article/render.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "thread/view.h"

@@ -22,8 +22,8 @@
 #include <thread>
 #include <vector>
 
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_display.h"
 #include "qt/program.h"
 #include "store/chains.h"

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "app/base/prefs.h"
 #include "article/render.h"
+#include "base/prefs.h"
 #include "bench/measure.h"
 #include "util/text.h"
 

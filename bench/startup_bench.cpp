@@ -18,9 +18,9 @@
 #include <thread>
 #include <vector>
 
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
 #include "app/startup.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "bench/measure.h"
 #include "port/fake/fake_display.h"
 #include "port/linux/linux_platform.h"

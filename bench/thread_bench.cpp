@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "bench/measure.h"
 #include "bench/stored_group.h"
 #include "port/fake/fake_platform.h"

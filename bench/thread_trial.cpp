@@ -13,8 +13,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
 #include "port/fake/fake_platform.h"
 #include "port/linux/linux_clock.h"
 #include "qt/device.h"

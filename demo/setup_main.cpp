@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/base/multi_string.h"
-#include "app/base/prefs_registry.h"
+#include "base/multi_string.h"
+#include "base/prefs_registry.h"
 #include "demo/option_reader.h"
 #include "port/linux/linux_registry.h"
 #include "port/linux/profile.h"

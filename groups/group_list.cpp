@@ -6,12 +6,12 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/messages.h"
-#include "app/base/modal_dialog.h"
-#include "app/base/prefs.h"
-#include "app/base/views.h"
-#include "app/base/wait_cursor.h"
 #include "article/view.h"
+#include "base/messages.h"
+#include "base/modal_dialog.h"
+#include "base/prefs.h"
+#include "base/views.h"
+#include "base/wait_cursor.h"
 #include "groups/marking.h"
 #include "groups/newsgroups.h"
 #include "killfile/entry_dialog.h"

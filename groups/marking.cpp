@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "app/base/long_operation.h"
-#include "app/base/prefs.h"
+#include "base/long_operation.h"
+#include "base/prefs.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "thread/current.h"

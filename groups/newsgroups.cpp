@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "killfile/killfile.h"
 #include "store/counts.h"
 #include "store/databases.h"

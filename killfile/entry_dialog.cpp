@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "app/base/messages.h"
-#include "app/base/modal_dialog.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/messages.h"
+#include "base/modal_dialog.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "killfile/killfile.h"
 #include "port/platform.h"
 #include "res/resource.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "app/base/messages.h"
-#include "app/base/multi_string.h"
+#include "base/messages.h"
+#include "base/multi_string.h"
 #include "util/text.h"
 
 namespace quillet {

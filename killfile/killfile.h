@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 #include "store/records.h"
 
 namespace quillet {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 #include "nntp/connection.h"
 #include "nntp/replies.h"
 #include "util/format.h"

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
-#include "app/base/app_messages.h"
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
+#include "base/app_messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
 #include "port/platform.h"

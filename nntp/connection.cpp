@@ -4,9 +4,9 @@
 #include <array>
 #include <span>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "nntp/auth.h"
 #include "nntp/download.h"
 #include "nntp/post_queue.h"

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <utility>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
-#include "app/base/views.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
+#include "base/views.h"
 #include "nntp/connection.h"
 #include "nntp/fetch.h"
 #include "nntp/replies.h"

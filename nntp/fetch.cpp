@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "app/base/long_operation.h"
-#include "app/base/prefs.h"
+#include "base/long_operation.h"
+#include "base/prefs.h"
 #include "killfile/killfile.h"
 #include "nntp/connection.h"
 #include "nntp/headers.h"

@@ -5,7 +5,7 @@
 #include <new>
 #include <span>
 
-#include "app/base/long_operation.h"
+#include "base/long_operation.h"
 #include "nntp/connection.h"
 #include "port/platform.h"
 #include "util/format.h"

@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QSessionManager>
 
-#include "app/base/messages.h"
 #include "app/startup.h"
+#include "base/messages.h"
 
 namespace quillet::qt {
 namespace {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <optional>
 
-#include "app/base/messages.h"
 #include "app/startup.h"
+#include "base/messages.h"
 #include "port/linux/linux_platform.h"
 #include "script/commands.h"
 #include "script/input_lines.h"

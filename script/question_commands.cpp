@@ -2,8 +2,8 @@
 #include <array>
 #include <memory>
 
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "nntp/connection.h"
 #include "port/platform.h"
 #include "script/commands.h"

@@ -3,7 +3,7 @@
 #include <array>
 #include <vector>
 
-#include "app/base/multi_string.h"
+#include "base/multi_string.h"
 #include "script/words.h"
 #include "util/little_endian.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/base/prefs_registry.h"
+#include "base/prefs_registry.h"
 #include "port/platform.h"
 #include "store/databases.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "app/base/records.h"
+#include "base/records.h"
 #include "store/record_strings.h"
 #include "util/little_endian.h"
 #include "util/text.h"

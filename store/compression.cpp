@@ -6,9 +6,9 @@
 #include <new>
 #include <type_traits>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/wait_cursor.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/databases.h"
 #include "store/maintenance.h"

@@ -3,10 +3,10 @@
 #include <new>
 #include <utility>
 
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/records.h"
-#include "app/base/wait_cursor.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/records.h"
+#include "base/wait_cursor.h"
 #include "store/chains.h"
 #include "store/databases.h"
 #include "store/node.h"

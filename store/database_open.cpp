@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "app/base/messages.h"
+#include "base/messages.h"
 #include "port/platform.h"
 #include "store/device_path.h"
 #include "store/gdbm_header.h"

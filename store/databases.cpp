@@ -3,10 +3,10 @@
 #include <array>
 #include <limits>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs_registry.h"
-#include "app/base/views.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs_registry.h"
+#include "base/views.h"
 #include "port/platform.h"
 #include "store/chains.h"
 #include "store/counts.h"

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/views.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/views.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"

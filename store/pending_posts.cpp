@@ -1,6 +1,6 @@
 // Queued posts: article records of their own database, with `read` as the posting run's mark.
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
 #include "port/platform.h"
 #include "port/windows.h"
 #include "store/databases.h"

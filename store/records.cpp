@@ -4,9 +4,9 @@
 #include <new>
 #include <utility>
 
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/records.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/records.h"
 #include "store/bulk_store.h"
 #include "store/compression.h"
 #include "store/databases.h"

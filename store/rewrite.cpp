@@ -2,7 +2,7 @@
 #include <array>
 #include <span>
 
-#include "app/base/long_operation.h"
+#include "base/long_operation.h"
 #include "port/platform.h"
 #include "store/compression.h"
 #include "store/counts.h"

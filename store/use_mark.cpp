@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "app/base/prefs_registry.h"
+#include "base/prefs_registry.h"
 #include "port/platform.h"
 
 namespace quillet {

@@ -15,21 +15,21 @@ forbid() {
   found=1
 }
 
-program=(util app store killfile nntp thread article groups)
+program=(util base app store killfile nntp thread article groups)
 contracts=(port/*.h port/*.cpp port/common)
 
 forbid '#include *[<"]Q[A-Z]' 'the toolkit in the program' "${program[@]}" "${contracts[@]}" \
   port/linux port/fake script res/commands.cpp res/commands.h res/resource.h res/dialog_templates.h
 forbid '#include *<(unistd\.h|sys/|fcntl\.h|netinet/|arpa/|netdb\.h|poll\.h|dlfcn\.h|systemd/|sqlite3\.h)' \
   'the operating system in the program' "${program[@]}" "${contracts[@]}"
-forbid '#include *<gdbm\.h>' 'the database library outside store/' util app killfile nntp thread \
+forbid '#include *<gdbm\.h>' 'the database library outside store/' util base app killfile nntp thread \
   article groups \
   "${contracts[@]}" port/linux port/fake script qt
 forbid '\b(getenv|setenv|std::filesystem|system_clock|steady_clock::now|gettimeofday|localtime|fopen|ofstream|ifstream)\b' \
   'a service that belongs behind the port' "${program[@]}" "${contracts[@]}"
 forbid '#include *"(qt|script|demo|tests|bench)/' 'an upward include' "${program[@]}" \
   "${contracts[@]}" port/linux port/fake res
-forbid '#include *"(app/[a-z_]+\.h|nntp/|thread/|article/|groups/|killfile/)' 'an upward include' util port store app/base
+forbid '#include *"(app/|nntp/|thread/|article/|groups/|killfile/)' 'an upward include' util port store base
 forbid '#include *"(article|groups)/' 'an upward include' killfile nntp thread
 forbid '#include *"groups/' 'an upward include' article
 forbid '#include *"port/(linux|fake)/' 'a device in the program' "${program[@]}" "${contracts[@]}"

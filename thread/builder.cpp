@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/base/messages.h"
-#include "app/base/records.h"
+#include "base/messages.h"
+#include "base/records.h"
 #include "thread/forest.h"
 #include "thread/gathering.h"
 

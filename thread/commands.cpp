@@ -2,10 +2,10 @@
 #include <array>
 #include <vector>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/views.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/views.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"

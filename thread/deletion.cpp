@@ -1,9 +1,9 @@
 #include "thread/deletion.h"
 
-#include "app/base/app_messages.h"
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/views.h"
+#include "base/app_messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/views.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"

@@ -2,9 +2,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "store/chains.h"
 #include "store/databases.h"
 #include "store/records.h"

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/base/messages.h"
+#include "base/messages.h"
 #include "port/platform.h"
 #include "thread/shown_labels.h"
 #include "thread/view.h"

@@ -1,7 +1,7 @@
 #include "thread/marking.h"
 
-#include "app/base/app_messages.h"
-#include "app/base/long_operation.h"
+#include "base/app_messages.h"
+#include "base/long_operation.h"
 #include "store/counts.h"
 #include "thread/current.h"
 #include "thread/moves.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "app/base/long_operation.h"
+#include "base/long_operation.h"
 
 namespace quillet {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/modal_dialog.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/modal_dialog.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "thread/moves.h"

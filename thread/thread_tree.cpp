@@ -4,7 +4,7 @@
 #include <functional>
 #include <new>
 
-#include "app/base/messages.h"
+#include "base/messages.h"
 
 namespace quillet {
 namespace {

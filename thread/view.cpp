@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "app/base/app_messages.h"
-#include "app/base/prefs.h"
-#include "app/base/records.h"
-#include "app/base/views.h"
+#include "base/app_messages.h"
+#include "base/prefs.h"
+#include "base/records.h"
+#include "base/views.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "store/databases.h"

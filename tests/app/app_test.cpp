@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "app/base/app_messages.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
 #include "app/open_prefs.h"
 #include "app/startup.h"
+#include "base/app_messages.h"
+#include "base/messages.h"
+#include "base/prefs.h"
 #include "groups/group_list.h"
 #include "res/commands.h"
 #include "res/resource.h"

@@ -1,8 +1,8 @@
 // In a program of its own: once bound, the database library stays bound.
 #include <gtest/gtest.h>
 
-#include "app/base/prefs.h"
 #include "app/startup.h"
+#include "base/prefs.h"
 #include "port/fake/fake_platform.h"
 
 namespace quillet {

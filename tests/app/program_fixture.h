@@ -10,11 +10,11 @@
 #include <utility>
 #include <vector>
 
-#include "app/base/multi_string.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
 #include "app/open_prefs.h"
 #include "app/startup.h"
+#include "base/multi_string.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"
 #include "util/little_endian.h"

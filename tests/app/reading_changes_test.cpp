@@ -1,5 +1,5 @@
 // What else may happen while somebody reads: downloads, changed preferences, the end.
-#include "app/base/messages.h"
+#include "base/messages.h"
 #include "tests/app/reading_fixture.h"
 
 namespace quillet {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "app/base/views.h"
 #include "article/view.h"
+#include "base/views.h"
 #include "res/resource.h"
 #include "tests/store/store_fixture.h"
 #include "tests/support/failing_new.h"

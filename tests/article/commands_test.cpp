@@ -1,5 +1,5 @@
 // The commands and keys of the article view, the "Message headers" dialog.
-#include "app/base/app_messages.h"
+#include "base/app_messages.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
 

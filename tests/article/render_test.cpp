@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 #include "tests/article/render_reference.h"
 #include "tests/support/failing_new.h"
 #include "util/text.h"

@@ -1,5 +1,5 @@
 // Showing articles: what becomes current, what is marked, what the panes show.
-#include "app/base/app_messages.h"
+#include "base/app_messages.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
 

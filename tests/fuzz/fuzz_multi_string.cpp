@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/multi_string.h"
+#include "base/multi_string.h"
 #include "util/little_endian.h"
 
 using namespace quillet;

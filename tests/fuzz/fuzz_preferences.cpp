@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "app/base/prefs_fields.h"
-#include "app/base/prefs_registry.h"
+#include "base/prefs_fields.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
 #include "util/little_endian.h"
 

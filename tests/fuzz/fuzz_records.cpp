@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "app/base/prefs.h"
+#include "base/prefs.h"
 #include "port/fake/fake_platform.h"
 #include "store/chains.h"
 #include "store/compression.h"

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/prefs.h"
 #include "article/render.h"
+#include "base/prefs.h"
 #include "util/text.h"
 
 namespace {

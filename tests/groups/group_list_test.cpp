@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
-#include "app/base/views.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
+#include "base/views.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 #include "store/chains.h"

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/base/app_messages.h"
-#include "app/base/prefs_damage.h"
-#include "app/base/prefs_registry.h"
+#include "base/app_messages.h"
+#include "base/prefs_damage.h"
+#include "base/prefs_registry.h"
 #include "groups/group_list.h"
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"

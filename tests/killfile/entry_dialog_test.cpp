@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "app/base/messages.h"
-#include "app/base/prefs_registry.h"
+#include "base/messages.h"
+#include "base/prefs_registry.h"
 #include "killfile/killfile.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"

@@ -5,9 +5,9 @@
 
 #include <random>
 
-#include "app/base/messages.h"
-#include "app/base/prefs_damage.h"
-#include "app/base/prefs_registry.h"
+#include "base/messages.h"
+#include "base/prefs_damage.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
 #include "tests/support/failing_new.h"
 

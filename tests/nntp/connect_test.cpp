@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "app/base/app_messages.h"
+#include "base/app_messages.h"
 #include "tests/nntp/nntp_fixture.h"
 
 namespace quillet {

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
 #include "port/fake/fake_platform.h"

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
 #include "port/fake/fake_platform.h"
 #include "qt/forms.h"
 #include "res/resource.h"

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <map>
 
-#include "app/base/views.h"
+#include "base/views.h"
 #include "res/resource.h"
 #include "store/shown_tree.h"
 #include "tests/store/store_fixture.h"

@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "app/base/app_messages.h"
-#include "app/base/long_operation.h"
-#include "app/base/messages.h"
-#include "app/base/prefs.h"
-#include "app/base/prefs_registry.h"
+#include "base/app_messages.h"
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
 #include "store/chains.h"
 #include "store/compression.h"

@@ -1,0 +1,20 @@
+// The program's own messages to its main window (kUser, by id). Lower folders post them to make
+// something happen above themselves.
+#pragma once
+
+#include <cstdint>
+
+#include "base/messages.h"
+#include "port/platform.h"
+
+namespace quillet {
+
+constexpr std::uint32_t kUserScheduledDownload = 2;  // refill the group list, then connect
+constexpr std::uint32_t kUserRefreshCounts = 3;      // counts, status line, queued posts
+constexpr std::uint32_t kUserRefillGroupList = 4;    // the whole group list anew
+
+inline void PostToMainWindow(std::uint32_t user_message) {
+  gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, user_message, 0, {}});
+}
+
+}  // namespace quillet

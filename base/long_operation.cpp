@@ -1,0 +1,164 @@
+#include "base/long_operation.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include "base/messages.h"
+#include "port/platform.h"
+#include "res/resource.h"
+
+namespace quillet {
+
+std::atomic<std::uint32_t> gAbortRequested = 0;
+std::atomic<port::WindowHandle> gProgressDialog = 0;
+
+namespace {
+
+constexpr std::uint32_t kAbortTimer = 1;
+constexpr std::uint32_t kAbortTimerMs = 10000;
+constexpr std::uint64_t kLargestRange = 65535;
+// A waiter looks at least this often, and is woken earlier by the writer.
+constexpr std::chrono::milliseconds kLongestLook(100);
+
+// What the waiters sleep on; the words they wait for are the atomics above.
+std::mutex gProgressMutex;
+std::condition_variable gProgressChanged;
+bool gProgressFailed = false;  // guarded by gProgressMutex: the dialog could not be created
+
+bool gRunning = false;             // program thread only
+std::uint64_t gProgressUnits = 1;  // program thread only
+
+void PublishDialog(port::WindowHandle dialog) {
+  const std::lock_guard lock(gProgressMutex);
+  gProgressDialog = dialog;
+  gProgressFailed = dialog == 0;
+  gProgressChanged.notify_all();
+}
+
+template <class Predicate>
+void WaitForProgressThread(Predicate predicate) {
+  std::unique_lock lock(gProgressMutex);
+  while (!predicate()) gProgressChanged.wait_for(lock, kLongestLook);
+}
+
+// The dialog vanishes, whether or not the operation has stopped.
+void DestroyDialogOnItsThread(port::WindowHandle dialog) {
+  gPlatform->messages.KillTimer(dialog, kAbortTimer);
+  gPlatform->dialogs.Destroy(dialog);
+  PublishDialog(0);
+  gPlatform->messages.PostQuit(0);
+}
+
+void ProgressDlgProc(port::WindowHandle dialog, const port::Message& message) {
+  switch (message.kind) {
+    case port::MessageKind::kCommand:
+      if (message.id != kControlCancel || gAbortRequested != 0) return;
+      gPlatform->dialogs.ShowControl(dialog, kControlCancel, false);
+      gAbortRequested = 1;
+      gPlatform->dialogs.SetText(dialog, kControlProgressDetail, u"Aborting; please wait.");
+      gPlatform->messages.SetTimer(dialog, kAbortTimer, kAbortTimerMs);
+      return;
+    case port::MessageKind::kTimer:
+    case port::MessageKind::kClose:
+      DestroyDialogOnItsThread(dialog);
+      return;
+    default:
+      return;  // the silent key-up at the end of a run comes here and is ignored
+  }
+}
+
+void ProgressThread(const std::u16string& title) {
+  const port::WindowHandle dialog = gPlatform->dialogs.Create(kDialogProgress, gMainWindow);
+  if (dialog == 0) {
+    PublishDialog(0);
+    return;
+  }
+  // The title stands before the operation can set a text of its own.
+  gPlatform->dialogs.SetText(dialog, kControlProgressTitle, title);
+  gPlatform->dialogs.Show(dialog);
+  gMessageOwner = dialog;
+  PublishDialog(dialog);
+  port::Message message;
+  while (gPlatform->messages.Get(message)) {
+    if (message.window == dialog) ProgressDlgProc(dialog, message);
+  }
+  gMessageOwner = gMainWindow.load();
+}
+
+std::thread StartProgressThread(std::u16string_view title) {
+  gProgressFailed = false;  // no other thread yet
+  try {
+    return std::thread(ProgressThread, std::u16string(title));
+  } catch (const std::system_error&) {
+    return {};  // the operation then runs without a dialog
+  }
+}
+
+}  // namespace
+
+int RunWithProgress(std::u16string_view title, const std::function<int()>& operation) {
+  if (gRunning) return operation();
+  gRunning = true;
+  gAbortRequested = 0;
+  std::thread thread = StartProgressThread(title);
+  if (thread.joinable()) {
+    WaitForProgressThread([] { return gProgressDialog != 0 || gProgressFailed; });
+  }
+  const int result = operation();
+  // The main window treats this key like Escape; while the dialog is up the dialog has the focus
+  // and ignores it. Kept as it is.
+  gPlatform->windows.InjectKeyUp(port::kKeyF24);
+  DestroyProgressDialog();
+  if (thread.joinable()) thread.join();
+  gRunning = false;
+  return result;
+}
+
+bool OperationRunning() {
+  return gRunning;
+}
+
+void SetProgressTitle(std::u16string_view text) {
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog != 0) gPlatform->dialogs.SetText(dialog, kControlProgressTitle, text);
+}
+
+void SetProgressDetail(std::u16string_view text) {
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog != 0) gPlatform->dialogs.SetText(dialog, kControlProgressDetail, text);
+}
+
+void SetProgressRange(std::uint64_t units) {
+  gProgressUnits = std::max<std::uint64_t>(units, 1);
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog == 0) return;
+  gPlatform->dialogs.SetProgressRange(dialog, kControlProgressBar,
+                                      static_cast<int>(std::min(gProgressUnits, kLargestRange)));
+  gPlatform->dialogs.SetProgressPosition(dialog, kControlProgressBar, 0);
+}
+
+void SetProgressPosition(std::uint64_t units_done) {
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog == 0) return;
+  const std::uint64_t done = std::min(units_done, gProgressUnits);
+  const std::uint64_t position =
+      gProgressUnits <= kLargestRange
+          ? done
+          : static_cast<std::uint64_t>(static_cast<double>(done) * kLargestRange /
+                                       static_cast<double>(gProgressUnits));
+  gPlatform->dialogs.SetProgressPosition(dialog, kControlProgressBar, static_cast<int>(position));
+}
+
+void DestroyProgressDialog() {
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog == 0) return;
+  gPlatform->messages.Post({dialog, port::MessageKind::kClose, 0, 0, {}});
+  WaitForProgressThread([] { return gProgressDialog == 0; });
+}
+
+}  // namespace quillet

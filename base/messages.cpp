@@ -1,0 +1,107 @@
+#include "base/messages.h"
+
+#include <string>
+
+#include "base/long_operation.h"
+#include "base/prefs.h"
+#include "port/platform.h"
+#include "util/format.h"
+
+namespace quillet {
+
+std::atomic<port::WindowHandle> gMainWindow = 0;
+std::atomic<port::WindowHandle> gMessageOwner = 0;
+WindowProcedure gMainWindowProcedure = nullptr;
+
+namespace {
+
+constexpr std::u16string_view kCaption = u"Quillet";
+constexpr std::u16string_view kConfirmationCaption = u"Quillet confirmation";
+// The reporters format into 256 characters, terminator included.
+constexpr std::size_t kReportLength = 255;
+
+std::atomic<bool> gSessionEnding = false;
+
+constexpr port::BoxStyle kOkBox{port::BoxButtons::kOk, port::BoxIcon::kNone, true};
+
+int EscapeAnswer(port::BoxButtons buttons) {
+  switch (buttons) {
+    case port::BoxButtons::kYesNo:
+      return port::kIdNo;
+    case port::BoxButtons::kOkCancel:
+    case port::BoxButtons::kYesNoCancel:
+      return port::kIdCancel;
+    default:
+      return port::kIdOk;
+  }
+}
+
+std::u16string ReportText(std::u16string_view format, std::u16string_view reason,
+                          std::u16string_view location) {
+  std::u16string text = FormatWide(format, reason, location);
+  if (text.size() > kReportLength) text.resize(kReportLength);
+  return text;
+}
+
+}  // namespace
+
+int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+            const port::BoxStyle& style) {
+  if (gSessionEnding) return EscapeAnswer(style.buttons);
+  return gPlatform->boxes.Show(owner, caption, text, style);
+}
+
+void BeginSessionEnd() {
+  gSessionEnding = true;
+  RequestAbort();
+  gPlatform->messages.Post({gMainWindow, port::MessageKind::kEndSession, 0, 0, {}});
+}
+
+bool SessionEnding() {
+  return gSessionEnding;
+}
+
+int ShowMessage(std::u16string_view text) {
+  return ShowBox(gMessageOwner, kCaption, text, kOkBox);
+}
+
+int AskOkCancel(std::u16string_view text) {
+  return ShowBox(gMessageOwner, kCaption, text,
+                 {port::BoxButtons::kOkCancel, port::BoxIcon::kNone, true});
+}
+
+bool AskYesNo(std::u16string_view text) {
+  return ShowBox(gMessageOwner, kConfirmationCaption, text,
+                 {port::BoxButtons::kYesNo, port::BoxIcon::kNone, false}) == port::kIdYes;
+}
+
+bool ConfirmAction(std::u16string_view text, bool default_answer) {
+  if (gPrefs && gPrefs->skipverifications != 0) return default_answer;
+  // No owner over the main window: this is meant, the box then stands above the whole program.
+  const port::WindowHandle owner = gMessageOwner;
+  return ShowBox(owner == gMainWindow ? 0 : owner, kConfirmationCaption, text,
+                 {port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, false}) == port::kIdYes;
+}
+
+int ReportError(std::u16string_view reason, std::u16string_view location) {
+  return ShowMessage(ReportText(u"An unexpected error (%ls) occurred in %ls.", reason, location));
+}
+
+void ReportCriticalError(std::u16string_view reason, std::u16string_view location) {
+  ShowMessage(ReportText(u"A critical error (%ls) occurred in %ls.", reason, location));
+  const port::WindowHandle main_window = gMainWindow;
+  if (main_window == 0) {
+    gPlatform->messages.PostQuit(0);
+    return;
+  }
+  if (gMainWindowProcedure != nullptr) {
+    gMainWindowProcedure({main_window, port::MessageKind::kClose, 0, 0, {}});
+  }
+  if (gMainWindow != 0) {
+    gPlatform->windows.DestroyMainWindow();
+    gMainWindow = 0;
+  }
+  gMessageOwner = 0;
+}
+
+}  // namespace quillet

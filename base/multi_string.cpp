@@ -1,0 +1,130 @@
+#include "base/multi_string.h"
+
+#include <algorithm>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "base/messages.h"
+#include "base/registry_values.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+// Stands for an empty string.
+constexpr char16_t kEmptyMark = 0xE000;
+
+void AppendEntry(std::u16string& units, std::u16string_view text) {
+  const std::u16string_view entry = UntilNul(text);
+  if (entry.empty()) {
+    units.push_back(kEmptyMark);
+  } else {
+    units.append(entry);
+  }
+  units.push_back(u'\0');
+}
+
+std::u16string_view Wide(const std::u16string& text) {
+  return text;
+}
+std::u16string Wide(const std::string& text) {
+  return Widen(text);
+}
+
+template <class String>
+std::string BuildMultiString(std::span<const String> strings) {
+  try {
+    std::u16string units;
+    for (const String& text : strings) AppendEntry(units, Wide(text));
+    if (strings.empty()) units.push_back(u'\0');
+    units.push_back(u'\0');
+    return Utf16Bytes(units);
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"CreateMultiString");
+    return {};
+  }
+}
+
+// The strings with a NUL after each but the last.
+std::u16string EntriesOf(std::string_view data) {
+  std::u16string units = Utf16Text(data);
+  units.resize(units.find_last_not_of(u'\0') + 1);
+  return units;
+}
+
+std::size_t CountEntries(std::u16string_view units) {
+  if (units.empty()) return 0;
+  return static_cast<std::size_t>(std::count(units.begin(), units.end(), u'\0')) + 1;
+}
+
+std::u16string_view TakeEntry(std::u16string_view& rest) {
+  const std::u16string_view entry = UntilNul(rest);
+  rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
+  return entry.starts_with(kEmptyMark) ? std::u16string_view() : entry;
+}
+
+std::string ListData(port::RegistryKey& key, std::u16string_view name) {
+  std::optional<port::RegistryValue> value = key.Get(name);
+  if (!value || value->type != port::RegistryType::kMultiString) return {};
+  return std::move(value->data);
+}
+
+}  // namespace
+
+std::string CreateMultiString(std::span<const std::u16string> strings) {
+  return BuildMultiString(strings);
+}
+
+std::string CreateMultiString(std::span<const std::string> strings) {
+  return BuildMultiString(strings);
+}
+
+std::vector<std::u16string> ParseMultiString(std::string_view data, std::uint32_t count) {
+  const std::u16string units = EntriesOf(data);
+  if (count > kMostMadeUpStrings && count > CountEntries(units)) throw std::bad_alloc();
+  std::vector<std::u16string> strings(count);
+  std::u16string_view rest = units;
+  for (std::u16string& text : strings) {
+    if (rest.empty()) break;
+    text = TakeEntry(rest);
+  }
+  return strings;
+}
+
+std::size_t CountMultiStrings(std::string_view data) {
+  return CountEntries(EntriesOf(data));
+}
+
+std::size_t CountStoredStrings(port::RegistryKey& key, std::u16string_view name) {
+  return CountMultiStrings(ListData(key, name));
+}
+
+std::vector<std::u16string> ReadMultiString(port::RegistryKey& key, std::u16string_view name,
+                                            std::uint32_t count) {
+  try {
+    return ParseMultiString(ListData(key, name), count);
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"ReadMultiString");
+    return {};
+  }
+}
+
+std::vector<std::string> ReadNarrowMultiString(port::RegistryKey& key, std::u16string_view name,
+                                               std::uint32_t count) {
+  try {
+    const std::string data = ListData(key, name);
+    const std::size_t there = std::min<std::size_t>(count, CountMultiStrings(data));
+    std::vector<std::string> strings;
+    strings.reserve(there);
+    for (const std::u16string& text : ParseMultiString(data, static_cast<std::uint32_t>(there))) {
+      strings.push_back(Narrow(text));
+    }
+    return strings;
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"ReadMultiString");
+    return {};
+  }
+}
+
+}  // namespace quillet

@@ -1,0 +1,90 @@
+#include "base/prefs.h"
+
+#include <algorithm>
+#include <new>
+
+#include "base/messages.h"
+#include "base/prefs_fields.h"
+#include "base/records.h"
+#include "port/platform.h"
+
+namespace quillet {
+
+std::unique_ptr<Prefs> gPrefs;
+std::array<CommandBarBlob, 3> gCommandBars;
+
+namespace {
+
+void ResetText(Prefs& prefs, const TextField& field) {
+  if (field.on_reset == OnReset::kKeep) return;
+  prefs.*field.member = field.fallback;
+  if (field.present != nullptr) prefs.*field.present = false;
+}
+
+void DropServers(Prefs& prefs) {
+  prefs.numservers = 0;
+  prefs.servers.clear();
+  prefs.authusers.clear();
+  prefs.authpasses.clear();
+  prefs.port.clear();
+  prefs.useauths.clear();
+  prefs.usentlms.clear();
+  prefs.lastdownloaded.clear();
+  prefs.lastonserver.clear();
+}
+
+void DropKillfile(Prefs& prefs) {
+  prefs.killfilecount = 0;
+  prefs.killfilegroups.clear();
+  prefs.killfiletexts.clear();
+  prefs.killfilekills.clear();
+  prefs.killfileauthors.clear();
+}
+
+}  // namespace
+
+std::unique_ptr<Prefs> NewPrefs() {
+  return NewRecord<Prefs>(u"NewPrefs");
+}
+
+std::unique_ptr<Prefs> CopyPrefs(const Prefs& prefs) {
+  std::unique_ptr<Prefs> copy = NewPrefs();
+  if (!copy) return copy;
+  try {
+    *copy = prefs;
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"NewPrefs");
+    copy.reset();
+  }
+  return copy;
+}
+
+void SetDefaultPrefs(Prefs& prefs, bool reset_killfile) {
+  DropServers(prefs);
+  if (reset_killfile) DropKillfile(prefs);
+  for (const PrefsField& field : PrefsFields()) {
+    if (const auto* number = std::get_if<NumberField>(&field.what)) {
+      if (number->on_reset == OnReset::kDefault) prefs.*number->member = number->fallback;
+    } else if (const auto* text = std::get_if<TextField>(&field.what)) {
+      ResetText(prefs, *text);
+    }
+  }
+  prefs.autodeleteread = prefs.autodeletebefore = prefs.autodeleteonquit = 0;
+  prefs.signature = kResetSignature;
+}
+
+std::vector<bool> CheckedGroupRows() {
+  std::vector<bool> checked;
+  for (const port::CheckState state : gPlatform->group_list.CheckStates()) {
+    checked.push_back(state != port::CheckState::kUnchecked);
+  }
+  return checked;
+}
+
+void SaveGroupChecks() {
+  const std::vector<bool> rows = CheckedGroupRows();
+  const std::size_t count = std::min(rows.size(), gPrefs->checked.size());
+  for (std::size_t row = 0; row < count; ++row) gPrefs->checked[row] = rows[row] ? 1 : 0;
+}
+
+}  // namespace quillet

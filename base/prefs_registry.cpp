@@ -1,0 +1,120 @@
+#include "base/prefs_registry.h"
+
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "base/messages.h"
+#include "base/prefs_damage.h"
+#include "base/prefs_fields.h"
+#include "base/prefs_reader.h"
+#include "base/prefs_writer.h"
+#include "base/registry_values.h"
+#include "port/platform.h"
+#include "util/format.h"
+
+namespace quillet {
+
+std::u16string gDatabaseFolder;
+
+namespace {
+
+constexpr std::u16string_view kNotSavedMessage =
+    u"The preferences could not be saved, because the registry cannot be written. The disk may be "
+    u"full or read-only. The preferences saved before are unchanged.";
+
+// Stands for a key that is missing.
+class NoKey final : public port::RegistryKey {
+ public:
+  std::optional<port::RegistryValue> Get(std::u16string_view /*name*/) override { return {}; }
+  bool Set(std::u16string_view /*name*/, port::RegistryType /*type*/,
+           std::string_view /*data*/) override {
+    return false;
+  }
+  bool DeleteSubkey(std::u16string_view /*name*/) override { return false; }
+  std::vector<port::NamedRegistryValue> Values() override { return {}; }
+  bool Begin() override { return false; }
+  bool Commit() override { return false; }
+};
+
+void TakeColumnWidths(Prefs& prefs) {
+  const std::array<std::int32_t, 2> widths = gPlatform->group_list.ColumnWidths();
+  const bool list_exists = widths != std::array<std::int32_t, 2>{0, 0};
+  if (list_exists) prefs.columnWidths = widths;
+}
+
+bool WriteLiveRecord() {
+  std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Create(kRegistryPath);
+  if (!key) {
+    ReportCriticalError(u"unable to create registry key", u"WritePreferences");
+    return false;
+  }
+  TakeColumnWidths(*gPrefs);
+  const WriteResult result = WriteRecord(*key, *gPrefs);
+  // Undone before a box is shown: the box may stand for hours.
+  key.reset();
+  if (result == WriteResult::kFailed) ShowMessage(kNotSavedMessage);
+  return result == WriteResult::kDone;
+}
+
+}  // namespace
+
+void ReadPreferences() {
+  gPrefs.reset();
+  std::unique_ptr<Prefs> prefs = NewPrefs();
+  if (!prefs) return;
+  try {
+    std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kRegistryPath);
+    // A key that only could not be opened now may hold settings.
+    SetSettingsAtRisk(!key);
+    if (!key) key = std::make_unique<NoKey>();
+    ValueReader values(*key);
+    if (!ReadRecord(values, *prefs)) return;
+    if (values.discarded()) SetSettingsAtRisk(true);
+    key.reset();
+    PrepareDatabaseFolder(*prefs);
+  } catch (const std::bad_alloc&) {
+    ReportCriticalError(u"out of memory", u"ReadPreferences");
+    return;
+  }
+  gPrefs = std::move(prefs);
+}
+
+bool WritePreferences() {
+  // A failure report closes the main window, and closing writes the preferences again.
+  static bool writing = false;
+  if (writing || !gPrefs) return false;
+  writing = true;
+  bool written = false;
+  try {
+    written = WriteLiveRecord();
+  } catch (const std::bad_alloc&) {
+    ReportError(u"out of memory", u"WritePreferences");
+  }
+  writing = false;
+  return written;
+}
+
+void PrepareDatabaseFolder(Prefs& prefs) {
+  prefs.databasefolder = DatabaseFolderFor(prefs.databasestore);
+  port::Files& files = gPlatform->files;
+  if (!files.FolderExists(prefs.databasefolder) && !files.CreateFolder(prefs.databasefolder)) {
+    prefs.databasestore.clear();
+    prefs.databasefolder = DatabaseFolderFor(u"");
+    files.CreateFolder(prefs.databasefolder);
+  }
+  gDatabaseFolder = prefs.databasefolder;
+}
+
+std::u16string DatabaseFolderFor(std::u16string_view databasestore) {
+  if (databasestore.empty()) return u"\\Quillet CE News";
+  return FormatWide(u"\\%ls\\Quillet CE News", databasestore);
+}
+
+bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs) {
+  if (LengthOf(prefs, ListLength::kServersTimesGroups) == 0) return true;
+  return KeepSettingsAtRisk(key) && WriteWords(key, u"lastdownloaded", prefs.lastdownloaded);
+}
+
+}  // namespace quillet

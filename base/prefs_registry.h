@@ -1,0 +1,38 @@
+// The preferences in the registry, below Software\Brindle\Quillet. Program thread only.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/prefs.h"
+#include "port/registry.h"
+
+namespace quillet {
+
+inline constexpr std::u16string_view kRegistryPath = u"Software\\Brindle\\Quillet";
+inline constexpr std::uint32_t kPrefsVersion = 2;
+
+// Replaces gPrefs by a record loaded from the registry (missing values take their defaults) and
+// prepares the database folder. Reports its own failures; afterwards gPrefs is non-null unless
+// memory ran out.
+void ReadPreferences();
+
+// Writes gPrefs whole, in one step, with the group list's current column widths. Values are never
+// deleted. False after a critical report ("unable to create registry key" in "WritePreferences")
+// or after a box naming that the settings could not be saved.
+bool WritePreferences();
+
+// Sets databasefolder from databasestore, creates the folder, falls back to main memory when that
+// fails, and remembers the path in gDatabaseFolder.
+void PrepareDatabaseFolder(Prefs& prefs);
+
+// "\Quillet CE News" or "\%ls\Quillet CE News".
+std::u16string DatabaseFolderFor(std::u16string_view databasestore);
+
+// The folder the store works in.
+extern std::u16string gDatabaseFolder;
+
+// Writes the whole lastdownloaded array to the open key, as WritePreferences does.
+bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs);
+
+}  // namespace quillet

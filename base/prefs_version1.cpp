@@ -1,0 +1,83 @@
+#include "base/prefs_version1.h"
+
+#include <array>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "base/multi_string.h"
+#include "base/prefs_damage.h"
+#include "base/prefs_registry.h"
+#include "port/platform.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::array<std::u16string_view, 9> kRemovedNames = {
+    u"authuser",  u"authpass", u"useauth",  u"emailsize", u"namessize",
+    u"groupsize", u"usersize", u"passsize", u"serversize"};
+
+bool HasNewLogins(port::RegistryKey& key) {
+  for (const std::u16string_view name : {u"authusers", u"authpasses", u"useauths", u"usentlms"}) {
+    if (key.Get(name)) return true;
+  }
+  return false;
+}
+
+ConvertedLogins OldLogins(ValueReader& reader) {
+  std::uint32_t servers = 0;
+  std::uint32_t useauth = 0;
+  std::uint32_t usentlm = 0;
+  reader.Dword(u"numservers", servers, 0);
+  reader.Dword(u"useauth", useauth, 0);
+  reader.Dword(u"usentlm", usentlm, 0);
+  const std::u16string user = reader.Text(u"authuser", u"");
+  const std::u16string pass = reader.Text(u"authpass", u"");
+  const std::uint32_t count = CountThatCanBe(reader.key(), u"servers", servers);
+  ConvertedLogins logins;
+  logins.authusers.assign(count, user);
+  logins.authpasses.assign(count, pass);
+  logins.useauths.assign(count, useauth);
+  logins.usentlms.assign(count, usentlm);
+  logins.worth_telling = !user.empty() || !pass.empty() || useauth != 0;
+  return logins;
+}
+
+// Through a key of its own, so that a failed write is undone before anything more is read.
+bool StoreLogins(const ConvertedLogins& logins) {
+  const std::string users = CreateMultiString(logins.authusers);
+  const std::string passes = CreateMultiString(logins.authpasses);
+  if (users.empty() || passes.empty()) return false;
+  const std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Create(kRegistryPath);
+  return key && key->Begin() && key->Set(u"authusers", port::RegistryType::kMultiString, users) &&
+         key->Set(u"authpasses", port::RegistryType::kMultiString, passes) &&
+         WriteWords(*key, u"useauths", logins.useauths) &&
+         WriteWords(*key, u"usentlms", logins.usentlms) &&
+         WriteDword(*key, u"version", kPrefsVersion) && key->Commit();
+}
+
+}  // namespace
+
+ConvertedLogins ConvertVersion1(ValueReader& reader) {
+  ConvertedLogins logins = OldLogins(reader);
+  // Logins of the new kind under the old version number would be written over.
+  if (HasNewLogins(reader.key())) SetSettingsAtRisk(true);
+  if (!KeepSettingsAtRisk(reader.key())) return logins;
+  // Meant to leave the old values in place: this removes keys, and there is none of these names.
+  for (const std::u16string_view name : kRemovedNames) reader.key().DeleteSubkey(name);
+  logins.stored = StoreLogins(logins);
+  return logins;
+}
+
+void UseConvertedLogins(ConvertedLogins logins, Prefs& prefs) {
+  prefs.authusers = std::move(logins.authusers);
+  prefs.authpasses = std::move(logins.authpasses);
+  prefs.useauths = std::move(logins.useauths);
+  prefs.usentlms = std::move(logins.usentlms);
+  prefs.authusers.resize(prefs.numservers);
+  prefs.authpasses.resize(prefs.numservers);
+  prefs.useauths.resize(prefs.numservers);
+  prefs.usentlms.resize(prefs.numservers);
+}
+
+}  // namespace quillet

@@ -1,0 +1,109 @@
+#include "base/prefs_writer.h"
+
+#include <string>
+
+#include "base/multi_string.h"
+#include "base/prefs_damage.h"
+#include "base/prefs_fields.h"
+#include "base/prefs_registry.h"
+#include "base/registry_values.h"
+#include "util/little_endian.h"
+
+namespace quillet {
+namespace {
+
+// Writes one field of the record.
+class FieldWriter {
+ public:
+  FieldWriter(port::RegistryKey& key, const Prefs& prefs) : key_(key), prefs_(prefs) {}
+
+  WriteResult Write(const PrefsField& field) {
+    name_ = field.name;
+    return std::visit(*this, field.what);
+  }
+
+  WriteResult operator()(const NumberField& field) { return Number(prefs_.*field.member); }
+  WriteResult operator()(const VersionField& /*field*/) { return Number(kPrefsVersion); }
+  WriteResult operator()(const KillfileSizeField& /*field*/) { return Number(killfile_size_); }
+
+  WriteResult operator()(const AutoDeleteField& /*field*/) {
+    return Number((prefs_.autodeleteread != 0 ? kAutoDeleteRead : 0) |
+                  (prefs_.autodeletebefore != 0 ? kAutoDeleteBefore : 0) |
+                  (prefs_.autodeleteonquit != 0 ? kAutoDeleteOnQuit : 0));
+  }
+
+  WriteResult operator()(const WordsField& field) {
+    if (Skipped(field.length, field.when_empty)) return WriteResult::kDone;
+    return ResultOf(WriteWords(key_, name_, prefs_.*field.member));
+  }
+
+  WriteResult operator()(const TextsField& field) {
+    if (Skipped(field.length, field.when_empty)) return WriteResult::kDone;
+    return List(CreateMultiString(prefs_.*field.member));
+  }
+
+  WriteResult operator()(const KillfileTextsField& /*field*/) {
+    const std::string data = CreateMultiString(prefs_.killfiletexts);
+    killfile_size_ = static_cast<std::uint32_t>(data.size());
+    return List(data);
+  }
+
+  WriteResult operator()(const TextField& field) {
+    if (field.present != nullptr && !(prefs_.*field.present)) return WriteResult::kDone;
+    return ResultOf(WriteText(key_, name_, prefs_.*field.member));
+  }
+
+  WriteResult operator()(const CommandBarField& field) {
+    const CommandBarBlob& blob = gCommandBars[field.bar];
+    const CommandBarBlob none;
+    const auto& bytes = blob.found ? blob.bytes : none.bytes;
+    return Bytes(port::RegistryType::kBinary, {bytes.data(), bytes.size()});
+  }
+
+  WriteResult operator()(const ColumnWidthsField& /*field*/) {
+    std::string bytes;
+    for (const std::int32_t width : prefs_.columnWidths) {
+      AppendU32(bytes, static_cast<std::uint32_t>(width));
+    }
+    // Meant to be eight bytes under a type whose values have four.
+    return Bytes(port::RegistryType::kDword, bytes);
+  }
+
+  WriteResult operator()(const IgnoredField& /*field*/) { return WriteResult::kDone; }
+
+ private:
+  static WriteResult ResultOf(bool written) {
+    return written ? WriteResult::kDone : WriteResult::kFailed;
+  }
+  bool Skipped(ListLength length, WhenEmpty when_empty) const {
+    return when_empty == WhenEmpty::kSkip && LengthOf(prefs_, length) == 0;
+  }
+  WriteResult Number(std::uint32_t value) { return ResultOf(WriteDword(key_, name_, value)); }
+  WriteResult Bytes(port::RegistryType type, std::string_view data) {
+    return ResultOf(key_.Set(name_, type, data));
+  }
+  // No data at all: the builder ran out of memory and said so.
+  WriteResult List(const std::string& data) {
+    if (data.empty()) return WriteResult::kReported;
+    return Bytes(port::RegistryType::kMultiString, data);
+  }
+
+  port::RegistryKey& key_;
+  const Prefs& prefs_;
+  std::u16string_view name_;
+  std::uint32_t killfile_size_ = 0;
+};
+
+}  // namespace
+
+WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs) {
+  if (!KeepSettingsAtRisk(key) || !key.Begin()) return WriteResult::kFailed;
+  FieldWriter writer(key, prefs);
+  for (const std::u16string_view name : PrefsWriteOrder()) {
+    const WriteResult result = writer.Write(PrefsFieldNamed(name));
+    if (result != WriteResult::kDone) return result;
+  }
+  return key.Commit() ? WriteResult::kDone : WriteResult::kFailed;
+}
+
+}  // namespace quillet

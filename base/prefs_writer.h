@@ -1,0 +1,16 @@
+// A preferences record as the values of an open key. Program thread only.
+#pragma once
+
+#include "base/prefs.h"
+#include "port/registry.h"
+
+namespace quillet {
+
+// kReported: a list could not be built, and the user knows.
+enum class WriteResult { kDone, kFailed, kReported };
+
+// Writes every value or none: unless it returns kDone the key has to be destroyed, which drops what
+// was written so far. Settings at risk are copied aside first. std::bad_alloc when memory ran out.
+WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs);
+
+}  // namespace quillet

@@ -1,0 +1,188 @@
+#include "base/messages.h"
+
+#include <gtest/gtest.h>
+
+#include "base/modal_dialog.h"
+#include "base/prefs.h"
+#include "port/fake/fake_platform.h"
+#include "res/resource.h"
+
+namespace quillet {
+namespace {
+
+using port::BoxButtons;
+using port::BoxIcon;
+
+class Messages : public testing::Test {
+ protected:
+  Messages() {
+    window_ = fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
+    fake_.display.ShowMainWindow();
+    gMainWindow = window_;
+    gMessageOwner = window_;
+    gPrefs = std::make_unique<Prefs>();
+  }
+  ~Messages() override {
+    fake_.display.Verify();
+    gMainWindowProcedure = nullptr;
+    gMainWindow = 0;
+    gMessageOwner = 0;
+    gPrefs.reset();
+  }
+  port::ShownBox LastBox() { return fake_.display.boxes().back(); }
+
+  port::FakePlatform fake_;
+  port::WindowHandle window_ = 0;
+};
+
+TEST_F(Messages, ShowMessageIsATopmostOkBoxOfTheOwner) {
+  ShowMessage(u"text");
+  EXPECT_EQ(LastBox().caption, u"Quillet");
+  EXPECT_EQ(LastBox().text, u"text");
+  EXPECT_EQ(LastBox().owner, window_);
+  EXPECT_EQ(LastBox().style.buttons, BoxButtons::kOk);
+  EXPECT_EQ(LastBox().style.icon, BoxIcon::kNone);
+  EXPECT_TRUE(LastBox().style.topmost);
+}
+
+TEST_F(Messages, AskOkCancelReturnsTheButton) {
+  fake_.display.Expect(u"question", port::kIdCancel);
+  EXPECT_EQ(AskOkCancel(u"question"), 2);
+  fake_.display.Expect(u"question", port::kIdOk);
+  EXPECT_EQ(AskOkCancel(u"question"), 1);
+  EXPECT_EQ(LastBox().caption, u"Quillet");
+  EXPECT_EQ(LastBox().style.buttons, BoxButtons::kOkCancel);
+  EXPECT_TRUE(LastBox().style.topmost);
+}
+
+TEST_F(Messages, AskYesNoIsNotTopmostAndHasNoIcon) {
+  fake_.display.Expect(u"question", port::kIdYes);
+  EXPECT_TRUE(AskYesNo(u"question"));
+  EXPECT_EQ(LastBox().caption, u"Quillet confirmation");
+  EXPECT_EQ(LastBox().style.buttons, BoxButtons::kYesNo);
+  EXPECT_EQ(LastBox().style.icon, BoxIcon::kNone);
+  EXPECT_FALSE(LastBox().style.topmost);
+  EXPECT_EQ(LastBox().owner, window_);
+  fake_.display.Expect(u"question", port::kIdNo);
+  EXPECT_FALSE(AskYesNo(u"question"));
+}
+
+TEST_F(Messages, ConfirmActionHasNoOwnerOverTheMainWindow) {
+  fake_.display.Expect(u"question", port::kIdYes);
+  EXPECT_TRUE(ConfirmAction(u"question", false));
+  EXPECT_EQ(LastBox().owner, 0U);
+  EXPECT_EQ(LastBox().caption, u"Quillet confirmation");
+  EXPECT_EQ(LastBox().style.icon, BoxIcon::kExclamation);
+  EXPECT_EQ(LastBox().style.buttons, BoxButtons::kYesNo);
+}
+
+TEST_F(Messages, ConfirmActionIsOwnedByTheDialogThatIsUp) {
+  gMessageOwner = 77;
+  fake_.display.Expect(u"question", port::kIdNo);
+  EXPECT_FALSE(ConfirmAction(u"question", true));
+  EXPECT_EQ(LastBox().owner, 77U);
+}
+
+TEST_F(Messages, SkipVerificationsTakesTheDefaultAndShowsNothing) {
+  gPrefs->skipverifications = 1;
+  EXPECT_TRUE(ConfirmAction(u"question", true));
+  EXPECT_FALSE(ConfirmAction(u"question", false));
+  EXPECT_TRUE(fake_.display.boxes().empty());
+}
+
+TEST_F(Messages, SkipVerificationsNeverSkipsTheOtherQuestions) {
+  gPrefs->skipverifications = 1;
+  fake_.display.Expect(u"one", port::kIdYes);
+  fake_.display.Expect(u"two", port::kIdCancel);
+  EXPECT_TRUE(AskYesNo(u"one"));
+  EXPECT_EQ(AskOkCancel(u"two"), port::kIdCancel);
+}
+
+TEST_F(Messages, ReportErrorNamesReasonAndLocation) {
+  ReportError(u"out of memory", u"HandleGroupCommand");
+  EXPECT_EQ(LastBox().text, u"An unexpected error (out of memory) occurred in HandleGroupCommand.");
+  EXPECT_EQ(gMainWindow, window_);
+}
+
+TEST_F(Messages, ReportsAreCutTo255Characters) {
+  ReportError(std::u16string(300, u'x'), u"Location");
+  EXPECT_EQ(LastBox().text.size(), 255U);
+  EXPECT_EQ(LastBox().text.substr(0, 22), u"An unexpected error (x");
+}
+
+int gCloses = 0;
+void CountCloses(const port::Message& message) {
+  gCloses += message.kind == port::MessageKind::kClose ? 1 : 0;
+}
+
+TEST_F(Messages, CriticalErrorSendsCloseAndDestroysTheWindow) {
+  gCloses = 0;
+  gMainWindowProcedure = CountCloses;
+  ReportCriticalError(u"out of memory", u"NewPrefs");
+  EXPECT_EQ(LastBox().text, u"A critical error (out of memory) occurred in NewPrefs.");
+  EXPECT_EQ(gCloses, 1);
+  EXPECT_EQ(gMainWindow, 0U);
+  EXPECT_EQ(gMessageOwner, 0U);
+  EXPECT_EQ(fake_.display.main_window().handle, 0U);
+  ShowMessage(u"later");
+  EXPECT_EQ(LastBox().owner, 0U);
+}
+
+TEST_F(Messages, CriticalErrorBeforeTheWindowPostsQuit) {
+  gMainWindow = 0;
+  gMessageOwner = 0;
+  ReportCriticalError(u"out of memory", u"NewPrefs");
+  port::Message message;
+  EXPECT_FALSE(gPlatform->messages.Get(message));
+  EXPECT_EQ(message.id, 0U);
+}
+
+TEST_F(Messages, ModalDialogOwnsBoxesWhileItIsUp) {
+  port::WindowHandle dialog = 0;
+  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
+    dialog = shown;
+    fake_.display.Type(shown, kControlGroupName, u"a.b");
+    fake_.display.Press(shown, kControlOk);
+  });
+  std::u16string text;
+  const int result = RunModalDialog(kDialogNewGroup, nullptr,
+                                    [&](port::WindowHandle handle, const port::Message& message) {
+                                      ShowMessage(u"inside");
+                                      text = gPlatform->dialogs.GetText(handle, kControlGroupName);
+                                      return EndOnOkOrCancel(handle, message);
+                                    });
+  EXPECT_EQ(result, port::kIdOk);
+  EXPECT_EQ(text, u"a.b");
+  EXPECT_EQ(fake_.display.boxes().front().owner, dialog);
+  EXPECT_EQ(gMessageOwner, window_);
+  EXPECT_TRUE(fake_.display.dialogs().empty());
+}
+
+TEST_F(Messages, ModalDialogHoldsBackOtherWindowsMessages) {
+  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
+    fake_.display.Inject({window_, port::MessageKind::kUser, 2, 0, {}});
+    fake_.display.Press(shown, kControlCancel);
+  });
+  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
+  port::Message message;
+  ASSERT_TRUE(gPlatform->messages.Get(message));
+  EXPECT_EQ(message.kind, port::MessageKind::kUser);
+  EXPECT_EQ(message.id, 2U);
+}
+
+TEST_F(Messages, TheEndOfTheSessionEndsAModalDialog) {
+  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle) { fake_.display.EndSession(); });
+  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
+  port::Message message;
+  ASSERT_TRUE(gPlatform->messages.Get(message));
+  EXPECT_EQ(message.kind, port::MessageKind::kEndSession);
+}
+
+TEST_F(Messages, ADialogThatCannotBeShownIsCancelled) {
+  fake_.display.FailNextDialog();
+  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
+  EXPECT_EQ(gMessageOwner, window_);
+}
+
+}  // namespace
+}  // namespace quillet

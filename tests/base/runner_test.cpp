@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "base/long_operation.h"
+#include "base/messages.h"
+#include "port/fake/fake_platform.h"
+#include "res/resource.h"
+
+namespace quillet {
+namespace {
+
+using Texts = std::vector<port::FakeDisplay::ProgressText>;
+
+class Runner : public testing::Test {
+ protected:
+  Runner() {
+    window_ = fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
+    fake_.display.ShowMainWindow();
+    gMainWindow = window_;
+    gMessageOwner = window_;
+  }
+  ~Runner() override {
+    fake_.display.Verify();
+    gMainWindow = 0;
+    gMessageOwner = 0;
+  }
+  // Real time, bounded: what another thread does soon.
+  template <class Condition>
+  static bool Soon(Condition condition) {
+    for (int i = 0; i < 5000 && !condition(); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return condition();
+  }
+  port::ShownControl Control(std::uint32_t id) {
+    const auto dialog = fake_.display.FindDialog(gProgressDialog);
+    if (dialog) {
+      for (const auto& control : dialog->controls) {
+        if (control.id == id) return control;
+      }
+    }
+    ADD_FAILURE() << "no control " << id;
+    return {};
+  }
+
+  port::FakePlatform fake_;
+  port::WindowHandle window_ = 0;
+};
+
+TEST_F(Runner, ReturnsTheOperationsResultUnchanged) {
+  EXPECT_EQ(RunWithProgress(u"title", [] { return -1; }), -1);
+  EXPECT_EQ(RunWithProgress(u"title", [] { return 42; }), 42);
+}
+
+TEST_F(Runner, OperationRunsOnTheCallingThreadUnderAShownDialog) {
+  const std::thread::id self = std::this_thread::get_id();
+  RunWithProgress(u"Compacting databases", [&] {
+    EXPECT_EQ(std::this_thread::get_id(), self);
+    EXPECT_TRUE(OperationRunning());
+    const auto dialog = fake_.display.FindDialog(gProgressDialog);
+    EXPECT_TRUE(dialog && dialog->shown);
+    EXPECT_EQ(dialog->owner, window_);
+    EXPECT_EQ(Control(kControlProgressTitle).text, u"Compacting databases");
+    EXPECT_FALSE(fake_.display.TakesInput(window_));
+    return 0;
+  });
+  EXPECT_FALSE(OperationRunning());
+  EXPECT_EQ(gProgressDialog, 0U);
+  EXPECT_TRUE(fake_.display.dialogs().empty());
+}
+
+TEST_F(Runner, BoxesBelongToTheDialogAndThenToTheMainWindowAgain) {
+  port::WindowHandle dialog = 0;
+  RunWithProgress(u"title", [&] {
+    dialog = gProgressDialog;
+    ShowMessage(u"inside");
+    return 0;
+  });
+  EXPECT_EQ(fake_.display.boxes().front().owner, dialog);
+  EXPECT_EQ(gMessageOwner, window_);
+}
+
+TEST_F(Runner, AbortFlagIsClearedAtTheStart) {
+  RequestAbort();
+  RunWithProgress(u"title", [] {
+    EXPECT_FALSE(AbortRequested());
+    return 0;
+  });
+}
+
+TEST_F(Runner, CancelSetsTheFlagOnceHidesTheButtonAndSaysSo) {
+  RunWithProgress(u"title", [&] {
+    EXPECT_TRUE(fake_.display.Press(gProgressDialog, kControlCancel));
+    EXPECT_TRUE(Soon([] { return AbortRequested(); }));
+    EXPECT_TRUE(
+        Soon([&] { return Control(kControlProgressDetail).text == u"Aborting; please wait."; }));
+    EXPECT_FALSE(Control(kControlCancel).visible);
+    EXPECT_FALSE(fake_.display.Press(gProgressDialog, kControlCancel));
+    return 0;
+  });
+}
+
+TEST_F(Runner, TenSecondsAfterCancelTheDialogVanishesAndTheOperationGoesOn) {
+  const int result = RunWithProgress(u"title", [&] {
+    fake_.display.Press(gProgressDialog, kControlCancel);
+    EXPECT_TRUE(
+        Soon([&] { return Control(kControlProgressDetail).text == u"Aborting; please wait."; }));
+    // The timer is set right after that text.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    fake_.clock.Advance(9990);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_NE(gProgressDialog, 0U);
+    fake_.clock.Advance(20);
+    EXPECT_TRUE(Soon([] { return gProgressDialog == 0; }));
+    SetProgressDetail(u"nobody sees this");
+    return 7;
+  });
+  EXPECT_EQ(result, 7);
+  EXPECT_EQ(gMessageOwner, window_);
+}
+
+TEST_F(Runner, SilentKeyUpGoesToTheDialogWhileItIsUp) {
+  port::WindowHandle dialog = 0;
+  RunWithProgress(u"title", [&] {
+    dialog = gProgressDialog;
+    return 0;
+  });
+  ASSERT_EQ(fake_.display.injected_keys().size(), 1U);
+  EXPECT_EQ(fake_.display.injected_keys()[0].key, 0x87U);
+  EXPECT_EQ(fake_.display.injected_keys()[0].target, dialog);
+}
+
+TEST_F(Runner, TextsComeInOrderTitleFirst) {
+  RunWithProgress(u"title", [] {
+    SetProgressTitle(u"one");
+    SetProgressDetail(u"two");
+    return 0;
+  });
+  EXPECT_EQ(fake_.display.progress_texts(),
+            (Texts{{1020, u"title"}, {1020, u"one"}, {1022, u"two"}}));
+}
+
+TEST_F(Runner, RangesUpTo65535AreExactAndLargerOnesAreScaled) {
+  RunWithProgress(u"title", [&] {
+    SetProgressRange(0);
+    EXPECT_EQ(Control(kControlProgressBar).upper, 1);
+    SetProgressRange(65535);
+    SetProgressPosition(1234);
+    EXPECT_EQ(Control(kControlProgressBar).upper, 65535);
+    EXPECT_EQ(Control(kControlProgressBar).position, 1234);
+    SetProgressRange(200000);
+    EXPECT_EQ(Control(kControlProgressBar).upper, 65535);
+    SetProgressPosition(100000);
+    EXPECT_EQ(Control(kControlProgressBar).position, 32767);
+    SetProgressPosition(200000);
+    EXPECT_EQ(Control(kControlProgressBar).position, 65535);
+    SetProgressPosition(300000);
+    EXPECT_EQ(Control(kControlProgressBar).position, 65535);
+    return 0;
+  });
+}
+
+TEST_F(Runner, ANestedRunUsesTheDialogThatIsUp) {
+  RunWithProgress(u"outer", [&] {
+    const port::WindowHandle dialog = gProgressDialog;
+    EXPECT_EQ(RunWithProgress(u"inner", [] { return 3; }), 3);
+    EXPECT_EQ(gProgressDialog, dialog);
+    EXPECT_TRUE(OperationRunning());
+    return 0;
+  });
+}
+
+TEST_F(Runner, WithoutADialogTheOperationRunsAllTheSame) {
+  fake_.display.FailNextDialog();
+  EXPECT_EQ(RunWithProgress(u"title",
+                            [] {
+                              EXPECT_EQ(gProgressDialog, 0U);
+                              return 5;
+                            }),
+            5);
+}
+
+TEST_F(Runner, TheOperationMayTakeTheDialogDownItself) {
+  RunWithProgress(u"title", [] {
+    DestroyProgressDialog();
+    DestroyProgressDialog();
+    EXPECT_EQ(gProgressDialog, 0U);
+    return 0;
+  });
+  EXPECT_EQ(gMessageOwner, window_);
+}
+
+TEST_F(Runner, HundredsOfRunsLeaveNothingBehind) {
+  for (int i = 0; i < 300; ++i) RunWithProgress(u"title", [] { return 0; });
+  EXPECT_TRUE(fake_.display.dialogs().empty());
+  EXPECT_EQ(gMessageOwner, window_);
+}
+
+}  // namespace
+}  // namespace quillet
