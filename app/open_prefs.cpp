@@ -12,6 +12,7 @@
 #include "base/prefs_registry.h"
 #include "base/views.h"
 #include "groups/group_list.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "store/databases.h"
 #include "thread/view.h"

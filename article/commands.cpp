@@ -8,6 +8,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "killfile/entry_dialog.h"
+#include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/counts.h"

@@ -5,6 +5,7 @@
 #include "article/view.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
+#include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "util/format.h"

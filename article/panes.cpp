@@ -7,6 +7,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/views.h"
+#include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "thread/moves.h"

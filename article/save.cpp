@@ -3,6 +3,8 @@
 
 #include "article/view.h"
 #include "base/messages.h"
+#include "port/file_dialogs.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "util/format.h"
 

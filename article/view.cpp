@@ -9,6 +9,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/wait_cursor.h"
+#include "port/article_panes.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "thread/view.h"

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/messages.h"
+#include "port/message_queue.h"
 #include "port/platform.h"
 
 namespace quillet {

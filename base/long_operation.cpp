@@ -9,7 +9,10 @@
 #include <thread>
 
 #include "base/messages.h"
+#include "port/dialogs.h"
+#include "port/message_queue.h"
 #include "port/platform.h"
+#include "port/windows.h"
 #include "res/resource.h"
 
 namespace quillet {

@@ -4,7 +4,9 @@
 
 #include "base/long_operation.h"
 #include "base/prefs.h"
+#include "port/message_queue.h"
 #include "port/platform.h"
+#include "port/windows.h"
 #include "util/format.h"
 
 namespace quillet {

@@ -3,6 +3,8 @@
 #include <vector>
 
 #include "base/messages.h"
+#include "port/dialogs.h"
+#include "port/message_queue.h"
 #include "port/platform.h"
 #include "res/resource.h"
 

@@ -6,6 +6,7 @@
 #include "base/messages.h"
 #include "base/prefs_fields.h"
 #include "base/records.h"
+#include "port/list_view.h"
 #include "port/platform.h"
 
 namespace quillet {

@@ -11,6 +11,8 @@
 #include "base/prefs_reader.h"
 #include "base/prefs_writer.h"
 #include "base/registry_values.h"
+#include "port/files.h"
+#include "port/list_view.h"
 #include "port/platform.h"
 #include "util/format.h"
 

@@ -1,6 +1,7 @@
 // The wait cursor for as long as the object lives.
 #pragma once
 
+#include "port/message_box.h"
 #include "port/platform.h"
 
 namespace quillet {

@@ -15,6 +15,8 @@
 #include "groups/marking.h"
 #include "groups/newsgroups.h"
 #include "killfile/entry_dialog.h"
+#include "port/dialogs.h"
+#include "port/list_view.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/counts.h"

@@ -10,6 +10,7 @@
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "killfile/killfile.h"
+#include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "util/text.h"

@@ -11,6 +11,7 @@
 #include "nntp/download.h"
 #include "nntp/post_queue.h"
 #include "nntp/replies.h"
+#include "port/clock.h"
 #include "port/platform.h"
 #include "util/format.h"
 #include "util/text.h"

@@ -1,25 +1,26 @@
-// The device: one reference to each service, one process-wide instance.
+// The device: one reference to each service, one process-wide instance. The services' headers are
+// not included here: a source includes those of the services that it calls.
 #pragma once
 
-#include "port/article_panes.h"
-#include "port/clock.h"
-#include "port/dialler.h"
-#include "port/dialogs.h"
-#include "port/file_dialogs.h"
-#include "port/files.h"
-#include "port/libraries.h"
-#include "port/list_view.h"
-#include "port/message_box.h"
-#include "port/message_queue.h"
-#include "port/pop_up_menus.h"
-#include "port/registry.h"
-#include "port/scheduler.h"
-#include "port/shell.h"
-#include "port/sockets.h"
-#include "port/tree_view.h"
-#include "port/windows.h"
-
 namespace quillet::port {
+
+class ArticlePanes;
+class Clock;
+class Dialler;
+class Dialogs;
+class FileDialogs;
+class Files;
+class Libraries;
+class ListView;
+class MessageBoxes;
+class MessageQueue;
+class PopUpMenus;
+class Registry;
+class Scheduler;
+class Shell;
+class Sockets;
+class TreeView;
+class Windows;
 
 // What a display brings.
 struct DisplayServices {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/prefs_registry.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "store/databases.h"
 

@@ -9,6 +9,7 @@
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/wait_cursor.h"
+#include "port/libraries.h"
 #include "port/platform.h"
 #include "store/databases.h"
 #include "store/maintenance.h"

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "base/messages.h"
+#include "port/clock.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "store/device_path.h"
 #include "store/gdbm_header.h"

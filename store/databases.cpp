@@ -7,6 +7,7 @@
 #include "base/messages.h"
 #include "base/prefs_registry.h"
 #include "base/views.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "store/chains.h"
 #include "store/counts.h"

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/prefs_registry.h"
+#include "port/files.h"
 #include "port/platform.h"
 
 namespace quillet {

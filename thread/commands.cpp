@@ -8,6 +8,7 @@
 #include "base/views.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
+#include "port/pop_up_menus.h"
 #include "res/resource.h"
 #include "store/counts.h"
 #include "store/maintenance.h"

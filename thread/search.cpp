@@ -6,6 +6,7 @@
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
+#include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "thread/moves.h"

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "port/windows.h"
+
 namespace quillet::port {
 
 LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line,
