@@ -12,6 +12,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
 endif()
 target_include_directories(quillet_options INTERFACE ${CMAKE_SOURCE_DIR})
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  add_compile_options(-fpch-preprocess)  # the compiler cache then knows precompiled headers
+endif()
+
 if(QUILLET_SANITIZE)
   add_compile_options(-fsanitize=${QUILLET_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
@@ -33,6 +37,23 @@ function(quillet_program name)
   target_link_libraries(${name} PRIVATE ${ARG_USES} quillet_options)
 endfunction()
 
+# quillet_label_test(test KIND NEEDS target...): the labels that ./test chooses by, which are the kind
+# (unit, scenario, qt, real) and the folder below tests/, and for each of the two a target that builds
+# what such tests run.
+function(quillet_label_test test kind)
+  cmake_parse_arguments(ARG "" "" "NEEDS" ${ARGN})
+  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
+  set_property(TEST ${test} APPEND PROPERTY LABELS ${kind} folder-${folder})
+  foreach(group kind-${kind} folder-${folder})
+    if(NOT TARGET tests-${group})
+      add_custom_target(tests-${group})
+    endif()
+    if(ARG_NEEDS)
+      add_dependencies(tests-${group} ${ARG_NEEDS})
+    endif()
+  endforeach()
+endfunction()
+
 # quillet_test(name SOURCES ... USES ...): one GoogleTest program, run as one ctest entry.
 function(quillet_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
@@ -41,6 +62,8 @@ function(quillet_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_USES} quillet_options GTest::gmock GTest::gtest_main)
+  target_precompile_headers(${name} REUSE_FROM quillet_test_headers)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  quillet_label_test(${name} unit NEEDS ${name})
 endfunction()

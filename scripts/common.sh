@@ -44,11 +44,13 @@ ensure_packages() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
+# The compiler cache serves every checkout, and precompiled headers too.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+
 # configure FOLDER CMAKE-ARGUMENT...
 configure() {
   local folder=$1
   shift
-  export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
   cmake -S . -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@" > "$folder.log" 2>&1 ||
     { cat "$folder.log" >&2; fail "Configuring failed."; }
 }

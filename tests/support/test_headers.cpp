@@ -1,0 +1,1 @@
+// The precompiled headers of the tests belong to a library, and a library has a source.
