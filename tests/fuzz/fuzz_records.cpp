@@ -1,6 +1,5 @@
 // Article and group records from a hostile file: parsing stays inside the value, and what it took
 // can be stored and read again unchanged.
-#define QUILLET_FAKE_WITHOUT_GTEST
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
