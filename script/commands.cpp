@@ -2,6 +2,11 @@
 
 #include <array>
 
+#include "script/flow_commands.h"
+#include "script/input_commands.h"
+#include "script/question_commands.h"
+#include "script/reading_commands.h"
+#include "script/store_commands.h"
 #include "script/words.h"
 
 namespace quillet {

@@ -29,13 +29,6 @@ struct ScriptCommand {
 
 constexpr std::size_t kAnyNumber = 1000000;
 
-// Parts of the table; each file of commands has one.
-std::span<const ScriptCommand> FlowCommands();
-std::span<const ScriptCommand> InputCommands();
-std::span<const ScriptCommand> QuestionCommands();
-std::span<const ScriptCommand> ReadingCommands();
-std::span<const ScriptCommand> StoreCommands();
-
 // Finds the command of a line and carries it out. Main thread. Throws ScriptFailure, ScriptStopped.
 void CarryOut(ScriptContext& context, Words line);
 

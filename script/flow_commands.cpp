@@ -1,4 +1,6 @@
 // Starting, waiting, announcing, ending.
+#include "script/flow_commands.h"
+
 #include <array>
 
 #include "res/resource.h"

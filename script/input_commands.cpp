@@ -1,4 +1,6 @@
 // What a user does with the main window, the group list and the open dialog.
+#include "script/input_commands.h"
+
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -7,7 +9,6 @@
 #include "res/resource.h"
 #include "script/commands.h"
 #include "script/describe.h"
-#include "script/input.h"
 #include "script/words.h"
 #include "util/text.h"
 

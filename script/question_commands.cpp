@@ -1,4 +1,6 @@
 // What a script asks, and its settings.
+#include "script/question_commands.h"
+
 #include <array>
 #include <memory>
 

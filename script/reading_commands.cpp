@@ -1,8 +1,10 @@
 // The thread tree and the article view: what a user does with them and what a script asks of them.
+#include "script/reading_commands.h"
+
 #include <array>
 
 #include "script/commands.h"
-#include "script/input.h"
+#include "script/input_commands.h"
 #include "script/shown_nodes.h"
 #include "script/words.h"
 #include "store/records.h"

@@ -1,4 +1,6 @@
 // What is stored: a group's chain and single articles. 8-bit texts are shown widened, unit by byte.
+#include "script/store_commands.h"
+
 #include <array>
 
 #include "script/commands.h"

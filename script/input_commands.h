@@ -1,11 +1,16 @@
-// What all commands that play the user share. Main thread.
+// What a user does with the main window, the group list and the open dialog; what all commands that
+// play the user share. Main thread.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "script/commands.h"
 
 namespace quillet {
+
+// Their part of the table.
+std::span<const ScriptCommand> InputCommands();
 
 // Throws when input was not taken, saying what stands in its way.
 void Require(ScriptContext& context, bool taken);

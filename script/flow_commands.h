@@ -1,0 +1,13 @@
+// Starting, waiting, announcing, ending.
+#pragma once
+
+#include <span>
+
+#include "script/commands.h"
+
+namespace quillet {
+
+// Their part of the table.
+std::span<const ScriptCommand> FlowCommands();
+
+}  // namespace quillet

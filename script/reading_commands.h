@@ -1,0 +1,13 @@
+// The thread tree and the article view: what a user does with them and what a script asks of them.
+#pragma once
+
+#include <span>
+
+#include "script/commands.h"
+
+namespace quillet {
+
+// Their part of the table.
+std::span<const ScriptCommand> ReadingCommands();
+
+}  // namespace quillet

@@ -1,0 +1,13 @@
+// What is stored: a group's chain and single articles.
+#pragma once
+
+#include <span>
+
+#include "script/commands.h"
+
+namespace quillet {
+
+// Their part of the table.
+std::span<const ScriptCommand> StoreCommands();
+
+}  // namespace quillet
