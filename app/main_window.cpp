@@ -5,6 +5,9 @@
 
 #include "app/open_prefs.h"
 #include "app/startup.h"
+#include "article/commands.h"
+#include "article/headers_dialog.h"
+#include "article/panes.h"
 #include "article/view.h"
 #include "base/app_messages.h"
 #include "base/long_operation.h"
@@ -20,8 +23,9 @@
 #include "res/commands.h"
 #include "res/resource.h"
 #include "store/databases.h"
-#include "store/maintenance.h"
+#include "store/deletion.h"
 #include "store/shown_tree.h"
+#include "thread/commands.h"
 #include "thread/view.h"
 
 namespace quillet {

@@ -7,6 +7,7 @@
 
 #include "app/main_window.h"
 #include "app/startup.h"
+#include "article/panes.h"
 #include "article/view.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"

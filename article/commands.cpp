@@ -1,8 +1,12 @@
 // The commands and keys of the article view.
+#include "article/commands.h"
+
 #include <array>
 #include <new>
 
-#include "article/current_article.h"
+#include "article/headers_dialog.h"
+#include "article/message_body.h"
+#include "article/save.h"
 #include "article/view.h"
 #include "base/app_messages.h"
 #include "base/messages.h"

@@ -1,13 +1,15 @@
-// The "Message headers" dialog.
+#include "article/headers_dialog.h"
+
 #include <new>
 
-#include "article/current_article.h"
-#include "article/view.h"
+#include "article/message_body.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "store/records.h"
+#include "thread/current.h"
 #include "util/format.h"
 
 namespace quillet {

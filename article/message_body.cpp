@@ -1,11 +1,11 @@
-// An article as one text.
+#include "article/message_body.h"
+
 #include <new>
 
-#include "article/current_article.h"
 #include "article/render.h"
-#include "article/view.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "store/records.h"
 #include "util/text.h"
 
 namespace quillet {

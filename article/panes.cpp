@@ -1,15 +1,15 @@
-// The article tab: header bar, viewer and toolbar.
+#include "article/panes.h"
+
 #include <array>
 #include <vector>
 
-#include "article/current_article.h"
-#include "article/view.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/views.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "thread/current.h"
 #include "thread/moves.h"
 #include "util/format.h"
 

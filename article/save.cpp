@@ -1,7 +1,7 @@
-// Saving a text as a file of its own.
+#include "article/save.h"
+
 #include <algorithm>
 
-#include "article/view.h"
 #include "base/messages.h"
 #include "port/file_dialogs.h"
 #include "port/files.h"

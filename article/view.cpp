@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <new>
 
-#include "article/current_article.h"
+#include "article/message_body.h"
+#include "article/panes.h"
 #include "article/render.h"
 #include "base/app_messages.h"
 #include "base/messages.h"
@@ -12,6 +13,7 @@
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "store/counts.h"
+#include "thread/labels.h"
 #include "thread/view.h"
 #include "util/text.h"
 

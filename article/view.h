@@ -1,10 +1,8 @@
-// The article view: one article with its header bar, moving through articles and threads, finding,
-// saving. Program thread only.
+// The article view: which article is shown, and its text in the viewer. Program thread only.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,25 +21,17 @@ void DisplayArticle(Node* node, std::string_view search_text);
 void DisplayCurrentArticle(const std::vector<MatchRange>& matches);
 // Empties the viewer and the header bar and drops the current article. No tab is changed.
 void ClearCurrentArticle();
-// The panes have gone with the main window's tabs: they are created again when they are shown next.
-void ForgetArticlePanes();
 
-// The article as one text with CR LF line ends; nothing after a reported lack of memory. Null: an
-// empty text.
-std::optional<std::u16string> CreateMessageBody(const AsciiArticle* article, bool with_headers);
-// The text of the "Message headers" dialog.
-std::u16string MessageHeadersText(const AsciiArticle& article);
-void ShowMessageHeaders();
+// Whether the viewer takes every article as plain text; kept while the program runs.
+void TogglePlainTextFlag();
 
-// Asks for a name and writes the 8-bit text into a new file; failures are told to the user.
-void SaveAsFile(std::u16string_view title, std::u16string_view default_name, std::string_view text);
-// The first 16 characters of the subject with "_" for what is not an ASCII letter or digit, and
-// ".txt".
-std::u16string DefaultFileName(std::string_view subject);
+// Index of the group whose counts hold the current article; beyond every group when there is none.
+std::size_t GroupOfCurrentArticle();
+// After the read flag of the current article was changed: group list and tree follow.
+void ShowChangedReadFlag();
 
-// Commands of the article view; other ids are ignored.
-void ArticleCommand(std::uint32_t command);
-// Keys released in the article view, but for those that go back one view.
-void HandleArticleKey(std::uint32_t virtual_key);
+// Keeps the search text in the current article and looks for it in the text that is shown; nothing
+// after a reported lack of memory.
+std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::string_view search_text);
 
 }  // namespace quillet

@@ -22,7 +22,7 @@
 #include "store/records.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
-#include "thread/builder.h"
+#include "thread/group_tree.h"
 #include "util/format.h"
 
 namespace quillet {

@@ -21,7 +21,7 @@
 #include "res/resource.h"
 #include "store/counts.h"
 #include "store/databases.h"
-#include "store/maintenance.h"
+#include "store/deletion.h"
 #include "thread/view.h"
 #include "util/format.h"
 

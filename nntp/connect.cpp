@@ -12,7 +12,9 @@
 #include "port/platform.h"
 #include "store/counts.h"
 #include "store/databases.h"
+#include "store/deletion.h"
 #include "store/maintenance.h"
+#include "store/pending_posts.h"
 #include "store/records.h"
 #include "util/format.h"
 

@@ -12,7 +12,7 @@
 #include "port/libraries.h"
 #include "port/platform.h"
 #include "store/databases.h"
-#include "store/maintenance.h"
+#include "store/rewrite.h"
 #include "util/text.h"
 
 namespace quillet {

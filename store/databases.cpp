@@ -13,6 +13,7 @@
 #include "store/counts.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
+#include "store/pending_posts.h"
 #include "store/records.h"
 #include "store/use_mark.h"
 #include "util/format.h"

@@ -1,4 +1,6 @@
 // Deleting the read or all articles of groups.
+#include "store/deletion.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -9,7 +11,6 @@
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
-#include "store/maintenance.h"
 #include "store/records.h"
 #include "store/shown_tree.h"
 #include "util/format.h"

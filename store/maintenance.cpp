@@ -7,6 +7,7 @@
 #include "base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/databases.h"
+#include "store/rewrite.h"
 #include "util/format.h"
 
 namespace quillet {

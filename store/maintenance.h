@@ -1,4 +1,4 @@
-// Reclaiming space: deletion, compaction, the room check. Program thread only.
+// Sizes as text, the room check, compaction. Program thread only.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,6 @@
 
 namespace quillet {
 
-struct GDBMGroup;
-
 std::u16string FormatByteSize(std::uint32_t bytes);
 
 // Whole percentage in use: 100 - free percentage, the free one truncated. `total_bytes` 0 is 0.
@@ -18,19 +16,6 @@ std::uint32_t UsedPercent(const port::VolumeSpace& space);
 // False after the message that the store is too full.
 bool StoreHasRoom();
 
-constexpr int kCheckedGroups = -1;
-// Deletes the read or all articles of one group, or of the groups checked in the group list.
-// Non-zero when it ran to the end, 0 after an abort or when the store refused to go on. A tree that
-// is shown goes with it (store/shown_tree.h).
-int DeleteArticles(bool only_read, int group_index);
-// Deletes one article of a group: its own record (without a Message-ID it has none of its own) and
-// its chain record, and lowers the counts with their cache. False when the store keeps one of them:
-// nothing was changed then, or the chain record counts as one of an article that is missing.
-bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read);
-
-enum class RewriteMode { kCompact = 0, kCompress = 1, kUncompress = 2 };
-// The operation under CompactDatabases and CompressAllArticles.
-int RewriteDatabases(RewriteMode mode);
 void CompactDatabases();
 
 }  // namespace quillet

@@ -1,4 +1,5 @@
-// Queued posts: article records of their own database, with `read` as the posting run's mark.
+#include "store/pending_posts.h"
+
 #include "base/app_messages.h"
 #include "base/messages.h"
 #include "port/platform.h"

@@ -1,4 +1,4 @@
-// Articles and queued posts: the record in memory, its stored form, and storing it.
+// Articles: the record in memory, its stored form, and storing it.
 //
 // Keys that are strings include their terminating NUL. Program thread only.
 #pragma once
@@ -78,14 +78,5 @@ bool ArticleExists(std::string_view message_id);
 bool IsArticleRead(std::string_view message_id);
 // False when the record is still there.
 bool DeleteArticle(std::string_view message_id);
-
-bool StoreAsciiGDBMPost(AsciiArticle& article);
-std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id);
-void DeletePendingPost(std::string_view message_id);
-// The first key (previous: nothing) or the one after `previous`, without its NUL.
-std::optional<std::string> NextPendingPostKey(const std::optional<std::string>& previous);
-std::uint32_t CountPendingPosts();
-std::unique_ptr<AsciiArticle> FirstWaitingPendingPost();
-void ClearPendingFlags();
 
 }  // namespace quillet

@@ -1,14 +1,16 @@
 // Rewriting whole databases: compaction and conversion.
+#include "store/rewrite.h"
+
 #include <array>
 #include <span>
 
 #include "base/long_operation.h"
+#include "port/files.h"
 #include "port/platform.h"
 #include "store/compression.h"
 #include "store/counts.h"
 #include "store/database_files.h"
 #include "store/device_path.h"
-#include "store/maintenance.h"
 #include "store/records.h"
 #include "store/stored_article.h"
 #include "util/format.h"

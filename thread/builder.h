@@ -1,4 +1,4 @@
-// Building a group's thread tree from its chain.
+// Building the thread tree of a group's articles.
 //
 // The finished tree is the one that linking each article, in the order of reading, into sorted
 // lists of siblings would give; it is reached by sorting once, so that no shape of threads makes
@@ -58,22 +58,5 @@ class ThreadBuilder {
   struct State;
   std::unique_ptr<State> state_;
 };
-
-struct BuiltTree {
-  std::unique_ptr<ThreadTree> tree;  // never null but after a critical report
-  // False after an abort, and when the store was closed or failed: the counts then tell nothing.
-  bool complete = false;
-};
-
-// Reads the group's chain from newest to oldest and builds by `usethreading` and `reversethread`.
-// Chain records whose article is missing are removed (not while the databases are closed or have
-// failed: then nothing can be known to be missing). Stops when AbortRequested.
-BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress = {});
-
-// The same subject but for blanks in front and any number of "re:" in any case with the blanks
-// after them; a blank is the space character only. Case matters in the rest.
-bool SubjectsMatch(std::string_view a, std::string_view b);
-// What SubjectsMatch compares.
-std::string_view SubjectWithoutReplyMarks(std::string_view subject);
 
 }  // namespace quillet

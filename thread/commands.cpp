@@ -1,4 +1,6 @@
 // The commands of the thread view, from its menu, its keys and its context menu.
+#include "thread/commands.h"
+
 #include <array>
 #include <vector>
 
@@ -11,7 +13,7 @@
 #include "port/pop_up_menus.h"
 #include "res/resource.h"
 #include "store/counts.h"
-#include "store/maintenance.h"
+#include "store/deletion.h"
 #include "thread/deletion.h"
 #include "thread/marking.h"
 #include "thread/moves.h"

@@ -7,7 +7,7 @@
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
-#include "store/maintenance.h"
+#include "store/deletion.h"
 #include "thread/labels.h"
 #include "thread/moves.h"
 #include "thread/totals.h"

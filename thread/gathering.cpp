@@ -3,6 +3,8 @@
 #include <bit>
 #include <functional>
 
+#include "thread/subjects.h"
+
 namespace quillet {
 namespace {
 

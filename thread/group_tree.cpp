@@ -1,3 +1,5 @@
+#include "thread/group_tree.h"
+
 #include <new>
 #include <unordered_set>
 #include <vector>

@@ -7,7 +7,6 @@
 #include "base/messages.h"
 #include "port/platform.h"
 #include "thread/shown_labels.h"
-#include "thread/view.h"
 #include "util/format.h"
 #include "util/text.h"
 

@@ -4,9 +4,9 @@
 #include "base/long_operation.h"
 #include "store/counts.h"
 #include "thread/current.h"
+#include "thread/labels.h"
 #include "thread/moves.h"
 #include "thread/totals.h"
-#include "thread/view.h"
 
 namespace quillet {
 namespace {

@@ -1,6 +1,7 @@
+#include "thread/subjects.h"
+
 #include <algorithm>
 
-#include "thread/builder.h"
 #include "util/text.h"
 
 namespace quillet {

@@ -1,4 +1,4 @@
-// The thread view: the tree of the current group with its caption line, labels and commands.
+// The thread view: the tree of the current group with its caption line.
 // Program thread only.
 #pragma once
 
@@ -20,11 +20,6 @@ void BuildThreadList(int group_index, std::uint32_t total_count);
 // pending, otherwise with its labels brought up to date. Selects the current article's item.
 void ShowThreadView();
 
-// Fills the control from the tree in pre-order; with `single` only that node and what is below it
-// is put in anew, at its place.
-void BuildTreeView(Node& root, bool single);
-// Bold states and texts of the node, of everything below it and of the nodes above it.
-void RefreshThreadLabels(Node& node);
 // Deletes all items, frees the current tree; the caption tells that there is nothing. The current
 // article loses its node, and is cleared when it belonged to the tree.
 void ClearThreadView();
@@ -32,7 +27,6 @@ void ClearThreadView();
 // when it is shown next.
 void ForgetThreadControl();
 
-std::u16string ThreadLabel(const Node& node);
 // "%s: %lu on server" or the group's name alone.
 std::u16string ThreadCaption(int group_index);
 // The caption of what is shown now.
@@ -48,14 +42,5 @@ Node* NodeOfItem(port::TreeItem item);
 // The selected node; null when nothing is selected or no tree is shown.
 Node* SelectedNode();
 void SelectNode(const Node& node);
-
-// The selected node's article is shown in the article view; of a subject node the thread's first
-// one. False when nothing is selected.
-bool OpenSelectedNode();
-void HandleThreadItemActivated(port::TreeItem item);
-// The pop-up menu of an item, and the command chosen from it.
-void HandleThreadContextMenu(port::TreeItem item);
-// Commands of the thread view; other ids are ignored.
-void HandleThreadCommand(std::uint32_t command);
 
 }  // namespace quillet

@@ -11,6 +11,7 @@
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
+#include "store/pending_posts.h"
 #include "store/records.h"
 #include "tests/app/program_fixture.h"
 

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "article/commands.h"
 #include "article/view.h"
 #include "base/views.h"
 #include "res/resource.h"
 #include "tests/store/store_fixture.h"
 #include "tests/support/failing_new.h"
-#include "thread/builder.h"
 #include "thread/current.h"
 #include "thread/view.h"
 

@@ -1,4 +1,6 @@
 // The commands and keys of the article view, the "Message headers" dialog.
+#include "article/commands.h"
+#include "article/headers_dialog.h"
 #include "base/app_messages.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"

@@ -1,4 +1,5 @@
 // Finding in the article view: the hits in what is shown, going on to the next article.
+#include "article/commands.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {

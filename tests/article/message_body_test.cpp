@@ -1,5 +1,9 @@
 // The texts made of an article: as it is shown, found and saved, the "Message headers" dialog, and
 // the name of its file.
+#include "article/message_body.h"
+
+#include "article/headers_dialog.h"
+#include "article/save.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {

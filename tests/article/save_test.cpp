@@ -1,4 +1,7 @@
 // Saving an article as a file.
+#include "article/save.h"
+
+#include "article/commands.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {

@@ -1,4 +1,6 @@
 // Showing articles: what becomes current, what is marked, what the panes show.
+#include "article/commands.h"
+#include "article/panes.h"
 #include "base/app_messages.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "base/app_messages.h"
+#include "store/pending_posts.h"
 #include "tests/nntp/nntp_fixture.h"
 
 namespace quillet {

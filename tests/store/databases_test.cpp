@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "store/gdbm_library.h"
+#include "store/pending_posts.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <random>
 
+#include "store/pending_posts.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {

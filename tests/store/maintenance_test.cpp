@@ -8,6 +8,9 @@
 
 #include "base/views.h"
 #include "res/resource.h"
+#include "store/deletion.h"
+#include "store/pending_posts.h"
+#include "store/rewrite.h"
 #include "store/shown_tree.h"
 #include "tests/store/store_fixture.h"
 

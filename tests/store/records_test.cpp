@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "store/pending_posts.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/thread/view_fixture.h"
+#include "thread/commands.h"
 #include "thread/view.h"
 
 namespace quillet {

@@ -4,8 +4,9 @@
 
 #include <gmock/gmock.h>
 
-#include "store/maintenance.h"
+#include "store/deletion.h"
 #include "tests/thread/view_fixture.h"
+#include "thread/commands.h"
 
 namespace quillet {
 namespace {

@@ -5,6 +5,7 @@
 #include "tests/store/store_fixture.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
+#include "thread/group_tree.h"
 #include "thread/moves.h"
 #include "util/little_endian.h"
 

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/thread/view_fixture.h"
+#include "thread/commands.h"
 
 namespace quillet {
 namespace {

@@ -5,6 +5,7 @@
 #include "tests/support/failing_new.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
+#include "thread/group_tree.h"
 
 namespace quillet {
 namespace {

@@ -6,6 +6,7 @@
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
 #include "thread/gathering.h"
+#include "thread/subjects.h"
 
 namespace quillet {
 namespace {

@@ -3,6 +3,7 @@
 #include <deque>
 #include <set>
 
+#include "thread/subjects.h"
 #include "util/format.h"
 
 namespace quillet::testing {

@@ -3,6 +3,7 @@
 
 #include "tests/support/failing_new.h"
 #include "tests/thread/view_fixture.h"
+#include "thread/labels.h"
 
 namespace quillet {
 namespace {

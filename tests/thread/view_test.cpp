@@ -4,7 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "tests/thread/view_fixture.h"
-#include "thread/builder.h"
+#include "thread/commands.h"
+#include "thread/labels.h"
 
 namespace quillet {
 namespace {

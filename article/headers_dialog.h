@@ -1,0 +1,14 @@
+// The "Message headers" dialog. Program thread only.
+#pragma once
+
+#include <string>
+
+namespace quillet {
+
+struct AsciiArticle;
+
+// The text of the "Message headers" dialog.
+std::u16string MessageHeadersText(const AsciiArticle& article);
+void ShowMessageHeaders();
+
+}  // namespace quillet

@@ -1,0 +1,20 @@
+// Deleting the read or all articles of groups. Program thread only.
+#pragma once
+
+#include <cstddef>
+
+namespace quillet {
+
+struct GDBMGroup;
+
+constexpr int kCheckedGroups = -1;
+// Deletes the read or all articles of one group, or of the groups checked in the group list.
+// Non-zero when it ran to the end, 0 after an abort or when the store refused to go on. A tree that
+// is shown goes with it (store/shown_tree.h).
+int DeleteArticles(bool only_read, int group_index);
+// Deletes one article of a group: its own record (without a Message-ID it has none of its own) and
+// its chain record, and lowers the counts with their cache. False when the store keeps one of them:
+// nothing was changed then, or the chain record counts as one of an article that is missing.
+bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read);
+
+}  // namespace quillet
