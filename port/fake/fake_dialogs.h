@@ -1,0 +1,124 @@
+// Dialogs without pixels: values of controls. A form that has no template gets the controls that
+// are named.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "port/dialogs.h"
+#include "port/fake/fake_screen.h"
+
+namespace quillet::port {
+
+class FakeDialogs : public Dialogs {
+ public:
+  explicit FakeDialogs(FakeScreen& screen) : screen_(screen) {}
+
+  // --- announced acts ---
+
+  // When a dialog of that form is shown next, `act` is called with it on the thread that showed it.
+  // One that is left over is a failure.
+  void WhenShown(std::uint32_t form, std::function<void(WindowHandle dialog)> act);
+  // Presses Cancel in the progress dialog after the nth text that is set into its controls 1020 and
+  // 1022 from now on, the title included; 0: as soon as it is shown. The press has been handled
+  // when the next call to the display from another thread than the dialog's returns.
+  void CancelProgressAfter(int n);
+  // Failures for what was announced and did not happen (once).
+  void Verify();
+
+  // --- what is shown ---
+
+  struct ProgressText {
+    std::uint32_t control = 0;
+    std::u16string text;
+    bool operator==(const ProgressText&) const = default;
+  };
+  // Every text set into controls 1020 and 1022 of a progress dialog.
+  std::vector<ProgressText> progress_texts() const;
+  void ForgetProgressTexts();
+  // The dialogs that exist, in the order of their creation; also those not shown yet.
+  std::vector<ShownDialog> dialogs() const;
+  std::optional<ShownDialog> FindDialog(WindowHandle dialog) const;
+  std::optional<ShownControl> Control(WindowHandle dialog, std::uint32_t control) const;
+  // The newest existing dialog of that form; 0 when there is none.
+  WindowHandle DialogOfForm(std::uint32_t form) const;
+  // Waits for a shown dialog of that form; 0 after the time-out.
+  WindowHandle WaitForDialog(std::uint32_t form, int timeout_ms = 10000) const;
+
+  // --- what the user does: false when a real display would not allow it now ---
+
+  bool Press(WindowHandle dialog, std::uint32_t control);
+  bool Choose(WindowHandle dialog, std::uint32_t control, int index);
+  bool Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
+  bool Tick(WindowHandle dialog, std::uint32_t control, bool checked);
+  bool CloseDialog(WindowHandle dialog);
+
+  // --- the device ---
+
+  // The next creations fail.
+  void FailNextDialog(int count = 1);
+
+  // --- the service ---
+
+  WindowHandle Create(std::uint32_t form, WindowHandle owner) override;
+  void Show(WindowHandle dialog) override;
+  void Destroy(WindowHandle dialog) override;
+  void SetText(WindowHandle dialog, std::uint32_t control, std::u16string_view text) override;
+  std::u16string GetText(WindowHandle dialog, std::uint32_t control) override;
+  void SetChecked(WindowHandle dialog, std::uint32_t control, bool checked) override;
+  bool IsChecked(WindowHandle dialog, std::uint32_t control) override;
+  void ShowControl(WindowHandle dialog, std::uint32_t control, bool visible) override;
+  void SetChoices(WindowHandle dialog, std::uint32_t control,
+                  const std::vector<std::u16string>& items) override;
+  void SetChoice(WindowHandle dialog, std::uint32_t control, int index) override;
+  int Choice(WindowHandle dialog, std::uint32_t control) override;
+  void SelectText(WindowHandle dialog, std::uint32_t control) override;
+  void SetProgressRange(WindowHandle dialog, std::uint32_t control, int upper) override;
+  void SetProgressPosition(WindowHandle dialog, std::uint32_t control, int position) override;
+
+ protected:
+  // Locked. Escape is Cancel and Return the default button; false when the key is neither in a
+  // dialog.
+  bool PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key);
+
+ private:
+  struct Dialog {
+    ShownDialog values;
+    std::thread::id thread;
+    bool has_template = false;
+  };
+  struct ShowAction {
+    std::uint32_t form = 0;
+    std::function<void(WindowHandle)> act;
+  };
+
+  Dialog* FindOpen(WindowHandle dialog);
+  const Dialog* FindOpen(WindowHandle dialog) const;
+  ShownControl* FindControl(Dialog& dialog, std::uint32_t control, bool add);
+  ShownControl* UsableControl(WindowHandle dialog, std::uint32_t control, ControlKind kind);
+  template <class Change>
+  void ChangeControl(WindowHandle dialog, std::uint32_t control, const Change& change);
+  bool CheckKind(const char* operation, WindowHandle dialog, std::uint32_t control,
+                 ControlKind kind);
+  std::uint32_t DefaultButton(const Dialog& dialog) const;
+  void NoteProgressText(const Dialog& dialog, const ProgressText& text);
+  void PressAwaitedCancel(const Dialog& dialog);
+  void AwaitCancelHandled(WindowHandle dialog);
+
+  FakeScreen& screen_;
+  std::map<WindowHandle, Dialog> dialogs_;
+  std::deque<ShowAction> show_actions_;
+  std::vector<ProgressText> progress_texts_;
+  std::optional<int> cancel_in_;  // texts until Cancel is pressed
+  WindowHandle cancelled_ = 0;    // the press may not have been handled yet
+  int failing_dialogs_ = 0;
+};
+
+}  // namespace quillet::port

@@ -1,0 +1,34 @@
+// Save dialogs without pixels.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "port/fake/fake_screen.h"
+#include "port/file_dialogs.h"
+
+namespace quillet::port {
+
+class FakeFileDialogs : public FileDialogs {
+ public:
+  explicit FakeFileDialogs(FakeScreen& screen) : screen_(screen) {}
+
+  // The next save dialog returns that path; nothing: it is cancelled. One that nobody announced is
+  // cancelled and a failure.
+  void ExpectSaveFile(std::optional<std::u16string> path);
+  // Failures for what was announced and did not happen (once).
+  void Verify();
+  // Every save dialog so far.
+  std::vector<SaveFileTraits> save_dialogs() const;
+
+  std::optional<std::u16string> SaveFile(WindowHandle owner, const SaveFileTraits& traits) override;
+
+ private:
+  FakeScreen& screen_;
+  std::deque<std::optional<std::u16string>> expected_;
+  std::vector<SaveFileTraits> save_dialogs_;
+};
+
+}  // namespace quillet::port

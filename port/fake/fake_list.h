@@ -1,0 +1,58 @@
+// The list of groups without pixels.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "port/fake/fake_screen.h"
+#include "port/list_view.h"
+
+namespace quillet::port {
+
+class FakeList : public ListView {
+ public:
+  explicit FakeList(FakeScreen& screen);
+  FakeList(const FakeList&) = delete;
+  FakeList& operator=(const FakeList&) = delete;
+
+  // --- what is shown ---
+
+  ShownList list() const;
+  // The row with that name; -1 when there is none.
+  int FindRow(std::u16string_view name) const;
+
+  // --- what the user does: false when a real display would not allow it now ---
+
+  bool ToggleRow(int row);
+  bool SelectRow(int row);
+  bool ActivateRow(int row);
+  bool DragColumn(int column, int width);
+
+  // --- the service ---
+
+  void Create(std::span<const ListColumn, 2> columns, std::u16string_view font_face,
+              int font_size_index) override;
+  void Fill(std::vector<ListRow> rows, int selected) override;
+  void SetCounts(std::vector<std::u16string> counts) override;
+  std::vector<CheckState> CheckStates() override;
+  void SetCheckStates(std::vector<CheckState> states) override;
+  int SelectedRow() override;
+  std::array<std::int32_t, 2> ColumnWidths() override;
+
+ protected:
+  // Locked. What the list itself does with a key, besides the key's messages.
+  void PressListKey(std::uint32_t virtual_key);
+
+ private:
+  bool ListTakesInput() const;
+  bool RowTakesInput(int row) const;
+
+  FakeScreen& screen_;
+  ShownList list_;
+};
+
+}  // namespace quillet::port

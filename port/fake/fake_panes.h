@@ -1,0 +1,53 @@
+// The article's panes without pixels: header bar, toolbar and viewer.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "port/article_panes.h"
+#include "port/fake/fake_screen.h"
+
+namespace quillet::port {
+
+class FakePanes : public ArticlePanes {
+ public:
+  explicit FakePanes(FakeScreen& screen);
+  FakePanes(const FakePanes&) = delete;
+  FakePanes& operator=(const FakePanes&) = delete;
+
+  ShownArticle article() const;
+
+  // --- what the user does: false when a real display would not allow it now ---
+
+  bool TapHeader();
+  bool PressToolbar(std::uint32_t command);
+  // A link that the article view shows.
+  bool ActivateLink(std::u16string_view target);
+
+  // --- the device ---
+
+  // The next creations fail.
+  void FailNextToolbar(int count = 1);
+
+  // --- the service ---
+
+  void CreatePanes(std::u16string_view header_font_face, int header_font_pixels) override;
+  bool PanesCreated() override;
+  bool CreateToolbar(const std::vector<ToolbarButton>& buttons) override;
+  void SetHeader(const std::array<HeaderLine, 2>& lines) override;
+  void ClearViewer() override;
+  void AddToViewer(std::u16string_view text, bool plain_text) override;
+  void EndOfSource() override;
+  void ScrollViewer(ScrollStep step) override;
+  void CopyFromViewer() override;
+  void FocusViewer() override;
+
+ private:
+  FakeScreen& screen_;
+  ShownArticle article_;
+  int failing_toolbars_ = 0;
+};
+
+}  // namespace quillet::port

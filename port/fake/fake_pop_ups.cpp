@@ -1,0 +1,73 @@
+#include "port/fake/fake_pop_ups.h"
+
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "util/text.h"
+
+namespace quillet::port {
+namespace {
+
+// What is wrong with a menu; empty when nothing is.
+std::string WrongMenu(const std::vector<PopUpEntry>& entries) {
+  std::set<std::uint32_t> commands;
+  for (const PopUpEntry& entry : entries) {
+    if (entry.command == 0) return "a menu entry that cannot be told from no choice";
+    if (entry.text.empty()) return "a menu entry without a text";
+    if (!commands.insert(entry.command).second) return "a menu with one command twice";
+  }
+  return {};
+}
+
+}  // namespace
+
+std::uint32_t FakePopUps::ShowPopUp(WindowHandle owner, const std::vector<PopUpEntry>& entries) {
+  screen_.CheckThread("ShowPopUp");
+  if (!screen_.CheckOwner("ShowPopUp", owner)) return 0;
+  const std::string wrong = WrongMenu(entries);
+  if (!wrong.empty()) screen_.on_failure("display: " + wrong);
+  std::optional<std::u16string> wanted;
+  {
+    const auto lock = screen_.Locked();
+    if (screen_.gone || entries.empty()) return 0;
+    pop_ups_.push_back(entries);
+    screen_.Changed();
+  }
+  if (const auto observed = screen_.observer().OnPopUp(entries)) return *observed;
+  {
+    const auto lock = screen_.Locked();
+    if (!expected_.empty()) {
+      wanted = std::move(expected_.front());
+      expected_.pop_front();
+    }
+  }
+  if (!wanted) screen_.on_failure("display: unannounced pop-up menu");
+  if (!wanted || wanted->empty()) return 0;
+  for (const PopUpEntry& entry : entries) {
+    if (entry.text == *wanted) return entry.command;
+  }
+  screen_.on_failure("display: no entry of the pop-up menu: " + ToUtf8(*wanted));
+  return 0;
+}
+
+void FakePopUps::ExpectPopUp(std::u16string entry) {
+  const auto lock = screen_.Locked();
+  expected_.push_back(std::move(entry));
+}
+
+void FakePopUps::Verify() {
+  bool left_over = false;
+  {
+    const auto lock = screen_.Locked();
+    left_over = !std::exchange(expected_, {}).empty();
+  }
+  if (left_over) screen_.on_failure("display: an announced menu never came");
+}
+
+std::vector<std::vector<PopUpEntry>> FakePopUps::pop_ups() const {
+  const auto lock = screen_.Locked();
+  return pop_ups_;
+}
+
+}  // namespace quillet::port
