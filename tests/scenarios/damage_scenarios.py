@@ -2,8 +2,6 @@
 
 import fcntl
 import random
-import resource
-import signal
 
 from news_servers import NewsServer, article
 from scenario import *
@@ -12,21 +10,26 @@ OFFER = ("Quillet CE was unable to open its GDBM databases; they are probably co
          "you like Quillet CE to delete them automatically?")
 
 
+NO_DATABASES = {
+    "random": random.Random(1).randbytes(20000),
+    "other program": b"SQLite format 3\0" + bytes(5000),
+    "one byte": b"\xce",
+}
+
+
 class Damage(Scenario):
     """A profile with three downloaded articles."""
 
     def setUp(self):
         super().setUp()
-        self.server = NewsServer({"a.one": {n: article(n, "a.one") for n in range(1, 8)}})
-        self.addCleanup(self.server.close)
-        self.fill()
+        self.use_filled_profile("three", self.fill)
 
-    def fill(self, name=""):
-        self.use_profile(name)
-        with self.run_with(servers=[self.server.address], groups=["a.one"],
-                           values={"maxarticles": 3}) as q:
-            q.connect()
-            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+    def fill(self):
+        with NewsServer({"a.one": {n: article(n, "a.one") for n in range(1, 8)}}) as server:
+            with self.run_with(servers=[server.address], groups=["a.one"],
+                               values={"maxarticles": 3}) as q:
+                q.connect()
+                self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
         self.assert_fine(q)
 
     def path(self, name):
@@ -37,104 +40,86 @@ class Damage(Scenario):
 
 
 class DatabaseFiles(Damage):
-    def random_bytes(self):
-        return random.Random(1).randbytes(20000)
+    @for_each(*DATABASES)
+    def test_an_empty_file_is_made_new_without_a_word(self, name):
+        self.path(name).write_bytes(b"")
+        with self.run_quillet() as q:
+            q.do("wait")
+        self.assert_fine(q)
+        self.assert_silent(q)
+        self.assertEqual(self.names(), sorted(DATABASES))
 
-    def test_an_empty_file_is_made_new_without_a_word(self):
-        for name in DATABASES:
-            with self.subTest(name):
-                self.fill("-" + name.split()[1])
-                self.path(name).write_bytes(b"")
-                with self.run_quillet() as q:
-                    q.do("wait")
-                self.assert_fine(q)
-                self.assert_silent(q)
-                self.assertEqual(self.names(), sorted(DATABASES))
+    @for_each(*((kind, name) for kind in NO_DATABASES for name in DATABASES))
+    def test_what_cannot_be_read_is_set_aside_and_said_once(self, kind, name):
+        data = NO_DATABASES[kind]
+        self.path(name).write_bytes(data)
+        with self.run_quillet() as q:
+            q.do("wait")
+            self.assertEqual([g[0] for g in q.groups()], ["a.one"])
+        self.assert_fine(q)
+        boxes = q.of("box")
+        self.assertEqual(len(boxes), 1)
+        self.assertEqual(boxes[0]["buttons"], "ok")
+        self.assertIn(name, boxes[0]["text"])
+        others = [n for n in self.names() if n not in DATABASES]
+        self.assertEqual(len(others), 1)
+        self.assertEqual(self.path(others[0]).read_bytes(), data)
+        with self.run_quillet() as q:
+            q.do("wait")
+        self.assert_fine(q)
+        self.assert_silent(q)
 
-    def test_what_cannot_be_read_is_set_aside_and_said_once(self):
-        damages = {
-            "random": self.random_bytes(),
-            "other program": b"SQLite format 3\0" + bytes(5000),
-            "one byte": b"\xce",
-        }
-        for kind, data in damages.items():
-            for name in DATABASES:
-                with self.subTest((kind, name)):
-                    self.fill("-%s-%s" % (kind, name.split()[1]))
-                    self.path(name).write_bytes(data)
-                    with self.run_quillet() as q:
-                        q.do("wait")
-                        self.assertEqual([g[0] for g in q.groups()], ["a.one"])
-                    self.assert_fine(q)
-                    boxes = q.of("box")
-                    self.assertEqual(len(boxes), 1)
-                    self.assertEqual(boxes[0]["buttons"], "ok")
-                    self.assertIn(name, boxes[0]["text"])
-                    others = [n for n in self.names() if n not in DATABASES]
-                    self.assertEqual(len(others), 1)
-                    self.assertEqual(self.path(others[0]).read_bytes(), data)
-                    with self.run_quillet() as q:
-                        q.do("wait")
-                    self.assert_fine(q)
-                    self.assert_silent(q)
+    @for_each(-1, "half", 4096, 100, 10)
+    def test_a_file_cut_anywhere_neither_crashes_nor_asks(self, part):
+        data = self.path(ARTICLES).read_bytes()
+        self.path(ARTICLES).write_bytes(data[:len(data) // 2 if part == "half" else part])
+        with self.run_quillet() as q:
+            q.do("wait")
+            for message_id in q.chain("a.one"):
+                q.do("article " + quillet_script.quoted(message_id))
+        self.assert_fine(q)
+        self.assertEqual({box["buttons"] for box in q.of("box")} - {"ok"}, set())
 
-    def test_a_file_cut_anywhere_neither_crashes_nor_asks(self):
-        size = self.path(ARTICLES).stat().st_size
-        for part in (size - 1, size // 2, 4096, 100, 10):
-            with self.subTest(part):
-                self.fill("-cut-%d" % part)
-                data = self.path(ARTICLES).read_bytes()
-                self.path(ARTICLES).write_bytes(data[:part])
-                with self.run_quillet() as q:
-                    q.do("wait")
-                    for message_id in q.chain("a.one"):
-                        q.do("article " + quillet_script.quoted(message_id))
-                self.assert_fine(q)
-                self.assertEqual({box["buttons"] for box in q.of("box")} - {"ok"}, set())
-
-    def test_bytes_changed_anywhere_neither_crash_nor_hang(self):
+    @for_each(*range(20))
+    def test_bytes_changed_anywhere_neither_crash_nor_hang(self, seed):
         original = {name: self.path(name).read_bytes() for name in DATABASES}
-        chance = random.Random(7)
-        for number in range(20):
-            with self.subTest(number):
-                self.use_profile("-bits-%d" % number)
-                self.prepare(servers=[self.server.address], groups=["a.one"])
-                for name, data in original.items():
-                    changed = bytearray(data)
-                    for _ in range(chance.choice((1, 10, 200))):
-                        changed[chance.randrange(len(changed))] = chance.randrange(256)
-                    self.path(name).write_bytes(changed)
-                with self.run_quillet(hold=True, timeout=30) as q:
-                    q.do('expect "Quillet CE was unable to open" no optional')
-                    q.do('expect "A critical error occurred" no optional times 9')
-                    q.start()
-                    q.do("wait")
-                    if q.exit_code() is None:
-                        q.chain("a.one")
-                self.assert_fine(q)
-                self.assertEqual(q.exit_code(), 0)
+        chance = random.Random(seed)
+        self.use_profile("")
+        self.prepare(servers=[("127.0.0.1", 9)], groups=["a.one"])
+        for name, data in original.items():
+            changed = bytearray(data)
+            for _ in range(chance.choice((1, 10, 200))):
+                changed[chance.randrange(len(changed))] = chance.randrange(256)
+            self.path(name).write_bytes(changed)
+        with self.run_quillet(hold=True, timeout=30) as q:
+            q.do('expect "Quillet CE was unable to open" no optional')
+            q.do('expect "A critical error occurred" no optional times 9')
+            q.start()
+            q.do("wait")
+            if q.exit_code() is None:
+                q.chain("a.one")
+        self.assert_fine(q)
+        self.assertEqual(q.exit_code(), 0)
 
-    def test_a_locked_file_is_not_touched(self):
-        for name in DATABASES:
-            with self.subTest(name):
-                self.fill("-locked-" + name.split()[1])
-                before = {n: self.path(n).read_bytes() for n in DATABASES}
-                with open(self.path(name), "rb+") as locked:
-                    fcntl.flock(locked, fcntl.LOCK_EX)
-                    q = self.start_expecting(OFFER, "no")
-                    q.do("wait-for exit")
-                    self.assertEqual((q.finish(), q.exit_code()), (0, 0))
-                self.assertEqual(q.boxes(), [
-                    ("OpenGDBMDatabases", "(unknown error)", "ok"),
-                    ("Quillet confirmation", OFFER, "no"),
-                    ("Quillet", "Quillet CE will now exit.", "ok")])
-                offer = q.of("box")[1]
-                self.assertEqual((offer["icon"], offer["topmost"]), ("none", False))
-                self.assertEqual(self.names(), sorted(DATABASES))
-                self.assertEqual({n: self.path(n).read_bytes() for n in DATABASES}, before)
-                with self.run_quillet() as q:
-                    self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
-                self.assert_silent(q)
+    @for_each(*DATABASES)
+    def test_a_locked_file_is_not_touched(self, name):
+        before = {n: self.path(n).read_bytes() for n in DATABASES}
+        with open(self.path(name), "rb+") as locked:
+            fcntl.flock(locked, fcntl.LOCK_EX)
+            q = self.start_expecting(OFFER, "no")
+            q.do("wait-for exit")
+            self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+        self.assertEqual(q.boxes(), [
+            ("OpenGDBMDatabases", "(unknown error)", "ok"),
+            ("Quillet confirmation", OFFER, "no"),
+            ("Quillet", "Quillet CE will now exit.", "ok")])
+        offer = q.of("box")[1]
+        self.assertEqual((offer["icon"], offer["topmost"]), ("none", False))
+        self.assertEqual(self.names(), sorted(DATABASES))
+        self.assertEqual({n: self.path(n).read_bytes() for n in DATABASES}, before)
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+        self.assert_silent(q)
 
     def test_an_unanswered_offer_is_named_and_ends_the_run(self):
         with open(self.path(ARTICLES), "rb+") as locked:
@@ -201,12 +186,6 @@ class Registry(Damage):
 
 
 class FullDisk(Damage):
-    def limit(self, size):
-        def apply():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
-        return apply
-
     def test_a_full_disk_stops_the_download_and_loses_nothing(self):
         size = max(path.stat().st_size for path in self.news_folder.iterdir())
         big = NewsServer({"a.one": {n: article(n, "a.one", body="x" * 70 + "\r\n" + "y" * 3000
@@ -215,7 +194,7 @@ class FullDisk(Damage):
         with self.run_quillet(hold=True) as q:
             q.set_numbers("port", [big.port])
             q.set_dword("maxarticles", 100)
-        with self.run_quillet(before_exec=self.limit(size)) as q:
+        with self.run_quillet(wrapper=file_size_limit(size)) as q:
             # A write that fails in the middle leaves a file that needs repair.
             q.do('expect "A critical error occurred" no optional times 9')
             q.connect()
@@ -232,7 +211,7 @@ class FullDisk(Damage):
         self.assert_silent(q)
 
     def test_settings_that_cannot_be_saved_are_told_in_one_box(self):
-        q = self.run_quillet(before_exec=self.limit(0))
+        q = self.run_quillet(wrapper=file_size_limit(0))
         q.do("wait")
         q.do("untick a.one")
         q.finish()

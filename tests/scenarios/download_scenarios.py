@@ -259,6 +259,10 @@ class Rules(Download):
             "the maximum number of articles to download in the preferences.", "ok")])
 
 
+ONE_ARTICLE = ["S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", "C: STAT 1",
+               "S: 223 1 <a1@example.org>", "C: HEAD", head(1), "C: BODY", body(1), "C: NEXT"]
+
+
 class Errors(Download):
     def error_boxes(self, q):
         return [(box["caption"], box["text"], box["buttons"], box["icon"], box["owner"])
@@ -275,42 +279,30 @@ class Errors(Download):
             "ok", "none", "dialog")])
         self.assertEqual(self.groups[1], ("a.two", "checked", "1/1"))
 
-    def test_a_server_that_closes_at_each_step(self):
-        script = ["S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", "C: STAT 1",
-                  "S: 223 1 <a1@example.org>", "C: HEAD", head(1), "C: BODY", body(1),
-                  "C: NEXT"]
-        for steps in range(len(script)):
-            part = "\n".join(script[:steps] + ["CLOSE"])
-            with self.subTest(steps):
-                self.use_profile("-%d" % steps)
-                q = self.connect([part])
-                self.assert_fine(q)
-                boxes = self.error_boxes(q)
-                self.assertGreater(len(boxes), 0)
-                for box in boxes:
-                    self.assertEqual(box[0], "Error log")
-                    self.assertIn("socket destroyed\r\n", box[1])
+    @for_each(*range(len(ONE_ARTICLE)))
+    def test_a_server_that_closes_at_each_step(self, steps):
+        q = self.connect(["\n".join(ONE_ARTICLE[:steps] + ["CLOSE"])])
+        self.assert_fine(q)
+        boxes = self.error_boxes(q)
+        self.assertGreater(len(boxes), 0)
+        for box in boxes:
+            self.assertEqual(box[0], "Error log")
+            self.assertIn("socket destroyed\r\n", box[1])
 
-    def test_replies_that_make_no_sense_end_the_group_or_the_run(self):
-        for name, lines in {
-                "stat 500": ["C: STAT 1", "S: 500 what?", "C: QUIT"],
-                "stat garbage": ["C: STAT 1", "S: garbage", "C: QUIT"],
-                "head 430": ["C: STAT 1", "S: 223 1 <a@b>", "C: HEAD", "S: 430 none", "C: QUIT"],
-                "body 430": ["C: STAT 1", "S: 223 1 <a@b>", "C: HEAD", head(1), "C: BODY",
-                             "S: 430 none", "C: QUIT"]}.items():
-            with self.subTest(name):
-                self.use_profile("-" + name)
-                q = self.connect(["\n".join(["S: 200 hi", "C: GROUP a.one", "S: 211 1 1 1 a.one"]
-                                            + lines)])
-                self.assert_fine(q)
-                self.assertEqual(self.chains["a.one"], [])
+    @for_each(
+        ["C: STAT 1", "S: 500 what?", "C: QUIT"],
+        ["C: STAT 1", "S: garbage", "C: QUIT"],
+        ["C: STAT 1", "S: 223 1 <a@b>", "C: HEAD", "S: 430 none", "C: QUIT"],
+        ["C: STAT 1", "S: 223 1 <a@b>", "C: HEAD", head(1), "C: BODY", "S: 430 none", "C: QUIT"])
+    def test_replies_that_make_no_sense_end_the_group_or_the_run(self, lines):
+        q = self.connect(["\n".join(["S: 200 hi", "C: GROUP a.one", "S: 211 1 1 1 a.one"] + lines)])
+        self.assert_fine(q)
+        self.assertEqual(self.chains["a.one"], [])
 
-    def test_a_line_without_end_and_binary_floods_do_not_hang(self):
-        for name, raw in {"greeting": "RAW: 200 " + "x" * 5000,
-                          "zeros": "RAW: " + "\\x00" * 3000}.items():
-            with self.subTest(name):
-                q = self.connect([raw + "\nCLOSE"])
-                self.assert_fine(q)
+    @for_each("RAW: 200 " + "x" * 5000, "RAW: " + "\\x00" * 3000)
+    def test_a_line_without_end_and_binary_floods_do_not_hang(self, raw):
+        q = self.connect([raw + "\nCLOSE"])
+        self.assert_fine(q)
 
     def test_no_server_listens(self):
         server = TranscriptServer()
@@ -464,20 +456,18 @@ class AfterDownload(Download):
             self.assertEqual(q.registry("lastdownloaded"), [2])
         self.assert_fine(q)
 
-    def test_closing_with_autodelete_deletes_first_and_asks_nothing(self):
-        # 8: when the program quits; 2: only read articles. Boxes do not count.
-        for autodelete, left in ((8, ["0/0", "0/0"]), (8 + 2, ["0/0", "2/2"])):
-            with self.subTest(autodelete):
-                self.use_profile("-%d" % autodelete)
-                with self.downloaded(values={"autodelete": autodelete}) as q:
-                    q.do("untick a.two")
-                    q.expect("Mark articles in checked groups as read?", "yes")
-                    q.do("command 40024")
-                    q.do("command 40013")
-                self.assert_fine(q)
-                self.assertEqual(len(q.boxes()), 1)
-                with self.run_quillet() as q:
-                    self.assertEqual([g[2] for g in q.groups()], left)
+    # 8: when the program quits; 2: only read articles. Boxes do not count.
+    @for_each((8, ["0/0", "0/0"]), (8 + 2, ["0/0", "2/2"]))
+    def test_closing_with_autodelete_deletes_first_and_asks_nothing(self, autodelete, left):
+        with self.downloaded(values={"autodelete": autodelete}) as q:
+            q.do("untick a.two")
+            q.expect("Mark articles in checked groups as read?", "yes")
+            q.do("command 40024")
+            q.do("command 40013")
+        self.assert_fine(q)
+        self.assertEqual(len(q.boxes()), 1)
+        with self.run_quillet() as q:
+            self.assertEqual([g[2] for g in q.groups()], left)
 
     def test_automatic_deletion_before_a_download(self):
         with self.downloaded(values={"autodelete": 4}) as q:
@@ -489,27 +479,25 @@ class AfterDownload(Download):
         self.assert_fine(q)
         self.assert_silent(q)
 
-    def test_end_of_the_session_during_a_download_saves_what_is_there(self):
-        for signal in (False, True):
-            with self.subTest(signal):
-                self.use_profile("-signal" if signal else "-desktop")
-                stall = TranscriptServer("\n".join([
-                    "S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", fetch("STAT 1", 1),
-                    "C: NEXT", "S: 223 2 <a2@example.org>", "C: HEAD", "C: NEVER"]))
-                self.addCleanup(stall.close)
-                q = self.run_with(servers=[stall.address], groups=["a.one"])
-                q.do("command 40008")
-                q.do('wait-progress "article 2"')
-                if signal:
-                    q.terminate()
-                    self.assertEqual(q.await_end(), 0)
-                else:
-                    q.do("end-session")
-                    q.do("wait-for exit")
-                    self.assertEqual(q.finish(), 0)
-                with self.run_quillet() as q:
-                    self.assertEqual(q.groups(), [("a.one", "checked", "1/1")])
-                self.assert_silent(q)
+    @for_each("signal", "desktop")
+    def test_end_of_the_session_during_a_download_saves_what_is_there(self, end):
+        stall = TranscriptServer("\n".join([
+            "S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", fetch("STAT 1", 1),
+            "C: NEXT", "S: 223 2 <a2@example.org>", "C: HEAD", "C: NEVER"]))
+        self.addCleanup(stall.close)
+        q = self.run_with(servers=[stall.address], groups=["a.one"])
+        q.do("command 40008")
+        q.do('wait-progress "article 2"')
+        if end == "signal":
+            q.terminate()
+            self.assertEqual(q.await_end(), 0)
+        else:
+            q.do("end-session")
+            q.do("wait-for exit")
+            self.assertEqual(q.finish(), 0)
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "1/1")])
+        self.assert_silent(q)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,6 @@
 """The scripted front itself: what it refuses, how it fails, what it reports."""
 
 import json
-import re
 import time
 
 import news_servers
@@ -239,37 +238,35 @@ class Reading(Scenario):
         q.open_group("a.one")
         return q
 
-    def test_what_is_not_there_or_not_shown_is_refused(self):
-        for lines, reason, text in (
-                (["select-node 3"], "missing", "no such node in the tree: 3"),
-                (["open-node 1.2"], "missing", "no such node in the tree: 1.2"),
-                (["open-node <carl@x>"], "missing", "no such node in the tree: <carl@x>"),
-                (["select-node id:ann"], "missing", "no such node in the tree: id:ann"),
-                (["expand 1.1"], "refused", "the window does not take this input now"),
-                (["tab group", "select-node 1"], "refused",
-                 "the window does not take this input now"),
-                (["tap-header"], "refused", "the window does not take this input now"),
-                (["open-node 1", 'tool "Reply"'], "missing", "no such button in the toolbar: Reply"),
-                (["open-node 1", "follow http://y.example/"], "missing",
-                 "the article view shows no such link: http://y.example/"),
-                (["open-group a.two"], "missing", "no such group: a.two"),
-                (["delete-stored <carl@x>"], "missing", "no such article is stored: <carl@x>"),
-                (["context-menu 1"], "unannounced-menu", ""),
-                (['expect-menu "Copy"', "context-menu 1"], "no-such-entry", "Copy"),
-                (['expect-menu "Copy"'], "unused-announcement", "Copy"),
-                (["expect-save /x"], "unused-announcement", "/x"),
-                (["open-node 1", "command 40057"], "unannounced-save-dialog", "Save article as"),
-                (["command 40048", "wait-dialog", "open-node 1"], "refused",
-                 "a dialog takes the input: 123 Find")):
-            self.use_profile("-" + re.sub(r"\W+", "-", " ".join(lines)))
-            with self.subTest(lines):
-                q = self.start_opened()
-                for line in lines:
-                    q.send(line)
-                q.send("wait")
-                self.assertEqual(q.finish(), 1)
-                self.assertEqual((q.failure()["reason"], q.failure()["text"]), (reason, text))
-                self.assertEqual(q.exit_code(), 0)
+    @for_each(
+        (["select-node 3"], "missing", "no such node in the tree: 3"),
+        (["open-node 1.2"], "missing", "no such node in the tree: 1.2"),
+        (["open-node <carl@x>"], "missing", "no such node in the tree: <carl@x>"),
+        (["select-node id:ann"], "missing", "no such node in the tree: id:ann"),
+        (["expand 1.1"], "refused", "the window does not take this input now"),
+        (["tab group", "select-node 1"], "refused",
+         "the window does not take this input now"),
+        (["tap-header"], "refused", "the window does not take this input now"),
+        (["open-node 1", 'tool "Reply"'], "missing", "no such button in the toolbar: Reply"),
+        (["open-node 1", "follow http://y.example/"], "missing",
+         "the article view shows no such link: http://y.example/"),
+        (["open-group a.two"], "missing", "no such group: a.two"),
+        (["delete-stored <carl@x>"], "missing", "no such article is stored: <carl@x>"),
+        (["context-menu 1"], "unannounced-menu", ""),
+        (['expect-menu "Copy"', "context-menu 1"], "no-such-entry", "Copy"),
+        (['expect-menu "Copy"'], "unused-announcement", "Copy"),
+        (["expect-save /x"], "unused-announcement", "/x"),
+        (["open-node 1", "command 40057"], "unannounced-save-dialog", "Save article as"),
+        (["command 40048", "wait-dialog", "open-node 1"], "refused",
+         "a dialog takes the input: 123 Find"))
+    def test_what_is_not_there_or_not_shown_is_refused(self, lines, reason, text):
+        q = self.start_opened()
+        for line in lines:
+            q.send(line)
+        q.send("wait")
+        self.assertEqual(q.finish(), 1)
+        self.assertEqual((q.failure()["reason"], q.failure()["text"]), (reason, text))
+        self.assertEqual(q.exit_code(), 0)
 
     def test_nodes_by_path_and_by_message_id(self):
         with self.start_opened() as q:

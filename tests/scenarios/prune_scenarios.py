@@ -1,8 +1,5 @@
 """Deleting, marking and killing from every view, cancelled operations, a store that changes."""
 
-import resource
-import signal
-
 from reading import *
 
 BIG = 300  # articles: enough for every operation to be cancelled in its middle
@@ -484,32 +481,31 @@ class Cancelling(Reading):
             self.assert_tree_true(q)
         self.assert_fine(q)
 
-    def test_deleting_in_the_middle_keeps_what_is_left(self):
+    @for_each("thread", "group")
+    def test_deleting_in_the_middle_keeps_what_is_left(self, view):
         # With every group ticked all articles would go at once, with their files.
         groups = {GROUP: thread_of(BIG), "a.none": {}}
-        for view in ("thread", "group"):
-            self.use_profile("-" + view)
-            with self.subTest(view), self.open_big(groups=groups) as q:
-                q.do("untick a.none")
-                q.open_group(GROUP)
-                q.key("Ctrl+M")
-                q.do("tab " + view)
-                q.do("cancel-progress after 50")
-                q.command(DELETE_READ)
-                q.do("cancel-progress after 50")
-                q.command(DELETE_ALL)
-                q.do("cancel-progress never")
-                q.do("tab thread")
-                left = len(self.names(q))
-                self.assertTrue(0 < left < BIG, left)
-                self.assert_tree_true(q)
-                counts = self.counts(q)
-                self.assertEqual(counts, ["0/%d" % left, "0/0"])
-            self.assert_fine(q)
-            with self.run_quillet() as q:
-                self.assertEqual(self.counts(q), counts)
-                q.open_group(GROUP)
-                self.assert_tree_true(q)
+        with self.open_big(groups=groups) as q:
+            q.do("untick a.none")
+            q.open_group(GROUP)
+            q.key("Ctrl+M")
+            q.do("tab " + view)
+            q.do("cancel-progress after 50")
+            q.command(DELETE_READ)
+            q.do("cancel-progress after 50")
+            q.command(DELETE_ALL)
+            q.do("cancel-progress never")
+            q.do("tab thread")
+            left = len(self.names(q))
+            self.assertTrue(0 < left < BIG, left)
+            self.assert_tree_true(q)
+            counts = self.counts(q)
+            self.assertEqual(counts, ["0/%d" % left, "0/0"])
+        self.assert_fine(q)
+        with self.run_quillet() as q:
+            self.assertEqual(self.counts(q), counts)
+            q.open_group(GROUP)
+            self.assert_tree_true(q)
 
     def test_searching_stays_where_it_was(self):
         with self.open_big() as q:
@@ -527,25 +523,21 @@ class Cancelling(Reading):
         self.assert_fine(q)
         self.assert_silent(q)
 
-    def test_the_session_ends_in_the_middle(self):
-        for command in (RETHREAD, MARK_READ, DELETE_ALL):
-            self.use_profile("-%d" % command)
-            with self.subTest(command):
-                q = self.open_big()
-                q.open_group(GROUP)
-                q.do("command %d" % command)
-                q.do("end-session")
-                self.assertEqual((q.finish(), q.exit_code()), (0, 0))
-                with self.run_quillet() as q:
-                    q.open_group(GROUP)
-                    self.assert_tree_true(q)
-                self.assert_fine(q)
+    @for_each(RETHREAD, MARK_READ, DELETE_ALL)
+    def test_the_session_ends_in_the_middle(self, command):
+        q = self.open_big()
+        q.open_group(GROUP)
+        q.do("command %d" % command)
+        q.do("end-session")
+        self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+        with self.run_quillet() as q:
+            q.open_group(GROUP)
+            self.assert_tree_true(q)
+        self.assert_fine(q)
 
 
 class Breaking(Reading):
     """Stores that fail or stop in the middle."""
-
-    COMMANDS = {MARK_READ: "mark", DELETE_READ: "delete-read", DELETE_ALL: "delete-all"}
 
     def fill(self, count=BIG):
         """A profile with that many unread articles."""
@@ -565,34 +557,27 @@ class Breaking(Reading):
         self.assert_fine(q)
         return len(ids), read
 
-    def test_a_kill_in_the_middle_heals_with_the_next_threads(self):
-        for command, name in self.COMMANDS.items():
-            for moment in (1, 40, 170):
-                self.use_profile("-%s-%d" % (name, moment))
-                with self.subTest(name, moment=moment):
-                    self.fill()
-                    q = self.run_quillet()
-                    q.open_group(GROUP)
-                    if command == DELETE_READ:
-                        q.key("Ctrl+M")
-                    q.do("progress-positions on")
-                    before = len(q.of("progress-position"))
-                    q.send("command %d" % command)
-                    while len(q.of("progress-position")) < before + moment and \
-                            q.next_event()["event"] != "groups-changed":
-                        pass
-                    q.kill()
-                    self.heal()
+    @for_each(*((command, moment) for command in (MARK_READ, DELETE_READ, DELETE_ALL)
+                for moment in (1, 40, 170)))
+    def test_a_kill_in_the_middle_heals_with_the_next_threads(self, command, moment):
+        self.fill()
+        q = self.run_quillet()
+        q.open_group(GROUP)
+        if command == DELETE_READ:
+            q.key("Ctrl+M")
+        q.do("progress-positions on")
+        before = len(q.of("progress-position"))
+        q.send("command %d" % command)
+        while len(q.of("progress-position")) < before + moment and \
+                q.next_event()["event"] != "groups-changed":
+            pass
+        q.kill()
+        self.heal()
 
     def test_a_full_disk_in_the_middle_of_marking_is_told(self):
         self.fill()
         sizes = {name: (self.news_folder / name).stat().st_size for name in DATABASES}
-
-        def limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, 2 * (max(sizes.values()) // 4,))
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-
-        with self.run_quillet(before_exec=limit) as q:
+        with self.run_quillet(wrapper=file_size_limit(max(sizes.values()) // 4)) as q:
             # A write that fails in the middle leaves a file that needs repair.
             q.expect("A critical error occurred", "no", "optional", "times 9")
             q.open_group(GROUP)

@@ -50,12 +50,13 @@ class Quillet:
     """One run of the program. Leaving the `with` block ends it as the end of the input does."""
 
     def __init__(self, program=None, profile=None, arguments=(), hold=False, work_area=None,
-                 timeout=60, env=None, options=(), before_exec=None):
+                 timeout=60, env=None, options=(), wrapper=()):
         self.events = []         # every event so far, in order
         self.status = None       # exit status, once it has ended
         self.timeout = timeout
         self.lines_sent = 0
-        command = [program or DEFAULT_PROGRAM, "--timeout", str(timeout)]
+        # `wrapper`: words of a program that becomes the program, such as prlimit or env.
+        command = [*wrapper, program or DEFAULT_PROGRAM, "--timeout", str(timeout)]
         if profile is not None:
             command += ["--profile", str(profile)]
         if work_area:
@@ -65,7 +66,7 @@ class Quillet:
         command += list(options) + list(arguments)
         self.process = subprocess.Popen(
             command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            env=dict(os.environ, **(env or {})), preexec_fn=before_exec)
+            env=dict(os.environ, **(env or {})))
         self._queue = queue.Queue()
         self._stderr = []
         self._threads = [threading.Thread(target=self._read_events, daemon=True),
