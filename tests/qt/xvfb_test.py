@@ -11,15 +11,20 @@ import subprocess
 import sys
 import tempfile
 import time
-import unittest
+import zlib
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scenarios"))
-import quillet_script
-from news_servers import NewsServer
+TESTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
+sys.path[:0] = [os.path.join(TESTS, "scenarios"), os.path.join(TESTS, "support")]
+
+# pylint: disable=wrong-import-position
+import quillet_script  # noqa: E402
+import side_by_side  # noqa: E402
+from news_servers import NewsServer  # noqa: E402
 
 QUILLET = sys.argv.pop(1) if len(sys.argv) > 1 else ""
 SCRIPT = sys.argv.pop(1) if len(sys.argv) > 1 else ""
 LIMIT = 60.0
+STILL = 0.4  # seconds without a change on the screen after which the program has answered
 GROUPS = ["first.group", "second.group", "third.group"]
 THREADS = "comp.test"
 HEAD = ("From: %s <%s@x.example>\r\nSubject: %s\r\nMessage-ID: <%s@x>\r\n"
@@ -62,14 +67,14 @@ class Registry:
         return rows[0][0] if rows else None
 
 
-class WindowUnderX(unittest.TestCase):
+class WindowUnderX(side_by_side.Test):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory()
         self.profile = os.path.join(self.folder.name, "profile")
         read, write = os.pipe()
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp",
-             "-noreset"],
+             "-noreset", "-fbdir", self.folder.name],
             pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as number:  # to its line end: it comes in pieces
@@ -93,11 +98,44 @@ class WindowUnderX(unittest.TestCase):
                                 capture_output=True, text=True, timeout=LIMIT, check=False)
         return result.stdout.split()
 
+    def picture(self):
+        """What the screen shows, as a number; the mouse pointer belongs to it."""
+        with open(os.path.join(self.folder.name, "Xvfb_screen0"), "rb") as screen:
+            return zlib.crc32(screen.read())
+
+    def settle(self):
+        """Waits until the screen stays as it is."""
+        picture, since = self.picture(), time.monotonic()
+
+        def is_still():
+            nonlocal picture, since
+            now = self.picture()
+            if now != picture:
+                picture, since = now, time.monotonic()
+            return time.monotonic() - since >= STILL
+        wait_for("a still picture", is_still)
+
+    def await_answer(self, before):
+        wait_for("a change on the screen", lambda: self.picture() != before)
+        self.settle()
+
+    def do(self, *arguments):
+        """Sends keys or clicks that change what is shown, and waits until that has happened."""
+        before = self.picture()
+        self.tool(*arguments)
+        self.await_answer(before)
+
+    def point(self, window, x, y):
+        self.tool("mousemove", "--window", window, x, y)
+        self.settle()
+
     def start(self):
+        before = self.picture()
         self.program = subprocess.Popen([QUILLET, "--profile", self.profile], env=self.environment)
         window = wait_for("window", lambda: self.tool(
             "search", "--onlyvisible", "--name", "^Quillet CE 1.14r3$"))[0]
         self.tool("windowfocus", "--sync", window)
+        self.await_answer(before)
         return window
 
     def end(self):
@@ -139,9 +177,7 @@ class WindowUnderX(unittest.TestCase):
 
     def open_threads(self):
         window = self.start()
-        time.sleep(1.0)
-        self.tool("key", "Down", "Return")
-        time.sleep(1.0)
+        self.do("key", "Down", "Return")
         return window
 
     def test_accelerator_closes_the_program(self):
@@ -151,10 +187,9 @@ class WindowUnderX(unittest.TestCase):
     def test_click_on_a_box_is_saved(self):
         registry = self.prepare_groups()
         window = self.start()
-        time.sleep(1.0)
         # The second row's box: below the menu bar, the headings and one row.
-        self.tool("mousemove", "--window", window, 11, 69, "click", 1)
-        time.sleep(0.5)
+        self.point(window, 11, 69)
+        self.do("click", 1)
         self.close()
         checked = struct.unpack("<3I", registry.get("checked"))
         self.assertEqual(sum(checked), 1, checked)
@@ -162,20 +197,16 @@ class WindowUnderX(unittest.TestCase):
     def test_space_and_select_all_by_keyboard(self):
         registry = self.prepare_groups()
         self.start()
-        time.sleep(1.0)
-        self.tool("key", "ctrl+a")
-        time.sleep(0.5)
-        self.tool("key", "Down", "space")
-        time.sleep(0.5)
+        self.do("key", "ctrl+a")
+        self.do("key", "Down", "space")
         self.close()
         self.assertEqual(struct.unpack("<3I", registry.get("checked")), (0, 1, 1))
 
     def test_about_box_by_the_menu_and_escape(self):
         window = self.start()
-        time.sleep(1.0)
-        self.tool("key", "alt")  # the menu bar
+        self.tool("key", "alt")  # the menu bar, which does not show it
         self.tool("key", "Left")  # round to its last menu
-        self.tool("key", "Down", "Return")
+        self.do("key", "Down", "Return")
         if not self.about():
             self.tool("key", "Return")
         about = wait_for("about box", self.about)[0]
@@ -188,8 +219,7 @@ class WindowUnderX(unittest.TestCase):
     def test_termination_answers_the_open_box_and_saves(self):
         registry = self.prepare_groups()
         self.start()
-        time.sleep(1.0)
-        self.tool("key", "ctrl+a")
+        self.do("key", "ctrl+a")
         self.tool("key", "ctrl+1")  # no server yet: a box says so
         wait_for("box", lambda: self.tool("search", "--onlyvisible", "--name", "^Quillet CE not configured$"))
         self.program.terminate()
@@ -199,14 +229,10 @@ class WindowUnderX(unittest.TestCase):
     def test_menu_of_a_thread_by_its_key(self):
         self.prepare_articles()
         self.open_threads()
-        self.tool("key", "Down", "Menu")
-        time.sleep(0.5)
-        self.tool("key", "Escape")  # closes the menu and goes no further back
-        time.sleep(0.5)
-        self.tool("key", "shift+F10")
-        time.sleep(0.5)
-        self.tool("key", "Down", "Down", "Return")  # from the first entry to the third
-        time.sleep(1.0)
+        self.do("key", "Down", "Menu")
+        self.do("key", "Escape")  # closes the menu and goes no further back
+        self.do("key", "shift+F10")
+        self.do("key", "Down", "Down", "Return")  # from the first entry to the third
         self.close()
         self.assertEqual(self.counts(), "1/3")
 
@@ -214,10 +240,9 @@ class WindowUnderX(unittest.TestCase):
         self.prepare_articles()
         window = self.open_threads()
         # The second row: below the menu bar, the caption and one row.
-        self.tool("mousemove", "--window", window, 100, 69, "click", 3)
-        time.sleep(0.5)
-        self.tool("key", "Down", "Down", "Down", "Return")
-        time.sleep(1.0)
+        self.point(window, 100, 69)
+        self.do("click", 3)
+        self.do("key", "Down", "Down", "Down", "Return")
         self.close()
         self.assertEqual(self.counts(), "2/3")
 
@@ -234,11 +259,9 @@ class WindowUnderX(unittest.TestCase):
     def test_double_click_reads_an_article(self):
         self.prepare_articles()
         window = self.open_threads()
-        self.tool("mousemove", "--window", window, 100, 69)
-        self.tool("click", "--repeat", 2, "--delay", 60, 1)
-        time.sleep(1.0)
-        self.tool("key", "Escape")  # back to the threads
-        time.sleep(0.5)
+        self.point(window, 100, 69)
+        self.do("click", "--repeat", 2, "--delay", 60, 1)
+        self.do("key", "Escape")  # back to the threads
         self.close()
         self.assertEqual(self.counts(), "2/3")
 
@@ -266,23 +289,21 @@ class WindowUnderX(unittest.TestCase):
         self.prepare_articles()
         self.collect_links()
         window = self.open_threads()
-        self.tool("key", "Home", "Return")  # the thread's first article
-        time.sleep(1.0)
-        self.tool("key", "ctrl+Right", "Page_Down", "ctrl+Right")
-        time.sleep(1.0)
-        self.tool("mousemove", "--window", window, 100, 32, "click", 1)  # the header bar
+        self.do("key", "Home", "Return")  # the thread's first article
+        self.do("key", "ctrl+Right", "Page_Down", "ctrl+Right")
+        self.point(window, 100, 32)  # the header bar
+        self.tool("click", 1)
         wait_for("headers", lambda: self.tool(
             "search", "--onlyvisible", "--name", "^Message headers$"))
         self.tool("key", "Escape")
         wait_for("end of the headers", lambda: not self.tool(
             "search", "--onlyvisible", "--name", "^Message headers$"))
         # The first line of the third article: below the menu bar and the two lines of the header.
-        self.tool("mousemove", "--window", window, 40, 70, "click", 1)
+        self.point(window, 40, 70)
+        self.tool("click", 1)
         self.assertEqual(wait_for("link", self.opened_links), ["http://cyd.example/?a=1&b=2"])
-        self.tool("key", "Escape")
-        time.sleep(0.5)
-        self.tool("key", "Escape")
-        time.sleep(0.5)
+        self.do("key", "Escape")
+        self.do("key", "Escape")
         self.close()
         self.assertEqual(self.counts(), "0/3")
 
@@ -294,4 +315,4 @@ if __name__ == "__main__":
     if not shutil.which("Xvfb") or not shutil.which("xdotool"):
         print("Xvfb or xdotool is missing: skipped")
         sys.exit(77)
-    unittest.main()
+    side_by_side.main()

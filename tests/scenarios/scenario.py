@@ -1,11 +1,5 @@
-"""What all scenarios share: a private profile each, and looking at what a run left behind.
+"""What all scenarios share: a private profile each, and looking at what a run left behind."""
 
-A scenario mostly waits for the program, so the scenarios of a file run side by side on threads of
-one process. What takes minutes one after the other is written with `for_each`.
-"""
-
-import concurrent.futures
-import functools
 import os
 import pathlib
 import shutil
@@ -13,10 +7,12 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
-import unittest
 
-import quillet_script
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+
+# pylint: disable=wrong-import-position
+from side_by_side import Test, for_each, known_failing, main  # noqa: E402,F401
+import quillet_script  # noqa: E402
 
 PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
 DEMO_SERVER = os.environ.get("QUILLET_DEMO_SERVER", "quillet-demo-server")
@@ -27,40 +23,12 @@ os.environ["XDG_CONFIG_HOME"] = str(FOLDER / "config")
 for variable in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
     os.environ.pop(variable, None)
 
-WORKERS = int(os.environ.get("QUILLET_SCENARIO_WORKERS", "12"))
-
 ARTICLES = "Quillet articles.gdb"
 NEWSGROUPS = "Quillet newsgroups.gdb"
 PENDING_POSTS = "Quillet pending posts.gdb"
 DATABASES = (ARTICLES, NEWSGROUPS, PENDING_POSTS)
 
 CONNECT, PREFERENCES, ABOUT, CLOSE = 40008, 40009, 40010, 40001
-
-
-def for_each(*cases):
-    """Makes one scenario of every case: test_x becomes test_x_1, test_x_2..., side by side and with
-    a profile each. A case is the test's argument, a tuple all of its arguments."""
-    def mark(test):
-        test.cases = [case if isinstance(case, tuple) else (case,) for case in cases]
-        return test
-    return mark
-
-
-def known_failing(reason):
-    """Marks a scenario that fails until something is cured: its failure is expected and told with
-    the reason; that it passes is an error, so that the mark goes with the cure."""
-    def mark(test):
-        test.known_failing = reason
-        return unittest.expectedFailure(test)
-    return mark
-
-
-def scenario_of(test, case):
-    @functools.wraps(test)
-    def run(self):
-        with self.subTest(case):
-            test(self, *case)
-    return run
 
 
 def file_size_limit(size):
@@ -75,21 +43,12 @@ def remove_profile(profile):
         shutil.rmtree(profile)
 
 
-class Scenario(unittest.TestCase):
+class Scenario(Test):
     """One private, empty profile for every test."""
 
     maxDiff = None
     _filled = {}  # profiles that are filled once and copied, by name
     _filling = threading.Lock()
-
-    def __init_subclass__(cls, **keywords):
-        super().__init_subclass__(**keywords)
-        for name, test in list(vars(cls).items()):
-            cases = getattr(test, "cases", ())
-            for number, case in enumerate(cases, start=1):
-                setattr(cls, "%s_%d" % (name, number), scenario_of(test, case))
-            if cases:
-                delattr(cls, name)
 
     def setUp(self):
         self.use_profile("")
@@ -152,47 +111,3 @@ class Scenario(unittest.TestCase):
             dump = q.registry_dump()
         self.assert_fine(q)
         return dump
-
-
-def all_tests(suite):
-    for test in suite:
-        if isinstance(test, unittest.TestSuite):
-            yield from all_tests(test)
-        else:
-            yield test
-
-
-def run_one(test):
-    result = unittest.TestResult()
-    started = time.monotonic()
-    test.run(result)
-    return test, result, time.monotonic() - started
-
-
-def tell(test, result, seconds):
-    """One line about a scenario, and all that is known about one that failed."""
-    word = "ok" if result.wasSuccessful() else "FAILED"
-    remark = ""
-    if result.expectedFailures or result.unexpectedSuccesses:
-        remark = ": " + getattr(test, test._testMethodName).known_failing
-        word = "known" if result.expectedFailures else "PASSED"
-    elif result.skipped:
-        word, remark = "skipped", ": " + result.skipped[0][1]
-    print("%-7s %5.1f s  %s%s" % (word, seconds, test.id().removeprefix("__main__."), remark))
-    for _, report in result.errors + result.failures:
-        print(report)
-    sys.stdout.flush()
-
-
-def main():
-    """Runs the scenarios named as arguments one by one, or all of the file side by side."""
-    if len(sys.argv) > 1:
-        unittest.main(module="__main__", verbosity=2)
-    tests = list(all_tests(unittest.defaultTestLoader.loadTestsFromModule(sys.modules["__main__"])))
-    failed = 0
-    with concurrent.futures.ThreadPoolExecutor(max_workers=WORKERS) as pool:
-        for test, result, seconds in pool.map(run_one, tests):
-            tell(test, result, seconds)
-            failed += not result.wasSuccessful()
-    print("%d scenarios, %d failed" % (len(tests), failed))
-    sys.exit(1 if failed or not tests else 0)
