@@ -2,6 +2,7 @@
 // the program, so that a check of its files does not trust its own code.
 #include <gdbm.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -10,11 +11,12 @@ namespace {
 
 std::string Hex(const datum& bytes) {
   static constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
+  std::string text(static_cast<std::size_t>(bytes.dsize) * 2, ' ');
+  char* out = text.data();
   for (int i = 0; i < bytes.dsize; ++i) {
     const auto byte = static_cast<unsigned char>(bytes.dptr[i]);
-    text += kDigits[byte / 16];
-    text += kDigits[byte % 16];
+    *out++ = kDigits[byte / 16];
+    *out++ = kDigits[byte % 16];
   }
   return text;
 }

@@ -12,16 +12,16 @@ import struct
 import subprocess
 import sys
 import tempfile
-import unittest
+import threading
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, os.pardir, "scenarios"))
-sys.path.insert(0, HERE)
+sys.path[:0] = [HERE] + [os.path.join(HERE, os.pardir, name) for name in ("scenarios", "support")]
 
 # pylint: disable=wrong-import-position
 import inn_server  # noqa: E402
 import plain_tree  # noqa: E402
 import quillet_script  # noqa: E402
+import side_by_side  # noqa: E402
 import store_check  # noqa: E402
 import store_model  # noqa: E402
 
@@ -44,23 +44,13 @@ def generate(folder, first, count):
         return file.read(), store_model.read_manifest(manifest)
 
 
-class InnDownload(unittest.TestCase):
-    """The server is fed once; every test has a profile of its own."""
+class InnDownload(side_by_side.Test):
+    """The server is fed once, by `main`; every test has a profile of its own."""
 
     maxDiff = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.folder = tempfile.mkdtemp(prefix="quillet-inn-test-")
-        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
-        cls.inn = inn_server.InnServer(os.environ["QUILLET_INN_CACHE"], GROUPS)
-        cls.addClassCleanup(cls.inn.stop)
-        cls.inn.start()
-        stream, cls.rows = generate(cls.folder, 0, FIRST_COUNT)
-        cls.inn.feed(stream)
-        cls.server = store_model.ServerModel(GROUPS, inn_server.PATHHOST)
-        cls.server.feed(cls.rows)
-        cls.complete = None
+    folder = inn = server = None
+    complete = None
+    completing = threading.Lock()
 
     def setUp(self):
         self.profile = os.path.join(self.folder, self.id().rsplit(".", maxsplit=1)[-1])
@@ -94,12 +84,13 @@ class InnDownload(unittest.TestCase):
 
     def copy_complete_profile(self):
         """A copy of a profile that has everything, which is downloaded once; returns the log."""
-        if self.complete is None:
-            profile, self.profile = self.profile, os.path.join(self.folder, "complete")
-            self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
-            log = self.connect_once()
-            type(self).complete = (self.profile, log, self.shown)
-            self.profile = profile
+        with self.completing:
+            if InnDownload.complete is None:
+                profile, self.profile = self.profile, os.path.join(self.folder, "complete")
+                self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+                log = self.connect_once()
+                InnDownload.complete = (self.profile, log, self.shown)
+                self.profile = profile
         original, log, self.shown = self.complete
         shutil.copytree(original, self.profile)
         return log
@@ -151,8 +142,65 @@ class InnDownload(unittest.TestCase):
         counts = struct.unpack("<3I", files.articles[store_check.text_key(group)])
         self.assertEqual(counts, (1, 0, len(chain)))
 
-    # -- trees -------------------------------------------------------------------------------
+    def assert_ended_well(self, q):
+        self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
 
+    def in_flight(self):
+        """Message-IDs of the articles that the registry says were reached last."""
+        numbers = store_check.registry_numbers(self.profile, "lastdownloaded")
+        return {self.server.articles[group][number - 1]["message_id"]
+                for group, number in zip(GROUPS, numbers) if number}
+
+
+class Downloads(InnDownload):
+    def test_everything_is_stored_to_the_byte(self):
+        model = self.model()
+        model.download()
+        log = self.copy_complete_profile()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        self.assert_as_modelled(model)
+
+    def test_the_default_limits_are_kept(self):
+        self.prepare_profile()
+        model = self.model(max_articles=50, max_size=4)
+        model.download()
+        log = self.connect_once()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        self.assertEqual([len(chain) for chain in model.chains.values()], [50, 50, 50])
+        self.assert_as_modelled(model)
+
+    def test_a_killed_run_is_resumed(self):
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        reached = set()
+        for texts in (300, 900, 1500):
+            q = self.quillet()
+            q.do("wait")
+            q.send(CONNECT)
+            q.do("wait-for progress-text %d" % texts)
+            q.kill()
+            reached |= self.in_flight()
+        model = self.model()
+        model.download()
+        self.connect_once()
+        self.assert_complete(model, reached)
+
+    def test_a_cancelled_run_is_resumed(self):
+        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
+        reached = set()
+        for changes in (400, 1234):
+            with self.quillet() as q:
+                q.do("cancel-progress after %d" % changes)
+                q.do(CONNECT)
+                q.do("wait")
+            self.assertEqual((q.status, q.failure(), q.boxes()), (0, None, []))
+            reached |= self.in_flight()
+        model = self.model()
+        model.download()
+        self.connect_once()
+        self.assert_complete(model, reached)
+
+
+class Trees(InnDownload):
     def open_groups(self, q):
         trees = {}
         for group in GROUPS:
@@ -199,24 +247,6 @@ class InnDownload(unittest.TestCase):
         self.assertGreater(shown, FIRST_COUNT - 20)
         return files
 
-    def assert_ended_well(self, q):
-        self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
-
-    def in_flight(self):
-        """Message-IDs of the articles that the registry says were reached last."""
-        numbers = store_check.registry_numbers(self.profile, "lastdownloaded")
-        return {self.server.articles[group][number - 1]["message_id"]
-                for group, number in zip(GROUPS, numbers) if number}
-
-    # -- tests -------------------------------------------------------------------------------
-
-    def test_everything_is_stored_to_the_byte(self):
-        model = self.model()
-        model.download()
-        log = self.copy_complete_profile()
-        self.assertEqual(log.count("HEAD\r\n"), model.heads)
-        self.assert_as_modelled(model)
-
     def test_shown_trees_follow_the_rules_in_every_order(self):
         self.copy_complete_profile()
         self.read_some()
@@ -230,47 +260,13 @@ class InnDownload(unittest.TestCase):
             with self.subTest(threading=threading, reverse=reverse):
                 self.assert_trees(trees, threading, reverse)
 
-    def test_the_default_limits_are_kept(self):
-        self.prepare_profile()
-        model = self.model(max_articles=50, max_size=4)
-        model.download()
-        log = self.connect_once()
-        self.assertEqual(log.count("HEAD\r\n"), model.heads)
-        self.assertEqual([len(chain) for chain in model.chains.values()], [50, 50, 50])
-        self.assert_as_modelled(model)
 
-    def test_a_killed_run_is_resumed(self):
-        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
-        reached = set()
-        for texts in (300, 900, 1500):
-            q = self.quillet()
-            q.do("wait")
-            q.send(CONNECT)
-            q.do("wait-for progress-text %d" % texts)
-            q.kill()
-            reached |= self.in_flight()
-        model = self.model()
-        model.download()
-        self.connect_once()
-        self.assert_complete(model, reached)
+class MoreArticles(InnDownload):
+    """It feeds the server more, and what the others expect is what was there before."""
 
-    def test_a_cancelled_run_is_resumed(self):
-        self.prepare_profile(maxarticles=ALL_ARTICLES, maxarticlesize=LARGE_SIZE)
-        reached = set()
-        for changes in (400, 1234):
-            with self.quillet() as q:
-                q.do("cancel-progress after %d" % changes)
-                q.do(CONNECT)
-                q.do("wait")
-            self.assertEqual((q.status, q.failure(), q.boxes()), (0, None, []))
-            reached |= self.in_flight()
-        model = self.model()
-        model.download()
-        self.connect_once()
-        self.assert_complete(model, reached)
+    alone = True
 
     def test_the_second_run_fetches_only_what_is_new(self):
-        """Last in the alphabet: it feeds the server more."""
         self.copy_complete_profile()
         model = self.model()
         model.download()
@@ -288,5 +284,16 @@ class InnDownload(unittest.TestCase):
         self.assert_as_modelled(model)
 
 
+def main():
+    with tempfile.TemporaryDirectory(prefix="quillet-inn-test-") as folder, \
+            inn_server.InnServer(os.environ["QUILLET_INN_CACHE"], GROUPS) as inn:
+        stream, rows = generate(folder, 0, FIRST_COUNT)
+        inn.feed(stream)
+        server = store_model.ServerModel(GROUPS, inn_server.PATHHOST)
+        server.feed(rows)
+        InnDownload.folder, InnDownload.inn, InnDownload.server = folder, inn, server
+        side_by_side.main()
+
+
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -3,6 +3,8 @@
 Shares nothing with the program but the documented formats of the files. Standard library only.
 """
 
+import functools
+import operator
 import struct
 
 import store_check
@@ -19,6 +21,7 @@ class Node:
         self.message_id = self.parent_id = self.source = self.author = b""
         self.number = self.chain = 0
         self.read = False
+        self.order = (self.source, self.number)  # what siblings are ordered by
 
     def below(self):
         """All nodes below this one, from the top."""
@@ -47,6 +50,7 @@ def article_node(record, message_id, chain):
     node.message_id, node.chain = message_id, chain
     node.parent_id, node.author, node.source = texts[3], texts[5], texts[6]
     node.number, node.read = number, read != 0
+    node.order = (node.source, node.number)
     return node
 
 
@@ -63,19 +67,15 @@ def group_articles(files, group):
 # -- Building ----------------------------------------------------------------------------------
 
 
-def comes_before(node, other, reverse):
-    key, other_key = (node.source, node.number), (other.source, other.number)
-    return key > other_key if reverse else key < other_key
-
-
 def link_child(parent, child, reverse=False, after=None):
     child.parent = parent
     place = len(parent.children)
     if after is not None:
         place = parent.children.index(after) + 1
     else:
+        comes_before = operator.gt if reverse else operator.lt
         for i, sibling in enumerate(parent.children):
-            if comes_before(child, sibling, reverse):
+            if comes_before(child.order, sibling.order):
                 place = i
                 break
     parent.children.insert(place, child)
@@ -111,6 +111,7 @@ def link_late_parents(root, index, reverse):
             link_child(parent, node, reverse)
 
 
+@functools.cache
 def bare_subject(subject):
     subject = subject.lstrip(b" ")
     while subject[:3].lower() == b"re:":
@@ -126,9 +127,9 @@ def gather_threads(root, threading, reverse):
         subject_node.parent = root
         root.children[place] = subject_node
         link_child(subject_node, thread, reverse)
-        last = thread
+        last, wanted = thread, bare_subject(subject_node.subject)
         for other in root.children[place + 1:] if threading else []:
-            if bare_subject(other.subject) == bare_subject(subject_node.subject):
+            if bare_subject(other.subject) == wanted:
                 root.children.remove(other)
                 link_child(subject_node, other, after=last)
                 last = other
@@ -148,9 +149,12 @@ def build(articles, threading, reverse):
 # -- Showing -----------------------------------------------------------------------------------
 
 
+# Code page 1252; the bytes it leaves free are control characters.
+CODE_PAGE = [bytes([byte]).decode("cp1252", "ignore") or chr(byte) for byte in range(256)]
+
+
 def widen(data):
-    """Code page 1252; the bytes it leaves free are control characters."""
-    return "".join(bytes([byte]).decode("cp1252", "ignore") or chr(byte) for byte in data)
+    return "".join([CODE_PAGE[byte] for byte in data])
 
 
 def row(node, depth):

@@ -33,7 +33,10 @@ def known_failing(reason):
 
 
 class Test(unittest.TestCase):
-    """A test case whose methods may be marked with `for_each`."""
+    """A test case whose methods may be marked with `for_each`. Those of a class with `alone` run one
+    by one when all others are through."""
+
+    alone = False
 
     def __init_subclass__(cls, **keywords):
         super().__init_subclass__(**keywords)
@@ -82,15 +85,21 @@ def _tell(test, result, seconds):
     sys.stdout.flush()
 
 
+def _run_all(tests):
+    """(test, result, seconds) of each, in their order."""
+    with concurrent.futures.ThreadPoolExecutor(max_workers=WORKERS) as pool:
+        yield from pool.map(_run_one, [test for test in tests if not test.alone])
+    yield from map(_run_one, [test for test in tests if test.alone])
+
+
 def main():
     """Runs the tests named as arguments one by one, or all of the file side by side."""
     if len(sys.argv) > 1:
         unittest.main(module="__main__", verbosity=2)
     tests = list(_all_tests(unittest.defaultTestLoader.loadTestsFromModule(sys.modules["__main__"])))
     failed = 0
-    with concurrent.futures.ThreadPoolExecutor(max_workers=WORKERS) as pool:
-        for test, result, seconds in pool.map(_run_one, tests):
-            _tell(test, result, seconds)
-            failed += not result.wasSuccessful()
+    for test, result, seconds in _run_all(tests):
+        _tell(test, result, seconds)
+        failed += not result.wasSuccessful()
     print("%d tests, %d failed" % (len(tests), failed))
     sys.exit(1 if failed or not tests else 0)
