@@ -80,8 +80,8 @@ def _tell(test, result, seconds):
     elif result.skipped:
         word, remark = "skipped", ", " + result.skipped[0][1]
     print("%-7s %5.1f s  %s%s" % (word, seconds, test.id().removeprefix("__main__."), remark))
-    for _, report in result.errors + result.failures:
-        print(report)
+    for failed, report in result.errors + result.failures:
+        print("%s\n%s" % (failed, report))  # it names the case
     sys.stdout.flush()
 
 
