@@ -1,5 +1,6 @@
 // A mark for tests that land before their cure. The test runs, the failures of its assertions are
-// expected and told with the reason; that it passes is an error, so that the mark goes with the cure.
+// expected and told with the reason; that it passes is an error, so that the mark goes with the
+// cure.
 //
 //   TEST(Chains, AKillLeavesNoRecordBehind) {
 //     KNOWN_FAILING("a kill between two writes leaves a record on no chain");

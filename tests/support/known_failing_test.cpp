@@ -26,7 +26,7 @@ void Pass() {
 }
 
 TEST(KnownFailingTest, ThatItPassesIsAnErrorThatNamesTheReason) {
-  EXPECT_NONFATAL_FAILURE(Pass(), "what was cured");
+  EXPECT_NONFATAL_FAILURE_ON_ALL_THREADS(Pass(), "what was cured");
 }
 
 void FailAfterTheBlock() {
@@ -38,7 +38,7 @@ void FailAfterTheBlock() {
 }
 
 TEST(KnownFailingTest, WhatFailsBehindTheBlockStaysAFailure) {
-  EXPECT_NONFATAL_FAILURE(FailAfterTheBlock(), "behind");
+  EXPECT_NONFATAL_FAILURE_ON_ALL_THREADS(FailAfterTheBlock(), "behind");
 }
 
 TEST(KnownFailingTest, AnExceptionGoesOn) {
