@@ -67,3 +67,10 @@ function(quillet_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
   quillet_label_test(${name} unit NEEDS ${name})
 endfunction()
+
+# quillet_optimize(SOURCES...): sources of this folder's tests that take most of the time when they
+# are not optimized: the slow and obvious ways that the program is compared with.
+function(quillet_optimize)
+  set_source_files_properties(${ARGN} PROPERTIES
+    COMPILE_OPTIONS -O2 SKIP_PRECOMPILE_HEADERS ON)
+endfunction()
