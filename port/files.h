@@ -4,6 +4,7 @@
 // (the operation fails). Names are stored as UTF-8. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -56,6 +57,13 @@ class Files {
   virtual std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) = 0;
   // Reads a whole file of at most `limit` bytes; nothing when missing, unreadable or larger.
   virtual std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) = 0;
+  // Reads `length` bytes from that offset of a file; nothing when it is missing, unreadable or ends
+  // before the last of them.
+  virtual std::optional<std::string> ReadAt(std::u16string_view path, std::uint64_t offset,
+                                            std::size_t length) = 0;
+  // Replaces bytes inside a file where they lie; not synced. False when it is missing, not writable
+  // or ends before the last of them (it is unchanged then), and when a write fails in the middle.
+  virtual bool Overwrite(std::u16string_view path, std::uint64_t offset, std::string_view data) = 0;
 
   // Space of the volume that holds the folder; nothing when the query fails.
   virtual std::optional<VolumeSpace> FreeSpace(std::u16string_view folder) = 0;

@@ -104,6 +104,16 @@ std::optional<std::string> FakeFiles::ReadFile(std::u16string_view path, std::ui
   return real_.ReadFile(path, limit);
 }
 
+std::optional<std::string> FakeFiles::ReadAt(std::u16string_view path, std::uint64_t offset,
+                                             std::size_t length) {
+  if (Fails(FileCall::kReadAt)) return std::nullopt;
+  return real_.ReadAt(path, offset, length);
+}
+
+bool FakeFiles::Overwrite(std::u16string_view path, std::uint64_t offset, std::string_view data) {
+  return !Fails(FileCall::kOverwrite) && real_.Overwrite(path, offset, data);
+}
+
 std::optional<VolumeSpace> FakeFiles::FreeSpace(std::u16string_view folder) {
   if (Fails(FileCall::kFreeSpace) || !real_.FolderExists(folder)) return std::nullopt;
   {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <utility>
 
+#include "port/linux/descriptor_io.h"
 #include "port/linux/file_descriptor.h"
 #include "port/linux/native_files.h"
 #include "util/text.h"
@@ -64,25 +65,6 @@ std::string ParentFolder(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool WriteAll(int fd, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t written = write(fd, data.data(), data.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    data.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
-
-// Bytes read, 0 at the end of the file, -1 on error.
-ssize_t ReadSome(int fd, char* buffer, std::size_t size) {
-  ssize_t got = 0;
-  do {
-    got = read(fd, buffer, size);
-  } while (got < 0 && errno == EINTR);
-  return got;
-}
-
 std::uint32_t ErrorCode(int error) {
   switch (error) {
     case EEXIST:
@@ -112,10 +94,10 @@ bool IsChosenPath(std::u16string_view path) {
   return path.starts_with(u'/') && path.find(u'\0') == path.npos;
 }
 
-// Opens a regular file for reading; never waits for the other end of a pipe.
-FileDescriptor OpenRegular(const std::string& path, struct stat& status) {
+// Opens a regular file, with O_RDONLY or O_WRONLY; never waits for the other end of a pipe.
+FileDescriptor OpenRegular(const std::string& path, int access, struct stat& status) {
   if (path.empty()) return {};
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  FileDescriptor file(open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK));
   if (!file.valid() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
   return file;
 }
@@ -168,21 +150,16 @@ class Replacement {
   bool pending_ = false;
 };
 
+bool LiesInside(const struct stat& file, std::uint64_t offset, std::size_t length) {
+  const auto size = static_cast<std::uint64_t>(file.st_size);
+  return offset <= size && length <= size - offset;
+}
+
 // Saturates: a volume that answers with nonsense is at most full of it.
 std::uint64_t Bytes(std::uint64_t blocks, std::uint64_t block_size) {
   constexpr auto kMax = std::numeric_limits<std::uint64_t>::max();
   if (block_size != 0 && blocks > kMax / block_size) return kMax;
   return blocks * block_size;
-}
-
-bool CopyContents(int from, int to) {
-  std::array<char, 65536> buffer{};
-  for (;;) {
-    const ssize_t got = ReadSome(from, buffer.data(), buffer.size());
-    if (got < 0) return false;
-    if (got == 0) return true;
-    if (!WriteAll(to, {buffer.data(), static_cast<std::size_t>(got)})) return false;
-  }
 }
 
 bool IsCard(const std::string& root, std::string_view name, bool mounted_only) {
@@ -266,7 +243,7 @@ bool LinuxFiles::Rename(std::u16string_view from, std::u16string_view to) {
 
 bool LinuxFiles::Copy(std::u16string_view from, std::u16string_view to) {
   struct stat status {};
-  const FileDescriptor source = OpenRegular(NativePath(from), status);
+  const FileDescriptor source = OpenRegular(NativePath(from), O_RDONLY, status);
   const std::string target = NativePath(to);
   if (!source.valid() || target.empty()) return false;
   Replacement copy(target);
@@ -304,7 +281,7 @@ std::uint32_t LinuxFiles::CreateNewFile(std::u16string_view path, std::string_vi
 
 std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
   struct stat status {};
-  const FileDescriptor file = OpenRegular(NativePath(path), status);
+  const FileDescriptor file = OpenRegular(NativePath(path), O_RDONLY, status);
   if (!file.valid() || static_cast<std::uint64_t>(status.st_size) > limit) return std::nullopt;
   std::string data;
   std::array<char, 65536> buffer{};
@@ -315,6 +292,23 @@ std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::u
     data.append(buffer.data(), static_cast<std::size_t>(got));
     if (data.size() > limit) return std::nullopt;  // it grew while it was read
   }
+}
+
+std::optional<std::string> LinuxFiles::ReadAt(std::u16string_view path, std::uint64_t offset,
+                                              std::size_t length) {
+  struct stat status {};
+  const FileDescriptor file = OpenRegular(NativePath(path), O_RDONLY, status);
+  if (!file.valid() || !LiesInside(status, offset, length)) return std::nullopt;
+  std::string data(length, '\0');
+  if (!ReadAllAt(file.get(), offset, data)) return std::nullopt;
+  return data;
+}
+
+bool LinuxFiles::Overwrite(std::u16string_view path, std::uint64_t offset, std::string_view data) {
+  struct stat status {};
+  FileDescriptor file = OpenRegular(NativePath(path), O_WRONLY, status);
+  return file.valid() && LiesInside(status, offset, data.size()) &&
+         WriteAllAt(file.get(), offset, data) && file.Close();
 }
 
 std::optional<VolumeSpace> LinuxFiles::FreeSpace(std::u16string_view folder) {

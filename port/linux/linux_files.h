@@ -34,6 +34,9 @@ class LinuxFiles final : public Files {
   bool WriteFile(std::u16string_view path, std::string_view data) override;
   std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) override;
   std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) override;
+  std::optional<std::string> ReadAt(std::u16string_view path, std::uint64_t offset,
+                                    std::size_t length) override;
+  bool Overwrite(std::u16string_view path, std::uint64_t offset, std::string_view data) override;
   std::optional<VolumeSpace> FreeSpace(std::u16string_view folder) override;
   std::vector<std::u16string> Cards() override;
 

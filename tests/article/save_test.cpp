@@ -97,6 +97,14 @@ class PathKeeper final : public port::Files {
                                       std::uint64_t /*limit*/) override {
     return {};
   }
+  std::optional<std::string> ReadAt(std::u16string_view /*path*/, std::uint64_t /*offset*/,
+                                    std::size_t /*length*/) override {
+    return {};
+  }
+  bool Overwrite(std::u16string_view /*path*/, std::uint64_t /*offset*/,
+                 std::string_view /*data*/) override {
+    return false;
+  }
   std::optional<port::VolumeSpace> FreeSpace(std::u16string_view /*folder*/) override { return {}; }
   std::vector<std::u16string> Cards() override { return {}; }
 };

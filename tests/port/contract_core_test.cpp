@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -218,6 +219,8 @@ TEST_P(FilesContract, RefusedPathsFailInEveryOperation) {
     EXPECT_FALSE(files().CopyMode(u"\\good", bad));
     EXPECT_FALSE(files().WriteFile(bad, "x"));
     EXPECT_FALSE(files().ReadFile(bad, 10));
+    EXPECT_FALSE(files().ReadAt(bad, 0, 0));
+    EXPECT_FALSE(files().Overwrite(bad, 0, ""));
     EXPECT_FALSE(files().FreeSpace(bad));
   }
   EXPECT_EQ(NamesIn(data_folder()), (std::vector<std::string>{"News", "good"}));
@@ -270,6 +273,8 @@ TEST_P(FilesContract, AFileIsNoFolderAndAFolderNoFile) {
   EXPECT_FALSE(files().CreateFolder(u"\\file\\below"));
   EXPECT_FALSE(files().FileSize(u"\\folder"));
   EXPECT_FALSE(files().ReadFile(u"\\folder", 1000000));
+  EXPECT_FALSE(files().ReadAt(u"\\folder", 0, 0));
+  EXPECT_FALSE(files().Overwrite(u"\\folder", 0, ""));
   EXPECT_FALSE(files().WriteFile(u"\\folder", "x"));
   EXPECT_FALSE(files().Copy(u"\\file", u"\\folder"));
   EXPECT_FALSE(files().Copy(u"\\folder", u"\\copy"));
@@ -314,8 +319,44 @@ TEST_P(FilesContract, ReadingAPipeDoesNotWait) {
   ASSERT_TRUE(files().CreateFolder(u"\\"));
   ASSERT_EQ(mkfifo((data_folder() + "/pipe").c_str(), 0600), 0);
   EXPECT_FALSE(files().ReadFile(u"\\pipe", 10));
+  EXPECT_FALSE(files().ReadAt(u"\\pipe", 0, 0));
+  EXPECT_FALSE(files().Overwrite(u"\\pipe", 0, "x"));
   EXPECT_FALSE(files().FileSize(u"\\pipe"));
   EXPECT_FALSE(files().Copy(u"\\pipe", u"\\copy"));
+}
+
+TEST_P(FilesContract, PartsOfAFileAreReadAndOverwrittenWhereTheyLie) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\data", "0123456789"));
+  struct stat before {};
+  ASSERT_EQ(stat((data_folder() + "/data").c_str(), &before), 0);
+  EXPECT_EQ(files().ReadAt(u"\\data", 2, 3), "234");
+  EXPECT_EQ(files().ReadAt(u"\\data", 0, 10), "0123456789");
+  EXPECT_EQ(files().ReadAt(u"\\data", 10, 0), "");
+  EXPECT_TRUE(files().Overwrite(u"\\data", 2, std::string("a\0c", 3)));
+  EXPECT_TRUE(files().Overwrite(u"\\data", 9, "z"));
+  EXPECT_TRUE(files().Overwrite(u"\\data", 10, ""));
+  EXPECT_EQ(files().ReadFile(u"\\data", 20), std::string("01a\0c5678z", 10));
+  struct stat after {};
+  ASSERT_EQ(stat((data_folder() + "/data").c_str(), &after), 0);
+  EXPECT_EQ(after.st_ino, before.st_ino) << "another file took its place";
+}
+
+TEST_P(FilesContract, WhatLiesBehindTheEndIsNeitherReadNorOverwritten) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\data", "0123456789"));
+  constexpr auto kFar = std::numeric_limits<std::uint64_t>::max();
+  constexpr auto kHuge = std::numeric_limits<std::size_t>::max();
+  EXPECT_FALSE(files().ReadAt(u"\\data", 8, 3));
+  EXPECT_FALSE(files().ReadAt(u"\\data", 11, 0));
+  EXPECT_FALSE(files().ReadAt(u"\\data", kFar, 1));
+  EXPECT_FALSE(files().ReadAt(u"\\data", 1, kHuge));
+  EXPECT_FALSE(files().Overwrite(u"\\data", 8, "abc"));
+  EXPECT_FALSE(files().Overwrite(u"\\data", kFar, "a"));
+  EXPECT_EQ(files().ReadFile(u"\\data", 20), "0123456789");
+  EXPECT_FALSE(files().ReadAt(u"\\missing", 0, 0));
+  EXPECT_FALSE(files().Overwrite(u"\\missing", 0, ""));
+  EXPECT_EQ(NamesIn(data_folder()), std::vector<std::string>{"data"});
 }
 
 TEST_P(FilesContract, WritingKeepsTheModeOfTheFileItReplaces) {
@@ -401,6 +442,8 @@ TEST_P(FilesContract, AFullDiskLeavesTheOldFileAndNothingElse) {
   ASSERT_TRUE(files().WriteFile(u"\\to", "old"));
   EXPECT_FALSE(WithFileSizeLimit(100000, [&] { return files().WriteFile(u"\\to", large); }));
   EXPECT_FALSE(WithFileSizeLimit(100000, [&] { return files().Copy(u"\\large", u"\\to"); }));
+  EXPECT_FALSE(
+      WithFileSizeLimit(100000, [&] { return files().Overwrite(u"\\large", 150000, "y"); }));
   EXPECT_EQ(files().ReadFile(u"\\to", 10), "old");
   EXPECT_EQ(NamesIn(data_folder()), (std::vector<std::string>{"large", "to"}));
 }
@@ -605,6 +648,12 @@ TEST(FakeFiles, TheNthCallFailsOnceAndTouchesNothing) {
   EXPECT_TRUE(files.Rename(u"\\a", u"\\d"));
   EXPECT_EQ(files.calls(FileCall::kWriteFile), 3);
   EXPECT_EQ(files.calls(), 7);
+  files.FailNth(FileCall::kReadAt, 1);
+  EXPECT_FALSE(files.ReadAt(u"\\b", 0, 1));
+  EXPECT_EQ(files.ReadAt(u"\\b", 0, 1), "3");
+  files.FailNth(FileCall::kOverwrite, 1);
+  EXPECT_FALSE(files.Overwrite(u"\\b", 0, "4"));
+  EXPECT_EQ(files.ReadFile(u"\\b", 10), "3");
 }
 
 TEST(FakeFiles, FreeSpaceIsWhatTheTestSays) {
