@@ -68,7 +68,7 @@ bool RoomForCopy(const std::u16string& path, std::uint64_t size) {
 
 // Closed when it could not be recovered.
 GdbmFile RecoverFile(const std::u16string& path, std::uint64_t size) {
-  CorrectHeader(gPlatform->files.NativePath(path), size);
+  CorrectHeader(path, size);
   gPlatform->files.Delete(BackupPath(path));
   GdbmFile file = OpenExisting(path);
   if (!file) return file;
@@ -103,7 +103,7 @@ GdbmFile OpenDatabaseFile(const std::u16string& path, bool unclean) {
   const std::uint64_t size = gPlatform->files.FileSize(path).value_or(0);
   if (size == 0) return file ? std::move(file) : CreateEmpty(path);
   const bool usable = file && !file.NeedsRecovery();
-  if (usable && !unclean && HeaderKnowsLength(gPlatform->files.NativePath(path), size)) return file;
+  if (usable && !unclean && HeaderKnowsLength(path, size)) return file;
   if (!RoomForCopy(path, size)) return usable ? std::move(file) : GdbmFile();
   file.Close();
   file = RecoverFile(path, size);

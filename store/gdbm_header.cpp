@@ -1,10 +1,12 @@
 #include "store/gdbm_header.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
-#include <fstream>
-#include <ios>
 #include <optional>
+
+#include "port/files.h"
+#include "port/platform.h"
 
 namespace quillet {
 namespace {
@@ -29,12 +31,12 @@ static_assert(sizeof(FileHeader) == 56);
 constexpr std::uint32_t kMagicOld = 0x13579ACE;
 constexpr std::uint32_t kMagic64 = 0x13579ACF;
 
-// A few bytes of a large file, where the library itself reaches it.
-using Stream = std::fstream;
-
-std::optional<FileHeader> ReadHeader(Stream& stream) {
+// Nothing for a file that cannot be read or is not the library's.
+std::optional<FileHeader> ReadHeader(std::u16string_view path) {
+  const auto read = gPlatform->files.ReadAt(path, 0, sizeof(FileHeader));
+  if (!read) return std::nullopt;
   HeaderBytes bytes{};
-  if (!stream.read(bytes.data(), bytes.size())) return std::nullopt;
+  std::copy(read->begin(), read->end(), bytes.begin());
   const auto header = std::bit_cast<FileHeader>(bytes);
   if (header.magic != kMagicOld && header.magic != kMagic64) return std::nullopt;
   return header;
@@ -42,22 +44,19 @@ std::optional<FileHeader> ReadHeader(Stream& stream) {
 
 }  // namespace
 
-bool HeaderKnowsLength(const std::string& native_path, std::uint64_t size) {
-  Stream stream(native_path, std::ios::in | std::ios::binary);
-  const auto header = ReadHeader(stream);
+bool HeaderKnowsLength(std::u16string_view path, std::uint64_t size) {
+  const auto header = ReadHeader(path);
   return !header || header->next_block == static_cast<std::int64_t>(size);
 }
 
-void CorrectHeader(const std::string& native_path, std::uint64_t size) {
-  Stream stream(native_path, std::ios::in | std::ios::out | std::ios::binary);
-  auto header = ReadHeader(stream);
+void CorrectHeader(std::u16string_view path, std::uint64_t size) {
+  auto header = ReadHeader(path);
   if (!header) return;
   header->next_block = static_cast<std::int64_t>(size);
   header->free_count = 0;
   header->next_free_block = 0;
   const auto bytes = std::bit_cast<HeaderBytes>(*header);
-  stream.seekp(0);
-  stream.write(bytes.data(), bytes.size());
+  gPlatform->files.Overwrite(path, 0, {bytes.data(), bytes.size()});
 }
 
 }  // namespace quillet

@@ -2,20 +2,21 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 namespace quillet {
 
-// False when the header of the file at that native path and its real length, `size`, disagree: the
+// False when the header of the file at that device path and its real length, `size`, disagree: the
 // last writer was killed before it had written the header, or the file was cut. True for files that
-// are not the library's.
-bool HeaderKnowsLength(const std::string& native_path, std::uint64_t size);
+// are not the library's, and when the header cannot be read.
+bool HeaderKnowsLength(std::u16string_view path, std::uint64_t size);
 
-// Makes the header ready for a recovery: the real length and an empty table of free blocks.
+// Makes the header ready for a recovery: the real length and an empty table of free blocks. When it
+// cannot be read or written it stays as it is, and the recovery keeps what it can.
 //
 // A writer that was killed may have written buckets and directory, but not the header. The library
 // takes everything beyond the header's idea of the file's end for damage, and its recovery would
 // drop hundreds of sound records; and blocks that an old header calls free may be in use.
-void CorrectHeader(const std::string& native_path, std::uint64_t size);
+void CorrectHeader(std::u16string_view path, std::uint64_t size);
 
 }  // namespace quillet

@@ -343,19 +343,73 @@ TEST_F(DatabasesTest, AFileOfAnotherLengthThanItsHeaderSaysIsRecoveredWhole) {
                                    "Quillet pending posts.gdb"));
 }
 
-TEST_F(DatabasesTest, AnOldHeaderLosesNoRecords) {
-  OpenStore();
-  for (int i = 1; i <= 100; ++i) Add(u"alt.test", FormatNarrow("<%d@x>", i));
-  CloseDatabases();
-  const std::string header = Contents(kArticles).substr(0, 4096);
-  ASSERT_TRUE(OpenGDBMDatabases());
-  for (int i = 101; i <= 300; ++i) Add(u"alt.test", FormatNarrow("<%d@x>", i));
-  CloseDatabases();
-  // Everything but the header was written.
-  Overwrite(kArticles, header + Contents(kArticles).substr(4096));
+// A closed store with 300 articles whose last 200 the header does not know: everything but it was
+// written.
+class OldHeaderTest : public DatabasesTest {
+ protected:
+  OldHeaderTest() {
+    OpenStore();
+    for (int i = 1; i <= 100; ++i) Add(u"alt.test", FormatNarrow("<%d@x>", i));
+    CloseDatabases();
+    const std::string header = Contents(kArticles).substr(0, 4096);
+    EXPECT_TRUE(OpenGDBMDatabases());
+    for (int i = 101; i <= 300; ++i) Add(u"alt.test", FormatNarrow("<%d@x>", i));
+    CloseDatabases();
+    file = header + Contents(kArticles).substr(4096);
+    Overwrite(kArticles, file);
+    bound = gGdbm;
+  }
+  ~OldHeaderTest() override {
+    CloseDatabases();
+    gGdbm = bound;
+  }
+  // The recovery went by the old header: what it lost is beside, and the user knows.
+  void ExpectSetAsideWhole() {
+    EXPECT_LT(ArticlesReadable(), 100);
+    EXPECT_THAT(
+        BoxTexts(),
+        ElementsAre(u"The database file \"Quillet articles.gdb\" is damaged. It has been set aside "
+                    u"as \"Quillet articles.gdb 2024-01-02 120000\". What could be read has been "
+                    u"kept."));
+    EXPECT_EQ(fake.files.ReadFile(gDatabaseFolder + u"\\" + std::u16string(kAsideName), 1 << 24),
+              file);
+  }
+
+  std::string file;
+  GdbmLibrary bound;
+};
+
+TEST_F(OldHeaderTest, LosesNoRecords) {
   ASSERT_TRUE(OpenGDBMDatabases());
   EXPECT_GE(ArticlesReadable(), 100);
   EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+TEST_F(OldHeaderTest, IsFoundWhereTheLibraryItselfDoesNotTell) {
+  gGdbm.needs_recovery = nullptr;
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_GE(ArticlesReadable(), 100);
+}
+
+TEST_F(OldHeaderTest, IsNotFoundThereWhenItCannotBeRead) {
+  gGdbm.needs_recovery = nullptr;
+  fake.files.FailNth(port::FileCall::kReadAt, 1);
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(Contents(kArticles), file);
+  EXPECT_FALSE(FileThere(kAsideName));
+}
+
+TEST_F(OldHeaderTest, WhenItCannotBeReadTheRecoverySetsTheWholeFileAside) {
+  fake.files.FailNth(port::FileCall::kReadAt, 1);
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(fake.files.calls(port::FileCall::kOverwrite), 0);
+  ExpectSetAsideWhole();
+}
+
+TEST_F(OldHeaderTest, WhenItCannotBeWrittenTheRecoverySetsTheWholeFileAside) {
+  fake.files.FailNth(port::FileCall::kOverwrite, 1);
+  ASSERT_TRUE(OpenGDBMDatabases());
+  ExpectSetAsideWhole();
 }
 
 TEST_F(DatabasesTest, AnUnfinishedSessionIsRecoveredSilently) {
