@@ -22,8 +22,8 @@ if(QUILLET_SANITIZE)
   add_link_options(-fsanitize=${QUILLET_SANITIZE})
 endif()
 
-# quillet_library(name SOURCES ... USES ...): a static library of one folder. What it may include is
-# what it links; an upward include does not link.
+# quillet_library(name SOURCES ... USES ...): a static library of one folder. What it may include and
+# link stands in scripts/layers.txt; the linker itself would let an upward include pass.
 function(quillet_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
