@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/prefs.h"
+#include "util/first_place.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -25,25 +26,18 @@ constexpr u16string_view kForCR = u"&";
 constexpr u16string_view kForLF = u"nbsp;<br>";
 constexpr u16string_view kEpilogue = u"&nbsp;<br></FONT>";
 
-// Without a way out of the loop, and with one character at a time, compilers make vector code of
-// it.
-template <std::size_t kBlock>
-bool HasCharacter(const char16_t* block, char16_t wanted) {
-  std::uint16_t found = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) found |= static_cast<std::uint16_t>(block[i] == wanted);
-  return found != 0;
-}
+template <char16_t kWanted>
+struct IsAt {
+  const char16_t* text;
+  std::uint16_t operator()(std::size_t place) const {
+    return static_cast<std::uint16_t>(text[place] == kWanted);
+  }
+};
 
 // The first place from `at` on with one of these characters, else the length.
 template <char16_t... kWanted>
 std::size_t FindFirst(u16string_view text, std::size_t at) {
-  constexpr std::size_t kBlock = 16;
-  for (; at + kBlock <= text.size(); at += kBlock) {
-    if ((HasCharacter<kBlock>(&text[at], kWanted) | ...)) break;
-  }
-  const auto is_wanted = [](char16_t c) { return ((c == kWanted) | ...); };
-  while (at < text.size() && !is_wanted(text[at])) ++at;
-  return at;
+  return FirstPlace(at, text.size(), IsAt<kWanted>{text.data()}...);
 }
 
 // The fragment while it grows: text is escaped, its quoted lines are coloured.
