@@ -12,6 +12,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "killfile/entry_dialog.h"
+#include "mime/shown_text.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -19,7 +20,6 @@
 #include "thread/deletion.h"
 #include "thread/moves.h"
 #include "thread/search.h"
-#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -30,7 +30,7 @@ template <class Move>
 void MoveTo(Move next_of) {
   Node* const node = gCurrentArticle->node;
   Node* const next = node == nullptr ? nullptr : next_of(*node);
-  if (next != nullptr) DisplayArticle(next, "");
+  if (next != nullptr) DisplayArticle(next, u"");
 }
 
 void ShowPreviousThread() {
@@ -61,7 +61,7 @@ void Delete(std::u16string_view question, Node* (*remove)(Node&)) {
   if (node == nullptr || !ConfirmAction(question, true)) return;
   Node* const next = remove(*node);
   if (next == nullptr) PostToMainWindow(kUserRefreshCounts);
-  DisplayArticle(next, "");
+  DisplayArticle(next, u"");
 }
 
 void DeleteShownArticle() {
@@ -114,7 +114,7 @@ void SaveAs() {
   if (!text) return;
   try {
     SaveAsFile(u"Save article as", DefaultFileName(gCurrentArticle->subject.value_or("")),
-               Narrow(*text));
+               ToStored(*text));
   } catch (const std::bad_alloc&) {
     ReportError(u"out of memory", u"SaveAsFile");
   }

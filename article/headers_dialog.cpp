@@ -5,6 +5,7 @@
 #include "article/message_body.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
+#include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -15,27 +16,27 @@
 namespace quillet {
 namespace {
 
-void AppendPresent(std::string& text, std::string_view name,
+void AppendPresent(std::u16string& text, std::u16string_view name,
                    const std::optional<std::string>& value) {
-  if (value && !value->empty()) text.append(name).append(*value).append("\r\n");
+  if (value && !value->empty()) text.append(name).append(ShownHeader(*value)).append(u"\r\n");
 }
 
 }  // namespace
 
 std::u16string MessageHeadersText(const AsciiArticle& article) {
-  std::string text = "Subject: " + article.subject.value_or("") + "\r\n";
-  AppendPresent(text, "From: ", article.from);
-  AppendPresent(text, "Date: ", article.date);
+  std::u16string text = u"Subject: " + ShownHeader(article.subject.value_or("")) + u"\r\n";
+  AppendPresent(text, u"From: ", article.from);
+  AppendPresent(text, u"Date: ", article.date);
   // Shown when it tells nothing new, left out when it does; this is meant.
-  if (article.replyTo == article.from) AppendPresent(text, "Reply-To: ", article.replyTo);
-  AppendPresent(text, "Message-ID: ", article.messageId);
-  text += WithFullLineEnds(article.headers.value_or(""));
-  AppendPresent(text, "X-Quillet-ParentID: ", article.parentId);
-  AppendPresent(text, "X-Quillet-ServerName: ", article.source);
-  text += FormatNarrow("X-Quillet-ServerID: %lu\r\n", article.articleNumber);
-  text += FormatNarrow("X-Quillet-CompressedSavings: %d%%\r\n",
-                       static_cast<int>(article.compressionSavings * 100));
-  return Widen(text);
+  if (article.replyTo == article.from) AppendPresent(text, u"Reply-To: ", article.replyTo);
+  AppendPresent(text, u"Message-ID: ", article.messageId);
+  text += ShownHeaderLines(WithFullLineEnds(article.headers.value_or("")));
+  AppendPresent(text, u"X-Quillet-ParentID: ", article.parentId);
+  AppendPresent(text, u"X-Quillet-ServerName: ", article.source);
+  text += FormatWide(u"X-Quillet-ServerID: %lu\r\n", article.articleNumber);
+  text += FormatWide(u"X-Quillet-CompressedSavings: %d%%\r\n",
+                     static_cast<int>(article.compressionSavings * 100));
+  return text;
 }
 
 void ShowMessageHeaders() {

@@ -5,27 +5,28 @@
 #include "article/render.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "mime/shown_text.h"
 #include "store/records.h"
 #include "util/text.h"
 
 namespace quillet {
 namespace {
 
-void AppendField(std::string& block, std::string_view name,
+void AppendField(std::u16string& block, std::u16string_view name,
                  const std::optional<std::string>& value) {
-  block.append(name).append(value.value_or("")).append("\r\n");
+  block.append(name).append(ShownHeader(value.value_or(""))).append(u"\r\n");
 }
 
 // With the empty line after it.
-std::string HeaderBlock(const AsciiArticle& article) {
-  std::string block;
-  AppendField(block, "Subject: ", article.subject);
-  AppendField(block, "Date: ", article.date);
-  AppendField(block, "From: ", article.from);
-  if (!article.replyTo.value_or("").empty()) AppendField(block, "Reply-To: ", article.replyTo);
-  AppendField(block, "Message-ID: ", article.messageId);
-  block += WithFullLineEnds(article.headers.value_or(""));
-  return block += "\r\n";
+std::u16string HeaderBlock(const AsciiArticle& article) {
+  std::u16string block;
+  AppendField(block, u"Subject: ", article.subject);
+  AppendField(block, u"Date: ", article.date);
+  AppendField(block, u"From: ", article.from);
+  if (!article.replyTo.value_or("").empty()) AppendField(block, u"Reply-To: ", article.replyTo);
+  AppendField(block, u"Message-ID: ", article.messageId);
+  block += ShownHeaderLines(WithFullLineEnds(article.headers.value_or("")));
+  return block += u"\r\n";
 }
 
 std::u16string_view MissingBodyText(bool with_headers) {
@@ -38,7 +39,7 @@ std::u16string_view MissingBodyText(bool with_headers) {
 
 std::u16string BodyText(const AsciiArticle& article, bool with_headers) {
   if (!article.body || article.body->empty()) return std::u16string(MissingBodyText(with_headers));
-  std::u16string body = Widen(*article.body);
+  std::u16string body = ShownBody(article.headers.value_or(""), *article.body);
   if (gPrefs->removecrs != 0) RemoveCRs(body);
   return body;
 }
@@ -64,7 +65,7 @@ std::optional<std::u16string> CreateMessageBody(const AsciiArticle* article, boo
   if (article == nullptr) return std::u16string();
   try {
     std::u16string text = BodyText(*article, with_headers);
-    if (with_headers) text.insert(0, Widen(HeaderBlock(*article)));
+    if (with_headers) text.insert(0, HeaderBlock(*article));
     if (article->showFlag != 0) Rot13String(text);
     return text;
   } catch (const std::bad_alloc&) {

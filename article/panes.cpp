@@ -6,6 +6,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/views.h"
+#include "mime/shown_text.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -56,8 +57,8 @@ std::u16string PositionText(std::u16string_view format, const Position& position
 
 std::array<port::HeaderLine, 2> HeaderLines(const AsciiArticle& article) {
   std::array<port::HeaderLine, 2> lines;
-  lines[0].left = u"Subject: " + Widen(article.subject.value_or(""));
-  lines[1].left = u"From: " + Widen(article.from.value_or(""));
+  lines[0].left = u"Subject: " + ShownHeader(article.subject.value_or(""));
+  lines[1].left = u"From: " + ShownHeader(article.from.value_or(""));
   // An article that is not in the shown tree has no place in it.
   if (article.node == nullptr) return lines;
   lines[0].right = PositionText(u"Thread %d/%d", ThreadPosition(*article.node));

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "util/find_text.h"
+#include "mime/find_text.h"
 
 namespace quillet {
 

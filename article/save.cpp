@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/messages.h"
+#include "mime/shown_text.h"
 #include "port/file_dialogs.h"
 #include "port/files.h"
 #include "port/platform.h"
@@ -11,8 +12,8 @@
 namespace quillet {
 namespace {
 
-bool IsAsciiLetterOrDigit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+bool IsAsciiLetterOrDigit(char16_t c) {
+  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9');
 }
 
 std::u16string CorrectedPath(std::u16string path) {
@@ -37,10 +38,10 @@ void TellOfFailure(std::uint32_t error) {
 
 std::u16string DefaultFileName(std::string_view subject) {
   constexpr std::size_t kSubjectCharacters = 16;
-  std::string name(subject.substr(0, kSubjectCharacters));
+  std::u16string name = ShownHeader(subject).substr(0, kSubjectCharacters);
   std::replace_if(
-      name.begin(), name.end(), [](char c) { return !IsAsciiLetterOrDigit(c); }, '_');
-  return Widen(name + ".txt");
+      name.begin(), name.end(), [](char16_t c) { return !IsAsciiLetterOrDigit(c); }, u'_');
+  return name + u".txt";
 }
 
 void SaveAsFile(std::u16string_view title, std::u16string_view default_name,

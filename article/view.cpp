@@ -10,12 +10,12 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/wait_cursor.h"
+#include "mime/shown_text.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "thread/labels.h"
 #include "thread/view.h"
-#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -107,13 +107,13 @@ void ShowChangedReadFlag() {
   }
 }
 
-std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::string_view search_text) {
+std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::u16string_view search_text) {
   const auto text = CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
   if (!text || !gCurrentArticle) return std::nullopt;
   try {
     gCurrentArticle->displayText.reset();
-    if (!search_text.empty()) gCurrentArticle->displayText = search_text;
-    return FindMatches(Narrow(*text), search_text, {gFind.match_case, gFind.whole_word});
+    if (!search_text.empty()) gCurrentArticle->displayText = ToStored(search_text);
+    return FindMatches(*text, search_text, {gFind.match_case, gFind.whole_word});
   } catch (const std::bad_alloc&) {
     ReportError(u"out of memory", u"DisplayCurrentArticle");
     return std::nullopt;
@@ -124,9 +124,7 @@ void PrepareArticleView() {
   gArticleView = {DisplayArticle, ClearCurrentArticle};
 }
 
-void DisplayArticle(Node* node, std::string_view search_text) {
-  // The text may belong to the article that goes now.
-  const std::string wanted(search_text);
+void DisplayArticle(Node* node, std::u16string_view search_text) {
   if (node == nullptr) {
     ClearCurrentArticle();
     return ShowThreadView();
@@ -134,8 +132,8 @@ void DisplayArticle(Node* node, std::string_view search_text) {
   DropCurrentArticle();
   OpenArticle(*node);
   std::vector<MatchRange> matches;
-  if (gCurrentArticle && !wanted.empty()) {
-    matches = MatchesInCurrentArticle(wanted).value_or(std::vector<MatchRange>());
+  if (gCurrentArticle && !search_text.empty()) {
+    matches = MatchesInCurrentArticle(search_text).value_or(std::vector<MatchRange>());
   }
   DisplayCurrentArticle(matches);
   if (!gCurrentArticle && !node->messageId.empty()) {

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "mime/find_text.h"
 #include "thread/current.h"
-#include "util/find_text.h"
 
 namespace quillet {
 
@@ -16,7 +16,7 @@ void PrepareArticleView();
 
 // Opens the article of a node, marks it read when it has a body, and highlights the hits of a
 // search text. A null node clears the view and returns to the thread list.
-void DisplayArticle(Node* node, std::string_view search_text);
+void DisplayArticle(Node* node, std::u16string_view search_text);
 // Shows the article tab with the current article, or "Quillet error: there is no current article".
 void DisplayCurrentArticle(const std::vector<MatchRange>& matches);
 // Empties the viewer and the header bar and drops the current article. No tab is changed.
@@ -32,6 +32,6 @@ void ShowChangedReadFlag();
 
 // Keeps the search text in the current article and looks for it in the text that is shown; nothing
 // after a reported lack of memory.
-std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::string_view search_text);
+std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::u16string_view search_text);
 
 }  // namespace quillet

@@ -14,7 +14,7 @@
 #include "article/render.h"
 #include "base/prefs.h"
 #include "bench/measure.h"
-#include "util/text.h"
+#include "mime/find_text.h"
 
 namespace quillet {
 namespace {
@@ -38,7 +38,7 @@ std::u16string MakeArticle(unsigned lines) {
 }
 
 std::vector<MatchRange> FindAll(const std::u16string& text) {
-  return FindMatches(Narrow(text), "needle", {});
+  return FindMatches(text, u"needle", {});
 }
 
 double TimeCopy(const std::u16string& text) {

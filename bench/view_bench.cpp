@@ -118,7 +118,7 @@ bool MeasureSearch(unsigned rounds) {
   };
   const auto search = [](bool headers) {
     return [headers] {
-      Require(SearchForward(nullptr, {"something more", false, false, headers}) == nullptr,
+      Require(SearchForward(nullptr, {u"something more", false, false, headers}) == nullptr,
               "searching");
     };
   };

@@ -10,10 +10,10 @@
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "killfile/killfile.h"
+#include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
-#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -57,7 +57,7 @@ struct Choices {
 // An entry's text ends at a NUL; one without text would match every article, and is none.
 std::optional<Entry> ReadField(port::WindowHandle dialog, const Field& field) {
   const int item = gPlatform->dialogs.Choice(dialog, field.rule);
-  std::string text = Narrow(gPlatform->dialogs.GetText(dialog, field.text));
+  std::string text = ToStored(gPlatform->dialogs.GetText(dialog, field.text));
   text.resize(std::min(text.size(), text.find('\0')));
   if (item == kDontCheckItem || text.empty()) return std::nullopt;
   return Entry{std::move(text), item == kKillItem, field.author};
@@ -80,7 +80,7 @@ void ShowTextOf(port::WindowHandle dialog, const Field& field) {
 void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view text) {
   gPlatform->dialogs.SetChoices(dialog, field.rule, {field.items.begin(), field.items.end()});
   gPlatform->dialogs.SetChoice(dialog, field.rule, kKillItem);
-  gPlatform->dialogs.SetText(dialog, field.text, Widen(text));
+  gPlatform->dialogs.SetText(dialog, field.text, ShownHeader(text));
 }
 
 // False when the entry was rejected.

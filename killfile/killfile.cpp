@@ -8,7 +8,7 @@
 
 #include "base/messages.h"
 #include "base/multi_string.h"
-#include "util/text.h"
+#include "mime/shown_text.h"
 
 namespace quillet {
 namespace {
@@ -82,7 +82,7 @@ bool EntryMatches(const Prefs& prefs, std::size_t entry, const AsciiArticle& art
   const std::optional<std::string>& tested =
       prefs.killfileauthors[entry] != 0 ? article.from : article.subject;
   if (!tested || tested->empty()) return false;
-  return FindNoCase(*tested, prefs.killfiletexts[entry]) != std::string_view::npos;
+  return HeaderContains(*tested, prefs.killfiletexts[entry]);
 }
 
 }  // namespace

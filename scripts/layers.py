@@ -50,6 +50,13 @@ RESERVED = [
              re.compile(r'\b(getenv|setenv|system_clock|steady_clock::now|gettimeofday|localtime|fopen'
                         r'|ofstream|ifstream|fstream)\b|std::filesystem|<filesystem>'), NOTHING,
              ('port/linux', 'port/fake', 'qt', 'script', 'demo', 'bench')),
+    # The program's files named here have texts that are no article's: names of groups (chains,
+    # newsgroups), messages and versions of libraries (compression, databases), registry values
+    # (multi_string); nntp/ has the server's lines, script/ tells the stored bytes one by one.
+    Reserved('text shown of stored bytes, which mime/ makes', re.compile(r'\b(Widen|Narrow)\('), NOTHING,
+             ('util', 'mime', 'port', 'port/common', 'port/linux', 'port/fake', 'nntp', 'script', 'bench',
+              'store/chains', 'store/compression', 'store/databases', 'base/multi_string',
+              'groups/newsgroups')),
 ]
 
 

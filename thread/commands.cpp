@@ -35,7 +35,7 @@ void ReplaceOutdatedTree() {
 bool Open(Node* node) {
   Node* article = FirstArticleFrom(node);
   if (article == nullptr || gArticleView.display == nullptr) return false;
-  gArticleView.display(article, "");
+  gArticleView.display(article, u"");
   return true;
 }
 

@@ -26,7 +26,7 @@ void BringCurrentArticleInStep();
 
 // The view-wide choices of the Find dialog; kept while the program runs.
 struct FindChoices {
-  std::string text;  // the last search text, 8-bit
+  std::u16string text;  // the last search text
   bool match_case = false;
   bool whole_word = false;
   bool in_headers = false;
@@ -38,7 +38,7 @@ extern FindChoices gFind;
 struct ArticleViewHooks {
   // DisplayArticle: opens the article of a node with the hits of a search text (empty: none); a
   // null node clears the view and returns to the thread list.
-  void (*display)(Node* node, std::string_view search_text) = nullptr;
+  void (*display)(Node* node, std::u16string_view search_text) = nullptr;
   // ClearCurrentArticle.
   void (*clear)() = nullptr;
 };

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "base/messages.h"
+#include "mime/shown_text.h"
 #include "port/platform.h"
 #include "thread/shown_labels.h"
 #include "util/format.h"
-#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -86,8 +86,8 @@ std::vector<port::TreeLabel> ChangedLabels(Node& top) {
 }  // namespace
 
 std::u16string ThreadLabel(const Node& node) {
-  if (node.kind == NodeKind::kArticle) return Widen(node.from);
-  std::u16string subject = Widen(node.subject);
+  if (node.kind == NodeKind::kArticle) return ShownHeader(node.from);
+  std::u16string subject = ShownHeader(node.subject);
   if (node.kind == NodeKind::kRoot || node.descendantCount == 1) return subject;
   return FormatWide(u"%d/%d ", node.descendantCount - node.readDescendantCount,
                     node.descendantCount) +

@@ -6,20 +6,19 @@
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
+#include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "thread/moves.h"
 #include "thread/progress_meter.h"
-#include "util/find_text.h"
-#include "util/text.h"
 
 namespace quillet {
 namespace {
 
 void SetUpFindDialog(port::WindowHandle dialog) {
   port::Dialogs& dialogs = gPlatform->dialogs;
-  dialogs.SetText(dialog, kControlFindText, Widen(gFind.text));
+  dialogs.SetText(dialog, kControlFindText, gFind.text);
   dialogs.SetChecked(dialog, kControlMatchCase, gFind.match_case);
   dialogs.SetChecked(dialog, kControlWholeWord, gFind.whole_word);
   dialogs.SetChecked(dialog, kControlSearchHeaders, gFind.in_headers);
@@ -28,7 +27,8 @@ void SetUpFindDialog(port::WindowHandle dialog) {
 
 FindChoices TakeChoices(port::WindowHandle dialog) {
   port::Dialogs& dialogs = gPlatform->dialogs;
-  return {Narrow(dialogs.GetText(dialog, kControlFindText)),
+  // meant: the last search text is 8-bit, so "?" is looked for in place of what has no byte.
+  return {AsStored(dialogs.GetText(dialog, kControlFindText)),
           dialogs.IsChecked(dialog, kControlMatchCase),
           dialogs.IsChecked(dialog, kControlWholeWord),
           dialogs.IsChecked(dialog, kControlSearchHeaders)};
@@ -53,12 +53,13 @@ std::uint64_t ArticlesAfter(const Node& node) {
 
 // An article that has gone from the store meanwhile is passed over.
 Node* FirstMatchAfter(const Node& from, const FindChoices& find) {
+  const SearchText wanted(find.text, {find.match_case, find.whole_word});
   ProgressMeter meter(ArticlesAfter(from));
   StoredTexts texts;
   Node* article = NextArticle(from);
   for (; article != nullptr && !AbortRequested(); article = NextArticle(*article)) {
     const bool fetched = !article->messageId.empty() && texts.Fetch(article->messageId);
-    if (fetched && ArticleMatches(texts, find)) return article;
+    if (fetched && ArticleMatches(texts, wanted, find.in_headers)) return article;
     meter.Add(1);
   }
   return nullptr;
@@ -72,7 +73,7 @@ struct Outcome {
 Outcome Search(Node* from, const FindChoices& find) {
   Outcome outcome;
   // No stored text holds a NUL.
-  if (!gThreadTree || find.text.empty() || find.text.find('\0') != std::string::npos)
+  if (!gThreadTree || find.text.empty() || find.text.find(u'\0') != std::u16string::npos)
     return outcome;
   const Node& start = from != nullptr ? *from : gThreadTree->root();
   RunWithProgress(u"Searching...", [&] {
@@ -89,11 +90,10 @@ bool AskFindChoices() {
   return RunModalDialog(kDialogFind, SetUpFindDialog, FindDlgProc) == port::kIdOk;
 }
 
-// A search text never reaches over the NULs between the texts of an article, so that one look at
-// all of them finds what looking at each in turn would.
-bool ArticleMatches(const StoredTexts& texts, const FindChoices& find) {
-  const std::string_view text = find.in_headers ? texts.All() : texts.Text(&AsciiArticle::body);
-  return HasMatch(text, find.text, {find.match_case, find.whole_word});
+bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_headers) {
+  const ArticleTexts article{texts.All(), texts.Text(&AsciiArticle::headers),
+                             texts.Text(&AsciiArticle::body)};
+  return in_headers ? wanted.IsInAny(article) : wanted.IsInBody(article);
 }
 
 Node* SearchForward(Node* from, const FindChoices& find) {

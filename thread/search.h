@@ -1,8 +1,7 @@
 // Looking through the articles of the shown tree. Program thread only.
 #pragma once
 
-#include <string_view>
-
+#include "mime/search_text.h"
 #include "store/records.h"
 #include "thread/current.h"
 
@@ -12,10 +11,10 @@ namespace quillet {
 // gFind. False when it was cancelled.
 bool AskFindChoices();
 
-// Whether the article holds the text (without a NUL), by the choices: with `in_headers` the kept
+// Whether the article holds the text (without a NUL): with `in_headers` the kept
 // headers, subject, from, Message-ID, parent id, source, date and reply-to, and the body; otherwise
 // the body alone.
-bool ArticleMatches(const StoredTexts& texts, const FindChoices& find);
+bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_headers);
 
 // The first article after the node in pre-order that matches (`from` null: from the first article
 // on); null when none does, the text is empty or the search was aborted. Runs under the runner.

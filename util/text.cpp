@@ -19,18 +19,11 @@ char NarrowUnit(char16_t unit) {
   return static_cast<char>(0x80 + (found - kHighControls.begin()));
 }
 
-char16_t LowerUnit(char16_t c) {
-  return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c;
-}
-char LowerUnit(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
 template <class Text>
 bool StartsWithFolded(Text text, Text prefix) {
   return text.size() >= prefix.size() &&
          std::equal(prefix.begin(), prefix.end(), text.begin(),
-                    [](auto a, auto b) { return LowerUnit(a) == LowerUnit(b); });
+                    [](auto a, auto b) { return ToLowerAscii(a) == ToLowerAscii(b); });
 }
 
 void AppendUtf8(std::string& out, char32_t c) {
@@ -89,10 +82,6 @@ char32_t NextUtf8(std::string_view text, std::size_t& at) {
 }
 
 }  // namespace
-
-char ToLowerAscii(char c) {
-  return LowerUnit(c);
-}
 
 std::u16string Widen(std::string_view text) {
   std::u16string out;
@@ -167,7 +156,7 @@ bool EqualsNoCase(std::u16string_view a, std::u16string_view b) {
 
 std::size_t FindNoCase(std::string_view text, std::string_view needle) {
   const auto found = std::search(text.begin(), text.end(), needle.begin(), needle.end(),
-                                 [](char a, char b) { return LowerUnit(a) == LowerUnit(b); });
+                                 [](char a, char b) { return ToLowerAscii(a) == ToLowerAscii(b); });
   if (found == text.end() && !needle.empty()) return std::string_view::npos;
   return static_cast<std::size_t>(found - text.begin());
 }

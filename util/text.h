@@ -37,6 +37,12 @@ bool EqualsNoCase(std::u16string_view a, std::u16string_view b);
 // none. An empty needle is found at 0, in an empty text too.
 std::size_t FindNoCase(std::string_view text, std::string_view needle);
 
-char ToLowerAscii(char c);
+// A-Z become a-z, everything else stays.
+constexpr char ToLowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+constexpr char16_t ToLowerAscii(char16_t c) {
+  return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+}
 
 }  // namespace quillet

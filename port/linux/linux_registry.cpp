@@ -13,7 +13,8 @@ namespace {
 // Names are compared in this form.
 std::string Fold(std::u16string_view name) {
   std::string folded = ToUtf8(name);
-  std::transform(folded.begin(), folded.end(), folded.begin(), ToLowerAscii);
+  std::transform(folded.begin(), folded.end(), folded.begin(),
+                 [](char c) { return ToLowerAscii(c); });
   return folded;
 }
 

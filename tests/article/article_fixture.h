@@ -93,7 +93,7 @@ class ArticleTest : public StoreTest {
   }
 
   static Node* NodeOf(std::string_view id) { return gThreadTree->FindNodeByMessageId(id); }
-  static void Open(std::string_view id) { DisplayArticle(NodeOf(id), ""); }
+  static void Open(std::string_view id) { DisplayArticle(NodeOf(id), u""); }
   static std::string CurrentId() {
     return gCurrentArticle ? gCurrentArticle->messageId.value_or("") : "none";
   }

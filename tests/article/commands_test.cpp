@@ -24,7 +24,7 @@ class ArticleCommands : public ArticleTest {
 
 TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
   PutThreeThreads();
-  gFind.text = "";
+  gFind.text = u"";
   const int calls = fake.files.calls();
   for (const std::uint32_t command :
        {40018U, 40017U, 40019U, 40016U, 40025U, 40011U, 40028U, 40055U, 40023U, 40033U, 40049U,
@@ -460,7 +460,7 @@ TEST_F(ArticleCommands, HostileArticlesAreShownFoundAndSaved) {
   gPrefs->colorquoted = 1;
   int file = 0;
   for (const char* id : {"<e@x>", "<h@x>", "<c@x>", "<d@x>"}) {
-    DisplayArticle(NodeOf(id), "x");
+    DisplayArticle(NodeOf(id), u"x");
     EXPECT_EQ(CurrentId(), id);
     EXPECT_EQ(Source().find(u"<script"), std::u16string::npos);
     fake.display.ExpectSaveFile(FormatWide(u"\\%d.txt", ++file));

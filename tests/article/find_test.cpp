@@ -39,7 +39,7 @@ TEST_F(FindInArticles, FindHighlightsInTheArticleShown) {
   ArticleCommand(40048);
   EXPECT_EQ(CurrentId(), "<a3@x>");
   EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "ree");
+  EXPECT_EQ(gFind.text, u"ree");
   EXPECT_EQ(gCurrentArticle->displayText, "ree");
 }
 
@@ -75,7 +75,7 @@ TEST_F(FindInArticles, AnEmptyFindShowsNoHitsAndClearsTheLastText) {
   AnswerFind(u"");
   ArticleCommand(40048);
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "");
+  EXPECT_EQ(gFind.text, u"");
   EXPECT_EQ(gCurrentArticle->displayText, std::nullopt);
   ArticleCommand(40051);
   EXPECT_EQ(CurrentId(), "<a3@x>");
@@ -90,7 +90,7 @@ TEST_F(FindInArticles, ACancelledFindLeavesTheHitsAndTheText) {
   AnswerFind(u"other", kControlCancel);
   ArticleCommand(40048);
   EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, "ree");
+  EXPECT_EQ(gFind.text, u"ree");
   EXPECT_EQ(gCurrentArticle->displayText, "ree");
 }
 
@@ -105,7 +105,7 @@ TEST_F(FindInArticles, FindWithoutMemoryForTheHitsKeepsWhatIsShown) {
 TEST_F(FindInArticles, FindAgainGoesOnAfterTheCurrentArticle) {
   PutThreeThreads();
   Open("<a1@x>");
-  gFind.text = "ve";
+  gFind.text = u"ve";
   ArticleCommand(40051);
   EXPECT_EQ(CurrentId(), "<b1@x>");
   EXPECT_EQ(Source(), Page(u"Fi" + Hit(u"ve") + u".&nbsp;<br>"));
@@ -127,7 +127,7 @@ TEST_F(FindInArticles, FindAgainWithoutATextDoesNothing) {
 
 TEST_F(FindInArticles, FindAgainStartsAtTheFirstArticleWithoutACurrentOne) {
   PutThreeThreads();
-  gFind.text = "one";
+  gFind.text = u"one";
   EXPECT_EQ(After(40051), "<a1@x>");
 }
 

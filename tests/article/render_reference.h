@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "util/find_text.h"
+#include "mime/find_text.h"
 
 namespace quillet::reference {
 

@@ -71,7 +71,7 @@ TEST_F(ArticleView, AnotherArticleTakesThePlaceOfTheFirst) {
 TEST_F(ArticleView, NoNodeClearsAndReturnsToTheThreadList) {
   PutThreeThreads();
   Open("<a1@x>");
-  DisplayArticle(nullptr, "");
+  DisplayArticle(nullptr, u"");
   EXPECT_EQ(gCurrentArticle, nullptr);
   EXPECT_EQ(Tab(), port::kThreadTab);
   EXPECT_EQ(Source(), u"");
@@ -81,7 +81,7 @@ TEST_F(ArticleView, NoNodeClearsAndReturnsToTheThreadList) {
 TEST_F(ArticleView, ANodeWithoutAMessageIdLeavesTheViewEmpty) {
   PutThreeThreads();
   Open("<a1@x>");
-  DisplayArticle(gThreadTree->root().firstChild, "");
+  DisplayArticle(gThreadTree->root().firstChild, u"");
   EXPECT_EQ(gCurrentArticle, nullptr);
   EXPECT_EQ(Source(), kNoArticle);
   EXPECT_EQ(Tab(), port::kArticleTab);
@@ -125,7 +125,7 @@ TEST_F(ArticleView, ClearingDropsTheArticleButNotTheTab) {
 
 TEST_F(ArticleView, TheThreadViewReachesItThroughItsHooks) {
   PutThreeThreads();
-  gArticleView.display(NodeOf("<b1@x>"), "Five");
+  gArticleView.display(NodeOf("<b1@x>"), u"Five");
   EXPECT_EQ(CurrentId(), "<b1@x>");
   gArticleView.clear();
   EXPECT_EQ(gCurrentArticle, nullptr);
@@ -186,7 +186,7 @@ TEST_F(ArticleView, EachOfTwoNodesOfOneArticleIsMarkedWhenItIsOpened) {
   OpenGroup(1);
   ASSERT_EQ(gThreadTree->root().descendantCount, 2U);
   Node* const second = NodeOf("<d@x>");
-  DisplayArticle(second, "");
+  DisplayArticle(second, u"");
   EXPECT_EQ(gThreadTree->root().readDescendantCount, 1U);
   ArticleCommand(kCommandPreviousArticle);
   if (gCurrentArticle->node == second) ArticleCommand(kCommandNextArticle);
@@ -384,7 +384,7 @@ TEST_F(ArticleView, TheHeaderBarTakesAnyText) {
 
 TEST_F(ArticleView, ASearchTextIsHighlightedAndKept) {
   PutThreeThreads();
-  DisplayArticle(NodeOf("<a3@x>"), "E");
+  DisplayArticle(NodeOf("<a3@x>"), u"E");
   EXPECT_EQ(Source(), Page(u"Thr<b><span style=\"background: #FFFF00\">e</span></b>"
                            u"<b><span style=\"background: #FFFF00\">e</span></b>.&nbsp;<br>"));
   EXPECT_EQ(gCurrentArticle->displayText, "E");
@@ -393,31 +393,31 @@ TEST_F(ArticleView, ASearchTextIsHighlightedAndKept) {
 TEST_F(ArticleView, ASearchHonoursTheChoices) {
   PutThreeThreads();
   gFind.match_case = true;
-  DisplayArticle(NodeOf("<a3@x>"), "E");
+  DisplayArticle(NodeOf("<a3@x>"), u"E");
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
   gFind.match_case = false;
   gFind.whole_word = true;
-  DisplayArticle(NodeOf("<a3@x>"), "thre");
+  DisplayArticle(NodeOf("<a3@x>"), u"thre");
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  DisplayArticle(NodeOf("<a3@x>"), "three");
+  DisplayArticle(NodeOf("<a3@x>"), u"three");
   EXPECT_EQ(Source(), Page(u"<b><span style=\"background: #FFFF00\">Three</span></b>.&nbsp;<br>"));
 }
 
 TEST_F(ArticleView, HitsAreFoundInTheTextAsItIsShown) {
   PutThreeThreads();
-  DisplayArticle(NodeOf("<b1@x>"), "beta");
+  DisplayArticle(NodeOf("<b1@x>"), u"beta");
   EXPECT_EQ(Source(), Page(u"Five.&nbsp;<br>"));
   gPrefs->showheaders = 1;
-  DisplayArticle(NodeOf("<b1@x>"), "beta");
+  DisplayArticle(NodeOf("<b1@x>"), u"beta");
   EXPECT_TRUE(
       Source().starts_with(u"<FONT SIZE=\"2\">Subject: <b><span style=\"background: "
                            u"#FFFF00\">Beta</span></b>&nbsp;<br>"));
 }
 
-TEST_F(ArticleView, TheSearchTextMayBelongToTheArticleThatGoes) {
+TEST_F(ArticleView, AnArticleOpensAgainWithTheTextItKept) {
   PutThreeThreads();
-  DisplayArticle(NodeOf("<a3@x>"), "ee");
-  DisplayArticle(NodeOf("<a3@x>"), *gCurrentArticle->displayText);
+  DisplayArticle(NodeOf("<a3@x>"), u"ee");
+  DisplayArticle(NodeOf("<a3@x>"), Widen(*gCurrentArticle->displayText));
   EXPECT_EQ(gCurrentArticle->displayText, "ee");
   EXPECT_EQ(Source(), Page(u"Thr<b><span style=\"background: #FFFF00\">ee</span></b>.&nbsp;<br>"));
 }
@@ -425,7 +425,7 @@ TEST_F(ArticleView, TheSearchTextMayBelongToTheArticleThatGoes) {
 TEST_F(ArticleView, OneByteIsOneCharacterForTheHits) {
   Put(kGroup, Written("<u@x>", 1, "", "u", "\x80\x80 caf\xe9 \xe9t\xe9\r\n"));
   OpenGroup(1);
-  DisplayArticle(NodeOf("<u@x>"), "\xe9t");
+  DisplayArticle(NodeOf("<u@x>"), u"\u00E9t");
   EXPECT_EQ(Source(),
             Page(u"€€ café <b><span style=\"background: #FFFF00\">ét</span></b>é&nbsp;<br>"));
 }

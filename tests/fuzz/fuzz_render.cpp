@@ -181,8 +181,8 @@ void CheckTransforms(const std::u16string& text) {
 }
 
 // Whatever is found can be highlighted.
-void CheckFinding(const std::string& text) {
-  const std::string wanted = text.substr(text.size() / 2, text.size() % 5);
+void CheckFinding(const std::u16string& text) {
+  const std::u16string wanted = text.substr(text.size() / 2, text.size() % 5);
   const quillet::MatchOptions options{(text.size() & 8) != 0, (text.size() & 16) != 0};
   int last = 0;
   for (const quillet::MatchRange& match : quillet::FindMatches(text, wanted, options)) {
@@ -203,6 +203,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quillet::gPrefs->fontsize = 8;
   CheckHTML(input);
   CheckTransforms(input.text);
-  CheckFinding(bytes);
+  CheckFinding(quillet::Widen(bytes));
   return 0;
 }

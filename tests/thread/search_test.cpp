@@ -56,9 +56,7 @@ class SearchTest : public ThreadViewTest {
 TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
   AnswerFind({u"gr\u00FC\u00DFe \u20AC", true, false, true});
   EXPECT_TRUE(AskFindChoices());
-  EXPECT_EQ(gFind.text,
-            "gr\xFC\xDF"
-            "e \x80");
+  EXPECT_EQ(gFind.text, u"gr\u00FC\u00DFe \u20AC");
   EXPECT_TRUE(gFind.match_case);
   EXPECT_FALSE(gFind.whole_word);
   EXPECT_TRUE(gFind.in_headers);
@@ -73,10 +71,14 @@ TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
     fake.display.Press(dialog, kControlCancel);
   });
   EXPECT_FALSE(AskFindChoices());
-  EXPECT_EQ(gFind.text,
-            "gr\xFC\xDF"
-            "e \x80");
+  EXPECT_EQ(gFind.text, u"gr\u00FC\u00DFe \u20AC");
   EXPECT_TRUE(gFind.match_case);
+}
+
+TEST_F(SearchTest, TheLastTextIsEightBit) {
+  AnswerFind({u"\u03A9 or \u20AC"});
+  EXPECT_TRUE(AskFindChoices());
+  EXPECT_EQ(gFind.text, u"? or \u20AC");
 }
 
 TEST_F(SearchTest, AFormThatCannotBeShownIsACancel) {
@@ -92,18 +94,19 @@ bool Matches(AsciiArticle article, const FindChoices& find) {
   EXPECT_TRUE(StoreArticle(article));
   StoredTexts texts;
   EXPECT_TRUE(texts.Fetch(*article.messageId));
-  return ArticleMatches(texts, find);
+  return ArticleMatches(texts, SearchText(find.text, {find.match_case, find.whole_word}),
+                        find.in_headers);
 }
 
 TEST_F(SearchTest, TheBodyAloneUnlessTheHeadersAreWanted) {
   AsciiArticle article;
-  EXPECT_FALSE(Matches(article, {"x"}));
+  EXPECT_FALSE(Matches(article, {u"x"}));
   article.body = "the body";
-  EXPECT_TRUE(Matches(article, {"BODY"}));
-  EXPECT_FALSE(Matches(article, {"BODY", true}));
-  EXPECT_FALSE(Matches(article, {"bod", false, true}));
-  EXPECT_TRUE(Matches(article, {"bod", false, false}));
-  EXPECT_FALSE(Matches(article, {""}));
+  EXPECT_TRUE(Matches(article, {u"BODY"}));
+  EXPECT_FALSE(Matches(article, {u"BODY", true}));
+  EXPECT_FALSE(Matches(article, {u"bod", false, true}));
+  EXPECT_TRUE(Matches(article, {u"bod", false, false}));
+  EXPECT_FALSE(Matches(article, {u""}));
 }
 
 TEST_F(SearchTest, EveryHeaderIsLookedAt) {
@@ -113,10 +116,10 @@ TEST_F(SearchTest, EveryHeaderIsLookedAt) {
     AsciiArticle article;
     article.body = "nothing";
     article.*text = "a Needle in it";
-    EXPECT_FALSE(Matches(article, {"needle", false, false, false}));
-    EXPECT_TRUE(Matches(article, {"needle", false, true, true}));
-    EXPECT_FALSE(Matches(article, {"needle", true, false, true}));
-    EXPECT_TRUE(Matches(article, {"nothing", true, true, true}));
+    EXPECT_FALSE(Matches(article, {u"needle", false, false, false}));
+    EXPECT_TRUE(Matches(article, {u"needle", false, true, true}));
+    EXPECT_FALSE(Matches(article, {u"needle", true, false, true}));
+    EXPECT_TRUE(Matches(article, {u"nothing", true, true, true}));
   }
 }
 
@@ -125,50 +128,50 @@ TEST_F(SearchTest, TextsOfAnArticleDoNotRunIntoEachOther) {
   AsciiArticle article;
   article.headers = "Lines: 1";
   article.body = "body";
-  EXPECT_FALSE(Matches(article, {"1body", false, false, true}));
-  EXPECT_TRUE(Matches(article, {"body", false, true, true}));
+  EXPECT_FALSE(Matches(article, {u"1body", false, false, true}));
+  EXPECT_TRUE(Matches(article, {u"body", false, true, true}));
 }
 
 // --- forward -------------------------------------------------------------------------------------
 
 TEST_F(SearchTest, GoesForwardInTheOrderOfTheTree) {
   ShowBodies();
-  EXPECT_EQ(IdOf(SearchForward(nullptr, {"needle"})), "<2@x>");
-  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<2@x>"), {"needle"})), "<4@x>");
-  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"needle"})), "<5@x>");
-  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"needle", true})), "<8@x>");
-  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {"NEEDLE", false, true})), "<8@x>");
-  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<8@x>"), {"needle"})), "none");
-  EXPECT_EQ(IdOf(SearchForward(nullptr, {"Re: Third"})), "none");
-  EXPECT_EQ(IdOf(SearchForward(nullptr, {"Re: Third", false, false, true})), "<8@x>");
-  EXPECT_EQ(IdOf(SearchForward(&Thread("<6@x>"), {"hay"})), "<6@x>");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {u"needle"})), "<2@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<2@x>"), {u"needle"})), "<4@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {u"needle"})), "<5@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {u"needle", true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<4@x>"), {u"NEEDLE", false, true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&NodeOf("<8@x>"), {u"needle"})), "none");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {u"Re: Third"})), "none");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {u"Re: Third", false, false, true})), "<8@x>");
+  EXPECT_EQ(IdOf(SearchForward(&Thread("<6@x>"), {u"hay"})), "<6@x>");
 }
 
 TEST_F(SearchTest, RunsWithATitleAndAUnitForEachArticleAhead) {
   ShowBodies();
   observer.StartOver(0);
-  SearchForward(&NodeOf("<2@x>"), {"nowhere"});
+  SearchForward(&NodeOf("<2@x>"), {u"nowhere"});
   EXPECT_THAT(Titles(), ElementsAre(u"Searching..."));
   EXPECT_EQ(observer.upper, 5);
   EXPECT_EQ(observer.positions.back(), 5);
 }
 
 TEST_F(SearchTest, AnEmptyTextOrNoTreeFindsNothing) {
-  EXPECT_EQ(SearchForward(nullptr, {"needle"}), nullptr);
+  EXPECT_EQ(SearchForward(nullptr, {u"needle"}), nullptr);
   ShowBodies();
-  EXPECT_EQ(SearchForward(nullptr, {""}), nullptr);
+  EXPECT_EQ(SearchForward(nullptr, {u""}), nullptr);
   EXPECT_THAT(Titles(), IsEmpty());
 }
 
 TEST_F(SearchTest, ArticlesThatHaveGoneAreSkipped) {
   ShowBodies();
   DeleteArticle("<2@x>");
-  EXPECT_EQ(IdOf(SearchForward(nullptr, {"needle"})), "<4@x>");
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {u"needle"})), "<4@x>");
 }
 
 TEST_F(SearchTest, AnAbortAtEveryStepFindsNothingAndSaysNothing) {
   ShowBodies();
-  gFind.text = "a needle";
+  gFind.text = u"a needle";
   int aborted = 0;
   for (int step = 1; step < 1000; ++step) {
     opened().clear();
@@ -187,14 +190,14 @@ TEST_F(SearchTest, AnAbortAtEveryStepFindsNothingAndSaysNothing) {
 
 TEST_F(SearchTest, AHitIsOpenedWithTheText) {
   ShowBodies();
-  gFind.text = "needle";
+  gFind.text = u"needle";
   SearchAndShow(&NodeOf("<2@x>"));
   EXPECT_THAT(opened(), ElementsAre("<4@x> needle"));
 }
 
 TEST_F(SearchTest, NoHitIsTold) {
   ShowBodies();
-  gFind.text = "needle";
+  gFind.text = u"needle";
   SearchAndShow(&NodeOf("<8@x>"));
   EXPECT_THAT(opened(), IsEmpty());
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
@@ -202,7 +205,7 @@ TEST_F(SearchTest, NoHitIsTold) {
 
 TEST_F(SearchTest, NoHitIsToldAfterAnEarlierAbortToo) {
   gAbortRequested = 1;
-  gFind.text = "needle";
+  gFind.text = u"needle";
   SearchAndShow(nullptr);
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
 }
@@ -235,10 +238,10 @@ TEST_F(SearchTest, ACancelledOrEmptyDialogSearchesNothing) {
     fake.display.Press(dialog, kControlCancel);
   });
   HandleThreadCommand(kCommandFind);
-  gFind.text = "needle";
+  gFind.text = u"needle";
   AnswerFind({u""});
   HandleThreadCommand(kCommandFind);
-  EXPECT_EQ(gFind.text, "");
+  EXPECT_EQ(gFind.text, u"");
   EXPECT_THAT(opened(), IsEmpty());
   EXPECT_THAT(Titles(), IsEmpty());
 }

@@ -75,9 +75,9 @@ class ThreadViewTest : public StoreTest {
     opened().clear();
     clears() = 0;
     PrepareThreadView();
-    gArticleView = {[](Node* node, std::string_view text) {
+    gArticleView = {[](Node* node, std::u16string_view text) {
                       opened().push_back((node == nullptr ? "" : std::string(node->messageId)) +
-                                         (text.empty() ? "" : " " + std::string(text)));
+                                         (text.empty() ? "" : " " + Narrow(text)));
                     },
                     [] {
                       ++clears();

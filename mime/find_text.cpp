@@ -1,0 +1,14 @@
+#include "mime/find_text.h"
+
+#include <limits>
+
+#include "mime/matcher.h"
+
+namespace quillet {
+
+std::vector<MatchRange> FindMatches(std::u16string_view text, std::u16string_view wanted,
+                                    const MatchOptions& options) {
+  return Matcher<char16_t>(wanted, options).Find(text, std::numeric_limits<std::size_t>::max());
+}
+
+}  // namespace quillet

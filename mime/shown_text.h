@@ -1,0 +1,36 @@
+// From stored bytes to shown text and back. Pure; any thread.
+//
+// Stored text (std::string) is what an article holds, byte for byte as it came from a server or a
+// user. Shown text (std::u16string) is UTF-16: what views, dialogs, searches and the killfile see
+// of it. No other folder makes the one of the other. Every stored text is taken for code page 1252,
+// one unit a byte. Nothing is ever thrown away: ToStored gives the bytes of what was shown of them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+// The value of one header, without its name.
+std::u16string ShownHeader(std::string_view stored);
+// Header lines with their names and line ends, as an article keeps them.
+std::u16string ShownHeaderLines(std::string_view stored);
+// A body. `head` has the article's kept header lines; whatever they say of the body, it is taken
+// for code page 1252.
+std::u16string ShownBody(std::string_view head, std::string_view stored);
+
+// The 8-bit text for a file, a killfile entry or a stored field: one byte a unit, "?" for a unit
+// that the code page lacks.
+std::string ToStored(std::u16string_view shown);
+// What is left of a text in a field that is 8-bit: "?" stands for each unit that is lost.
+std::u16string AsStored(std::u16string_view shown);
+
+// What killfile and search compare where case does not matter: A-Z become a-z, other units stay.
+// The length stays, too.
+std::u16string Fold(std::u16string_view shown);
+
+// Whether the folded header holds the folded text, an empty one always. `wanted` is 8-bit, as
+// ToStored made it.
+bool HeaderContains(std::string_view stored, std::string_view wanted);
+
+}  // namespace quillet

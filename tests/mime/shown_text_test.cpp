@@ -1,0 +1,87 @@
+#include "mime/shown_text.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/mime/plain_matcher.h"
+#include "util/text.h"
+
+namespace quillet {
+namespace {
+
+std::string AllBytes() {
+  std::string bytes;
+  for (int c = 0; c < 256; ++c) bytes += static_cast<char>(c);
+  return bytes;
+}
+
+TEST(ShownText, EveryStoredTextIsCodePage1252) {
+  EXPECT_EQ(ShownHeader("Caf\xE9 \x80"), u"Caf\u00E9 \u20AC");
+  EXPECT_EQ(ShownHeaderLines("X: \x93q\x94\r\n"), u"X: \u201Cq\u201D\r\n");
+  EXPECT_EQ(ShownBody("", "\x8A\x81\r\n"), u"\u0160\u0081\r\n");
+  for (const auto& shown :
+       {ShownHeader(AllBytes()), ShownHeaderLines(AllBytes()), ShownBody("", AllBytes())}) {
+    EXPECT_EQ(shown, Widen(AllBytes()));
+  }
+}
+
+TEST(ShownText, ABodyIsShownAlikeWhateverItsHeadSays) {
+  EXPECT_EQ(ShownBody("Content-Type: text/plain; charset=utf-8\r\n", "\xC3\xA9"), u"\u00C3\u00A9");
+}
+
+TEST(ShownText, WhatIsShownGoesBackToItsBytes) {
+  EXPECT_EQ(ToStored(ShownHeader(AllBytes())), AllBytes());
+  EXPECT_EQ(ToStored(ShownBody("", AllBytes())), AllBytes());
+}
+
+TEST(ShownText, AUnitWithoutAByteBecomesAQuestionMark) {
+  EXPECT_EQ(ToStored(u"\u03A9\u20AC\U0001F600"), "?\x80??");
+  EXPECT_EQ(AsStored(u"\u03A9\u20AC\U0001F600"), u"?\u20AC??");
+  EXPECT_EQ(AsStored(Widen(AllBytes())), Widen(AllBytes()));
+}
+
+TEST(Fold, FoldsAsciiLettersAlone) {
+  std::u16string units, expected;
+  for (int c = 0; c < 0x10000; ++c) {
+    units += static_cast<char16_t>(c);
+    expected += static_cast<char16_t>(c >= u'A' && c <= u'Z' ? c + 32 : c);
+  }
+  EXPECT_EQ(Fold(units), expected);
+}
+
+// --- The killfile's comparison -------------------------------------------------------------------
+
+bool HoldsFolded(std::string_view stored, std::string_view wanted) {
+  return Fold(ShownHeader(stored)).find(Fold(ShownHeader(wanted))) != std::u16string::npos;
+}
+
+TEST(HeaderContains, AnEmptyTextIsInEveryHeader) {
+  EXPECT_TRUE(HeaderContains("a", ""));
+  EXPECT_TRUE(HeaderContains("", ""));
+  EXPECT_FALSE(HeaderContains("", "a"));
+}
+
+TEST(HeaderContains, ComparesEveryByteWithEveryOtherAsFoldedTextDoes) {
+  for (int a = 0; a < 256; ++a) {
+    for (int b = 0; b < 256; ++b) {
+      const std::string stored(1, static_cast<char>(a)), wanted(1, static_cast<char>(b));
+      const bool expected = !testing::FindPlainly(stored, wanted, {}).empty();
+      ASSERT_EQ(HeaderContains(stored, wanted), expected) << a << ' ' << b;
+      ASSERT_EQ(HoldsFolded(stored, wanted), expected) << a << ' ' << b;
+    }
+  }
+}
+
+TEST(HeaderContains, AgreesWithComparingBytesAndWithFoldedTextOnRandomTexts) {
+  testing::RandomTexts random;
+  for (int round = 0; round < 20000; ++round) {
+    for (const std::string_view alphabet : testing::kAlphabets) {
+      const std::string stored = random.Text(alphabet, 40), wanted = random.Text(alphabet, 4);
+      const bool expected = wanted.empty() || !testing::FindPlainly(stored, wanted, {}).empty();
+      ASSERT_EQ(HeaderContains(stored, wanted), expected) << stored << '|' << wanted;
+      ASSERT_EQ(HoldsFolded(stored, wanted), expected) << stored << '|' << wanted;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillet
