@@ -123,7 +123,7 @@ class LayersCheck(unittest.TestCase):
                 ('#include <gtest/gtest.h>', 'a test framework'),
                 ('#include <fstream>', 'a service that belongs behind the port'),
                 ('#include <filesystem>', 'a service that belongs behind the port'),
-                ('text = Widen(article.subject);', 'text shown of stored bytes'),
+                ('text = Widen(article.subject);', 'text shown of stored bytes, which mime/ makes'),
                 ('std::fstream file;', 'a service that belongs behind the port'),
                 ('std::ifstream file;', 'a service that belongs behind the port'),
                 ('auto* home = getenv("HOME");', 'a service that belongs behind the port'),
