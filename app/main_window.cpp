@@ -171,7 +171,7 @@ void DeleteOnQuit() {
   gShownTree = {};
   if (!gPrefs || gPrefs->autodeleteonquit == 0 || OperationRunning() || !DatabasesOpen()) return;
   for (std::size_t i = 0; i < gPrefs->numgroups; ++i) {
-    if (DeleteArticles(gPrefs->autodeleteread != 0, static_cast<int>(i)) == 0) return;
+    if (DeleteArticles(gPrefs->autodeleteread != 0, static_cast<int>(i)) != RunEnd::kGoOn) return;
   }
 }
 

@@ -104,6 +104,16 @@ std::thread StartProgressThread(std::u16string_view title) {
 
 }  // namespace
 
+RunEnd RequestedEnd() {
+  if (!AbortRequested()) return RunEnd::kGoOn;
+  return SessionEnding() ? RunEnd::kSessionEnds : RunEnd::kCancelled;
+}
+
+bool Ended(RunEnd& end) {
+  if (end == RunEnd::kGoOn) end = RequestedEnd();
+  return end != RunEnd::kGoOn;
+}
+
 int RunWithProgress(std::u16string_view title, const std::function<int()>& operation) {
   if (gRunning) return operation();
   gRunning = true;
@@ -120,6 +130,15 @@ int RunWithProgress(std::u16string_view title, const std::function<int()>& opera
   if (thread.joinable()) thread.join();
   gRunning = false;
   return result;
+}
+
+RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation) {
+  RunEnd end = RunEnd::kGoOn;
+  RunWithProgress(title, [&] {
+    end = operation();
+    return 0;
+  });
+  return end;
 }
 
 bool OperationRunning() {

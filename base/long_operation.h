@@ -7,11 +7,13 @@
 #include <functional>
 #include <string_view>
 
+#include "base/run_end.h"
 #include "port/message.h"
 
 namespace quillet {
 
-// 0 or 1; set by the dialog's Cancel, read by operations between units of work.
+// 0 or 1; set by the dialog's Cancel and by the end of the session, cleared by the runner, read by
+// operations between units of work. An operation that fails says so by its RunEnd, never here.
 extern std::atomic<std::uint32_t> gAbortRequested;
 // The progress dialog, 0 when there is none. Written by the progress thread.
 extern std::atomic<port::WindowHandle> gProgressDialog;
@@ -19,14 +21,21 @@ extern std::atomic<port::WindowHandle> gProgressDialog;
 inline bool AbortRequested() {
   return gAbortRequested.load(std::memory_order_relaxed) != 0;
 }
-// Makes the running operation stop at its next test, as its own failures do.
+// What Cancel and the end of the session do: the running operation stops at its next test.
 inline void RequestAbort() {
   gAbortRequested = 1;
 }
+// kCancelled or kSessionEnds when the operation was asked to stop, kGoOn otherwise.
+RunEnd RequestedEnd();
+// The test between units of work: whether the operation is at its end, because `end` says so
+// already or because it was asked to stop, which is then noted in `end`.
+bool Ended(RunEnd& end);
 
 // Runs the operation under a progress dialog with that title and returns its result. Program
 // thread; never nested (a nested call runs the operation under the dialog that is up).
 int RunWithProgress(std::u16string_view title, const std::function<int()>& operation);
+// The same for an operation that tells what ended it.
+RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation);
 // True from the start to the end of RunWithProgress.
 bool OperationRunning();
 

@@ -139,7 +139,7 @@ void RemoveGroups() {
       continue;
     }
     ClearCurrentArticle();
-    if (DeleteArticles(false, static_cast<int>(i)) == 0) break;
+    if (DeleteArticles(false, static_cast<int>(i)) != RunEnd::kGoOn) break;
     const std::uint32_t groups = gPrefs->numgroups;
     RemoveNewsgroupFromPrefs(i);
     if (gPrefs->numgroups == groups) break;  // could not be removed, and said so

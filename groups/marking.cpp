@@ -29,13 +29,14 @@ bool MarkArticle(const std::string& message_id, bool read, std::size_t group) {
   return true;
 }
 
-bool MarkArticlesOf(std::size_t group, bool read) {
+RunEnd MarkArticlesOf(std::size_t group, bool read) {
   std::uint64_t done = 0;
   for (auto record = GroupChainFirst(gPrefs->groups[group]); record; record = GroupChainNext()) {
-    if (AbortRequested() || !MarkArticle(record->messageId, read, group)) return false;
+    if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
+    if (!MarkArticle(record->messageId, read, group)) return RunEnd::kStoreFailed;
     SetProgressPosition(++done);
   }
-  return true;
+  return RunEnd::kGoOn;
 }
 
 // After some or all articles of the group were marked.
@@ -45,34 +46,34 @@ void BringShownTreeInStep(std::size_t group) {
   BringCurrentArticleInStep();
 }
 
-// Marks the articles of one group; false when it stopped before its end.
-bool MarkGroup(std::size_t group, bool read) {
+// Marks the articles of one group.
+RunEnd MarkGroup(std::size_t group, bool read) {
   const ReadInfo& info = *gReadInfo[group];
   const bool nothing_to_do = read ? info.readCount == info.totalCount : info.readCount == 0;
-  if (nothing_to_do) return true;
+  if (nothing_to_do) return RunEnd::kGoOn;
   SetProgressDetail(gPrefs->groups[group]);
   SetProgressRange(info.totalCount);
-  const bool all = MarkArticlesOf(group, read);
+  const RunEnd end = MarkArticlesOf(group, read);
   BringShownTreeInStep(group);
-  return all;
+  return end;
 }
 
-int MarkChecked(bool read) {
-  if (AbortRequested()) return 0;
+RunEnd MarkChecked(bool read) {
+  RunEnd end = RequestedEnd();
   const std::vector<bool> checked = CheckedGroupRows();
   const std::size_t groups = std::min(checked.size(), gReadInfo.size());
-  for (std::size_t i = 0; i < groups; ++i) {
-    if (checked[i] && !MarkGroup(i, read)) return 0;
+  for (std::size_t i = 0; i < groups && end == RunEnd::kGoOn; ++i) {
+    if (checked[i]) end = MarkGroup(i, read);
   }
-  return 1;
+  return end;
 }
 
 }  // namespace
 
-void MarkCheckedGroups(bool read) {
-  RunWithProgress(read ? u"Marking articles in checked groups as read..."
-                       : u"Marking articles in checked groups as unread...",
-                  [read] { return MarkChecked(read); });
+RunEnd MarkCheckedGroups(bool read) {
+  return RunWithProgress(read ? u"Marking articles in checked groups as read..."
+                              : u"Marking articles in checked groups as unread...",
+                         [read] { return MarkChecked(read); });
 }
 
 }  // namespace quillet

@@ -1,10 +1,13 @@
 // Marking the articles of whole groups. Program thread only.
 #pragma once
 
+#include "base/run_end.h"
+
 namespace quillet {
 
 // Marks every article of the groups checked in the group list, under the runner. Group counts and
 // the counts of the shown tree follow; labels are left to the next showing of the thread view.
-void MarkCheckedGroups(bool read);
+// Tells what ended it before its time: an abort, or a store that refused.
+RunEnd MarkCheckedGroups(bool read);
 
 }  // namespace quillet

@@ -46,22 +46,24 @@ bool IsShown(std::size_t group) {
 }
 
 // Asks the store alone: what is shown of the group may be out of date.
-void DeleteOnChain(const Deletion& deletion, std::size_t group) {
+RunEnd DeleteOnChain(const Deletion& deletion, std::size_t group) {
   std::uint64_t done = 0;
+  RunEnd end = RunEnd::kGoOn;
   auto record = GroupChainFirst(gReadInfo[group]->groupName);
-  for (; record && !AbortRequested(); record = GroupChainNext()) {
+  for (; record && !Ended(end); record = GroupChainNext()) {
     const bool read = IsArticleRead(record->messageId);
     if (deletion.only_read && !read) continue;
     if (DeleteGroupArticle(group, *record, read)) {
       SetProgressPosition(++done);
     } else {
       ReportError(u"unable to delete article", u"DeleteArticles");
-      RequestAbort();
+      end = RunEnd::kStoreFailed;
     }
   }
+  return end;
 }
 
-void DeleteInGroup(const Deletion& deletion, std::size_t group) {
+RunEnd DeleteInGroup(const Deletion& deletion, std::size_t group) {
   SetProgressRange(CountToDelete(deletion, *gReadInfo[group]));
   const bool shown = IsShown(group);
   if (shown && deletion.only_read && !gThreadRebuildPending && gShownTree.delete_read != nullptr) {
@@ -69,21 +71,24 @@ void DeleteInGroup(const Deletion& deletion, std::size_t group) {
   }
   // Until it is cleared or built anew, the tree names articles that have gone.
   if (shown) gThreadRebuildPending = true;
-  DeleteOnChain(deletion, group);
-  if (shown && !deletion.only_read && !AbortRequested()) ClearShownTree();
+  RunEnd end = DeleteOnChain(deletion, group);
+  if (shown && !deletion.only_read && !Ended(end)) ClearShownTree();
+  return end;
 }
 
-int RunDeletion(const Deletion& deletion) {
-  for (std::size_t i = 0; i < deletion.groups.size() && !AbortRequested(); ++i) {
+RunEnd RunDeletion(const Deletion& deletion) {
+  RunEnd end = RunEnd::kGoOn;
+  for (std::size_t i = 0; i < deletion.groups.size() && !Ended(end); ++i) {
     const std::size_t group = deletion.groups[i];
     if (CountToDelete(deletion, *gReadInfo[group]) == 0) continue;
     if (deletion.checked_groups) {
       SetProgressDetail(FormatWide(u"Deleting in %ls (%d/%d)", gReadInfo[group]->groupName, i + 1,
                                    deletion.groups.size()));
     }
-    DeleteInGroup(deletion, group);
+    end = DeleteInGroup(deletion, group);
   }
-  return AbortRequested() ? 0 : 1;
+  Ended(end);  // an abort at the very last article counts too, though nothing is left to do
+  return end;
 }
 
 std::vector<std::size_t> CheckedGroups() {
@@ -96,11 +101,11 @@ std::vector<std::size_t> CheckedGroups() {
 }
 
 // Emptying every group is deleting the files; queued posts are never thrown away here.
-int DeleteEverything() {
+RunEnd DeleteEverything() {
   DeleteDatabases(gPendingPostCount == 0);
   ReopenDatabases();
   ClearShownTree();
-  return 1;
+  return RunEnd::kGoOn;
 }
 
 std::u16string Title(const Deletion& deletion) {
@@ -132,8 +137,8 @@ bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool w
   return removed;
 }
 
-int DeleteArticles(bool only_read, int group_index) {
-  if (!gPrefs || gPrefs->numgroups == 0) return 1;
+RunEnd DeleteArticles(bool only_read, int group_index) {
+  if (!gPrefs || gPrefs->numgroups == 0) return RunEnd::kGoOn;
   Deletion deletion{only_read, group_index == kCheckedGroups, {}};
   if (deletion.checked_groups) {
     deletion.groups = CheckedGroups();
@@ -141,9 +146,9 @@ int DeleteArticles(bool only_read, int group_index) {
   } else if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
     deletion.groups = {static_cast<std::size_t>(group_index)};
   } else {
-    return 1;
+    return RunEnd::kGoOn;
   }
-  if (!CountsReady()) return 1;
+  if (!CountsReady()) return RunEnd::kGoOn;
   return RunWithProgress(Title(deletion), [&deletion] { return RunDeletion(deletion); });
 }
 

@@ -3,15 +3,17 @@
 
 #include <cstddef>
 
+#include "base/run_end.h"
+
 namespace quillet {
 
 struct GDBMGroup;
 
 constexpr int kCheckedGroups = -1;
 // Deletes the read or all articles of one group, or of the groups checked in the group list.
-// Non-zero when it ran to the end, 0 after an abort or when the store refused to go on. A tree that
-// is shown goes with it (store/shown_tree.h).
-int DeleteArticles(bool only_read, int group_index);
+// Tells what ended it before its time: an abort, or a store that refused to go on. A tree that is
+// shown goes with it (store/shown_tree.h).
+RunEnd DeleteArticles(bool only_read, int group_index);
 // Deletes one article of a group: its own record (without a Message-ID it has none of its own) and
 // its chain record, and lowers the counts with their cache. False when the store keeps one of them:
 // nothing was changed then, or the chain record counts as one of an article that is missing.

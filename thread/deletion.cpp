@@ -19,8 +19,9 @@ namespace {
 // Threads of up to so many articles go without a progress dialog.
 constexpr std::uint32_t kDeletedAtOnce = 100;
 
-bool Stopped() {
-  return OperationRunning() && AbortRequested();
+// A few articles are deleted without a run, and the request of an earlier one may still stand.
+bool Stopped(RunEnd& end) {
+  return OperationRunning() ? Ended(end) : end != RunEnd::kGoOn;
 }
 
 bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
@@ -49,17 +50,19 @@ bool IsCurrent(const Node& node) {
   return gCurrentArticle && gCurrentArticle->node == &node;
 }
 
-// Deletes all or the read articles below the node, with progress; true when it came to the end.
-bool DeleteBelow(Node& top, bool only_read) {
+// Deletes all or the read articles below the node, with progress.
+RunEnd DeleteBelow(Node& top, bool only_read) {
   bool current_gone = false;
-  bool refused = false;
+  RunEnd end = RunEnd::kGoOn;
   std::uint64_t done = 0;
-  for (Node* node = NextNode(top, &top); node != nullptr && !refused && !Stopped();) {
+  for (Node* node = NextNode(top, &top); node != nullptr && !Stopped(end);) {
     Node& candidate = *node;
     node = NextNode(*node, &top);
     if (candidate.kind != NodeKind::kArticle || (only_read && candidate.read == 0)) continue;
-    refused = !DeleteFromStore(candidate);
-    if (refused) break;
+    if (!DeleteFromStore(candidate)) {
+      end = RunEnd::kStoreFailed;
+      break;
+    }
     current_gone = current_gone || IsCurrent(candidate);
     gThreadTree->index().Remove(candidate);
     // For an article deep in a long chain of replies, lowering the counts of those above it would
@@ -69,7 +72,8 @@ bool DeleteBelow(Node& top, bool only_read) {
   }
   SumUp(top);
   if (current_gone) ClearArticleView();
-  return !refused && !Stopped();
+  Stopped(end);  // an abort at the very last article counts too, though nothing is left to do
+  return end;
 }
 
 void ShowChangedThread(Node& thread) {
@@ -105,7 +109,7 @@ Node* DeleteThreadNode(Node& node) {
   } else {
     RunWithProgress(u"Deleting thread...", [thread, articles] {
       SetProgressRange(articles);
-      return DeleteBelow(*thread, false) ? 1 : 0;
+      return DeleteBelow(*thread, false);
     });
   }
   if (thread->descendantCount > 0) next = FirstArticleFrom(thread);
@@ -114,10 +118,10 @@ Node* DeleteThreadNode(Node& node) {
   return next;
 }
 
-void DeleteReadNodes() {
-  if (!gThreadTree) return;
+RunEnd DeleteReadNodes() {
+  if (!gThreadTree) return RunEnd::kGoOn;
   Node& root = gThreadTree->root();
-  if (!DeleteBelow(root, true)) RequestAbort();
+  const RunEnd end = DeleteBelow(root, true);
   for (Node* thread = root.firstChild; thread != nullptr;) {
     Node& candidate = *thread;
     thread = thread->nextSibling;
@@ -125,6 +129,7 @@ void DeleteReadNodes() {
   }
   BuildTreeView(root, false);
   ShowThreadCaption();
+  return end;
 }
 
 }  // namespace quillet

@@ -59,17 +59,16 @@ bool AddToTree(ThreadBuilder& builder, std::u16string_view group_name, const GDB
                       .chainNumber = record.number});
 }
 
-// False when it was stopped before the end.
-bool ReadChain(ThreadBuilder& builder, std::u16string_view group_name,
-               const BuildProgress& progress) {
+RunEnd ReadChain(ThreadBuilder& builder, std::u16string_view group_name,
+                 const BuildProgress& progress) {
   PassedNumbers passed;
   for (auto record = GroupChainFirst(group_name); record; record = GroupChainNext()) {
-    if (AbortRequested()) return false;
-    if (!passed.Pass(record->number)) return true;
+    if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
+    if (!passed.Pass(record->number)) return RunEnd::kGoOn;
     if (progress) progress(1);
-    if (!AddToTree(builder, group_name, *record)) return false;
+    if (!AddToTree(builder, group_name, *record)) return RunEnd::kNoMemory;
   }
-  return true;
+  return RunEnd::kGoOn;
 }
 
 ThreadOptions OptionsOfPrefs() {
@@ -81,16 +80,16 @@ ThreadOptions OptionsOfPrefs() {
 
 BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress) {
   ThreadBuilder builder(OptionsOfPrefs());
-  bool stopped = false;
+  BuiltTree built;
   try {
-    stopped = !ReadChain(builder, group_name, progress);
+    built.end = ReadChain(builder, group_name, progress);
   } catch (const std::bad_alloc&) {
     ReportCriticalError(u"out of memory", u"BuildNodeTree");
-    stopped = true;
+    built.end = RunEnd::kNoMemory;
   }
-  BuiltTree built;
-  built.tree = builder.Finish(progress, [&] { return stopped = stopped || AbortRequested(); });
-  built.complete = built.tree != nullptr && !stopped && StoreIsSound();
+  built.tree = builder.Finish(progress, [&] { return Ended(built.end); });
+  if (built.tree == nullptr) built.end = RunEnd::kNoMemory;
+  built.complete = built.end == RunEnd::kGoOn && StoreIsSound();
   return built;
 }
 

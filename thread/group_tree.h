@@ -4,14 +4,18 @@
 #include <memory>
 #include <string_view>
 
+#include "base/run_end.h"
 #include "thread/builder.h"
 
 namespace quillet {
 
 struct BuiltTree {
   std::unique_ptr<ThreadTree> tree;  // never null but after a critical report
-  // False after an abort, and when the store was closed or failed: the counts then tell nothing.
+  // False when the build was ended, and when the store was closed or failed: the counts then tell
+  // nothing.
   bool complete = false;
+  // What ended the build before its time: an abort, or memory that ran out (reported).
+  RunEnd end = RunEnd::kGoOn;
 };
 
 // Reads the group's chain from newest to oldest and builds by `usethreading` and `reversethread`.

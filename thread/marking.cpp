@@ -24,34 +24,40 @@ std::uint64_t ProgressRange(const Node& top) {
   return units;
 }
 
-int MarkArticlesBelow(Node& top, bool read) {
+RunEnd MarkArticlesBelow(Node& top, bool read) {
   SetProgressRange(ProgressRange(top));
   std::uint64_t done = 0;
-  for (Node* node = &top; node != nullptr && !AbortRequested(); node = NextNode(*node, &top)) {
+  RunEnd end = RunEnd::kGoOn;
+  for (Node* node = &top; node != nullptr && !Ended(end); node = NextNode(*node, &top)) {
     if (node->messageId.empty()) continue;
-    if (!SetNodeReadAlone(*node, read, ShownGroup())) break;
+    if (!SetNodeReadAlone(*node, read, ShownGroup())) {
+      end = RunEnd::kStoreFailed;
+      break;
+    }
     SetProgressPosition(++done);
   }
   SumUp(top);
-  return AbortRequested() ? 0 : 1;
+  return end;
 }
 
-void MarkThread(Node& top, bool read) {
-  RunWithProgress(read ? u"Marking articles read..." : u"Marking articles unread...",
-                  [&top, read] { return MarkArticlesBelow(top, read); });
+RunEnd MarkThread(Node& top, bool read) {
+  return RunWithProgress(read ? u"Marking articles read..." : u"Marking articles unread...",
+                         [&top, read] { return MarkArticlesBelow(top, read); });
 }
 
 }  // namespace
 
-void MarkNode(Node& node, bool read) {
+RunEnd MarkNode(Node& node, bool read) {
+  RunEnd end = RunEnd::kGoOn;
   if (node.kind == NodeKind::kArticle) {
     SetArticleReadById(node.messageId, &node, read, ShownGroup());
   } else {
-    MarkThread(node, read);
+    end = MarkThread(node, read);
   }
   BringCurrentArticleInStep();
   RefreshThreadLabels(node);
   PostToMainWindow(kUserRefreshCounts);
+  return end;
 }
 
 }  // namespace quillet

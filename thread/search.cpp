@@ -67,7 +67,7 @@ Node* FirstMatchAfter(const Node& from, const FindChoices& find) {
 
 struct Outcome {
   Node* found = nullptr;
-  bool aborted = false;
+  RunEnd end = RunEnd::kGoOn;
 };
 
 Outcome Search(Node* from, const FindChoices& find) {
@@ -76,10 +76,9 @@ Outcome Search(Node* from, const FindChoices& find) {
   if (!gThreadTree || find.text.empty() || find.text.find(u'\0') != std::u16string::npos)
     return outcome;
   const Node& start = from != nullptr ? *from : gThreadTree->root();
-  RunWithProgress(u"Searching...", [&] {
+  outcome.end = RunWithProgress(u"Searching...", [&] {
     outcome.found = FirstMatchAfter(start, find);
-    outcome.aborted = AbortRequested();
-    return 1;
+    return RequestedEnd();
   });
   return outcome;
 }
@@ -105,7 +104,7 @@ void SearchAndShow(Node* from) {
   const Outcome outcome = Search(from, gFind);
   if (outcome.found != nullptr) {
     if (gArticleView.display != nullptr) gArticleView.display(outcome.found, gFind.text);
-  } else if (!outcome.aborted) {
+  } else if (outcome.end == RunEnd::kGoOn) {
     ShowMessage(u"Search string not found.");
   }
 }

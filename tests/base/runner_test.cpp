@@ -17,6 +17,7 @@ using Texts = std::vector<port::FakeDisplay::ProgressText>;
 class Runner : public testing::Test {
  protected:
   Runner() {
+    gAbortRequested = 0;
     window_ = fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
     fake_.display.ShowMainWindow();
     gMainWindow = window_;
@@ -89,6 +90,41 @@ TEST_F(Runner, AbortFlagIsClearedAtTheStart) {
     EXPECT_FALSE(AbortRequested());
     return 0;
   });
+}
+
+TEST_F(Runner, AbortFlagIsTakenIntoAnEndThatIsStillOpen) {
+  RunWithProgress(u"title", [] {
+    RunEnd open = RunEnd::kGoOn;
+    EXPECT_FALSE(Ended(open));
+    RunEnd lost = RunEnd::kLost;
+    EXPECT_TRUE(Ended(lost));
+    RequestAbort();
+    EXPECT_TRUE(Ended(open));
+    EXPECT_EQ(open, RunEnd::kCancelled);
+    EXPECT_TRUE(Ended(lost));
+    EXPECT_EQ(lost, RunEnd::kLost);
+    return 0;
+  });
+}
+
+TEST_F(Runner, EndOfTheSessionIsNoCancel) {
+  // In a process of its own: a session that ends does not come back.
+  EXPECT_EXIT(
+      {
+        const bool before = RequestedEnd() == RunEnd::kGoOn;
+        BeginSessionEnd();
+        std::_Exit(before && RequestedEnd() == RunEnd::kSessionEnds ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Runner, WhatEndedAnOperationIsReturned) {
+  for (const RunEnd end : {RunEnd::kGoOn, RunEnd::kStoreFailed}) {
+    EXPECT_EQ(RunWithProgress(u"title", [end] { return end; }), end);
+    EXPECT_EQ(RunWithProgress(u"outer",
+                              [end] { return RunWithProgress(u"inner", [end] { return end; }); }),
+              end);
+  }
 }
 
 TEST_F(Runner, CancelSetsTheFlagOnceHidesTheButtonAndSaysSo) {

@@ -106,7 +106,7 @@ class DeletionTest : public MaintenanceTest {
 };
 
 TEST_F(DeletionTest, ReadArticlesOfOneGroup) {
-  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
   EXPECT_FALSE(ArticleExists("<a1@x>"));
   EXPECT_FALSE(ArticleExists("<a3@x>"));
@@ -120,7 +120,7 @@ TEST_F(DeletionTest, ReadArticlesOfOneGroup) {
 }
 
 TEST_F(DeletionTest, AllArticlesOfOneGroup) {
-  EXPECT_NE(DeleteArticles(false, 1), 0);
+  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
   EXPECT_FALSE(ArticleExists("<a2@x>"));
   Count(1, 0, 0);
@@ -132,7 +132,7 @@ TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
   ShowGroups({CheckState::kChecked, CheckState::kUnchecked, CheckState::kNone});
   Add(u"de.test", "<d1@x>", true);
   gReadInfo[2]->readCount = gReadInfo[2]->totalCount = 1;
-  EXPECT_NE(DeleteArticles(true, kCheckedGroups), 0);
+  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
   EXPECT_THAT(Chain(u"de.test"), IsEmpty());  // a row without a box counts as checked
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
@@ -144,7 +144,7 @@ TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
 
 TEST_F(DeletionTest, GroupsWithNothingToDeleteAreSkipped) {
   ShowGroups({CheckState::kChecked, CheckState::kUnchecked, CheckState::kChecked});
-  EXPECT_NE(DeleteArticles(false, kCheckedGroups), 0);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(),
               ElementsAre(Text{kTitle, u"Deleting all articles in selected groups..."},
                           Text{kDetail, u"Deleting in comp.lang.misc (1/2)"}));
@@ -153,7 +153,7 @@ TEST_F(DeletionTest, GroupsWithNothingToDeleteAreSkipped) {
 
 TEST_F(DeletionTest, AReadCountOfZeroTouchesNothing) {
   gReadInfo[1]->readCount = 0;
-  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
 }
 
@@ -182,7 +182,7 @@ TEST_F(DeletionTest, CountsThatWereWrongStopAtZero) {
 
 TEST_F(DeletionTest, ACancelStopsBetweenTwoArticles) {
   fake.display.CancelProgressAfter(1);
-  EXPECT_EQ(DeleteArticles(false, 1), 0);
+  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kCancelled);
   EXPECT_EQ(Chain(u"alt.test").size(), gReadInfo[1]->totalCount);
   gAbortRequested = 0;
 }
@@ -190,14 +190,14 @@ TEST_F(DeletionTest, ACancelStopsBetweenTwoArticles) {
 TEST_F(DeletionTest, WithoutGroupsNothingHappens) {
   gPrefs->groups.clear();
   gPrefs->numgroups = 0;
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), 1);
-  EXPECT_EQ(DeleteArticles(false, 0), 1);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticles(false, 0), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(), IsEmpty());
 }
 
 TEST_F(DeletionTest, AnIndexBeyondTheListDeletesNothing) {
-  EXPECT_EQ(DeleteArticles(false, 3), 1);
-  EXPECT_EQ(DeleteArticles(false, -2), 1);
+  EXPECT_EQ(DeleteArticles(false, 3), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticles(false, -2), RunEnd::kGoOn);
   EXPECT_TRUE(ArticleExists("<a1@x>"));
 }
 
@@ -212,7 +212,7 @@ TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
   AsciiArticle post = ArticleWithId("<p@x>");
   ASSERT_TRUE(StoreAsciiGDBMPost(post));
   PostedToMainWindow();
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), 1);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(), IsEmpty());
   EXPECT_TRUE(DatabasesOpen());
   EXPECT_TRUE(Records(kNewsgroups).empty());
@@ -226,13 +226,13 @@ TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
 TEST_F(DeletionTest, WithoutQueuedPostsTheirFileGoesToo) {
   ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
   ASSERT_TRUE(StoreValue(kPosts, "stray", "x", StoreMode::kInsert));
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), 1);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_EQ(FetchValue(kPosts, "stray"), std::nullopt);
 }
 
 TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
   ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
-  EXPECT_NE(DeleteArticles(true, kCheckedGroups), 0);
+  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
 }
 
@@ -241,8 +241,10 @@ TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
 int gShownGroup = -1;
 int gTreeDeletions = 0;
 int gClearings = 0;
-void DeleteReadOfTree() {
+RunEnd gTreeEnd = RunEnd::kGoOn;
+RunEnd DeleteReadOfTree() {
   ++gTreeDeletions;
+  return gTreeEnd;
 }
 void ClearTree() {
   ++gClearings;
@@ -255,6 +257,7 @@ class ShownTreeTest : public DeletionTest {
     gShownGroup = 1;
     gTreeDeletions = 0;
     gClearings = 0;
+    gTreeEnd = RunEnd::kGoOn;
     gThreadRebuildPending = false;
   }
   ~ShownTreeTest() override {
@@ -264,7 +267,7 @@ class ShownTreeTest : public DeletionTest {
 };
 
 TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
-  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
   EXPECT_FALSE(gThreadRebuildPending);
@@ -273,15 +276,15 @@ TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
 
 TEST_F(ShownTreeTest, ATreeThatIsOutOfDateIsNotAsked) {
   gThreadRebuildPending = true;
-  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
   EXPECT_TRUE(gThreadRebuildPending);
 }
 
 TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
-  EXPECT_NE(DeleteArticles(true, 0), 0);
-  EXPECT_NE(DeleteArticles(false, 0), 0);
+  EXPECT_EQ(DeleteArticles(true, 0), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticles(false, 0), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"comp.lang.misc"), IsEmpty());
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_EQ(gClearings, 0);
@@ -290,19 +293,19 @@ TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
 
 TEST_F(ShownTreeTest, WithoutAReadArticleTheTreeIsNotAsked) {
   gReadInfo[1]->readCount = 0;
-  EXPECT_NE(DeleteArticles(true, 1), 0);
+  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 0);
 }
 
 TEST_F(ShownTreeTest, AllArticlesOfTheShownGroupClearIt) {
-  EXPECT_NE(DeleteArticles(false, 1), 0);
+  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kGoOn);
   EXPECT_EQ(gClearings, 1);
   EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
 }
 
 TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
   fake.display.CancelProgressAfter(1);
-  EXPECT_EQ(DeleteArticles(false, 1), 0);
+  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kCancelled);
   // The cancel may come before the group is reached at all.
   if (Chain(u"alt.test").size() < 3) {
     EXPECT_TRUE(gThreadRebuildPending);
@@ -312,18 +315,27 @@ TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
 
 TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
   ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kUnchecked});
-  EXPECT_NE(DeleteArticles(true, kCheckedGroups), 0);
+  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
-  EXPECT_NE(DeleteArticles(false, kCheckedGroups), 0);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_EQ(gClearings, 1);
+}
+
+TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
+  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kUnchecked});
+  gShownGroup = 0;
+  gTreeEnd = RunEnd::kStoreFailed;
+  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kStoreFailed);
+  EXPECT_EQ(gTreeDeletions, 1);
+  EXPECT_EQ(Chain(u"alt.test").size(), 3U);
 }
 
 TEST_F(ShownTreeTest, DeletingEverythingClearsItAfterTheFilesWereOpened) {
   ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
   static bool open = false;
   gShownTree.clear = [] { open = DatabasesOpen(); };
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), 1);
+  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_TRUE(open);
 }
 
@@ -506,15 +518,16 @@ TEST_F(FaultyDeletionTest, AChainRecordThatCannotBeRemovedStaysCounted) {
     fake.display.ForgetBoxes();
     gCallsUntilFailure = n;
     gGdbm.store = StoreThatFails;
-    const int result = DeleteArticles(false, 1);
+    const RunEnd end = DeleteArticles(false, 1);
     gGdbm = gRealLibrary;
     EXPECT_EQ(gReadInfo[1]->totalCount, CountGroupArticles(u"alt.test", false)) << n;
     EXPECT_EQ(gReadInfo[1]->readCount, CountGroupArticles(u"alt.test", true)) << n;
     const auto chain = Chain(u"alt.test");
     EXPECT_LE(std::ranges::count_if(chain, [](const auto& id) { return !ArticleExists(id); }), 1);
     if (gCallsUntilFailure > 0) break;
-    EXPECT_EQ(result == 0, !Chain(u"alt.test").empty()) << n;
-    if (result == 0) {
+    EXPECT_EQ(end == RunEnd::kStoreFailed, !Chain(u"alt.test").empty()) << n;
+    EXPECT_FALSE(AbortRequested()) << n;
+    if (end != RunEnd::kGoOn) {
       ++refusals;
       EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (unable to delete article) "
                                           u"occurred in DeleteArticles."));

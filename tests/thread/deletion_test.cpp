@@ -316,7 +316,7 @@ TEST_F(TreeDeletionTest, ReadArticlesGoThroughTheTree) {
   Read("<7@x>");
   const int fills = fake.display.tree().fills;
   observer.StartOver(0);
-  EXPECT_NE(DeleteArticles(true, kGroup), 0);
+  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
   EXPECT_THAT(Rows(), ElementsAre("*2/2 Hello", "  *bob", "    *cyd", "*Other", "  *eve", "*Third",
                                   "  *hal"));
   EXPECT_EQ(fake.display.tree().fills, fills + 1);
@@ -332,7 +332,7 @@ TEST_F(TreeDeletionTest, ReadArticlesGoThroughTheTree) {
 TEST_F(TreeDeletionTest, ThreadsThatWereReadWholeGo) {
   ShowNine();
   HandleThreadCommand(kCommandMarkRead);
-  EXPECT_NE(DeleteArticles(true, kGroup), 0);
+  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
   ExpectInStep();
@@ -343,14 +343,14 @@ TEST_F(TreeDeletionTest, AnAbortAtEveryStepLeavesEverythingInStep) {
     StartAfresh();
     ShowNine();
     observer.StartOver(step);
-    const int result = DeleteArticles(true, kGroup);
+    const RunEnd end = DeleteArticles(true, kGroup);
     ExpectInStep();
     ExpectCacheInStep();
     if (observer.steps < step) {
-      EXPECT_NE(result, 0);
+      EXPECT_EQ(end, RunEnd::kGoOn);
       break;
     }
-    EXPECT_EQ(result, 0);
+    EXPECT_EQ(end, RunEnd::kCancelled);
     EXPECT_THAT(Chain(kGroupName), SizeIs(static_cast<std::size_t>(9 - std::max(step - 2, 0))));
   }
   EXPECT_EQ(observer.steps, 7);
@@ -359,7 +359,7 @@ TEST_F(TreeDeletionTest, AnAbortAtEveryStepLeavesEverythingInStep) {
 TEST_F(TreeDeletionTest, ReadArticlesOfALongChainGoFromEveryDepth) {
   PutLongThread(400, true, 2);
   ShowThreadView();
-  EXPECT_NE(DeleteArticles(true, kGroup), 0);
+  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
   EXPECT_THAT(Chain(kGroupName), SizeIs(200));
   EXPECT_EQ(fake.display.tree().rows.back().depth, 200U);
   ExpectInStep();
@@ -371,19 +371,21 @@ TEST_F(TreeDeletionTest, AFailingStoreStopsTheDeletionOfReadArticles) {
     StartAfresh();
     ShowNine();
     bool met = false;
-    int result = 0;
+    RunEnd end = RunEnd::kGoOn;
     {
       const FailNthWrite faulty(n);
-      result = DeleteArticles(true, kGroup);
+      end = DeleteArticles(true, kGroup);
       met = FailNthWrite::Met();
     }
-    EXPECT_EQ(gThreadRebuildPending, result == 0) << n;
+    EXPECT_EQ(gThreadRebuildPending, end == RunEnd::kStoreFailed) << n;
+    EXPECT_FALSE(AbortRequested()) << n;
     ShowThreadView();
     ExpectInStep();
     if (!met) break;
-    if (result == 0) ++refusals;
-    EXPECT_EQ(result == 0, BoxTexts() == std::vector<std::u16string>{std::u16string(kRefused)});
-    EXPECT_NE(DeleteArticles(true, kGroup), 0);
+    if (end != RunEnd::kGoOn) ++refusals;
+    EXPECT_EQ(end != RunEnd::kGoOn,
+              BoxTexts() == std::vector<std::u16string>{std::u16string(kRefused)});
+    EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
     EXPECT_THAT(Chain(kGroupName), SizeIs(4)) << n;
     ExpectInStep();
   }
@@ -396,7 +398,7 @@ TEST_F(TreeDeletionTest, AnOutdatedTreeIsNotTrusted) {
   ++gReadInfo[kGroup]->totalCount;
   ++gReadInfo[kGroup]->readCount;
   gThreadRebuildPending = true;
-  EXPECT_NE(DeleteArticles(true, kGroup), 0);
+  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
   EXPECT_THAT(Chain(kGroupName), SizeIs(4));
   EXPECT_TRUE(gThreadRebuildPending);
   ShowThreadView();
@@ -407,9 +409,9 @@ TEST_F(TreeDeletionTest, OtherGroupsGoByTheirChain) {
   ShowNine();
   Put({"<d@x>", "", "Deutsch", "zoe", 1, true}, u"de.test");
   Recount();
-  EXPECT_NE(DeleteArticles(true, 2), 0);
+  EXPECT_EQ(DeleteArticles(true, 2), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"de.test"), IsEmpty());
-  EXPECT_NE(DeleteArticles(false, 2), 0);
+  EXPECT_EQ(DeleteArticles(false, 2), RunEnd::kGoOn);
   EXPECT_FALSE(gThreadRebuildPending);
   ExpectInStep();
 }

@@ -392,6 +392,7 @@ TEST_F(GroupTreeTest, AnAbortWhileReadingShowsWhatWasRead) {
       if (units == stop_after) gAbortRequested = 1;
     });
     EXPECT_FALSE(built.complete);
+    EXPECT_EQ(built.end, RunEnd::kCancelled);
     auto articles = Read(kGroup);
     articles.resize(stop_after);
     EXPECT_EQ(TreeText(built.tree->root()), ReferenceTree(articles, {true, false}, {0, 0}));
@@ -433,6 +434,7 @@ TEST_F(GroupTreeTest, WithoutThreadingAnAbortAfterTheReadingChangesNothing) {
     units += step;
     if (units == 3) gAbortRequested = 1;
   });
+  EXPECT_EQ(built.end, RunEnd::kGoOn);
   EXPECT_TRUE(built.complete);
   EXPECT_EQ(units, 6U);
 }
