@@ -25,39 +25,38 @@ bool Exchange(std::string_view command) {
   return SendCommand(command) && ReadResponse();
 }
 
-bool SendUserAndPassword() {
-  if (!Exchange("AUTHINFO USER " + TextOfServer(gPrefs->authusers))) return false;
-  if (StartsWith(gConnection.line, "381") &&
+RunEnd SendUserAndPassword() {
+  if (!Exchange("AUTHINFO USER " + TextOfServer(gPrefs->authusers))) return RunEnd::kLost;
+  if (StartsWith(gConnection.reply, "381") &&
       !Exchange("AUTHINFO PASS " + TextOfServer(gPrefs->authpasses))) {
-    return false;
+    return RunEnd::kLost;
   }
-  if (StartsWith(gConnection.line, "281")) return true;
-  LogError(FormatWide(u"I sent AUTHINFO, and the server responded '%ls'.%ls", gConnection.line,
-                      u"\r\n"));
-  return false;
+  if (StartsWith(gConnection.reply, "281")) return RunEnd::kGoOn;
+  LogError(FormatWide(u"I sent AUTHINFO, and the server responded '%ls'.\r\n", gConnection.reply));
+  return RunEnd::kRefused;
 }
 
 // Encrypted login. The device has no security provider, so it ends where credentials are asked of
 // one.
-bool NegotiateNtlm() {
-  if (!SendCommand("AUTHINFO GENERIC NTLM", CommandLogging::kUnlogged)) return false;
+RunEnd NegotiateNtlm() {
+  if (!SendCommand("AUTHINFO GENERIC NTLM", CommandLogging::kUnlogged)) return RunEnd::kLost;
   if (!ReadResponse()) {
     LogError(kSocketDestroyed);  // a second time after ReadResponse, which is meant
-    return false;
+    return RunEnd::kLost;
   }
-  if (StartsWith(gConnection.line, "381")) {
+  if (StartsWith(gConnection.reply, "381")) {
     LogError(u"AcquireCredentialsHandle failed; unable to send encrypted credentials.\r\n");
   } else {
-    LogError(FormatWide(u"While negotiating NTLM AUTHINFO, the server responded '%ls'.%ls",
-                        gConnection.line, u"\r\n"));
+    LogError(FormatWide(u"While negotiating NTLM AUTHINFO, the server responded '%ls'.\r\n",
+                        gConnection.reply));
   }
-  return false;
+  return RunEnd::kRefused;
 }
 
 }  // namespace
 
-bool SendAuthInfo() {
-  if (!FlagOfServer(gPrefs->useauths)) return true;
+RunEnd SendAuthInfo() {
+  if (!FlagOfServer(gPrefs->useauths)) return RunEnd::kGoOn;
   return FlagOfServer(gPrefs->usentlms) ? NegotiateNtlm() : SendUserAndPassword();
 }
 

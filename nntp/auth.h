@@ -2,9 +2,12 @@
 // transaction.
 #pragma once
 
+#include "base/run_end.h"
+
 namespace quillet {
 
-// True to go on, false to close the connection (the reason is in the error log).
-bool SendAuthInfo();
+// kGoOn when logged in, or when the server needs no login; otherwise kLost or kRefused, and the
+// connection is to be closed (the reason is in the error log).
+RunEnd SendAuthInfo();
 
 }  // namespace quillet

@@ -105,7 +105,6 @@ void StartConnection() {
     return;
   }
   if (WinceConnectIfNotConnected() && StartInet()) {
-    gAbortRequested = 0;
     RunWithProgress(u"Preparing to download...", OpenConnection);
   }
   EndDownload();

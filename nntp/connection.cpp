@@ -1,3 +1,6 @@
+// The transaction is a table of steps. Each tells what ended the run, if anything did; how the
+// connection is left then is decided in one place: with QUIT and the error log, or without a word
+// when somebody asked to stop before there was a session.
 #include "nntp/connection.h"
 
 #include <algorithm>
@@ -26,9 +29,6 @@ namespace {
 constexpr port::SocketVersion kSocketVersion{1, 1};
 constexpr std::uint32_t kDefaultPort = 119;
 constexpr std::uint32_t kQuitDelay = 2000;  // milliseconds
-
-// What a step of the transaction ends with. A step that was aborted is left without a word.
-enum class Step { kDone, kFailed, kAborted };
 
 struct ErrorText {
   int error;
@@ -70,31 +70,29 @@ void StartLogs() {
   gConnection.error_log = TextLog();
   SetProgressTitle(u"Connecting...");
   SetProgressDetail(u"");
-  LogTransaction(FormatNarrow("Quillet CE %s transaction log%s", kVersionText, "\r\n"));
+  LogTransaction(FormatNarrow("Quillet CE %s transaction log\r\n", kVersionText));
 }
 
-Step TakeSelectedServer() {
+RunEnd TakeSelectedServer() {
   const std::size_t server = gPrefs->selectedserver;
   gConnection.server_name = server < gPrefs->servers.size() ? gPrefs->servers[server] : u"";
   const std::uint32_t port = server < gPrefs->port.size() ? gPrefs->port[server] : kDefaultPort;
   gConnection.port = static_cast<std::uint16_t>(port);
-  return AbortRequested() ? Step::kAborted : Step::kDone;
+  return RequestedEnd();
 }
 
-Step OpenSocket() {
-  gConnection.socket = gPlatform->sockets.Open();
-  if (gConnection.socket == 0) {
-    ReportSocketError(u"socket", kSocketErrors);
-    return Step::kAborted;  // nothing was opened: no QUIT, no error log
-  }
-  return AbortRequested() ? Step::kAborted : Step::kDone;
+RunEnd OpenSocket() {
+  gConnection.wire.Open(gPlatform->sockets.Open());
+  if (gConnection.wire.IsOpen()) return RequestedEnd();
+  ReportSocketError(u"socket", kSocketErrors);
+  return RunEnd::kUnreachable;
 }
 
-Step BindSocket() {
-  if (gPlatform->sockets.Bind(gConnection.socket)) return Step::kDone;
-  if (AbortRequested()) return Step::kAborted;
+RunEnd BindSocket() {
+  if (gPlatform->sockets.Bind(gConnection.wire.socket())) return RunEnd::kGoOn;
+  if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
   ReportSocketError(u"bind", kBindErrors);
-  return Step::kFailed;
+  return RunEnd::kUnreachable;
 }
 
 // One part of a dotted quad, taken off the front of `text`; nothing when it is not 0 to 255.
@@ -126,7 +124,8 @@ std::optional<port::Ipv4Address> ParseDottedQuad(std::string_view name) {
   return address;
 }
 
-Step ConnectSocket() {
+RunEnd ConnectSocket() {
+  RunEnd end = RunEnd::kGoOn;
   const std::u16string& name = *gConnection.server_name;
   const std::string narrow_name = Narrow(name);
   std::optional<port::Ipv4Address> address = ParseDottedQuad(narrow_name);
@@ -134,52 +133,76 @@ Step ConnectSocket() {
     SetProgressTitle(FormatWide(u"Looking up host %ls...", name));
     address = gPlatform->sockets.Resolve(narrow_name);
     if (!address) {
-      if (AbortRequested()) return Step::kAborted;
-      LogError(FormatWide(u"Unable to find host %ls.%ls", name, u"\r\n"));
-      return Step::kFailed;
+      if (Ended(end)) return end;
+      LogError(FormatWide(u"Unable to find host %ls.\r\n", name));
+      return RunEnd::kUnreachable;
     }
   }
   SetProgressDetail(FormatWide(u"Connecting to host %ls...", name));
-  if (AbortRequested()) return Step::kAborted;
-  const bool connected = gPlatform->sockets.Connect(gConnection.socket, *address, gConnection.port);
-  if (AbortRequested()) return Step::kAborted;
-  if (connected) return Step::kDone;
+  if (Ended(end)) return end;
+  const bool connected =
+      gPlatform->sockets.Connect(gConnection.wire.socket(), *address, gConnection.port);
+  if (Ended(end) || connected) return end;
   ReportSocketError(u"connect", kConnectErrors);
-  return Step::kFailed;
+  return RunEnd::kUnreachable;
 }
 
-Step ReadGreeting() {
+RunEnd ReadGreeting() {
   SetProgressTitle(FormatWide(u"Connected to %ls", *gConnection.server_name));
   SetProgressDetail(u"Waiting for response...");
-  if (!ReadResponse()) return Step::kFailed;
-  gConnection.posting_allowed = StartsWith(gConnection.line, "200");
-  if (AbortRequested()) return Step::kAborted;
+  if (!ReadResponse()) return RunEnd::kLost;
+  gConnection.posting_allowed = StartsWith(gConnection.reply, "200");
+  if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
   // ReadResponse has logged the greeting already; that it stands in the log twice is meant.
-  LogTransaction(gConnection.line);
-  SetProgressDetail(Widen(gConnection.line));
-  return Step::kDone;
+  LogTransaction(gConnection.reply);
+  SetProgressDetail(Widen(gConnection.reply));
+  return RunEnd::kGoOn;
 }
 
-Step LogIn() {
-  return SendAuthInfo() && !AbortRequested() ? Step::kDone : Step::kFailed;
+RunEnd LogIn() {
+  RunEnd end = SendAuthInfo();
+  Ended(end);
+  return end;
 }
 
-Step Post() {
-  return PostQueuedArticles() && !AbortRequested() ? Step::kDone : Step::kFailed;
+RunEnd Post() {
+  RunEnd end = PostQueuedArticles();
+  Ended(end);
+  return end;
 }
 
-Step Download() {
-  DownloadNews();
-  return Step::kFailed;  // the end: the connection is closed as after a failure
+struct TransactionStep {
+  RunEnd (*work)();
+  bool silent_when_asked_to_stop;
+};
+
+constexpr std::array<TransactionStep, 8> kTransaction = {{
+    {TakeSelectedServer, true},
+    {OpenSocket, true},
+    {BindSocket, true},
+    {ConnectSocket, true},
+    {ReadGreeting, true},
+    {LogIn, false},
+    {Post, false},
+    {DownloadNews, false},
+}};
+
+bool WasAskedFor(RunEnd end) {
+  return end == RunEnd::kCancelled || end == RunEnd::kSessionEnds;
 }
 
-void CloseSocket() {
-  if (gConnection.socket != 0) gPlatform->sockets.Close(gConnection.socket);
-  gConnection.socket = 0;
+// Runs the steps up to the one that ends the run. An end that was asked for early leaves without a
+// word; any other, the regular one too, closes the connection as a session is closed.
+RunEnd RunTransaction() {
+  for (const TransactionStep& step : kTransaction) {
+    const RunEnd end = step.work();
+    if (end == RunEnd::kGoOn) continue;
+    if (!step.silent_when_asked_to_stop || !WasAskedFor(end)) CloseConnection();
+    return end;
+  }
+  CloseConnection();
+  return RunEnd::kGoOn;
 }
-
-constexpr std::array kTransaction = {TakeSelectedServer, OpenSocket, BindSocket, ConnectSocket,
-                                     ReadGreeting,       LogIn,      Post,       Download};
 
 }  // namespace
 
@@ -195,33 +218,30 @@ void StopInet() {
   gPlatform->sockets.Cleanup();
 }
 
-int OpenConnection() {
+RunEnd OpenConnection() {
   StartLogs();
-  for (const auto& step : kTransaction) {
-    const Step result = step();
-    if (result == Step::kDone) continue;
-    if (result == Step::kFailed) CloseConnection();
-    break;
-  }
+  RunEnd end = RunTransaction();
   ReleaseConnection();
-  return 0;
+  // A session that ends interrupts the socket: the loss is not the network's then.
+  if (end == RunEnd::kLost && SessionEnding()) end = RunEnd::kSessionEnds;
+  return end;
 }
 
 void CloseConnection() {
-  if (gConnection.socket != 0) {
-    gConnection.line = "QUIT\r\n";
-    LogTransaction(gConnection.line);
-    gPlatform->sockets.Send(gConnection.socket, gConnection.line);
+  if (gConnection.wire.IsOpen()) {
+    constexpr std::string_view kQuit = "QUIT\r\n";
+    LogTransaction(kQuit);
+    gConnection.wire.Send(kQuit);
     gPlatform->clock.Sleep(kQuitDelay);  // the reply is never read
   }
-  CloseSocket();
+  gConnection.wire.Close();
   const std::u16string& errors = gConnection.error_log.text;
   if (!errors.empty()) ShowBox(gMessageOwner, u"Error log", errors, {});
   gConnection.server_name.reset();
 }
 
 void ReleaseConnection() {
-  CloseSocket();
+  gConnection.wire.Close();
   gConnection.server_name.reset();
 }
 
@@ -239,11 +259,10 @@ bool SendCommand(std::string_view command, CommandLogging logging) {
   constexpr std::string_view kEndsLine("\r\n\0", 3);
   constexpr std::size_t kLongest = kLineBufferSize - 1 - 2;
   command = command.substr(0, std::min(command.find_first_of(kEndsLine), kLongest));
-  gConnection.line.assign(command).append("\r\n");
-  if (logging == CommandLogging::kLogged) LogTransaction(gConnection.line);
-  if (gConnection.socket != 0 && gPlatform->sockets.Send(gConnection.socket, gConnection.line)) {
-    return true;
-  }
+  std::string line(command);
+  line += "\r\n";
+  if (logging == CommandLogging::kLogged) LogTransaction(line);
+  if (gConnection.wire.Send(line)) return true;
   LogError(kSocketDestroyed);
   return false;
 }

@@ -9,20 +9,22 @@
 #include <string>
 #include <string_view>
 
+#include "base/run_end.h"
 #include "nntp/text_log.h"
-#include "port/sockets.h"
+#include "nntp/wire.h"
 
 namespace quillet {
 
 inline constexpr std::u16string_view kVersionText = u"1.14r3";
-// Commands are formatted and replies received in a line buffer of this size, NUL included.
+// A command and a reply are as long as a line buffer of this size holds, NUL included.
 constexpr std::size_t kLineBufferSize = 2048;
 // What a lost connection leaves in the error log.
 inline constexpr std::u16string_view kSocketDestroyed = u"socket destroyed\r\n";
 
+// The wire, and what is known of the session over it.
 struct NntpConnection {
-  port::SocketHandle socket = 0;
-  std::string line;  // line buffer: at most kLineBufferSize - 1 bytes
+  Wire wire;
+  std::string reply;  // the last one that ReadResponse read: at most kLineBufferSize - 1 bytes
   bool posting_allowed = false;
   std::uint16_t port = 0;
   // While set, every article stored gets it as its server name.
@@ -42,8 +44,8 @@ bool StartInet();
 void StopInet();
 
 // The connection transaction: logs, connecting, greeting, login, queued posts, download, QUIT.
-// Reports its own failures and leaves nothing open. Always 0.
-int OpenConnection();
+// Reports its own failures and leaves nothing open. kGoOn when the download came to its end.
+RunEnd OpenConnection();
 
 // Says QUIT and closes the socket when one is open, shows the error log when it holds text, and
 // forgets the server's name. The error log is kept: a second call shows it again, which is meant.

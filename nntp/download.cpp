@@ -1,3 +1,6 @@
+// The way through the groups, one after the other: GROUP, where to start, then STAT and NEXT from
+// article to article. What ends the run is noted in DownloadRun::end, and everything between units
+// of work asks there; leaving a group is a Step.
 #include "nntp/download.h"
 
 #include <algorithm>
@@ -39,7 +42,13 @@ struct GroupWalk {
   bool next_sent = false;     // NEXT was sent already, its reply has not been read
 };
 
-enum class Step { kGoOn, kGroupEnds, kRunEnds };
+enum class Step { kGoOn, kGroupEnds };
+
+// Ends the run, and so the group.
+Step LeaveFor(DownloadRun& run, RunEnd why) {
+  EndRun(run, why);
+  return Step::kGroupEnds;
+}
 
 std::uint32_t StoredIn(std::size_t group) {
   return group < gReadInfo.size() ? gReadInfo[group]->totalCount : 0;
@@ -88,30 +97,30 @@ std::int32_t ArticlesToGet(const GroupWalk& walk) {
 }
 
 void PlanWalk(GroupWalk& walk) {
-  walk.first = GetNumericField(gConnection.line, 2);
-  walk.last = GetNumericField(gConnection.line, 3);
+  walk.first = GetNumericField(gConnection.reply, 2);
+  walk.last = GetNumericField(gConnection.reply, 3);
   UpdateServerNumbers(walk);
   walk.wanted = StartNumber(walk);
   walk.count = ArticlesToGet(walk);
   walk.remaining = walk.count;
   SetProgressRange(static_cast<std::uint64_t>(std::max(walk.count, 1)));
-  LogTransaction(FormatNarrow(" last: %lu; starting with %lu getting %lu)%s",
-                              gPrefs->lastdownloaded[walk.index], walk.wanted, walk.count, "\r\n"));
+  LogTransaction(FormatNarrow(" last: %lu; starting with %lu getting %lu)\r\n",
+                              gPrefs->lastdownloaded[walk.index], walk.wanted, walk.count));
   SetProgressDetail(FormatWide(u"article %lu", walk.wanted));
 }
 
 // The wanted article is missing: walks from the group's first article to the wanted number or
 // beyond it. Only numbers that grow lead there.
-Step ScanForWanted(const GroupWalk& walk, std::uint32_t& reached) {
+Step ScanForWanted(DownloadRun& run, const GroupWalk& walk, std::uint32_t& reached) {
   constexpr CommandLogging kUnlogged = CommandLogging::kUnlogged;
   reached = 0;
-  if (!Command(StatCommand(walk.first), kUnlogged)) return Step::kRunEnds;
-  while (reached < walk.wanted && !AbortRequested()) {
-    if (!Command("NEXT", kUnlogged)) return Step::kRunEnds;
-    const std::string& reply = gConnection.line;
+  if (!Command(StatCommand(walk.first), kUnlogged)) return LeaveFor(run, RunEnd::kLost);
+  while (reached < walk.wanted && !Ended(run.end)) {
+    if (!Command("NEXT", kUnlogged)) return LeaveFor(run, RunEnd::kLost);
+    const std::string& reply = gConnection.reply;
     if (reply.empty() || reply[0] < '0' || reply[0] > '9') {
       LogTransaction("ERR:");
-      return Step::kRunEnds;
+      return LeaveFor(run, RunEnd::kRefused);
     }
     const std::uint32_t number = GetNumericField(reply, 1);
     if (!StartsWith(reply, "2") || number <= reached) return Step::kGroupEnds;
@@ -119,25 +128,27 @@ Step ScanForWanted(const GroupWalk& walk, std::uint32_t& reached) {
     SetProgressDetail(
         FormatWide(u"Scanning group for article %lu (found %lu)", walk.wanted, reached));
   }
-  return AbortRequested() ? Step::kGroupEnds : Step::kGoOn;
+  return Ended(run.end) ? Step::kGroupEnds : Step::kGoOn;
 }
 
-// Moves the server to the next article; its reply is in the line buffer.
-Step MoveOn(GroupWalk& walk) {
-  if (std::exchange(walk.next_sent, false)) return ReadResponse() ? Step::kGoOn : Step::kRunEnds;
+// Moves the server to the next article; its reply has been read.
+Step MoveOn(DownloadRun& run, GroupWalk& walk) {
+  if (std::exchange(walk.next_sent, false)) {
+    return ReadResponse() ? Step::kGoOn : LeaveFor(run, RunEnd::kLost);
+  }
   std::uint32_t target = walk.wanted;
   if (!walk.have_current && !walk.first_command) {
-    const Step scanned = ScanForWanted(walk, target);
+    const Step scanned = ScanForWanted(run, walk, target);
     if (scanned != Step::kGoOn) return scanned;
   }
   walk.first_command = false;
   const bool replied = walk.have_current ? Command("NEXT") : Command(StatCommand(target));
-  return replied ? Step::kGoOn : Step::kRunEnds;
+  return replied ? Step::kGoOn : LeaveFor(run, RunEnd::kLost);
 }
 
 // Remembers the article reached before anything of it is fetched.
 void ReachArticle(DownloadRun& run, GroupWalk& walk) {
-  const std::uint32_t number = GetNumericField(gConnection.line, 1);
+  const std::uint32_t number = GetNumericField(gConnection.reply, 1);
   gPrefs->lastdownloaded[walk.index] = number;
   if (!WriteLastDownloaded(*run.key, *gPrefs) && run.progress_saved) {
     run.progress_saved = false;
@@ -147,7 +158,7 @@ void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   on_server = std::max(on_server, number);
   if (number < walk.wanted) {
     LogTransaction("e:");
-    LogTransaction(gConnection.line);
+    LogTransaction(gConnection.reply);
   }
   walk.wanted = number;
   SetProgressDetail(FormatWide(u"article %lu", number));
@@ -165,16 +176,16 @@ void CheckRoom(DownloadRun& run) {
 // one is stored: that takes about as long as the way to a server nearby and back.
 bool AskForNext(DownloadRun& run, GroupWalk& walk) {
   CheckRoom(run);
-  if (walk.remaining <= 1 || AbortRequested() || !run.has_room) return true;
+  if (walk.remaining <= 1 || Ended(run.end) || !run.has_room) return true;
   walk.next_sent = true;
   return SendCommand("NEXT");
 }
 
 Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   SetProgressPosition(static_cast<std::uint64_t>(walk.count - walk.remaining));
-  const Step moved = MoveOn(walk);
+  const Step moved = MoveOn(run, walk);
   if (moved != Step::kGoOn) return moved;
-  const std::string& reply = gConnection.line;
+  const std::string& reply = gConnection.reply;
   if (StartsWith(reply, "423") || StartsWith(reply, "432")) {
     SetProgressDetail(FormatWide(u"Article %lu does not exist on the server", walk.wanted));
     walk.have_current = false;
@@ -188,67 +199,59 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   ReachArticle(run, walk);
   const Fetched fetched =
       DownloadArticle(run, walk.group, walk.wanted, [&] { return AskForNext(run, walk); });
-  if (fetched == Fetched::kRunEnds) return Step::kRunEnds;
+  if (fetched == Fetched::kRunEnds) return Step::kGroupEnds;
   if (fetched == Fetched::kCounted) --walk.remaining;
   // A server whose NEXT stays at an article already stored would be asked for ever.
   const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
   return stuck ? Step::kGroupEnds : Step::kGoOn;
 }
 
-// False when the run ends.
-bool WalkGroup(DownloadRun& run, GroupWalk& walk) {
-  while (walk.remaining > 0 && !AbortRequested() && run.has_room) {
-    const Step step = TakeNextArticle(run, walk);
-    if (step == Step::kRunEnds) return false;
-    if (step == Step::kGroupEnds) return true;
+void WalkGroup(DownloadRun& run, GroupWalk& walk) {
+  while (walk.remaining > 0 && !Ended(run.end) && run.has_room) {
+    if (TakeNextArticle(run, walk) == Step::kGroupEnds) return;
     CheckRoom(run);
   }
-  return true;
 }
 
 void ReportRefusal(const GroupWalk& walk) {
-  LogTransaction(
-      FormatNarrow("#(IS last count:%lu)%s", gPrefs->lastdownloaded[walk.index], "\r\n"));
-  SetProgressDetail(Widen(gConnection.line));
+  LogTransaction(FormatNarrow("#(IS last count:%lu)\r\n", gPrefs->lastdownloaded[walk.index]));
+  SetProgressDetail(Widen(gConnection.reply));
   LogError(FormatWide(u"%ls: server reports error ('%ls')", gPrefs->groups[walk.group],
-                      gConnection.line));
+                      gConnection.reply));
 }
 
-// False when the run ends.
-bool VisitGroup(DownloadRun& run, GroupWalk& walk) {
+void VisitGroup(DownloadRun& run, GroupWalk& walk) {
   const std::u16string& name = gPrefs->groups[walk.group];
   SetProgressTitle(FormatWide(u"Downloading from group %ls", name));
-  if (!Command("GROUP " + Narrow(name))) return false;
-  if (StartsWith(gConnection.line, "2")) {
+  if (!Command("GROUP " + Narrow(name))) return EndRun(run, RunEnd::kLost);
+  if (StartsWith(gConnection.reply, "2")) {
     PlanWalk(walk);
-    return WalkGroup(run, walk);
+    WalkGroup(run, walk);
+  } else if (StartsWith(gConnection.reply, "4")) {
+    ReportRefusal(walk);
   }
-  if (StartsWith(gConnection.line, "4")) ReportRefusal(walk);
-  return true;
 }
 
-// False when the run ends.
-bool DownloadGroup(DownloadRun& run, std::size_t group) {
+void DownloadGroup(DownloadRun& run, std::size_t group) {
   GroupWalk walk;
   walk.group = group;
   walk.index =
       PerServerIndex(*gPrefs, gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver, group);
   const bool known = group < gPrefs->groups.size() && walk.index < gPrefs->lastdownloaded.size() &&
                      walk.index < gPrefs->lastonserver.size();
-  if (!known) return true;
-  const bool go_on = VisitGroup(run, walk);
+  if (!known) return;
+  VisitGroup(run, walk);
   if (group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(group);
-  return go_on;
 }
 
 }  // namespace
 
-void DownloadNews() {
+RunEnd DownloadNews() {
   DownloadRun run;
   run.key = gPlatform->registry.Create(kRegistryPath);
   if (!run.key) {
     ReportCriticalError(u"unable to create registry key", u"DownloadNews");
-    return;
+    return RunEnd::kStoreFailed;
   }
   run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
   // However the download ends, articles may have come.
@@ -256,8 +259,10 @@ void DownloadNews() {
   const BulkStore bulk;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   for (const std::size_t group : gDownloadList) {
-    if (AbortRequested() || !DownloadGroup(run, group)) break;
+    if (Ended(run.end)) break;
+    DownloadGroup(run, group);
   }
+  return run.end;
 }
 
 }  // namespace quillet

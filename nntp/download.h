@@ -4,11 +4,14 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/run_end.h"
+
 namespace quillet {
 
 // Indexes of the groups to fetch, in display order; made by the connect command.
 extern std::vector<std::size_t> gDownloadList;
 
-void DownloadNews();
+// Tells what ended it before the last group; a store that is full does not.
+RunEnd DownloadNews();
 
 }  // namespace quillet

@@ -1,3 +1,6 @@
+// One article: HEAD, the judgement by what the head says, BODY, the store. A text cut short by a
+// lost connection and a store that refuses end the run, but what is under way is carried to its end
+// first: the head that came is still used, the space still counted.
 #include "nntp/fetch.h"
 
 #include <algorithm>
@@ -26,32 +29,35 @@ constexpr std::string_view kNoBody = "Quillet notification: message has no body\
 enum class Part { kTaken, kDropped, kRunEnds };
 
 // Sends HEAD or BODY and reads the status line; `text` holds what came with it.
-Part AskFor(std::string_view command, std::string& text) {
+Part AskFor(DownloadRun& run, std::string_view command, std::string& text) {
   text.clear();
-  if (!SendCommand(command) || !ReadStatusLine(text)) return Part::kRunEnds;
+  if (!SendCommand(command) || !ReadStatusLine(text)) {
+    EndRun(run, RunEnd::kLost);
+    return Part::kRunEnds;
+  }
   const bool good = gConnection.last_status >= 200 && gConnection.last_status <= 299;
   return good ? Part::kTaken : Part::kDropped;
 }
 
 Part ReadHead(DownloadRun& run) {
-  const Part asked = AskFor("HEAD", run.head);
+  const Part asked = AskFor(run, "HEAD", run.head);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.head, kHeadCapacity, false, 0, 0);
-  if (AbortRequested() || result == BlockResult::kOversized) return Part::kDropped;
+  if (Ended(run.end) || result == BlockResult::kOversized) return Part::kDropped;
   // A head cut short by a lost connection is still used, and the run ends after it.
-  if (result != BlockResult::kComplete) RequestAbort();
+  if (result != BlockResult::kComplete) EndRun(run, RunEnd::kLost);
   return Part::kTaken;
 }
 
 Part ReadBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k) {
-  const Part asked = AskFor("BODY", run.body);
+  const Part asked = AskFor(run, "BODY", run.body);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.body, run.body_capacity, true, number, estimated_k);
-  if (AbortRequested()) return Part::kDropped;
+  if (Ended(run.end)) return Part::kDropped;
   if (result == BlockResult::kOversized) {
     run.body = kTooLarge;
   } else if (result != BlockResult::kComplete) {
-    RequestAbort();
+    EndRun(run, RunEnd::kLost);
     return Part::kDropped;
   }
   if (run.body.empty()) run.body = kNoBody;
@@ -74,13 +80,13 @@ Part TakeBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k)
   return Part::kTaken;
 }
 
-void StoreInGroup(AsciiArticle& article, std::size_t group) {
+void StoreInGroup(DownloadRun& run, AsciiArticle& article, std::size_t group) {
   if (!StoreArticle(article)) {
-    RequestAbort();
+    EndRun(run, RunEnd::kStoreFailed);
     return;
   }
   if (!AddArticleToGroup(gPrefs->groups[group], *article.messageId)) {
-    RequestAbort();
+    EndRun(run, RunEnd::kStoreFailed);
     DeleteArticle(*article.messageId);
     return;
   }
@@ -99,11 +105,16 @@ Fetched Counted(Part part) {
 
 }  // namespace
 
+void EndRun(DownloadRun& run, RunEnd why) {
+  if (run.end == RunEnd::kGoOn) run.end = why;
+}
+
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
                         const std::function<bool()>& before_storing) {
   const std::unique_ptr<AsciiArticle> article = NewAsciiArticle();
   if (!article) {
     LogError(u"out of memory\r\n");
+    EndRun(run, RunEnd::kNoMemory);
     return Fetched::kRunEnds;
   }
   const Part head = ReadHead(run);
@@ -121,9 +132,11 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   article->body = run.body;
   article->articleNumber = gConnection.last_article_number;
   CountUsedSpace(run, *article);
-  const bool go_on = before_storing();
-  StoreInGroup(*article, group);
-  return go_on ? Fetched::kCounted : Fetched::kRunEnds;
+  const bool connected = before_storing();
+  StoreInGroup(run, *article, group);
+  if (connected) return Fetched::kCounted;
+  EndRun(run, RunEnd::kLost);
+  return Fetched::kRunEnds;
 }
 
 }  // namespace quillet

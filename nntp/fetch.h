@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "base/run_end.h"
 #include "port/files.h"
 #include "port/registry.h"
 
@@ -21,19 +22,25 @@ struct DownloadRun {
   std::size_t body_capacity = 0;  // bytes, the terminator included
   bool has_room = true;           // never set again once cleared
   bool progress_saved = true;     // cleared by the first failed write of lastdownloaded
+  RunEnd end = RunEnd::kGoOn;     // what ended the run: nothing more is asked for then
   // Text buffers, kept from article to article.
   std::string head;
   std::string body;
 };
 
+// Ends the run. The first reason stays: what follows it is its consequence.
+void EndRun(DownloadRun& run, RunEnd why);
+
 // What became of the article the server stands at. All but a duplicate count against the number of
 // articles still to get.
+// kRunEnds: at once, `run.end` says why. After the others `run.end` may be set too, and the run
+// then ends with this article.
 enum class Fetched { kCounted, kDuplicate, kRunEnds };
 
 // `number` is shown to the user; the stored number is the one of the server's reply. An article
 // that is going to be stored has come in whole when `before_storing` is called: what is sent to the
-// server there is answered while the article is stored. It returns false when the run ends after
-// this article.
+// server there is answered while the article is stored. It returns false when the connection is
+// lost: the article is stored, and the run ends.
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
                         const std::function<bool()>& before_storing);
 

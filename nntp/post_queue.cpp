@@ -2,8 +2,8 @@
 
 namespace quillet {
 
-bool PostQueuedArticles() {
-  return true;
+RunEnd PostQueuedArticles() {
+  return RunEnd::kGoOn;
 }
 
 }  // namespace quillet

@@ -1,40 +1,35 @@
+// Three readers over the wire, for a conversation in turns. They take all that has come with a
+// reply: a reply ends where a receive ends, not at the first line end. An article text is collected
+// in a buffer of fixed capacity; when it fills, only the last five bytes are kept from then on, so
+// that the terminator is still found across two receives.
 #include "nntp/replies.h"
 
 #include <algorithm>
-#include <array>
 #include <new>
-#include <span>
+#include <optional>
 
 #include "base/long_operation.h"
 #include "nntp/connection.h"
-#include "port/platform.h"
 #include "util/format.h"
 #include "util/text.h"
 
 namespace quillet {
 namespace {
 
-constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kBlockEnd = "\r\n.\r\n";
 constexpr std::size_t kProgressStep = 4096;
 
-// One receive; nothing when the connection is lost. The bytes stay valid until the next one.
-std::string_view Receive(std::size_t room) {
-  static std::array<char, 65536> chunk;
-  if (gConnection.socket == 0) return {};
-  const std::span<char> space(chunk.data(), std::min(room, chunk.size()));
-  const std::int64_t count = gPlatform->sockets.Receive(gConnection.socket, space);
-  if (count <= 0) return {};
-  return {chunk.data(), static_cast<std::size_t>(count)};
+constexpr std::size_t kLongestLine = kLineBufferSize - 1;
+
+std::string_view TakePending() {
+  return gConnection.wire.Take(gConnection.wire.Pending().size());
 }
 
-// False when the connection is lost or the line buffer is full.
-bool ReceiveIntoLine() {
-  const std::size_t room = kLineBufferSize - 1 - gConnection.line.size();
-  if (room == 0) return false;
-  const std::string_view received = Receive(room);
-  gConnection.line.append(received);
-  return !received.empty();
+// What is left over, or else one receive; nothing when the connection is lost.
+std::string_view TakeSome(std::size_t room) {
+  Wire& wire = gConnection.wire;
+  if (wire.Pending().empty() && !wire.Receive(room)) return {};
+  return wire.Take(std::min(room, wire.Pending().size()));
 }
 
 void CutAtNul(std::string& text) {
@@ -93,7 +88,7 @@ void AppendToTail(Block& block, std::string_view received) {
 }
 
 std::size_t RoomIn(const Block& block) {
-  return block.oversized ? std::size_t{65536} : block.capacity - 1 - block.text.size();
+  return block.oversized ? Wire::kReadAhead : block.capacity - 1 - block.text.size();
 }
 
 void ShowProgress(Block& block) {
@@ -113,7 +108,7 @@ void ShowProgress(Block& block) {
 
 // False when the connection is lost.
 bool ReceiveBlockPart(Block& block, bool show_progress) {
-  const std::string_view received = Receive(RoomIn(block));
+  const std::string_view received = TakeSome(RoomIn(block));
   if (received.empty()) return false;
   block.total += static_cast<std::uint32_t>(received.size());
   if (block.oversized) {
@@ -137,30 +132,34 @@ void RemoveTerminator(std::string& text) {
 }  // namespace
 
 bool ReadResponse() {
-  gConnection.line.clear();
-  while (!EndsWith(gConnection.line, kLineEnd)) {
-    if (ReceiveIntoLine()) continue;
-    CloseConnection();
-    LogError(kSocketDestroyed);
-    return false;
-  }
-  CutAtNul(gConnection.line);
-  LogTransaction(gConnection.line);
+  std::string& reply = gConnection.reply;
+  reply.clear();
+  do {
+    const auto line = gConnection.wire.ReadLine(kLongestLine - reply.size());
+    if (!line) {
+      CloseConnection();
+      LogError(kSocketDestroyed);
+      return false;
+    }
+    reply.append(*line);
+  } while (!gConnection.wire.Pending().empty());
+  CutAtNul(reply);
+  LogTransaction(reply);
   return true;
 }
 
 bool ReadStatusLine(std::string& rest) {
-  gConnection.line.clear();
-  while (gConnection.line.find(kLineEnd) == std::string::npos) {
-    if (ReceiveIntoLine()) continue;
+  const std::optional<std::string_view> received = gConnection.wire.ReadLine(kLongestLine);
+  if (!received) {
     LogError(kSocketDestroyed);
     return false;
   }
-  const std::size_t line_feed = gConnection.line.find('\n');
-  std::string_view line = std::string_view(gConnection.line).substr(0, line_feed);
+  const std::size_t line_feed = received->find('\n');  // a lone one ends the status line as well
+  std::string_view line = received->substr(0, line_feed);
   gConnection.last_status = static_cast<std::int32_t>(LeadingNumber(TakeToken(line)));
   gConnection.last_article_number = LeadingNumber(TakeToken(line));
-  rest.append(gConnection.line, line_feed + 1);
+  rest.append(received->substr(line_feed + 1));
+  rest.append(TakePending());
   return true;
 }
 

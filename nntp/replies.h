@@ -1,5 +1,6 @@
-// Reading from the news server: reply lines, article status lines, dot-terminated blocks, and the
-// numbers in them. Program thread only.
+// Reading from the news server in turns, one command and its whole reply: reply lines, article
+// status lines, dot-terminated blocks, and the numbers in them. Whatever has come when a reply ends
+// belongs to it, so that nothing is left over on the wire. Program thread only.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +10,9 @@
 
 namespace quillet {
 
-// Receives into gConnection.line until everything received ends with CR LF, cuts it at its first
-// NUL and logs it. When the connection is lost or the line buffer is full, the connection is closed
-// and then "socket destroyed\r\n" goes to the error log.
+// Reads into gConnection.reply until everything received ends with CR LF, cuts it at its first NUL
+// and logs it. When the connection is lost or the line buffer is full, the connection is closed and
+// then "socket destroyed\r\n" goes to the error log.
 bool ReadResponse();
 
 // Receives the first line of a HEAD or BODY reply into last_status and last_article_number and

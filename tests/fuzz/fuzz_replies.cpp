@@ -1,6 +1,6 @@
-// What a server may send, in pieces of any size. The first byte chooses the reader, the second the
-// pieces, the third the size of a block's buffer; the rest is what the server sends before it
-// closes.
+// What a server may send, in pieces of any size. The first byte chooses the reader (in turns: reply
+// lines or articles; or replies under way), the second the pieces, the third the size of a block's
+// buffer; the rest is what the server sends before it closes.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -62,11 +62,11 @@ struct Device {
 
 void ReadReplies() {
   while (ReadResponse()) {
-    Require(gConnection.line.size() < kLineBufferSize);
-    Require(gConnection.line.find('\0') == std::string::npos);
-    for (int field = 0; field < 5; ++field) GetNumericField(gConnection.line, field);
+    Require(gConnection.reply.size() < kLineBufferSize);
+    Require(gConnection.reply.find('\0') == std::string::npos);
+    for (int field = 0; field < 5; ++field) GetNumericField(gConnection.reply, field);
   }
-  Require(gConnection.socket == 0);
+  Require(gConnection.wire.socket() == 0);
 }
 
 void ReadArticles(std::size_t capacity) {
@@ -82,10 +82,29 @@ void ReadArticles(std::size_t capacity) {
       Require(text.find('\0') == std::string::npos);
     }
     if (result == BlockResult::kClosed) {
-      Require(gConnection.socket == 0);
+      Require(gConnection.wire.socket() == 0);
       return;
     }
     text.clear();
+  }
+}
+
+// Lines with blocks between them, as replies under way are read.
+void ReadAhead(std::size_t limit) {
+  Wire& wire = gConnection.wire;
+  std::size_t length = 0;
+  for (;;) {
+    const auto line = wire.ReadLine(limit);
+    if (!line) return;
+    Require(line->size() <= limit && line->ends_with("\r\n"));
+    Require(line->find("\r\n") == line->size() - 2);
+    const RunEnd end = wire.ReadBlock([&](std::string_view text, bool line_ends) {
+      Require(text.find("\r\n") == std::string_view::npos);
+      Require(!line_ends || length != 0 || text != ".");
+      length = line_ends ? 0 : length + text.size();
+    });
+    if (end == RunEnd::kLost) return;
+    Require(length == 0);
   }
 }
 
@@ -96,11 +115,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size < 3) return 0;
   device.sockets.Start({reinterpret_cast<const char*>(data) + 3, size - 3}, data[1]);
   gConnection = NntpConnection();
-  gConnection.socket = 1;
-  if ((data[0] & 1) != 0) {
+  gConnection.wire.Open(1);
+  if ((data[0] & 2) != 0) {
+    ReadAhead(data[2] * std::size_t{8});
+  } else if ((data[0] & 1) != 0) {
     ReadReplies();
   } else {
     ReadArticles(data[2] * std::size_t{8});
   }
+  gConnection.wire.Close();  // before the device goes
   return 0;
 }

@@ -15,8 +15,8 @@ class ConnectionTest : public NntpTest {
 
   // The transaction as the connect command runs it.
   void Run() {
-    RunWithProgress(u"Preparing to download...", [] { return OpenConnection(); });
-    EXPECT_EQ(gConnection.socket, 0U);
+    end_ = RunWithProgress(u"Preparing to download...", OpenConnection);
+    EXPECT_EQ(gConnection.wire.socket(), 0U);
     EXPECT_EQ(fake.sockets.open_sockets(), 0);
     EXPECT_FALSE(gConnection.server_name.has_value());
   }
@@ -34,7 +34,10 @@ class ConnectionTest : public NntpTest {
     EXPECT_EQ(box.caption, u"Quillet");
     EXPECT_EQ(box.text,
               FormatWide(u"An unexpected error (%ls) occurred in OpenConnection.", reason));
+    EXPECT_EQ(end_, RunEnd::kUnreachable);
   }
+
+  RunEnd end_ = RunEnd::kGoOn;  // of the last Run
 };
 
 // --- starting the service ---
@@ -77,6 +80,7 @@ TEST_F(ConnectionTest, WholeTransactionWithoutGroups) {
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "200 welcome\r\n200 welcome\r\nQUIT\r\n");
   EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});
   EXPECT_TRUE(fake.display.boxes().empty());
+  EXPECT_EQ(end_, RunEnd::kGoOn);
   EXPECT_EQ(Titles(), (std::vector<std::u16string>{u"Preparing to download...", u"Connecting...",
                                                    u"Looking up host news.example.org...",
                                                    u"Connected to news.example.org"}));
@@ -194,6 +198,7 @@ TEST_F(ConnectionTest, UnknownHostSaysQuitAndShowsTheErrorLog) {
   EXPECT_NE(box.owner, 0U);  // the progress dialog
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "QUIT\r\n");
   EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});
+  EXPECT_EQ(end_, RunEnd::kUnreachable);
 }
 
 struct ErrorCase {
@@ -260,6 +265,7 @@ TEST_F(ConnectionTest, AbortsLeaveWithoutAWord) {
   for (const SocketCall kind :
        {SocketCall::kOpen, SocketCall::kBind, SocketCall::kResolve, SocketCall::kConnect}) {
     RunAbortedAt(kind);
+    EXPECT_EQ(end_, RunEnd::kCancelled);
     EXPECT_TRUE(fake.display.boxes().empty());
     EXPECT_EQ(fake.sockets.sent(), "");
     EXPECT_EQ(TransactionLog(), kHeader);
@@ -276,8 +282,18 @@ TEST_F(ConnectionTest, FailuresOfAnAbortedStepAreSilent) {
   gPrefs->servers = {u"news.example.org"};
   fake.sockets.FailConnect(10061);
   RunAbortedAt(SocketCall::kConnect);
+  EXPECT_EQ(end_, RunEnd::kCancelled);
   EXPECT_TRUE(fake.display.boxes().empty());
   EXPECT_EQ(fake.sockets.sent(), "");
+}
+
+TEST_F(ConnectionTest, GreetingLostWhileAbortingIsStillSaid) {
+  Server("200 we");
+  fake.sockets.Then([] { RequestAbort(); });
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{u"socket destroyed\r\n"});
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(ConnectionTest, AbortDuringTheGreetingLeavesSilently) {
@@ -295,6 +311,7 @@ TEST_F(ConnectionTest, AbortDuringTheLoginSaysQuit) {
   Exchange("AUTHINFO USER ann", "281 ok");
   Quits();
   RunAbortedAt(SocketCall::kSend);
+  EXPECT_EQ(end_, RunEnd::kCancelled);
   EXPECT_TRUE(fake.display.boxes().empty());
 }
 
@@ -322,6 +339,8 @@ TEST_F(ConnectionTest, LostGreetingShowsTheErrorLogOnce) {
   Run();
   EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{u"socket destroyed\r\n"});
   EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});  // one QUIT only
+  EXPECT_EQ(end_, RunEnd::kLost);
+  EXPECT_FALSE(AbortRequested());
 }
 
 // --- closing ---
@@ -385,7 +404,7 @@ TEST_F(ConnectionTest, CommandsAreCutToTheLineBufferWithTheirLineEnd) {
   EXPECT_TRUE(SendCommand("GROUP " + std::string(2039, 'g')));
   Client("GROUP " + std::string(2039, 'g') + "\r\n");
   EXPECT_TRUE(SendCommand("GROUP " + std::string(100'000, 'g')));
-  EXPECT_EQ(gConnection.line.size(), 2047U);
+  EXPECT_EQ(fake.sockets.sent().size(), 2U * 2047U);
 }
 
 TEST_F(ConnectionTest, CommandIsOneLineWhateverItsText) {
@@ -426,6 +445,7 @@ TEST_F(LoginTest, UserAcceptedWith281SkipsPass) {
   Quits();
   Run();
   EXPECT_TRUE(fake.display.boxes().empty());
+  EXPECT_EQ(end_, RunEnd::kGoOn);
 }
 
 TEST_F(LoginTest, PasswordFollows381AndStandsInTheLog) {
@@ -450,6 +470,7 @@ TEST_F(LoginTest, RefusedUserEndsTheConnection) {
   EXPECT_EQ(BoxTexts(),
             std::vector<std::u16string>{
                 u"I sent AUTHINFO, and the server responded '482 out of sequence\r\n'.\r\n"});
+  EXPECT_EQ(end_, RunEnd::kRefused);
 }
 
 TEST_F(LoginTest, RefusedPasswordEndsTheConnection) {
@@ -479,6 +500,7 @@ TEST_F(LoginTest, LostSendEndsTheLogin) {
   Quits();
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(LoginTest, LostReplyEndsTheLogin) {
@@ -486,6 +508,7 @@ TEST_F(LoginTest, LostReplyEndsTheLogin) {
   fake.sockets.Closes();
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(LoginTest, EncryptedLoginFailsWithoutAProvider) {
@@ -498,6 +521,7 @@ TEST_F(LoginTest, EncryptedLoginFailsWithoutAProvider) {
                 u"AcquireCredentialsHandle failed; unable to send encrypted credentials.\r\n"});
   EXPECT_EQ(TransactionLog(),
             std::string(kHeader) + "201 welcome\r\n201 welcome\r\n381 go on\r\nQUIT\r\n");
+  EXPECT_EQ(end_, RunEnd::kRefused);
 }
 
 TEST_F(LoginTest, RefusedEncryptedLoginSaysWhatTheServerSaid) {
@@ -516,6 +540,7 @@ TEST_F(LoginTest, LostEncryptedLoginIsSaid) {
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\nsocket destroyed\r\n");
   EXPECT_TRUE(fake.sockets.Finished());
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(LoginTest, EncryptedLoginThatCannotBeSentIsSaid) {

@@ -22,12 +22,7 @@ class DownloadTest : public NntpTest {
     gDownloadList = {0};
   }
 
-  void Run() {
-    RunWithProgress(u"Preparing to download...", [] {
-      DownloadNews();
-      return 0;
-    });
-  }
+  void Run() { end_ = RunWithProgress(u"Preparing to download...", DownloadNews); }
 
   // GROUP comp.lang.misc with these numbers.
   void Enters(std::uint32_t first, std::uint32_t last) {
@@ -45,6 +40,8 @@ class DownloadTest : public NntpTest {
     if (at == std::string::npos) return "";
     return log.substr(at, log.find("\r\n", at) - at);
   }
+
+  RunEnd end_ = RunEnd::kGoOn;  // of the last Run
 };
 
 // --- the run ---
@@ -56,6 +53,7 @@ TEST_F(DownloadTest, RegistryKeyThatCannotBeMadeIsACriticalError) {
             std::vector<std::u16string>{
                 u"A critical error (unable to create registry key) occurred in DownloadNews."});
   EXPECT_EQ(fake.sockets.sent(), "");
+  EXPECT_EQ(end_, RunEnd::kStoreFailed);
 }
 
 TEST_F(DownloadTest, EmptyListSendsNothing) {
@@ -103,6 +101,7 @@ TEST_F(DownloadTest, OneArticleFromWireToStore) {
   EXPECT_EQ(Titles(), (std::vector<std::u16string>{u"Preparing to download...",
                                                    u"Downloading from group comp.lang.misc"}));
   EXPECT_EQ(Details(), (std::vector<std::u16string>{u"article 1", u"article 1"}));
+  EXPECT_EQ(end_, RunEnd::kGoOn);
 }
 
 TEST_F(DownloadTest, GroupsAreVisitedInListOrder) {
@@ -367,6 +366,7 @@ TEST_F(DownloadTest, RefusedGroupIsReportedAndTheNextVisited) {
   EXPECT_EQ(ErrorLog(), u"comp.lang.misc: server reports error ('411 no such group\r\n')");
   EXPECT_EQ(LogLine("#(IS last count:9)"), "#(IS last count:9)");
   EXPECT_EQ(Details()[0], u"411 no such group\r\n");
+  EXPECT_EQ(end_, RunEnd::kGoOn);
 }
 
 TEST_F(DownloadTest, OtherGroupRepliesDoNothing) {
@@ -387,6 +387,7 @@ TEST_F(DownloadTest, UnsentGroupEndsTheRun) {
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
   EXPECT_EQ(fake.sockets.calls(SocketCall::kSend), 1);
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(DownloadTest, LostGroupReplyEndsTheRun) {
@@ -396,6 +397,7 @@ TEST_F(DownloadTest, LostGroupReplyEndsTheRun) {
   Run();
   EXPECT_EQ(fake.sockets.sent(), "GROUP comp.lang.misc\r\nQUIT\r\n");
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 // --- replies to STAT and NEXT ---
@@ -572,6 +574,7 @@ TEST_F(DownloadTest, ScanReplyWithoutADigitEndsTheRun) {
     Exchange("NEXT", reply);
     Run();
     EXPECT_TRUE(EndsWith(TransactionLog(), std::string(reply) + "\r\nERR:")) << reply;
+    EXPECT_EQ(end_, RunEnd::kRefused) << reply;
   }
 }
 
@@ -605,6 +608,7 @@ TEST_F(DownloadTest, AbortDuringAScanSendsNoStat) {
   fake.sockets.Then([] { RequestAbort(); });
   Run();
   EXPECT_TRUE(SavedProgress().empty());
+  EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 
 TEST_F(DownloadTest, LostScanEndsTheRun) {
@@ -616,6 +620,7 @@ TEST_F(DownloadTest, LostScanEndsTheRun) {
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
   EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 // --- heads ---
@@ -666,6 +671,7 @@ TEST_F(DownloadTest, UnsentHeadEndsTheRun) {
   fake.sockets.FailSend(3, 10054);
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
@@ -677,6 +683,7 @@ TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
   fake.sockets.Closes();
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+  EXPECT_EQ(end_, RunEnd::kLost);
   EXPECT_FALSE(AbortRequested());
 }
 
@@ -694,7 +701,8 @@ TEST_F(DownloadTest, HeadCutShortIsStillStoredWhenHeadsAreAllThatIsWanted) {
   EXPECT_EQ(article->subject, "<no subject>");
   EXPECT_EQ(article->headers, "Subj");
   EXPECT_EQ(article->source, "<import>");  // the connection was closed before the extraction
-  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(end_, RunEnd::kLost);
+  EXPECT_FALSE(AbortRequested());
   EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
 }
 
@@ -707,7 +715,8 @@ TEST_F(DownloadTest, HeadCutShortAsksForABodyInVain) {
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\nsocket destroyed\r\n");
-  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(end_, RunEnd::kLost);
+  EXPECT_FALSE(AbortRequested());
 }
 
 TEST_F(DownloadTest, AbortDuringAHeadDropsTheArticle) {
@@ -720,6 +729,7 @@ TEST_F(DownloadTest, AbortDuringAHeadDropsTheArticle) {
   fake.sockets.Then([] { RequestAbort(); });
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
+  EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 
 // --- killed, stored already ---
@@ -913,7 +923,8 @@ TEST_F(DownloadTest, LostBodyDropsTheArticleAndEndsTheRun) {
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
   EXPECT_TRUE(Chain(u"comp.lang.misc").empty());
-  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(end_, RunEnd::kLost);
+  EXPECT_FALSE(AbortRequested());
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
 }
 
@@ -925,7 +936,8 @@ TEST_F(DownloadTest, LostBodyStatusEndsTheRun) {
   fake.sockets.Closes();
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
-  EXPECT_NE(gConnection.socket, 0U);  // left to whoever closes the connection
+  EXPECT_NE(gConnection.wire.socket(), 0U);  // left to whoever closes the connection
+  EXPECT_EQ(end_, RunEnd::kLost);
 }
 
 TEST_F(DownloadTest, AbortDuringABodyDropsTheArticle) {
@@ -939,6 +951,7 @@ TEST_F(DownloadTest, AbortDuringABodyDropsTheArticle) {
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
   EXPECT_EQ(SavedProgress(), (Numbers{1, 0}));
+  EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 
 TEST_F(DownloadTest, BodyProgressShowsTheEstimate) {
@@ -968,7 +981,8 @@ TEST_F(DownloadTest, FailedStoreEndsTheRun) {
   fake.sockets.Client(
       "NEXT\r\n");  // sent while the article was being stored; its reply is not read
   Run();
-  EXPECT_TRUE(AbortRequested());
+  EXPECT_EQ(end_, RunEnd::kStoreFailed);
+  EXPECT_FALSE(AbortRequested());
   EXPECT_EQ(gReadInfo[0]->totalCount, 0U);
   EXPECT_EQ(BoxTexts()[0], u"Error inserting GDBM article.");
   EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
@@ -998,6 +1012,7 @@ TEST_F(DownloadTest, FullStoreStopsTheRunButVisitsTheGroups) {
   EXPECT_EQ(ErrorLog(), kStoreFull);
   EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
   EXPECT_EQ(gPrefs->lastonserver, (Numbers{5, 5}));
+  EXPECT_EQ(end_, RunEnd::kGoOn);
   EXPECT_FALSE(AbortRequested());
 }
 
@@ -1074,6 +1089,7 @@ TEST_F(DownloadTest, AbortBetweenGroupsVisitsNoMore) {
   fake.sockets.Then([] { RequestAbort(); });
   Run();
   EXPECT_EQ(fake.sockets.sent(), "GROUP comp.lang.misc\r\n");
+  EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 
 }  // namespace

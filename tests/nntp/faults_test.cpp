@@ -142,7 +142,7 @@ class FaultsTest : public NntpTest {
 
   void ExpectPromises() {
     EXPECT_EQ(sockets_.open, 0);
-    EXPECT_EQ(gConnection.socket, 0U);
+    EXPECT_EQ(gConnection.wire.socket(), 0U);
     EXPECT_FALSE(gConnection.server_name.has_value());
     for (std::size_t group = 0; group < 2; ++group) {
       const Ids ids = IdsOf(gPrefs->groups[group]);

@@ -27,7 +27,7 @@ class LoopbackTest : public NntpTest {
     ASSERT_TRUE(StartInet());
     RunWithProgress(u"Preparing to download...", [] { return OpenConnection(); });
     StopInet();
-    EXPECT_EQ(gConnection.socket, 0U);
+    EXPECT_EQ(gConnection.wire.socket(), 0U);
     EXPECT_FALSE(gConnection.server_name.has_value());
   }
 

@@ -86,8 +86,8 @@ class NntpTest : public ::testing::Test {
 
   // A connection beyond its greeting.
   void Connected() {
-    gConnection.socket = fake.sockets.Open();
-    ASSERT_TRUE(fake.sockets.Connect(gConnection.socket, {192, 0, 2, 7}, 119));
+    gConnection.wire.Open(fake.sockets.Open());
+    ASSERT_TRUE(fake.sockets.Connect(gConnection.wire.socket(), {192, 0, 2, 7}, 119));
     gConnection.server_name = u"news.example.org";
   }
 

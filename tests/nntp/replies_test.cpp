@@ -78,7 +78,7 @@ TEST_F(RepliesTest, ResponseIsReadToItsLineEndAndLogged) {
   Server("llo\r");
   Server("\n");
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, "200 hello\r\n");
+  EXPECT_EQ(gConnection.reply, "200 hello\r\n");
   EXPECT_EQ(TransactionLog(), "200 hello\r\n");
 }
 
@@ -86,14 +86,14 @@ TEST_F(RepliesTest, ResponseByteByByteIsTheSame) {
   fake.sockets.SetChunk(1);
   Server("200 hello\r\n");
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, "200 hello\r\n");
+  EXPECT_EQ(gConnection.reply, "200 hello\r\n");
 }
 
 TEST_F(RepliesTest, ResponseEndIsAnEndTestNotASearch) {
   Server("200 a\r\nrest");
   Server(" b\r\n");
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, "200 a\r\nrest b\r\n");
+  EXPECT_EQ(gConnection.reply, "200 a\r\nrest b\r\n");
 }
 
 TEST_F(RepliesTest, ResponseIsLoggedOnlyWhileTheLogIsKept) {
@@ -106,14 +106,14 @@ TEST_F(RepliesTest, ResponseIsLoggedOnlyWhileTheLogIsKept) {
 TEST_F(RepliesTest, ResponseEndsAtItsFirstNul) {
   Server(std::string("200 a\0b\r\n", 9));
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, "200 a");
+  EXPECT_EQ(gConnection.reply, "200 a");
 }
 
 TEST_F(RepliesTest, NulBytesCountWhileReceivingAResponse) {
   Server(std::string("200 a\0b\r\n", 9).substr(0, 6));
   Server("b\r\n");
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, "200 a");
+  EXPECT_EQ(gConnection.reply, "200 a");
 }
 
 TEST_F(RepliesTest, ClosedConnectionIsLoggedAfterTheClosing) {
@@ -121,7 +121,7 @@ TEST_F(RepliesTest, ClosedConnectionIsLoggedAfterTheClosing) {
   fake.sockets.Closes();
   EXPECT_FALSE(ReadResponse());
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
-  EXPECT_EQ(gConnection.socket, 0U);
+  EXPECT_EQ(gConnection.wire.socket(), 0U);
   EXPECT_EQ(fake.sockets.open_sockets(), 0);
   EXPECT_FALSE(gConnection.server_name.has_value());
   EXPECT_TRUE(fake.display.boxes().empty());  // the log was still empty when it closed
@@ -144,7 +144,7 @@ TEST_F(RepliesTest, ResponseOf2047BytesFits) {
   ASSERT_EQ(reply.size(), 2047U);
   Server(reply);
   EXPECT_TRUE(ReadResponse());
-  EXPECT_EQ(gConnection.line, reply);
+  EXPECT_EQ(gConnection.reply, reply);
 }
 
 TEST_F(RepliesTest, ResponseBeyondTheLineBufferLosesTheConnection) {
@@ -153,7 +153,7 @@ TEST_F(RepliesTest, ResponseBeyondTheLineBufferLosesTheConnection) {
   Quits();
   EXPECT_FALSE(ReadResponse());
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
-  EXPECT_EQ(gConnection.socket, 0U);
+  EXPECT_EQ(gConnection.wire.socket(), 0U);
 }
 
 TEST_F(RepliesTest, TenMegabytesWithoutALineEndLoseTheConnection) {
@@ -163,7 +163,7 @@ TEST_F(RepliesTest, TenMegabytesWithoutALineEndLoseTheConnection) {
   Quits();
   EXPECT_FALSE(ReadResponse());
   EXPECT_LE(fake.sockets.delivered(), 2047U);
-  EXPECT_LE(gConnection.line.capacity(), 4096U);
+  EXPECT_LE(gConnection.reply.capacity(), 4096U);
 }
 
 // --- the status line of an article ---
@@ -222,7 +222,7 @@ TEST_F(RepliesTest, LostStatusLineLeavesTheConnectionAsItIs) {
   std::string rest;
   EXPECT_FALSE(ReadStatusLine(rest));
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
-  EXPECT_NE(gConnection.socket, 0U);
+  EXPECT_NE(gConnection.wire.socket(), 0U);
   EXPECT_EQ(fake.sockets.sent(), "");
 }
 
@@ -313,7 +313,7 @@ TEST_F(RepliesTest, OversizedBlockIsReadToItsEndInEveryChunking) {
     Server("200 next\r\n");
     EXPECT_EQ(ReadBlock(100), BlockResult::kOversized) << chunk;
     EXPECT_TRUE(ReadResponse());
-    EXPECT_EQ(gConnection.line, "200 next\r\n") << chunk;
+    EXPECT_EQ(gConnection.reply, "200 next\r\n") << chunk;
   }
 }
 
@@ -366,7 +366,7 @@ TEST_F(RepliesTest, AbortEndsABlockBetweenReceives) {
   fake.sockets.Release();
   EXPECT_EQ(ReadBlock(1000), BlockResult::kComplete);
   EXPECT_EQ(text_, "01234");
-  EXPECT_NE(gConnection.socket, 0U);
+  EXPECT_NE(gConnection.wire.socket(), 0U);
 }
 
 class BlockProgressTest : public NntpTest {

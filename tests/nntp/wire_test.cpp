@@ -56,7 +56,7 @@ class WireTest : public NntpTest {
 
   Wire wire;
   Lines block;     // what the sink got in the last ReadBlock
-  int pieces = 0;  // of lines, that the sink got
+  int pieces = 0;  // of lines that did not come whole: all but the last
 };
 
 // --- lines ---
@@ -170,16 +170,18 @@ TEST_F(WireTest, NulBytesAreText) {
 }
 
 TEST_F(WireTest, LongLinesComeInPieces) {
-  for (const std::size_t length :
-       {Wire::kReadAhead - 2, Wire::kReadAhead - 1, Wire::kReadAhead, 3 * Wire::kReadAhead + 7}) {
+  const std::vector<std::pair<std::size_t, int>> lengths_and_pieces = {
+      {Wire::kReadAhead - 2, 0},  // with its line end it just fits
+      {Wire::kReadAhead - 1, 1},
+      {Wire::kReadAhead, 1},
+      {3 * Wire::kReadAhead + 7, 3}};
+  for (const auto& [length, expected] : lengths_and_pieces) {
     pieces = 0;
     const std::string line(length, 'x');
     Server(line + "\r\nend\r\n.\r\n");
     EXPECT_EQ(ReadBlock(), RunEnd::kGoOn);
     EXPECT_EQ(block, (Lines{line, "end"})) << length;
-    EXPECT_EQ(pieces, static_cast<int>((length + 1) / (Wire::kReadAhead - 1)) -
-                          (length + 2 == Wire::kReadAhead ? 1 : 0))
-        << length;
+    EXPECT_EQ(pieces, expected) << length;
   }
 }
 
@@ -311,7 +313,7 @@ TEST_F(WireTest, MovedWireTakesItsSocketAndWhatIsLeftOverAlong) {
   EXPECT_EQ(fake.sockets.open_sockets(), 0);
 }
 
-// --- memory ---
+// --- memory, and agreement with the reader in turns ---
 
 // A server that sends overview lines, 100,000 of them, and then the dot.
 class OverviewSockets final : public port::Sockets {
@@ -377,6 +379,24 @@ TEST_F(WireTest, OverviewOfAHundredThousandLinesTakesNoMemoryAtAll) {
   EXPECT_EQ(Line(), "205 bye\r\n");
   wire.Close();
   gPlatform = &fake.platform;
+}
+
+TEST_F(WireTest, BlockJoinedByLineEndsIsWhatTheReaderInTurnsKeeps) {
+  const std::string body =
+      "one\r\n\r\n..two\r\n.three\n.\nfour\r\r\n" + std::string(70'000, 'x') + "\r\nlast\r\n.\r\n";
+  for (const std::size_t chunk : {1000U, 1448U, 65536U, 1'000'000U}) {
+    fake.sockets.SetChunk(chunk);
+    Server(body);
+    EXPECT_EQ(ReadBlock(), RunEnd::kGoOn);
+    std::string joined;
+    for (const std::string& line : block) joined += (joined.empty() ? "" : "\r\n") + line;
+    Server(body);
+    gConnection.wire = std::move(wire);
+    std::string text;
+    EXPECT_EQ(ReadMultiline(&text, 100'000, false, 1, 0), BlockResult::kComplete);
+    EXPECT_EQ(text, joined) << chunk;
+    wire = std::move(gConnection.wire);
+  }
 }
 
 }  // namespace
