@@ -6,6 +6,7 @@
 #include "base/messages.h"
 #include "base/prefs_fields.h"
 #include "base/records.h"
+#include "base/subscriptions.h"
 #include "port/list_view.h"
 #include "port/platform.h"
 
@@ -20,18 +21,6 @@ void ResetText(Prefs& prefs, const TextField& field) {
   if (field.on_reset == OnReset::kKeep) return;
   prefs.*field.member = field.fallback;
   if (field.present != nullptr) prefs.*field.present = false;
-}
-
-void DropServers(Prefs& prefs) {
-  prefs.numservers = 0;
-  prefs.servers.clear();
-  prefs.authusers.clear();
-  prefs.authpasses.clear();
-  prefs.port.clear();
-  prefs.useauths.clear();
-  prefs.usentlms.clear();
-  prefs.lastdownloaded.clear();
-  prefs.lastonserver.clear();
 }
 
 void DropKillfile(Prefs& prefs) {
@@ -61,7 +50,7 @@ std::unique_ptr<Prefs> CopyPrefs(const Prefs& prefs) {
 }
 
 void SetDefaultPrefs(Prefs& prefs, bool reset_killfile) {
-  DropServers(prefs);
+  RemoveAllServers(prefs);
   if (reset_killfile) DropKillfile(prefs);
   for (const PrefsField& field : PrefsFields()) {
     if (const auto* number = std::get_if<NumberField>(&field.what)) {

@@ -107,11 +107,6 @@ std::unique_ptr<Prefs> CopyPrefs(const Prefs& prefs);
 // servers, and the killfile too when asked.
 void SetDefaultPrefs(Prefs& prefs, bool reset_killfile);
 
-// Position of a group's number in the per-server lists.
-inline std::size_t PerServerIndex(const Prefs& prefs, std::size_t server, std::size_t group) {
-  return server * prefs.numgroups + group;
-}
-
 // The check boxes of the group list; a row without a box counts as checked.
 std::vector<bool> CheckedGroupRows();
 // Copies the boxes of the list into gPrefs->checked, as far as there are rows.

@@ -145,10 +145,10 @@ std::optional<ConvertedLogins> ReadVersion(ValueReader& values, Prefs& prefs) {
   values.Dword(u"version", prefs.version, kPrefsVersion);
   if (prefs.version > kPrefsVersion) ShowMessage(kNewerMessage);
   if (prefs.version != 1) return {};
-  ConvertedLogins logins = ConvertVersion1(values);
+  ConvertedLogins converted = ConvertVersion1(values);
   prefs.version = kPrefsVersion;
-  if (logins.worth_telling) ShowMessage(kConvertedMessage);
-  return logins;
+  if (converted.worth_telling) ShowMessage(kConvertedMessage);
+  return converted;
 }
 
 }  // namespace
@@ -158,7 +158,8 @@ bool ReadRecord(ValueReader& values, Prefs& prefs) {
   // Meant to have no effect on a value of this name.
   values.key().DeleteSubkey(u"multipleservers");
   if (!ReadFields(values, prefs)) return false;
-  if (converted && !converted->stored) UseConvertedLogins(std::move(*converted), prefs);
+  // What could not be stored holds for this run all the same.
+  if (converted && !converted->stored) SetLogins(prefs, std::move(converted->logins));
   if (prefs.signature == kFirstSignature) prefs.signature = kDefaultSignature;
   return true;
 }

@@ -3,7 +3,6 @@
 #include <array>
 #include <memory>
 #include <string_view>
-#include <utility>
 
 #include "base/multi_string.h"
 #include "base/prefs_damage.h"
@@ -34,17 +33,17 @@ ConvertedLogins OldLogins(ValueReader& reader) {
   const std::u16string user = reader.Text(u"authuser", u"");
   const std::u16string pass = reader.Text(u"authpass", u"");
   const std::uint32_t count = CountThatCanBe(reader.key(), u"servers", servers);
-  ConvertedLogins logins;
-  logins.authusers.assign(count, user);
-  logins.authpasses.assign(count, pass);
-  logins.useauths.assign(count, useauth);
-  logins.usentlms.assign(count, usentlm);
-  logins.worth_telling = !user.empty() || !pass.empty() || useauth != 0;
-  return logins;
+  ConvertedLogins converted;
+  converted.logins.authusers.assign(count, user);
+  converted.logins.authpasses.assign(count, pass);
+  converted.logins.useauths.assign(count, useauth);
+  converted.logins.usentlms.assign(count, usentlm);
+  converted.worth_telling = !user.empty() || !pass.empty() || useauth != 0;
+  return converted;
 }
 
 // Through a key of its own, so that a failed write is undone before anything more is read.
-bool StoreLogins(const ConvertedLogins& logins) {
+bool StoreLogins(const ServerLogins& logins) {
   const std::string users = CreateMultiString(logins.authusers);
   const std::string passes = CreateMultiString(logins.authpasses);
   if (users.empty() || passes.empty()) return false;
@@ -59,25 +58,14 @@ bool StoreLogins(const ConvertedLogins& logins) {
 }  // namespace
 
 ConvertedLogins ConvertVersion1(ValueReader& reader) {
-  ConvertedLogins logins = OldLogins(reader);
+  ConvertedLogins converted = OldLogins(reader);
   // Logins of the new kind under the old version number would be written over.
   if (HasNewLogins(reader.key())) SetSettingsAtRisk(true);
-  if (!KeepSettingsAtRisk(reader.key())) return logins;
+  if (!KeepSettingsAtRisk(reader.key())) return converted;
   // Meant to leave the old values in place: this removes keys, and there is none of these names.
   for (const std::u16string_view name : kRemovedNames) reader.key().DeleteSubkey(name);
-  logins.stored = StoreLogins(logins);
-  return logins;
-}
-
-void UseConvertedLogins(ConvertedLogins logins, Prefs& prefs) {
-  prefs.authusers = std::move(logins.authusers);
-  prefs.authpasses = std::move(logins.authpasses);
-  prefs.useauths = std::move(logins.useauths);
-  prefs.usentlms = std::move(logins.usentlms);
-  prefs.authusers.resize(prefs.numservers);
-  prefs.authpasses.resize(prefs.numservers);
-  prefs.useauths.resize(prefs.numservers);
-  prefs.usentlms.resize(prefs.numservers);
+  converted.stored = StoreLogins(converted.logins);
+  return converted;
 }
 
 }  // namespace quillet

@@ -24,6 +24,7 @@
 
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/subscriptions.h"
 #include "port/fake/fake_display.h"
 #include "qt/program.h"
 #include "store/chains.h"
@@ -80,10 +81,8 @@ void MakeProfile(port::LinuxServices& services, unsigned articles) {
   port::FakeDisplay display(services.queues);
   services.Attach(display.Services());
   ReadPreferences();
-  gPrefs->numgroups = 1;
-  gPrefs->groups.emplace_back(u"bench.articles");
-  gPrefs->checked.assign(1, 1);
-  gPrefs->numservers = 1;
+  AddGroup(*gPrefs, u"bench.articles");
+  AddServer(*gPrefs, {u"news.example"});
   WritePreferences();
   if (!LoadDatabaseLibrary() || !OpenGDBMDatabases()) Fail("no databases");
   for (unsigned i = 0; i < articles; ++i) Add(i);

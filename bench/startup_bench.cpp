@@ -21,6 +21,7 @@
 #include "app/startup.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/subscriptions.h"
 #include "bench/measure.h"
 #include "port/fake/fake_display.h"
 #include "port/linux/linux_platform.h"
@@ -83,9 +84,7 @@ void AddArticle(unsigned number) {
 void MakeProfile(const std::string& folder, unsigned articles) {
   Run run(folder);
   ReadPreferences();
-  gPrefs->numgroups = kGroups;
-  for (unsigned i = 0; i < kGroups; ++i) gPrefs->groups.push_back(GroupName(i));
-  gPrefs->checked.assign(kGroups, 1);
+  for (unsigned i = 0; i < kGroups; ++i) AddGroup(*gPrefs, GroupName(i));
   WritePreferences();
   if (!LoadDatabaseLibrary() || !OpenGDBMDatabases()) std::exit(2);
   for (unsigned i = 0; i < articles; ++i) AddArticle(i);

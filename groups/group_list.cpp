@@ -10,6 +10,7 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "base/views.h"
 #include "base/wait_cursor.h"
 #include "groups/marking.h"
@@ -141,7 +142,7 @@ void RemoveGroups() {
     ClearCurrentArticle();
     if (DeleteArticles(false, static_cast<int>(i)) != RunEnd::kGoOn) break;
     const std::uint32_t groups = gPrefs->numgroups;
-    RemoveNewsgroupFromPrefs(i);
+    RemoveNewsgroupFromPrefs(GroupAt(i));
     if (gPrefs->numgroups == groups) break;  // could not be removed, and said so
     // The next group has moved to this position: it is examined next.
   }
@@ -176,8 +177,8 @@ void MarkServers(bool read) {
     if (!checked[group]) continue;
     ++count;
     for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
-      const std::size_t index = PerServerIndex(*gPrefs, server, group);
-      gPrefs->lastdownloaded[index] = read ? gPrefs->lastonserver[index] : 0;
+      const auto progress = Progress(*gPrefs, ServerAt(server), GroupAt(group));
+      if (progress) progress->downloaded = read ? progress->on_server : 0;
     }
   }
   ShowBox(gMessageOwner, u"Finished marking server(s) read/unread",

@@ -1,17 +1,18 @@
 // Adding and removing newsgroups: preferences, counts and killfile together. Program thread only.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "base/subscriptions.h"
 
 namespace quillet {
 
 // Appends the group, checked, with counts 0, and writes the preferences.
 void AddNewsgroupToPrefs(std::u16string_view name);
 // Removes the group with its state and killfile entries, clears the current group and the thread
-// view, and writes the preferences. An index beyond the list does nothing.
-void RemoveNewsgroupFromPrefs(std::size_t index);
+// view, and writes the preferences. A place beyond the list does nothing.
+void RemoveNewsgroupFromPrefs(GroupIndex group);
 
 // Trims the name and judges it: the text that says what is wrong with it, empty when it is good.
 std::u16string JudgeNewGroupName(std::u16string& name);

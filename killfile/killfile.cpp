@@ -24,6 +24,11 @@ std::string_view UntilNul(std::string_view text) {
   return text.substr(0, text.find('\0'));
 }
 
+// What the entries of a group call it.
+std::size_t NumberOf(GroupIndex group) {
+  return IndexOf(group) + 1;
+}
+
 bool SameTextAndField(const Prefs& prefs, std::size_t entry, std::string_view text, bool author) {
   return prefs.killfiletexts[entry] == UntilNul(text) &&
          (prefs.killfileauthors[entry] != 0) == author;
@@ -107,22 +112,22 @@ void RemoveKillfileEntry(Prefs& prefs, std::uint32_t group, std::string_view tex
   if (entry != prefs.killfilecount) EraseEntry(prefs, entry);
 }
 
-void RemoveGroupFromKillfile(Prefs& prefs, std::size_t group_index) {
+void RemoveGroupFromKillfile(Prefs& prefs, GroupIndex group) {
   for (std::size_t entry = prefs.killfilecount; entry-- > 0;) {
-    std::uint32_t& group = prefs.killfilegroups[entry];
-    if (group == group_index + 1) {
+    std::uint32_t& number = prefs.killfilegroups[entry];
+    if (number == NumberOf(group)) {
       EraseEntry(prefs, entry);
-    } else if (group > group_index + 1) {
-      --group;
+    } else if (number > NumberOf(group)) {
+      --number;
     }
   }
 }
 
-bool ArticleIsKilled(const Prefs& prefs, std::size_t group_index, const AsciiArticle& article) {
+bool ArticleIsKilled(const Prefs& prefs, GroupIndex group, const AsciiArticle& article) {
   bool requirement_met = false;
   bool requirement_failed = false;
   for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
-    if (prefs.killfilegroups[entry] != group_index + 1) continue;
+    if (prefs.killfilegroups[entry] != NumberOf(group)) continue;
     const bool matches = EntryMatches(prefs, entry, article);
     if (IsKill(prefs, entry)) {
       if (matches) return true;

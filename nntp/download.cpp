@@ -24,14 +24,14 @@
 
 namespace quillet {
 
-std::vector<std::size_t> gDownloadList;
+std::vector<GroupIndex> gDownloadList;
 
 namespace {
 
 // The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
 struct GroupWalk {
-  std::size_t group = 0;
-  std::size_t index = 0;  // in lastdownloaded and lastonserver
+  std::size_t group;
+  GroupProgress progress;
   std::uint32_t first = 0;
   std::uint32_t last = 0;
   std::uint32_t wanted = 0;
@@ -64,8 +64,7 @@ std::string StatCommand(std::uint32_t number) {
 
 // Takes the server's numbers over and corrects what they contradict.
 void UpdateServerNumbers(const GroupWalk& walk) {
-  std::uint32_t& downloaded = gPrefs->lastdownloaded[walk.index];
-  std::uint32_t& on_server = gPrefs->lastonserver[walk.index];
+  auto& [downloaded, on_server] = walk.progress;
   LogTransaction(FormatNarrow("#(IS last count:%lu first: %lu last: %lu curcount: %lu max: %lu",
                               downloaded, walk.first, walk.last, StoredIn(walk.group),
                               gPrefs->maxarticles));
@@ -81,7 +80,7 @@ void UpdateServerNumbers(const GroupWalk& walk) {
 }
 
 std::uint32_t StartNumber(const GroupWalk& walk) {
-  const std::uint32_t downloaded = gPrefs->lastdownloaded[walk.index];
+  const std::uint32_t downloaded = walk.progress.downloaded;
   const std::uint32_t window = gPrefs->maxarticles;
   std::uint32_t base = downloaded;
   if (gPrefs->downloadnewest != 0) {
@@ -105,7 +104,7 @@ void PlanWalk(GroupWalk& walk) {
   walk.remaining = walk.count;
   SetProgressRange(static_cast<std::uint64_t>(std::max(walk.count, 1)));
   LogTransaction(FormatNarrow(" last: %lu; starting with %lu getting %lu)\r\n",
-                              gPrefs->lastdownloaded[walk.index], walk.wanted, walk.count));
+                              walk.progress.downloaded, walk.wanted, walk.count));
   SetProgressDetail(FormatWide(u"article %lu", walk.wanted));
 }
 
@@ -149,13 +148,12 @@ Step MoveOn(DownloadRun& run, GroupWalk& walk) {
 // Remembers the article reached before anything of it is fetched.
 void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   const std::uint32_t number = GetNumericField(gConnection.reply, 1);
-  gPrefs->lastdownloaded[walk.index] = number;
+  walk.progress.downloaded = number;
   if (!WriteLastDownloaded(*run.key, *gPrefs) && run.progress_saved) {
     run.progress_saved = false;
     LogError(u"The download progress could not be saved.\r\n");
   }
-  std::uint32_t& on_server = gPrefs->lastonserver[walk.index];
-  on_server = std::max(on_server, number);
+  walk.progress.on_server = std::max(walk.progress.on_server, number);
   if (number < walk.wanted) {
     LogTransaction("e:");
     LogTransaction(gConnection.reply);
@@ -214,7 +212,7 @@ void WalkGroup(DownloadRun& run, GroupWalk& walk) {
 }
 
 void ReportRefusal(const GroupWalk& walk) {
-  LogTransaction(FormatNarrow("#(IS last count:%lu)\r\n", gPrefs->lastdownloaded[walk.index]));
+  LogTransaction(FormatNarrow("#(IS last count:%lu)\r\n", walk.progress.downloaded));
   SetProgressDetail(Widen(gConnection.reply));
   LogError(FormatWide(u"%ls: server reports error ('%ls')", gPrefs->groups[walk.group],
                       gConnection.reply));
@@ -232,16 +230,12 @@ void VisitGroup(DownloadRun& run, GroupWalk& walk) {
   }
 }
 
-void DownloadGroup(DownloadRun& run, std::size_t group) {
-  GroupWalk walk;
-  walk.group = group;
-  walk.index =
-      PerServerIndex(*gPrefs, gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver, group);
-  const bool known = group < gPrefs->groups.size() && walk.index < gPrefs->lastdownloaded.size() &&
-                     walk.index < gPrefs->lastonserver.size();
-  if (!known) return;
+void DownloadGroup(DownloadRun& run, GroupIndex group) {
+  const std::optional<GroupProgress> progress = Progress(*gPrefs, CountingServer(*gPrefs), group);
+  if (!progress) return;
+  GroupWalk walk{IndexOf(group), *progress};
   VisitGroup(run, walk);
-  if (group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(group);
+  if (walk.group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(walk.group);
 }
 
 }  // namespace
@@ -258,7 +252,7 @@ RunEnd DownloadNews() {
   gThreadRebuildPending = true;
   const BulkStore bulk;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
-  for (const std::size_t group : gDownloadList) {
+  for (const GroupIndex group : gDownloadList) {
     if (Ended(run.end)) break;
     DownloadGroup(run, group);
   }

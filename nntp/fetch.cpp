@@ -122,7 +122,7 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   const std::uint32_t estimated_k = EstimatedK(run.head);
   article->headers = run.head;
   ExtractHeaders(*article, gPrefs->keepheaders != 0);
-  if (ArticleIsKilled(*gPrefs, group, *article)) {
+  if (ArticleIsKilled(*gPrefs, GroupAt(group), *article)) {
     SetProgressDetail(FormatWide(u"Killed article %lu", number));
     return Fetched::kCounted;
   }

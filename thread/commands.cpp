@@ -7,6 +7,7 @@
 #include "base/app_messages.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "base/views.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
@@ -94,21 +95,21 @@ void MarkSelectedUnread() {
   MarkSelected(false);
 }
 
-void SetDownloadPosition(std::size_t server, bool read) {
-  const std::size_t index =
-      PerServerIndex(*gPrefs, server, static_cast<std::size_t>(gCurrentGroup));
-  if (index >= gPrefs->lastdownloaded.size() || index >= gPrefs->lastonserver.size()) return;
-  gPrefs->lastdownloaded[index] = read ? gPrefs->lastonserver[index] : 0;
+void SetDownloadPosition(ServerIndex server, bool read) {
+  const auto group = GroupAt(static_cast<std::size_t>(gCurrentGroup));
+  if (const auto progress = Progress(*gPrefs, server, group)) {
+    progress->downloaded = read ? progress->on_server : 0;
+  }
 }
 
 void MarkServer(bool read, std::u16string_view caption, std::u16string_view question) {
   const int answer = ShowBox(gMessageOwner, caption, question, {port::BoxButtons::kYesNoCancel});
   if (answer == port::kIdYes) {
     for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
-      SetDownloadPosition(server, read);
+      SetDownloadPosition(ServerAt(server), read);
     }
   } else if (answer == port::kIdNo) {
-    SetDownloadPosition(gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver, read);
+    SetDownloadPosition(CountingServer(*gPrefs), read);
   }
   ShowThreadCaption();
 }

@@ -5,6 +5,7 @@
 #include "base/app_messages.h"
 #include "base/prefs.h"
 #include "base/records.h"
+#include "base/subscriptions.h"
 #include "base/views.h"
 #include "port/platform.h"
 #include "store/counts.h"
@@ -148,14 +149,10 @@ void ForgetThreadControl() {
 std::u16string ThreadCaption(int group_index) {
   if (!IsGroupIndex(group_index)) return {};
   const auto group = static_cast<std::size_t>(group_index);
-  const std::size_t server = gPrefs->allserversareone != 0 ? 0 : gPrefs->selectedserver;
-  const std::size_t index = PerServerIndex(*gPrefs, server, group);
-  if (server >= gPrefs->numservers || index >= gPrefs->lastonserver.size() ||
-      index >= gPrefs->lastdownloaded.size()) {
-    return gPrefs->groups[group];
-  }
-  const std::uint32_t newest = gPrefs->lastonserver[index];
-  const std::uint32_t last = gPrefs->lastdownloaded[index];
+  const auto progress = Progress(*gPrefs, CountingServer(*gPrefs), GroupAt(group));
+  if (!progress) return gPrefs->groups[group];
+  const std::uint32_t newest = progress->on_server;
+  const std::uint32_t last = progress->downloaded;
   return FormatWide(u"%s: %lu on server", gPrefs->groups[group], newest > last ? newest - last : 0);
 }
 

@@ -55,19 +55,11 @@ class GroupList : public testing::Test {
     int read = 0;
   };
   void SetUpGroups(const std::vector<Group>& groups, std::uint32_t servers = 0) {
-    gPrefs->numservers = servers;
-    gPrefs->servers.assign(servers, u"server");
-    gPrefs->authusers.assign(servers, u"");
-    gPrefs->authpasses.assign(servers, u"");
-    gPrefs->port.assign(servers, 119);
-    gPrefs->useauths.assign(servers, 0);
-    gPrefs->usentlms.assign(servers, 0);
+    while (gPrefs->numservers < servers) AddServer(*gPrefs, {u"server"});
     for (const Group& group : groups) {
-      gPrefs->groups.push_back(group.name);
-      gPrefs->checked.push_back(1);
+      AddGroup(*gPrefs, group.name);
       for (int i = 0; i < group.articles; ++i) AddArticle(group.name, i, i < group.read);
     }
-    gPrefs->numgroups = static_cast<std::uint32_t>(groups.size());
     gPrefs->lastdownloaded.assign(groups.size() * servers, 5);
     gPrefs->lastonserver.assign(groups.size() * servers, 9);
     CountArticles();

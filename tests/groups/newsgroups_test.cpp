@@ -33,22 +33,16 @@ class Newsgroups : public ::testing::Test {
   }
 
   void SetServers(std::uint32_t count) {
-    gPrefs->numservers = count;
-    gPrefs->servers.assign(count, u"s");
-    gPrefs->authusers.assign(count, u"");
-    gPrefs->authpasses.assign(count, u"");
-    gPrefs->port.assign(count, 119);
-    gPrefs->useauths.assign(count, 0);
-    gPrefs->usentlms.assign(count, 0);
+    RemoveAllServers(*gPrefs);
+    while (gPrefs->numservers < count) AddServer(*gPrefs, {u"s"});
   }
-  void SetGroups(std::vector<std::u16string> groups) {
-    gPrefs->numgroups = static_cast<std::uint32_t>(groups.size());
-    gPrefs->groups = std::move(groups);
-    gPrefs->checked.assign(gPrefs->numgroups, 0);
+  void SetGroups(const std::vector<std::u16string>& groups) {
     gReadInfo.clear();
-    for (const std::u16string& group : gPrefs->groups) {
+    for (const std::u16string& group : groups) {
+      AddGroup(*gPrefs, group);
       gReadInfo.push_back(std::make_unique<ReadInfo>(ReadInfo{group, 1, 2}));
     }
+    SetAllChecked(*gPrefs, false);
   }
   std::vector<std::u16string> CountedGroups() {
     std::vector<std::u16string> names;
@@ -111,8 +105,8 @@ TEST_F(Newsgroups, AddingWithTwoServersMovesTheNumbersOfTheSecond) {
   AddNewsgroupToPrefs(u"i");
   EXPECT_THAT(gPrefs->lastdownloaded, ElementsAre('a', 'b', 'c', 'd', 0U, 0U));
   EXPECT_THAT(gPrefs->lastonserver, ElementsAre(1U, 2U, 3U, 4U, 0U, 0U));
-  EXPECT_EQ(gPrefs->lastdownloaded[PerServerIndex(*gPrefs, 0, 2)], 'c');
-  EXPECT_EQ(gPrefs->lastdownloaded[PerServerIndex(*gPrefs, 1, 0)], 'd');
+  EXPECT_EQ(Progress(*gPrefs, ServerAt(0), GroupAt(2))->downloaded, 'c');
+  EXPECT_EQ(Progress(*gPrefs, ServerAt(1), GroupAt(0))->downloaded, 'd');
 }
 
 TEST_F(Newsgroups, AddingTheFirstGroupMakesRoomForEveryServer) {
@@ -127,7 +121,7 @@ TEST_F(Newsgroups, CountsThatWereNeverMadeStayUnmade) {
   gReadInfo.clear();
   AddNewsgroupToPrefs(u"c");
   EXPECT_THAT(CountedGroups(), IsEmpty());
-  RemoveNewsgroupFromPrefs(1);
+  RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_THAT(gPrefs->groups, ElementsAre(u"a", u"c"));
 }
 
@@ -174,7 +168,7 @@ TEST_F(Newsgroups, RemovingTakesEverythingOfTheGroup) {
   gPrefs->lastdownloaded = {1, 2, 3, 4, 5, 6};
   gPrefs->lastonserver = {11, 12, 13, 14, 15, 16};
   gReadInfo[2]->totalCount = 9;
-  RemoveNewsgroupFromPrefs(1);
+  RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_EQ(gPrefs->numgroups, 2U);
   EXPECT_THAT(gPrefs->groups, ElementsAre(u"a", u"c"));
   EXPECT_THAT(gPrefs->checked, ElementsAre(0U, 1U));
@@ -192,7 +186,7 @@ TEST_F(Newsgroups, RemovingTheLastGroupLeavesEmptyLists) {
   SetGroups({u"a"});
   gPrefs->lastdownloaded = {1};
   gPrefs->lastonserver = {2};
-  RemoveNewsgroupFromPrefs(0);
+  RemoveNewsgroupFromPrefs(GroupAt(0));
   EXPECT_EQ(gPrefs->numgroups, 0U);
   EXPECT_THAT(gPrefs->groups, IsEmpty());
   EXPECT_THAT(gPrefs->checked, IsEmpty());
@@ -204,7 +198,7 @@ TEST_F(Newsgroups, RemovingTheLastGroupLeavesEmptyLists) {
 TEST_F(Newsgroups, RemovingClearsTheCurrentGroupAndRefreshesTheList) {
   SetGroups({u"a", u"b"});
   gCurrentGroup = 1;
-  RemoveNewsgroupFromPrefs(0);
+  RemoveNewsgroupFromPrefs(GroupAt(0));
   EXPECT_EQ(gCurrentGroup, -1);
   EXPECT_THAT(PostedUserMessages(), ElementsAre(kUserRefillGroupList));
 }
@@ -213,9 +207,9 @@ TEST_F(Newsgroups, RemovingForgetsTheThreadsSinceTheGroupsBehindMoveUp) {
   SetGroups({u"a", u"b"});
   gThreadTree = std::make_unique<ThreadTree>();
   gThreadGroup = 1;
-  RemoveNewsgroupFromPrefs(7);
+  RemoveNewsgroupFromPrefs(GroupAt(7));
   EXPECT_NE(gThreadTree, nullptr);
-  RemoveNewsgroupFromPrefs(0);
+  RemoveNewsgroupFromPrefs(GroupAt(0));
   EXPECT_EQ(gThreadTree, nullptr);
   EXPECT_EQ(gThreadGroup, -1);
 }
@@ -227,7 +221,7 @@ TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
   gPrefs->killfiletexts = {"x", "y", "z"};
   gPrefs->killfilekills = {1, 1, 0};
   gPrefs->killfileauthors = {0, 0, 1};
-  RemoveNewsgroupFromPrefs(1);
+  RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_THAT(gPrefs->killfilegroups, ElementsAre(1U, 2U));
   EXPECT_THAT(gPrefs->killfiletexts, ElementsAre("x", "z"));
   EXPECT_EQ(fake.registry.FindDword(kRegistryPath, u"killfilecount"), 2U);
@@ -236,7 +230,7 @@ TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
 TEST_F(Newsgroups, RemovingBeyondTheListDoesNothing) {
   SetGroups({u"a"});
   gCurrentGroup = 0;
-  RemoveNewsgroupFromPrefs(1);
+  RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_THAT(gPrefs->groups, ElementsAre(u"a"));
   EXPECT_EQ(gCurrentGroup, 0);
   EXPECT_THAT(PostedUserMessages(), IsEmpty());
@@ -253,7 +247,7 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
   for (int n = 1; n <= 3; ++n) {
     fake.display.ForgetBoxes();
     testing::FailNthNew(n);
-    RemoveNewsgroupFromPrefs(1);
+    RemoveNewsgroupFromPrefs(GroupAt(1));
     testing::FailNthNew(0);
     EXPECT_THAT(
         BoxTexts(),

@@ -43,9 +43,8 @@ class EntryDialog : public ::testing::Test {
   }
 
   static void SetGroups(const std::vector<std::u16string>& groups) {
-    gPrefs->groups = groups;
-    gPrefs->numgroups = static_cast<std::uint32_t>(groups.size());
-    gPrefs->checked.assign(groups.size(), 1);
+    while (gPrefs->numgroups != 0) RemoveGroup(*gPrefs, GroupAt(0));
+    for (const std::u16string& group : groups) AddGroup(*gPrefs, group);
   }
 
   // The user acts in the dialog as soon as it is shown.

@@ -28,7 +28,7 @@ class Killfile : public ::testing::Test {
     AsciiArticle article;
     article.subject = std::string(subject);
     article.from = std::string(from);
-    return ArticleIsKilled(prefs, group, article);
+    return ArticleIsKilled(prefs, GroupAt(group), article);
   }
   std::vector<std::u16string> BoxTexts() {
     std::vector<std::u16string> texts;
@@ -106,10 +106,10 @@ TEST_F(Killfile, EntriesOfOtherGroupsDoNotCount) {
 
 TEST_F(Killfile, MissingTextNeverMatches) {
   AddKillfileEntry(prefs, 1, "", kKill, kSubject);
-  EXPECT_FALSE(ArticleIsKilled(prefs, 0, AsciiArticle()));
+  EXPECT_FALSE(ArticleIsKilled(prefs, GroupAt(0), AsciiArticle()));
   EXPECT_FALSE(Killed("", "somebody"));
   AddKillfileEntry(prefs, 2, "", kRequire, kSubject);
-  EXPECT_TRUE(ArticleIsKilled(prefs, 1, AsciiArticle()));
+  EXPECT_TRUE(ArticleIsKilled(prefs, GroupAt(1), AsciiArticle()));
 }
 
 TEST_F(Killfile, EmptyEntryMatchesEveryTextThatIsNotEmpty) {
@@ -231,7 +231,7 @@ TEST_F(Killfile, RemovedGroupTakesItsEntriesAndMovesLaterGroupsDown) {
   AddKillfileEntry(prefs, 3, "c2", kRequire, kSubject);
   AddKillfileEntry(prefs, 2, "b", kKill, kSubject);
   AddKillfileEntry(prefs, 4, "d2", kKill, kSubject);
-  RemoveGroupFromKillfile(prefs, 2);
+  RemoveGroupFromKillfile(prefs, GroupAt(2));
   EXPECT_THAT(prefs.killfilegroups, ElementsAre(3U, 1U, 2U, 3U));
   EXPECT_THAT(prefs.killfiletexts, ElementsAre("d", "a", "b", "d2"));
   EXPECT_THAT(prefs.killfilekills, ElementsAre(1U, 0U, 1U, 1U));

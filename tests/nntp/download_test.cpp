@@ -19,7 +19,7 @@ class DownloadTest : public NntpTest {
   DownloadTest() {
     OpenStore();
     Connected();
-    gDownloadList = {0};
+    ChooseGroups({0});
   }
 
   void Run() { end_ = RunWithProgress(u"Preparing to download...", DownloadNews); }
@@ -105,7 +105,7 @@ TEST_F(DownloadTest, OneArticleFromWireToStore) {
 }
 
 TEST_F(DownloadTest, GroupsAreVisitedInListOrder) {
-  gDownloadList = {1, 0};
+  ChooseGroups({1, 0});
   Exchange("GROUP alt.test", "211 0 5 4 alt.test");
   Enters(5, 4);
   Run();
@@ -188,7 +188,7 @@ TEST_F(DownloadTest, ProgressThatCannotBeSavedIsSaidOnce) {
 }
 
 TEST_F(DownloadTest, GroupBeyondTheListsIsSkipped) {
-  gDownloadList = {7, 0};
+  ChooseGroups({7, 0});
   Enters(2, 1);
   Run();
 }
@@ -358,7 +358,7 @@ TEST_F(DownloadTest, HugeLimitIsSigned) {
 // --- replies to GROUP ---
 
 TEST_F(DownloadTest, RefusedGroupIsReportedAndTheNextVisited) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   gPrefs->lastdownloaded[0] = 9;
   Exchange("GROUP comp.lang.misc", "411 no such group");
   Exchange("GROUP alt.test", "211 0 1 0 alt.test");
@@ -370,7 +370,7 @@ TEST_F(DownloadTest, RefusedGroupIsReportedAndTheNextVisited) {
 }
 
 TEST_F(DownloadTest, OtherGroupRepliesDoNothing) {
-  gDownloadList = {0, 1, 0, 1};
+  ChooseGroups({0, 1, 0, 1});
   Exchange("GROUP comp.lang.misc", "500 what?");
   Exchange("GROUP alt.test", "garbage");
   Exchange("GROUP comp.lang.misc", "");
@@ -382,7 +382,7 @@ TEST_F(DownloadTest, OtherGroupRepliesDoNothing) {
 }
 
 TEST_F(DownloadTest, UnsentGroupEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   fake.sockets.FailSend(1, 10054);
   Run();
   EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
@@ -391,7 +391,7 @@ TEST_F(DownloadTest, UnsentGroupEndsTheRun) {
 }
 
 TEST_F(DownloadTest, LostGroupReplyEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Client("GROUP comp.lang.misc\r\n");
   fake.sockets.Closes();
   Run();
@@ -403,7 +403,7 @@ TEST_F(DownloadTest, LostGroupReplyEndsTheRun) {
 // --- replies to STAT and NEXT ---
 
 TEST_F(DownloadTest, NoNextArticleEndsTheGroup) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 9);
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
@@ -555,7 +555,7 @@ TEST_F(DownloadTest, MissingArticlesDoNotCountAgainstTheRest) {
 }
 
 TEST_F(DownloadTest, ScanThatRunsOutEndsTheGroup) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 9);
   Exchange("STAT 1", "423 none");
   Exchange("STAT 1", "423 none");
@@ -566,7 +566,7 @@ TEST_F(DownloadTest, ScanThatRunsOutEndsTheGroup) {
 
 TEST_F(DownloadTest, ScanReplyWithoutADigitEndsTheRun) {
   for (const char* reply : {"garbage", "", " 223 5"}) {
-    gDownloadList = {0, 1};
+    ChooseGroups({0, 1});
     gTransactionLog->text.clear();
     Enters(1, 9);
     Exchange("STAT 1", "423 none");
@@ -579,7 +579,7 @@ TEST_F(DownloadTest, ScanReplyWithoutADigitEndsTheRun) {
 }
 
 TEST_F(DownloadTest, ScanReplyOfAnotherCodeEndsTheGroup) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 9);
   Exchange("STAT 1", "423 none");
   Exchange("STAT 1", "500 what?");  // not judged
@@ -612,7 +612,7 @@ TEST_F(DownloadTest, AbortDuringAScanSendsNoStat) {
 }
 
 TEST_F(DownloadTest, LostScanEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 9);
   Exchange("STAT 1", "423 none");
   Client("STAT 1\r\n");
@@ -665,7 +665,7 @@ TEST_F(DownloadTest, HeadOf10238BytesWithItsTerminatorFits) {
 }
 
 TEST_F(DownloadTest, UnsentHeadEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 2);
   Exchange("STAT 1", "223 1 <a@x>");
   fake.sockets.FailSend(3, 10054);
@@ -675,7 +675,7 @@ TEST_F(DownloadTest, UnsentHeadEndsTheRun) {
 }
 
 TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 2);
   Exchange("STAT 1", "223 1 <a@x>");
   Client("HEAD\r\n");
@@ -688,7 +688,7 @@ TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
 }
 
 TEST_F(DownloadTest, HeadCutShortIsStillStoredWhenHeadsAreAllThatIsWanted) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   gPrefs->downloadfull = 0;
   Enters(1, 2);
   Exchange("STAT 1", "223 1 <a@x>");
@@ -754,7 +754,7 @@ TEST_F(DownloadTest, KilledArticleIsDroppedWithoutItsBody) {
 
 TEST_F(DownloadTest, ArticleStoredAlreadyDoesNotCount) {
   gPrefs->maxarticles = 1;
-  gDownloadList = {1, 0};
+  ChooseGroups({1, 0});
   Exchange("GROUP alt.test", "211 1 1 1 alt.test");
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
@@ -913,7 +913,7 @@ TEST_F(DownloadTest, RefusedBodyDropsTheArticle) {
 }
 
 TEST_F(DownloadTest, LostBodyDropsTheArticleAndEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 2);
   Exchange("STAT 1", "223 1 <a@x>");
   FetchesHead(1, "<a@x>");
@@ -973,7 +973,7 @@ TEST_F(DownloadTest, BodyProgressShowsTheEstimate) {
 // --- the store ---
 
 TEST_F(DownloadTest, FailedStoreEndsTheRun) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Enters(1, 5);
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
@@ -989,7 +989,7 @@ TEST_F(DownloadTest, FailedStoreEndsTheRun) {
 }
 
 TEST_F(DownloadTest, NextIsAskedForWhileTheArticleIsStored) {
-  gDownloadList = {0};
+  ChooseGroups({0});
   Enters(1, 2);
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
@@ -1002,7 +1002,7 @@ TEST_F(DownloadTest, NextIsAskedForWhileTheArticleIsStored) {
 }
 
 TEST_F(DownloadTest, FullStoreStopsTheRunButVisitsTheGroups) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   fake.files.SetFreeSpace({2'000, 100'000});  // 98 % used: just allowed
   Enters(1, 5);
   Exchange("STAT 1", "223 1 <a@x>");
@@ -1083,7 +1083,7 @@ TEST_F(DownloadTest, VolumeThatCannotBeAskedHasRoom) {
 }
 
 TEST_F(DownloadTest, AbortBetweenGroupsVisitsNoMore) {
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Client("GROUP comp.lang.misc\r\n");
   Server("411 no\r\n");
   fake.sockets.Then([] { RequestAbort(); });

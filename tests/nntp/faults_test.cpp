@@ -120,7 +120,7 @@ class FaultsTest : public NntpTest {
 
   void Run() {
     gAbortRequested = 0;
-    gDownloadList = {0, 1};
+    ChooseGroups({0, 1});
     OpenConnection();
     ExpectPromises();
   }
@@ -289,7 +289,7 @@ TEST_F(FaultsTest, CancelAfterAnyProgressTextCostsOneArticleAtMost) {
   for (int n = 0; cancelled; ++n) {
     SCOPED_TRACE(n);
     StartAfresh();
-    gDownloadList = {0, 1};
+    ChooseGroups({0, 1});
     fake.display.CancelProgressAfter(n);
     RunWithProgress(u"Preparing to download...", [] { return OpenConnection(); });
     ExpectPromises();
@@ -356,7 +356,7 @@ TEST_F(FaultsTest, WrongNumbersAtAnyStepKeepTheStoreInOrder) {
         return reply == n ? reply_text : text;
       };
       gAbortRequested = 0;
-      gDownloadList = {0, 1};
+      ChooseGroups({0, 1});
       OpenConnection();
       EXPECT_EQ(sockets_.open, 0);
       for (std::size_t group = 0; group < 2; ++group) {

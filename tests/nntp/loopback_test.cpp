@@ -46,7 +46,7 @@ void LayOneArticle(TranscriptServer& server) {
 }
 
 TEST_F(LoopbackTest, WholeTransactionOverARealSocket) {
-  gDownloadList = {0};
+  ChooseGroups({0});
   gPrefs->useauths = {1};
   gPrefs->authusers = {u"ann"};
   gPrefs->authpasses = {u"secret"};
@@ -71,7 +71,7 @@ TEST_F(LoopbackTest, WholeTransactionOverARealSocket) {
 }
 
 TEST_F(LoopbackTest, ServerThatClosesIsALostConnection) {
-  gDownloadList = {0};
+  ChooseGroups({0});
   TranscriptServer server;
   server.Server("200 ready\r\n");
   LayOneArticle(server);
@@ -133,7 +133,7 @@ TEST_F(LoopbackTest, LargeBodiesAndManyArticlesArriveWhole) {
             "Quillet notification: message exceeds maximum size.\r\n");
   EXPECT_EQ(FetchArticle("<small@x>")->body, "small");
 
-  gDownloadList = {0, 1};
+  ChooseGroups({0, 1});
   Run(server.port());  // nothing new
   EXPECT_EQ(gReadInfo[0]->totalCount, 300U);
 }

@@ -13,6 +13,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/subscriptions.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
 #include "port/fake/fake_platform.h"
@@ -31,18 +32,9 @@ namespace quillet {
 // list; transaction log kept; articles up to 4 k, at most 50 a group.
 inline std::unique_ptr<Prefs> TestPrefs() {
   auto prefs = std::make_unique<Prefs>();
-  prefs->numgroups = 2;
-  prefs->groups = {u"comp.lang.misc", u"alt.test"};
-  prefs->checked = {1, 1};
-  prefs->lastdownloaded = {0, 0};
-  prefs->lastonserver = {0, 0};
-  prefs->numservers = 1;
-  prefs->servers = {u"news.example.org"};
-  prefs->authusers = {u""};
-  prefs->authpasses = {u""};
-  prefs->port = {119};
-  prefs->useauths = {0};
-  prefs->usentlms = {0};
+  AddServer(*prefs, {u"news.example.org"});
+  AddGroup(*prefs, u"comp.lang.misc");
+  AddGroup(*prefs, u"alt.test");
   prefs->maxarticlesize = 4;
   prefs->maxarticles = 50;
   prefs->maxstore = 98;
@@ -61,7 +53,7 @@ class NntpTest : public ::testing::Test {
     gConnection = NntpConnection();
     gTransactionLog = std::make_unique<TextLog>();
     gAbortRequested = 0;
-    gDownloadList = {0, 1};
+    ChooseGroups({0, 1});
     gDatabaseFolder = u"\\Quillet CE News";
     fake.files.CreateFolder(gDatabaseFolder);
     fake.files.SetFreeSpace({1'000'000'000, 1'000'000'000});
@@ -76,6 +68,12 @@ class NntpTest : public ::testing::Test {
     gConnection = NntpConnection();
     gDownloadList.clear();
     gAbortRequested = 0;
+  }
+
+  // Puts the groups at these places on the download list.
+  static void ChooseGroups(const std::vector<std::size_t>& groups) {
+    gDownloadList.clear();
+    for (const std::size_t group : groups) gDownloadList.push_back(GroupAt(group));
   }
 
   void OpenStore() {
