@@ -94,16 +94,50 @@ class FieldWriter {
   std::uint32_t killfile_size_ = 0;
 };
 
+bool RunsAlong(ListLength length) {
+  return length == ListLength::kGroups || length == ListLength::kServers ||
+         length == ListLength::kServersTimesGroups;
+}
+
+// Whether a field is about the servers and groups.
+struct IsSubscription {
+  bool operator()(const NumberField& field) const {
+    return field.member == &Prefs::numgroups || field.member == &Prefs::numservers ||
+           field.member == &Prefs::selectedserver;
+  }
+  bool operator()(const WordsField& field) const { return RunsAlong(field.length); }
+  bool operator()(const TextsField& field) const { return RunsAlong(field.length); }
+  bool operator()(const VersionField& /*field*/) const { return true; }
+  template <class OtherField>
+  bool operator()(const OtherField& /*field*/) const {
+    return false;
+  }
+};
+
+template <class Wanted>
+WriteResult WriteFields(port::RegistryKey& key, const Prefs& prefs, const Wanted& wanted) {
+  FieldWriter writer(key, prefs);
+  for (const std::u16string_view name : PrefsWriteOrder()) {
+    const PrefsField& field = PrefsFieldNamed(name);
+    if (!wanted(field)) continue;
+    const WriteResult result = writer.Write(field);
+    if (result != WriteResult::kDone) return result;
+  }
+  return WriteResult::kDone;
+}
+
 }  // namespace
 
 WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs) {
   if (!KeepSettingsAtRisk(key) || !key.Begin()) return WriteResult::kFailed;
-  FieldWriter writer(key, prefs);
-  for (const std::u16string_view name : PrefsWriteOrder()) {
-    const WriteResult result = writer.Write(PrefsFieldNamed(name));
-    if (result != WriteResult::kDone) return result;
-  }
+  const WriteResult result = WriteFields(key, prefs, [](const PrefsField&) { return true; });
+  if (result != WriteResult::kDone) return result;
   return key.Commit() ? WriteResult::kDone : WriteResult::kFailed;
+}
+
+WriteResult WriteSubscriptions(port::RegistryKey& key, const Prefs& prefs) {
+  return WriteFields(
+      key, prefs, [](const PrefsField& field) { return std::visit(IsSubscription(), field.what); });
 }
 
 }  // namespace quillet

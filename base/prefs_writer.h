@@ -13,4 +13,8 @@ enum class WriteResult { kDone, kFailed, kReported };
 // was written so far. Settings at risk are copied aside first. std::bad_alloc when memory ran out.
 WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs);
 
+// Writes the servers and groups with all that runs along with them, and the version; every other
+// value stays as it is stored. Begins and commits nothing, copies nothing aside. Throws as above.
+WriteResult WriteSubscriptions(port::RegistryKey& key, const Prefs& prefs);
+
 }  // namespace quillet

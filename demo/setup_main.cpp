@@ -9,8 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "base/multi_string.h"
 #include "base/prefs_registry.h"
+#include "base/prefs_writer.h"
+#include "base/registry_values.h"
+#include "base/subscriptions.h"
 #include "demo/option_reader.h"
 #include "port/linux/linux_registry.h"
 #include "port/linux/profile.h"
@@ -20,7 +22,6 @@
 namespace {
 
 using namespace quillet;
-using port::RegistryType;
 
 constexpr std::string_view kUsage =
     "usage: quillet-setup --server NAME --group NAME [--group NAME ...] [--port N]\n"
@@ -54,32 +55,6 @@ bool ReadOptions(demo::OptionReader reader, Options& options) {
          options.port <= 65535;
 }
 
-// Each is written only while every one before it was.
-class Writer {
- public:
-  explicit Writer(port::RegistryKey& key) : key_(key) {}
-
-  void Number(std::u16string_view name, std::uint32_t number) { Numbers(name, {number}, true); }
-  void Numbers(std::u16string_view name, const std::vector<std::uint32_t>& numbers,
-               bool as_dword = false) {
-    std::string data;
-    for (const std::uint32_t number : numbers) AppendU32(data, number);
-    sound_ =
-        sound_ && key_.Set(name, as_dword ? RegistryType::kDword : RegistryType::kBinary, data);
-  }
-  void Texts(std::u16string_view name, const std::vector<std::string>& texts) {
-    std::vector<std::u16string> wide;
-    wide.reserve(texts.size());
-    for (const std::string& text : texts) wide.push_back(FromUtf8(text));
-    sound_ = sound_ && key_.Set(name, RegistryType::kMultiString, CreateMultiString(wide));
-  }
-  bool sound() const { return sound_; }
-
- private:
-  port::RegistryKey& key_;
-  bool sound_ = true;
-};
-
 bool ParseSetting(const std::string& text, std::u16string& name, std::uint32_t& number) {
   const std::size_t equals = text.find('=');
   if (equals == std::string::npos || equals == 0) return false;
@@ -89,32 +64,30 @@ bool ParseSetting(const std::string& text, std::u16string& name, std::uint32_t& 
   return result.ec == std::errc() && result.ptr == end;
 }
 
+// One server with its groups, nothing fetched yet.
+Prefs SubscriptionsOf(const Options& options) {
+  Prefs prefs;
+  NewsServer server;
+  server.name = FromUtf8(options.server);
+  server.port = static_cast<std::uint32_t>(options.port);
+  server.extra_login = !options.user.empty();
+  server.user = FromUtf8(options.user);
+  server.password = FromUtf8(options.password);
+  AddServer(prefs, std::move(server));
+  for (const std::string& group : options.groups) AddGroup(prefs, FromUtf8(group));
+  return prefs;
+}
+
+// All of it or nothing.
 bool WriteSettings(const Options& options, port::RegistryKey& key) {
-  const auto groups = static_cast<std::uint32_t>(options.groups.size());
-  const std::uint32_t login = options.user.empty() ? 0 : 1;
-  Writer writer(key);
   if (!key.Begin()) return false;
-  writer.Number(u"version", kPrefsVersion);
-  writer.Texts(u"servers", {options.server});
-  writer.Texts(u"authusers", {options.user});
-  writer.Texts(u"authpasses", {options.password});
-  writer.Numbers(u"port", {static_cast<std::uint32_t>(options.port)});
-  writer.Numbers(u"useauths", {login});
-  writer.Numbers(u"usentlms", {0});
-  writer.Texts(u"groups", options.groups);
-  writer.Numbers(u"checked", std::vector<std::uint32_t>(groups, 1));
-  writer.Numbers(u"lastdownloaded", std::vector<std::uint32_t>(groups, 0));
-  writer.Numbers(u"lastonserver", std::vector<std::uint32_t>(groups, 0));
-  writer.Number(u"numservers", 1);
-  writer.Number(u"selectedserver", 0);
-  writer.Number(u"numgroups", groups);
+  if (WriteSubscriptions(key, SubscriptionsOf(options)) != WriteResult::kDone) return false;
   for (const std::string& text : options.numbers) {
     std::u16string name;
     std::uint32_t number = 0;
-    if (!ParseSetting(text, name, number)) return false;
-    writer.Number(name, number);
+    if (!ParseSetting(text, name, number) || !WriteDword(key, name, number)) return false;
   }
-  return writer.sound() && key.Commit();
+  return key.Commit();
 }
 
 bool HasEntries(port::RegistryKey& key, std::u16string_view count_name) {
