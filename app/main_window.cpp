@@ -214,13 +214,10 @@ void CreateViews() {
   ForgetThreadControl();
   ForgetArticlePanes();
   CreateGroupList();
-  ForgetGroupList();
-  FillGroupList();
   LayOutWindow();
 }
 
 void RebuildViews() {
-  SaveGroupChecks();
   ClearCurrentArticle();
   ClearThreadView();
   gCurrentGroup = -1;
@@ -248,6 +245,8 @@ void MainWindowProcedure(const port::Message& message) {
       return HandleKeyUp(message.id);
     case port::MessageKind::kTabChanged:
       return HandleTabChanged(static_cast<int>(message.id), static_cast<int>(message.detail));
+    case port::MessageKind::kRowChecked:
+      return HandleRowChecked(message.id, message.detail != 0, message.text);
     case port::MessageKind::kItemActivated:
       return HandleItemActivated(message.id);
     case port::MessageKind::kContextMenu:

@@ -85,11 +85,7 @@ auto ArticleLook(const Prefs& prefs) {
 }
 
 void RefreshGroupView(const Prefs& old) {
-  if (GroupLook(old) == GroupLook(*gPrefs)) return;
-  SaveGroupChecks();
-  CreateGroupList();
-  ForgetGroupList();
-  FillGroupList();
+  if (GroupLook(old) != GroupLook(*gPrefs)) CreateGroupList();
 }
 
 // True when the thread view has to be shown anew.

@@ -150,10 +150,7 @@ void ShutDown() {
   if (!gStoreOpened) return;
   gStoreOpened = false;
   HangUpDialledConnection();
-  if (gPrefs) {
-    SaveGroupChecks();
-    WritePreferences();
-  }
+  if (gPrefs) WritePreferences();
   CloseDatabases();
   UnloadCompressionLibrary();
 }

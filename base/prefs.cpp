@@ -1,14 +1,11 @@
 #include "base/prefs.h"
 
-#include <algorithm>
 #include <new>
 
 #include "base/messages.h"
 #include "base/prefs_fields.h"
 #include "base/records.h"
 #include "base/subscriptions.h"
-#include "port/list_view.h"
-#include "port/platform.h"
 
 namespace quillet {
 
@@ -61,20 +58,6 @@ void SetDefaultPrefs(Prefs& prefs, bool reset_killfile) {
   }
   prefs.autodeleteread = prefs.autodeletebefore = prefs.autodeleteonquit = 0;
   prefs.signature = kResetSignature;
-}
-
-std::vector<bool> CheckedGroupRows() {
-  std::vector<bool> checked;
-  for (const port::CheckState state : gPlatform->group_list.CheckStates()) {
-    checked.push_back(state != port::CheckState::kUnchecked);
-  }
-  return checked;
-}
-
-void SaveGroupChecks() {
-  const std::vector<bool> rows = CheckedGroupRows();
-  const std::size_t count = std::min(rows.size(), gPrefs->checked.size());
-  for (std::size_t row = 0; row < count; ++row) gPrefs->checked[row] = rows[row] ? 1 : 0;
 }
 
 }  // namespace quillet

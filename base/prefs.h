@@ -107,9 +107,4 @@ std::unique_ptr<Prefs> CopyPrefs(const Prefs& prefs);
 // servers, and the killfile too when asked.
 void SetDefaultPrefs(Prefs& prefs, bool reset_killfile);
 
-// The check boxes of the group list; a row without a box counts as checked.
-std::vector<bool> CheckedGroupRows();
-// Copies the boxes of the list into gPrefs->checked, as far as there are rows.
-void SaveGroupChecks();
-
 }  // namespace quillet

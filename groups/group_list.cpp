@@ -1,6 +1,5 @@
 #include "groups/group_list.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -30,8 +29,6 @@ namespace quillet {
 
 namespace {
 
-bool gListFilled = false;  // from then on every refill first reads the boxes back
-
 std::u16string CountsText(std::size_t group) {
   if (group >= gReadInfo.size()) return u"0/0";
   const ReadInfo& info = *gReadInfo[group];
@@ -40,31 +37,26 @@ std::u16string CountsText(std::size_t group) {
                     static_cast<std::int32_t>(info.totalCount));
 }
 
-port::CheckState StateOf(std::uint32_t checked) {
-  return checked != 0 ? port::CheckState::kChecked : port::CheckState::kUnchecked;
+port::CheckState BoxFor(bool checked) {
+  return checked ? port::CheckState::kChecked : port::CheckState::kUnchecked;
 }
 
-std::vector<port::CheckState> StatesOfPrefs() {
-  std::vector<port::CheckState> states;
-  std::ranges::transform(gPrefs->checked, std::back_inserter(states), StateOf);
-  return states;
-}
-
-void SetAllBoxes(port::CheckState state) {
-  gPlatform->group_list.SetCheckStates(
-      std::vector(gPlatform->group_list.CheckStates().size(), state));
+void CheckAll(bool checked) {
+  SetAllChecked(*gPrefs, checked);
+  gPlatform->group_list.SetCheckStates(0, std::vector(gPrefs->numgroups, BoxFor(checked)));
 }
 
 void FillRows(int selected) {
   const WaitCursor cursor;
   gPlatform->windows.SetStatusText(QueuedPostsText());
-  if (gListFilled) SaveGroupChecks();
   std::vector<port::ListRow> rows(gPrefs->numgroups);
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    rows[i] = {gPrefs->groups[i], CountsText(i), StateOf(gPrefs->checked[i])};
+    const bool checked = IsChecked(*gPrefs, GroupAt(i));
+    // A mark that is stored as another number than 1 becomes a 1 by being shown.
+    SetChecked(*gPrefs, GroupAt(i), checked);
+    rows[i] = {gPrefs->groups[i], CountsText(i), BoxFor(checked)};
   }
   gPlatform->group_list.Fill(std::move(rows), selected);
-  gListFilled = true;
 }
 
 // The selected row's group, else the current one; -1 for neither.
@@ -75,24 +67,21 @@ int SelectedOrCurrentGroup() {
 
 // After a command that changed articles of the checked groups.
 void NoteShownGroupTouched() {
-  const std::vector<bool> checked = CheckedGroupRows();
-  const auto shown = static_cast<std::size_t>(gThreadGroup);
-  if (gThreadGroup >= 0 && shown < checked.size() && checked[shown]) gThreadRebuildPending = true;
+  const auto shown = GroupAt(static_cast<std::size_t>(gThreadGroup));
+  if (gThreadGroup >= 0 && IsChecked(*gPrefs, shown)) gThreadRebuildPending = true;
 }
 
 // --- Commands --------------------------------------------------------------------------------
 
 void SelectAll() {
-  SetAllBoxes(port::CheckState::kChecked);
+  CheckAll(true);
 }
 void SelectNone() {
-  SetAllBoxes(port::CheckState::kUnchecked);
+  CheckAll(false);
 }
 
 void CheckUncheckAll() {
-  const std::vector<bool> checked = CheckedGroupRows();
-  const bool any_unchecked = std::ranges::find(checked, false) != checked.end();
-  SetAllBoxes(any_unchecked ? port::CheckState::kChecked : port::CheckState::kUnchecked);
+  CheckAll(CheckedGroups(*gPrefs).size() < gPrefs->numgroups);
 }
 
 void DeleteChecked(bool only_read, std::u16string_view question) {
@@ -131,11 +120,10 @@ void NewGroup() {
 
 void RemoveGroups() {
   if (!ConfirmAction(u"Really delete the checked groups?", true)) return;
-  SaveGroupChecks();
   const WaitCursor cursor;
   const std::uint32_t before = gPrefs->numgroups;
   for (std::size_t i = 0; i < gPrefs->numgroups;) {
-    if (gPrefs->checked[i] == 0) {
+    if (!IsChecked(*gPrefs, GroupAt(i))) {
       ++i;
       continue;
     }
@@ -146,8 +134,6 @@ void RemoveGroups() {
     if (gPrefs->numgroups == groups) break;  // could not be removed, and said so
     // The next group has moved to this position: it is examined next.
   }
-  // The refill reads the boxes back first, so they must stand as `checked` does.
-  gPlatform->group_list.SetCheckStates(StatesOfPrefs());
   FillRows(gPrefs->numgroups == before ? gPlatform->group_list.SelectedRow() : -1);
 }
 
@@ -170,19 +156,15 @@ void MarkUnread() {
 // Moves the download positions of the checked groups, of every server; articles and registry are
 // left alone (the preferences are written at the end of the run).
 void MarkServers(bool read) {
-  const std::vector<bool> checked = CheckedGroupRows();
-  const std::size_t groups = std::min<std::size_t>(checked.size(), gPrefs->numgroups);
-  std::uint32_t count = 0;
-  for (std::size_t group = 0; group < groups; ++group) {
-    if (!checked[group]) continue;
-    ++count;
+  const std::vector<GroupIndex> groups = CheckedGroups(*gPrefs);
+  for (const GroupIndex group : groups) {
     for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
-      const auto progress = Progress(*gPrefs, ServerAt(server), GroupAt(group));
+      const auto progress = Progress(*gPrefs, ServerAt(server), group);
       if (progress) progress->downloaded = read ? progress->on_server : 0;
     }
   }
   ShowBox(gMessageOwner, u"Finished marking server(s) read/unread",
-          FormatWide(u"Processed %d group%ls.", count, count == 1 ? u"" : u"s"), {});
+          FormatWide(u"Processed %d group%ls.", groups.size(), groups.size() == 1 ? u"" : u"s"), {});
 }
 
 void ServerRead() {
@@ -232,11 +214,11 @@ void CreateGroupList() {
       {u"Unread", gPrefs->columnWidths[1], true},
   }};
   gPlatform->group_list.Create(columns, gPrefs->groupfont, static_cast<int>(gPrefs->groupfontsize));
+  FillRows(gCurrentGroup);
 }
 
 void FillGroupList() {
-  // The row the user stands on stays selected; a first fill shows the current group.
-  FillRows(gListFilled ? gPlatform->group_list.SelectedRow() : gCurrentGroup);
+  FillRows(gPlatform->group_list.SelectedRow());
 }
 
 void RefreshGroupCounts() {
@@ -246,8 +228,12 @@ void RefreshGroupCounts() {
   gPlatform->group_list.SetCounts(std::move(counts));
 }
 
-void ForgetGroupList() {
-  gListFilled = false;
+// The list may have been filled since the user's click. Then the row is another group's, and the
+// click is void; or the box does not show the click any more, so it is shown once more.
+void HandleRowChecked(std::uint32_t row, bool checked, std::u16string_view name) {
+  if (row >= gPrefs->numgroups || gPrefs->groups[row] != name) return;
+  SetChecked(*gPrefs, GroupAt(row), checked);
+  gPlatform->group_list.SetCheckStates(static_cast<int>(row), {BoxFor(checked)});
 }
 
 bool OpenSelectedGroup() {

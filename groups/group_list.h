@@ -3,19 +3,22 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "thread/current.h"
 
 namespace quillet {
 
-// Creates the list in the group pane, empty, with the columns and font of the preferences.
+// Creates the list in the group pane, with the columns and font of the preferences, and fills it:
+// the current group's row is selected.
 void CreateGroupList();
-// Fills or refills it; from the second time on the boxes are first read back into `checked`.
+// Fills it anew; the row that is selected stays so.
 void FillGroupList();
 // Counts, status line and queued posts, rows and boxes untouched.
 void RefreshGroupCounts();
-// The list has gone (the main window is re-made): the next fill is a first one.
-void ForgetGroupList();
+
+// The user has changed the box of a row, which showed the group of that name.
+void HandleRowChecked(std::uint32_t row, bool checked, std::u16string_view name);
 
 // Makes the selected row the current group and shows it in the thread view; false, and nothing is
 // done, when no row is selected.

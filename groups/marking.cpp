@@ -1,13 +1,12 @@
 #include "groups/marking.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "base/long_operation.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "thread/current.h"
@@ -60,10 +59,9 @@ RunEnd MarkGroup(std::size_t group, bool read) {
 
 RunEnd MarkChecked(bool read) {
   RunEnd end = RequestedEnd();
-  const std::vector<bool> checked = CheckedGroupRows();
-  const std::size_t groups = std::min(checked.size(), gReadInfo.size());
-  for (std::size_t i = 0; i < groups && end == RunEnd::kGoOn; ++i) {
-    if (checked[i]) end = MarkGroup(i, read);
+  for (const GroupIndex group : CheckedGroups(*gPrefs)) {
+    if (end != RunEnd::kGoOn) break;
+    if (IndexOf(group) < gReadInfo.size()) end = MarkGroup(IndexOf(group), read);
   }
   return end;
 }

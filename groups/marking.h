@@ -5,7 +5,7 @@
 
 namespace quillet {
 
-// Marks every article of the groups checked in the group list, under the runner. Group counts and
+// Marks every article of the checked groups, under the runner. Group counts and
 // the counts of the shown tree follow; labels are left to the next showing of the thread view.
 // Tells what ended it before its time: an abort, or a store that refused.
 RunEnd MarkCheckedGroups(bool read);

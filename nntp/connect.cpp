@@ -7,6 +7,7 @@
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
 #include "port/platform.h"
@@ -25,16 +26,9 @@ void (*gOpenPreferences)(int page) = nullptr;
 
 namespace {
 
-void BuildDownloadList() {
-  gDownloadList.clear();
-  const std::vector<bool> checked = CheckedGroupRows();
-  for (std::size_t row = 0; row < checked.size() && row < gPrefs->groups.size(); ++row) {
-    if (checked[row]) gDownloadList.push_back(row);
-  }
-}
-
-bool GroupIsFull(std::size_t group) {
-  return group < gReadInfo.size() && gReadInfo[group]->totalCount >= gPrefs->maxarticles;
+bool GroupIsFull(GroupIndex group) {
+  return IndexOf(group) < gReadInfo.size() &&
+         gReadInfo[IndexOf(group)]->totalCount >= gPrefs->maxarticles;
 }
 
 bool JudgeEmptyDownloadList(bool interactive) {
@@ -79,7 +73,7 @@ bool DialSelectedMethod() {
 }  // namespace
 
 void ConnectCommand(bool interactive) {
-  BuildDownloadList();
+  gDownloadList = CheckedGroups(*gPrefs);
   if (gPrefs->autodeletebefore != 0) DeleteArticles(gPrefs->autodeleteread != 0, kCheckedGroups);
   if (!CheckDownloadPreconditions(interactive) || !StoreHasRoom()) return;
   StartConnection();

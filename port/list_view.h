@@ -1,4 +1,6 @@
-// The group list: a report list with check boxes and two columns in the group view's pane.
+// The group list: a report list with check boxes and two columns in the group view's pane. It shows
+// the boxes and is never asked for them: a box that the user changes is told by kRowChecked, before
+// whatever the user does after that.
 // Program thread only. Before Create and after the main window has gone every read is empty and
 // every write does nothing.
 #pragma once
@@ -39,8 +41,8 @@ class ListView {
   virtual void Fill(std::vector<ListRow> rows, int selected) = 0;
   // Replaces the second column's texts of the first counts.size() rows.
   virtual void SetCounts(std::vector<std::u16string> counts) = 0;
-  virtual std::vector<CheckState> CheckStates() = 0;
-  virtual void SetCheckStates(std::vector<CheckState> states) = 0;
+  // Replaces the boxes of the rows from `first` on, as far as there are rows. Tells nothing.
+  virtual void SetCheckStates(int first, std::vector<CheckState> states) = 0;
   virtual int SelectedRow() = 0;  // -1: none
   // Current widths in pixels; {0, 0} before Create.
   virtual std::array<std::int32_t, 2> ColumnWidths() = 0;

@@ -17,6 +17,8 @@ enum class MessageKind {
   kKeyUp,          // the same, for a released key
   kTabChanging,    // the user asks for another tab; detail: the tab shown until now
   kTabChanged,     // id: the tab now selected, detail: the tab shown before
+  kRowChecked,     // the user changed a list row's box; id: the row, detail: 1 checked, 0 not; text:
+                   // the row's name
   kItemActivated,  // double click or Enter on a list row or tree item; id: the row or item
   kContextMenu,    // the user asks for the menu of a tree item; id: the item, 0 for none
   kHeaderTapped,   // the article's header bar was tapped or clicked

@@ -8,6 +8,7 @@
 #include <QStyledItemDelegate>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "qt/one_line.h"
 #include "qt/row_steps.h"
@@ -58,6 +59,9 @@ class FittingCounts final : public QStyledItemDelegate {
 
 }  // namespace
 
+GroupModel::GroupModel(Checked checked, QObject* parent)
+    : QAbstractTableModel(parent), checked_(std::move(checked)) {}
+
 void GroupModel::SetColumns(std::span<const port::ListColumn, 2> columns) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
     titles_[i] = ToQt(columns[i].title);
@@ -79,11 +83,15 @@ void GroupModel::SetCounts(std::vector<std::u16string> counts) {
   emit dataChanged(index(0, 1), index(static_cast<int>(rows) - 1, 1));
 }
 
-void GroupModel::SetChecks(const std::vector<CheckState>& checks) {
-  const std::size_t rows = std::min(checks.size(), rows_.size());
-  if (rows == 0) return;
-  for (std::size_t i = 0; i < rows; ++i) rows_[i].check = checks[i];
-  emit dataChanged(index(0, 0), index(static_cast<int>(rows) - 1, 0));
+void GroupModel::SetChecks(int first, const std::vector<CheckState>& checks) {
+  const int last = std::min(first + static_cast<int>(checks.size()), rowCount()) - 1;
+  if (first < 0 || last < first) return;
+  bool changed = false;
+  for (int row = first; row <= last; ++row) {
+    const CheckState check = checks[static_cast<std::size_t>(row - first)];
+    changed |= std::exchange(rows_[static_cast<std::size_t>(row)].check, check) != check;
+  }
+  if (changed) emit dataChanged(index(first, 0), index(last, 0));
 }
 
 std::vector<CheckState> GroupModel::Checks() const {
@@ -95,10 +103,17 @@ std::vector<CheckState> GroupModel::Checks() const {
 
 void GroupModel::Toggle(int row) {
   if (row < 0 || row >= rowCount()) return;
-  CheckState& check = rows_[static_cast<std::size_t>(row)].check;
-  if (check == CheckState::kNone) return;
-  check = check == CheckState::kChecked ? CheckState::kUnchecked : CheckState::kChecked;
+  CheckByUser(row, rows_[static_cast<std::size_t>(row)].check != CheckState::kChecked);
+}
+
+// False when the row has no box.
+bool GroupModel::CheckByUser(int row, bool checked) {
+  port::ListRow& changed = rows_[static_cast<std::size_t>(row)];
+  if (changed.check == CheckState::kNone) return false;
+  changed.check = checked ? CheckState::kChecked : CheckState::kUnchecked;
   emit dataChanged(index(row, 0), index(row, 0), {Qt::CheckStateRole});
+  checked_(row, changed.name, checked);
+  return true;
 }
 
 int GroupModel::rowCount(const QModelIndex& parent) const {
@@ -138,11 +153,7 @@ QVariant GroupModel::data(const QModelIndex& index, int role) const {
 
 bool GroupModel::setData(const QModelIndex& index, const QVariant& value, int role) {
   if (!index.isValid() || role != Qt::CheckStateRole) return false;
-  CheckState& check = rows_[static_cast<std::size_t>(index.row())].check;
-  if (check == CheckState::kNone) return false;
-  check = value.toInt() == Qt::Checked ? CheckState::kChecked : CheckState::kUnchecked;
-  emit dataChanged(index, index, {Qt::CheckStateRole});
-  return true;
+  return CheckByUser(index.row(), value.toInt() == Qt::Checked);
 }
 
 QVariant GroupModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -163,8 +174,10 @@ Qt::ItemFlags GroupModel::flags(const QModelIndex& index) const {
   return flags;
 }
 
-GroupTable::GroupTable(std::function<void(int row)> activated, QWidget* parent)
-    : QTreeView(parent), model_(new GroupModel(this)), activated_(std::move(activated)) {
+GroupTable::GroupTable(Told told, QWidget* parent)
+    : QTreeView(parent),
+      told_(std::move(told)),
+      model_(new GroupModel(told_.checked, this)) {
   setModel(model_);
   auto* header = new FittingHeader(this);
   header->setAccessibleName(QStringLiteral("Column headings"));
@@ -250,7 +263,7 @@ void GroupTable::keyPressEvent(QKeyEvent* event) {
     return;
   }
   if (plain && row >= 0 && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
-    activated_(row);
+    told_.activated(row);
     return;
   }
   if (FirstStepSelects(*this, *event)) return;
@@ -262,7 +275,7 @@ void GroupTable::mouseDoubleClickEvent(QMouseEvent* event) {
   const QModelIndex index = indexAt(event->position().toPoint());
   if (!index.isValid() || event->button() != Qt::LeftButton) return;
   // Two quick clicks on a box only change it twice.
-  if (!BoxRect(index.row()).contains(event->position().toPoint())) activated_(index.row());
+  if (!BoxRect(index.row()).contains(event->position().toPoint())) told_.activated(index.row());
 }
 
 void GroupTable::resizeEvent(QResizeEvent* event) {

@@ -14,14 +14,17 @@ namespace quillet::qt {
 
 class GroupModel final : public QAbstractTableModel {
  public:
-  using QAbstractTableModel::QAbstractTableModel;
+  using Checked = std::function<void(int row, const std::u16string& name, bool checked)>;
+
+  // `checked` is called with every box that the user changes.
+  GroupModel(Checked checked, QObject* parent);
 
   void SetColumns(std::span<const port::ListColumn, 2> columns);
   void SetRows(std::vector<port::ListRow> rows);
   void SetCounts(std::vector<std::u16string> counts);
-  void SetChecks(const std::vector<port::CheckState>& checks);
+  void SetChecks(int first, const std::vector<port::CheckState>& checks);
   std::vector<port::CheckState> Checks() const;
-  // Ticks an unticked box and the other way round; a row without a box stays as it is.
+  // The user's: ticks an unticked box and the other way round; a row without a box stays as it is.
   void Toggle(int row);
 
   int rowCount(const QModelIndex& parent = {}) const override;
@@ -33,7 +36,9 @@ class GroupModel final : public QAbstractTableModel {
 
  private:
   QString Text(const port::ListRow& row, int column) const;
+  bool CheckByUser(int row, bool checked);
 
+  Checked checked_;
   std::vector<port::ListRow> rows_;
   std::array<QString, 2> titles_;
   std::array<bool, 2> centred_{};
@@ -43,8 +48,12 @@ class GroupModel final : public QAbstractTableModel {
 // saved on one screen fit another.
 class GroupTable final : public QTreeView {
  public:
-  // `activated` is called with the row of a double click or Enter.
-  GroupTable(std::function<void(int row)> activated, QWidget* parent);
+  // What the user does, on the display thread.
+  struct Told {
+    std::function<void(int row)> activated;  // by a double click or Enter
+    GroupModel::Checked checked;
+  };
+  GroupTable(Told told, QWidget* parent);
 
   GroupModel& Rows() { return *model_; }
   void SetColumns(std::span<const port::ListColumn, 2> columns);
@@ -63,8 +72,8 @@ class GroupTable final : public QTreeView {
   void ApplyWidths();
   double FirstColumnShare(int client) const;
 
+  Told told_;
   GroupModel* model_;
-  std::function<void(int row)> activated_;
   std::array<int, 2> given_widths_{};  // 0: the default
   double chosen_share_ = 0;            // the first column's, once the user moved the divider
   bool applying_ = false;

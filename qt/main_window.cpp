@@ -203,13 +203,21 @@ void MainWindow::SetStatusText(const QString& text) {
   status_->setAccessibleName(text.isEmpty() ? QStringLiteral("Status") : text);
 }
 
+GroupTable::Told MainWindow::ListTold() {
+  return {[this](int row) {
+            Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row));
+          },
+          [this](int row, const std::u16string& name, bool checked) {
+            post_({handle_, port::MessageKind::kRowChecked, static_cast<std::uint32_t>(row),
+                   checked ? 1U : 0U, name});
+          }};
+}
+
 void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
                                  std::u16string_view face, int font_size_index) {
   if (!group_pane_) return;
   delete list_;
-  list_ = new GroupTable(
-      [this](int row) { Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row)); },
-      group_pane_);
+  list_ = new GroupTable(ListTold(), group_pane_);
   list_->setStyle(style());
   list_->setFont(FontFor(face, font_size_index, QApplication::font()));
   list_->header()->setFont(QApplication::font());

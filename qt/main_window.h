@@ -66,6 +66,7 @@ class MainWindow final : public QMainWindow {
   ArticlePane* NewArticlePane();
   void PlaceToolbar();
   QWidget* NewThreadPane();
+  GroupTable::Told ListTold();
 
   const port::WindowHandle handle_;
   const PostMessage post_;

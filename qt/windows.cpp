@@ -119,14 +119,8 @@ void QtListView::SetCounts(std::vector<std::u16string> counts) {
   WithList([&](GroupTable& list) { list.Rows().SetCounts(std::move(counts)); });
 }
 
-std::vector<port::CheckState> QtListView::CheckStates() {
-  std::vector<port::CheckState> states;
-  WithList([&](GroupTable& list) { states = list.Rows().Checks(); });
-  return states;
-}
-
-void QtListView::SetCheckStates(std::vector<port::CheckState> states) {
-  WithList([&](GroupTable& list) { list.Rows().SetChecks(states); });
+void QtListView::SetCheckStates(int first, std::vector<port::CheckState> states) {
+  WithList([&](GroupTable& list) { list.Rows().SetChecks(first, states); });
 }
 
 int QtListView::SelectedRow() {

@@ -39,8 +39,7 @@ class QtListView final : public port::ListView {
               int font_size_index) override;
   void Fill(std::vector<port::ListRow> rows, int selected) override;
   void SetCounts(std::vector<std::u16string> counts) override;
-  std::vector<port::CheckState> CheckStates() override;
-  void SetCheckStates(std::vector<port::CheckState> states) override;
+  void SetCheckStates(int first, std::vector<port::CheckState> states) override;
   int SelectedRow() override;
   std::array<std::int32_t, 2> ColumnWidths() override;
 

@@ -1,12 +1,12 @@
 // Deleting the read or all articles of groups.
 #include "store/deletion.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "base/views.h"
 #include "store/chains.h"
 #include "store/counts.h"
@@ -25,7 +25,7 @@ namespace {
 struct Deletion {
   bool only_read = false;
   bool checked_groups = false;
-  std::vector<std::size_t> groups;
+  std::vector<GroupIndex> groups;
 };
 
 std::uint32_t CountToDelete(const Deletion& deletion, const ReadInfo& info) {
@@ -79,7 +79,7 @@ RunEnd DeleteInGroup(const Deletion& deletion, std::size_t group) {
 RunEnd RunDeletion(const Deletion& deletion) {
   RunEnd end = RunEnd::kGoOn;
   for (std::size_t i = 0; i < deletion.groups.size() && !Ended(end); ++i) {
-    const std::size_t group = deletion.groups[i];
+    const std::size_t group = IndexOf(deletion.groups[i]);
     if (CountToDelete(deletion, *gReadInfo[group]) == 0) continue;
     if (deletion.checked_groups) {
       SetProgressDetail(FormatWide(u"Deleting in %ls (%d/%d)", gReadInfo[group]->groupName, i + 1,
@@ -89,15 +89,6 @@ RunEnd RunDeletion(const Deletion& deletion) {
   }
   Ended(end);  // an abort at the very last article counts too, though nothing is left to do
   return end;
-}
-
-std::vector<std::size_t> CheckedGroups() {
-  const std::vector<bool> rows = CheckedGroupRows();
-  std::vector<std::size_t> groups;
-  for (std::size_t i = 0; i < std::min<std::size_t>(rows.size(), gPrefs->numgroups); ++i) {
-    if (rows[i]) groups.push_back(i);
-  }
-  return groups;
 }
 
 // Emptying every group is deleting the files; queued posts are never thrown away here.
@@ -114,7 +105,7 @@ std::u16string Title(const Deletion& deletion) {
     return FormatWide(u"Deleting %ls articles in selected groups...", which);
   }
   return FormatWide(u"Deleting %ls articles in %ls...", which,
-                    gReadInfo[deletion.groups.front()]->groupName);
+                    gReadInfo[IndexOf(deletion.groups.front())]->groupName);
 }
 
 bool CountsReady() {
@@ -141,10 +132,10 @@ RunEnd DeleteArticles(bool only_read, int group_index) {
   if (!gPrefs || gPrefs->numgroups == 0) return RunEnd::kGoOn;
   Deletion deletion{only_read, group_index == kCheckedGroups, {}};
   if (deletion.checked_groups) {
-    deletion.groups = CheckedGroups();
+    deletion.groups = CheckedGroups(*gPrefs);
     if (!only_read && deletion.groups.size() == gPrefs->numgroups) return DeleteEverything();
   } else if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
-    deletion.groups = {static_cast<std::size_t>(group_index)};
+    deletion.groups = {GroupAt(static_cast<std::size_t>(group_index))};
   } else {
     return RunEnd::kGoOn;
   }

@@ -53,20 +53,16 @@ void FakeList::SetCounts(std::vector<std::u16string> counts) {
   screen_.observer().OnListChanged();
 }
 
-std::vector<CheckState> FakeList::CheckStates() {
-  screen_.CheckThread("ListView::CheckStates");
-  const auto lock = screen_.Locked();
-  std::vector<CheckState> states;
-  for (const ListRow& row : list_.rows) states.push_back(row.check);
-  return states;
-}
-
-void FakeList::SetCheckStates(std::vector<CheckState> states) {
+void FakeList::SetCheckStates(int first, std::vector<CheckState> states) {
   screen_.CheckThread("ListView::SetCheckStates");
   {
     const auto lock = screen_.Locked();
-    const std::size_t count = std::min(states.size(), list_.rows.size());
-    for (std::size_t i = 0; i < count; ++i) list_.rows[i].check = states[i];
+    bool changed = false;
+    for (std::size_t i = 0, row = static_cast<std::size_t>(first);
+         i < states.size() && row < list_.rows.size(); ++i, ++row) {
+      changed |= std::exchange(list_.rows[row].check, states[i]) != states[i];
+    }
+    if (!changed) return;
     screen_.Changed();
   }
   screen_.observer().OnListChanged();
@@ -115,12 +111,20 @@ bool FakeList::RowTakesInput(int row) const {
   return ListTakesInput() && row >= 0 && static_cast<std::size_t>(row) < list_.rows.size();
 }
 
+// False when the row has no box.
+bool FakeList::ToggleBox(int row) {
+  ListRow& toggled = list_.rows[static_cast<std::size_t>(row)];
+  if (toggled.check == CheckState::kNone) return false;
+  const bool checked = toggled.check != CheckState::kChecked;
+  toggled.check = checked ? CheckState::kChecked : CheckState::kUnchecked;
+  screen_.queues.Post({screen_.window.handle, MessageKind::kRowChecked,
+                       static_cast<std::uint32_t>(row), checked ? 1U : 0U, toggled.name});
+  return true;
+}
+
 bool FakeList::ToggleRow(int row) {
   const auto lock = screen_.Locked();
-  if (!RowTakesInput(row)) return false;
-  CheckState& check = list_.rows[static_cast<std::size_t>(row)].check;
-  if (check == CheckState::kNone) return false;
-  check = check == CheckState::kChecked ? CheckState::kUnchecked : CheckState::kChecked;
+  if (!RowTakesInput(row) || !ToggleBox(row)) return false;
   screen_.Changed();
   return true;
 }
@@ -157,11 +161,7 @@ void FakeList::PressListKey(std::uint32_t virtual_key) {
   const int row = list_.selected;
   if (virtual_key == kKeyDown) list_.selected = std::min(row + 1, last);
   if (virtual_key == kKeyUp) list_.selected = std::max(row - 1, 0);
-  if (row >= 0 && virtual_key == kKeySpace) {
-    CheckState& check = list_.rows[static_cast<std::size_t>(row)].check;
-    if (check == CheckState::kNone) return;
-    check = check == CheckState::kChecked ? CheckState::kUnchecked : CheckState::kChecked;
-  }
+  if (row >= 0 && virtual_key == kKeySpace) ToggleBox(row);
   if (row >= 0 && virtual_key == kKeyReturn) {
     screen_.queues.Post({screen_.window.handle,
                          MessageKind::kItemActivated,

@@ -38,8 +38,7 @@ class FakeList : public ListView {
               int font_size_index) override;
   void Fill(std::vector<ListRow> rows, int selected) override;
   void SetCounts(std::vector<std::u16string> counts) override;
-  std::vector<CheckState> CheckStates() override;
-  void SetCheckStates(std::vector<CheckState> states) override;
+  void SetCheckStates(int first, std::vector<CheckState> states) override;
   int SelectedRow() override;
   std::array<std::int32_t, 2> ColumnWidths() override;
 
@@ -50,6 +49,7 @@ class FakeList : public ListView {
  private:
   bool ListTakesInput() const;
   bool RowTakesInput(int row) const;
+  bool ToggleBox(int row);
 
   FakeScreen& screen_;
   ShownList list_;
