@@ -247,6 +247,8 @@ void MainWindowProcedure(const port::Message& message) {
       return HandleTabChanged(static_cast<int>(message.id), static_cast<int>(message.detail));
     case port::MessageKind::kRowChecked:
       return HandleRowChecked(message.id, message.detail != 0, message.text);
+    case port::MessageKind::kColumnSized:
+      return HandleColumnSized(message.id, message.detail);
     case port::MessageKind::kItemActivated:
       return HandleItemActivated(message.id);
     case port::MessageKind::kContextMenu:

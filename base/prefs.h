@@ -22,7 +22,7 @@ struct Prefs {  // NOLINT(clang-analyzer-optin.performance.Padding): in the orde
   std::vector<std::uint32_t> checked;
   std::vector<std::uint32_t> lastdownloaded;
   std::vector<std::uint32_t> lastonserver;
-  std::array<std::int32_t, 2> columnWidths{};
+  std::array<std::int32_t, 2> columnWidths{};  // pixels; 0: the display's own choice
   std::uint32_t numservers = 0;
   std::vector<std::u16string> servers;
   std::vector<std::u16string> authusers;

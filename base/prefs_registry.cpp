@@ -12,7 +12,6 @@
 #include "base/prefs_writer.h"
 #include "base/registry_values.h"
 #include "port/files.h"
-#include "port/list_view.h"
 #include "port/platform.h"
 #include "util/format.h"
 
@@ -40,19 +39,12 @@ class NoKey final : public port::RegistryKey {
   bool Commit() override { return false; }
 };
 
-void TakeColumnWidths(Prefs& prefs) {
-  const std::array<std::int32_t, 2> widths = gPlatform->group_list.ColumnWidths();
-  const bool list_exists = widths != std::array<std::int32_t, 2>{0, 0};
-  if (list_exists) prefs.columnWidths = widths;
-}
-
 bool WriteLiveRecord() {
   std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Create(kRegistryPath);
   if (!key) {
     ReportCriticalError(u"unable to create registry key", u"WritePreferences");
     return false;
   }
-  TakeColumnWidths(*gPrefs);
   const WriteResult result = WriteRecord(*key, *gPrefs);
   // Undone before a box is shown: the box may stand for hours.
   key.reset();

@@ -17,9 +17,9 @@ inline constexpr std::uint32_t kPrefsVersion = 2;
 // memory ran out.
 void ReadPreferences();
 
-// Writes gPrefs whole, in one step, with the group list's current column widths. Values are never
-// deleted. False after a critical report ("unable to create registry key" in "WritePreferences")
-// or after a box naming that the settings could not be saved.
+// Writes gPrefs whole, in one step. Values are never deleted. False after a critical report
+// ("unable to create registry key" in "WritePreferences") or after a box naming that the settings
+// could not be saved.
 bool WritePreferences();
 
 // Sets databasefolder from databasestore, creates the folder, falls back to main memory when that

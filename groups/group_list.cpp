@@ -164,7 +164,8 @@ void MarkServers(bool read) {
     }
   }
   ShowBox(gMessageOwner, u"Finished marking server(s) read/unread",
-          FormatWide(u"Processed %d group%ls.", groups.size(), groups.size() == 1 ? u"" : u"s"), {});
+          FormatWide(u"Processed %d group%ls.", groups.size(), groups.size() == 1 ? u"" : u"s"),
+          {});
 }
 
 void ServerRead() {
@@ -234,6 +235,11 @@ void HandleRowChecked(std::uint32_t row, bool checked, std::u16string_view name)
   if (row >= gPrefs->numgroups || gPrefs->groups[row] != name) return;
   SetChecked(*gPrefs, GroupAt(row), checked);
   gPlatform->group_list.SetCheckStates(static_cast<int>(row), {BoxFor(checked)});
+}
+
+void HandleColumnSized(std::uint32_t column, std::uint32_t width) {
+  if (column >= gPrefs->columnWidths.size()) return;
+  gPrefs->columnWidths[column] = static_cast<std::int32_t>(width);
 }
 
 bool OpenSelectedGroup() {

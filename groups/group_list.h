@@ -19,6 +19,8 @@ void RefreshGroupCounts();
 
 // The user has changed the box of a row, which showed the group of that name.
 void HandleRowChecked(std::uint32_t row, bool checked, std::u16string_view name);
+// A column has got another width, in pixels.
+void HandleColumnSized(std::uint32_t column, std::uint32_t width);
 
 // Makes the selected row the current group and shows it in the thread view; false, and nothing is
 // done, when no row is selected.

@@ -1,12 +1,12 @@
 // The group list: a report list with check boxes and two columns in the group view's pane. It shows
 // the boxes and is never asked for them: a box that the user changes is told by kRowChecked, before
-// whatever the user does after that.
+// whatever the user does after that. Widths are told in the same way, by kColumnSized: each
+// column's when the list has been created, and whenever the column gets another one, whether the
+// user moves the divider or the display fits the columns to the window.
 // Program thread only. Before Create and after the main window has gone every read is empty and
 // every write does nothing.
 #pragma once
 
-#include <array>
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -44,8 +44,6 @@ class ListView {
   // Replaces the boxes of the rows from `first` on, as far as there are rows. Tells nothing.
   virtual void SetCheckStates(int first, std::vector<CheckState> states) = 0;
   virtual int SelectedRow() = 0;  // -1: none
-  // Current widths in pixels; {0, 0} before Create.
-  virtual std::array<std::int32_t, 2> ColumnWidths() = 0;
 };
 
 }  // namespace quillet::port

@@ -12,13 +12,14 @@ using WindowHandle = std::uint32_t;
 
 enum class MessageKind {
   kNone,
-  kCommand,        // id: the command or control id (menu item, button, push button)
-  kKeyDown,        // id: virtual key, detail: modifiers (kModifier...)
-  kKeyUp,          // the same, for a released key
-  kTabChanging,    // the user asks for another tab; detail: the tab shown until now
-  kTabChanged,     // id: the tab now selected, detail: the tab shown before
-  kRowChecked,     // the user changed a list row's box; id: the row, detail: 1 checked, 0 not; text:
-                   // the row's name
+  kCommand,      // id: the command or control id (menu item, button, push button)
+  kKeyDown,      // id: virtual key, detail: modifiers (kModifier...)
+  kKeyUp,        // the same, for a released key
+  kTabChanging,  // the user asks for another tab; detail: the tab shown until now
+  kTabChanged,   // id: the tab now selected, detail: the tab shown before
+  kRowChecked,   // the user changed a list row's box; id: the row, detail: 1 checked, 0 not; text:
+                 // the row's name
+  kColumnSized,  // a list column has another width; id: the column, detail: pixels
   kItemActivated,  // double click or Enter on a list row or tree item; id: the row or item
   kContextMenu,    // the user asks for the menu of a tree item; id: the item, 0 for none
   kHeaderTapped,   // the article's header bar was tapped or clicked

@@ -175,9 +175,7 @@ Qt::ItemFlags GroupModel::flags(const QModelIndex& index) const {
 }
 
 GroupTable::GroupTable(Told told, QWidget* parent)
-    : QTreeView(parent),
-      told_(std::move(told)),
-      model_(new GroupModel(told_.checked, this)) {
+    : QTreeView(parent), told_(std::move(told)), model_(new GroupModel(told_.checked, this)) {
   setModel(model_);
   auto* header = new FittingHeader(this);
   header->setAccessibleName(QStringLiteral("Column headings"));
@@ -197,6 +195,7 @@ GroupTable::GroupTable(Told told, QWidget* parent)
   setEditTriggers(QAbstractItemView::NoEditTriggers);
   connect(header, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
     if (section == 0 && !applying_) chosen_share_ = double(width) / viewport()->width();
+    TellWidths();
   });
 }
 
@@ -204,7 +203,18 @@ void GroupTable::SetColumns(std::span<const port::ListColumn, 2> columns) {
   model_->SetColumns(columns);
   given_widths_ = {std::max(columns[0].width, 0), std::max(columns[1].width, 0)};
   chosen_share_ = 0;
+  told_widths_ = {};
   ApplyWidths();
+  TellWidths();
+}
+
+void GroupTable::TellWidths() {
+  for (int column = 0; column < 2; ++column) {
+    int& told = told_widths_[static_cast<std::size_t>(column)];
+    if (columnWidth(column) == told) continue;
+    told = columnWidth(column);
+    told_.sized(column, told);
+  }
 }
 
 double GroupTable::FirstColumnShare(int client) const {
@@ -239,10 +249,6 @@ void GroupTable::Fill(std::vector<port::ListRow> rows, int selected) {
 int GroupTable::SelectedRow() const {
   const QModelIndexList rows = selectionModel()->selectedRows();
   return rows.isEmpty() ? -1 : rows.front().row();
-}
-
-std::array<int, 2> GroupTable::Widths() const {
-  return {columnWidth(0), columnWidth(1)};
 }
 
 QRect GroupTable::BoxRect(int row) const {

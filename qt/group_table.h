@@ -52,6 +52,7 @@ class GroupTable final : public QTreeView {
   struct Told {
     std::function<void(int row)> activated;  // by a double click or Enter
     GroupModel::Checked checked;
+    std::function<void(int column, int width)> sized;  // by the user, or by the window's size
   };
   GroupTable(Told told, QWidget* parent);
 
@@ -59,7 +60,6 @@ class GroupTable final : public QTreeView {
   void SetColumns(std::span<const port::ListColumn, 2> columns);
   void Fill(std::vector<port::ListRow> rows, int selected);
   int SelectedRow() const;
-  std::array<int, 2> Widths() const;
   // Where a click changes the row's box, in viewport coordinates; empty without a box.
   QRect BoxRect(int row) const;
 
@@ -70,12 +70,14 @@ class GroupTable final : public QTreeView {
 
  private:
   void ApplyWidths();
+  void TellWidths();
   double FirstColumnShare(int client) const;
 
   Told told_;
   GroupModel* model_;
   std::array<int, 2> given_widths_{};  // 0: the default
-  double chosen_share_ = 0;            // the first column's, once the user moved the divider
+  std::array<int, 2> told_widths_{};
+  double chosen_share_ = 0;  // the first column's, once the user moved the divider
   bool applying_ = false;
 };
 

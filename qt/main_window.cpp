@@ -204,13 +204,16 @@ void MainWindow::SetStatusText(const QString& text) {
 }
 
 GroupTable::Told MainWindow::ListTold() {
-  return {[this](int row) {
-            Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row));
-          },
-          [this](int row, const std::u16string& name, bool checked) {
-            post_({handle_, port::MessageKind::kRowChecked, static_cast<std::uint32_t>(row),
-                   checked ? 1U : 0U, name});
-          }};
+  return {
+      [this](int row) { Post(port::MessageKind::kItemActivated, static_cast<std::uint32_t>(row)); },
+      [this](int row, const std::u16string& name, bool checked) {
+        post_({handle_, port::MessageKind::kRowChecked, static_cast<std::uint32_t>(row),
+               checked ? 1U : 0U, name});
+      },
+      [this](int column, int width) {
+        Post(port::MessageKind::kColumnSized, static_cast<std::uint32_t>(column),
+             static_cast<std::uint32_t>(width));
+      }};
 }
 
 void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,

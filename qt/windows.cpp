@@ -129,10 +129,4 @@ int QtListView::SelectedRow() {
   return row;
 }
 
-std::array<std::int32_t, 2> QtListView::ColumnWidths() {
-  std::array<std::int32_t, 2> widths{};
-  WithList([&](const GroupTable& list) { widths = list.Widths(); });
-  return widths;
-}
-
 }  // namespace quillet::qt

@@ -41,7 +41,6 @@ class QtListView final : public port::ListView {
   void SetCounts(std::vector<std::u16string> counts) override;
   void SetCheckStates(int first, std::vector<port::CheckState> states) override;
   int SelectedRow() override;
-  std::array<std::int32_t, 2> ColumnWidths() override;
 
  private:
   template <class Action>

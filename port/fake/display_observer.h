@@ -55,7 +55,8 @@ struct ShownDialog {
 
 struct ShownList {
   bool created = false;
-  std::array<ListColumn, 2> columns;
+  std::array<ListColumn, 2> columns;     // as given, or as the user left them
+  std::array<std::int32_t, 2> widths{};  // pixels, also where the default holds
   std::u16string font_face;
   int font_size_index = 0;
   std::vector<ListRow> rows;

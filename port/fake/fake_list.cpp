@@ -3,12 +3,14 @@
 #include "port/fake/fake_list.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace quillet::port {
 
 FakeList::FakeList(FakeScreen& screen) : screen_(screen) {
   screen_.WhenPanesGo([this] { list_ = {}; });
+  screen_.WhenLaidOut([this] { FitColumns(); });
 }
 
 // --- the service ---
@@ -24,6 +26,7 @@ void FakeList::Create(std::span<const ListColumn, 2> columns, std::u16string_vie
     std::copy(columns.begin(), columns.end(), list_.columns.begin());
     list_.font_face = font_face;
     list_.font_size_index = font_size_index;
+    FitColumns();
     screen_.Changed();
   }
   screen_.observer().OnListChanged();
@@ -74,16 +77,23 @@ int FakeList::SelectedRow() {
   return list_.selected;
 }
 
-std::array<std::int32_t, 2> FakeList::ColumnWidths() {
-  screen_.CheckThread("ListView::ColumnWidths");
-  const auto lock = screen_.Locked();
-  if (!list_.created) return {0, 0};
+// A column without a width of its own takes its share of the window.
+void FakeList::FitColumns() {
+  if (!list_.created) return;
   const int width =
       screen_.window.tabs.width > 0 ? screen_.window.tabs.width : screen_.window.inside.width;
   std::array<std::int32_t, 2> widths{list_.columns[0].width, list_.columns[1].width};
   if (widths[0] <= 0) widths[0] = width * 5 / 6;
   if (widths[1] <= 0) widths[1] = std::max(width - widths[0], 1);
-  return widths;
+  for (std::uint32_t column = 0; column < widths.size(); ++column) {
+    if (list_.widths[column] == widths[column]) continue;
+    list_.widths[column] = widths[column];
+    screen_.queues.Post({screen_.window.handle,
+                         MessageKind::kColumnSized,
+                         column,
+                         static_cast<std::uint32_t>(widths[column]),
+                         {}});
+  }
 }
 
 // --- what is shown ---
@@ -151,6 +161,7 @@ bool FakeList::DragColumn(int column, int width) {
   const auto lock = screen_.Locked();
   if (!ListTakesInput() || column < 0 || column > 1 || width <= 0) return false;
   list_.columns[static_cast<std::size_t>(column)].width = width;
+  FitColumns();
   screen_.Changed();
   return true;
 }

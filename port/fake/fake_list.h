@@ -1,7 +1,6 @@
 // The list of groups without pixels.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -40,7 +39,6 @@ class FakeList : public ListView {
   void SetCounts(std::vector<std::u16string> counts) override;
   void SetCheckStates(int first, std::vector<CheckState> states) override;
   int SelectedRow() override;
-  std::array<std::int32_t, 2> ColumnWidths() override;
 
  protected:
   // Locked. What the list itself does with a key, besides the key's messages.
@@ -50,6 +48,7 @@ class FakeList : public ListView {
   bool ListTakesInput() const;
   bool RowTakesInput(int row) const;
   bool ToggleBox(int row);
+  void FitColumns();
 
   FakeScreen& screen_;
   ShownList list_;

@@ -119,6 +119,10 @@ void FakeScreen::PanesGone() {
   for (const auto& forget : forget_panes_) forget();
 }
 
+void FakeScreen::LaidOut() {
+  for (const auto& fit : fit_panes_) fit();
+}
+
 void FakeScreen::DropHiddenFocus() {
   if (focused_pane_ != window.tab) focused_pane_ = -1;
 }

@@ -89,6 +89,9 @@ class FakeScreen {
   // anew.
   void WhenPanesGo(std::function<void()> forget) { forget_panes_.push_back(std::move(forget)); }
   void PanesGone();
+  // Called, with the lock held, when the inside of the window may have changed.
+  void WhenLaidOut(std::function<void()> fit) { fit_panes_.push_back(std::move(fit)); }
+  void LaidOut();
   // What lies on that tab's pane has the focus from now on.
   void FocusPane(int tab) { focused_pane_ = tab; }
   bool PaneFocused(int tab) const { return focused_pane_ == tab; }
@@ -114,6 +117,7 @@ class FakeScreen {
   std::map<std::uint64_t, WindowHandle> open_boxes_;  // number, owner
   std::uint64_t last_box_ = 0;
   std::vector<std::function<void()>> forget_panes_;
+  std::vector<std::function<void()>> fit_panes_;
   int focused_pane_ = -1;  // a tab, or none
 };
 

@@ -117,6 +117,7 @@ void FakeWindows::LayOut(Size inside, Size tabs) {
     if (screen_.window.handle == 0) return;
     screen_.window.inside = inside;
     screen_.window.tabs = tabs;
+    screen_.LaidOut();
     screen_.Changed();
   }
   screen_.observer().OnLaidOut(inside, tabs);
