@@ -146,6 +146,16 @@ void RebuildShownThreads() {
   if (gThreadRebuildPending && ShownTab() == port::kThreadTab) ShowThreadView();
 }
 
+void RefreshCounts() {
+  RefreshGroupCounts();
+  RebuildShownThreads();
+}
+
+void RefillGroupList() {
+  FillGroupList();
+  RebuildShownThreads();
+}
+
 void HandleUser(std::uint32_t id) {
   switch (id) {
     case kUserScheduledDownload:
@@ -153,11 +163,13 @@ void HandleUser(std::uint32_t id) {
       ConnectCommand(false);
       return;
     case kUserRefreshCounts:
-      RefreshGroupCounts();
-      return RebuildShownThreads();
+      return RefreshCounts();
     case kUserRefillGroupList:
-      FillGroupList();
-      return RebuildShownThreads();
+      return RefillGroupList();
+    case kUserPostQueued:
+      RefreshCounts();
+      if (ShownTab() == port::kGroupTab) RefillGroupList();
+      return;
     default:
       return;
   }

@@ -13,6 +13,7 @@ namespace quillet {
 constexpr std::uint32_t kUserScheduledDownload = 2;  // refill the group list, then connect
 constexpr std::uint32_t kUserRefreshCounts = 3;      // counts, status line, queued posts
 constexpr std::uint32_t kUserRefillGroupList = 4;    // the whole group list anew
+constexpr std::uint32_t kUserPostQueued = 5;         // one more post waits to be sent
 
 inline void PostToMainWindow(std::uint32_t user_message) {
   gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, user_message, 0, {}});

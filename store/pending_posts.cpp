@@ -2,8 +2,6 @@
 
 #include "base/app_messages.h"
 #include "base/messages.h"
-#include "port/platform.h"
-#include "port/windows.h"
 #include "store/databases.h"
 #include "store/record_strings.h"
 #include "store/stored_article.h"
@@ -17,8 +15,7 @@ constexpr std::size_t kMarkOffset = 4;
 
 void NoteNewPost() {
   ++gPendingPostCount;
-  PostToMainWindow(kUserRefreshCounts);
-  if (gPlatform->windows.SelectedTab() == port::kGroupTab) PostToMainWindow(kUserRefillGroupList);
+  PostToMainWindow(kUserPostQueued);
 }
 
 bool FailToStore() {

@@ -397,10 +397,10 @@ class PendingPostsTest : public StoreTest {
   }
 };
 
-TEST_F(PendingPostsTest, ANewPostRaisesTheCountAndRefreshes) {
+TEST_F(PendingPostsTest, ANewPostRaisesTheCountAndIsTold) {
   Queue("<p1@x>");
   EXPECT_EQ(gPendingPostCount, 1U);
-  EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts, kUserRefillGroupList));
+  EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserPostQueued));
   EXPECT_EQ(FetchPendingPost("<p1@x>")->body, "text\r\n");
   EXPECT_EQ(FetchPendingPost("<p2@x>"), nullptr);
 }
@@ -412,12 +412,6 @@ TEST_F(PendingPostsTest, APostIsStoredToTheByte) {
             Bytes("01 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
                   "3c 70 40 78 3e 00 00 74 65 78 74 0d 0a 00 00 73 00 00 00 00 00"
                   "00 00 00 00"));
-}
-
-TEST_F(PendingPostsTest, TheGroupListIsRefreshedOnlyWhileItsTabShows) {
-  fake.display.SelectTab(port::kThreadTab);
-  Queue("<p1@x>");
-  EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts));
 }
 
 TEST_F(PendingPostsTest, TheSamePostAgainIsReplacedAndNotCounted) {
