@@ -39,8 +39,8 @@ struct NewsServer {
   std::uint32_t port = 119;
   bool extra_login = false;
   bool encrypted = false;  // the login
-  std::u16string user;
-  std::u16string password;
+  std::u16string user = {};
+  std::u16string password = {};
 };
 
 // Appends the server; nothing was fetched from it yet.

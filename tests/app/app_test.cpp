@@ -5,6 +5,7 @@
 #include "base/app_messages.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/subscriptions.h"
 #include "groups/group_list.h"
 #include "res/commands.h"
 #include "res/resource.h"
@@ -246,6 +247,76 @@ TEST_F(Program, RefreshMessageShowsNewCounts) {
   End();
 }
 
+// The added group is seen only where the list is filled anew.
+TEST_F(Program, AQueuedPostIsCountedInEveryViewAndRefillsTheListThatIsShown) {
+  SetGroups({u"a"});
+  StartAndWait();
+  const auto queue_post = [this](const std::string& id) {
+    OnProgramThread([&id] {
+      AddGroup(*gPrefs, u"new");
+      AsciiArticle post;
+      post.messageId = id;
+      StoreAsciiGDBMPost(post);
+    });
+    WaitIdle();
+  };
+  Tab(1);
+  queue_post("<1@x>");
+  EXPECT_EQ(fake_.display.main_window().status, u"1 article queued for posting");
+  EXPECT_EQ(fake_.display.list().rows.size(), 1U);
+  Tab(0);
+  queue_post("<2@x>");
+  EXPECT_EQ(fake_.display.main_window().status, u"2 articles queued for posting");
+  EXPECT_EQ(fake_.display.list().rows.size(), 3U);
+  End();
+}
+
+TEST_F(Program, ATickJustBeforeConnectCountsForIt) {
+  SetGroups({u"a", u"b"});
+  StartAndWait();
+  fake_.display.ToggleRow(1);
+  fake_.display.SendCommand(kCommandConnect);
+  WaitIdle();
+  ASSERT_FALSE(fake_.display.boxes().empty());
+  EXPECT_EQ(fake_.display.boxes()[0].text,  // and not that no group is checked
+            u"In order to connect, you need to supply a news server name.");
+  End();
+}
+
+TEST_F(Program, ATickMadeWhileTheViewIsEnteredStays) {
+  SetGroups({u"a", u"b"});
+  StartAndWait();
+  Tab(1);
+  // The program is busy while the user goes back to the groups and ticks one.
+  OnProgramThread([this] {
+    EXPECT_TRUE(fake_.display.UserSelectTab(0));
+    EXPECT_TRUE(fake_.display.ToggleRow(1));
+  });
+  WaitIdle();
+  EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kUnchecked);
+  EXPECT_EQ(fake_.display.list().rows[1].check, port::CheckState::kChecked);
+  End();
+  EXPECT_EQ(Bytes(u"checked"), std::string("\0\0\0\0\1\0\0\0", 8));
+}
+
+TEST_F(Program, WidthsThatTheDisplayGaveAreStoredAtTheEnd) {
+  StartAndWait();
+  const int width = fake_.display.main_window().tabs.width;
+  End();
+  std::string expected;
+  AppendU32(expected, static_cast<std::uint32_t>(width * 5 / 6));
+  AppendU32(expected, static_cast<std::uint32_t>(width - width * 5 / 6));
+  EXPECT_EQ(Bytes(u"columnWidths"), expected);
+}
+
+TEST_F(Program, MarksThatAreNoOnesAreStoredAsOnesAtTheEnd) {
+  SetGroups({u"a", u"b"});
+  SetNumbers(u"checked", {7, 0});
+  StartAndWait();
+  End();
+  EXPECT_EQ(Bytes(u"checked"), std::string("\1\0\0\0\0\0\0\0", 8));
+}
+
 // --- The end -----------------------------------------------------------------------------------
 
 TEST_F(Program, ClosingWritesBoxesAndPreferences) {
@@ -369,10 +440,8 @@ TEST_F(Applying, ChangedTabPlacementRebuildsTheViewsAndKeepsTheBoxes) {
   SetGroups({u"a"});
   StartAndWait();
   fake_.display.ToggleRow(0);
-  Apply([](Prefs& prefs) {
-    prefs.sidetabs = 1;
-    prefs.checked[0] = 1;
-  });
+  WaitIdle();
+  Apply([](Prefs& prefs) { prefs.sidetabs = 1; });
   EXPECT_EQ(fake_.display.main_window().placement, port::TabPlacement::kLeft);
   EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kChecked);
   EXPECT_EQ(gCurrentGroup, -1);

@@ -154,46 +154,6 @@ TEST_F(PrefsRecord, OutOfMemoryIsACriticalReportUnderTheConstructorsName) {
   EXPECT_THAT(BoxTexts(), ElementsAre(report, report, report));
 }
 
-// --- Check marks ---------------------------------------------------------------------------------
-
-class GroupChecks : public PrefsTest {
- protected:
-  void ShowRows(const std::vector<port::CheckState>& states) {
-    const std::array<port::ListColumn, 2> columns;
-    fake.display.CreateMainWindow({});
-    fake.display.CreateTabs(port::TabPlacement::kBottom);
-    gPlatform->group_list.Create(columns, u"Tahoma", 3);
-    std::vector<port::ListRow> rows;
-    rows.reserve(states.size());
-    for (const port::CheckState state : states) rows.push_back({u"g", u"0/0", state});
-    gPlatform->group_list.Fill(rows, -1);
-  }
-};
-
-TEST_F(GroupChecks, RowWithoutABoxCountsAsChecked) {
-  ShowRows({port::CheckState::kNone, port::CheckState::kUnchecked, port::CheckState::kChecked});
-  EXPECT_THAT(CheckedGroupRows(), ElementsAre(true, false, true));
-}
-
-TEST_F(GroupChecks, AreCopiedAsFarAsThereAreRows) {
-  gPrefs = NewPrefs();
-  gPrefs->checked = {0, 1, 1, 1};
-  ShowRows({port::CheckState::kNone, port::CheckState::kUnchecked, port::CheckState::kChecked});
-  SaveGroupChecks();
-  EXPECT_THAT(gPrefs->checked, ElementsAre(1U, 0U, 1U, 1U));
-  gPrefs->checked = {1, 1};
-  SaveGroupChecks();
-  EXPECT_THAT(gPrefs->checked, ElementsAre(1U, 0U));
-}
-
-TEST_F(GroupChecks, StayWhenThereIsNoList) {
-  gPrefs = NewPrefs();
-  gPrefs->checked = {0, 1};
-  SaveGroupChecks();
-  EXPECT_THAT(gPrefs->checked, ElementsAre(0U, 1U));
-  EXPECT_THAT(CheckedGroupRows(), IsEmpty());
-}
-
 // --- Round trip ----------------------------------------------------------------------------------
 
 class RandomPrefs {

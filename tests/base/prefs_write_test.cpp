@@ -261,18 +261,10 @@ TEST_F(WritePrefs, AutoDeleteFlagsAreOneMask) {
   }
 }
 
-TEST_F(WritePrefs, ColumnWidthsComeFromTheList) {
-  gPrefs->columnWidths = {11, 12};
+TEST_F(WritePrefs, ColumnWidthsAreTwoWordsUnderATypeOfOne) {
+  gPrefs->columnWidths = {150, -1};
   ASSERT_TRUE(WritePreferences());
-  EXPECT_EQ(Hex(Stored(u"columnWidths")), "0b0000000c000000");  // there is no list yet
-  const std::array<port::ListColumn, 2> columns = {port::ListColumn{u"Newsgroup", 150, false},
-                                                   port::ListColumn{u"Unread", 40, true}};
-  fake.display.CreateMainWindow({});
-  fake.display.CreateTabs(port::TabPlacement::kBottom);
-  gPlatform->group_list.Create(columns, u"Tahoma", 3);
-  ASSERT_TRUE(WritePreferences());
-  EXPECT_EQ(Hex(Stored(u"columnWidths")), "9600000028000000");
-  EXPECT_EQ(gPrefs->columnWidths, (std::array<std::int32_t, 2>{150, 40}));
+  EXPECT_EQ(Hex(Stored(u"columnWidths")), "96000000ffffffff");
   EXPECT_EQ(fake.registry.Find(kTestKey, u"columnWidths")->type, RegistryType::kDword);
 }
 

@@ -5,7 +5,9 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/subscriptions.h"
 #include "base/views.h"
+#include "groups/newsgroups.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 #include "store/chains.h"
@@ -33,7 +35,6 @@ class GroupList : public testing::Test {
     EXPECT_TRUE(LoadDatabaseLibrary());
     EXPECT_TRUE(OpenGDBMDatabases());
     gCurrentGroup = -1;
-    ForgetGroupList();
     gThreadRebuildPending = false;
   }
   ~GroupList() override {
@@ -64,7 +65,6 @@ class GroupList : public testing::Test {
     gPrefs->lastonserver.assign(groups.size() * servers, 9);
     CountArticles();
     CreateGroupList();
-    FillGroupList();
   }
   static std::string IdOf(const std::u16string& group, int number) {
     return "<" + std::to_string(number) + "@" + Narrow(group) + ">";
@@ -77,7 +77,25 @@ class GroupList : public testing::Test {
     EXPECT_TRUE(AddArticleToGroup(group, *article.messageId));
   }
 
-  Boxes States() { return fake_.display.CheckStates(); }
+  Boxes States() {
+    Boxes states;
+    for (const port::ListRow& row : fake_.display.list().rows) states.push_back(row.check);
+    return states;
+  }
+  // What the display tells of the list reaches the program.
+  void HandleListMessages() {
+    fake_.HandleWaiting([](const port::Message& message) {
+      if (message.kind == port::MessageKind::kRowChecked) {
+        HandleRowChecked(message.id, message.detail != 0, message.text);
+      } else if (message.kind == port::MessageKind::kColumnSized) {
+        HandleColumnSized(message.id, message.detail);
+      }
+    });
+  }
+  void Toggle(int row) {
+    EXPECT_TRUE(fake_.display.ToggleRow(row));
+    HandleListMessages();
+  }
   std::u16string Counts(std::size_t row) { return fake_.display.list().rows.at(row).counts; }
   void TypeGroupName(std::u16string_view name, std::uint32_t button = kControlOk) {
     fake_.display.WhenShown(kDialogNewGroup,
@@ -131,15 +149,68 @@ TEST_F(GroupList, StatusTextCountsQueuedPosts) {
   EXPECT_EQ(fake_.display.main_window().status, u"2 articles queued for posting");
 }
 
+using Marks = std::vector<std::uint32_t>;
+
+TEST_F(GroupList, ATickIsAMarkOfTheGroupAtOnce) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  Toggle(1);
+  EXPECT_EQ(gPrefs->checked, (Marks{1, 0}));
+  Toggle(0);
+  EXPECT_EQ(gPrefs->checked, (Marks{0, 0}));
+  Toggle(1);
+  EXPECT_EQ(gPrefs->checked, (Marks{0, 1}));
+}
+
 TEST_F(GroupList, ARefillKeepsTheUsersBoxes) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  Toggle(1);
+  FillGroupList();
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kUnchecked}));
+}
+
+// The list was filled between the click and its message.
+TEST_F(GroupList, ATickThatARefillWentOverIsShownAgain) {
   SetUpGroups({{u"a"}, {u"b"}});
   fake_.display.ToggleRow(1);
   FillGroupList();
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
+  HandleListMessages();
   EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kUnchecked}));
-  EXPECT_EQ(gPrefs->checked, (std::vector<std::uint32_t>{1, 0}));
+  EXPECT_EQ(gPrefs->checked, (Marks{1, 0}));
 }
 
-TEST_F(GroupList, TheFirstFillShowsTheCurrentGroupAndLaterOnesKeepTheSelection) {
+TEST_F(GroupList, ATickNeverMovesToAnotherGroup) {
+  SetUpGroups({{u"a"}, {u"b"}, {u"c"}});
+  fake_.display.ToggleRow(1);
+  fake_.display.ToggleRow(2);
+  RemoveNewsgroupFromPrefs(GroupAt(0));
+  FillGroupList();
+  HandleListMessages();
+  EXPECT_EQ(gPrefs->checked, (Marks{1, 1}));
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
+}
+
+TEST_F(GroupList, AMarkThatIsNoOneBecomesOneWhenItIsShown) {
+  SetUpGroups({{u"a"}, {u"b"}});
+  gPrefs->checked = {7, 0};
+  FillGroupList();
+  EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kUnchecked}));
+  EXPECT_EQ(gPrefs->checked, (Marks{1, 0}));
+}
+
+TEST_F(GroupList, WidthsOfTheDisplaysOwnAndOfTheUsersAreRemembered) {
+  fake_.display.LayOut({240, 294}, {240, 268});
+  SetUpGroups({{u"a"}});
+  HandleListMessages();
+  EXPECT_EQ(gPrefs->columnWidths, (std::array<std::int32_t, 2>{200, 40}));
+  fake_.display.DragColumn(0, 123);
+  fake_.display.DragColumn(1, 45);
+  HandleListMessages();
+  EXPECT_EQ(gPrefs->columnWidths, (std::array<std::int32_t, 2>{123, 45}));
+  HandleColumnSized(2, 99);  // there is none
+}
+
+TEST_F(GroupList, ANewListShowsTheCurrentGroupAndRefillsKeepTheSelection) {
   gCurrentGroup = 1;
   SetUpGroups({{u"a"}, {u"b"}});
   EXPECT_EQ(fake_.display.list().selected, 1);
@@ -152,7 +223,9 @@ TEST_F(GroupList, SelectAllAndNone) {
   SetUpGroups({{u"a"}, {u"b"}});
   HandleGroupCommand(40013);
   EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
+  EXPECT_EQ(gPrefs->checked, (Marks{0, 0}));
   HandleGroupCommand(40012);
+  EXPECT_EQ(gPrefs->checked, (Marks{1, 1}));
   EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
 }
 
@@ -160,14 +233,14 @@ TEST_F(GroupList, CheckUncheckAllChecksAllUnlessAllAreChecked) {
   SetUpGroups({{u"a"}, {u"b"}});
   HandleGroupCommand(40050);
   EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
-  fake_.display.ToggleRow(0);
+  Toggle(0);
   HandleGroupCommand(40050);
   EXPECT_EQ(States(), (Boxes{CheckState::kChecked, CheckState::kChecked}));
 }
 
 TEST_F(GroupList, DeleteReadAsksAndDeletesReadArticlesOfCheckedGroups) {
   SetUpGroups({{u"a", 3, 2}, {u"b", 2, 2}});
-  fake_.display.ToggleRow(1);
+  Toggle(1);
   fake_.display.Expect(u"Really delete read articles in checked groups?", port::kIdYes);
   HandleGroupCommand(40014);
   EXPECT_EQ(Counts(0), u"1/1");
@@ -216,8 +289,8 @@ TEST_F(GroupList, CancelOfTheNewGroupDialogAddsNothing) {
 
 TEST_F(GroupList, RemovingTwoAdjacentCheckedGroupsRemovesBoth) {
   SetUpGroups({{u"a", 1}, {u"b", 2}, {u"c", 3}, {u"d", 4}}, 1);
-  fake_.display.ToggleRow(0);
-  fake_.display.ToggleRow(3);
+  Toggle(0);
+  Toggle(3);
   fake_.display.SelectRow(2);
   gCurrentGroup = 2;
   fake_.display.Expect(u"Really delete the checked groups?", port::kIdYes);
@@ -251,7 +324,7 @@ TEST_F(GroupList, RemovingStopsWhenTheDeletionIsCancelled) {
 
 TEST_F(GroupList, MarkReadMarksCheckedGroupsOnly) {
   SetUpGroups({{u"a", 3, 1}, {u"b", 2}});
-  fake_.display.ToggleRow(1);
+  Toggle(1);
   fake_.display.Expect(u"Mark articles in checked groups as read?", port::kIdYes);
   HandleGroupCommand(40024);
   EXPECT_EQ(Counts(0), u"0/3");
@@ -288,7 +361,7 @@ TEST_F(GroupList, MarkingStopsAtOnceWhenCancelled) {
 
 TEST_F(GroupList, ServerReadSkipsWhatIsOnEveryServer) {
   SetUpGroups({{u"a"}, {u"b"}}, 2);
-  fake_.display.ToggleRow(0);
+  Toggle(0);
   fake_.display.Expect(u"This may cause Quillet CE to skip articles on the server. Are you sure?",
                        port::kIdYes);
   HandleGroupCommand(40026);
@@ -315,7 +388,7 @@ TEST_F(GroupList, ServerUnreadFetchesEverythingAgainAndWritesNothing) {
 
 TEST_F(GroupList, ServerMarksWithNoCheckedGroupSayZeroGroups) {
   SetUpGroups({{u"a"}}, 1);
-  fake_.display.ToggleRow(0);
+  Toggle(0);
   fake_.display.Expect(u"This may cause Quillet CE to skip", port::kIdYes);
   HandleGroupCommand(40026);
   EXPECT_EQ(fake_.display.boxes().back().text, u"Processed 0 groups.");
@@ -352,7 +425,7 @@ class ShownGroup : public GroupList {
     fake_.display.SelectRow(group);
     ASSERT_TRUE(OpenSelectedGroup());
     fake_.display.SelectTab(0);
-    fake_.display.ToggleRow(1);  // only "a" is checked
+    Toggle(1);  // only "a" is checked
     ASSERT_FALSE(gThreadRebuildPending);
   }
   void Run(std::uint32_t command, std::u16string question, int answer = port::kIdYes) {

@@ -131,9 +131,13 @@ TEST_F(Newsgroups, AddingOutOfMemoryIsCriticalAndKeepsTheOldGroups) {
   SetGroups({u"first.group.with.a.long.name"});
   gPrefs->lastdownloaded = {7};
   gPrefs->lastonserver = {8};
+  const Prefs start = *gPrefs;
   int n = 1;
   for (; n < 50; ++n) {
     fake.display.ForgetBoxes();
+    // Without the room that the last attempt has made.
+    gPrefs = std::make_unique<Prefs>(start);
+    gReadInfo.shrink_to_fit();
     testing::FailNthNew(n);
     AddNewsgroupToPrefs(u"second.group.with.a.long.name");
     testing::FailNthNew(0);

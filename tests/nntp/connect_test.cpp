@@ -34,18 +34,9 @@ class ConnectTest : public NntpTest {
     gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {}});
     gMessageOwner = gMainWindow.load();
     fake.display.CreateTabs(port::TabPlacement::kBottom);
-    const std::array<port::ListColumn, 2> columns{};
-    fake.display.Create(columns, u"", 0);
-    ShowGroups({port::CheckState::kChecked, port::CheckState::kChecked});
   }
 
-  void ShowGroups(const std::vector<port::CheckState>& checks) {
-    std::vector<port::ListRow> rows;
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-      rows.push_back({i < gPrefs->groups.size() ? gPrefs->groups[i] : u"?", u"0/0", checks[i]});
-    }
-    fake.display.Fill(rows, -1);
-  }
+  static void CheckGroups(std::vector<std::uint32_t> marks) { gPrefs->checked = std::move(marks); }
 
   // Groups that say "no articles"; the whole connection.
   void ServesEmptyGroups(const std::vector<std::string>& names) {
@@ -90,20 +81,19 @@ TEST_F(ConnectTest, CheckedGroupsAreVisitedInDisplayOrder) {
 }
 
 TEST_F(ConnectTest, UncheckedGroupsAreLeftOut) {
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kChecked});
+  CheckGroups({0, 1});
   ServesEmptyGroups({"alt.test"});
   ConnectCommand(true);
 }
 
-TEST_F(ConnectTest, RowWithoutABoxCountsAsChecked) {
-  ShowGroups({port::CheckState::kNone, port::CheckState::kUnchecked});
+TEST_F(ConnectTest, AnyMarkButZeroCountsAsChecked) {
+  CheckGroups({7, 0});
   ServesEmptyGroups({"comp.lang.misc"});
   ConnectCommand(true);
 }
 
-TEST_F(ConnectTest, RowsBeyondTheGroupsAreNoGroups) {
-  ShowGroups(
-      {port::CheckState::kUnchecked, port::CheckState::kChecked, port::CheckState::kChecked});
+TEST_F(ConnectTest, MarksBeyondTheGroupsAreNoGroups) {
+  CheckGroups({0, 1, 1});
   ServesEmptyGroups({"alt.test"});
   ConnectCommand(true);
 }
@@ -146,7 +136,7 @@ TEST_F(AutoDeleteTest, ReadArticlesGoBeforeTheDownload) {
 }
 
 TEST_F(AutoDeleteTest, AllArticlesGoBeforeTheDownload) {
-  ShowGroups({port::CheckState::kChecked, port::CheckState::kUnchecked});
+  CheckGroups({1, 0});
   ServesEmptyGroups({"comp.lang.misc"});
   ConnectCommand(true);
   EXPECT_TRUE(Chain(u"comp.lang.misc").empty());
@@ -154,7 +144,7 @@ TEST_F(AutoDeleteTest, AllArticlesGoBeforeTheDownload) {
 
 TEST_F(AutoDeleteTest, DeletionMakesRoomBeforeTheChecks) {
   gPrefs->maxarticles = 2;  // both stored: full until they are deleted
-  ShowGroups({port::CheckState::kChecked, port::CheckState::kUnchecked});
+  CheckGroups({1, 0});
   ServesEmptyGroups({"comp.lang.misc"});
   ConnectCommand(true);
 }
@@ -171,7 +161,7 @@ TEST_F(AutoDeleteTest, NothingGoesUnlessAsked) {
 TEST_F(ConnectTest, NoGroupsAtAllIsSaid) {
   gPrefs->numgroups = 0;
   gPrefs->groups.clear();
-  ShowGroups({});
+  CheckGroups({});
   ConnectCommand(true);
   EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{
                             u"You do not have any groups in the group list. Please add some groups "
@@ -181,7 +171,7 @@ TEST_F(ConnectTest, NoGroupsAtAllIsSaid) {
 }
 
 TEST_F(ConnectTest, NoGroupCheckedIsSaid) {
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kUnchecked});
+  CheckGroups({0, 0});
   ConnectCommand(false);
   EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{
                             u"There are no groups selected for downloading. Please check the "
@@ -195,7 +185,7 @@ constexpr char16_t kJustToPost[] =
 
 TEST_F(ConnectTest, QueuedPostsAloneAreAskedAbout) {
   QueuePosts(2);
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kUnchecked});
+  CheckGroups({0, 0});
   fake.display.Expect(kJustToPost, port::kIdYes);
   ServesEmptyGroups({});
   ConnectCommand(true);
@@ -204,7 +194,7 @@ TEST_F(ConnectTest, QueuedPostsAloneAreAskedAbout) {
 
 TEST_F(ConnectTest, QueuedPostsAloneMayBeDeclined) {
   QueuePosts(2);
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kUnchecked});
+  CheckGroups({0, 0});
   fake.display.Expect(kJustToPost, port::kIdNo);
   ConnectCommand(true);
   ASSERT_EQ(fake.display.boxes().size(), 1U);
@@ -216,7 +206,7 @@ TEST_F(ConnectTest, QueuedPostsAloneMayBeDeclined) {
 TEST_F(ConnectTest, SkippedVerificationsConnectJustToPost) {
   gPrefs->skipverifications = 1;
   QueuePosts(1);
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kUnchecked});
+  CheckGroups({0, 0});
   ServesEmptyGroups({});
   ConnectCommand(true);
   EXPECT_TRUE(fake.display.boxes().empty());
@@ -224,7 +214,7 @@ TEST_F(ConnectTest, SkippedVerificationsConnectJustToPost) {
 
 TEST_F(ConnectTest, ScheduledRunPostsWithoutAQuestion) {
   QueuePosts(2);
-  ShowGroups({port::CheckState::kUnchecked, port::CheckState::kUnchecked});
+  CheckGroups({0, 0});
   ServesEmptyGroups({});
   ConnectCommand(false);
   EXPECT_TRUE(fake.display.boxes().empty());
@@ -251,7 +241,7 @@ TEST_F(ConnectTest, OneGroupWithRoomIsEnough) {
 
 TEST_F(ConnectTest, UncheckedGroupsWithRoomDoNotCount) {
   gReadInfo[0]->totalCount = 50;
-  ShowGroups({port::CheckState::kChecked, port::CheckState::kUnchecked});
+  CheckGroups({1, 0});
   ConnectCommand(true);
   EXPECT_EQ(fake.display.boxes().size(), 1U);
   ExpectNoNetwork();

@@ -39,6 +39,7 @@ class Display : public testing::Test {
                        {u"e.f", u"", CheckState::kNone}},
                       1);
     fake.display.ShowMainWindow();
+    Waiting();
   }
   WindowHandle ShowDialog(std::uint32_t form, WindowHandle owner) {
     const WindowHandle dialog = fake.display.Create(form, owner);
@@ -50,6 +51,12 @@ class Display : public testing::Test {
     std::vector<Message> messages;
     fake.HandleWaiting([&](const Message& message) { messages.push_back(message); });
     return messages;
+  }
+
+  std::vector<CheckState> Boxes() {
+    std::vector<CheckState> boxes;
+    for (const ListRow& row : display.list().rows) boxes.push_back(row.check);
+    return boxes;
   }
 
   std::mutex mutex;
@@ -182,9 +189,8 @@ TEST_F(Display, ADestroyedMainWindowHasNothingLeft) {
   EXPECT_FALSE(fake.queues.Exists(window));
   EXPECT_TRUE(Waiting().empty());
   EXPECT_EQ(display.main_window().handle, 0U);
-  EXPECT_TRUE(display.CheckStates().empty());
+  EXPECT_FALSE(display.list().created);
   EXPECT_EQ(display.SelectedRow(), -1);
-  EXPECT_EQ(display.ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
   display.SetStatusText(u"y");
   display.CreateTabs(TabPlacement::kLeft);
   display.SelectTab(kArticleTab);
@@ -318,10 +324,9 @@ TEST_F(Display, TheListShowsItsRows) {
   EXPECT_EQ(display.list().rows[2].counts, u"9/9");
   display.SetCounts({u"1/1"});
   EXPECT_EQ(display.list().rows[1].counts, u"7/8");
-  display.SetCheckStates({CheckState::kChecked});
-  EXPECT_EQ(
-      display.CheckStates(),
-      (std::vector<CheckState>{CheckState::kChecked, CheckState::kChecked, CheckState::kNone}));
+  display.SetCheckStates(0, {CheckState::kChecked});
+  EXPECT_EQ(Boxes(), (std::vector<CheckState>{CheckState::kChecked, CheckState::kChecked,
+                                              CheckState::kNone}));
   display.Fill({}, 0);
   EXPECT_EQ(display.SelectedRow(), -1) << "there is no such row";
 }
@@ -329,18 +334,25 @@ TEST_F(Display, TheListShowsItsRows) {
 TEST_F(Display, AListBeforeItsCreationIsEmpty) {
   window = display.CreateMainWindow({});
   display.Fill({{u"x", u"", CheckState::kChecked}}, 0);
-  EXPECT_TRUE(display.CheckStates().empty());
-  EXPECT_EQ(display.ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+  EXPECT_TRUE(display.list().rows.empty());
+  EXPECT_TRUE(Waiting().empty());
 }
 
 TEST_F(Display, ColumnsHaveDefaultWidthsUntilTheyAreDragged) {
   ShowMain();
-  display.LayOut({240, 294}, {240, 268});
-  EXPECT_EQ(display.ColumnWidths(), (std::array<std::int32_t, 2>{200, 40}));
+  display.LayOut({300, 294}, {300, 268});
+  EXPECT_EQ(display.list().widths, (std::array<std::int32_t, 2>{250, 50}));
   EXPECT_TRUE(display.DragColumn(0, 150));
   EXPECT_TRUE(display.DragColumn(1, 70));
   EXPECT_FALSE(display.DragColumn(2, 70));
-  EXPECT_EQ(display.ColumnWidths(), (std::array<std::int32_t, 2>{150, 70}));
+  EXPECT_EQ(display.list().widths, (std::array<std::int32_t, 2>{150, 70}));
+  const auto messages = Waiting();
+  ASSERT_EQ(messages.size(), 5U);
+  EXPECT_TRUE(Is(messages[0], window, MessageKind::kColumnSized, 0, 250));
+  EXPECT_TRUE(Is(messages[1], window, MessageKind::kColumnSized, 1, 50));
+  EXPECT_TRUE(Is(messages[2], window, MessageKind::kColumnSized, 0, 150));
+  EXPECT_TRUE(Is(messages[3], window, MessageKind::kColumnSized, 1, 150)) << "the rest";
+  EXPECT_TRUE(Is(messages[4], window, MessageKind::kColumnSized, 1, 70));
 }
 
 TEST_F(Display, TheUserTogglesSelectsAndOpensRows) {
@@ -350,12 +362,14 @@ TEST_F(Display, TheUserTogglesSelectsAndOpensRows) {
   EXPECT_FALSE(display.ToggleRow(2)) << "it has no box";
   EXPECT_FALSE(display.ToggleRow(3));
   EXPECT_FALSE(display.SelectRow(-1));
-  EXPECT_EQ(
-      display.CheckStates(),
-      (std::vector<CheckState>{CheckState::kChecked, CheckState::kUnchecked, CheckState::kNone}));
+  EXPECT_EQ(Boxes(), (std::vector<CheckState>{CheckState::kChecked, CheckState::kUnchecked,
+                                              CheckState::kNone}));
+  const auto ticks = Waiting();
+  ASSERT_EQ(ticks.size(), 2U);
+  EXPECT_TRUE(Is(ticks[0], window, MessageKind::kRowChecked, 0, 1));
+  EXPECT_TRUE(Is(ticks[1], window, MessageKind::kRowChecked, 1, 0));
   EXPECT_TRUE(display.SelectRow(2));
   EXPECT_EQ(display.SelectedRow(), 2);
-  EXPECT_TRUE(Waiting().empty()) << "the program asks for boxes when it needs them";
   EXPECT_TRUE(display.ActivateRow(0));
   const auto messages = Waiting();
   ASSERT_EQ(messages.size(), 1U);
@@ -371,7 +385,7 @@ TEST_F(Display, ListKeysMoveToggleAndOpen) {
   display.PressKey(kKeyUp);
   EXPECT_EQ(display.SelectedRow(), 0);
   display.PressKey(kKeySpace);
-  EXPECT_EQ(display.CheckStates()[0], CheckState::kChecked);
+  EXPECT_EQ(Boxes()[0], CheckState::kChecked);
   display.PressKey(kKeyDown);
   EXPECT_EQ(display.SelectedRow(), 1);
   Waiting();
@@ -781,7 +795,7 @@ TEST_F(Display, ManyThreadsUseTheDisplayAtOnce) {
   }
   for (int round = 0; round < 100; ++round) {
     display.SetStatusText(u"status");
-    display.SetCheckStates({CheckState::kChecked, CheckState::kUnchecked});
+    display.SetCheckStates(0, {CheckState::kChecked, CheckState::kUnchecked});
   }
   for (std::thread& owner : owners) owner.join();
   stop = true;

@@ -2,6 +2,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTimer>
@@ -45,6 +46,10 @@ class Subject {
   virtual void ActivateItem(TreeItem item) = 0;
   virtual void AskItemMenu(TreeItem item) = 0;
   virtual void ExpandItem(TreeItem item, bool expanded) = 0;
+  // The boxes of all rows, as they are shown.
+  virtual std::vector<CheckState> ShownBoxes() = 0;
+  // Moves the divider between the list's columns to about that place.
+  virtual void DragDivider(int place) = 0;
   // In the next menu the entry with that text is chosen; empty: the menu is dismissed.
   virtual void AnswerPopUp(std::u16string entry) = 0;
 
@@ -96,6 +101,12 @@ class FakeSubject final : public Subject {
     return rows;
   }
   std::u16string Caption() override { return fake_.display.caption(); }
+  std::vector<CheckState> ShownBoxes() override {
+    std::vector<CheckState> boxes;
+    for (const port::ListRow& row : fake_.display.list().rows) boxes.push_back(row.check);
+    return boxes;
+  }
+  void DragDivider(int place) override { EXPECT_TRUE(fake_.display.DragColumn(0, place)); }
 
  private:
   port::FakePlatform fake_;
@@ -212,6 +223,23 @@ class QtSubject final : public Subject {
     });
     return rows;
   }
+  std::vector<CheckState> ShownBoxes() override {
+    std::vector<CheckState> boxes;
+    OnDisplay([&] {
+      if (device_->display().main && Main().GroupList() != nullptr) boxes = Table().Rows().Checks();
+    });
+    return boxes;
+  }
+  void DragDivider(int place) override {
+    OnDisplay([&] {
+      QWidget* header = Table().header()->viewport();
+      const int y = header->height() / 2;
+      QTest::mousePress(header, Qt::LeftButton, Qt::NoModifier, {Table().columnWidth(0), y});
+      QTest::mouseMove(header, {place + 10, y});
+      QTest::mouseMove(header, {place, y});
+      QTest::mouseRelease(header, Qt::LeftButton, Qt::NoModifier, {place, y});
+    });
+  }
   std::u16string Caption() override {
     std::u16string text;
     OnDisplay([&] { text = Main().Threads()->findChild<QLabel*>()->text().toStdU16String(); });
@@ -260,8 +288,7 @@ class DisplayContract : public ::testing::TestWithParam<Kind> {
         subject->Windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {600, 400}});
     subject->Windows().ShowMainWindow();
     subject->Windows().CreateTabs(port::TabPlacement::kBottom);
-    const std::array<port::ListColumn, 2> columns{{{u"Newsgroup", 0, false}, {u"Unread", 0, true}}};
-    subject->List().Create(columns, u"", 4);
+    CreateList(0, 0);
     subject->List().Fill({{u"a.b", u"1/2", CheckState::kUnchecked},
                           {u"c.d", u"3/4", CheckState::kChecked},
                           {u"e.f", u"5/6", CheckState::kNone}},
@@ -270,12 +297,27 @@ class DisplayContract : public ::testing::TestWithParam<Kind> {
     return handle;
   }
 
+  void CreateList(int first, int second) {
+    const std::array<port::ListColumn, 2> columns{
+        {{u"Newsgroup", first, false}, {u"Unread", second, true}}};
+    subject->List().Create(columns, u"", 4);
+  }
+
+  // The last width told of each column.
+  std::array<std::uint32_t, 2> ToldWidths(const std::vector<port::Message>& messages) {
+    std::array<std::uint32_t, 2> widths{};
+    for (const auto& [column, width] : OfKind(messages, MessageKind::kColumnSized)) {
+      widths.at(column) = width;
+    }
+    return widths;
+  }
+
   // What came, without sizes and keys.
   std::vector<port::Message> Drain() {
     std::vector<port::Message> messages = TakeMessages(subject->Queues());
     std::erase_if(messages, [](const port::Message& message) {
-      return message.kind == MessageKind::kSize || message.kind == MessageKind::kKeyDown ||
-             message.kind == MessageKind::kKeyUp;
+      return message.kind == MessageKind::kSize || message.kind == MessageKind::kColumnSized ||
+             message.kind == MessageKind::kKeyDown || message.kind == MessageKind::kKeyUp;
     });
     return messages;
   }
@@ -359,16 +401,49 @@ TEST_P(DisplayContract, ControlThatDoesNotExistIsEmpty) {
   EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
 }
 
-TEST_P(DisplayContract, ListKeepsItsBoxes) {
-  ShowWindow();
+using Boxes = std::vector<CheckState>;
+
+TEST_P(DisplayContract, TickedRowIsToldWithItsNameAndNewState) {
+  const WindowHandle main = ShowWindow();
   subject->ToggleRow(0);
-  EXPECT_EQ(
-      subject->List().CheckStates(),
-      (std::vector<CheckState>{CheckState::kChecked, CheckState::kChecked, CheckState::kNone}));
-  subject->List().SetCheckStates({CheckState::kUnchecked});
-  EXPECT_EQ(
-      subject->List().CheckStates(),
-      (std::vector<CheckState>{CheckState::kUnchecked, CheckState::kChecked, CheckState::kNone}));
+  EXPECT_EQ(subject->ShownBoxes(),
+            (Boxes{CheckState::kChecked, CheckState::kChecked, CheckState::kNone}));
+  subject->ToggleRow(1);
+  subject->ToggleRow(0);
+  const std::vector<port::Message> messages = Drain();
+  ASSERT_EQ(messages.size(), 3u);
+  EXPECT_EQ(messages[0].text, u"a.b");
+  EXPECT_EQ(messages[1].text, u"c.d");
+  EXPECT_EQ(messages[0].window, main);
+  EXPECT_EQ(OfKind(messages, MessageKind::kRowChecked), (Details{{0, 1}, {1, 0}, {0, 0}}));
+}
+
+TEST_P(DisplayContract, TickIsToldBeforeTheCommandChosenNext) {
+  const WindowHandle main = ShowWindow();
+  subject->ToggleRow(0);
+  subject->Choose(40012);
+  subject->ToggleRow(1);
+  subject->CloseWindow();
+  ExpectOnly({{main, MessageKind::kRowChecked, 0, 1, {}},
+              {main, MessageKind::kCommand, 40012, 0, {}},
+              {main, MessageKind::kRowChecked, 1, 0, {}},
+              {main, MessageKind::kClose, 0, 0, {}}});
+}
+
+TEST_P(DisplayContract, BoxesSetByTheProgramAreShownAndNotTold) {
+  ShowWindow();
+  subject->List().SetCheckStates(0, {CheckState::kChecked});
+  EXPECT_EQ(subject->ShownBoxes(),
+            (Boxes{CheckState::kChecked, CheckState::kChecked, CheckState::kNone}));
+  subject->List().SetCheckStates(
+      1, {CheckState::kUnchecked, CheckState::kChecked, CheckState::kChecked});
+  EXPECT_EQ(subject->ShownBoxes(),
+            (Boxes{CheckState::kChecked, CheckState::kUnchecked, CheckState::kChecked}));
+  subject->List().SetCheckStates(3, {CheckState::kUnchecked});
+  subject->List().SetCheckStates(-1, {CheckState::kUnchecked});
+  EXPECT_EQ(subject->ShownBoxes(),
+            (Boxes{CheckState::kChecked, CheckState::kUnchecked, CheckState::kChecked}));
+  ExpectOnly({});
 }
 
 TEST_P(DisplayContract, ListTellsItsSelection) {
@@ -378,20 +453,40 @@ TEST_P(DisplayContract, ListTellsItsSelection) {
   EXPECT_EQ(subject->List().SelectedRow(), 1);
   subject->List().Fill({{u"a", u"0/0", CheckState::kChecked}}, 0);
   EXPECT_EQ(subject->List().SelectedRow(), 0);
-  EXPECT_EQ(subject->List().CheckStates(), std::vector<CheckState>{CheckState::kChecked});
+  EXPECT_EQ(subject->ShownBoxes(), Boxes{CheckState::kChecked});
 }
 
 TEST_P(DisplayContract, ListIsEmptyWithoutAWindow) {
-  EXPECT_TRUE(subject->List().CheckStates().empty());
+  subject->List().Fill({{u"a", u"0/0", CheckState::kChecked}}, 0);
+  EXPECT_TRUE(subject->ShownBoxes().empty());
   EXPECT_EQ(subject->List().SelectedRow(), -1);
-  EXPECT_EQ(subject->List().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+  EXPECT_TRUE(TakeMessages(subject->Queues()).empty());
 }
 
-TEST_P(DisplayContract, DefaultWidthsShareTheListOneToFive) {
+TEST_P(DisplayContract, DefaultWidthsShareTheListOneToFiveAndAreTold) {
   ShowWindow();
-  const auto widths = subject->List().ColumnWidths();
-  EXPECT_GT(widths[1], 0);
+  CreateList(0, 0);
+  const auto widths = ToldWidths(TakeMessages(subject->Queues()));
+  EXPECT_GT(widths[1], 0u);
   EXPECT_NEAR(widths[0], widths[1] * 5, 6);
+}
+
+TEST_P(DisplayContract, GivenWidthsAreToldInTheirProportion) {
+  ShowWindow();
+  CreateList(300, 100);
+  const auto widths = ToldWidths(TakeMessages(subject->Queues()));
+  EXPECT_GT(widths[1], 0u);
+  EXPECT_NEAR(widths[0], widths[1] * 3, 4);
+}
+
+TEST_P(DisplayContract, MovedDividerIsToldForBothColumns) {
+  ShowWindow();
+  CreateList(0, 0);
+  const auto before = ToldWidths(TakeMessages(subject->Queues()));
+  subject->DragDivider(200);
+  const auto after = ToldWidths(TakeMessages(subject->Queues()));
+  EXPECT_NEAR(after[0], 200, 4);
+  EXPECT_EQ(after[0] + after[1], before[0] + before[1]);
 }
 
 TEST_P(DisplayContract, ActivatedRowIsToldWithItsNumber) {
@@ -430,8 +525,7 @@ TEST_P(DisplayContract, DestroyedWindowIsGone) {
   ShowWindow();
   subject->Windows().DestroyMainWindow();
   subject->Windows().DestroyMainWindow();
-  EXPECT_TRUE(subject->List().CheckStates().empty());
-  EXPECT_EQ(subject->List().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+  EXPECT_TRUE(subject->ShownBoxes().empty());
   EXPECT_EQ(subject->Windows().SelectedTab(), 0);
   ExpectOnly({});
 }

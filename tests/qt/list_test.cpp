@@ -21,29 +21,45 @@ class ListTest : public DisplayTest {
     return {List().columnWidth(0) / 2,
             List().visualRect(List().model()->index(row, 0)).center().y()};
   }
+  std::vector<CheckState> Boxes() {
+    std::vector<CheckState> boxes;
+    OnDisplay([&] { boxes = List().Rows().Checks(); });
+    return boxes;
+  }
+  // What the list has told of its columns by now, the last width of each.
+  std::array<std::int32_t, 2> ToldWidths() {
+    OnDisplay([] { QCoreApplication::processEvents(); });
+    for (const auto& [column, width] : OfKind(TakeMessages(queues), MessageKind::kColumnSized)) {
+      told_.at(column) = static_cast<std::int32_t>(width);
+    }
+    return told_;
+  }
   void Click(QPoint place) {
     QTest::mouseClick(List().viewport(), Qt::LeftButton, Qt::NoModifier, place);
   }
+
+ private:
+  std::array<std::int32_t, 2> told_{};
 };
 
 TEST_F(ListTest, BeforeItIsCreatedAllIsEmpty) {
   list().Fill({{u"a", u"0/0", CheckState::kChecked}}, 0);
   list().SetCounts({u"1/1"});
-  list().SetCheckStates({CheckState::kChecked});
-  EXPECT_TRUE(list().CheckStates().empty());
+  list().SetCheckStates(0, {CheckState::kChecked});
   EXPECT_EQ(list().SelectedRow(), -1);
-  EXPECT_EQ(list().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
   device->windows().CreateMainWindow({u"Quillet CE", u"t", 103, {640, 480}});
-  EXPECT_TRUE(list().CheckStates().empty());
+  list().Fill({{u"a", u"0/0", CheckState::kChecked}}, 0);
+  EXPECT_EQ(list().SelectedRow(), -1);
+  EXPECT_TRUE(OfKind(TakeMessages(queues), MessageKind::kColumnSized).empty());
 }
 
 TEST_F(ListTest, AfterTheWindowHasGoneAllIsEmpty) {
   ShowWindow();
   FillRows(3);
   device->windows().DestroyMainWindow();
-  list().SetCheckStates({CheckState::kChecked});
-  EXPECT_TRUE(list().CheckStates().empty());
-  EXPECT_EQ(list().ColumnWidths(), (std::array<std::int32_t, 2>{0, 0}));
+  list().SetCheckStates(0, {CheckState::kChecked});
+  EXPECT_EQ(list().SelectedRow(), -1);
+  EXPECT_TRUE(TakeMessages(queues).empty());
 }
 
 TEST_F(ListTest, ShowsAThousandRowsWithBothColumns) {
@@ -52,7 +68,7 @@ TEST_F(ListTest, ShowsAThousandRowsWithBothColumns) {
   rows[999] = {u"news.software.readers", u"7/8", CheckState::kChecked};
   list().Fill(rows, 999);
   EXPECT_EQ(list().SelectedRow(), 999);
-  const std::vector<CheckState> states = list().CheckStates();
+  const std::vector<CheckState> states = Boxes();
   ASSERT_EQ(states.size(), 1000u);
   EXPECT_EQ(states[0], CheckState::kUnchecked);
   EXPECT_EQ(states[999], CheckState::kChecked);
@@ -101,7 +117,7 @@ TEST_F(ListTest, FillWithoutASelectionSelectsNothing) {
   EXPECT_EQ(list().SelectedRow(), -1);
   list().Fill({}, 0);
   EXPECT_EQ(list().SelectedRow(), -1);
-  EXPECT_TRUE(list().CheckStates().empty());
+  EXPECT_TRUE(Boxes().empty());
 }
 
 TEST_F(ListTest, RefillKeepsTheScrollPosition) {
@@ -123,17 +139,16 @@ TEST_F(ListTest, CountsReplaceTheSecondColumnOnly) {
   list().SetCounts({u"4/4", u"5/5", u"6/6"});  // more than there are rows
   OnDisplay(
       [&] { EXPECT_EQ(List().model()->index(1, 1).data().toString(), QStringLiteral("5/5")); });
-  EXPECT_EQ(list().CheckStates(),
-            (std::vector<CheckState>{CheckState::kChecked, CheckState::kUnchecked}));
+  EXPECT_EQ(Boxes(), (std::vector<CheckState>{CheckState::kChecked, CheckState::kUnchecked}));
   EXPECT_EQ(list().SelectedRow(), 1);
 }
 
 TEST_F(ListTest, BoxesAreSetAndRead) {
   ShowWindow();
   FillRows(3);
-  list().SetCheckStates({CheckState::kChecked, CheckState::kNone});
-  EXPECT_EQ(list().CheckStates(), (std::vector<CheckState>{CheckState::kChecked, CheckState::kNone,
-                                                           CheckState::kUnchecked}));
+  list().SetCheckStates(0, {CheckState::kChecked, CheckState::kNone});
+  EXPECT_EQ(Boxes(), (std::vector<CheckState>{CheckState::kChecked, CheckState::kNone,
+                                              CheckState::kUnchecked}));
   OnDisplay([&] {
     const QAbstractItemModel& model = *List().model();
     EXPECT_EQ(model.index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
@@ -146,10 +161,11 @@ TEST_F(ListTest, ClickOnTheBoxTicksAndClickOnTheRowSelects) {
   ShowWindow();
   FillRows(4);
   OnDisplay([&] { Click(BoxOf(2)); });
-  EXPECT_EQ(list().CheckStates()[2], CheckState::kChecked);
+  EXPECT_EQ(Boxes()[2], CheckState::kChecked);
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kRowChecked), (Details{{2, 1}}));
   OnDisplay([&] { Click(TextOf(1)); });
   EXPECT_EQ(list().SelectedRow(), 1);
-  EXPECT_EQ(list().CheckStates()[1], CheckState::kUnchecked);
+  EXPECT_EQ(Boxes()[1], CheckState::kUnchecked);
   OnDisplay([&] {  // anywhere in the row
     Click({List().columnWidth(0) + 5, TextOf(3).y()});
   });
@@ -171,12 +187,14 @@ TEST_F(ListTest, SpaceTogglesTheSelectedBox) {
   FillRows(3);
   OnDisplay([&] { Click({List().columnWidth(0) + 5, TextOf(1).y()}); });  // in the second column
   Key(Qt::Key_Space);
-  EXPECT_EQ(list().CheckStates()[1], CheckState::kChecked);
+  EXPECT_EQ(Boxes()[1], CheckState::kChecked);
   Key(Qt::Key_Space);
-  EXPECT_EQ(list().CheckStates()[1], CheckState::kUnchecked);
-  list().SetCheckStates({CheckState::kNone, CheckState::kNone, CheckState::kNone});
+  EXPECT_EQ(Boxes()[1], CheckState::kUnchecked);
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kRowChecked), (Details{{1, 1}, {1, 0}}));
+  list().SetCheckStates(0, {CheckState::kNone, CheckState::kNone, CheckState::kNone});
   Key(Qt::Key_Space);
-  EXPECT_EQ(list().CheckStates()[1], CheckState::kNone);
+  EXPECT_EQ(Boxes()[1], CheckState::kNone);
+  EXPECT_TRUE(OfKind(TakeMessages(queues), MessageKind::kRowChecked).empty());
 }
 
 TEST_F(ListTest, EnterActivatesTheSelectedRow) {
@@ -229,9 +247,11 @@ TEST_F(ListTest, ListHasTheFocusAtTheStart) {
 
 TEST_F(ListTest, DefaultWidthsAreFiveSixthsAndTheRest) {
   ShowWindow();
+  const std::array<port::ListColumn, 2> columns{{{u"Newsgroup", 0, false}, {u"Unread", 0, true}}};
+  list().Create(columns, u"", 4);
+  const auto widths = ToldWidths();
   int client = 0;
   OnDisplay([&] { client = List().viewport()->width(); });
-  const auto widths = list().ColumnWidths();
   EXPECT_NEAR(widths[0], client * 5.0 / 6, 1);
   EXPECT_EQ(widths[0] + widths[1], client);
 }
@@ -244,7 +264,8 @@ TEST_F(ListTest, DefaultWidthsFollowTheWindow) {
     client = List().viewport()->width();
   });
   EXPECT_GT(client, 900);
-  EXPECT_NEAR(list().ColumnWidths()[0], client * 5.0 / 6, 1);
+  EXPECT_NEAR(ToldWidths()[0], client * 5.0 / 6, 1);
+  EXPECT_EQ(ToldWidths()[0] + ToldWidths()[1], client);
 }
 
 TEST_F(ListTest, WidthsSavedInThisWindowComeBackExactly) {
@@ -255,7 +276,7 @@ TEST_F(ListTest, WidthsSavedInThisWindowComeBackExactly) {
       {{u"Newsgroup", 400, false}, {u"Unread", client - 400, true}}};
   list().Create(columns, u"", 4);
   OnDisplay([&] { QCoreApplication::processEvents(); });
-  EXPECT_EQ(list().ColumnWidths(), (std::array<std::int32_t, 2>{400, client - 400}));
+  EXPECT_EQ(ToldWidths(), (std::array<std::int32_t, 2>{400, client - 400}));
 }
 
 TEST_F(ListTest, WidthsSavedOnASmallScreenKeepTheirProportion) {
@@ -268,7 +289,25 @@ TEST_F(ListTest, WidthsSavedOnASmallScreenKeepTheirProportion) {
     QCoreApplication::processEvents();
     client = List().viewport()->width();
   });
-  EXPECT_NEAR(list().ColumnWidths()[0], client * 3.0 / 4, 1);
+  EXPECT_NEAR(ToldWidths()[0], client * 3.0 / 4, 1);
+}
+
+TEST_F(ListTest, DividerMovedByTheUserIsToldForBothColumns) {
+  ShowWindow();
+  int client = 0;
+  OnDisplay([&] {
+    client = List().viewport()->width();
+    const int divider = List().header()->sectionSize(0);
+    const int y = List().header()->height() / 2;
+    QTest::mousePress(List().header()->viewport(), Qt::LeftButton, Qt::NoModifier, {divider, y});
+    QTest::mouseMove(List().header()->viewport(), {divider - 50, y});
+    QTest::mouseMove(List().header()->viewport(), {divider - 100, y});
+    QTest::mouseRelease(List().header()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                        {divider - 100, y});
+  });
+  const auto widths = ToldWidths();
+  EXPECT_NEAR(widths[0], client * 5.0 / 6 - 100, 4);
+  EXPECT_EQ(widths[0] + widths[1], client);
 }
 
 TEST_F(ListTest, DividerMovedByTheUserStaysInProportion) {

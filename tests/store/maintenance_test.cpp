@@ -17,7 +17,6 @@
 namespace quillet {
 namespace {
 
-using port::CheckState;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -129,12 +128,12 @@ TEST_F(DeletionTest, AllArticlesOfOneGroup) {
 }
 
 TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
-  ShowGroups({CheckState::kChecked, CheckState::kUnchecked, CheckState::kNone});
+  CheckGroups({1, 0, 7});
   Add(u"de.test", "<d1@x>", true);
   gReadInfo[2]->readCount = gReadInfo[2]->totalCount = 1;
   EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
-  EXPECT_THAT(Chain(u"de.test"), IsEmpty());  // a row without a box counts as checked
+  EXPECT_THAT(Chain(u"de.test"), IsEmpty());  // any mark but 0 counts
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
   EXPECT_THAT(fake.display.progress_texts(),
               ElementsAre(Text{kTitle, u"Deleting read articles in selected groups..."},
@@ -143,7 +142,7 @@ TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
 }
 
 TEST_F(DeletionTest, GroupsWithNothingToDeleteAreSkipped) {
-  ShowGroups({CheckState::kChecked, CheckState::kUnchecked, CheckState::kChecked});
+  CheckGroups({1, 0, 1});
   EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(),
               ElementsAre(Text{kTitle, u"Deleting all articles in selected groups..."},
@@ -208,7 +207,8 @@ TEST_F(DeletionTest, MissingCountsAreTakenFirst) {
 }
 
 TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kNone});
+  CreateWindow();
+  CheckGroups({1, 1, 7});
   AsciiArticle post = ArticleWithId("<p@x>");
   ASSERT_TRUE(StoreAsciiGDBMPost(post));
   PostedToMainWindow();
@@ -224,14 +224,14 @@ TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
 }
 
 TEST_F(DeletionTest, WithoutQueuedPostsTheirFileGoesToo) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
+  CheckGroups({1, 1, 1});
   ASSERT_TRUE(StoreValue(kPosts, "stray", "x", StoreMode::kInsert));
   EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_EQ(FetchValue(kPosts, "stray"), std::nullopt);
 }
 
 TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
+  CheckGroups({1, 1, 1});
   EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
 }
@@ -314,7 +314,7 @@ TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
 }
 
 TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kUnchecked});
+  CheckGroups({1, 1, 0});
   EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
@@ -323,7 +323,7 @@ TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
 }
 
 TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kUnchecked});
+  CheckGroups({1, 1, 0});
   gShownGroup = 0;
   gTreeEnd = RunEnd::kStoreFailed;
   EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kStoreFailed);
@@ -332,7 +332,7 @@ TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
 }
 
 TEST_F(ShownTreeTest, DeletingEverythingClearsItAfterTheFilesWereOpened) {
-  ShowGroups({CheckState::kChecked, CheckState::kChecked, CheckState::kChecked});
+  CheckGroups({1, 1, 1});
   static bool open = false;
   gShownTree.clear = [] { open = DatabasesOpen(); };
   EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);

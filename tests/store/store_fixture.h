@@ -97,17 +97,8 @@ class StoreTest : public ::testing::Test {
     fake.display.CreateTabs(port::TabPlacement::kBottom);
   }
 
-  // The list with the groups of the preferences and these boxes.
-  void ShowGroups(const std::vector<port::CheckState>& checks) {
-    if (gMainWindow == 0) CreateWindow();
-    const std::array<port::ListColumn, 2> columns = {{{u"Newsgroup"}, {u"Unread"}}};
-    fake.display.Create(columns, u"", 3);
-    std::vector<port::ListRow> rows;
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-      rows.push_back({gPrefs->groups[i], u"", checks[i]});
-    }
-    fake.display.Fill(rows, -1);
-  }
+  // The marks of the groups.
+  static void CheckGroups(std::vector<std::uint32_t> marks) { gPrefs->checked = std::move(marks); }
 
   // The ids of the program's own messages that wait for the main window.
   std::vector<std::uint32_t> PostedToMainWindow() {
