@@ -50,6 +50,8 @@ RESERVED = [
              re.compile(r'\b(getenv|setenv|system_clock|steady_clock::now|gettimeofday|localtime|fopen'
                         r'|ofstream|ifstream|fstream)\b|std::filesystem|<filesystem>'), NOTHING,
              ('port/linux', 'port/fake', 'qt', 'script', 'demo', 'bench')),
+    Reserved('the abort flag; an operation that fails says so by its RunEnd',
+             re.compile(r'\b(RequestAbort|gAbortRequested)\b'), NOTHING, ('base', 'bench')),
     # The program's files named here have texts that are no article's: names of groups (chains,
     # newsgroups), messages and versions of libraries (compression, databases), registry values
     # (multi_string); nntp/ has the server's lines, script/ tells the stored bytes one by one.

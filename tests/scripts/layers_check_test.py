@@ -123,6 +123,7 @@ class LayersCheck(unittest.TestCase):
                 ('#include <gtest/gtest.h>', 'a test framework'),
                 ('#include <fstream>', 'a service that belongs behind the port'),
                 ('#include <filesystem>', 'a service that belongs behind the port'),
+                ('gAbortRequested = 1;', 'the abort flag; an operation that fails says so by its RunEnd'),
                 ('text = Widen(article.subject);', 'text shown of stored bytes, which mime/ makes'),
                 ('std::fstream file;', 'a service that belongs behind the port'),
                 ('std::ifstream file;', 'a service that belongs behind the port'),
