@@ -14,7 +14,10 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
+#include "base/reset.h"
+#include "base/upward_calls.h"
 #include "base/views.h"
+#include "base/window_procedures.h"
 #include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "port/message_queue.h"
@@ -24,7 +27,6 @@
 #include "res/resource.h"
 #include "store/databases.h"
 #include "store/deletion.h"
-#include "store/shown_tree.h"
 #include "thread/commands.h"
 #include "thread/view.h"
 
@@ -35,6 +37,8 @@ constexpr int kMenuBarHeight = 26;
 
 // The key of an accelerator, until it is released: that release is no key of the article view.
 std::uint32_t gAcceleratorKey = 0;
+
+const ResetAtEnd kReset([] { gAcceleratorKey = 0; });
 
 int ShownTab() {
   return gPlatform->windows.SelectedTab();
@@ -55,7 +59,7 @@ void EnterThreadView(bool from_group_view) {
 void EnterArticleView(bool from_thread_view) {
   if (from_thread_view) {
     if (OpenSelectedNode()) return;
-    ClearCurrentArticle();
+    ClearArticleView();
   }
   DisplayCurrentArticle({});
 }
@@ -110,7 +114,7 @@ void ConnectByUser() {
   ConnectCommand(true);
 }
 void PreferencesCommand() {
-  OpenPrefs(0);
+  OpenPreferences(PreferencesPage::kFirst);
 }
 void AboutCommand() {
   RunModalDialog(kDialogAbout, nullptr, EndOnOkOrCancel);
@@ -143,7 +147,7 @@ void HandleCommand(std::uint32_t command) {
 
 // After what may have changed the store: whoever looks at the threads sees the new ones.
 void RebuildShownThreads() {
-  if (gThreadRebuildPending && ShownTab() == port::kThreadTab) ShowThreadView();
+  if (gReading.tree_state.OutOfDate() && ShownTab() == port::kThreadTab) ShowThreadView();
 }
 
 void RefreshCounts() {
@@ -180,7 +184,7 @@ void HandleUser(std::uint32_t id) {
 // Every group by its index, whatever its box; queued posts stay. The shown tree is left alone: a
 // critical error may have closed the window while somebody walks it.
 void DeleteOnQuit() {
-  gShownTree = {};
+  gUpwardCalls.shown_tree = {};
   if (!gPrefs || gPrefs->autodeleteonquit == 0 || OperationRunning() || !DatabasesOpen()) return;
   for (std::size_t i = 0; i < gPrefs->numgroups; ++i) {
     if (DeleteArticles(gPrefs->autodeleteread != 0, static_cast<int>(i)) != RunEnd::kGoOn) return;
@@ -190,9 +194,7 @@ void DeleteOnQuit() {
 void DestroyQuilletWindow() {
   ShutDown();
   gPlatform->shell.SetInstanceWindow(0, 0);
-  gPlatform->windows.DestroyMainWindow();
-  gMainWindow = 0;
-  gMessageOwner = 0;
+  DestroyMainWindow();
   gPlatform->messages.PostQuit(0);
 }
 
@@ -202,54 +204,9 @@ void CloseMainWindow() {
   if (gMainWindow != 0) DestroyQuilletWindow();
 }
 
-}  // namespace
-
-bool CreateQuilletWindow() {
-  const port::Size area = gPlatform->windows.WorkArea();
-  const port::Size inside{area.width, area.height - kMenuBarHeight};
-  const port::WindowHandle window =
-      gPlatform->windows.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", kIconMain, inside});
-  if (window == 0) return false;
-  KeepInsideSize(inside);
-  PrepareThreadView();
-  PrepareArticleView();
-  gMainWindowProcedure = MainWindowProcedure;
-  gMainWindow = window;
-  gMessageOwner = window;
-  gPlatform->shell.SetInstanceWindow(window, kUserScheduledDownload);
-  return true;
-}
-
-void CreateViews() {
-  gPlatform->windows.CreateTabs(
-      static_cast<port::TabPlacement>(gPrefs->sidetabs > 2 ? 0 : gPrefs->sidetabs));
-  ForgetThreadControl();
-  ForgetArticlePanes();
-  CreateGroupList();
-  LayOutWindow();
-}
-
-void RebuildViews() {
-  ClearCurrentArticle();
-  ClearThreadView();
-  gCurrentGroup = -1;
-  CreateViews();
-}
-
-bool TranslateAccelerator(const port::Message& message) {
-  if (message.kind != port::MessageKind::kKeyDown || message.window != gMainWindow) return false;
-  const std::uint32_t command = FindAccelerator(ShownTab(), message.id, message.detail);
-  if (command == 0) {
-    if (gAcceleratorKey == message.id) gAcceleratorKey = 0;
-    return false;
-  }
-  gAcceleratorKey = message.id;
-  MainWindowProcedure({message.window, port::MessageKind::kCommand, command, 0, {}});
-  return true;
-}
+// --- Messages ---------------------------------------------------------------------------------
 
 void MainWindowProcedure(const port::Message& message) {
-  if (message.window == 0 || message.window != gMainWindow) return;
   switch (message.kind) {
     case port::MessageKind::kCommand:
       return HandleCommand(message.id);
@@ -286,6 +243,49 @@ void MainWindowProcedure(const port::Message& message) {
     default:
       return;
   }
+}
+
+}  // namespace
+
+bool CreateQuilletWindow() {
+  const port::Size area = gPlatform->windows.WorkArea();
+  const port::Size inside{area.width, area.height - kMenuBarHeight};
+  const port::WindowHandle window =
+      gPlatform->windows.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", kIconMain, inside});
+  if (window == 0) return false;
+  KeepInsideSize(inside);
+  SetProcedure(window, MainWindowProcedure);
+  gMainWindow = window;
+  gPlatform->shell.SetInstanceWindow(window, kUserScheduledDownload);
+  return true;
+}
+
+void CreateViews() {
+  gPlatform->windows.CreateTabs(
+      static_cast<port::TabPlacement>(gPrefs->sidetabs > 2 ? 0 : gPrefs->sidetabs));
+  ForgetThreadControl();
+  ForgetArticlePanes();
+  CreateGroupList();
+  LayOutWindow();
+}
+
+void RebuildViews() {
+  ClearArticleView();
+  ClearThreadView();
+  gReading.group = -1;
+  CreateViews();
+}
+
+bool TranslateAccelerator(const port::Message& message) {
+  if (message.kind != port::MessageKind::kKeyDown || message.window != gMainWindow) return false;
+  const std::uint32_t command = FindAccelerator(ShownTab(), message.id, message.detail);
+  if (command == 0) {
+    if (gAcceleratorKey == message.id) gAcceleratorKey = 0;
+    return false;
+  }
+  gAcceleratorKey = message.id;
+  MainWindowProcedure({message.window, port::MessageKind::kCommand, command, 0, {}});
+  return true;
 }
 
 }  // namespace quillet

@@ -9,8 +9,6 @@ namespace quillet {
 bool CreateQuilletWindow();
 // Tabs by `sidetabs`, group list filled.
 void CreateViews();
-// Handles one message of the main window.
-void MainWindowProcedure(const port::Message& message);
 // Accelerator of the shown view: true when the message was one and has been handled.
 bool TranslateAccelerator(const port::Message& message);
 // Takes the views down and builds them again in the placement of `sidetabs`.

@@ -11,10 +11,10 @@
 #include "article/view.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
-#include "base/views.h"
 #include "groups/group_list.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "port/windows.h"
 #include "store/databases.h"
 #include "thread/view.h"
 
@@ -42,7 +42,7 @@ void CopyDatabases(std::u16string_view from, std::u16string_view to) {
 
 // What is being read lies in a store that is not open any more.
 void LeaveOldStore() {
-  ClearCurrentArticle();
+  ClearArticleView();
   ClearThreadView();
   if (gPlatform->windows.SelectedTab() == port::kArticleTab) ShowThreadView();
 }
@@ -90,10 +90,10 @@ void RefreshGroupView(const Prefs& old) {
 
 // True when the thread view has to be shown anew.
 bool ThreadViewChanged(const Prefs& old) {
-  if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gThreadRebuildPending = true;
+  if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gReading.tree_state.Invalidate();
   const bool look = ThreadLook(old) != ThreadLook(*gPrefs);
   if (look) ForgetThreadControl();
-  return look || gThreadRebuildPending || CaptionSource(old) != CaptionSource(*gPrefs);
+  return look || gReading.tree_state.OutOfDate() || CaptionSource(old) != CaptionSource(*gPrefs);
 }
 
 // The same for the article view.
@@ -114,7 +114,7 @@ void RefreshViews(const Prefs& old) {
 
 }  // namespace
 
-void OpenPrefs(int /*start_page*/) {
+void OpenPreferences(PreferencesPage /*start_page*/) {
   ShowMessage(
       u"The preferences cannot be edited in the window yet. Please use the program "
       u"quillet-setup to set the news server and the newsgroups.");

@@ -4,10 +4,11 @@
 #include <memory>
 
 #include "base/prefs.h"
+#include "base/upward_calls.h"
 
 namespace quillet {
 
-void OpenPrefs(int start_page);
+void OpenPreferences(PreferencesPage start_page);
 // Makes `edited` the live record, refreshes the views, re-registers the scheduled download, writes
 // the registry and moves the databases when their place changed.
 void ApplyPrefsChanges(std::unique_ptr<Prefs> edited);

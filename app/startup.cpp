@@ -1,23 +1,26 @@
 #include "app/startup.h"
 
-#include <cstdlib>
-
 #include "app/main_window.h"
 #include "app/open_prefs.h"
+#include "article/view.h"
 #include "base/app_messages.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
-#include "base/views.h"
+#include "base/reset.h"
+#include "base/upward_calls.h"
+#include "base/window_procedures.h"
 #include "nntp/connect.h"
 #include "port/files.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/scheduler.h"
 #include "port/shell.h"
+#include "port/windows.h"
 #include "store/compression.h"
 #include "store/databases.h"
-#include "thread/current.h"
+#include "thread/deletion.h"
+#include "thread/view.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -28,6 +31,8 @@ constexpr std::u16string_view kExecutablePath =
     u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
 
 bool gStoreOpened = false;
+
+const ResetAtEnd kReset([] { gStoreOpened = false; });
 
 // The user may have the damaged files deleted; the program ends in any case, and the next start
 // makes new ones.
@@ -60,20 +65,17 @@ bool OpenStore() {
   return true;
 }
 
-// Only when nothing runs any more: the window may have been closed by a critical error while
-// somebody worked on the tree. The article points into the tree, so it goes first.
-void DropWhatIsRead() {
-  gCurrentArticle.reset();
-  gThreadTree.reset();
-  gThreadGroup = -1;
-  gCurrentGroup = -1;
-  gThreadRebuildPending = false;
+// What stands above the folders that call it.
+void ConnectUpwardCalls() {
+  gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
+  gUpwardCalls.article_view = {DisplayArticle, ClearArticleView};
+  gUpwardCalls.open_preferences = OpenPreferences;
 }
 
 int MainLoop() {
   port::Message message;
   while (gPlatform->messages.Get(message)) {
-    if (!TranslateAccelerator(message)) MainWindowProcedure(message);
+    if (!TranslateAccelerator(message)) Dispatch(message);
   }
   return static_cast<int>(message.id);
 }
@@ -83,9 +85,7 @@ int EndBeforeTheLoop() {
   CloseDatabases();
   UnloadCompressionLibrary();
   gPlatform->shell.SetInstanceWindow(0, 0);
-  gPlatform->windows.DestroyMainWindow();
-  gMainWindow = 0;
-  gMessageOwner = 0;
+  DestroyMainWindow();
   return 0;
 }
 
@@ -112,6 +112,29 @@ void AdvanceOneDay(port::CalendarTime& time) {
   if (++time.month <= 12) return;
   time.month = 1;
   ++time.year;
+}
+
+// The program from its first step to its exit code.
+int RunOnce() {
+  const bool scheduled = gPlatform->shell.CommandLine() == kScheduledCommandLine;
+  if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
+  ConnectUpwardCalls();
+  ReadPreferences();
+  if (!gPrefs) return 0;
+  if (!CreateQuilletWindow()) return 0;
+  TellOfDamagedRegistry();
+  // A critical error while the store was opened has closed the window.
+  if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
+  gPlatform->windows.ShowMainWindow();
+  CreateViews();
+  if (scheduled) {
+    Dispatch({gMainWindow, port::MessageKind::kUser, kUserScheduledDownload, 0, {}});
+  } else {
+    ScheduleAutoDownload();
+  }
+  // A session that ended while there was no window to tell.
+  if (SessionEnding()) BeginSessionEnd();
+  return MainLoop();
 }
 
 }  // namespace
@@ -156,27 +179,10 @@ void ShutDown() {
 }
 
 int RunQuillet() {
-  const bool scheduled = gPlatform->shell.CommandLine() == kScheduledCommandLine;
-  if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
-  gOpenPreferences = OpenPrefs;
-  ReadPreferences();
-  if (!gPrefs) return 0;
-  std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
-  if (!CreateQuilletWindow()) return 0;
-  TellOfDamagedRegistry();
-  // A critical error while the store was opened has closed the window.
-  if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
-  gPlatform->windows.ShowMainWindow();
-  CreateViews();
-  if (scheduled) {
-    MainWindowProcedure({gMainWindow, port::MessageKind::kUser, kUserScheduledDownload, 0, {}});
-  } else {
-    ScheduleAutoDownload();
-  }
-  // A session that ended while there was no window to tell.
-  if (SessionEnding()) BeginSessionEnd();
-  const int code = MainLoop();
-  DropWhatIsRead();
+  const int code = RunOnce();
+  // Only now: the window may have been closed by a critical error while somebody worked on the
+  // tree.
+  ResetProgram();
   return code;
 }
 

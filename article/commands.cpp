@@ -2,13 +2,13 @@
 #include "article/commands.h"
 
 #include <array>
-#include <new>
 
 #include "article/headers_dialog.h"
 #include "article/message_body.h"
 #include "article/save.h"
 #include "article/view.h"
 #include "base/app_messages.h"
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "killfile/entry_dialog.h"
@@ -28,7 +28,7 @@ namespace {
 
 template <class Move>
 void MoveTo(Move next_of) {
-  Node* const node = gCurrentArticle->node;
+  Node* const node = gReading.article->node;
   Node* const next = node == nullptr ? nullptr : next_of(*node);
   if (next != nullptr) DisplayArticle(next, u"");
 }
@@ -49,15 +49,15 @@ void ShowNextThread() {
 // --- Marking and deleting ------------------------------------------------------------------------
 
 void MarkUnread() {
-  const std::string id = gCurrentArticle->messageId.value_or("");
+  const std::string id = gReading.article->messageId.value_or("");
   // By its id: an article that has gone from the store in the meantime is not stored again.
-  SetArticleReadById(id, gCurrentArticle->node, false, GroupOfCurrentArticle());
-  if (gCurrentArticle) gCurrentArticle->read = IsArticleRead(id) ? 1 : 0;
+  SetArticleReadById(id, gReading.article->node, false, GroupOfCurrentArticle());
+  if (gReading.article) gReading.article->read = IsArticleRead(id) ? 1 : 0;
   ShowChangedReadFlag();
 }
 
 void Delete(std::u16string_view question, Node* (*remove)(Node&)) {
-  Node* const node = gCurrentArticle->node;
+  Node* const node = gReading.article->node;
   if (node == nullptr || !ConfirmAction(question, true)) return;
   Node* const next = remove(*node);
   if (next == nullptr) PostToMainWindow(kUserRefreshCounts);
@@ -74,27 +74,27 @@ void DeleteShownThread() {
 // An article that is on the screen while another group was opened still belongs to its own.
 void AddToKillfile() {
   const std::size_t index = GroupOfCurrentArticle();
-  const int group = index < gPrefs->groups.size() ? static_cast<int>(index) : gCurrentGroup;
-  OpenKillfileEntryDialog(group, gCurrentArticle->from.value_or(""),
-                          gCurrentArticle->subject.value_or(""));
+  const int group = index < gPrefs->groups.size() ? static_cast<int>(index) : gReading.group;
+  OpenKillfileEntryDialog(group, gReading.article->from.value_or(""),
+                          gReading.article->subject.value_or(""));
 }
 
 // --- Finding -------------------------------------------------------------------------------------
 
 void Find() {
-  if (!AskFindChoices() || !gCurrentArticle) return;
-  const auto matches = MatchesInCurrentArticle(gFind.text);
+  if (!AskFindChoices() || !gReading.article) return;
+  const auto matches = MatchesInCurrentArticle(gReading.find.text);
   if (matches) DisplayCurrentArticle(*matches);
 }
 
 void FindAgain() {
-  SearchAndShow(gCurrentArticle ? gCurrentArticle->node : nullptr);
+  SearchAndShow(gReading.article ? gReading.article->node : nullptr);
 }
 
 // --- Showing it otherwise ------------------------------------------------------------------------
 
 void ToggleRot13() {
-  gCurrentArticle->showFlag = gCurrentArticle->showFlag == 0 ? 1 : 0;
+  gReading.article->showFlag = gReading.article->showFlag == 0 ? 1 : 0;
   DisplayCurrentArticle({});
 }
 
@@ -110,14 +110,12 @@ void TogglePlainText() {
 }
 
 void SaveAs() {
-  const auto text = CreateMessageBody(gCurrentArticle.get(), true);
+  const auto text = CreateMessageBody(gReading.article.get(), true);
   if (!text) return;
-  try {
-    SaveAsFile(u"Save article as", DefaultFileName(gCurrentArticle->subject.value_or("")),
+  Guarded(u"SaveAsFile", [&text] {
+    SaveAsFile(u"Save article as", DefaultFileName(gReading.article->subject.value_or("")),
                ToStored(*text));
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"SaveAsFile");
-  }
+  });
 }
 
 void Copy() {
@@ -168,7 +166,7 @@ constexpr std::array<ScrollKey, 6> kScrollKeys = {{
 void ArticleCommand(std::uint32_t command) {
   for (const Command& entry : kArticleCommands) {
     if (entry.id != command) continue;
-    if (gCurrentArticle || !entry.needs_article) entry.run();
+    if (gReading.article || !entry.needs_article) entry.run();
     return;
   }
 }

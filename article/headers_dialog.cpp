@@ -1,16 +1,14 @@
 #include "article/headers_dialog.h"
 
-#include <new>
-
 #include "article/message_body.h"
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/modal_dialog.h"
 #include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/records.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -40,14 +38,11 @@ std::u16string MessageHeadersText(const AsciiArticle& article) {
 }
 
 void ShowMessageHeaders() {
-  if (!gCurrentArticle) return;
+  if (!gReading.article) return;
   std::u16string text;
-  try {
-    text = MessageHeadersText(*gCurrentArticle);
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"ShowMessageHeaders");
-    return;
-  }
+  const bool made =
+      Guarded(u"ShowMessageHeaders", [&text] { text = MessageHeadersText(*gReading.article); });
+  if (!made) return;
   RunModalDialog(
       kDialogMessageHeaders,
       [&](port::WindowHandle dialog) {

@@ -1,9 +1,7 @@
 #include "article/message_body.h"
 
-#include <new>
-
 #include "article/render.h"
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/prefs.h"
 #include "mime/shown_text.h"
 #include "store/records.h"
@@ -63,17 +61,14 @@ std::string WithFullLineEnds(std::string_view lines) {
 
 std::optional<std::u16string> CreateMessageBody(const AsciiArticle* article, bool with_headers) {
   if (article == nullptr) return std::u16string();
-  try {
-    std::u16string text = BodyText(*article, with_headers);
-    if (with_headers) text.insert(0, HeaderBlock(*article));
-    if (article->showFlag != 0) Rot13String(text);
-    return text;
-  } catch (const std::bad_alloc&) {
-    // The location depends on the path; this is meant.
-    ReportError(u"out of memory",
-                gPrefs->removecrs != 0 ? u"CreateMessageBody" : u"DisplayCurrentArticle");
-    return std::nullopt;
-  }
+  // The location depends on the path; this is meant.
+  return Guarded(gPrefs->removecrs != 0 ? u"CreateMessageBody" : u"DisplayCurrentArticle",
+                 [&]() -> std::optional<std::u16string> {
+                   std::u16string text = BodyText(*article, with_headers);
+                   if (with_headers) text.insert(0, HeaderBlock(*article));
+                   if (article->showFlag != 0) Rot13String(text);
+                   return text;
+                 });
 }
 
 }  // namespace quillet

@@ -5,19 +5,22 @@
 
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "base/views.h"
 #include "mime/shown_text.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
 #include "res/resource.h"
-#include "thread/current.h"
 #include "thread/moves.h"
+#include "thread/reading.h"
 #include "util/format.h"
 
 namespace quillet {
 namespace {
 
 bool gPanesForgotten = false;
+
+const ResetAtEnd kReset([] { gPanesForgotten = false; });
 
 // By the stored size 1 to 8, in pixels.
 constexpr std::array<int, 8> kHeaderFontPixels = {8, 9, 10, 12, 14, 16, 18, 24};
@@ -79,8 +82,8 @@ void ShowArticleTab() {
 }
 
 void RefreshHeaderBar() {
-  gPlatform->article.SetHeader(gCurrentArticle ? HeaderLines(*gCurrentArticle)
-                                               : std::array<port::HeaderLine, 2>());
+  gPlatform->article.SetHeader(gReading.article ? HeaderLines(*gReading.article)
+                                                : std::array<port::HeaderLine, 2>());
 }
 
 }  // namespace quillet

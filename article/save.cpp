@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/box_owner.h"
 #include "base/messages.h"
 #include "mime/shown_text.h"
 #include "port/file_dialogs.h"
@@ -47,7 +48,7 @@ std::u16string DefaultFileName(std::string_view subject) {
 void SaveAsFile(std::u16string_view title, std::u16string_view default_name,
                 std::string_view text) {
   const auto path = gPlatform->file_dialogs.SaveFile(
-      gMessageOwner,
+      CurrentBoxOwner(),
       {std::u16string(title), std::u16string(default_name), u"Text (*.txt)", u"*.txt", u"txt"});
   if (!path) return;
   const std::uint32_t error = gPlatform->files.CreateNewFile(CorrectedPath(*path), text);

@@ -1,14 +1,15 @@
 #include "article/view.h"
 
 #include <algorithm>
-#include <new>
 
 #include "article/message_body.h"
 #include "article/panes.h"
 #include "article/render.h"
 #include "base/app_messages.h"
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "base/wait_cursor.h"
 #include "mime/shown_text.h"
 #include "port/article_panes.h"
@@ -21,42 +22,33 @@ namespace quillet {
 namespace {
 
 bool gPlainText = false;
-// The group that the current article was opened from, by its name: the index of a group changes
-// with the list.
-std::u16string gOpenedFromGroup;
+
+const ResetAtEnd kReset([] { gPlainText = false; });
 
 int GroupOfTree() {
-  return gThreadGroup >= 0 ? gThreadGroup : gCurrentGroup;
+  return gReading.tree_group >= 0 ? gReading.tree_group : gReading.group;
 }
 
 void KeepGroupName() {
   const std::size_t index = static_cast<std::size_t>(GroupOfTree());
-  gOpenedFromGroup = index < gPrefs->groups.size() ? gPrefs->groups[index] : u"";
-}
-
-// The viewer shows nothing new until the end of its source is told: where another article follows,
-// no empty page flashes up in between.
-void DropCurrentArticle() {
-  gCurrentArticle.reset();
-  gOpenedFromGroup.clear();
-  gPlatform->article.ClearViewer();
+  gReading.article_group = index < gPrefs->groups.size() ? gPrefs->groups[index] : u"";
 }
 
 void MarkShownArticleRead() {
-  const AsciiArticle& article = *gCurrentArticle;
+  const AsciiArticle& article = *gReading.article;
   if (article.body.value_or("").empty() || article.messageId.value_or("").empty()) return;
   // Two nodes may stand for one article: each is marked when it is opened.
   const bool read = article.read != 0 && (article.node == nullptr || article.node->read != 0);
   if (read) return;
-  SetArticleRead(*gCurrentArticle, gCurrentArticle->node, true, GroupOfCurrentArticle());
+  SetArticleRead(*gReading.article, gReading.article->node, true, GroupOfCurrentArticle());
   ShowChangedReadFlag();
 }
 
 void OpenArticle(Node& node) {
   if (node.messageId.empty()) return;
-  gCurrentArticle = FetchArticle(node.messageId);
-  if (!gCurrentArticle) return;
-  gCurrentArticle->node = &node;
+  gReading.article = FetchArticle(node.messageId);
+  if (!gReading.article) return;
+  gReading.article->node = &node;
   KeepGroupName();
   MarkShownArticleRead();
 }
@@ -64,7 +56,7 @@ void OpenArticle(Node& node) {
 // The viewer's source for the current article; nothing when memory ran out.
 std::optional<std::u16string> CurrentArticleAsHtml(const std::vector<MatchRange>& matches) {
   std::optional<std::u16string> text =
-      CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
+      CreateMessageBody(gReading.article.get(), gPrefs->showheaders != 0);
   if (!text) return std::nullopt;
   return ConvertTextToHTML(*text, matches);
 }
@@ -76,7 +68,7 @@ void FillViewer(std::u16string_view source, bool plain_text) {
 }
 
 void ShowCurrentArticleText(const std::vector<MatchRange>& matches) {
-  if (!gCurrentArticle) return FillViewer(u"Quillet error: there is no current article", true);
+  if (!gReading.article) return FillViewer(u"Quillet error: there is no current article", true);
   const auto html = CurrentArticleAsHtml(matches);
   if (!html) {
     ReportError(u"out of memory", u"DisplayCurrentArticle");
@@ -92,51 +84,47 @@ void TogglePlainTextFlag() {
 }
 
 std::size_t GroupOfCurrentArticle() {
-  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
+  if (gReading.article && gReading.article->node != nullptr) {
     return static_cast<std::size_t>(GroupOfTree());
   }
   const auto& groups = gPrefs->groups;
-  return static_cast<std::size_t>(std::find(groups.begin(), groups.end(), gOpenedFromGroup) -
+  return static_cast<std::size_t>(std::find(groups.begin(), groups.end(), gReading.article_group) -
                                   groups.begin());
 }
 
 void ShowChangedReadFlag() {
   PostToMainWindow(kUserRefreshCounts);
-  if (gCurrentArticle && gCurrentArticle->node != nullptr) {
-    RefreshThreadLabels(*gCurrentArticle->node);
+  if (gReading.article && gReading.article->node != nullptr) {
+    RefreshThreadLabels(*gReading.article->node);
   }
 }
 
 std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::u16string_view search_text) {
-  const auto text = CreateMessageBody(gCurrentArticle.get(), gPrefs->showheaders != 0);
-  if (!text || !gCurrentArticle) return std::nullopt;
-  try {
-    gCurrentArticle->displayText.reset();
-    if (!search_text.empty()) gCurrentArticle->displayText = ToStored(search_text);
-    return FindMatches(*text, search_text, {gFind.match_case, gFind.whole_word});
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"DisplayCurrentArticle");
-    return std::nullopt;
-  }
-}
-
-void PrepareArticleView() {
-  gArticleView = {DisplayArticle, ClearCurrentArticle};
+  const auto text = CreateMessageBody(gReading.article.get(), gPrefs->showheaders != 0);
+  if (!text || !gReading.article) return std::nullopt;
+  return Guarded(u"DisplayCurrentArticle", [&]() -> std::optional<std::vector<MatchRange>> {
+    gReading.article->displayText.reset();
+    if (!search_text.empty()) gReading.article->displayText = ToStored(search_text);
+    return FindMatches(*text, search_text, {gReading.find.match_case, gReading.find.whole_word});
+  });
 }
 
 void DisplayArticle(Node* node, std::u16string_view search_text) {
   if (node == nullptr) {
-    ClearCurrentArticle();
+    ClearArticleView();
     return ShowThreadView();
   }
-  DropCurrentArticle();
+  gReading.ForgetArticle();
+  // The viewer shows nothing new until the end of its source is told: no empty page flashes up
+  // before the article that follows.
+  gPlatform->article.ClearViewer();
   OpenArticle(*node);
   std::vector<MatchRange> matches;
-  if (gCurrentArticle && !search_text.empty()) {
+  if (gReading.article && !search_text.empty()) {
     matches = MatchesInCurrentArticle(search_text).value_or(std::vector<MatchRange>());
   }
   DisplayCurrentArticle(matches);
-  if (!gCurrentArticle && !node->messageId.empty()) {
+  if (!gReading.article && !node->messageId.empty()) {
     ShowMessage(u"Our apologies, but this article can no longer be read from the database.");
   }
 }
@@ -148,8 +136,9 @@ void DisplayCurrentArticle(const std::vector<MatchRange>& matches) {
   RefreshHeaderBar();
 }
 
-void ClearCurrentArticle() {
-  DropCurrentArticle();
+void ClearArticleView() {
+  gReading.ForgetArticle();
+  gPlatform->article.ClearViewer();
   gPlatform->article.EndOfSource();
   RefreshHeaderBar();
 }

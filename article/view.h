@@ -7,20 +7,17 @@
 #include <vector>
 
 #include "mime/find_text.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
-
-// Sets the hooks of the thread view. Once, before the main window is created; idempotent.
-void PrepareArticleView();
 
 // Opens the article of a node, marks it read when it has a body, and highlights the hits of a
 // search text. A null node clears the view and returns to the thread list.
 void DisplayArticle(Node* node, std::u16string_view search_text);
 // Shows the article tab with the current article, or "Quillet error: there is no current article".
 void DisplayCurrentArticle(const std::vector<MatchRange>& matches);
-// Empties the viewer and the header bar and drops the current article. No tab is changed.
-void ClearCurrentArticle();
+// Empties the viewer and the header bar and forgets the current article. No tab is changed.
+void ClearArticleView();
 
 // Whether the viewer takes every article as plain text; kept while the program runs.
 void TogglePlainTextFlag();

@@ -4,11 +4,15 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
 
+#include "base/box_owner.h"
 #include "base/messages.h"
+#include "base/reset.h"
+#include "base/window_procedures.h"
 #include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -36,6 +40,14 @@ bool gProgressFailed = false;  // guarded by gProgressMutex: the dialog could no
 bool gRunning = false;             // program thread only
 std::uint64_t gProgressUnits = 1;  // program thread only
 
+const ResetAtEnd kReset([] {
+  gAbortRequested = 0;
+  gProgressDialog = 0;
+  gProgressFailed = false;
+  gRunning = false;
+  gProgressUnits = 1;
+});
+
 void PublishDialog(port::WindowHandle dialog) {
   const std::lock_guard lock(gProgressMutex);
   gProgressDialog = dialog;
@@ -50,14 +62,16 @@ void WaitForProgressThread(Predicate predicate) {
 }
 
 // The dialog vanishes, whether or not the operation has stopped.
-void DestroyDialogOnItsThread(port::WindowHandle dialog) {
+void DestroyDialogOnItsThread(port::WindowHandle dialog, std::optional<BoxOwner>& owner) {
   gPlatform->messages.KillTimer(dialog, kAbortTimer);
   gPlatform->dialogs.Destroy(dialog);
+  owner.reset();  // before the operation's thread is told that the dialog has gone
   PublishDialog(0);
   gPlatform->messages.PostQuit(0);
 }
 
-void ProgressDlgProc(port::WindowHandle dialog, const port::Message& message) {
+void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
+                     const port::Message& message) {
   switch (message.kind) {
     case port::MessageKind::kCommand:
       if (message.id != kControlCancel || gAbortRequested != 0) return;
@@ -68,7 +82,7 @@ void ProgressDlgProc(port::WindowHandle dialog, const port::Message& message) {
       return;
     case port::MessageKind::kTimer:
     case port::MessageKind::kClose:
-      DestroyDialogOnItsThread(dialog);
+      DestroyDialogOnItsThread(dialog, owner);
       return;
     default:
       return;  // the silent key-up at the end of a run comes here and is ignored
@@ -84,13 +98,13 @@ void ProgressThread(const std::u16string& title) {
   // The title stands before the operation can set a text of its own.
   gPlatform->dialogs.SetText(dialog, kControlProgressTitle, title);
   gPlatform->dialogs.Show(dialog);
-  gMessageOwner = dialog;
+  std::optional<BoxOwner> owner(dialog);
+  SetProcedure(dialog,
+               [&](const port::Message& message) { ProgressDlgProc(dialog, owner, message); });
   PublishDialog(dialog);
   port::Message message;
-  while (gPlatform->messages.Get(message)) {
-    if (message.window == dialog) ProgressDlgProc(dialog, message);
-  }
-  gMessageOwner = gMainWindow.load();
+  while (gPlatform->messages.Get(message)) Dispatch(message);
+  RemoveProcedure(dialog);
 }
 
 std::thread StartProgressThread(std::u16string_view title) {

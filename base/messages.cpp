@@ -2,8 +2,11 @@
 
 #include <string>
 
+#include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/prefs.h"
+#include "base/reset.h"
+#include "base/window_procedures.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/windows.h"
@@ -12,8 +15,6 @@
 namespace quillet {
 
 std::atomic<port::WindowHandle> gMainWindow = 0;
-std::atomic<port::WindowHandle> gMessageOwner = 0;
-WindowProcedure gMainWindowProcedure = nullptr;
 
 namespace {
 
@@ -23,6 +24,11 @@ constexpr std::u16string_view kConfirmationCaption = u"Quillet confirmation";
 constexpr std::size_t kReportLength = 255;
 
 std::atomic<bool> gSessionEnding = false;
+
+const ResetAtEnd kReset([] {
+  gMainWindow = 0;
+  gSessionEnding = false;
+});
 
 constexpr port::BoxStyle kOkBox{port::BoxButtons::kOk, port::BoxIcon::kNone, true};
 
@@ -47,6 +53,13 @@ std::u16string ReportText(std::u16string_view format, std::u16string_view reason
 
 }  // namespace
 
+void DestroyMainWindow() {
+  if (gMainWindow == 0) return;
+  RemoveProcedure(gMainWindow);
+  gPlatform->windows.DestroyMainWindow();
+  gMainWindow = 0;
+}
+
 int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
             const port::BoxStyle& style) {
   if (gSessionEnding) return EscapeAnswer(style.buttons);
@@ -64,23 +77,23 @@ bool SessionEnding() {
 }
 
 int ShowMessage(std::u16string_view text) {
-  return ShowBox(gMessageOwner, kCaption, text, kOkBox);
+  return ShowBox(CurrentBoxOwner(), kCaption, text, kOkBox);
 }
 
 int AskOkCancel(std::u16string_view text) {
-  return ShowBox(gMessageOwner, kCaption, text,
+  return ShowBox(CurrentBoxOwner(), kCaption, text,
                  {port::BoxButtons::kOkCancel, port::BoxIcon::kNone, true});
 }
 
 bool AskYesNo(std::u16string_view text) {
-  return ShowBox(gMessageOwner, kConfirmationCaption, text,
+  return ShowBox(CurrentBoxOwner(), kConfirmationCaption, text,
                  {port::BoxButtons::kYesNo, port::BoxIcon::kNone, false}) == port::kIdYes;
 }
 
 bool ConfirmAction(std::u16string_view text, bool default_answer) {
   if (gPrefs && gPrefs->skipverifications != 0) return default_answer;
   // No owner over the main window: this is meant, the box then stands above the whole program.
-  const port::WindowHandle owner = gMessageOwner;
+  const port::WindowHandle owner = CurrentBoxOwner();
   return ShowBox(owner == gMainWindow ? 0 : owner, kConfirmationCaption, text,
                  {port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, false}) == port::kIdYes;
 }
@@ -96,14 +109,8 @@ void ReportCriticalError(std::u16string_view reason, std::u16string_view locatio
     gPlatform->messages.PostQuit(0);
     return;
   }
-  if (gMainWindowProcedure != nullptr) {
-    gMainWindowProcedure({main_window, port::MessageKind::kClose, 0, 0, {}});
-  }
-  if (gMainWindow != 0) {
-    gPlatform->windows.DestroyMainWindow();
-    gMainWindow = 0;
-  }
-  gMessageOwner = 0;
+  Dispatch({main_window, port::MessageKind::kClose, 0, 0, {}});
+  DestroyMainWindow();
 }
 
 }  // namespace quillet

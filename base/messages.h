@@ -11,13 +11,9 @@ namespace quillet {
 
 // The main window; 0 before it exists and after it was destroyed.
 extern std::atomic<port::WindowHandle> gMainWindow;
-// The window that owns boxes at this moment: the main window, or the modal dialog that is up.
-extern std::atomic<port::WindowHandle> gMessageOwner;
-
-// Handles one message of the main window; set once by the main window's code, so that what stands
-// below it can send the main window a message and wait for its handling.
-using WindowProcedure = void (*)(const port::Message& message);
-extern WindowProcedure gMainWindowProcedure;
+// Destroys the main window, if there still is one: nothing handles its messages or owns boxes any
+// more.
+void DestroyMainWindow();
 
 // The session ends (log-out, SIGTERM). Any thread. From now on every box is answered at once as
 // Escape would, the running operation is asked to stop, and the main window gets kEndSession. The

@@ -2,7 +2,9 @@
 
 #include <vector>
 
+#include "base/box_owner.h"
 #include "base/messages.h"
+#include "base/window_procedures.h"
 #include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -11,7 +13,7 @@
 namespace quillet {
 namespace {
 
-// What came for other windows while the dialog was up: delivered when it ends.
+// What came for others while the dialog was up and is not theirs yet: delivered when it ends.
 class WaitingMessages {
  public:
   ~WaitingMessages() {
@@ -30,12 +32,13 @@ class WaitingMessages {
   int quit_code_ = 0;
 };
 
+bool IsHandledAtOnce(const port::Message& message) {
+  return message.window != gMainWindow || message.kind == port::MessageKind::kSize;
+}
+
 // True when the message ends the dialog.
 bool HandleOtherWindow(const port::Message& message, WaitingMessages& waiting) {
-  if (message.kind == port::MessageKind::kSize && gMainWindowProcedure != nullptr) {
-    gMainWindowProcedure(message);
-    return false;
-  }
+  if (IsHandledAtOnce(message) && Dispatch(message)) return false;
   waiting.Add(message);
   return message.kind == port::MessageKind::kEndSession;
 }
@@ -59,17 +62,14 @@ int PumpDialog(port::WindowHandle dialog, const DialogProcedure& procedure,
 }  // namespace
 
 int RunModalDialog(std::uint32_t form, const DialogSetup& setup, const DialogProcedure& procedure) {
-  const port::WindowHandle owner = gMessageOwner;
-  const port::WindowHandle dialog = gPlatform->dialogs.Create(form, owner);
+  const port::WindowHandle dialog = gPlatform->dialogs.Create(form, CurrentBoxOwner());
   if (dialog == 0) return port::kIdCancel;
   WaitingMessages waiting;
   if (setup) setup(dialog);
   gPlatform->dialogs.Show(dialog);
-  gMessageOwner = dialog;
+  const BoxOwner owner(dialog);
   const int result = PumpDialog(dialog, procedure, waiting);
   gPlatform->dialogs.Destroy(dialog);
-  // A critical error in between has taken the windows down: nothing owns boxes then.
-  gMessageOwner = gMainWindow == 0 ? 0 : owner;
   return result;
 }
 

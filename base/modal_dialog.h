@@ -15,10 +15,11 @@ using DialogSetup = std::function<void(port::WindowHandle dialog)>;
 using DialogProcedure =
     std::function<std::optional<int>(port::WindowHandle dialog, const port::Message& message)>;
 
-// Shows the form over gMessageOwner and runs it until the procedure gives a result, which is
-// returned; the dialog still exists while the procedure runs. While it is up it owns the message
-// boxes. Other windows' messages wait until the end, but for a size change, which is handled at
-// once, and the end of the session, which ends the dialog. kIdCancel when the form cannot be shown.
+// Shows the form over the owner of the boxes and runs it until the procedure gives a result, which
+// is returned; the dialog still exists while the procedure runs. While it is up it owns the message
+// boxes. The main window's messages wait until the end, but for a size change, which is handled at
+// once, and the end of the session, which ends the dialog. Other windows that have a procedure live
+// on. kIdCancel when the form cannot be shown.
 int RunModalDialog(std::uint32_t form, const DialogSetup& setup, const DialogProcedure& procedure);
 
 // The procedure of a dialog whose buttons just end it: OK and Cancel by their ids.

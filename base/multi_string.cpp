@@ -1,11 +1,10 @@
 #include "base/multi_string.h"
 
 #include <algorithm>
-#include <new>
 #include <optional>
 #include <utility>
 
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/registry_values.h"
 #include "util/text.h"
 
@@ -34,16 +33,13 @@ std::u16string Wide(const std::string& text) {
 
 template <class String>
 std::string BuildMultiString(std::span<const String> strings) {
-  try {
+  return GuardedCritically(u"CreateMultiString", [&] {
     std::u16string units;
     for (const String& text : strings) AppendEntry(units, Wide(text));
     if (strings.empty()) units.push_back(u'\0');
     units.push_back(u'\0');
     return Utf16Bytes(units);
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"CreateMultiString");
-    return {};
-  }
+  });
 }
 
 // The strings with a NUL after each but the last.
@@ -102,17 +98,13 @@ std::size_t CountStoredStrings(port::RegistryKey& key, std::u16string_view name)
 
 std::vector<std::u16string> ReadMultiString(port::RegistryKey& key, std::u16string_view name,
                                             std::uint32_t count) {
-  try {
-    return ParseMultiString(ListData(key, name), count);
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"ReadMultiString");
-    return {};
-  }
+  return GuardedCritically(u"ReadMultiString",
+                           [&] { return ParseMultiString(ListData(key, name), count); });
 }
 
 std::vector<std::string> ReadNarrowMultiString(port::RegistryKey& key, std::u16string_view name,
                                                std::uint32_t count) {
-  try {
+  return GuardedCritically(u"ReadMultiString", [&] {
     const std::string data = ListData(key, name);
     const std::size_t there = std::min<std::size_t>(count, CountMultiStrings(data));
     std::vector<std::string> strings;
@@ -121,10 +113,7 @@ std::vector<std::string> ReadNarrowMultiString(port::RegistryKey& key, std::u16s
       strings.push_back(Narrow(text));
     }
     return strings;
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"ReadMultiString");
-    return {};
-  }
+  });
 }
 
 }  // namespace quillet

@@ -1,10 +1,10 @@
 #include "base/prefs.h"
 
-#include <new>
 
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/prefs_fields.h"
 #include "base/records.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
 
 namespace quillet {
@@ -13,6 +13,11 @@ std::unique_ptr<Prefs> gPrefs;
 std::array<CommandBarBlob, 3> gCommandBars;
 
 namespace {
+
+const ResetAtEnd kReset([] {
+  gPrefs.reset();
+  gCommandBars = {};
+});
 
 void ResetText(Prefs& prefs, const TextField& field) {
   if (field.on_reset == OnReset::kKeep) return;
@@ -37,12 +42,7 @@ std::unique_ptr<Prefs> NewPrefs() {
 std::unique_ptr<Prefs> CopyPrefs(const Prefs& prefs) {
   std::unique_ptr<Prefs> copy = NewPrefs();
   if (!copy) return copy;
-  try {
-    *copy = prefs;
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"NewPrefs");
-    copy.reset();
-  }
+  if (!GuardedCritically(u"NewPrefs", [&] { *copy = prefs; })) copy.reset();
   return copy;
 }
 

@@ -7,6 +7,7 @@
 #include "base/multi_string.h"
 #include "base/prefs_fields.h"
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/platform.h"
 #include "util/format.h"
 
@@ -20,6 +21,8 @@ constexpr std::uint32_t kMostMissingStrings = 65536;
 constexpr std::uint64_t kMostPerServerNumbers = 16777216;
 
 bool gSettingsAtRisk = false;
+
+const ResetAtEnd kReset([] { gSettingsAtRisk = false; });
 
 std::u16string FreeKeyPath() {
   for (std::uint32_t number = 1;; ++number) {

@@ -1,16 +1,17 @@
 #include "base/prefs_registry.h"
 
-#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs_damage.h"
 #include "base/prefs_fields.h"
 #include "base/prefs_reader.h"
 #include "base/prefs_writer.h"
 #include "base/registry_values.h"
+#include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
 #include "util/format.h"
@@ -20,6 +21,8 @@ namespace quillet {
 std::u16string gDatabaseFolder;
 
 namespace {
+
+const ResetAtEnd kReset([] { gDatabaseFolder.clear(); });
 
 constexpr std::u16string_view kNotSavedMessage =
     u"The preferences could not be saved, because the registry cannot be written. The disk may be "
@@ -38,6 +41,20 @@ class NoKey final : public port::RegistryKey {
   bool Begin() override { return false; }
   bool Commit() override { return false; }
 };
+
+// False when the record cannot be read, which is told.
+bool ReadLiveRecord(Prefs& prefs) {
+  std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kRegistryPath);
+  // A key that only could not be opened now may hold settings.
+  SetSettingsAtRisk(!key);
+  if (!key) key = std::make_unique<NoKey>();
+  ValueReader values(*key);
+  if (!ReadRecord(values, prefs)) return false;
+  if (values.discarded()) SetSettingsAtRisk(true);
+  key.reset();
+  PrepareDatabaseFolder(prefs);
+  return true;
+}
 
 bool WriteLiveRecord() {
   std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Create(kRegistryPath);
@@ -58,21 +75,9 @@ void ReadPreferences() {
   gPrefs.reset();
   std::unique_ptr<Prefs> prefs = NewPrefs();
   if (!prefs) return;
-  try {
-    std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kRegistryPath);
-    // A key that only could not be opened now may hold settings.
-    SetSettingsAtRisk(!key);
-    if (!key) key = std::make_unique<NoKey>();
-    ValueReader values(*key);
-    if (!ReadRecord(values, *prefs)) return;
-    if (values.discarded()) SetSettingsAtRisk(true);
-    key.reset();
-    PrepareDatabaseFolder(*prefs);
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"ReadPreferences");
-    return;
-  }
-  gPrefs = std::move(prefs);
+  const bool read =
+      GuardedCritically(u"ReadPreferences", [&prefs] { return ReadLiveRecord(*prefs); });
+  if (read) gPrefs = std::move(prefs);
 }
 
 bool WritePreferences() {
@@ -80,12 +85,7 @@ bool WritePreferences() {
   static bool writing = false;
   if (writing || !gPrefs) return false;
   writing = true;
-  bool written = false;
-  try {
-    written = WriteLiveRecord();
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"WritePreferences");
-  }
+  const bool written = Guarded(u"WritePreferences", WriteLiveRecord);
   writing = false;
   return written;
 }

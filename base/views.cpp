@@ -1,5 +1,6 @@
 #include "base/views.h"
 
+#include "base/reset.h"
 #include "port/platform.h"
 
 namespace quillet {
@@ -8,9 +9,9 @@ namespace {
 constexpr int kToolbarHeight = 26;
 port::Size gInside;
 
-}  // namespace
+const ResetAtEnd kReset([] { gInside = {}; });
 
-bool gThreadRebuildPending = false;
+}  // namespace
 
 void KeepInsideSize(port::Size inside) {
   gInside = inside;

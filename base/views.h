@@ -13,9 +13,4 @@ void LayOutWindow();
 // Selects the tab and lays the window out. What the view shows is not touched.
 void SelectView(int tab);
 
-// The thread tree does not show what the store holds any more (after a download, an import, the
-// databases were reopened, `usethreading` or `reversethread` changed, a command of the group list
-// touched the shown group): it is built anew when it is shown next.
-extern bool gThreadRebuildPending;
-
 }  // namespace quillet

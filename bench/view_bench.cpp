@@ -14,6 +14,7 @@
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/upward_calls.h"
 #include "bench/measure.h"
 #include "bench/stored_group.h"
 #include "port/fake/fake_platform.h"
@@ -21,7 +22,6 @@
 #include "store/databases.h"
 #include "store/deletion.h"
 #include "store/records.h"
-#include "store/shown_tree.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
 #include "thread/labels.h"
@@ -96,9 +96,9 @@ Articles Chain(Articles articles) {
 }
 
 void Show(int group) {
-  gCurrentGroup = group;
+  gReading.group = group;
   ShowThreadView();
-  Require(gThreadTree != nullptr, "building");
+  Require(gReading.tree != nullptr, "building");
 }
 
 // --- Figures -------------------------------------------------------------------------------------
@@ -111,7 +111,7 @@ bool Report(const char* what, double figure, const char* unit, double target) {
 bool MeasureSearch(unsigned rounds) {
   std::size_t bytes = 0;
   const auto fetch = [&] {
-    for (Node* node = NextArticle(gThreadTree->root()); node != nullptr;
+    for (Node* node = NextArticle(gReading.tree->root()); node != nullptr;
          node = NextArticle(*node)) {
       bytes += FetchArticle(node->messageId)->body->size();
     }
@@ -125,14 +125,14 @@ bool MeasureSearch(unsigned rounds) {
   const double bare = Fastest(rounds, fetch);
   const double body = Fastest(rounds, search(false));
   const double all = Fastest(rounds, search(true));
-  std::printf("fetching %u articles: %.0f ms\n", gThreadTree->root().descendantCount, bare);
+  std::printf("fetching %u articles: %.0f ms\n", gReading.tree->root().descendantCount, bare);
   const bool good = Report("search in the bodies against fetching", body / bare, "", kSearchTarget);
   return Report("search in headers and bodies against fetching", all / bare, "", kSearchTarget) &&
          good;
 }
 
 bool MeasureLabels(BlindTree& tree, unsigned rounds) {
-  Node& root = gThreadTree->root();
+  Node& root = gReading.tree->root();
   const double rows = Fastest(rounds, [&] { BuildTreeView(root, false); });
   std::printf("%zu rows\n", tree.taken);
   const double none = Fastest(rounds, [&] { RefreshThreadLabels(root); });
@@ -151,18 +151,18 @@ bool MeasureLabels(BlindTree& tree, unsigned rounds) {
 bool MeasureShapes(int ordinary, int chain) {
   const auto mark = [](int group) {
     Show(group);
-    return ProcessorMilliseconds([] { MarkNode(gThreadTree->root(), false); }) +
-           ProcessorMilliseconds([] { MarkNode(gThreadTree->root(), true); });
+    return ProcessorMilliseconds([] { MarkNode(gReading.tree->root(), false); }) +
+           ProcessorMilliseconds([] { MarkNode(gReading.tree->root(), true); });
   };
   const auto remove = [](int group) {
     Show(group);
     // Every second one, from every depth.
     bool read = false;
-    for (Node* node = &gThreadTree->root(); node != nullptr; node = NextNode(*node)) {
+    for (Node* node = &gReading.tree->root(); node != nullptr; node = NextNode(*node)) {
       if (node->kind == NodeKind::kArticle) node->read = (read = !read) ? 1 : 0;
     }
     const double cost = ProcessorMilliseconds([group] { DeleteArticles(true, group); });
-    Require(gThreadTree->root().descendantCount > 0, "deleting");
+    Require(gReading.tree->root().descendantCount > 0, "deleting");
     return cost;
   };
   const double marking = mark(ordinary);
@@ -188,7 +188,7 @@ int Run(Device& device, unsigned count, unsigned rounds) {
   StoreGroup(gPrefs->groups[1], Chain(ordinary));
   DropCountCaches();
   CountArticles();
-  PrepareThreadView();
+  gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
   Show(0);
   bool good = MeasureSearch(rounds);
   good = MeasureLabels(device.tree, rounds) && good;

@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "article/view.h"
+#include "base/box_owner.h"
+#include "base/changes.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
-#include "base/views.h"
 #include "base/wait_cursor.h"
 #include "groups/marking.h"
 #include "groups/newsgroups.h"
@@ -18,6 +20,7 @@
 #include "port/dialogs.h"
 #include "port/list_view.h"
 #include "port/platform.h"
+#include "port/windows.h"
 #include "res/resource.h"
 #include "store/counts.h"
 #include "store/databases.h"
@@ -62,13 +65,13 @@ void FillRows(int selected) {
 // The selected row's group, else the current one; -1 for neither.
 int SelectedOrCurrentGroup() {
   const int row = gPlatform->group_list.SelectedRow();
-  return row >= 0 && static_cast<std::uint32_t>(row) < gPrefs->numgroups ? row : gCurrentGroup;
+  return row >= 0 && static_cast<std::uint32_t>(row) < gPrefs->numgroups ? row : gReading.group;
 }
 
 // After a command that changed articles of the checked groups.
 void NoteShownGroupTouched() {
-  const auto shown = GroupAt(static_cast<std::size_t>(gThreadGroup));
-  if (gThreadGroup >= 0 && IsChecked(*gPrefs, shown)) gThreadRebuildPending = true;
+  const auto shown = GroupAt(static_cast<std::size_t>(gReading.tree_group));
+  if (gReading.tree_group >= 0 && IsChecked(*gPrefs, shown)) NoteChange(Change::kStore);
 }
 
 // --- Commands --------------------------------------------------------------------------------
@@ -85,7 +88,7 @@ void CheckUncheckAll() {
 }
 
 void DeleteChecked(bool only_read, std::u16string_view question) {
-  ClearCurrentArticle();
+  ClearArticleView();
   if (ConfirmAction(question, true)) {
     DeleteArticles(only_read, kCheckedGroups);
     NoteShownGroupTouched();
@@ -110,7 +113,7 @@ void NewGroup() {
     const std::u16string complaint = JudgeNewGroupName(name);
     if (complaint.empty()) {
       AddNewsgroupToPrefs(name);
-      ClearCurrentArticle();
+      ClearArticleView();
     } else {
       ShowMessage(complaint);
     }
@@ -127,7 +130,7 @@ void RemoveGroups() {
       ++i;
       continue;
     }
-    ClearCurrentArticle();
+    ClearArticleView();
     if (DeleteArticles(false, static_cast<int>(i)) != RunEnd::kGoOn) break;
     const std::uint32_t groups = gPrefs->numgroups;
     RemoveNewsgroupFromPrefs(GroupAt(i));
@@ -163,7 +166,7 @@ void MarkServers(bool read) {
       if (progress) progress->downloaded = read ? progress->on_server : 0;
     }
   }
-  ShowBox(gMessageOwner, u"Finished marking server(s) read/unread",
+  ShowBox(CurrentBoxOwner(), u"Finished marking server(s) read/unread",
           FormatWide(u"Processed %d group%ls.", groups.size(), groups.size() == 1 ? u"" : u"s"),
           {});
 }
@@ -215,7 +218,7 @@ void CreateGroupList() {
       {u"Unread", gPrefs->columnWidths[1], true},
   }};
   gPlatform->group_list.Create(columns, gPrefs->groupfont, static_cast<int>(gPrefs->groupfontsize));
-  FillRows(gCurrentGroup);
+  FillRows(gReading.group);
 }
 
 void FillGroupList() {
@@ -245,7 +248,7 @@ void HandleColumnSized(std::uint32_t column, std::uint32_t width) {
 bool OpenSelectedGroup() {
   const int row = gPlatform->group_list.SelectedRow();
   if (row < 0 || static_cast<std::uint32_t>(row) >= gPrefs->numgroups) return false;
-  gCurrentGroup = row;
+  gReading.group = row;
   ShowThreadView();
   return true;
 }

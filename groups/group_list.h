@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
 

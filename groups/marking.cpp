@@ -9,20 +9,21 @@
 #include "base/subscriptions.h"
 #include "store/chains.h"
 #include "store/counts.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 #include "thread/totals.h"
 
 namespace quillet {
 namespace {
 
 bool TreeIsShownOf(std::size_t group) {
-  return gThreadTree && gThreadGroup >= 0 && static_cast<std::size_t>(gThreadGroup) == group;
+  return gReading.tree && gReading.tree_group >= 0 &&
+         static_cast<std::size_t>(gReading.tree_group) == group;
 }
 
 // The node of the shown tree, if there is one, is marked with the article; false when the store
 // refuses.
 bool MarkArticle(const std::string& message_id, bool read, std::size_t group) {
-  Node* node = TreeIsShownOf(group) ? gThreadTree->FindNodeByMessageId(message_id) : nullptr;
+  Node* node = TreeIsShownOf(group) ? gReading.tree->FindNodeByMessageId(message_id) : nullptr;
   if (node != nullptr) return SetNodeReadAlone(*node, read, group);
   SetArticleReadById(message_id, nullptr, read, group);
   return true;
@@ -41,7 +42,7 @@ RunEnd MarkArticlesOf(std::size_t group, bool read) {
 // After some or all articles of the group were marked.
 void BringShownTreeInStep(std::size_t group) {
   if (!TreeIsShownOf(group)) return;
-  SumUp(gThreadTree->root());
+  SumUp(gReading.tree->root());
   BringCurrentArticleInStep();
 }
 

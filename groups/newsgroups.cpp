@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "base/app_messages.h"
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "base/subscriptions.h"
@@ -36,7 +35,7 @@ std::unique_ptr<ReadInfo> CountNewGroup(std::u16string_view name) {
 
 // False after a report; then nothing has changed.
 bool AppendGroup(Prefs& prefs, std::u16string_view name) {
-  try {
+  return GuardedCritically(u"AddNewsgroupToPrefs", [&] {
     std::unique_ptr<ReadInfo> info;
     if (CountsAreInStep(prefs)) {
       gReadInfo.reserve(gReadInfo.size() + 1);
@@ -46,24 +45,17 @@ bool AppendGroup(Prefs& prefs, std::u16string_view name) {
     AddGroup(prefs, name);
     if (info) gReadInfo.push_back(std::move(info));
     return true;
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"AddNewsgroupToPrefs");
-    return false;
-  }
+  });
 }
 
 bool DropGroup(Prefs& prefs, GroupIndex group) {
   const bool counted = CountsAreInStep(prefs);
-  try {
+  // Meant to name the adding function.
+  return Guarded(u"AddNewsgroupToPrefs", [&] {
     RemoveGroup(prefs, group);
-  } catch (const std::bad_alloc&) {
-    // Meant to name the adding function.
-    ReportError(u"out of memory", u"AddNewsgroupToPrefs");
-    return false;
-  }
-  RemoveGroupFromKillfile(prefs, group);
-  if (counted) gReadInfo.erase(gReadInfo.begin() + static_cast<std::ptrdiff_t>(IndexOf(group)));
-  return true;
+    RemoveGroupFromKillfile(prefs, group);
+    if (counted) gReadInfo.erase(gReadInfo.begin() + static_cast<std::ptrdiff_t>(IndexOf(group)));
+  });
 }
 
 // --- Judging names -------------------------------------------------------------------------------
@@ -101,7 +93,7 @@ void AddNewsgroupToPrefs(std::u16string_view name) {
 void RemoveNewsgroupFromPrefs(GroupIndex group) {
   if (IndexOf(group) >= gPrefs->numgroups || !DropGroup(*gPrefs, group)) return;
   // The groups behind it have moved up: no tree knows its group any more.
-  gCurrentGroup = -1;
+  gReading.group = -1;
   ClearThreadView();
   PostToMainWindow(kUserRefillGroupList);
   WritePreferences();

@@ -1,11 +1,12 @@
 #include "killfile/killfile.h"
 
-#include <new>
 #include <optional>
 #include <span>
 #include <string>
 #include <utility>
 
+#include "base/box_owner.h"
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/multi_string.h"
 #include "mime/shown_text.h"
@@ -95,12 +96,9 @@ bool EntryMatches(const Prefs& prefs, std::size_t entry, const AsciiArticle& art
 bool AddKillfileEntry(Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
                       bool author) {
   if (FindEntry(prefs, group, text, kill, author) != prefs.killfilecount) return true;
-  try {
-    AppendEntry(prefs, group, text, kill, author);
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"AddKillfileEntry");
-    return false;
-  }
+  const bool added =
+      Guarded(u"AddKillfileEntry", [&] { AppendEntry(prefs, group, text, kill, author); });
+  if (!added) return false;
   if (FitsCapacity(prefs)) return true;
   RemoveKillfileEntry(prefs, group, text, kill, author);
   return false;
@@ -148,8 +146,8 @@ bool ToggleKillfileEntryKind(Prefs& prefs, std::uint32_t group, std::string_view
   };
   for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
     if (concerned(entry, !kill)) {
-      ShowBox(gMessageOwner, u"Duplicate Entry", u"An entry with that combination already exists",
-              {});
+      ShowBox(CurrentBoxOwner(), u"Duplicate Entry",
+              u"An entry with that combination already exists", {});
       return false;
     }
   }

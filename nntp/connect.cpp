@@ -4,10 +4,13 @@
 #include <string_view>
 
 #include "base/app_messages.h"
+#include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
+#include "base/upward_calls.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
 #include "port/platform.h"
@@ -22,9 +25,10 @@
 namespace quillet {
 
 port::DialHandle gDialHandle = 0;
-void (*gOpenPreferences)(int page) = nullptr;
 
 namespace {
+
+const ResetAtEnd kReset([] { gDialHandle = 0; });
 
 bool GroupIsFull(GroupIndex group) {
   return IndexOf(group) < gReadInfo.size() &&
@@ -46,9 +50,10 @@ bool JudgeEmptyDownloadList(bool interactive) {
                              true);
 }
 
-void AskToConfigure(std::u16string_view text, port::BoxIcon icon, int page) {
-  ShowBox(gMessageOwner, u"Quillet CE not configured", text, {port::BoxButtons::kOk, icon, false});
-  if (gOpenPreferences != nullptr) gOpenPreferences(page);
+void AskToConfigure(std::u16string_view text, port::BoxIcon icon, PreferencesPage page) {
+  ShowBox(CurrentBoxOwner(), u"Quillet CE not configured", text,
+          {port::BoxButtons::kOk, icon, false});
+  up::OpenPreferences(page);
 }
 
 void ReportDialError(std::uint32_t error, std::u16string_view location) {
@@ -95,7 +100,7 @@ bool CheckDownloadPreconditions(bool interactive) {
 void StartConnection() {
   if (gPrefs->numservers == 0) {
     AskToConfigure(u"In order to connect, you need to supply a news server name.",
-                   port::BoxIcon::kExclamation, kPageServer);
+                   port::BoxIcon::kExclamation, PreferencesPage::kServer);
     return;
   }
   if (WinceConnectIfNotConnected() && StartInet()) {
@@ -110,7 +115,7 @@ bool WinceConnectIfNotConnected() {
   if (ConnectedToInternet()) return true;
   if (gPrefs->conxmethod.empty()) {
     AskToConfigure(u"In order to connect, you need to select a connection method.",
-                   port::BoxIcon::kNone, kPageConnection);
+                   port::BoxIcon::kNone, PreferencesPage::kConnection);
     return false;
   }
   return DialSelectedMethod();

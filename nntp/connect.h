@@ -19,9 +19,4 @@ void EndDownload();
 // Hangs up what this program dialled. Idempotent.
 void HangUpDialledConnection();
 
-// Opens the preferences on that page; set by app/ (the pages stand above this folder).
-extern void (*gOpenPreferences)(int page);
-constexpr int kPageServer = 1;
-constexpr int kPageConnection = 2;
-
 }  // namespace quillet

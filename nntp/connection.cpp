@@ -7,9 +7,11 @@
 #include <array>
 #include <span>
 
+#include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "nntp/auth.h"
 #include "nntp/download.h"
 #include "nntp/post_queue.h"
@@ -25,6 +27,11 @@ NntpConnection gConnection;
 std::unique_ptr<TextLog> gTransactionLog;
 
 namespace {
+
+const ResetAtEnd kReset([] {
+  gConnection = {};
+  gTransactionLog.reset();
+});
 
 constexpr port::SocketVersion kSocketVersion{1, 1};
 constexpr std::uint32_t kDefaultPort = 119;
@@ -236,7 +243,7 @@ void CloseConnection() {
   }
   gConnection.wire.Close();
   const std::u16string& errors = gConnection.error_log.text;
-  if (!errors.empty()) ShowBox(gMessageOwner, u"Error log", errors, {});
+  if (!errors.empty()) ShowBox(CurrentBoxOwner(), u"Error log", errors, {});
   gConnection.server_name.reset();
 }
 

@@ -7,11 +7,12 @@
 #include <cstdint>
 #include <utility>
 
+#include "base/changes.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
-#include "base/views.h"
+#include "base/reset.h"
 #include "nntp/connection.h"
 #include "nntp/fetch.h"
 #include "nntp/replies.h"
@@ -27,6 +28,8 @@ namespace quillet {
 std::vector<GroupIndex> gDownloadList;
 
 namespace {
+
+const ResetAtEnd kReset([] { gDownloadList.clear(); });
 
 // The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
 struct GroupWalk {
@@ -249,7 +252,7 @@ RunEnd DownloadNews() {
   }
   run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
   // However the download ends, articles may have come.
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   const BulkStore bulk;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   for (const GroupIndex group : gDownloadList) {

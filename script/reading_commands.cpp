@@ -8,7 +8,7 @@
 #include "script/shown_nodes.h"
 #include "script/words.h"
 #include "store/records.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -144,9 +144,9 @@ void AskToolbar(ScriptContext& context, Words /*words*/) {
 void AskCurrent(ScriptContext& context, Words /*words*/) {
   JsonObject answer;
   context.run.CallOnProgram([&] {
-    const AsciiArticle* article = gCurrentArticle.get();
+    const AsciiArticle* article = gReading.article.get();
     const Node* node = article != nullptr ? article->node : nullptr;
-    answer.Add("group", gCurrentGroup).Add("tree_group", gThreadGroup);
+    answer.Add("group", gReading.group).Add("tree_group", gReading.tree_group);
     answer.Add("exists", article != nullptr);
     if (article == nullptr) return;
     answer.Add("id", Widen(article->messageId.value_or("")));

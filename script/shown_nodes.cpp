@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "script/words.h"
-#include "thread/current.h"
 #include "thread/moves.h"
+#include "thread/reading.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -71,8 +71,8 @@ constexpr std::array<std::string_view, 4> kScrollNames = {"page-up", "page-down"
 
 NodesByItem NodesOfShownTree() {
   NodesByItem nodes;
-  if (!gThreadTree) return nodes;
-  const Node& root = gThreadTree->root();
+  if (!gReading.tree) return nodes;
+  const Node& root = gReading.tree->root();
   nodes.reserve(root.descendantCount * std::size_t{2});
   for (const Node* node = NextNode(root); node != nullptr; node = NextNode(*node)) {
     nodes.emplace(node->treeItem, FactsOf(*node));
@@ -81,7 +81,7 @@ NodesByItem NodesOfShownTree() {
 }
 
 port::TreeItem ItemOfMessageId(std::string_view message_id) {
-  const Node* node = gThreadTree ? gThreadTree->FindNodeByMessageId(message_id) : nullptr;
+  const Node* node = gReading.tree ? gReading.tree->FindNodeByMessageId(message_id) : nullptr;
   return node != nullptr ? node->treeItem : 0;
 }
 

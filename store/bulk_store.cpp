@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/databases.h"
@@ -25,6 +26,12 @@ constexpr std::string_view kRoomKey("\0room", 5);
 bool gActive = false;
 int gStored = 0;            // articles since the bulk began
 std::size_t gRoomLeft = 0;  // of the last step
+
+const ResetAtEnd kReset([] {
+  gActive = false;
+  gStored = 0;
+  gRoomLeft = 0;
+});
 
 bool VolumeHasRoom() {
   const auto space = gPlatform->files.FreeSpace(gDatabaseFolder);

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "base/records.h"
+#include "base/reset.h"
 #include "store/record_strings.h"
 #include "util/little_endian.h"
 #include "util/text.h"
@@ -88,6 +89,11 @@ Cursor gCursor;
 // The value the counter should have when storing it failed, else 0: a number is never handed out
 // twice, for its second record would take the first one's place.
 std::uint32_t gCounterNotStored = 0;
+
+const ResetAtEnd kReset([] {
+  gCursor = {};
+  gCounterNotStored = 0;
+});
 
 // The record whose `next` is N. A writer that was killed may have left N without a `previous`, or
 // with an outdated one, so the chain itself is asked when the record named does not agree.

@@ -8,6 +8,7 @@
 
 #include "base/long_operation.h"
 #include "base/messages.h"
+#include "base/reset.h"
 #include "base/wait_cursor.h"
 #include "port/libraries.h"
 #include "port/platform.h"
@@ -36,6 +37,8 @@ struct CompressionLibrary {
 };
 
 CompressionLibrary gLibrary;
+
+const ResetAtEnd kReset(UnloadCompressionLibrary);
 
 template <class Function>
 bool Resolve(port::LibraryHandle library, const char* name, Function& function) {

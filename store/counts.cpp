@@ -1,11 +1,12 @@
 #include "store/counts.h"
 
-#include <new>
 #include <utility>
 
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/records.h"
+#include "base/reset.h"
 #include "base/wait_cursor.h"
 #include "store/chains.h"
 #include "store/databases.h"
@@ -17,6 +18,8 @@ namespace quillet {
 std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
 
 namespace {
+
+const ResetAtEnd kReset([] { gReadInfo.clear(); });
 
 constexpr std::uint32_t kCacheFormat = 1;
 constexpr std::size_t kCacheLength = 12;
@@ -44,13 +47,7 @@ bool TakeCached(ReadInfo& info) {
 
 bool ReserveReadInfo(std::size_t groups) {
   gReadInfo.clear();
-  try {
-    gReadInfo.reserve(groups);
-    return true;
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"CountArticles");
-    return false;
-  }
+  return GuardedCritically(u"CountArticles", [groups] { gReadInfo.reserve(groups); });
 }
 
 void SetNodeRead(Node& node, bool read) {

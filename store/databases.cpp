@@ -4,9 +4,11 @@
 #include <limits>
 
 #include "base/app_messages.h"
+#include "base/box_owner.h"
+#include "base/changes.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
-#include "base/views.h"
+#include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/chains.h"
@@ -36,6 +38,15 @@ std::array<Database, kDatabaseCount> gDatabases = {{
     {u"Quillet newsgroups.gdb", {}, false},
     {u"Quillet pending posts.gdb", {}, false},
 }};
+
+const ResetAtEnd kReset([] {
+  for (Database& database : gDatabases) {
+    database.file.Close();
+    database.failure_told = false;
+  }
+  gPendingPostCount = 0;
+  gDatabaseErrorFlag = false;
+});
 
 constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
                                       DatabaseIndex::kPendingPosts};
@@ -95,7 +106,7 @@ bool OpenGDBMDatabases() {
   ForgetChainCounter();
   for (const DatabaseIndex index : kAllDatabases) Open(index, unclean);
   if (!DatabasesOpen()) {
-    ShowBox(gMessageOwner, u"OpenGDBMDatabases", u"(unknown error)", {});
+    ShowBox(CurrentBoxOwner(), u"OpenGDBMDatabases", u"(unknown error)", {});
     return false;
   }
   if (unclean) {
@@ -147,7 +158,7 @@ bool ResetPendingPostsDatabase() {
 bool ReopenDatabases() {
   CloseDatabases();
   // Other articles may lie there.
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   if (!OpenGDBMDatabases()) {
     ReportError(u"unable to reopen GDBM databases", u"ReopenDatabases");
     return false;

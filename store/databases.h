@@ -23,7 +23,7 @@ std::u16string DatabasePath(DatabaseIndex index);
 
 // Number of queued posts, kept up to date by every change of the pending posts database.
 extern std::uint32_t gPendingPostCount;
-// Set by the fatal handler, never cleared: from then on every store counts as failed.
+// Set by the fatal handler, and for the rest of the run: from then on every store counts as failed.
 extern bool gDatabaseErrorFlag;
 
 // Binds "gdbmce.dll" with all its 13 names; false when the library or one name is missing. Once

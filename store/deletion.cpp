@@ -1,23 +1,22 @@
 // Deleting the read or all articles of groups.
 #include "store/deletion.h"
 
+#include <optional>
 #include <vector>
 
+#include "base/changes.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/subscriptions.h"
-#include "base/views.h"
+#include "base/upward_calls.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/records.h"
-#include "store/shown_tree.h"
 #include "util/format.h"
 
 namespace quillet {
-
-ShownTreeHooks gShownTree;
 
 namespace {
 
@@ -32,17 +31,13 @@ std::uint32_t CountToDelete(const Deletion& deletion, const ReadInfo& info) {
   return deletion.only_read ? info.readCount : info.totalCount;
 }
 
-void ClearShownTree() {
-  if (gShownTree.clear != nullptr) gShownTree.clear();
-}
-
 // Counts that were wrong stop at 0: a total that wrapped would be trusted for good.
 void LowerCount(std::uint32_t& count) {
   if (count > 0) --count;
 }
 
 bool IsShown(std::size_t group) {
-  return gShownTree.group != nullptr && gShownTree.group() == static_cast<int>(group);
+  return up::GroupOfShownTree() == static_cast<int>(group);
 }
 
 // Asks the store alone: what is shown of the group may be out of date.
@@ -66,13 +61,13 @@ RunEnd DeleteOnChain(const Deletion& deletion, std::size_t group) {
 RunEnd DeleteInGroup(const Deletion& deletion, std::size_t group) {
   SetProgressRange(CountToDelete(deletion, *gReadInfo[group]));
   const bool shown = IsShown(group);
-  if (shown && deletion.only_read && !gThreadRebuildPending && gShownTree.delete_read != nullptr) {
-    return gShownTree.delete_read();
+  if (shown && deletion.only_read) {
+    if (const std::optional<RunEnd> end = up::DeleteReadOfShownTree()) return *end;
   }
   // Until it is cleared or built anew, the tree names articles that have gone.
-  if (shown) gThreadRebuildPending = true;
+  if (shown) NoteChange(Change::kStore);
   RunEnd end = DeleteOnChain(deletion, group);
-  if (shown && !deletion.only_read && !Ended(end)) ClearShownTree();
+  if (shown && !deletion.only_read && !Ended(end)) up::ClearThreadView();
   return end;
 }
 
@@ -95,7 +90,7 @@ RunEnd RunDeletion(const Deletion& deletion) {
 RunEnd DeleteEverything() {
   DeleteDatabases(gPendingPostCount == 0);
   ReopenDatabases();
-  ClearShownTree();
+  up::ClearThreadView();
   return RunEnd::kGoOn;
 }
 

@@ -12,7 +12,7 @@ struct GDBMGroup;
 constexpr int kCheckedGroups = -1;
 // Deletes the read or all articles of one group, or of the groups checked in the group list.
 // Tells what ended it before its time: an abort, or a store that refused to go on. A tree that is
-// shown goes with it (store/shown_tree.h).
+// shown goes with it (base/upward_calls.h).
 RunEnd DeleteArticles(bool only_read, int group_index);
 // Deletes one article of a group: its own record (without a Message-ID it has none of its own) and
 // its chain record, and lowers the counts with their cache. False when the store keeps one of them:

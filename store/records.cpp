@@ -7,6 +7,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/records.h"
+#include "base/window_procedures.h"
 #include "store/bulk_store.h"
 #include "store/compression.h"
 #include "store/databases.h"
@@ -139,9 +140,7 @@ void RefuseWithoutLibrary() {
   ShowMessage(
       u"You have requested that an article be opened which contains compressed data, but the BZIP2 "
       u"DLL is not available. Quillet CE will now quit.");
-  if (gMainWindow != 0 && gMainWindowProcedure != nullptr) {
-    gMainWindowProcedure({gMainWindow, port::MessageKind::kClose, 0, 0, {}});
-  }
+  Dispatch({gMainWindow, port::MessageKind::kClose, 0, 0, {}});
 }
 
 // The texts of a plain record.

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
 
@@ -12,6 +13,11 @@ namespace {
 // The mark that was set; the folder may be another one by the time it is taken away.
 std::u16string gMarkPath;
 bool gTried = false;
+
+const ResetAtEnd kReset([] {
+  gMarkPath.clear();
+  gTried = false;
+});
 
 std::u16string MarkPath() {
   return gDatabaseFolder + u"\\Quillet databases in use";

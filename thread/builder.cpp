@@ -1,13 +1,12 @@
 #include "thread/builder.h"
 
 #include <algorithm>
-#include <new>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
-#include "base/messages.h"
+#include "base/guarded.h"
 #include "base/records.h"
 #include "thread/forest.h"
 #include "thread/gathering.h"
@@ -250,12 +249,8 @@ ThreadBuilder::~ThreadBuilder() = default;
 
 bool ThreadBuilder::Add(const ThreadEntry& entry) {
   if (state_ == nullptr || state_->broken) return false;
-  try {
-    state_->Add(entry);
-  } catch (const std::bad_alloc&) {
-    state_->broken = true;
-    ReportCriticalError(u"out of memory", u"NewNode");
-  }
+  const bool added = GuardedCritically(u"NewNode", [&] { state_->Add(entry); });
+  if (!added) state_->broken = true;
   return !state_->broken;
 }
 
@@ -268,7 +263,7 @@ std::unique_ptr<ThreadTree> ThreadBuilder::Finish(const BuildProgress& progress,
   };
   bool stopped = state->broken;
   const auto stop = [&] { return stopped = stopped || (aborted && aborted()); };
-  try {
+  return GuardedCritically(u"NewNode", [&]() -> std::unique_ptr<ThreadTree> {
     const std::vector<SortKey> order = state->Order();
     state->LinkLateParents(order, step, stop);
     const Rows rows = MakeRows(state->forest, order);
@@ -278,10 +273,7 @@ std::unique_ptr<ThreadTree> ThreadBuilder::Finish(const BuildProgress& progress,
     const bool merge = state->options.usethreading;
     if (!GatherThreads(*state->tree, threads, merge, step, stop)) return nullptr;
     return std::move(state->tree);
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"NewNode");
-    return nullptr;
-  }
+  });
 }
 
 }  // namespace quillet

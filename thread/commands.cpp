@@ -5,10 +5,11 @@
 #include <vector>
 
 #include "base/app_messages.h"
+#include "base/box_owner.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/subscriptions.h"
-#include "base/views.h"
+#include "base/upward_calls.h"
 #include "killfile/entry_dialog.h"
 #include "port/platform.h"
 #include "port/pop_up_menus.h"
@@ -25,27 +26,25 @@ namespace quillet {
 namespace {
 
 bool TreeShown() {
-  return gThreadTree && gThreadGroup == gCurrentGroup && IsGroupIndex(gCurrentGroup);
+  return gReading.tree && gReading.tree_group == gReading.group && IsGroupIndex(gReading.group);
 }
 
 // Nothing is done with nodes that may not stand for what the store holds.
 void ReplaceOutdatedTree() {
-  if (gThreadRebuildPending && TreeShown()) ShowThreadView();
+  if (gReading.tree_state.OutOfDate() && TreeShown()) ShowThreadView();
 }
 
 bool Open(Node* node) {
   Node* article = FirstArticleFrom(node);
-  if (article == nullptr || gArticleView.display == nullptr) return false;
-  gArticleView.display(article, u"");
-  return true;
+  return article != nullptr && up::DisplayArticle(article, u"");
 }
 
 // --- Deleting ------------------------------------------------------------------------------------
 
 void DeleteInCurrentGroup(bool only_read, std::u16string_view question) {
   if (!ConfirmAction(question, true)) return;
-  DeleteArticles(only_read, gCurrentGroup);
-  if (gThreadRebuildPending) ShowThreadView();
+  DeleteArticles(only_read, gReading.group);
+  if (gReading.tree_state.OutOfDate()) ShowThreadView();
   PostToMainWindow(kUserRefreshCounts);
 }
 void DeleteRead() {
@@ -57,11 +56,11 @@ void DeleteAll() {
 
 // The first article from the node on that the store still holds becomes the current one.
 void MakeCurrent(Node* node) {
-  ClearArticleView();
-  for (; node != nullptr && !gCurrentArticle; node = NextArticle(*node)) {
+  up::ClearArticleView();
+  for (; node != nullptr && !gReading.article; node = NextArticle(*node)) {
     if (node->messageId.empty()) continue;
-    gCurrentArticle = FetchArticle(node->messageId);
-    if (gCurrentArticle) gCurrentArticle->node = node;
+    gReading.article = FetchArticle(node->messageId);
+    if (gReading.article) gReading.article->node = node;
   }
   ShowThreadView();
 }
@@ -80,10 +79,10 @@ void DeleteSelectedThread() {
 // --- Marking -------------------------------------------------------------------------------------
 
 void MarkAllRead() {
-  MarkNode(gThreadTree->root(), true);
+  MarkNode(gReading.tree->root(), true);
 }
 void MarkAllUnread() {
-  MarkNode(gThreadTree->root(), false);
+  MarkNode(gReading.tree->root(), false);
 }
 void MarkSelected(bool read) {
   if (Node* node = SelectedNode()) MarkNode(*node, read);
@@ -96,14 +95,15 @@ void MarkSelectedUnread() {
 }
 
 void SetDownloadPosition(ServerIndex server, bool read) {
-  const auto group = GroupAt(static_cast<std::size_t>(gCurrentGroup));
+  const auto group = GroupAt(static_cast<std::size_t>(gReading.group));
   if (const auto progress = Progress(*gPrefs, server, group)) {
     progress->downloaded = read ? progress->on_server : 0;
   }
 }
 
 void MarkServer(bool read, std::u16string_view caption, std::u16string_view question) {
-  const int answer = ShowBox(gMessageOwner, caption, question, {port::BoxButtons::kYesNoCancel});
+  const int answer =
+      ShowBox(CurrentBoxOwner(), caption, question, {port::BoxButtons::kYesNoCancel});
   if (answer == port::kIdYes) {
     for (std::size_t server = 0; server < gPrefs->numservers; ++server) {
       SetDownloadPosition(ServerAt(server), read);
@@ -123,22 +123,22 @@ void MarkServerUnread() {
 // --- The rest ------------------------------------------------------------------------------------
 
 void AddGroupToKillfile() {
-  OpenKillfileEntryDialog(gCurrentGroup, "", "");
+  OpenKillfileEntryDialog(gReading.group, "", "");
 }
 
 // A node has the author and the subject of its article.
 void AddSelectedToKillfile() {
   const Node* node = SelectedNode();
-  if (node != nullptr) OpenKillfileEntryDialog(gCurrentGroup, node->from, node->subject);
+  if (node != nullptr) OpenKillfileEntryDialog(gReading.group, node->from, node->subject);
 }
 
 void Find() {
-  if (AskFindChoices()) SearchAndShow(gCurrentArticle ? gCurrentArticle->node : nullptr);
+  if (AskFindChoices()) SearchAndShow(gReading.article ? gReading.article->node : nullptr);
 }
 
 void Rethread() {
-  const auto index = static_cast<std::size_t>(gCurrentGroup);
-  BuildThreadList(gCurrentGroup, index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0);
+  const auto index = static_cast<std::size_t>(gReading.group);
+  BuildThreadList(gReading.group, index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0);
 }
 
 enum class Needs { kNothing, kGroup, kTree };
@@ -178,7 +178,7 @@ constexpr auto kCommands = std::to_array<ThreadCommand>({
 
 bool Has(Needs needs) {
   if (needs == Needs::kTree) return TreeShown();
-  return needs == Needs::kNothing || IsGroupIndex(gCurrentGroup);
+  return needs == Needs::kNothing || IsGroupIndex(gReading.group);
 }
 
 template <std::size_t kCount>

@@ -3,7 +3,7 @@
 #include "base/app_messages.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
-#include "base/views.h"
+#include "base/upward_calls.h"
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
@@ -25,7 +25,7 @@ bool Stopped(RunEnd& end) {
 }
 
 bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
-  const auto group = static_cast<std::size_t>(gThreadGroup);
+  const auto group = static_cast<std::size_t>(gReading.tree_group);
   return record.messageId == node.messageId && group < gReadInfo.size() &&
          record.groupName == gReadInfo[group]->groupName;
 }
@@ -35,11 +35,11 @@ bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
 bool DeleteFromStore(const Node& node) {
   const auto record = ReadChainRecord(node.chainNumber);
   if (record && NamesArticleOf(*record, node)) {
-    const auto group = static_cast<std::size_t>(gThreadGroup);
+    const auto group = static_cast<std::size_t>(gReading.tree_group);
     if (DeleteGroupArticle(group, *record, node.read != 0)) return true;
-    if (!ArticleExists(node.messageId)) gThreadRebuildPending = true;
+    if (!ArticleExists(node.messageId)) gReading.tree_state.Invalidate();
   } else if (DatabasesOpen() && !gDatabaseErrorFlag) {
-    gThreadRebuildPending = true;
+    gReading.tree_state.Invalidate();
     return true;
   }
   ReportError(u"unable to delete article", u"DeleteArticleNode");
@@ -47,7 +47,7 @@ bool DeleteFromStore(const Node& node) {
 }
 
 bool IsCurrent(const Node& node) {
-  return gCurrentArticle && gCurrentArticle->node == &node;
+  return gReading.article && gReading.article->node == &node;
 }
 
 // Deletes all or the read articles below the node, with progress.
@@ -64,14 +64,14 @@ RunEnd DeleteBelow(Node& top, bool only_read) {
       break;
     }
     current_gone = current_gone || IsCurrent(candidate);
-    gThreadTree->index().Remove(candidate);
+    gReading.tree->index().Remove(candidate);
     // For an article deep in a long chain of replies, lowering the counts of those above it would
     // cost a walk to the root each time.
     ReplaceNodeByChildrenUncounted(candidate);
     SetProgressPosition(++done);
   }
   SumUp(top);
-  if (current_gone) ClearArticleView();
+  if (current_gone) up::ClearArticleView();
   Stopped(end);  // an abort at the very last article counts too, though nothing is left to do
   return end;
 }
@@ -88,20 +88,20 @@ void ShowChangedThread(Node& thread) {
 Node* DeleteArticleNode(Node& node) {
   if (node.kind == NodeKind::kSubject) return DeleteThreadNode(node);
   Node* thread = ThreadOf(node);
-  if (!gThreadTree || thread == nullptr) return nullptr;
+  if (!gReading.tree || thread == nullptr) return nullptr;
   Node* next = NextArticle(node);
   if (!DeleteFromStore(node)) return &node;
-  gThreadTree->index().Remove(node);
+  gReading.tree->index().Remove(node);
   ReplaceNodeByChildren(node);
   ShowChangedThread(*thread);
-  if (IsCurrent(node)) ClearArticleView();
+  if (IsCurrent(node)) up::ClearArticleView();
   PostToMainWindow(kUserRefreshCounts);
   return next;
 }
 
 Node* DeleteThreadNode(Node& node) {
   Node* thread = ThreadOf(node);
-  if (!gThreadTree || thread == nullptr) return nullptr;
+  if (!gReading.tree || thread == nullptr) return nullptr;
   Node* next = NextThread(*thread);
   const std::uint32_t articles = thread->descendantCount;
   if (articles <= kDeletedAtOnce) {
@@ -118,9 +118,9 @@ Node* DeleteThreadNode(Node& node) {
   return next;
 }
 
-RunEnd DeleteReadNodes() {
-  if (!gThreadTree) return RunEnd::kGoOn;
-  Node& root = gThreadTree->root();
+std::optional<RunEnd> DeleteReadOfShownTree() {
+  if (!gReading.tree || gReading.tree_state.OutOfDate()) return std::nullopt;
+  Node& root = gReading.tree->root();
   const RunEnd end = DeleteBelow(root, true);
   for (Node* thread = root.firstChild; thread != nullptr;) {
     Node& candidate = *thread;

@@ -2,6 +2,8 @@
 // group with their cache, the tree's own counts and the tree control. Program thread only.
 #pragma once
 
+#include <optional>
+
 #include "base/run_end.h"
 #include "store/node.h"
 
@@ -13,8 +15,9 @@ namespace quillet {
 Node* DeleteArticleNode(Node& node);
 // Deletes every article of the node's thread; the first article of the next thread, or null.
 Node* DeleteThreadNode(Node& node);
-// Every read article of the shown tree, with progress (one unit an article) and abort. Tells
-// what ended it before its time: an abort, or a store that refused.
-RunEnd DeleteReadNodes();
+// Every read article of the shown tree, with progress (one unit an article) and abort. Tells what
+// ended it before its time: an abort, or a store that refused. Nothing, and nothing is done, without
+// a tree or with one that does not show what the store holds.
+std::optional<RunEnd> DeleteReadOfShownTree();
 
 }  // namespace quillet

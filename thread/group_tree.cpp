@@ -1,11 +1,10 @@
 #include "thread/group_tree.h"
 
-#include <new>
 #include <unordered_set>
 #include <vector>
 
+#include "base/guarded.h"
 #include "base/long_operation.h"
-#include "base/messages.h"
 #include "base/prefs.h"
 #include "store/chains.h"
 #include "store/databases.h"
@@ -81,10 +80,8 @@ ThreadOptions OptionsOfPrefs() {
 BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress) {
   ThreadBuilder builder(OptionsOfPrefs());
   BuiltTree built;
-  try {
-    built.end = ReadChain(builder, group_name, progress);
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"BuildNodeTree");
+  if (!GuardedCritically(u"BuildNodeTree",
+                         [&] { built.end = ReadChain(builder, group_name, progress); })) {
     built.end = RunEnd::kNoMemory;
   }
   built.tree = builder.Finish(progress, [&] { return Ended(built.end); });

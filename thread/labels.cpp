@@ -1,10 +1,10 @@
 #include "thread/labels.h"
 
-#include <new>
 #include <utility>
 #include <vector>
 
-#include "base/messages.h"
+#include "base/guarded.h"
+#include "base/reset.h"
 #include "mime/shown_text.h"
 #include "port/platform.h"
 #include "thread/shown_labels.h"
@@ -16,6 +16,8 @@ namespace {
 using RowMade = std::function<void()>;
 
 ShownLabels gShown;
+
+const ResetAtEnd kReset([] { gShown = {}; });
 
 // Pre-order from `top` on, with the depth below it.
 template <class Visit>
@@ -53,7 +55,7 @@ bool IsBold(const Node& node) {
 std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
   std::vector<port::TreeRow> rows;
   const std::uint32_t above = top.kind == NodeKind::kRoot ? 1 : 0;
-  try {
+  Guarded(u"BuildTreeView", [&] {
     const std::size_t items = CountItems(top);
     rows.reserve(items);
     if (above == 1) gShown.Reset(items);
@@ -63,9 +65,7 @@ std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
       gShown.Note(node);
       if (row_made && node.kind == NodeKind::kArticle) row_made();
     });
-  } catch (const std::bad_alloc&) {
-    ReportError(u"out of memory", u"BuildTreeView");
-  }
+  });
   return rows;
 }
 
@@ -111,13 +111,11 @@ void TakeOutOfTreeControl(const Node& thread) {
 
 void RefreshThreadLabels(Node& node) {
   if (!gPlatform->thread_tree.TreeCreated()) return;
-  try {
+  const bool shown = Guarded(u"RefreshThreadLabels", [&] {
     auto labels = ChangedLabels(node);
     if (!labels.empty()) gPlatform->thread_tree.SetLabels(std::move(labels));
-  } catch (const std::bad_alloc&) {
-    ForgetShownLabels();  // every label is handed over next time
-    ReportError(u"out of memory", u"RefreshThreadLabels");
-  }
+  });
+  if (!shown) ForgetShownLabels();  // every label is handed over next time
 }
 
 void ForgetShownLabels() {

@@ -3,16 +3,16 @@
 #include "base/app_messages.h"
 #include "base/long_operation.h"
 #include "store/counts.h"
-#include "thread/current.h"
 #include "thread/labels.h"
 #include "thread/moves.h"
+#include "thread/reading.h"
 #include "thread/totals.h"
 
 namespace quillet {
 namespace {
 
 std::size_t ShownGroup() {
-  return static_cast<std::size_t>(gThreadGroup);
+  return static_cast<std::size_t>(gReading.tree_group);
 }
 
 // The articles directly below the node are not counted: this is meant.

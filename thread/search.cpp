@@ -6,6 +6,7 @@
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
+#include "base/upward_calls.h"
 #include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
@@ -18,10 +19,10 @@ namespace {
 
 void SetUpFindDialog(port::WindowHandle dialog) {
   port::Dialogs& dialogs = gPlatform->dialogs;
-  dialogs.SetText(dialog, kControlFindText, gFind.text);
-  dialogs.SetChecked(dialog, kControlMatchCase, gFind.match_case);
-  dialogs.SetChecked(dialog, kControlWholeWord, gFind.whole_word);
-  dialogs.SetChecked(dialog, kControlSearchHeaders, gFind.in_headers);
+  dialogs.SetText(dialog, kControlFindText, gReading.find.text);
+  dialogs.SetChecked(dialog, kControlMatchCase, gReading.find.match_case);
+  dialogs.SetChecked(dialog, kControlWholeWord, gReading.find.whole_word);
+  dialogs.SetChecked(dialog, kControlSearchHeaders, gReading.find.in_headers);
   dialogs.SelectText(dialog, kControlFindText);
 }
 
@@ -36,7 +37,7 @@ FindChoices TakeChoices(port::WindowHandle dialog) {
 
 std::optional<int> FindDlgProc(port::WindowHandle dialog, const port::Message& message) {
   const std::optional<int> result = EndOnOkOrCancel(dialog, message);
-  if (result == port::kIdOk) gFind = TakeChoices(dialog);
+  if (result == port::kIdOk) gReading.find = TakeChoices(dialog);
   return result;
 }
 
@@ -73,9 +74,9 @@ struct Outcome {
 Outcome Search(Node* from, const FindChoices& find) {
   Outcome outcome;
   // No stored text holds a NUL.
-  if (!gThreadTree || find.text.empty() || find.text.find(u'\0') != std::u16string::npos)
+  if (!gReading.tree || find.text.empty() || find.text.find(u'\0') != std::u16string::npos)
     return outcome;
-  const Node& start = from != nullptr ? *from : gThreadTree->root();
+  const Node& start = from != nullptr ? *from : gReading.tree->root();
   outcome.end = RunWithProgress(u"Searching...", [&] {
     outcome.found = FirstMatchAfter(start, find);
     return RequestedEnd();
@@ -100,10 +101,10 @@ Node* SearchForward(Node* from, const FindChoices& find) {
 }
 
 void SearchAndShow(Node* from) {
-  if (gFind.text.empty()) return;
-  const Outcome outcome = Search(from, gFind);
+  if (gReading.find.text.empty()) return;
+  const Outcome outcome = Search(from, gReading.find);
   if (outcome.found != nullptr) {
-    if (gArticleView.display != nullptr) gArticleView.display(outcome.found, gFind.text);
+    up::DisplayArticle(outcome.found, gReading.find.text);
   } else if (outcome.end == RunEnd::kGoOn) {
     ShowMessage(u"Search string not found.");
   }

@@ -3,12 +3,12 @@
 
 #include "mime/search_text.h"
 #include "store/records.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
 
 // Shows the "Find" dialog with the last choices, its text selected, and keeps what was chosen in
-// gFind. False when it was cancelled.
+// gReading.find. False when it was cancelled.
 bool AskFindChoices();
 
 // Whether the article holds the text (without a NUL): with `in_headers` the kept
@@ -20,8 +20,8 @@ bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_
 // on); null when none does, the text is empty or the search was aborted. Runs under the runner.
 Node* SearchForward(Node* from, const FindChoices& find);
 
-// SearchForward with gFind; the hit is opened in the article view with the hits highlighted,
-// otherwise "Search string not found." is shown. Nothing happens with an empty text.
+// SearchForward with gReading.find; the hit is opened in the article view with the hits
+// highlighted, otherwise "Search string not found." is shown. Nothing happens with an empty text.
 void SearchAndShow(Node* from);
 
 }  // namespace quillet

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <new>
 
-#include "base/messages.h"
+#include "base/guarded.h"
 
 namespace quillet {
 namespace {
@@ -178,14 +177,11 @@ std::size_t ThreadTree::NodeBlocks<Made>::MemoryUsed() const {
 }
 
 Node* ThreadTree::NewNode(NodeKind kind) {
-  try {
+  return GuardedCritically(u"NewNode", [&] {
     Node& node = kind == NodeKind::kArticle ? articles_.Next() : others_.Next();
     node.kind = kind;
     return &node;
-  } catch (const std::bad_alloc&) {
-    ReportCriticalError(u"out of memory", u"NewNode");
-    return nullptr;
-  }
+  });
 }
 
 std::size_t ThreadTree::MemoryUsed() const {

@@ -5,12 +5,13 @@
 #include "base/app_messages.h"
 #include "base/prefs.h"
 #include "base/records.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
+#include "base/upward_calls.h"
 #include "base/views.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "store/databases.h"
-#include "store/shown_tree.h"
 #include "thread/deletion.h"
 #include "thread/group_tree.h"
 #include "thread/labels.h"
@@ -23,24 +24,16 @@ namespace {
 
 bool gControlForgotten = false;
 
+const ResetAtEnd kReset([] { gControlForgotten = false; });
+
 struct ThreadBuild {
   int group_index = -1;
   std::uint32_t total_count = 0;
 };
 
-int GroupOfShownTree() {
-  return gThreadTree ? gThreadGroup : -1;
-}
-
 std::uint32_t StoredArticles(int group_index) {
   const auto index = static_cast<std::size_t>(group_index);
   return index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0;
-}
-
-void DropTree() {
-  if (gCurrentArticle) gCurrentArticle->node = nullptr;
-  gThreadTree.reset();
-  gThreadGroup = -1;
 }
 
 // Counts of a tree that lacks articles, because the store could not be read, say nothing.
@@ -56,19 +49,20 @@ void CopyCounts(int group_index, const Node& root) {
 }
 
 void TakeTree(std::unique_ptr<ThreadTree> tree, int group_index) {
-  gThreadTree = std::move(tree);
-  gThreadGroup = group_index;
-  gThreadRebuildPending = false;
-  if (!gCurrentArticle) return;
-  gCurrentArticle->node = gThreadTree->FindNodeByMessageId(gCurrentArticle->messageId.value_or(""));
+  gReading.tree = std::move(tree);
+  gReading.tree_group = group_index;
+  gReading.tree_state.BringUpToDate();
+  if (!gReading.article) return;
+  gReading.article->node =
+      gReading.tree->FindNodeByMessageId(gReading.article->messageId.value_or(""));
 }
 
 int BuildAndShow(const ThreadBuild& build) {
   ProgressMeter meter(std::uint64_t{4} * build.total_count);
   // The items of the same group stay on the screen until the new ones replace them in one call, so
   // that what the user has expanded stays expanded.
-  if (gThreadGroup != build.group_index) gPlatform->thread_tree.FillTree({});
-  DropTree();
+  if (gReading.tree_group != build.group_index) gPlatform->thread_tree.FillTree({});
+  gReading.ForgetTree();
   const std::u16string name = gPrefs->groups[static_cast<std::size_t>(build.group_index)];
   BuiltTree built = BuildNodeTree(name, [&](std::uint64_t units) { meter.Add(units); });
   if (!built.tree) {
@@ -77,7 +71,7 @@ int BuildAndShow(const ThreadBuild& build) {
   }
   if (built.complete) CopyCounts(build.group_index, built.tree->root());
   TakeTree(std::move(built.tree), build.group_index);
-  FillTreeControl(gThreadTree->root(), [&] { meter.Add(1); });
+  FillTreeControl(gReading.tree->root(), [&] { meter.Add(1); });
   ShowThreadCaption();
   return 1;
 }
@@ -87,22 +81,22 @@ void CreateThreadControl() {
                                     static_cast<int>(gPrefs->threadfontsize));
   gControlForgotten = false;
   ForgetShownLabels();
-  if (gThreadTree) FillTreeControl(gThreadTree->root(), {});
+  if (gReading.tree) FillTreeControl(gReading.tree->root(), {});
 }
 
 void BringTreeUpToDate() {
-  if (!IsGroupIndex(gCurrentGroup)) return ClearThreadView();
-  if (!gThreadTree || gThreadGroup != gCurrentGroup || gThreadRebuildPending) {
-    return BuildThreadList(gCurrentGroup, StoredArticles(gCurrentGroup));
+  if (!IsGroupIndex(gReading.group)) return ClearThreadView();
+  if (!gReading.tree || gReading.tree_group != gReading.group || gReading.tree_state.OutOfDate()) {
+    return BuildThreadList(gReading.group, StoredArticles(gReading.group));
   }
-  RefreshThreadLabels(gThreadTree->root());
+  RefreshThreadLabels(gReading.tree->root());
   ShowThreadCaption();
 }
 
 }  // namespace
 
-void PrepareThreadView() {
-  gShownTree = {GroupOfShownTree, DeleteReadNodes, ClearThreadView};
+int GroupOfShownTree() {
+  return gReading.tree ? gReading.tree_group : -1;
 }
 
 bool IsGroupIndex(int group_index) {
@@ -123,23 +117,18 @@ void ShowThreadView() {
   SelectView(port::kThreadTab);
   if (gPrefs && (gControlForgotten || !gPlatform->thread_tree.TreeCreated())) CreateThreadControl();
   BringTreeUpToDate();
-  if (gCurrentArticle && gCurrentArticle->node != nullptr) SelectNode(*gCurrentArticle->node);
+  if (gReading.article && gReading.article->node != nullptr) SelectNode(*gReading.article->node);
   gPlatform->thread_tree.FocusTree();
 }
 
 void ClearThreadView() {
-  const bool shows_article = gCurrentArticle && gCurrentArticle->node != nullptr;
-  DropTree();
-  gThreadRebuildPending = false;  // there is no tree that could be out of date
-  if (shows_article) ClearArticleView();
+  const bool shows_article = gReading.article && gReading.article->node != nullptr;
+  gReading.ForgetTree();
+  gReading.tree_state.BringUpToDate();  // there is no tree that could be out of date
+  if (shows_article) up::ClearArticleView();
   gPlatform->thread_tree.FillTree({});
   ForgetShownLabels();
   ShowThreadCaption();
-}
-
-void ClearArticleView() {
-  if (gArticleView.clear != nullptr) gArticleView.clear();
-  gCurrentArticle.reset();
 }
 
 void ForgetThreadControl() {
@@ -157,17 +146,17 @@ std::u16string ThreadCaption(int group_index) {
 }
 
 void ShowThreadCaption() {
-  const bool shown = gThreadTree && gThreadTree->root().firstChild != nullptr;
-  gPlatform->thread_tree.SetCaption(shown && IsGroupIndex(gThreadGroup)
-                                        ? ThreadCaption(gThreadGroup)
+  const bool shown = gReading.tree && gReading.tree->root().firstChild != nullptr;
+  gPlatform->thread_tree.SetCaption(shown && IsGroupIndex(gReading.tree_group)
+                                        ? ThreadCaption(gReading.tree_group)
                                         : u"No threads, or no current group selected");
 }
 
 // --- Nodes of items ------------------------------------------------------------------------------
 
 Node* NodeOfItem(port::TreeItem item) {
-  if (!gThreadTree || item == 0) return nullptr;
-  for (Node* node = &gThreadTree->root(); node != nullptr; node = NextNode(*node)) {
+  if (!gReading.tree || item == 0) return nullptr;
+  for (Node* node = &gReading.tree->root(); node != nullptr; node = NextNode(*node)) {
     if (node->treeItem == item) return node;
   }
   return nullptr;

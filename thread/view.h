@@ -6,12 +6,9 @@
 #include <string>
 
 #include "port/tree_view.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
-
-// Sets the hooks of deletion. Once, before the main window is created; idempotent.
-void PrepareThreadView();
 
 // Builds the tree of a group under the runner ("Threading..." or "Building article list...") and
 // shows it; the current article is found again in the new tree by its Message-ID.
@@ -34,8 +31,8 @@ void ShowThreadCaption();
 
 // Whether the group list has such a group.
 bool IsGroupIndex(int group_index);
-// Empties the article view and drops the current article, also while there is no article view.
-void ClearArticleView();
+// Index of the group whose tree is shown, -1 for none.
+int GroupOfShownTree();
 
 // The node of an item of the shown tree, or null.
 Node* NodeOfItem(port::TreeItem item);

@@ -25,7 +25,6 @@ TEST(StartWithoutTheDatabaseLibrary, SaysToInstallAgainAndEnds) {
   port::FakePlatform fake;
   fake.libraries.hide_library(u"gdbmce.dll");
   ExpectRefused(fake);
-  gPrefs.reset();
 }
 
 TEST(StartWithoutTheDatabaseLibrary, ALibraryThatLacksAnyOneNameIsRefusedToo) {
@@ -36,7 +35,6 @@ TEST(StartWithoutTheDatabaseLibrary, ALibraryThatLacksAnyOneNameIsRefusedToo) {
     port::FakePlatform fake;
     fake.libraries.hide(name);
     ExpectRefused(fake);
-    gPrefs.reset();
   }
 }
 

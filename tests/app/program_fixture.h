@@ -15,6 +15,7 @@
 #include "base/multi_string.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"
 #include "util/little_endian.h"
@@ -28,8 +29,7 @@ class Program : public testing::Test {
     if (thread_.joinable()) End();
     fake_.display.Verify();
     fake_.sockets.Verify();
-    gPrefs.reset();
-    gReadInfo.clear();
+    ResetProgram();
   }
 
   void Start() {

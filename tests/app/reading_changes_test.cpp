@@ -337,9 +337,9 @@ TEST_F(Reading, AStoreThatMovedIsReadOn) {
 class Ending : public Reading {
  protected:
   ~Ending() override {
-    EXPECT_EQ(gThreadTree, nullptr);
-    EXPECT_EQ(gCurrentArticle, nullptr);
-    EXPECT_EQ(gThreadGroup, -1);
+    EXPECT_EQ(gReading.tree, nullptr);
+    EXPECT_EQ(gReading.article, nullptr);
+    EXPECT_EQ(gReading.tree_group, -1);
   }
 };
 
@@ -400,11 +400,11 @@ TEST_F(Ending, ACriticalErrorLeavesTheTreeToWhoWorksOnIt) {
   fake_.queues.PostCall(id_, [&ids] {
     ReportCriticalError(u"out of memory", u"NewNode");
     EXPECT_EQ(gMainWindow, 0U);
-    for (const Node* node = gThreadTree->root().firstChild; node != nullptr;
+    for (const Node* node = gReading.tree->root().firstChild; node != nullptr;
          node = node->firstChild) {
       ids += node->messageId;
     }
-    EXPECT_EQ(gCurrentArticle->messageId, "<2@x>");
+    EXPECT_EQ(gReading.article->messageId, "<2@x>");
   });
   Join();
   EXPECT_EQ(ids, "<1@x><2@x><3@x>");

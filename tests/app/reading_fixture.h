@@ -14,7 +14,7 @@
 #include "store/databases.h"
 #include "store/records.h"
 #include "tests/app/program_fixture.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
 
@@ -133,13 +133,13 @@ class Reading : public Program {
     return *value;
   }
   bool ArticleIsCurrent() {
-    return OnProgram([] { return gCurrentArticle != nullptr; });
+    return OnProgram([] { return gReading.article != nullptr; });
   }
   bool TreeIsThere() {
-    return OnProgram([] { return gThreadTree != nullptr; });
+    return OnProgram([] { return gReading.tree != nullptr; });
   }
   int CurrentGroup() {
-    return OnProgram([] { return gCurrentGroup; });
+    return OnProgram([] { return gReading.group; });
   }
   bool Stored(std::string_view id) {
     return OnProgram([id] { return ArticleExists(id); });
@@ -157,9 +157,9 @@ class Reading : public Program {
         EXPECT_EQ(cached.totalCount, info.totalCount);
         EXPECT_EQ(CountGroupArticles(info.groupName, true), info.readCount);
         EXPECT_EQ(CountGroupArticles(info.groupName, false), info.totalCount);
-        if (gThreadTree && static_cast<std::size_t>(gThreadGroup) == i) {
-          EXPECT_EQ(gThreadTree->root().readDescendantCount, info.readCount);
-          EXPECT_EQ(gThreadTree->root().descendantCount, info.totalCount);
+        if (gReading.tree && static_cast<std::size_t>(gReading.tree_group) == i) {
+          EXPECT_EQ(gReading.tree->root().readDescendantCount, info.readCount);
+          EXPECT_EQ(gReading.tree->root().descendantCount, info.totalCount);
         }
       }
     });

@@ -508,7 +508,7 @@ TEST_F(Reading, TheGroupListAddsEntriesForTheSelectedGroup) {
 
 TEST_F(Reading, WithoutASelectedRowTheCurrentGroupIsMeant) {
   StartAndWait();
-  OnProgramThread([] { gCurrentGroup = 1; });
+  OnProgramThread([] { gReading.group = 1; });
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
     EXPECT_FALSE(fake_.display.Control(dialog, 1015)->checked);
     fake_.display.Type(dialog, 1011, u"Ann");

@@ -10,11 +10,13 @@
 
 #include "article/commands.h"
 #include "article/view.h"
+#include "base/upward_calls.h"
 #include "base/views.h"
 #include "res/resource.h"
 #include "tests/store/store_fixture.h"
 #include "tests/support/failing_new.h"
-#include "thread/current.h"
+#include "thread/deletion.h"
+#include "thread/reading.h"
 #include "thread/view.h"
 
 namespace quillet {
@@ -27,26 +29,17 @@ class ArticleTest : public StoreTest {
     gPrefs->articleheaderfont = u"Tahoma";
     gPrefs->articleheaderfontsize = 3;
     gPrefs->usethreading = 1;
-    gFind = {};
-    gThreadRebuildPending = false;
     OpenStore();
     CreateWindow();
     fake.display.ShowMainWindow();
     KeepInsideSize({240, 294});
-    PrepareThreadView();
-    PrepareArticleView();
+    gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
+    gUpwardCalls.article_view = {DisplayArticle, ClearArticleView};
   }
 
   ~ArticleTest() override {
     testing::LimitNew(0);
     testing::FailNewOfAtLeast(0);
-    gCurrentArticle.reset();
-    gThreadTree.reset();
-    gThreadGroup = -1;
-    gCurrentGroup = -1;
-    gArticleView = {};
-    gFind = {};
-    gThreadRebuildPending = false;
   }
 
   // Keeps an article and puts it at the end of the group.
@@ -85,17 +78,17 @@ class ArticleTest : public StoreTest {
 
   void OpenGroup(int group) {
     CountArticles();
-    gCurrentGroup = group;
+    gReading.group = group;
     ShowThreadView();
-    ASSERT_NE(gThreadTree, nullptr);
-    ASSERT_EQ(gThreadGroup, group);
+    ASSERT_NE(gReading.tree, nullptr);
+    ASSERT_EQ(gReading.tree_group, group);
     PostedToMainWindow();
   }
 
-  static Node* NodeOf(std::string_view id) { return gThreadTree->FindNodeByMessageId(id); }
+  static Node* NodeOf(std::string_view id) { return gReading.tree->FindNodeByMessageId(id); }
   static void Open(std::string_view id) { DisplayArticle(NodeOf(id), u""); }
   static std::string CurrentId() {
-    return gCurrentArticle ? gCurrentArticle->messageId.value_or("") : "none";
+    return gReading.article ? gReading.article->messageId.value_or("") : "none";
   }
   // Which article is current after the command.
   static std::string After(std::uint32_t command) {

@@ -24,7 +24,7 @@ class ArticleCommands : public ArticleTest {
 
 TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
   PutThreeThreads();
-  gFind.text = u"";
+  gReading.find.text = u"";
   const int calls = fake.files.calls();
   for (const std::uint32_t command :
        {40018U, 40017U, 40019U, 40016U, 40025U, 40011U, 40028U, 40055U, 40023U, 40033U, 40049U,
@@ -32,7 +32,7 @@ TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
     ArticleCommand(command);
   }
   HandleArticleKey(0x86);
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_THAT(BoxTexts(), IsEmpty());
   EXPECT_THAT(fake.display.dialogs(), IsEmpty());
   EXPECT_THAT(fake.display.save_dialogs(), IsEmpty());
@@ -83,18 +83,18 @@ TEST_F(ArticleCommands, PreviousThreadIsTheFirstArticleOfThePrevious) {
 TEST_F(ArticleCommands, AtTheEndsNothingIsShownAnew) {
   PutThreeThreads();
   Open("<g2@x>");
-  gCurrentArticle->showFlag = 1;
+  gReading.article->showFlag = 1;
   const int shows = fake.display.wait_cursor_shows();
   ArticleCommand(40019);
   ArticleCommand(40016);
-  EXPECT_EQ(gCurrentArticle->showFlag, 1);
+  EXPECT_EQ(gReading.article->showFlag, 1);
   EXPECT_EQ(fake.display.wait_cursor_shows(), shows);
 }
 
 TEST_F(ArticleCommands, AnArticleOutsideTheTreeIsNotMovedFromNorDeleted) {
   PutThreeThreads();
   Open("<a2@x>");
-  gCurrentArticle->node = nullptr;
+  gReading.article->node = nullptr;
   for (const std::uint32_t command : {40018U, 40017U, 40019U, 40016U, 40011U, 40028U}) {
     EXPECT_EQ(After(command), "<a2@x>") << command;
   }
@@ -110,9 +110,9 @@ TEST_F(ArticleCommands, MarkUnreadKeepsItShownAndEverythingInStep) {
   PostedToMainWindow();
   EXPECT_EQ(After(40025), "<a2@x>");
   EXPECT_FALSE(IsArticleRead("<a2@x>"));
-  EXPECT_EQ(gCurrentArticle->read, 0U);
+  EXPECT_EQ(gReading.article->read, 0U);
   EXPECT_EQ(NodeOf("<a2@x>")->read, 0U);
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 0U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 0U);
   EXPECT_EQ(ReadCount(), 0U);
   EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts));
   EXPECT_NE(fake.display.FindItem(u"4/4 Alpha"), 0U);
@@ -149,7 +149,7 @@ TEST_F(ArticleCommands, AStoreThatFailsWhileMarkingUnreadLeavesEveryCount) {
   gGdbm.store = store;
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Error inserting GDBM article."));
   EXPECT_TRUE(IsArticleRead("<a2@x>"));
-  EXPECT_EQ(gCurrentArticle->read, 1U);
+  EXPECT_EQ(gReading.article->read, 1U);
   EXPECT_EQ(NodeOf("<a2@x>")->read, 1U);
   EXPECT_EQ(ReadCount(), 1U);
 }
@@ -161,7 +161,7 @@ TEST_F(ArticleCommands, AnArticleOfAnotherGroupIsCountedThere) {
   OpenGroup(2);
   SetArticleReadById("<n@x>", NodeOf("<n@x>"), true, 2);
   EXPECT_EQ(CurrentId(), "<a2@x>");
-  EXPECT_EQ(gCurrentArticle->node, nullptr);
+  EXPECT_EQ(gReading.article->node, nullptr);
   EXPECT_EQ(ReadCount(1), 1U);
   ArticleCommand(40025);
   EXPECT_EQ(ReadCount(1), 0U);
@@ -399,7 +399,7 @@ TEST_F(ArticleCommands, TheDialogThatCannotBeMadeIsPassedOver) {
 TEST_F(ArticleCommands, TheDialogWithoutMemoryIsReported) {
   PutThreeThreads();
   Open("<a2@x>");
-  gCurrentArticle->headers = std::string(1 << 20, 'h');
+  gReading.article->headers = std::string(1 << 20, 'h');
   testing::LimitNew(1 << 20);
   ShowMessageHeaders();
   testing::LimitNew(0);

@@ -14,7 +14,7 @@ class FindInArticles : public ArticleTest {
   void FindWithMemory(std::size_t bytes) {
     PutThreeThreads();
     Open("<a3@x>");
-    gCurrentArticle->body = std::string(1 << 20, 'x');
+    gReading.article->body = std::string(1 << 20, 'x');
     fake.display.WhenShown(kDialogFind, [this, bytes](port::WindowHandle dialog) {
       fake.display.Type(dialog, kControlFindText, u"x");
       fake.display.Press(dialog, kControlOk);
@@ -39,8 +39,8 @@ TEST_F(FindInArticles, FindHighlightsInTheArticleShown) {
   ArticleCommand(40048);
   EXPECT_EQ(CurrentId(), "<a3@x>");
   EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, u"ree");
-  EXPECT_EQ(gCurrentArticle->displayText, "ree");
+  EXPECT_EQ(gReading.find.text, u"ree");
+  EXPECT_EQ(gReading.article->displayText, "ree");
 }
 
 TEST_F(FindInArticles, FindTakesItsChoices) {
@@ -75,8 +75,8 @@ TEST_F(FindInArticles, AnEmptyFindShowsNoHitsAndClearsTheLastText) {
   AnswerFind(u"");
   ArticleCommand(40048);
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, u"");
-  EXPECT_EQ(gCurrentArticle->displayText, std::nullopt);
+  EXPECT_EQ(gReading.find.text, u"");
+  EXPECT_EQ(gReading.article->displayText, std::nullopt);
   ArticleCommand(40051);
   EXPECT_EQ(CurrentId(), "<a3@x>");
   EXPECT_THAT(BoxTexts(), IsEmpty());
@@ -90,8 +90,8 @@ TEST_F(FindInArticles, ACancelledFindLeavesTheHitsAndTheText) {
   AnswerFind(u"other", kControlCancel);
   ArticleCommand(40048);
   EXPECT_EQ(Source(), Page(u"Th" + Hit(u"ree") + u".&nbsp;<br>"));
-  EXPECT_EQ(gFind.text, u"ree");
-  EXPECT_EQ(gCurrentArticle->displayText, "ree");
+  EXPECT_EQ(gReading.find.text, u"ree");
+  EXPECT_EQ(gReading.article->displayText, "ree");
 }
 
 TEST_F(FindInArticles, FindWithoutMemoryKeepsWhatIsShown) {
@@ -105,7 +105,7 @@ TEST_F(FindInArticles, FindWithoutMemoryForTheHitsKeepsWhatIsShown) {
 TEST_F(FindInArticles, FindAgainGoesOnAfterTheCurrentArticle) {
   PutThreeThreads();
   Open("<a1@x>");
-  gFind.text = u"ve";
+  gReading.find.text = u"ve";
   ArticleCommand(40051);
   EXPECT_EQ(CurrentId(), "<b1@x>");
   EXPECT_EQ(Source(), Page(u"Fi" + Hit(u"ve") + u".&nbsp;<br>"));
@@ -127,7 +127,7 @@ TEST_F(FindInArticles, FindAgainWithoutATextDoesNothing) {
 
 TEST_F(FindInArticles, FindAgainStartsAtTheFirstArticleWithoutACurrentOne) {
   PutThreeThreads();
-  gFind.text = u"one";
+  gReading.find.text = u"one";
   EXPECT_EQ(After(40051), "<a1@x>");
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "tests/article/render_reference.h"
 #include "tests/support/failing_new.h"
 #include "util/text.h"
@@ -33,7 +34,7 @@ class Render : public ::testing::Test {
     gPrefs->fontsize = 2;
     gPrefs->colorquoted = 1;
   }
-  ~Render() override { gPrefs.reset(); }
+  ~Render() override { ResetProgram(); }
 
   // The fragment without the font around it.
   static std::u16string Inside(std::u16string_view text,

@@ -166,7 +166,7 @@ TEST_F(SavingArticles, OtherFailuresAreToldByTheirCodes) {
 
 TEST_F(SavingArticles, WithoutMemoryNothingIsAsked) {
   OpenOne();
-  gCurrentArticle->body = std::string(1 << 20, 'b');
+  gReading.article->body = std::string(1 << 20, 'b');
   testing::LimitNew(1 << 20);
   ArticleCommand(40057);
   EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (out of memory) occurred in "

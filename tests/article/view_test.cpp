@@ -2,6 +2,7 @@
 #include "article/commands.h"
 #include "article/panes.h"
 #include "base/app_messages.h"
+#include "base/upward_calls.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
 
@@ -19,7 +20,7 @@ TEST_F(ArticleView, ShowsTheArticleOfANode) {
   PutThreeThreads();
   Open("<a3@x>");
   EXPECT_EQ(CurrentId(), "<a3@x>");
-  EXPECT_EQ(gCurrentArticle->node, NodeOf("<a3@x>"));
+  EXPECT_EQ(gReading.article->node, NodeOf("<a3@x>"));
   EXPECT_EQ(Tab(), port::kArticleTab);
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
   EXPECT_TRUE(Shown().ended);
@@ -72,7 +73,7 @@ TEST_F(ArticleView, NoNodeClearsAndReturnsToTheThreadList) {
   PutThreeThreads();
   Open("<a1@x>");
   DisplayArticle(nullptr, u"");
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(Tab(), port::kThreadTab);
   EXPECT_EQ(Source(), u"");
   EXPECT_THAT(HeaderTexts(), ElementsAre(u"", u"", u"", u""));
@@ -81,8 +82,8 @@ TEST_F(ArticleView, NoNodeClearsAndReturnsToTheThreadList) {
 TEST_F(ArticleView, ANodeWithoutAMessageIdLeavesTheViewEmpty) {
   PutThreeThreads();
   Open("<a1@x>");
-  DisplayArticle(gThreadTree->root().firstChild, u"");
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  DisplayArticle(gReading.tree->root().firstChild, u"");
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(Source(), kNoArticle);
   EXPECT_EQ(Tab(), port::kArticleTab);
   EXPECT_THAT(BoxTexts(), IsEmpty());
@@ -93,7 +94,7 @@ TEST_F(ArticleView, AnArticleThatHasGoneFromTheStoreIsTold) {
   Open("<a1@x>");
   DeleteArticle("<a2@x>");
   Open("<a2@x>");
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(Source(), kNoArticle);
   EXPECT_TRUE(Shown().plain_text);
   EXPECT_TRUE(Shown().ended);
@@ -108,15 +109,15 @@ TEST_F(ArticleView, AnUnreadableRecordIsToldToo) {
   PutThreeThreads();
   ASSERT_TRUE(StoreValue(kArticles, Raw("<a2@x>\0"), "\x03 something else", StoreMode::kReplace));
   Open("<a2@x>");
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(BoxTexts().size(), 1U);
 }
 
 TEST_F(ArticleView, ClearingDropsTheArticleButNotTheTab) {
   PutThreeThreads();
   Open("<a1@x>");
-  ClearCurrentArticle();
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  ClearArticleView();
+  EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(Source(), u"");
   EXPECT_TRUE(Shown().ended);
   EXPECT_THAT(HeaderTexts(), ElementsAre(u"", u"", u"", u""));
@@ -125,10 +126,10 @@ TEST_F(ArticleView, ClearingDropsTheArticleButNotTheTab) {
 
 TEST_F(ArticleView, TheThreadViewReachesItThroughItsHooks) {
   PutThreeThreads();
-  gArticleView.display(NodeOf("<b1@x>"), u"Five");
+  up::DisplayArticle(NodeOf("<b1@x>"), u"Five");
   EXPECT_EQ(CurrentId(), "<b1@x>");
-  gArticleView.clear();
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  up::ClearArticleView();
+  EXPECT_EQ(gReading.article, nullptr);
 }
 
 // --- Marking -------------------------------------------------------------------------------------
@@ -138,10 +139,10 @@ TEST_F(ArticleView, MarksWhatItShowsReadEverywhere) {
   EXPECT_EQ(ReadCount(), 0U);
   Open("<a2@x>");
   EXPECT_TRUE(IsArticleRead("<a2@x>"));
-  EXPECT_EQ(gCurrentArticle->read, 1U);
+  EXPECT_EQ(gReading.article->read, 1U);
   EXPECT_EQ(NodeOf("<a2@x>")->read, 1U);
   EXPECT_EQ(NodeOf("<a1@x>")->readDescendantCount, 1U);
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 1U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 1U);
   EXPECT_EQ(ReadCount(), 1U);
   EXPECT_EQ(TotalCount(), 7U);
   EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts));
@@ -174,7 +175,7 @@ TEST_F(ArticleView, AnArticleWithoutABodyStaysUnreadAndSaysSo) {
   Open("<h@x>");
   EXPECT_EQ(Source(), Page(u"Quillet notification: body not downloaded.&nbsp;<br>"));
   EXPECT_FALSE(IsArticleRead("<h@x>"));
-  EXPECT_EQ(gCurrentArticle->read, 0U);
+  EXPECT_EQ(gReading.article->read, 0U);
   EXPECT_EQ(NodeOf("<h@x>")->read, 0U);
   EXPECT_EQ(ReadCount(), 0U);
   EXPECT_THAT(PostedToMainWindow(), IsEmpty());
@@ -184,14 +185,14 @@ TEST_F(ArticleView, EachOfTwoNodesOfOneArticleIsMarkedWhenItIsOpened) {
   Put(kGroup, Written("<d@x>", 1, "", "Twice", "Text.\r\n"));
   ASSERT_TRUE(AddArticleToGroup(kGroup, "<d@x>"));
   OpenGroup(1);
-  ASSERT_EQ(gThreadTree->root().descendantCount, 2U);
+  ASSERT_EQ(gReading.tree->root().descendantCount, 2U);
   Node* const second = NodeOf("<d@x>");
   DisplayArticle(second, u"");
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 1U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 1U);
   ArticleCommand(kCommandPreviousArticle);
-  if (gCurrentArticle->node == second) ArticleCommand(kCommandNextArticle);
-  EXPECT_NE(gCurrentArticle->node, second);
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 2U);
+  if (gReading.article->node == second) ArticleCommand(kCommandNextArticle);
+  EXPECT_NE(gReading.article->node, second);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 2U);
   EXPECT_EQ(ReadCount(), 2U);
   EXPECT_EQ(CountGroupArticles(kGroup, true), 2U);
 }
@@ -311,7 +312,7 @@ TEST_F(ArticleView, MatchesAreHighlighted) {
 TEST_F(ArticleView, OutOfMemoryForTheTextKeepsWhatIsShown) {
   PutThreeThreads();
   Open("<a1@x>");
-  gCurrentArticle->body = std::string(1 << 20, 'x');
+  gReading.article->body = std::string(1 << 20, 'x');
   for (const std::uint32_t removecrs : {0U, 1U}) {
     fake.display.ForgetBoxes();
     gPrefs->removecrs = removecrs;
@@ -334,7 +335,7 @@ TEST_F(ArticleView, OutOfMemoryForTheTextKeepsWhatIsShown) {
 TEST_F(ArticleView, OutOfMemoryForTheFragmentKeepsWhatIsShown) {
   PutThreeThreads();
   Open("<a1@x>");
-  gCurrentArticle->body = std::string(1 << 20, '&');
+  gReading.article->body = std::string(1 << 20, '&');
   testing::LimitNew(1 << 22);  // the text fits, the five times longer fragment does not
   DisplayCurrentArticle({});
   testing::LimitNew(0);
@@ -363,7 +364,7 @@ TEST_F(ArticleView, TheFirstArticleOfAThreadIsNumberNought) {
 TEST_F(ArticleView, AnArticleOutsideTheTreeHasNoPlace) {
   PutThreeThreads();
   Open("<a1@x>");
-  gCurrentArticle->node = nullptr;
+  gReading.article->node = nullptr;
   DisplayCurrentArticle({});
   EXPECT_THAT(HeaderTexts(),
               ElementsAre(u"Subject: Alpha", u"", u"From: Ann <ann@example.invalid>", u""));
@@ -387,16 +388,16 @@ TEST_F(ArticleView, ASearchTextIsHighlightedAndKept) {
   DisplayArticle(NodeOf("<a3@x>"), u"E");
   EXPECT_EQ(Source(), Page(u"Thr<b><span style=\"background: #FFFF00\">e</span></b>"
                            u"<b><span style=\"background: #FFFF00\">e</span></b>.&nbsp;<br>"));
-  EXPECT_EQ(gCurrentArticle->displayText, "E");
+  EXPECT_EQ(gReading.article->displayText, "E");
 }
 
 TEST_F(ArticleView, ASearchHonoursTheChoices) {
   PutThreeThreads();
-  gFind.match_case = true;
+  gReading.find.match_case = true;
   DisplayArticle(NodeOf("<a3@x>"), u"E");
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
-  gFind.match_case = false;
-  gFind.whole_word = true;
+  gReading.find.match_case = false;
+  gReading.find.whole_word = true;
   DisplayArticle(NodeOf("<a3@x>"), u"thre");
   EXPECT_EQ(Source(), Page(u"Three.&nbsp;<br>"));
   DisplayArticle(NodeOf("<a3@x>"), u"three");
@@ -417,8 +418,8 @@ TEST_F(ArticleView, HitsAreFoundInTheTextAsItIsShown) {
 TEST_F(ArticleView, AnArticleOpensAgainWithTheTextItKept) {
   PutThreeThreads();
   DisplayArticle(NodeOf("<a3@x>"), u"ee");
-  DisplayArticle(NodeOf("<a3@x>"), Widen(*gCurrentArticle->displayText));
-  EXPECT_EQ(gCurrentArticle->displayText, "ee");
+  DisplayArticle(NodeOf("<a3@x>"), Widen(*gReading.article->displayText));
+  EXPECT_EQ(gReading.article->displayText, "ee");
   EXPECT_EQ(Source(), Page(u"Thr<b><span style=\"background: #FFFF00\">ee</span></b>.&nbsp;<br>"));
 }
 

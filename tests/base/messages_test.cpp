@@ -1,9 +1,11 @@
 #include "base/messages.h"
+#include "base/box_owner.h"
 
 #include <gtest/gtest.h>
 
-#include "base/modal_dialog.h"
 #include "base/prefs.h"
+#include "base/reset.h"
+#include "base/window_procedures.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 
@@ -19,15 +21,11 @@ class Messages : public testing::Test {
     window_ = fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
     fake_.display.ShowMainWindow();
     gMainWindow = window_;
-    gMessageOwner = window_;
     gPrefs = std::make_unique<Prefs>();
   }
   ~Messages() override {
     fake_.display.Verify();
-    gMainWindowProcedure = nullptr;
-    gMainWindow = 0;
-    gMessageOwner = 0;
-    gPrefs.reset();
+    ResetProgram();
   }
   port::ShownBox LastBox() { return fake_.display.boxes().back(); }
 
@@ -77,7 +75,7 @@ TEST_F(Messages, ConfirmActionHasNoOwnerOverTheMainWindow) {
 }
 
 TEST_F(Messages, ConfirmActionIsOwnedByTheDialogThatIsUp) {
-  gMessageOwner = 77;
+  const BoxOwner dialog(77);
   fake_.display.Expect(u"question", port::kIdNo);
   EXPECT_FALSE(ConfirmAction(u"question", true));
   EXPECT_EQ(LastBox().owner, 77U);
@@ -117,12 +115,12 @@ void CountCloses(const port::Message& message) {
 
 TEST_F(Messages, CriticalErrorSendsCloseAndDestroysTheWindow) {
   gCloses = 0;
-  gMainWindowProcedure = CountCloses;
+  SetProcedure(window_, CountCloses);
   ReportCriticalError(u"out of memory", u"NewPrefs");
   EXPECT_EQ(LastBox().text, u"A critical error (out of memory) occurred in NewPrefs.");
   EXPECT_EQ(gCloses, 1);
   EXPECT_EQ(gMainWindow, 0U);
-  EXPECT_EQ(gMessageOwner, 0U);
+  EXPECT_EQ(CurrentBoxOwner(), 0U);
   EXPECT_EQ(fake_.display.main_window().handle, 0U);
   ShowMessage(u"later");
   EXPECT_EQ(LastBox().owner, 0U);
@@ -130,58 +128,10 @@ TEST_F(Messages, CriticalErrorSendsCloseAndDestroysTheWindow) {
 
 TEST_F(Messages, CriticalErrorBeforeTheWindowPostsQuit) {
   gMainWindow = 0;
-  gMessageOwner = 0;
   ReportCriticalError(u"out of memory", u"NewPrefs");
   port::Message message;
   EXPECT_FALSE(gPlatform->messages.Get(message));
   EXPECT_EQ(message.id, 0U);
-}
-
-TEST_F(Messages, ModalDialogOwnsBoxesWhileItIsUp) {
-  port::WindowHandle dialog = 0;
-  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
-    dialog = shown;
-    fake_.display.Type(shown, kControlGroupName, u"a.b");
-    fake_.display.Press(shown, kControlOk);
-  });
-  std::u16string text;
-  const int result = RunModalDialog(kDialogNewGroup, nullptr,
-                                    [&](port::WindowHandle handle, const port::Message& message) {
-                                      ShowMessage(u"inside");
-                                      text = gPlatform->dialogs.GetText(handle, kControlGroupName);
-                                      return EndOnOkOrCancel(handle, message);
-                                    });
-  EXPECT_EQ(result, port::kIdOk);
-  EXPECT_EQ(text, u"a.b");
-  EXPECT_EQ(fake_.display.boxes().front().owner, dialog);
-  EXPECT_EQ(gMessageOwner, window_);
-  EXPECT_TRUE(fake_.display.dialogs().empty());
-}
-
-TEST_F(Messages, ModalDialogHoldsBackOtherWindowsMessages) {
-  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
-    fake_.display.Inject({window_, port::MessageKind::kUser, 2, 0, {}});
-    fake_.display.Press(shown, kControlCancel);
-  });
-  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
-  port::Message message;
-  ASSERT_TRUE(gPlatform->messages.Get(message));
-  EXPECT_EQ(message.kind, port::MessageKind::kUser);
-  EXPECT_EQ(message.id, 2U);
-}
-
-TEST_F(Messages, TheEndOfTheSessionEndsAModalDialog) {
-  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle) { fake_.display.EndSession(); });
-  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
-  port::Message message;
-  ASSERT_TRUE(gPlatform->messages.Get(message));
-  EXPECT_EQ(message.kind, port::MessageKind::kEndSession);
-}
-
-TEST_F(Messages, ADialogThatCannotBeShownIsCancelled) {
-  fake_.display.FailNextDialog();
-  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);
-  EXPECT_EQ(gMessageOwner, window_);
 }
 
 }  // namespace

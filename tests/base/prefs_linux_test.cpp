@@ -24,7 +24,6 @@ class PrefsOnLinux : public PrefsTest {
     ReadPreferences();
     ASSERT_TRUE(gPrefs);
   }
-  ~PrefsOnLinux() override { gPrefs.reset(); }
 
   static void SetGroups(std::uint32_t count, const std::u16string& mark) {
     gPrefs->numgroups = count;

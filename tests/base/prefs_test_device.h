@@ -12,6 +12,7 @@
 #include "base/prefs.h"
 #include "base/prefs_damage.h"
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "port/fake/gtest_failures.h"
 
@@ -80,11 +81,7 @@ inline std::string Hex(std::string_view bytes) {
 
 class PrefsTest : public ::testing::Test {
  protected:
-  PrefsTest() { SetSettingsAtRisk(false); }
-  ~PrefsTest() override {
-    gPrefs.reset();
-    gCommandBars = {};
-  }
+  ~PrefsTest() override { ResetProgram(); }
 
   void Put(std::u16string_view name, RegistryType type, std::string_view data) {
     fake.registry.Put(kTestKey, name, type, data);

@@ -1,6 +1,7 @@
 #include <array>
 
 #include "base/prefs_fields.h"
+#include "base/window_procedures.h"
 #include "tests/base/prefs_test_device.h"
 #include "tests/support/failing_new.h"
 
@@ -375,12 +376,11 @@ TEST_F(FailingWrite, KeyThatCannotBeCreatedIsACriticalReport) {
 
 TEST_F(FailingWrite, ClosingAfterTheReportShowsNoSecondBox) {
   gMainWindow = fake.display.CreateMainWindow({});
-  gMainWindowProcedure = [](const port::Message&) { WritePreferences(); };
+  SetProcedure(gMainWindow, [](const port::Message&) { WritePreferences(); });
   fake.registry.FailCreate(1);
   EXPECT_FALSE(WritePreferences());
   EXPECT_EQ(BoxTexts().size(), 1U);
   EXPECT_EQ(gMainWindow, 0U);
-  gMainWindowProcedure = nullptr;
   EXPECT_EQ(Dump(), before_);
   EXPECT_TRUE(WritePreferences());  // the next one is written again
 }

@@ -4,8 +4,10 @@
 #include <chrono>
 #include <thread>
 
+#include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
+#include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 
@@ -21,12 +23,10 @@ class Runner : public testing::Test {
     window_ = fake_.display.CreateMainWindow({u"Quillet CE", u"title", kIconMain, {240, 294}});
     fake_.display.ShowMainWindow();
     gMainWindow = window_;
-    gMessageOwner = window_;
   }
   ~Runner() override {
     fake_.display.Verify();
-    gMainWindow = 0;
-    gMessageOwner = 0;
+    ResetProgram();
   }
   // Real time, bounded: what another thread does soon.
   template <class Condition>
@@ -81,7 +81,7 @@ TEST_F(Runner, BoxesBelongToTheDialogAndThenToTheMainWindowAgain) {
     return 0;
   });
   EXPECT_EQ(fake_.display.boxes().front().owner, dialog);
-  EXPECT_EQ(gMessageOwner, window_);
+  EXPECT_EQ(CurrentBoxOwner(), window_);
 }
 
 TEST_F(Runner, AbortFlagIsClearedAtTheStart) {
@@ -155,7 +155,7 @@ TEST_F(Runner, TenSecondsAfterCancelTheDialogVanishesAndTheOperationGoesOn) {
     return 7;
   });
   EXPECT_EQ(result, 7);
-  EXPECT_EQ(gMessageOwner, window_);
+  EXPECT_EQ(CurrentBoxOwner(), window_);
 }
 
 TEST_F(Runner, SilentKeyUpGoesToTheDialogWhileItIsUp) {
@@ -226,13 +226,13 @@ TEST_F(Runner, TheOperationMayTakeTheDialogDownItself) {
     EXPECT_EQ(gProgressDialog, 0U);
     return 0;
   });
-  EXPECT_EQ(gMessageOwner, window_);
+  EXPECT_EQ(CurrentBoxOwner(), window_);
 }
 
 TEST_F(Runner, HundredsOfRunsLeaveNothingBehind) {
   for (int i = 0; i < 300; ++i) RunWithProgress(u"title", [] { return 0; });
   EXPECT_TRUE(fake_.display.dialogs().empty());
-  EXPECT_EQ(gMessageOwner, window_);
+  EXPECT_EQ(CurrentBoxOwner(), window_);
 }
 
 }  // namespace

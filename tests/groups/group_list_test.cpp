@@ -1,4 +1,6 @@
 #include "groups/group_list.h"
+#include "base/changes.h"
+#include "base/reset.h"
 
 #include <gtest/gtest.h>
 
@@ -30,23 +32,14 @@ class GroupList : public testing::Test {
     fake_.display.ShowMainWindow();
     fake_.display.CreateTabs(port::TabPlacement::kBottom);
     gMainWindow = window;
-    gMessageOwner = window;
     ReadPreferences();
     EXPECT_TRUE(LoadDatabaseLibrary());
     EXPECT_TRUE(OpenGDBMDatabases());
-    gCurrentGroup = -1;
-    gThreadRebuildPending = false;
   }
   ~GroupList() override {
-    gThreadTree.reset();
-    gThreadGroup = -1;
-    gThreadRebuildPending = false;
     CloseDatabases();
     fake_.display.Verify();
-    gMainWindow = 0;
-    gMessageOwner = 0;
-    gPrefs.reset();
-    gReadInfo.clear();
+    ResetProgram();
   }
 
   // Groups with that many articles each, the first `read` of them read; all boxes ticked.
@@ -211,7 +204,7 @@ TEST_F(GroupList, WidthsOfTheDisplaysOwnAndOfTheUsersAreRemembered) {
 }
 
 TEST_F(GroupList, ANewListShowsTheCurrentGroupAndRefillsKeepTheSelection) {
-  gCurrentGroup = 1;
+  gReading.group = 1;
   SetUpGroups({{u"a"}, {u"b"}});
   EXPECT_EQ(fake_.display.list().selected, 1);
   fake_.display.SelectRow(0);
@@ -292,14 +285,14 @@ TEST_F(GroupList, RemovingTwoAdjacentCheckedGroupsRemovesBoth) {
   Toggle(0);
   Toggle(3);
   fake_.display.SelectRow(2);
-  gCurrentGroup = 2;
+  gReading.group = 2;
   fake_.display.Expect(u"Really delete the checked groups?", port::kIdYes);
   HandleGroupCommand(40021);
   ASSERT_EQ(gPrefs->groups, (std::vector<std::u16string>{u"a", u"d"}));
   EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
   EXPECT_EQ(Counts(0), u"1/1");
   EXPECT_EQ(Counts(1), u"4/4");
-  EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(gReading.group, -1);
   EXPECT_EQ(fake_.display.list().selected, -1);
   EXPECT_FALSE(GroupChainFirst(u"b"));
   EXPECT_FALSE(ArticleExists(IdOf(u"c", 0)));
@@ -406,15 +399,15 @@ TEST_F(GroupList, OtherCommandsAreIgnored) {
 TEST_F(GroupList, OpeningShowsTheThreadsOfTheSelectedRow) {
   SetUpGroups({{u"a", 1}, {u"b", 2}});
   EXPECT_FALSE(OpenSelectedGroup());
-  EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(gReading.group, -1);
   EXPECT_EQ(fake_.display.main_window().tab, 0);
   fake_.display.SelectRow(1);
   EXPECT_TRUE(OpenSelectedGroup());
   EXPECT_EQ(fake_.display.main_window().tab, 1);
-  EXPECT_EQ(gCurrentGroup, 1);
-  EXPECT_EQ(gThreadGroup, 1);
-  ASSERT_NE(gThreadTree, nullptr);
-  EXPECT_EQ(gThreadTree->root().descendantCount, 2U);
+  EXPECT_EQ(gReading.group, 1);
+  EXPECT_EQ(gReading.tree_group, 1);
+  ASSERT_NE(gReading.tree, nullptr);
+  EXPECT_EQ(gReading.tree->root().descendantCount, 2U);
 }
 
 // The commands on checked groups, with the shown group checked or not.
@@ -426,7 +419,7 @@ class ShownGroup : public GroupList {
     ASSERT_TRUE(OpenSelectedGroup());
     fake_.display.SelectTab(0);
     Toggle(1);  // only "a" is checked
-    ASSERT_FALSE(gThreadRebuildPending);
+    ASSERT_FALSE(gReading.tree_state.OutOfDate());
   }
   void Run(std::uint32_t command, std::u16string question, int answer = port::kIdYes) {
     fake_.display.Expect(std::move(question), answer);
@@ -447,11 +440,11 @@ constexpr TouchingCommand kTouchingCommands[] = {
 TEST_F(ShownGroup, IsBuiltAnewAfterCommandsThatTouchedIt) {
   Show(0);
   for (const TouchingCommand& command : kTouchingCommands) {
-    gThreadRebuildPending = false;
+    gReading.tree_state.BringUpToDate();
     Run(command.id, command.question, port::kIdNo);
-    EXPECT_FALSE(gThreadRebuildPending) << command.id;
+    EXPECT_FALSE(gReading.tree_state.OutOfDate()) << command.id;
     Run(command.id, command.question);
-    EXPECT_TRUE(gThreadRebuildPending) << command.id;
+    EXPECT_TRUE(gReading.tree_state.OutOfDate()) << command.id;
   }
 }
 
@@ -459,7 +452,7 @@ TEST_F(ShownGroup, IsLeftAloneByCommandsOnOtherGroups) {
   Show(1);
   for (const TouchingCommand& command : kTouchingCommands) {
     Run(command.id, command.question);
-    EXPECT_FALSE(gThreadRebuildPending) << command.id;
+    EXPECT_FALSE(gReading.tree_state.OutOfDate()) << command.id;
   }
 }
 
@@ -467,24 +460,24 @@ TEST_F(ShownGroup, IsLeftAloneByServerMarks) {
   Show(0);
   Run(40026, u"This may cause Quillet CE to skip articles on the server.");
   Run(40027, u"This may cause Quillet CE to download duplicates of articles");
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
 }
 
 TEST_F(ShownGroup, HasItsNodesMarkedWithItsArticles) {
   Show(0);
-  gCurrentArticle = FetchArticle(IdOf(u"a", 1));
-  ASSERT_NE(gCurrentArticle, nullptr);
-  gCurrentArticle->node = gThreadTree->FindNodeByMessageId(IdOf(u"a", 1));
+  gReading.article = FetchArticle(IdOf(u"a", 1));
+  ASSERT_NE(gReading.article, nullptr);
+  gReading.article->node = gReading.tree->FindNodeByMessageId(IdOf(u"a", 1));
   Run(40024, u"Mark articles in checked groups as read?");
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 2U);
-  EXPECT_EQ(gThreadTree->root().read, 1U);
-  EXPECT_EQ(gCurrentArticle->node->read, 1U);
-  EXPECT_EQ(gCurrentArticle->read, 1U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 2U);
+  EXPECT_EQ(gReading.tree->root().read, 1U);
+  EXPECT_EQ(gReading.article->node->read, 1U);
+  EXPECT_EQ(gReading.article->read, 1U);
   Run(40025, u"Mark articles in checked groups as unread?");
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 0U);
-  EXPECT_EQ(gThreadTree->root().read, 0U);
-  EXPECT_EQ(gCurrentArticle->read, 0U);
-  gCurrentArticle.reset();
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 0U);
+  EXPECT_EQ(gReading.tree->root().read, 0U);
+  EXPECT_EQ(gReading.article->read, 0U);
+  gReading.article.reset();
 }
 
 // An article of two groups was marked read in the other one: here it still counts as unread.
@@ -498,12 +491,12 @@ TEST_F(ShownGroup, CountsAnArticleOfTwoGroupsOnceInEach) {
     ++gReadInfo[i]->totalCount;
     UpdateGlobalGDBMArticleCountCache(i);
   }
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   ASSERT_TRUE(OpenSelectedGroup());
   SetArticleReadById("<shared@x>", nullptr, true, 1);
   Run(40024, u"Mark articles in checked groups as read?");
   EXPECT_EQ(gReadInfo[0]->readCount, 3U);
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, 3U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 3U);
 }
 
 TEST_F(ShownGroup, OfOneLongChainOfRepliesIsMarkedThroughout) {
@@ -523,8 +516,8 @@ TEST_F(ShownGroup, OfOneLongChainOfRepliesIsMarkedThroughout) {
   fake_.display.SelectRow(0);
   ASSERT_TRUE(OpenSelectedGroup());
   Run(40024, u"Mark articles in checked groups as read?");
-  EXPECT_EQ(gThreadTree->root().readDescendantCount, static_cast<std::uint32_t>(kReplies));
-  EXPECT_EQ(gThreadTree->root().firstChild->firstChild->readDescendantCount, kReplies - 1U);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, static_cast<std::uint32_t>(kReplies));
+  EXPECT_EQ(gReading.tree->root().firstChild->firstChild->readDescendantCount, kReplies - 1U);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "groups/newsgroups.h"
+#include "base/reset.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +11,7 @@
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"
 #include "tests/support/failing_new.h"
-#include "thread/current.h"
+#include "thread/reading.h"
 
 namespace quillet {
 namespace {
@@ -21,16 +22,10 @@ using ::testing::IsEmpty;
 class Newsgroups : public ::testing::Test {
  protected:
   Newsgroups() {
-    SetSettingsAtRisk(false);
     ReadPreferences();
     gMainWindow = fake.display.CreateMainWindow({});
   }
-  ~Newsgroups() override {
-    gPrefs.reset();
-    gReadInfo.clear();
-    gMainWindow = 0;
-    gCurrentGroup = -1;
-  }
+  ~Newsgroups() override { ResetProgram(); }
 
   void SetServers(std::uint32_t count) {
     RemoveAllServers(*gPrefs);
@@ -201,21 +196,21 @@ TEST_F(Newsgroups, RemovingTheLastGroupLeavesEmptyLists) {
 
 TEST_F(Newsgroups, RemovingClearsTheCurrentGroupAndRefreshesTheList) {
   SetGroups({u"a", u"b"});
-  gCurrentGroup = 1;
+  gReading.group = 1;
   RemoveNewsgroupFromPrefs(GroupAt(0));
-  EXPECT_EQ(gCurrentGroup, -1);
+  EXPECT_EQ(gReading.group, -1);
   EXPECT_THAT(PostedUserMessages(), ElementsAre(kUserRefillGroupList));
 }
 
 TEST_F(Newsgroups, RemovingForgetsTheThreadsSinceTheGroupsBehindMoveUp) {
   SetGroups({u"a", u"b"});
-  gThreadTree = std::make_unique<ThreadTree>();
-  gThreadGroup = 1;
+  gReading.tree = std::make_unique<ThreadTree>();
+  gReading.tree_group = 1;
   RemoveNewsgroupFromPrefs(GroupAt(7));
-  EXPECT_NE(gThreadTree, nullptr);
+  EXPECT_NE(gReading.tree, nullptr);
   RemoveNewsgroupFromPrefs(GroupAt(0));
-  EXPECT_EQ(gThreadTree, nullptr);
-  EXPECT_EQ(gThreadGroup, -1);
+  EXPECT_EQ(gReading.tree, nullptr);
+  EXPECT_EQ(gReading.tree_group, -1);
 }
 
 TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
@@ -233,10 +228,10 @@ TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
 
 TEST_F(Newsgroups, RemovingBeyondTheListDoesNothing) {
   SetGroups({u"a"});
-  gCurrentGroup = 0;
+  gReading.group = 0;
   RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_THAT(gPrefs->groups, ElementsAre(u"a"));
-  EXPECT_EQ(gCurrentGroup, 0);
+  EXPECT_EQ(gReading.group, 0);
   EXPECT_THAT(PostedUserMessages(), IsEmpty());
   EXPECT_FALSE(fake.registry.KeyExists(kRegistryPath));
 }
@@ -247,7 +242,7 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
   gPrefs->killfilegroups = {2};
   gPrefs->killfiletexts = {"k"};
   gPrefs->killfilekills = gPrefs->killfileauthors = {1};
-  gCurrentGroup = 0;
+  gReading.group = 0;
   for (int n = 1; n <= 3; ++n) {
     fake.display.ForgetBoxes();
     testing::FailNthNew(n);
@@ -259,7 +254,7 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
     EXPECT_EQ(gPrefs->numgroups, 2U);
     EXPECT_EQ(gPrefs->killfilecount, 1U);
     EXPECT_EQ(gReadInfo.size(), 2U);
-    EXPECT_EQ(gCurrentGroup, 0);
+    EXPECT_EQ(gReading.group, 0);
   }
 }
 

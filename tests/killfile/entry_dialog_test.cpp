@@ -1,4 +1,5 @@
 #include "killfile/entry_dialog.h"
+#include "base/reset.h"
 
 #include <gtest/gtest.h>
 
@@ -30,16 +31,13 @@ class EntryDialog : public ::testing::Test {
  protected:
   EntryDialog() {
     gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"t", 103, {240, 320}});
-    gMessageOwner = gMainWindow.load();
     fake.display.ShowMainWindow();
     ReadPreferences();
     SetGroups({u"a", u"b", u"c"});
   }
   ~EntryDialog() override {
     fake.display.Verify();
-    gMainWindow = 0;
-    gMessageOwner = 0;
-    gPrefs.reset();
+    ResetProgram();
   }
 
   static void SetGroups(const std::vector<std::u16string>& groups) {

@@ -1,4 +1,6 @@
 #include "killfile/killfile.h"
+#include "base/box_owner.h"
+#include "base/reset.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,6 +26,8 @@ constexpr bool kSubject = false;
 
 class Killfile : public ::testing::Test {
  protected:
+  ~Killfile() override { ResetProgram(); }
+
   bool Killed(std::string_view subject, std::string_view from = "", std::size_t group = 0) {
     AsciiArticle article;
     article.subject = std::string(subject);
@@ -280,9 +284,9 @@ TEST_F(Killfile, TogglingInEveryGroup) {
 TEST_F(Killfile, TogglingIntoAnEntryThatIsThereIsRefusedWithABox) {
   AddKillfileEntry(prefs, 1, "t", kKill, kSubject);
   AddKillfileEntry(prefs, 2, "t", kRequire, kSubject);
-  gMessageOwner = 77;
+  gMainWindow = 1;
+  const BoxOwner dialog(77);
   EXPECT_FALSE(ToggleKillfileEntryKind(prefs, 0, "t", kKill, kSubject));
-  gMessageOwner = 0;
   EXPECT_THAT(prefs.killfilekills, ElementsAre(1U, 0U));
   ASSERT_EQ(fake.display.boxes().size(), 1U);
   EXPECT_EQ(fake.display.boxes()[0].caption, u"Duplicate Entry");
@@ -308,7 +312,6 @@ TEST_F(Killfile, SurvivesAWriteAndARead) {
   EXPECT_THAT(gPrefs->killfiletexts, ElementsAre("caf\xE9 \x80", ""));
   EXPECT_THAT(gPrefs->killfilekills, ElementsAre(1U, 0U));
   EXPECT_THAT(gPrefs->killfileauthors, ElementsAre(1U, 0U));
-  gPrefs.reset();
 }
 
 }  // namespace

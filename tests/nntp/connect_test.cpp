@@ -1,4 +1,6 @@
 #include "nntp/connect.h"
+#include "base/box_owner.h"
+#include "base/upward_calls.h"
 
 #include <array>
 
@@ -9,7 +11,7 @@
 namespace quillet {
 namespace {
 
-std::vector<int> opened_pages;
+std::vector<PreferencesPage> opened_pages;
 
 class ConnectTest : public NntpTest {
  protected:
@@ -18,21 +20,11 @@ class ConnectTest : public NntpTest {
     MakeMainWindow();
     gDownloadList.clear();
     opened_pages.clear();
-    gOpenPreferences = [](int page) { opened_pages.push_back(page); };
-  }
-
-  ~ConnectTest() override {
-    gOpenPreferences = nullptr;
-    gDialHandle = 0;
-    gPendingPostCount = 0;
-    fake.display.DestroyMainWindow();
-    gMainWindow = 0;
-    gMessageOwner = 0;
+    gUpwardCalls.open_preferences = [](PreferencesPage page) { opened_pages.push_back(page); };
   }
 
   void MakeMainWindow() {
     gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {}});
-    gMessageOwner = gMainWindow.load();
     fake.display.CreateTabs(port::TabPlacement::kBottom);
   }
 
@@ -274,7 +266,7 @@ TEST_F(ConnectTest, NoServerOpensThePreferences) {
   EXPECT_EQ(box.text, u"In order to connect, you need to supply a news server name.");
   EXPECT_EQ(box.style.icon, port::BoxIcon::kExclamation);
   EXPECT_EQ(box.style.buttons, port::BoxButtons::kOk);
-  EXPECT_EQ(opened_pages, std::vector<int>{kPageServer});
+  EXPECT_EQ(opened_pages, std::vector{PreferencesPage::kServer});
   ExpectNoNetwork();
 }
 
@@ -352,7 +344,7 @@ TEST_F(DialTest, MissingMethodOpensThePreferences) {
   EXPECT_EQ(fake.display.boxes()[0].caption, u"Quillet CE not configured");
   EXPECT_EQ(fake.display.boxes()[0].text,
             u"In order to connect, you need to select a connection method.");
-  EXPECT_EQ(opened_pages, std::vector<int>{kPageConnection});
+  EXPECT_EQ(opened_pages, std::vector{PreferencesPage::kConnection});
   EXPECT_EQ(fake.dialler.calls, Calls{"EnumerateConnections 1"});
   EXPECT_EQ(fake.sockets.startups(), 0);
   EXPECT_EQ(fake.sockets.cleanups(), 1);
@@ -407,7 +399,7 @@ TEST_F(ConnectTest, ProgressDialogHasItsTitle) {
   ConnectCommand(true);
   EXPECT_EQ(Titles()[0], u"Preparing to download...");
   EXPECT_EQ(gProgressDialog, 0U);
-  EXPECT_EQ(gMessageOwner, gMainWindow);
+  EXPECT_EQ(CurrentBoxOwner(), gMainWindow);
 }
 
 TEST_F(ConnectTest, BeepsWhenAsked) {

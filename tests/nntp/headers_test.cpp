@@ -1,4 +1,5 @@
 #include "nntp/headers.h"
+#include "base/reset.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +11,7 @@ namespace {
 
 class HeadersTest : public ::testing::Test {
  protected:
-  HeadersTest() { gConnection = NntpConnection(); }
-  ~HeadersTest() override { gConnection = NntpConnection(); }
+  ~HeadersTest() override { ResetProgram(); }
 
   static AsciiArticle Extracted(const std::string& head, bool keep_headers = true) {
     AsciiArticle article;

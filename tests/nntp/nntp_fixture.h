@@ -13,6 +13,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
@@ -50,9 +51,7 @@ class NntpTest : public ::testing::Test {
  protected:
   NntpTest() {
     gPrefs = TestPrefs();
-    gConnection = NntpConnection();
     gTransactionLog = std::make_unique<TextLog>();
-    gAbortRequested = 0;
     ChooseGroups({0, 1});
     gDatabaseFolder = u"\\Quillet CE News";
     fake.files.CreateFolder(gDatabaseFolder);
@@ -62,12 +61,7 @@ class NntpTest : public ::testing::Test {
 
   ~NntpTest() override {
     CloseDatabases();
-    gReadInfo.clear();
-    gPrefs.reset();
-    gTransactionLog.reset();
-    gConnection = NntpConnection();
-    gDownloadList.clear();
-    gAbortRequested = 0;
+    ResetProgram();
   }
 
   // Puts the groups at these places on the download list.

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 
+#include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
+#include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "qt/forms.h"
 #include "res/resource.h"
@@ -20,11 +22,9 @@ class RunnerTest : public DisplayTest {
   RunnerTest() {
     gPlatform = &platform;
     gMainWindow = ShowWindow();
-    gMessageOwner = gMainWindow.load();
   }
   ~RunnerTest() override {
-    gMainWindow = 0;
-    gMessageOwner = 0;
+    ResetProgram();
     gPlatform = &fake.platform;
   }
   QWidget* Dialog() { return device->display().WidgetOf(gProgressDialog); }
@@ -53,7 +53,7 @@ TEST_F(RunnerTest, DialogIsUpWhileTheOperationRuns) {
   });
   EXPECT_EQ(result, 42);
   EXPECT_EQ(gProgressDialog, 0u);
-  EXPECT_EQ(gMessageOwner, gMainWindow);
+  EXPECT_EQ(CurrentBoxOwner(), gMainWindow);
   OnDisplay([&] { EXPECT_EQ(QApplication::activeModalWidget(), nullptr); });
 }
 
@@ -73,7 +73,7 @@ TEST_F(RunnerTest, CancelAnswersWhileTheProgramIsBusy) {
 
 TEST_F(RunnerTest, BoxOfTheOperationStandsOverTheDialog) {
   RunWithProgress(u"Marking", [&] {
-    const port::WindowHandle owner = gMessageOwner;
+    const port::WindowHandle owner = CurrentBoxOwner();
     EXPECT_EQ(owner, gProgressDialog);
     auto answer = std::async(std::launch::async, [&] { return AskYesNo(u"Go on?"); });
     EXPECT_TRUE(WaitOnDisplay([&] { return device->boxes().OpenBoxes().size() == 1; }));

@@ -1,4 +1,6 @@
 #include "store/maintenance.h"
+#include "base/changes.h"
+#include "base/upward_calls.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -11,7 +13,6 @@
 #include "store/deletion.h"
 #include "store/pending_posts.h"
 #include "store/rewrite.h"
-#include "store/shown_tree.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {
@@ -242,7 +243,10 @@ int gShownGroup = -1;
 int gTreeDeletions = 0;
 int gClearings = 0;
 RunEnd gTreeEnd = RunEnd::kGoOn;
-RunEnd DeleteReadOfTree() {
+bool gTreeOutOfDate = false;
+// As the thread view does: a tree that is out of date is left alone.
+std::optional<RunEnd> DeleteReadOfTree() {
+  if (gTreeOutOfDate) return std::nullopt;
   ++gTreeDeletions;
   return gTreeEnd;
 }
@@ -253,33 +257,31 @@ void ClearTree() {
 class ShownTreeTest : public DeletionTest {
  protected:
   ShownTreeTest() {
-    gShownTree = {[] { return gShownGroup; }, DeleteReadOfTree, ClearTree};
+    gUpwardCalls.shown_tree = {[] { return gShownGroup; }, DeleteReadOfTree, ClearTree};
     gShownGroup = 1;
     gTreeDeletions = 0;
     gClearings = 0;
     gTreeEnd = RunEnd::kGoOn;
-    gThreadRebuildPending = false;
+    gTreeOutOfDate = false;
   }
-  ~ShownTreeTest() override {
-    gShownTree = {};
-    gThreadRebuildPending = false;
-  }
+
+  SeenChanges seen{Change::kStore};
 };
 
 TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
   EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(seen.OutOfDate());
   EXPECT_EQ(gClearings, 0);
 }
 
 TEST_F(ShownTreeTest, ATreeThatIsOutOfDateIsNotAsked) {
-  gThreadRebuildPending = true;
+  gTreeOutOfDate = true;
   EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
-  EXPECT_TRUE(gThreadRebuildPending);
+  EXPECT_TRUE(seen.OutOfDate());
 }
 
 TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
@@ -288,7 +290,7 @@ TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
   EXPECT_THAT(Chain(u"comp.lang.misc"), IsEmpty());
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_EQ(gClearings, 0);
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(seen.OutOfDate());
 }
 
 TEST_F(ShownTreeTest, WithoutAReadArticleTheTreeIsNotAsked) {
@@ -308,7 +310,7 @@ TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
   EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kCancelled);
   // The cancel may come before the group is reached at all.
   if (Chain(u"alt.test").size() < 3) {
-    EXPECT_TRUE(gThreadRebuildPending);
+    EXPECT_TRUE(seen.OutOfDate());
   }
   EXPECT_EQ(gClearings, 0);
 }
@@ -334,7 +336,7 @@ TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
 TEST_F(ShownTreeTest, DeletingEverythingClearsItAfterTheFilesWereOpened) {
   CheckGroups({1, 1, 1});
   static bool open = false;
-  gShownTree.clear = [] { open = DatabasesOpen(); };
+  gUpwardCalls.shown_tree.clear = [] { open = DatabasesOpen(); };
   EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
   EXPECT_TRUE(open);
 }

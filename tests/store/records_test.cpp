@@ -1,4 +1,5 @@
 #include "store/records.h"
+#include "base/window_procedures.h"
 
 #include <gmock/gmock.h>
 
@@ -221,7 +222,7 @@ TEST_F(RecordsTest, ReadingACompressedArticleWithoutTheLibraryQuits) {
   UnloadCompressionLibrary();
   gCloseRequests = 0;
   CreateWindow();
-  gMainWindowProcedure = CountCloseRequests;
+  SetProcedure(gMainWindow, CountCloseRequests);
   EXPECT_EQ(FetchArticle("<2@x>"), nullptr);
   EXPECT_THAT(BoxTexts(),
               ElementsAre(u"You have requested that an article be opened which contains compressed "

@@ -14,6 +14,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "store/chains.h"
 #include "store/compression.h"
@@ -67,23 +68,13 @@ class StoreTest : public ::testing::Test {
     gPrefs->groups = {u"comp.lang.misc", u"alt.test", u"de.test"};
     gPrefs->checked = {1, 1, 1};
     gPrefs->maxstore = 98;
-    gDatabaseErrorFlag = false;
-    gAbortRequested = 0;
     gDatabaseFolder = u"\\Quillet CE News";
     fake.files.CreateFolder(gDatabaseFolder);
   }
 
   ~StoreTest() override {
     CloseDatabases();
-    UnloadCompressionLibrary();
-    gReadInfo.clear();
-    gPrefs.reset();
-    gPendingPostCount = 0;
-    gDatabaseErrorFlag = false;
-    gAbortRequested = 0;
-    gMainWindow = 0;
-    gMessageOwner = 0;
-    gMainWindowProcedure = nullptr;
+    ResetProgram();
   }
 
   void OpenStore() {
@@ -93,7 +84,6 @@ class StoreTest : public ::testing::Test {
 
   void CreateWindow() {
     gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"t", 103, {240, 320}});
-    gMessageOwner = gMainWindow.load();
     fake.display.CreateTabs(port::TabPlacement::kBottom);
   }
 

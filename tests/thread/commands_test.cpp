@@ -1,6 +1,7 @@
 // The thread view's context menu and the commands of its menu.
 #include <gmock/gmock.h>
 
+#include "base/changes.h"
 #include "tests/thread/view_fixture.h"
 #include "thread/commands.h"
 #include "thread/view.h"
@@ -119,7 +120,7 @@ TEST_F(ContextMenuTest, OpensTheKillfileDialogWithTheArticlesTexts) {
 
 TEST_F(ContextMenuTest, OpensTheMenuOfTheNewTreeWhenTheOldOneIsOutdated) {
   ShowNine();
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   ChooseFor(NodeOf("<2@x>"), u"Mark Read");
   ExpectInStep();
 }
@@ -132,7 +133,7 @@ TEST_F(ThreadCommandTest, AllArticlesAreMarked) {
   observer.StartOver(0);
   HandleThreadCommand(kCommandMarkRead);
   EXPECT_EQ(gReadInfo[kGroup]->readCount, 9U);
-  EXPECT_EQ(gThreadTree->root().read, 1U);
+  EXPECT_EQ(gReading.tree->root().read, 1U);
   EXPECT_EQ(observer.upper, 9);
   EXPECT_THAT(observer.positions, ElementsAre(0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9));
   EXPECT_EQ(Titles().back(), u"Marking articles read...");
@@ -158,9 +159,9 @@ TEST_F(ThreadCommandTest, TheCurrentArticlesFlagFollows) {
   ShowNine();
   Read("<3@x>");
   HandleThreadCommand(kCommandMarkRead);
-  EXPECT_EQ(gCurrentArticle->read, 1U);
+  EXPECT_EQ(gReading.article->read, 1U);
   HandleThreadCommand(kCommandMarkUnread);
-  EXPECT_EQ(gCurrentArticle->read, 0U);
+  EXPECT_EQ(gReading.article->read, 0U);
 }
 
 TEST_F(ThreadCommandTest, ArticlesWithoutAMessageIdAreNotMarked) {
@@ -256,7 +257,7 @@ TEST_F(ThreadCommandTest, TheKillfileDialogOfTheGroupIsEmpty) {
   ShowNine();
   Click(NodeOf("<2@x>"));
   for (const int group : {kGroup, -1}) {
-    gCurrentGroup = group;
+    gReading.group = group;
     std::u16string author = u"?";
     std::u16string subject = u"?";
     fake.display.WhenShown(kDialogKillfileEntry, [&](port::WindowHandle dialog) {
@@ -277,7 +278,7 @@ TEST_F(ThreadCommandTest, CommandsThatNeedATreeDoNothingWithoutOne) {
       kCommandServerRead, kCommandServerUnread, kCommandDeleteThread, kCommandDeleteSelectedArticle,
       kCommandFind,       kCommandRethread,     kCommandNewArticle};
   for (const int group : {-1, 3}) {
-    gCurrentGroup = group;
+    gReading.group = group;
     ShowThreadView();
     for (const std::uint32_t command : commands) HandleThreadCommand(command);
   }

@@ -1,6 +1,7 @@
 // Deleting through the shown tree: what becomes of the replies, of the counts, of what is shown,
 // and which article is current afterwards.
 #include "thread/deletion.h"
+#include "base/changes.h"
 
 #include <gmock/gmock.h>
 
@@ -45,7 +46,7 @@ TEST_F(TreeDeletionTest, TheRepliesTakeThePlaceOfTheirParent) {
               ElementsAre("*2/4 Hello", "  ann", "    *bob", "      *cyd", "    dan", "*Other",
                           "  *eve", "*1/3 Third", "  fay", "    *hal", "    ivy"));
   EXPECT_FALSE(ArticleExists("<7@x>"));
-  EXPECT_EQ(gThreadTree->FindNodeByMessageId("<7@x>"), nullptr);
+  EXPECT_EQ(gReading.tree->FindNodeByMessageId("<7@x>"), nullptr);
   EXPECT_THAT(Chain(kGroupName),
               ElementsAre("<9@x>", "<8@x>", "<6@x>", "<5@x>", "<4@x>", "<3@x>", "<2@x>", "<1@x>"));
   EXPECT_EQ(FetchValue(kArticles, GroupKey(kGroupName)),
@@ -95,13 +96,13 @@ TEST_F(TreeDeletionTest, OfTwoArticlesWithoutAMessageIdOnlyTheChainRecordGoes) {
   Put({"<3@x>", "", "Three", "cyd", 3, false});
   Recount();
   ShowThreadView();
-  Node& nameless = *NextArticle(gThreadTree->root());
+  Node& nameless = *NextArticle(gReading.tree->root());
   ASSERT_EQ(nameless.messageId, "");
   EXPECT_EQ(IdOf(DeleteArticleNode(nameless)), "");
   EXPECT_TRUE(ArticleExists(""));
   EXPECT_THAT(Chain(kGroupName), SizeIs(2));
   EXPECT_EQ(gReadInfo[kGroup]->totalCount, 2U);
-  EXPECT_EQ(gThreadTree->root().descendantCount, 2U);
+  EXPECT_EQ(gReading.tree->root().descendantCount, 2U);
 }
 
 TEST_F(TreeDeletionTest, ATwinOfADuplicateStaysInTheTree) {
@@ -110,9 +111,9 @@ TEST_F(TreeDeletionTest, ATwinOfADuplicateStaysInTheTree) {
   Recount();
   ShowThreadView();
   DeleteArticleNode(NodeOf("<5@x>"));
-  ASSERT_NE(gThreadTree->FindNodeByMessageId("<5@x>"), nullptr);
+  ASSERT_NE(gReading.tree->FindNodeByMessageId("<5@x>"), nullptr);
   EXPECT_EQ(gReadInfo[kGroup]->totalCount, 9U);
-  EXPECT_EQ(gThreadTree->root().descendantCount, 9U);
+  EXPECT_EQ(gReading.tree->root().descendantCount, 9U);
   DeleteArticleNode(NodeOf("<5@x>"));
   ExpectInStep();
 }
@@ -157,8 +158,8 @@ TEST_F(TreeDeletionTest, AChainNumberThatNowNamesAnotherArticleIsLeftAlone) {
   EXPECT_EQ(IdOf(DeleteArticleNode(NodeOf("<2@x>"))), "<3@x>");
   EXPECT_THAT(Chain(kGroupName), SizeIs(9));
   EXPECT_EQ(gReadInfo[kGroup]->totalCount, 9U);
-  EXPECT_EQ(gThreadTree->FindNodeByMessageId("<2@x>"), nullptr);
-  EXPECT_TRUE(gThreadRebuildPending);
+  EXPECT_EQ(gReading.tree->FindNodeByMessageId("<2@x>"), nullptr);
+  EXPECT_TRUE(gReading.tree_state.OutOfDate());
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
@@ -176,8 +177,8 @@ TEST_F(TreeDeletionTest, AClosedStoreRefuses) {
 
 TEST_F(TreeDeletionTest, TheRootIsNotDeleted) {
   ShowNine();
-  EXPECT_EQ(DeleteArticleNode(gThreadTree->root()), nullptr);
-  EXPECT_EQ(DeleteThreadNode(gThreadTree->root()), nullptr);
+  EXPECT_EQ(DeleteArticleNode(gReading.tree->root()), nullptr);
+  EXPECT_EQ(DeleteThreadNode(gReading.tree->root()), nullptr);
   EXPECT_THAT(Rows(), SizeIs(12));
 }
 
@@ -266,10 +267,10 @@ TEST_F(TreeDeletionTest, AfterAStoreThatFailsInTheMiddleTheNextBuildHeals) {
     EXPECT_EQ(refused, Chain(kGroupName).size() > 5U) << n;
     refusals += refused ? 1 : 0;
     // The chain record of an article that has gone is left: it goes with the next build.
-    EXPECT_EQ(gThreadRebuildPending, refused) << n;
+    EXPECT_EQ(gReading.tree_state.OutOfDate(), refused) << n;
     ShowThreadView();
     ExpectInStep();
-    if (Chain(kGroupName).size() > 5) DeleteThreadNode(*NextArticle(gThreadTree->root()));
+    if (Chain(kGroupName).size() > 5) DeleteThreadNode(*NextArticle(gReading.tree->root()));
     EXPECT_THAT(Chain(kGroupName), SizeIs(5)) << n;
     ExpectInStep();
   }
@@ -288,7 +289,7 @@ TEST_F(TreeDeletionTest, AnArticleLeftOnTheChainGoesWithTheNextBuild) {
   EXPECT_THAT(BoxTexts(), ElementsAre(kRefused));
   EXPECT_FALSE(ArticleExists("<9@x>"));
   EXPECT_THAT(Chain(kGroupName), SizeIs(9));
-  EXPECT_TRUE(gThreadRebuildPending);
+  EXPECT_TRUE(gReading.tree_state.OutOfDate());
   ShowThreadView();
   EXPECT_THAT(Chain(kGroupName), SizeIs(8));
   ExpectInStep();
@@ -305,7 +306,7 @@ TEST_F(TreeDeletionTest, AnArticleThatTheStoreKeepsStaysInTheTree) {
   EXPECT_THAT(BoxTexts(), ElementsAre(kRefused));
   EXPECT_EQ(CurrentId(), "<9@x>");
   EXPECT_TRUE(ArticleExists("<9@x>"));
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
   ExpectInStep();
 }
 
@@ -324,7 +325,7 @@ TEST_F(TreeDeletionTest, ReadArticlesGoThroughTheTree) {
   EXPECT_EQ(Titles().back(), u"Deleting read articles in alt.test...");
   EXPECT_EQ(observer.upper, 5);
   EXPECT_THAT(observer.positions, ElementsAre(0, 0, 1, 2, 3, 4, 5));
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
   ExpectInStep();
   ExpectCacheInStep();
 }
@@ -377,7 +378,7 @@ TEST_F(TreeDeletionTest, AFailingStoreStopsTheDeletionOfReadArticles) {
       end = DeleteArticles(true, kGroup);
       met = FailNthWrite::Met();
     }
-    EXPECT_EQ(gThreadRebuildPending, end == RunEnd::kStoreFailed) << n;
+    EXPECT_EQ(gReading.tree_state.OutOfDate(), end == RunEnd::kStoreFailed) << n;
     EXPECT_FALSE(AbortRequested()) << n;
     ShowThreadView();
     ExpectInStep();
@@ -397,10 +398,10 @@ TEST_F(TreeDeletionTest, AnOutdatedTreeIsNotTrusted) {
   Put({"<10@x>", "", "New", "joe", 10, true});
   ++gReadInfo[kGroup]->totalCount;
   ++gReadInfo[kGroup]->readCount;
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
   EXPECT_THAT(Chain(kGroupName), SizeIs(4));
-  EXPECT_TRUE(gThreadRebuildPending);
+  EXPECT_TRUE(gReading.tree_state.OutOfDate());
   ShowThreadView();
   ExpectInStep();
 }
@@ -412,7 +413,7 @@ TEST_F(TreeDeletionTest, OtherGroupsGoByTheirChain) {
   EXPECT_EQ(DeleteArticles(true, 2), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"de.test"), IsEmpty());
   EXPECT_EQ(DeleteArticles(false, 2), RunEnd::kGoOn);
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
   ExpectInStep();
 }
 
@@ -437,9 +438,9 @@ TEST_F(DeleteCommandTest, TheFollowingArticleBecomesCurrentAndSelected) {
   Click(NodeOf("<4@x>"));
   DeleteArticleCommand();
   EXPECT_EQ(CurrentId(), "<5@x>");
-  EXPECT_EQ(gCurrentArticle->node, &NodeOf("<5@x>"));
-  EXPECT_EQ(gCurrentArticle->body, "text\r\n");
-  EXPECT_EQ(gCurrentArticle->read, 0U);  // it is not displayed, so it stays unread
+  EXPECT_EQ(gReading.article->node, &NodeOf("<5@x>"));
+  EXPECT_EQ(gReading.article->body, "text\r\n");
+  EXPECT_EQ(gReading.article->read, 0U);  // it is not displayed, so it stays unread
   EXPECT_EQ(SelectedNode(), &NodeOf("<5@x>"));
   EXPECT_TRUE(fake.display.tree().focused);
   EXPECT_THAT(opened(), IsEmpty());
@@ -537,7 +538,7 @@ TEST_F(DeleteCommandTest, TheContextMenuDeletesToo) {
         std::tuple{u"Delete Thread", u"Really delete selected thread?", 5U}}) {
     fake.display.ExpectPopUp(entry);
     fake.display.Expect(question, port::kIdYes);
-    HandleThreadContextMenu(NextArticle(gThreadTree->root())->treeItem);
+    HandleThreadContextMenu(NextArticle(gReading.tree->root())->treeItem);
     EXPECT_THAT(Chain(kGroupName), SizeIs(left));
     ExpectInStep();
   }
@@ -574,7 +575,7 @@ TEST_F(DeleteCommandTest, AllArticlesOfTheGroup) {
   EXPECT_THAT(Chain(kGroupName), IsEmpty());
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
-  EXPECT_EQ(gThreadTree, nullptr);
+  EXPECT_EQ(gReading.tree, nullptr);
   EXPECT_EQ(CurrentId(), "none");
   EXPECT_EQ(clears(), 1);
   EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts));
@@ -588,8 +589,8 @@ TEST_F(DeleteCommandTest, AnAbortedDeletionOfAllShowsWhatIsLeft) {
     Read("<9@x>");
     observer.StartOver(step);
     Delete(kCommandDeleteAll, u"Really delete all articles?");
-    if (!gThreadTree) break;  // it came to its end
-    EXPECT_FALSE(gThreadRebuildPending);
+    if (!gReading.tree) break;  // it came to its end
+    EXPECT_FALSE(gReading.tree_state.OutOfDate());
     ExpectInStep();
     if (step <= 10) {
       EXPECT_THAT(Chain(kGroupName), SizeIs(static_cast<std::size_t>(9 - std::max(step - 2, 0))));
@@ -609,7 +610,7 @@ TEST_F(DeleteCommandTest, AFailingStoreShowsWhatIsLeft) {
       HandleThreadCommand(kCommandDeleteAll);
       if (!FailNthWrite::Met()) break;
     }
-    if (!gThreadTree) continue;  // it came to its end
+    if (!gReading.tree) continue;  // it came to its end
     ++refusals;
     EXPECT_EQ(BoxTexts().back(),
               u"An unexpected error (unable to delete article) occurred in DeleteArticles.");

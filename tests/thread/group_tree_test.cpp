@@ -1,6 +1,7 @@
 // Groups of the store as trees: healing, damaged chains, stores that are closed or fail, aborts.
 #include <gmock/gmock.h>
 
+#include "base/window_procedures.h"
 #include "store/bulk_store.h"
 #include "tests/store/store_fixture.h"
 #include "tests/thread/forests.h"
@@ -289,9 +290,9 @@ TEST_F(GroupTreeTest, WhenTheProgramQuitsOverAnArticleTheTreeIsNotComplete) {
   for (const char* id : {"<1@x>", "<2@x>", "<3@x>"}) Add(kGroup, id);
   UnloadCompressionLibrary();
   CreateWindow();
-  gMainWindowProcedure = [](const port::Message& message) {
+  SetProcedure(gMainWindow, [](const port::Message& message) {
     if (message.kind == port::MessageKind::kClose) CloseDatabases();
-  };
+  });
   EXPECT_FALSE(BuildNodeTree(kGroup).complete);
   EXPECT_EQ(BoxTexts().size(), 1U);
   OpenStore();

@@ -56,10 +56,10 @@ class SearchTest : public ThreadViewTest {
 TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
   AnswerFind({u"gr\u00FC\u00DFe \u20AC", true, false, true});
   EXPECT_TRUE(AskFindChoices());
-  EXPECT_EQ(gFind.text, u"gr\u00FC\u00DFe \u20AC");
-  EXPECT_TRUE(gFind.match_case);
-  EXPECT_FALSE(gFind.whole_word);
-  EXPECT_TRUE(gFind.in_headers);
+  EXPECT_EQ(gReading.find.text, u"gr\u00FC\u00DFe \u20AC");
+  EXPECT_TRUE(gReading.find.match_case);
+  EXPECT_FALSE(gReading.find.whole_word);
+  EXPECT_TRUE(gReading.find.in_headers);
   fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
     EXPECT_EQ(fake.display.Control(dialog, kControlFindText)->text, u"gr\u00FC\u00DFe \u20AC");
     EXPECT_TRUE(fake.display.Control(dialog, kControlFindText)->text_selected);
@@ -71,14 +71,14 @@ TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
     fake.display.Press(dialog, kControlCancel);
   });
   EXPECT_FALSE(AskFindChoices());
-  EXPECT_EQ(gFind.text, u"gr\u00FC\u00DFe \u20AC");
-  EXPECT_TRUE(gFind.match_case);
+  EXPECT_EQ(gReading.find.text, u"gr\u00FC\u00DFe \u20AC");
+  EXPECT_TRUE(gReading.find.match_case);
 }
 
 TEST_F(SearchTest, TheLastTextIsEightBit) {
   AnswerFind({u"\u03A9 or \u20AC"});
   EXPECT_TRUE(AskFindChoices());
-  EXPECT_EQ(gFind.text, u"? or \u20AC");
+  EXPECT_EQ(gReading.find.text, u"? or \u20AC");
 }
 
 TEST_F(SearchTest, AFormThatCannotBeShownIsACancel) {
@@ -171,7 +171,7 @@ TEST_F(SearchTest, ArticlesThatHaveGoneAreSkipped) {
 
 TEST_F(SearchTest, AnAbortAtEveryStepFindsNothingAndSaysNothing) {
   ShowBodies();
-  gFind.text = u"a needle";
+  gReading.find.text = u"a needle";
   int aborted = 0;
   for (int step = 1; step < 1000; ++step) {
     opened().clear();
@@ -190,14 +190,14 @@ TEST_F(SearchTest, AnAbortAtEveryStepFindsNothingAndSaysNothing) {
 
 TEST_F(SearchTest, AHitIsOpenedWithTheText) {
   ShowBodies();
-  gFind.text = u"needle";
+  gReading.find.text = u"needle";
   SearchAndShow(&NodeOf("<2@x>"));
   EXPECT_THAT(opened(), ElementsAre("<4@x> needle"));
 }
 
 TEST_F(SearchTest, NoHitIsTold) {
   ShowBodies();
-  gFind.text = u"needle";
+  gReading.find.text = u"needle";
   SearchAndShow(&NodeOf("<8@x>"));
   EXPECT_THAT(opened(), IsEmpty());
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
@@ -205,7 +205,7 @@ TEST_F(SearchTest, NoHitIsTold) {
 
 TEST_F(SearchTest, NoHitIsToldAfterAnEarlierAbortToo) {
   gAbortRequested = 1;
-  gFind.text = u"needle";
+  gReading.find.text = u"needle";
   SearchAndShow(nullptr);
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Search string not found."));
 }
@@ -238,10 +238,10 @@ TEST_F(SearchTest, ACancelledOrEmptyDialogSearchesNothing) {
     fake.display.Press(dialog, kControlCancel);
   });
   HandleThreadCommand(kCommandFind);
-  gFind.text = u"needle";
+  gReading.find.text = u"needle";
   AnswerFind({u""});
   HandleThreadCommand(kCommandFind);
-  EXPECT_EQ(gFind.text, u"");
+  EXPECT_EQ(gReading.find.text, u"");
   EXPECT_THAT(opened(), IsEmpty());
   EXPECT_THAT(Titles(), IsEmpty());
 }

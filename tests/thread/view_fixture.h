@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "base/upward_calls.h"
 #include "base/views.h"
 #include "res/resource.h"
-#include "store/shown_tree.h"
 #include "tests/store/store_fixture.h"
-#include "thread/current.h"
+#include "thread/deletion.h"
 #include "thread/moves.h"
+#include "thread/reading.h"
 #include "thread/view.h"
 #include "util/little_endian.h"
 
@@ -74,29 +75,18 @@ class ThreadViewTest : public StoreTest {
     gPrefs->threadfontsize = 3;
     opened().clear();
     clears() = 0;
-    PrepareThreadView();
-    gArticleView = {[](Node* node, std::u16string_view text) {
-                      opened().push_back((node == nullptr ? "" : std::string(node->messageId)) +
-                                         (text.empty() ? "" : " " + Narrow(text)));
-                    },
-                    [] {
-                      ++clears();
-                      gCurrentArticle.reset();
-                    }};
-    gCurrentGroup = kGroup;
+    gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
+    gUpwardCalls.article_view.display = [](Node* node, std::u16string_view text) {
+      opened().push_back((node == nullptr ? "" : std::string(node->messageId)) +
+                         (text.empty() ? "" : " " + Narrow(text)));
+    };
+    gUpwardCalls.article_view.clear = [] {
+      ++clears();
+      gReading.ForgetArticle();
+    };
+    gReading.group = kGroup;
   }
-  ~ThreadViewTest() override {
-    gCurrentArticle.reset();
-    gThreadTree.reset();
-    gThreadGroup = -1;
-    gCurrentGroup = -1;
-    gThreadRebuildPending = false;
-    gArticleView = {};
-    gShownTree = {};
-    gFind = {};
-    ForgetThreadControl();
-    fake.display.SetObserver(nullptr);
-  }
+  ~ThreadViewTest() override { fake.display.SetObserver(nullptr); }
 
   // What the article view was asked to open, and how often to clear itself.
   static std::vector<std::string>& opened() {
@@ -146,7 +136,7 @@ class ThreadViewTest : public StoreTest {
 
   // A store without articles again, and nothing shown; quicker than new files.
   void StartAfresh() {
-    gCurrentArticle.reset();
+    gReading.article.reset();
     ClearThreadView();
     for (const DatabaseIndex index : {kArticles, kNewsgroups}) {
       while (const auto key = FirstKey(index)) ASSERT_TRUE(DeleteValue(index, *key));
@@ -160,7 +150,7 @@ class ThreadViewTest : public StoreTest {
   }
 
   static Node& NodeOf(std::string_view id) {
-    Node* node = gThreadTree->FindNodeByMessageId(id);
+    Node* node = gReading.tree->FindNodeByMessageId(id);
     EXPECT_NE(node, nullptr) << id;
     return *node;
   }
@@ -168,12 +158,12 @@ class ThreadViewTest : public StoreTest {
 
   // Makes the article current, as the article view would.
   static void Read(std::string_view id) {
-    gCurrentArticle = FetchArticle(id);
-    ASSERT_NE(gCurrentArticle, nullptr);
-    gCurrentArticle->node = gThreadTree->FindNodeByMessageId(id);
+    gReading.article = FetchArticle(id);
+    ASSERT_NE(gReading.article, nullptr);
+    gReading.article->node = gReading.tree->FindNodeByMessageId(id);
   }
   static std::string CurrentId() {
-    return gCurrentArticle ? gCurrentArticle->messageId.value_or("") : "none";
+    return gReading.article ? gReading.article->messageId.value_or("") : "none";
   }
 
   // "  *2/4 Hello": indented by depth, marked when bold.
@@ -231,9 +221,9 @@ class ThreadViewTest : public StoreTest {
 
   // Tree, control, group counts, their cache and the chain all say the same.
   void ExpectInStep() {
-    ASSERT_NE(gThreadTree, nullptr);
+    ASSERT_NE(gReading.tree, nullptr);
     std::vector<std::string> rows;
-    const Counted counted = ExpectSubtreeInStep(gThreadTree->root(), 0, rows);
+    const Counted counted = ExpectSubtreeInStep(gReading.tree->root(), 0, rows);
     EXPECT_EQ(Rows(), rows);
     EXPECT_EQ(gReadInfo[kGroup]->totalCount, counted.total);
     EXPECT_EQ(gReadInfo[kGroup]->readCount, counted.read);
@@ -241,11 +231,11 @@ class ThreadViewTest : public StoreTest {
     EXPECT_EQ(CountGroupArticles(kGroupName, true), counted.read);
     for (const std::string& id : Chain(kGroupName)) {
       EXPECT_TRUE(ArticleExists(id)) << id;
-      EXPECT_NE(gThreadTree->FindNodeByMessageId(id), nullptr) << id;
+      EXPECT_NE(gReading.tree->FindNodeByMessageId(id), nullptr) << id;
     }
-    if (gCurrentArticle && gCurrentArticle->node != nullptr) {
-      EXPECT_EQ(gCurrentArticle->node,
-                gThreadTree->FindNodeByMessageId(*gCurrentArticle->messageId));
+    if (gReading.article && gReading.article->node != nullptr) {
+      EXPECT_EQ(gReading.article->node,
+                gReading.tree->FindNodeByMessageId(*gReading.article->messageId));
     }
   }
   static void ExpectCacheInStep() {

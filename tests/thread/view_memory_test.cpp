@@ -28,13 +28,13 @@ class ViewMemoryTest : public ThreadViewTest {
 
 TEST_F(ViewMemoryTest, AControlThatCannotBeFilledStaysAsFilledSoFar) {
   FailNewOfAtLeast(kLongSubject * 2);  // the widened subject
-  BuildTreeView(gThreadTree->root(), false);
+  BuildTreeView(gReading.tree->root(), false);
   FailNewOfAtLeast(0);
   EXPECT_THAT(BoxTexts(),
               ElementsAre(u"An unexpected error (out of memory) occurred in BuildTreeView."));
   EXPECT_THAT(Rows(), ElementsAre("*First", "  *ann"));
-  RefreshThreadLabels(gThreadTree->root());
-  BuildTreeView(gThreadTree->root(), false);
+  RefreshThreadLabels(gReading.tree->root());
+  BuildTreeView(gReading.tree->root(), false);
   EXPECT_EQ(Rows().size(), 6U);
   ExpectInStep();
 }
@@ -44,11 +44,11 @@ TEST_F(ViewMemoryTest, LabelsThatCouldNotBeHandedOverAreHandedOverNextTime) {
     SetArticleReadById(id, &NodeOf(id), true, kGroup);
   }
   FailNewOfAtLeast(kLongSubject * 2);
-  RefreshThreadLabels(gThreadTree->root());
+  RefreshThreadLabels(gReading.tree->root());
   FailNewOfAtLeast(0);
   EXPECT_THAT(BoxTexts(),
               ElementsAre(u"An unexpected error (out of memory) occurred in RefreshThreadLabels."));
-  RefreshThreadLabels(gThreadTree->root());
+  RefreshThreadLabels(gReading.tree->root());
   ExpectInStep();
 }
 
@@ -57,7 +57,7 @@ TEST_F(ViewMemoryTest, ABuildThatCannotBeginIsACriticalError) {
   BuildThreadList(kGroup, 3);
   FailNthNothrowNew(0);
   EXPECT_EQ(BoxTexts().front(), u"A critical error (out of memory) occurred in BuildThreadList.");
-  EXPECT_EQ(gThreadTree->root().descendantCount, 3U);
+  EXPECT_EQ(gReading.tree->root().descendantCount, 3U);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The thread view: building and showing, labels, the caption, opening.
 #include "thread/view.h"
+#include "base/changes.h"
 
 #include <gmock/gmock.h>
 
@@ -26,7 +27,7 @@ TEST_F(ViewTest, AGroupIsShownWithItsThreads) {
   EXPECT_EQ(fake.display.tree().font_size_index, 3);
   EXPECT_TRUE(fake.display.tree().focused);
   EXPECT_EQ(Rows(), kNineRows);
-  EXPECT_EQ(gThreadGroup, kGroup);
+  EXPECT_EQ(gReading.tree_group, kGroup);
   ExpectInStep();
 }
 
@@ -34,7 +35,7 @@ TEST_F(ViewTest, TheTitleTellsWhetherThreadsAreMade) {
   ShowNine();
   EXPECT_THAT(Titles(), ElementsAre(u"Threading..."));
   gPrefs->usethreading = 0;
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   ShowThreadView();
   EXPECT_THAT(Titles(), ElementsAre(u"Threading...", u"Building article list..."));
   EXPECT_EQ(Rows().size(), 18U);
@@ -68,34 +69,34 @@ TEST_F(ViewTest, AShownTreeIsNotBuiltAgain) {
   ShowThreadView();
   EXPECT_THAT(Titles(), SizeIs(1));
   EXPECT_EQ(fake.display.tree().fills, fills);
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   ShowThreadView();
   EXPECT_THAT(Titles(), SizeIs(2));
-  EXPECT_FALSE(gThreadRebuildPending);
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
 }
 
 TEST_F(ViewTest, AnotherGroupIsBuilt) {
   ShowNine();
   Put({"<d@x>", "", "Deutsch", "zoe", 1, false}, u"de.test");
   Recount();
-  gCurrentGroup = 2;
+  gReading.group = 2;
   ShowThreadView();
   EXPECT_THAT(Rows(), ElementsAre("*Deutsch", "  *zoe"));
-  EXPECT_EQ(gThreadGroup, 2);
-  gCurrentGroup = kGroup;
+  EXPECT_EQ(gReading.tree_group, 2);
+  gReading.group = kGroup;
   ShowThreadView();
   EXPECT_EQ(Rows(), kNineRows);
 }
 
 TEST_F(ViewTest, WithoutAGroupThereIsAnEmptyTree) {
   ShowNine();
-  gCurrentGroup = -1;
+  gReading.group = -1;
   ShowThreadView();
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
-  EXPECT_EQ(gThreadTree, nullptr);
+  EXPECT_EQ(gReading.tree, nullptr);
   EXPECT_EQ(fake.display.SelectedTab(), port::kThreadTab);
-  gCurrentGroup = 3;  // beyond the list
+  gReading.group = 3;  // beyond the list
   ShowThreadView();
   EXPECT_EQ(Caption(), kNothing);
 }
@@ -147,16 +148,16 @@ TEST_F(ViewTest, TheCurrentArticleIsSelectedAndFoundInTheNewTree) {
   EXPECT_EQ(SelectedNode(), &NodeOf("<8@x>"));
   EXPECT_THAT(fake.display.tree().expanded, SizeIs(3));  // Third, fay, gus
   HandleThreadCommand(kCommandRethread);
-  EXPECT_EQ(gCurrentArticle->node, &NodeOf("<8@x>"));
+  EXPECT_EQ(gReading.article->node, &NodeOf("<8@x>"));
 }
 
 TEST_F(ViewTest, AnArticleOfAnotherGroupHasNoNode) {
   ShowNine();
   Read("<8@x>");
-  gCurrentGroup = 2;
+  gReading.group = 2;
   ShowThreadView();
-  ASSERT_NE(gCurrentArticle, nullptr);
-  EXPECT_EQ(gCurrentArticle->node, nullptr);
+  ASSERT_NE(gReading.article, nullptr);
+  EXPECT_EQ(gReading.article->node, nullptr);
 }
 
 TEST_F(ViewTest, ABuildSetsWrongCountsRight) {
@@ -187,11 +188,11 @@ TEST_F(ViewTest, AnAbortAtEveryStepShowsWhatWasReadAndKeepsTheCounts) {
   int aborted = 0;
   for (int step = 1; step < 1000; ++step) {
     observer.StartOver(step);
-    gThreadRebuildPending = true;
+    NoteChange(Change::kStore);
     ShowThreadView();
-    ASSERT_NE(gThreadTree, nullptr);
-    EXPECT_EQ(Rows().empty(), gThreadTree->root().firstChild == nullptr);
-    EXPECT_FALSE(gThreadRebuildPending);
+    ASSERT_NE(gReading.tree, nullptr);
+    EXPECT_EQ(Rows().empty(), gReading.tree->root().firstChild == nullptr);
+    EXPECT_FALSE(gReading.tree_state.OutOfDate());
     if (observer.steps < step) break;
     // The last steps fill the control: the tree is complete by then.
     if (gReadInfo[kGroup]->totalCount == 10) ++aborted;
@@ -208,19 +209,19 @@ TEST_F(ViewTest, ClearingForgetsTheTreeAndItsArticle) {
   ClearThreadView();
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
-  EXPECT_EQ(gThreadTree, nullptr);
-  EXPECT_EQ(gThreadGroup, -1);
+  EXPECT_EQ(gReading.tree, nullptr);
+  EXPECT_EQ(gReading.tree_group, -1);
   EXPECT_EQ(clears(), 1);
-  EXPECT_EQ(gCurrentArticle, nullptr);
+  EXPECT_EQ(gReading.article, nullptr);
 }
 
 TEST_F(ViewTest, ClearingLeavesAnArticleOfAnotherGroupAlone) {
   ShowNine();
   Read("<5@x>");
-  gCurrentArticle->node = nullptr;
+  gReading.article->node = nullptr;
   ClearThreadView();
   EXPECT_EQ(clears(), 0);
-  EXPECT_NE(gCurrentArticle, nullptr);
+  EXPECT_NE(gReading.article, nullptr);
 }
 
 TEST_F(ViewTest, NothingNeedsAWindow) {
@@ -228,7 +229,7 @@ TEST_F(ViewTest, NothingNeedsAWindow) {
   fake.display.DestroyMainWindow();
   gMainWindow = 0;
   ShowThreadView();
-  EXPECT_NE(gThreadTree, nullptr);
+  EXPECT_NE(gReading.tree, nullptr);
   HandleThreadCommand(kCommandMarkRead);
   EXPECT_EQ(gReadInfo[kGroup]->readCount, 9U);
   ClearThreadView();
@@ -274,7 +275,7 @@ TEST_F(ViewTest, OnlyChangedLabelsAreHandedOver) {
   for (const port::TreeRow& row : fake.display.tree().rows)
     marks.push_back({row.item, false, u"-"});
   gPlatform->thread_tree.SetLabels(marks);
-  RefreshThreadLabels(gThreadTree->root());
+  RefreshThreadLabels(gReading.tree->root());
   EXPECT_THAT(Rows(), ElementsAre("*1/4 Hello", "  -", "    -", "      cyd", "    -", "-", "  -",
                                   "-", "  -", "    -", "      -", "      -"));
 }
@@ -288,7 +289,7 @@ TEST_F(ViewTest, ARefreshReachesDownAndUpButNotAside) {
   EXPECT_THAT(Rows(),
               ElementsAre("0/4 Hello", "  ann", "    bob", "      cyd", "    dan", "*Other",
                           "  *eve", "*1/4 Third", "  fay", "    gus", "      *hal", "      ivy"));
-  RefreshThreadLabels(gThreadTree->root());
+  RefreshThreadLabels(gReading.tree->root());
   ExpectInStep();
 }
 
@@ -303,7 +304,7 @@ TEST_F(ViewTest, ASingleNodeIsPutInAnewWithEverythingBelowIt) {
               ElementsAre("*2/4 Hello", "  ann", "    *bob", "      *cyd", "    dan", "*Other",
                           "  *eve", "*1/4 Third", "  fay", "    *gus", "      hal", "      ivy"));
   EXPECT_EQ(fake.display.tree().fills, fills);
-  BuildTreeView(gThreadTree->root(), true);
+  BuildTreeView(gReading.tree->root(), true);
   ExpectInStep();
 }
 
@@ -452,7 +453,7 @@ TEST_F(ViewTest, AnOutdatedTreeIsReplacedBeforeAnythingIsDoneWithIt) {
   const port::TreeItem item = NodeOf("<3@x>").treeItem;
   Click(NodeOf("<3@x>"));
   DeleteArticle("<3@x>");
-  gThreadRebuildPending = true;
+  NoteChange(Change::kStore);
   HandleThreadItemActivated(item);
   EXPECT_THAT(opened(), IsEmpty());
   EXPECT_THAT(Titles(), SizeIs(2));

@@ -1,0 +1,29 @@
+// Which window owns the message boxes. Any thread.
+#pragma once
+
+#include "port/message.h"
+
+namespace quillet {
+
+// While it lives, boxes belong to that window: the topmost, which is the one that came last. The
+// progress thread's one comes and goes while the program thread shows boxes, and not always in the
+// order of a stack: each takes away itself alone.
+class BoxOwner {
+ public:
+  explicit BoxOwner(port::WindowHandle window);
+  ~BoxOwner();
+  BoxOwner(const BoxOwner&) = delete;
+  BoxOwner& operator=(const BoxOwner&) = delete;
+
+ private:
+  friend port::WindowHandle CurrentBoxOwner();
+
+  port::WindowHandle window_;
+  BoxOwner* below_ = nullptr;
+};
+
+// The owner of a box that is shown now: the last BoxOwner's window, else the main window. 0 without
+// a main window, whoever else there is: its end and a critical error take them all away.
+port::WindowHandle CurrentBoxOwner();
+
+}  // namespace quillet

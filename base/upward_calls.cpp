@@ -1,0 +1,47 @@
+#include "base/upward_calls.h"
+
+#include "base/reset.h"
+
+namespace quillet {
+
+UpwardCalls gUpwardCalls;
+
+namespace {
+
+const ResetAtEnd kReset([] { gUpwardCalls = {}; });
+
+}  // namespace
+
+namespace up {
+
+int GroupOfShownTree() {
+  const auto group = gUpwardCalls.shown_tree.group;
+  return group != nullptr ? group() : -1;
+}
+
+std::optional<RunEnd> DeleteReadOfShownTree() {
+  const auto delete_read = gUpwardCalls.shown_tree.delete_read;
+  return delete_read != nullptr ? delete_read() : std::nullopt;
+}
+
+void ClearThreadView() {
+  if (gUpwardCalls.shown_tree.clear != nullptr) gUpwardCalls.shown_tree.clear();
+}
+
+bool DisplayArticle(Node* node, std::u16string_view search_text) {
+  const auto display = gUpwardCalls.article_view.display;
+  if (display == nullptr) return false;
+  display(node, search_text);
+  return true;
+}
+
+void ClearArticleView() {
+  if (gUpwardCalls.article_view.clear != nullptr) gUpwardCalls.article_view.clear();
+}
+
+void OpenPreferences(PreferencesPage page) {
+  if (gUpwardCalls.open_preferences != nullptr) gUpwardCalls.open_preferences(page);
+}
+
+}  // namespace up
+}  // namespace quillet

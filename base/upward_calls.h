@@ -1,0 +1,55 @@
+// Calls into what stands above the caller's folder, where a posted message would come too late: the
+// caller goes on when the work is done. One record, filled by app/ when the program starts; a
+// member is null while nobody has filled it. Program thread only.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "base/run_end.h"
+
+namespace quillet {
+
+struct Node;
+
+// Pages of the preferences by their place.
+enum class PreferencesPage { kFirst = 0, kServer = 1, kConnection = 2 };
+
+struct ShownTreeCalls {
+  // Index of the group whose tree is shown, -1 for none.
+  int (*group)() = nullptr;
+  // Deletes every read article of the shown tree, as its own delete command does, with progress and
+  // abort, and fills the tree control anew; tells what ended it. Nothing, and nothing is done, when
+  // the tree does not show what the store holds.
+  std::optional<RunEnd> (*delete_read)() = nullptr;
+  // Empties the thread view and, when its article belonged to that tree, the article view.
+  void (*clear)() = nullptr;
+};
+
+struct ArticleViewCalls {
+  // Opens the article of a node with the hits of a search text (empty: none); a null node clears
+  // the view and returns to the thread list.
+  void (*display)(Node* node, std::u16string_view search_text) = nullptr;
+  // Empties the article view and forgets its article.
+  void (*clear)() = nullptr;
+};
+
+struct UpwardCalls {
+  ShownTreeCalls shown_tree;
+  ArticleViewCalls article_view;
+  void (*open_preferences)(PreferencesPage page) = nullptr;
+};
+extern UpwardCalls gUpwardCalls;
+
+// The calls as they are made: each does nothing while its member is null.
+namespace up {
+
+int GroupOfShownTree();                         // then -1
+std::optional<RunEnd> DeleteReadOfShownTree();  // then nothing
+void ClearThreadView();
+bool DisplayArticle(Node* node, std::u16string_view search_text);  // then false
+void ClearArticleView();
+void OpenPreferences(PreferencesPage page);
+
+}  // namespace up
+}  // namespace quillet

@@ -1,0 +1,61 @@
+#include "base/upward_calls.h"
+#include "base/reset.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quillet {
+namespace {
+
+std::vector<std::string>& Made() {
+  static std::vector<std::string> calls;
+  return calls;
+}
+
+class UpwardCallsTest : public testing::Test {
+ protected:
+  UpwardCallsTest() { Made().clear(); }
+  ~UpwardCallsTest() override { ResetProgram(); }
+};
+
+TEST_F(UpwardCallsTest, DoNothingWhileNobodyHasFilledThem) {
+  EXPECT_EQ(up::GroupOfShownTree(), -1);
+  EXPECT_FALSE(up::DeleteReadOfShownTree());
+  EXPECT_FALSE(up::DisplayArticle(nullptr, ""));
+  up::ClearThreadView();
+  up::ClearArticleView();
+  up::OpenPreferences(PreferencesPage::kServer);
+}
+
+TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
+  gUpwardCalls.shown_tree = {[] { return 3; },
+                             [] {
+                               Made().emplace_back("delete read");
+                               return true;
+                             },
+                             [] { Made().emplace_back("clear threads"); }};
+  gUpwardCalls.article_view = {
+      [](Node*, std::string_view text) { Made().push_back("display " + std::string(text)); },
+      [] { Made().emplace_back("clear article"); }};
+  gUpwardCalls.open_preferences = [](PreferencesPage page) {
+    Made().push_back("page " + std::to_string(static_cast<int>(page)));
+  };
+  EXPECT_EQ(up::GroupOfShownTree(), 3);
+  EXPECT_TRUE(up::DeleteReadOfShownTree());
+  EXPECT_TRUE(up::DisplayArticle(nullptr, "text"));
+  up::ClearThreadView();
+  up::ClearArticleView();
+  up::OpenPreferences(PreferencesPage::kConnection);
+  EXPECT_EQ(Made(), (std::vector<std::string>{"delete read", "display text", "clear threads",
+                                              "clear article", "page 2"}));
+}
+
+TEST_F(UpwardCallsTest, TellWhenTheTreeCouldNotBeUsed) {
+  gUpwardCalls.shown_tree.delete_read = [] { return false; };
+  EXPECT_FALSE(up::DeleteReadOfShownTree());
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,52 @@
+// What is being read: the current group, its tree, the current article. Program thread only.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/changes.h"
+#include "store/records.h"
+#include "thread/thread_tree.h"
+
+namespace quillet {
+
+// The view-wide choices of the Find dialog; kept while the program runs.
+struct FindChoices {
+  std::u16string text;  // the last search text
+  bool match_case = false;
+  bool whole_word = false;
+  bool in_headers = false;
+};
+
+struct Reading {
+  // The current group by its index in the group list, -1 for none.
+  int group = -1;
+
+  // The current thread tree and the index of its group; null and -1 when none is shown. Every node
+  // pointer ends with the tree.
+  std::unique_ptr<ThreadTree> tree;
+  int tree_group = -1;
+  // Out of date when the tree does not show what the store holds any more, or not in the order that
+  // is wanted: it is built anew when it is shown next.
+  SeenChanges tree_state{Change::kStore};
+
+  // The article of the article view, or null. Its `node` is null or a node of `tree`.
+  std::unique_ptr<AsciiArticle> article;
+  // The group it was opened from, by its name: the index of a group changes with the list.
+  std::u16string article_group;
+
+  FindChoices find;
+
+  // Forgets the tree. The article stays, without a node.
+  void ForgetTree();
+  // Forgets the article. What its view shows stays: see up::ClearArticleView.
+  void ForgetArticle();
+  // Forgets group, tree and article. What the views show stays.
+  void Leave();
+};
+extern Reading gReading;
+
+// After nodes were marked: the current article is read as its node is.
+void BringCurrentArticleInStep();
+
+}  // namespace quillet
