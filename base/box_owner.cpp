@@ -3,13 +3,15 @@
 #include <mutex>
 
 #include "base/messages.h"
+#include "base/reset.h"
 
 namespace quillet {
 namespace {
 
 std::mutex gMutex;
-// Guarded by gMutex, and so are the links below it. Needs no reset: each owner takes itself away.
-BoxOwner* gTop = nullptr;
+BoxOwner* gTop = nullptr;  // guarded by gMutex, and so are the links below it
+
+const ResetAtEnd kReset(ClearBoxOwners);
 
 }  // namespace
 
@@ -22,15 +24,18 @@ BoxOwner::BoxOwner(port::WindowHandle window) : window_(window) {
 BoxOwner::~BoxOwner() {
   const std::lock_guard lock(gMutex);
   BoxOwner** link = &gTop;
-  while (*link != this) link = &(*link)->below_;
-  *link = below_;
+  while (*link != nullptr && *link != this) link = &(*link)->below_;
+  if (*link == this) *link = below_;
 }
 
 port::WindowHandle CurrentBoxOwner() {
-  const port::WindowHandle main_window = gMainWindow;
-  if (main_window == 0) return 0;
   const std::lock_guard lock(gMutex);
-  return gTop != nullptr ? gTop->window_ : main_window;
+  return gTop != nullptr ? gTop->window_ : gMainWindow.load();
+}
+
+void ClearBoxOwners() {
+  const std::lock_guard lock(gMutex);
+  gTop = nullptr;
 }
 
 }  // namespace quillet

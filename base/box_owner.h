@@ -22,8 +22,10 @@ class BoxOwner {
   BoxOwner* below_ = nullptr;
 };
 
-// The owner of a box that is shown now: the last BoxOwner's window, else the main window. 0 without
-// a main window, whoever else there is: its end and a critical error take them all away.
+// The owner of a box that is shown now: the last BoxOwner's window, else the main window, which may
+// be 0.
 port::WindowHandle CurrentBoxOwner();
+// With the main window all owners go at once, whoever still holds them.
+void ClearBoxOwners();
 
 }  // namespace quillet

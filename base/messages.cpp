@@ -58,6 +58,7 @@ void DestroyMainWindow() {
   RemoveProcedure(gMainWindow);
   gPlatform->windows.DestroyMainWindow();
   gMainWindow = 0;
+  ClearBoxOwners();
 }
 
 int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,

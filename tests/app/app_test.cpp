@@ -358,7 +358,7 @@ TEST_F(Program, ClosingWithAutodeleteDeletesEveryGroupWhateverItsBox) {
   });
   WaitIdle();
   End();
-  ASSERT_TRUE(OpenGDBMDatabases());
+  OpenStoreAgain();
   EXPECT_FALSE(ArticleExists("<1@a>"));
   EXPECT_FALSE(ArticleExists("<1@b>"));
   EXPECT_EQ(CountPendingPosts(), 1U);
@@ -380,7 +380,7 @@ TEST_F(Program, TheEndOfTheSessionSavesButDeletesNothing) {
   fake_.display.EndSession();
   Join();
   EXPECT_EQ(Bytes(u"checked"), std::string("\1\0\0\0", 4));
-  ASSERT_TRUE(OpenGDBMDatabases());
+  OpenStoreAgain();
   EXPECT_TRUE(ArticleExists("<1@a>"));
   CloseDatabases();
 }

@@ -1,4 +1,5 @@
 // A window beside the main window, with a procedure of its own, while the program runs.
+#include "base/messages.h"
 #include "base/window_procedures.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
@@ -42,12 +43,13 @@ TEST_F(OwnWindow, GetsItsMessagesFromTheMainLoop) {
 }
 
 TEST_F(OwnWindow, GetsThemWhileAModalDialogIsUp) {
-  fake_.display.SendCommand(kCommandAbout);
+  // The window takes the user's input away from the main window, as every dialog here.
+  fake_.display.Inject({gMainWindow, port::MessageKind::kCommand, kCommandAbout, 0, {}});
   const port::WindowHandle about = fake_.display.WaitForDialog(kDialogAbout);
   ASSERT_NE(about, 0U);
   Send(7);
   EXPECT_EQ(got_, std::vector<std::uint32_t>{7});
-  fake_.display.Press(about, kControlOk);
+  EXPECT_TRUE(fake_.display.Press(about, kControlOk));
   WaitIdle();
   Close();
   End();

@@ -18,6 +18,7 @@
 #include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "store/counts.h"
+#include "store/databases.h"
 #include "util/little_endian.h"
 #include "util/text.h"
 
@@ -73,6 +74,12 @@ class Program : public testing::Test {
   void Key(std::uint32_t key, std::uint32_t modifiers = 0) {
     fake_.display.PressKey(key, modifiers);
     WaitIdle();
+  }
+
+  // The store as the run has left it.
+  static void OpenStoreAgain() {
+    gDatabaseFolder = u"\\Quillet CE News";
+    ASSERT_TRUE(OpenGDBMDatabases());
   }
 
   void SetDword(std::u16string_view name, std::uint32_t value) {

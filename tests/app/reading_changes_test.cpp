@@ -7,7 +7,7 @@ namespace {
 
 // --- The tree is built anew ----------------------------------------------------------------------
 
-class Connected : public Reading {
+class Connected : public ReadingTest {
  protected:
   Connected() {
     SetNumbers(u"checked", {1, 0});
@@ -135,7 +135,7 @@ TEST_F(Connected, AConnectionThatNeverStandsBuildsNothing) {
   End();
 }
 
-TEST_F(Reading, ReopenedDatabasesAreReadAnew) {
+TEST_F(ReadingTest, ReopenedDatabasesAreReadAnew) {
   StartAndWait();
   OpenGroup(0);
   OnProgramThread([] {
@@ -150,7 +150,7 @@ TEST_F(Reading, ReopenedDatabasesAreReadAnew) {
 
 // --- Changed preferences -------------------------------------------------------------------------
 
-TEST_F(Reading, ChangedThreadingIsSeenAtOnceByWhoLooksAtTheThreads) {
+TEST_F(ReadingTest, ChangedThreadingIsSeenAtOnceByWhoLooksAtTheThreads) {
   StartAndWait();
   OpenGroup(0);
   Apply([](Prefs& prefs) { prefs.usethreading = 0; });
@@ -161,7 +161,7 @@ TEST_F(Reading, ChangedThreadingIsSeenAtOnceByWhoLooksAtTheThreads) {
   End();
 }
 
-TEST_F(Reading, ChangedThreadingIsSeenAtTheNextShowing) {
+TEST_F(ReadingTest, ChangedThreadingIsSeenAtTheNextShowing) {
   StartReading(u"Ann");
   const int fills = fake_.display.tree().fills;
   Apply([](Prefs& prefs) { prefs.reversethread = 1; });
@@ -173,7 +173,7 @@ TEST_F(Reading, ChangedThreadingIsSeenAtTheNextShowing) {
   End();
 }
 
-TEST_F(Reading, OtherPreferencesLeaveTheViewsAlone) {
+TEST_F(ReadingTest, OtherPreferencesLeaveTheViewsAlone) {
   StartReading(u"Ann");
   const int fills = fake_.display.tree().fills;
   const int showings = showings_.count;
@@ -184,7 +184,7 @@ TEST_F(Reading, OtherPreferencesLeaveTheViewsAlone) {
   End();
 }
 
-TEST_F(Reading, AChangedThreadFontRemakesTheTreeWithItsThreads) {
+TEST_F(ReadingTest, AChangedThreadFontRemakesTheTreeWithItsThreads) {
   StartReading(u"Bob");
   Apply([](Prefs& prefs) {
     prefs.threadfont = u"Arial";
@@ -202,7 +202,7 @@ TEST_F(Reading, AChangedThreadFontRemakesTheTreeWithItsThreads) {
   End();
 }
 
-TEST_F(Reading, AThreadFontChangedBeforeTheFirstTreeCreatesNone) {
+TEST_F(ReadingTest, AThreadFontChangedBeforeTheFirstTreeCreatesNone) {
   StartAndWait();
   Apply([](Prefs& prefs) { prefs.threadfontsize = 6; });
   EXPECT_FALSE(fake_.display.tree().created);
@@ -211,7 +211,7 @@ TEST_F(Reading, AThreadFontChangedBeforeTheFirstTreeCreatesNone) {
   End();
 }
 
-TEST_F(Reading, AChangedHeaderFontRemakesThePanesWithTheArticle) {
+TEST_F(ReadingTest, AChangedHeaderFontRemakesThePanesWithTheArticle) {
   StartReading(u"Bob");
   Apply([](Prefs& prefs) { prefs.articleheaderfontsize = 8; });
   EXPECT_EQ(fake_.display.article().header_font_pixels, 24);
@@ -226,7 +226,7 @@ TEST_F(Reading, AChangedHeaderFontRemakesThePanesWithTheArticle) {
   End();
 }
 
-TEST_F(Reading, WhatTheArticleLooksLikeIsShownAnew) {
+TEST_F(ReadingTest, WhatTheArticleLooksLikeIsShownAnew) {
   StartReading(u"Bob");
   EXPECT_FALSE(Shows(u"Message-ID:"));
   Apply([](Prefs& prefs) { prefs.showheaders = 1; });
@@ -263,7 +263,7 @@ TEST_F(Connected, AnotherServerShowsInTheCaption) {
   End();
 }
 
-TEST_F(Reading, ChangedTabPlacementStartsAtTheGroupsWithNothingOpen) {
+TEST_F(ReadingTest, ChangedTabPlacementStartsAtTheGroupsWithNothingOpen) {
   StartReading(u"Bob");
   Apply([](Prefs& prefs) { prefs.sidetabs = 2; });
   EXPECT_EQ(ShownTab(), 0);
@@ -283,7 +283,7 @@ TEST_F(Reading, ChangedTabPlacementStartsAtTheGroupsWithNothingOpen) {
   End();
 }
 
-TEST_F(Reading, ChangedTabPlacementTakesTheOtherChangesAlong) {
+TEST_F(ReadingTest, ChangedTabPlacementTakesTheOtherChangesAlong) {
   StartAndWait();
   OpenGroup(0);
   Apply([](Prefs& prefs) {
@@ -299,7 +299,7 @@ TEST_F(Reading, ChangedTabPlacementTakesTheOtherChangesAlong) {
   End();
 }
 
-TEST_F(Reading, AStoreFoundInTheNewPlaceReplacesWhatIsRead) {
+TEST_F(ReadingTest, AStoreFoundInTheNewPlaceReplacesWhatIsRead) {
   fake_.files.AddCard(u"Card");
   const std::u16string folder = u"\\Card\\Quillet CE News";
   fake_.files.CreateFolder(folder);
@@ -318,7 +318,7 @@ TEST_F(Reading, AStoreFoundInTheNewPlaceReplacesWhatIsRead) {
   End();
 }
 
-TEST_F(Reading, AStoreThatMovedIsReadOn) {
+TEST_F(ReadingTest, AStoreThatMovedIsReadOn) {
   fake_.files.AddCard(u"Card");
   StartReading(u"Bob");
   Apply([](Prefs& prefs) { prefs.databasestore = u"Card"; });
@@ -334,7 +334,7 @@ TEST_F(Reading, AStoreThatMovedIsReadOn) {
 
 // --- The end -------------------------------------------------------------------------------------
 
-class Ending : public Reading {
+class Ending : public ReadingTest {
  protected:
   ~Ending() override {
     EXPECT_EQ(gReading.tree, nullptr);
@@ -352,7 +352,7 @@ TEST_F(Ending, ClosingWithAShownTreeDeletesReadArticles) {
   SetDword(u"autodelete", 10);  // read articles, when the program ends
   StartReading(u"Bob");
   End();
-  ASSERT_TRUE(OpenGDBMDatabases());
+  OpenStoreAgain();
   EXPECT_FALSE(ArticleExists("<2@x>"));
   EXPECT_TRUE(ArticleExists("<1@x>"));
   EXPECT_TRUE(ArticleExists("<5@x>"));
@@ -364,7 +364,7 @@ TEST_F(Ending, ClosingWithAShownTreeDeletesAllArticles) {
   SetDword(u"autodelete", 8);
   StartReading(u"Bob");
   End();
-  ASSERT_TRUE(OpenGDBMDatabases());
+  OpenStoreAgain();
   EXPECT_EQ(CountGroupArticles(u"a", false), 0U);
   EXPECT_EQ(CountGroupArticles(u"b", false), 0U);
   CloseDatabases();

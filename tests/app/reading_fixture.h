@@ -38,9 +38,9 @@ class Showings final : public port::DisplayObserver {
 
 // Group "a" holds the thread "Hello" of Ann (1), Bob's reply (2) and Cid's reply to that (3), and
 // Dan's "Other" (4); group "b" Eve's "Elsewhere" (5). All unread.
-class Reading : public Program {
+class ReadingTest : public Program {
  protected:
-  Reading() {
+  ReadingTest() {
     fake_.display.SetObserver(&showings_);
     SetGroups({u"a", u"b"});
     SetNumbers(u"checked", {0, 0});
@@ -65,10 +65,9 @@ class Reading : public Program {
   }
   // The store as an earlier run left it.
   void StoreArticles() {
-    gDatabaseFolder = u"\\Quillet CE News";
-    fake_.files.CreateFolder(gDatabaseFolder);
+    fake_.files.CreateFolder(u"\\Quillet CE News");
     ASSERT_TRUE(LoadDatabaseLibrary());
-    ASSERT_TRUE(OpenGDBMDatabases());
+    OpenStoreAgain();
     Put(u"a", Written(1, "", "Ann", "Hello"));
     Put(u"a", Written(2, "<1@x>", "Bob", "Re: Hello"));
     Put(u"a", Written(3, "<2@x>", "Cid", "Re: Hello"));

@@ -6,7 +6,7 @@ namespace {
 
 // --- From view to view ---------------------------------------------------------------------------
 
-TEST_F(Reading, ActivatingAGroupShowsItsThreads) {
+TEST_F(ReadingTest, ActivatingAGroupShowsItsThreads) {
   StartAndWait();
   OpenGroup(0);
   EXPECT_EQ(Rows(), (Texts{u"3/3 Hello", u"Ann", u"Bob", u"Cid", u"Other", u"Dan"}));
@@ -17,7 +17,7 @@ TEST_F(Reading, ActivatingAGroupShowsItsThreads) {
   End();
 }
 
-TEST_F(Reading, ReturnInTheListOpensTheGroupToo) {
+TEST_F(ReadingTest, ReturnInTheListOpensTheGroupToo) {
   StartAndWait();
   fake_.display.SelectRow(1);
   Key(port::kKeyReturn);
@@ -27,7 +27,7 @@ TEST_F(Reading, ReturnInTheListOpensTheGroupToo) {
 }
 
 // The number of the row may also be that of an item.
-TEST_F(Reading, ActivatingAGroupOpensNoArticle) {
+TEST_F(ReadingTest, ActivatingAGroupOpensNoArticle) {
   SetGroups({u"c", u"d", u"e", u"f", u"g", u"b"});
   StartAndWait();
   OpenGroup(5);
@@ -38,7 +38,7 @@ TEST_F(Reading, ActivatingAGroupOpensNoArticle) {
 }
 
 // The second double click came while the program was still busy with the first.
-TEST_F(Reading, ActivatingAGroupTwiceOpensNoArticle) {
+TEST_F(ReadingTest, ActivatingAGroupTwiceOpensNoArticle) {
   SetGroups({u"c", u"d", u"e", u"f", u"g", u"b"});
   StartAndWait();
   OnProgramThread([this] {
@@ -52,7 +52,7 @@ TEST_F(Reading, ActivatingAGroupTwiceOpensNoArticle) {
   End();
 }
 
-TEST_F(Reading, EscapeTwiceLeadsBackAndTheCountsFollow) {
+TEST_F(ReadingTest, EscapeTwiceLeadsBackAndTheCountsFollow) {
   StartReading(u"Ann");
   EXPECT_TRUE(Shows(u"Text of Ann."));
   EXPECT_EQ(From(), u"From: Ann");
@@ -72,7 +72,7 @@ TEST_F(Reading, EscapeTwiceLeadsBackAndTheCountsFollow) {
   End();
 }
 
-TEST_F(Reading, ComingBackSelectsTheArticleThatWasReadLast) {
+TEST_F(ReadingTest, ComingBackSelectsTheArticleThatWasReadLast) {
   StartReading(u"Ann");
   Key(port::kKeyRight, port::kModifierControl);
   Key(port::kKeyRight, port::kModifierControl);
@@ -83,7 +83,7 @@ TEST_F(Reading, ComingBackSelectsTheArticleThatWasReadLast) {
   End();
 }
 
-TEST_F(Reading, TheThreadTabOpensTheSelectedGroup) {
+TEST_F(ReadingTest, TheThreadTabOpensTheSelectedGroup) {
   StartAndWait();
   fake_.display.SelectRow(1);
   Tab(1);
@@ -92,7 +92,7 @@ TEST_F(Reading, TheThreadTabOpensTheSelectedGroup) {
   End();
 }
 
-TEST_F(Reading, TheThreadTabWithoutASelectedGroupShowsThatThereIsNothing) {
+TEST_F(ReadingTest, TheThreadTabWithoutASelectedGroupShowsThatThereIsNothing) {
   StartAndWait();
   Tab(1);
   EXPECT_TRUE(Rows().empty());
@@ -100,7 +100,7 @@ TEST_F(Reading, TheThreadTabWithoutASelectedGroupShowsThatThereIsNothing) {
   End();
 }
 
-TEST_F(Reading, TheThreadTabFromTheArticleShowsTheSameTree) {
+TEST_F(ReadingTest, TheThreadTabFromTheArticleShowsTheSameTree) {
   StartReading(u"Ann");
   const int fills = fake_.display.tree().fills;
   Tab(1);
@@ -110,7 +110,7 @@ TEST_F(Reading, TheThreadTabFromTheArticleShowsTheSameTree) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabFromTheThreadsOpensTheSelectedArticleOnce) {
+TEST_F(ReadingTest, TheArticleTabFromTheThreadsOpensTheSelectedArticleOnce) {
   StartAndWait();
   OpenGroup(0);
   Click(u"Bob");
@@ -121,7 +121,7 @@ TEST_F(Reading, TheArticleTabFromTheThreadsOpensTheSelectedArticleOnce) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabWithASelectedThreadOpensItsFirstArticle) {
+TEST_F(ReadingTest, TheArticleTabWithASelectedThreadOpensItsFirstArticle) {
   StartAndWait();
   OpenGroup(0);
   Click(u"3/3 Hello");
@@ -130,7 +130,7 @@ TEST_F(Reading, TheArticleTabWithASelectedThreadOpensItsFirstArticle) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabWithNothingSelectedSaysThatThereIsNoArticle) {
+TEST_F(ReadingTest, TheArticleTabWithNothingSelectedSaysThatThereIsNoArticle) {
   StartAndWait();
   OpenGroup(0);
   Tab(2);
@@ -139,7 +139,7 @@ TEST_F(Reading, TheArticleTabWithNothingSelectedSaysThatThereIsNoArticle) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabFromTheGroupsShowsTheArticleReadLast) {
+TEST_F(ReadingTest, TheArticleTabFromTheGroupsShowsTheArticleReadLast) {
   StartReading(u"Ann");
   Tab(0);
   fake_.display.SelectRow(1);
@@ -149,7 +149,7 @@ TEST_F(Reading, TheArticleTabFromTheGroupsShowsTheArticleReadLast) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabOfAFreshStartSaysThatThereIsNoArticle) {
+TEST_F(ReadingTest, TheArticleTabOfAFreshStartSaysThatThereIsNoArticle) {
   StartAndWait();
   Tab(2);
   EXPECT_EQ(fake_.display.article().source, kNoArticle);
@@ -158,7 +158,7 @@ TEST_F(Reading, TheArticleTabOfAFreshStartSaysThatThereIsNoArticle) {
 }
 
 // The program is busy while the user taps on: it ends where the user does.
-TEST_F(Reading, TabsChangedInARowEndAtTheLastOne) {
+TEST_F(ReadingTest, TabsChangedInARowEndAtTheLastOne) {
   StartAndWait();
   OpenGroup(0);
   Tab(0);
@@ -178,7 +178,7 @@ TEST_F(Reading, TabsChangedInARowEndAtTheLastOne) {
   End();
 }
 
-TEST_F(Reading, AnotherGroupShowsAnotherTree) {
+TEST_F(ReadingTest, AnotherGroupShowsAnotherTree) {
   StartReading(u"Ann");
   Tab(0);
   OpenGroup(1);
@@ -191,7 +191,7 @@ TEST_F(Reading, AnotherGroupShowsAnotherTree) {
   End();
 }
 
-TEST_F(Reading, TheArticleTabWithNothingSelectedForgetsTheArticleOfAnotherGroup) {
+TEST_F(ReadingTest, TheArticleTabWithNothingSelectedForgetsTheArticleOfAnotherGroup) {
   StartReading(u"Ann");
   Tab(0);
   OpenGroup(1);
@@ -204,7 +204,7 @@ TEST_F(Reading, TheArticleTabWithNothingSelectedForgetsTheArticleOfAnotherGroup)
 
 // --- Commands and keys ---------------------------------------------------------------------------
 
-TEST_F(Reading, CommandsGoToTheShownView) {
+TEST_F(ReadingTest, CommandsGoToTheShownView) {
   StartAndWait();
   fake_.display.ToggleRow(1);
   OpenGroup(0);
@@ -221,7 +221,7 @@ TEST_F(Reading, CommandsGoToTheShownView) {
   End();
 }
 
-TEST_F(Reading, TheReleaseOfAnAcceleratorsKeyScrollsNothing) {
+TEST_F(ReadingTest, TheReleaseOfAnAcceleratorsKeyScrollsNothing) {
   StartReading(u"Ann");
   Key(port::kKeyDown, port::kModifierControl);  // next thread
   EXPECT_TRUE(Shows(u"Text of Dan."));
@@ -240,7 +240,7 @@ TEST_F(Reading, TheReleaseOfAnAcceleratorsKeyScrollsNothing) {
   End();
 }
 
-TEST_F(Reading, KeysOfTheArticleViewDoNothingElsewhere) {
+TEST_F(ReadingTest, KeysOfTheArticleViewDoNothingElsewhere) {
   StartReading(u"Ann");
   Key(port::kKeyEscape);
   Key(port::kKeyAction);  // the next article, in the article view
@@ -251,7 +251,7 @@ TEST_F(Reading, KeysOfTheArticleViewDoNothingElsewhere) {
   End();
 }
 
-TEST_F(Reading, TheToolbarMovesOn) {
+TEST_F(ReadingTest, TheToolbarMovesOn) {
   StartReading(u"Ann");
   EXPECT_TRUE(fake_.display.PressToolbar(kCommandNextArticle));
   WaitIdle();
@@ -259,7 +259,7 @@ TEST_F(Reading, TheToolbarMovesOn) {
   End();
 }
 
-TEST_F(Reading, ATapOnTheHeaderBarShowsTheHeaders) {
+TEST_F(ReadingTest, ATapOnTheHeaderBarShowsTheHeaders) {
   StartReading(u"Ann");
   fake_.display.TapHeader();
   const port::WindowHandle dialog = fake_.display.WaitForDialog(124);
@@ -270,7 +270,7 @@ TEST_F(Reading, ATapOnTheHeaderBarShowsTheHeaders) {
   End();
 }
 
-TEST_F(Reading, TheMenuOfAnItemMarksIt) {
+TEST_F(ReadingTest, TheMenuOfAnItemMarksIt) {
   StartAndWait();
   OpenGroup(0);
   fake_.display.ExpectPopUp(u"Mark Read");
@@ -283,7 +283,7 @@ TEST_F(Reading, TheMenuOfAnItemMarksIt) {
 }
 
 // A menu asked for in the threads is not shown over another view.
-TEST_F(Reading, AMenuThatComesTooLateIsNotShown) {
+TEST_F(ReadingTest, AMenuThatComesTooLateIsNotShown) {
   StartReading(u"Ann");
   fake_.display.Inject({fake_.display.main_window().handle,
                         port::MessageKind::kContextMenu,
@@ -297,7 +297,7 @@ TEST_F(Reading, AMenuThatComesTooLateIsNotShown) {
 
 // --- Marking and deleting, from every place ------------------------------------------------------
 
-TEST_F(Reading, CountsStayInStepWhenTheGroupListMarksTheShownGroup) {
+TEST_F(ReadingTest, CountsStayInStepWhenTheGroupListMarksTheShownGroup) {
   StartReading(u"Ann");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -322,7 +322,7 @@ TEST_F(Reading, CountsStayInStepWhenTheGroupListMarksTheShownGroup) {
   End();
 }
 
-TEST_F(Reading, AMarkingThatWasCancelledLeavesTheTreeInStep) {
+TEST_F(ReadingTest, AMarkingThatWasCancelledLeavesTheTreeInStep) {
   StartReading(u"Ann");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -333,7 +333,7 @@ TEST_F(Reading, AMarkingThatWasCancelledLeavesTheTreeInStep) {
   End();
 }
 
-TEST_F(Reading, DeletingInTheArticleViewGoesOnWithTheNextArticle) {
+TEST_F(ReadingTest, DeletingInTheArticleViewGoesOnWithTheNextArticle) {
   StartReading(u"Ann");
   Confirm(u"Really delete this article?");
   Key('A', port::kModifierControl | port::kModifierAlt);
@@ -354,7 +354,7 @@ TEST_F(Reading, DeletingInTheArticleViewGoesOnWithTheNextArticle) {
   End();
 }
 
-TEST_F(Reading, DeletingInTheThreadViewKeepsTheCountsInStep) {
+TEST_F(ReadingTest, DeletingInTheThreadViewKeepsTheCountsInStep) {
   StartAndWait();
   OpenGroup(0);
   Click(u"Bob");
@@ -372,7 +372,7 @@ TEST_F(Reading, DeletingInTheThreadViewKeepsTheCountsInStep) {
   End();
 }
 
-TEST_F(Reading, DeletingReadArticlesFromTheGroupListClearsTheArticleAndKeepsTheTreeInStep) {
+TEST_F(ReadingTest, DeletingReadArticlesFromTheGroupListClearsTheArticleAndKeepsTheTreeInStep) {
   StartReading(u"Bob");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -387,7 +387,7 @@ TEST_F(Reading, DeletingReadArticlesFromTheGroupListClearsTheArticleAndKeepsTheT
   End();
 }
 
-TEST_F(Reading, TheArticleIsClearedEvenWhenTheDeletionIsNotConfirmed) {
+TEST_F(ReadingTest, TheArticleIsClearedEvenWhenTheDeletionIsNotConfirmed) {
   StartReading(u"Bob");
   Tab(0);
   fake_.display.Expect(u"Really delete all articles in checked groups?", port::kIdNo);
@@ -399,7 +399,7 @@ TEST_F(Reading, TheArticleIsClearedEvenWhenTheDeletionIsNotConfirmed) {
   End();
 }
 
-TEST_F(Reading, DeletingAllOfTheShownGroupLeavesNoTree) {
+TEST_F(ReadingTest, DeletingAllOfTheShownGroupLeavesNoTree) {
   StartReading(u"Bob");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -414,7 +414,7 @@ TEST_F(Reading, DeletingAllOfTheShownGroupLeavesNoTree) {
   End();
 }
 
-TEST_F(Reading, DeletingTheFilesOfEveryGroupLeavesNoTree) {
+TEST_F(ReadingTest, DeletingTheFilesOfEveryGroupLeavesNoTree) {
   StartReading(u"Bob");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -428,7 +428,7 @@ TEST_F(Reading, DeletingTheFilesOfEveryGroupLeavesNoTree) {
   End();
 }
 
-TEST_F(Reading, ADeletionThatWasCancelledShowsWhatIsLeft) {
+TEST_F(ReadingTest, ADeletionThatWasCancelledShowsWhatIsLeft) {
   StartReading(u"Bob");
   Tab(0);
   fake_.display.ToggleRow(0);
@@ -444,7 +444,7 @@ TEST_F(Reading, ADeletionThatWasCancelledShowsWhatIsLeft) {
 
 // --- Groups that come and go ---------------------------------------------------------------------
 
-TEST_F(Reading, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
+TEST_F(ReadingTest, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
   StartAndWait();
   OpenGroup(1);
   OpenArticle(u"Eve");
@@ -467,7 +467,7 @@ TEST_F(Reading, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
   End();
 }
 
-TEST_F(Reading, AnAcceptedNewGroupClearsTheArticleAndARejectedOneDoesNot) {
+TEST_F(ReadingTest, AnAcceptedNewGroupClearsTheArticleAndARejectedOneDoesNot) {
   StartReading(u"Ann");
   Tab(0);
   const auto add = [this](const std::u16string& name) {
@@ -489,7 +489,7 @@ TEST_F(Reading, AnAcceptedNewGroupClearsTheArticleAndARejectedOneDoesNot) {
 
 // --- Killfile entries ----------------------------------------------------------------------------
 
-TEST_F(Reading, TheGroupListAddsEntriesForTheSelectedGroup) {
+TEST_F(ReadingTest, TheGroupListAddsEntriesForTheSelectedGroup) {
   StartAndWait();
   fake_.display.SelectRow(1);
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
@@ -506,7 +506,7 @@ TEST_F(Reading, TheGroupListAddsEntriesForTheSelectedGroup) {
   End();
 }
 
-TEST_F(Reading, WithoutASelectedRowTheCurrentGroupIsMeant) {
+TEST_F(ReadingTest, WithoutASelectedRowTheCurrentGroupIsMeant) {
   StartAndWait();
   OnProgramThread([] { gReading.group = 1; });
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
@@ -519,7 +519,7 @@ TEST_F(Reading, WithoutASelectedRowTheCurrentGroupIsMeant) {
   End();
 }
 
-TEST_F(Reading, WithNoGroupAtAllInViewEntriesGoToEveryGroup) {
+TEST_F(ReadingTest, WithNoGroupAtAllInViewEntriesGoToEveryGroup) {
   StartAndWait();
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
     EXPECT_TRUE(fake_.display.Control(dialog, 1015)->checked);
@@ -531,7 +531,7 @@ TEST_F(Reading, WithNoGroupAtAllInViewEntriesGoToEveryGroup) {
   End();
 }
 
-TEST_F(Reading, TheArticleViewFillsInAuthorAndSubject) {
+TEST_F(ReadingTest, TheArticleViewFillsInAuthorAndSubject) {
   StartReading(u"Bob");
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
     EXPECT_EQ(fake_.display.Control(dialog, 1011)->text, u"Bob");
@@ -545,7 +545,7 @@ TEST_F(Reading, TheArticleViewFillsInAuthorAndSubject) {
   End();
 }
 
-TEST_F(Reading, TheThreadViewsMenuHasEmptyTextsAndItsItemsHaveTheirs) {
+TEST_F(ReadingTest, TheThreadViewsMenuHasEmptyTextsAndItsItemsHaveTheirs) {
   StartAndWait();
   OpenGroup(0);
   Click(u"Cid");

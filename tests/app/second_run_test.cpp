@@ -12,7 +12,7 @@
 namespace quillet {
 namespace {
 
-class SecondRun : public Reading {
+class SecondRun : public ReadingTest {
  protected:
   struct FindShown {
     std::u16string text;

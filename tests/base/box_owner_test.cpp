@@ -44,10 +44,21 @@ TEST_F(BoxOwners, OneBelowMayGoFirst) {
   EXPECT_EQ(CurrentBoxOwner(), 1U);
 }
 
-TEST_F(BoxOwners, TheEndOfTheMainWindowTakesAllAway) {
-  const BoxOwner dialog(2);
+TEST_F(BoxOwners, NeedNoMainWindow) {
   gMainWindow = 0;
-  EXPECT_EQ(CurrentBoxOwner(), 0U);
+  const BoxOwner dialog(2);
+  EXPECT_EQ(CurrentBoxOwner(), 2U);
+}
+
+TEST_F(BoxOwners, AreAllClearedAtOnceAndThenComeAndGoAsBefore) {
+  std::optional<BoxOwner> progress(2);
+  std::optional<BoxOwner> dialog(3);
+  ClearBoxOwners();
+  EXPECT_EQ(CurrentBoxOwner(), 1U);
+  const BoxOwner later(4);
+  dialog.reset();
+  progress.reset();
+  EXPECT_EQ(CurrentBoxOwner(), 4U);
 }
 
 TEST_F(BoxOwners, ComeAndGoOnAnotherThreadMeanwhile) {

@@ -284,7 +284,6 @@ TEST_F(Killfile, TogglingInEveryGroup) {
 TEST_F(Killfile, TogglingIntoAnEntryThatIsThereIsRefusedWithABox) {
   AddKillfileEntry(prefs, 1, "t", kKill, kSubject);
   AddKillfileEntry(prefs, 2, "t", kRequire, kSubject);
-  gMainWindow = 1;
   const BoxOwner dialog(77);
   EXPECT_FALSE(ToggleKillfileEntryKind(prefs, 0, "t", kKill, kSubject));
   EXPECT_THAT(prefs.killfilekills, ElementsAre(1U, 0U));
