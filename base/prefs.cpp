@@ -1,6 +1,5 @@
 #include "base/prefs.h"
 
-
 #include "base/guarded.h"
 #include "base/prefs_fields.h"
 #include "base/records.h"

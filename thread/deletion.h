@@ -16,8 +16,8 @@ Node* DeleteArticleNode(Node& node);
 // Deletes every article of the node's thread; the first article of the next thread, or null.
 Node* DeleteThreadNode(Node& node);
 // Every read article of the shown tree, with progress (one unit an article) and abort. Tells what
-// ended it before its time: an abort, or a store that refused. Nothing, and nothing is done, without
-// a tree or with one that does not show what the store holds.
+// ended it before its time: an abort, or a store that refused. Nothing, and nothing is done,
+// without a tree or with one that does not show what the store holds.
 std::optional<RunEnd> DeleteReadOfShownTree();
 
 }  // namespace quillet
