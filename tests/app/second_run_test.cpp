@@ -39,7 +39,7 @@ TEST_F(SecondRun, NothingIsLeftOfTheFirst) {
   Command(kCommandTogglePlainText);
   OnProgramThread([] {
     gPendingPostCount = 3;
-    gDownloadList = {1};
+    gDownloadList = {GroupAt(1)};
     gTransactionLog = std::make_unique<TextLog>();
     gDialHandle = 0;
     gAbortRequested = 1;
@@ -63,7 +63,7 @@ TEST_F(SecondRun, NothingIsLeftOfTheFirst) {
   EXPECT_EQ(gReading.tree, nullptr);
   EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(gReading.article_group, u"");
-  EXPECT_EQ(gReading.find.text, "");
+  EXPECT_EQ(gReading.find.text, u"");
 }
 
 TEST_F(SecondRun, ShowsWhatTheFirstOneDidAtItsBeginning) {

@@ -1,10 +1,12 @@
 #include "base/upward_calls.h"
-#include "base/reset.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "base/reset.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -22,8 +24,8 @@ class UpwardCallsTest : public testing::Test {
 
 TEST_F(UpwardCallsTest, DoNothingWhileNobodyHasFilledThem) {
   EXPECT_EQ(up::GroupOfShownTree(), -1);
-  EXPECT_FALSE(up::DeleteReadOfShownTree());
-  EXPECT_FALSE(up::DisplayArticle(nullptr, ""));
+  EXPECT_EQ(up::DeleteReadOfShownTree(), std::nullopt);
+  EXPECT_FALSE(up::DisplayArticle(nullptr, u""));
   up::ClearThreadView();
   up::ClearArticleView();
   up::OpenPreferences(PreferencesPage::kServer);
@@ -33,18 +35,18 @@ TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
   gUpwardCalls.shown_tree = {[] { return 3; },
                              [] {
                                Made().emplace_back("delete read");
-                               return true;
+                               return std::optional(RunEnd::kCancelled);
                              },
                              [] { Made().emplace_back("clear threads"); }};
   gUpwardCalls.article_view = {
-      [](Node*, std::string_view text) { Made().push_back("display " + std::string(text)); },
+      [](Node*, std::u16string_view text) { Made().push_back("display " + ToUtf8(text)); },
       [] { Made().emplace_back("clear article"); }};
   gUpwardCalls.open_preferences = [](PreferencesPage page) {
     Made().push_back("page " + std::to_string(static_cast<int>(page)));
   };
   EXPECT_EQ(up::GroupOfShownTree(), 3);
-  EXPECT_TRUE(up::DeleteReadOfShownTree());
-  EXPECT_TRUE(up::DisplayArticle(nullptr, "text"));
+  EXPECT_EQ(up::DeleteReadOfShownTree(), RunEnd::kCancelled);
+  EXPECT_TRUE(up::DisplayArticle(nullptr, u"text"));
   up::ClearThreadView();
   up::ClearArticleView();
   up::OpenPreferences(PreferencesPage::kConnection);
@@ -53,8 +55,8 @@ TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
 }
 
 TEST_F(UpwardCallsTest, TellWhenTheTreeCouldNotBeUsed) {
-  gUpwardCalls.shown_tree.delete_read = [] { return false; };
-  EXPECT_FALSE(up::DeleteReadOfShownTree());
+  gUpwardCalls.shown_tree.delete_read = []() -> std::optional<RunEnd> { return std::nullopt; };
+  EXPECT_EQ(up::DeleteReadOfShownTree(), std::nullopt);
 }
 
 }  // namespace
