@@ -40,7 +40,7 @@ QFont HeaderFont(std::u16string_view face, int pixels, const QFont& base) {
 HeaderBar::HeaderBar(std::u16string_view face, int pixels, const std::function<void()>& tapped,
                      QWidget* parent)
     : QAbstractButton(parent), face_(face), pixels_(pixels) {
-  setProperty("controlId", kControlHeaderBar);
+  setProperty("controlId", kPaneHeaderBar);
   setFocusPolicy(Qt::TabFocus);
   setCursor(Qt::PointingHandCursor);
   setAttribute(Qt::WA_Hover);

@@ -61,7 +61,7 @@ bool IsFinger(const QMouseEvent& event) {
 Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* parent)
     : QTextBrowser(parent), activated_(std::move(activated)) {
   setAccessibleName(QStringLiteral("Article text"));
-  setProperty("controlId", kControlViewer);
+  setProperty("controlId", kPaneViewer);
   setOpenLinks(false);
   setOpenExternalLinks(false);
   setUndoRedoEnabled(false);

@@ -8,22 +8,46 @@
 
 namespace quillet {
 
-enum class ControlKind { kButton, kText, kEdit, kCheckBox, kProgressBar, kDropDown, kOther };
+enum class ControlKind {
+  kButton,
+  kText,
+  kEdit,
+  kCheckBox,
+  kProgressBar,
+  kDropDown,
+  kOther,
+  kMultiLineEdit,
+  kPassword,
+  kRadioButton,
+  kEditableDropDown,
+  kSlider,
+  kList,
+  kCheckList,
+  kTimePicker,
+};
 
 struct ControlTemplate {
   std::uint32_t id = 0;  // 0: a label without a control id
   ControlKind kind = ControlKind::kOther;
   std::u16string_view text;
   std::u16string_view accessible_name;
+  int container = 0;  // controls in the same one have the same number: a group of radio buttons
 };
 
 struct DialogTemplate {
   std::uint32_t id = 0;  // resource id
   std::u16string_view caption;
+  bool is_page = false;                       // of a property sheet, not a dialog of its own
   std::span<const ControlTemplate> controls;  // in template order
 };
 
-std::span<const DialogTemplate> DialogTemplates();
+// The forms of this folder.
+std::span<const DialogTemplate> ProductTemplates();
+
+// Lets FindDialogTemplate find these forms too: a test brings forms of its own. The table must
+// last. Before any display exists.
+void AddDialogTemplates(std::span<const DialogTemplate> more);
+
 // Null when there is no such form.
 const DialogTemplate* FindDialogTemplate(std::uint32_t id);
 

@@ -1,116 +1,54 @@
-// Build-time tool: turns the .ui forms into the tables of res/dialog_templates.h.
-// Usage: generate_dialog_templates OUTPUT.cpp FORM.ui...
+// Build-time tool: turns the .ui forms into tables, the controls of every form for displays that
+// draw no widgets (res/dialog_templates.h) and the generated widget code of every form for the
+// toolkit (qt/form_table.h), and holds the ids in the forms against the constants of the headers.
+// NAME begins the names of the two generated functions. Every id of the first header must be in
+// use. Usage: generate_dialog_templates NAME TEMPLATES.cpp FORMS.cpp IDS.h... FORM.ui...
 #include <QFile>
-#include <QHash>
-#include <QList>
-#include <QString>
 #include <QTextStream>
-#include <QXmlStreamReader>
 #include <algorithm>
 #include <cstdio>
 
+#include "res/form_ids.h"
+#include "res/form_reader.h"
+
 namespace {
 
-struct Control {
-  QString widget_class;
-  unsigned id = 0;
-  QString text;
-  QString accessible_name;
+using quillet::Form;
+using quillet::FormControl;
+
+struct Request {
+  QString name;
+  QString templates;
+  QString forms;
+  QStringList id_headers;
+  QStringList form_files;
 };
 
-struct Form {
-  unsigned id = 0;
-  QString caption;
-  QList<Control> controls;
-  QHash<QString, QString> extends;  // custom widget class -> the class it extends
-};
-
-void ReadProperty(QXmlStreamReader& xml, Form& form, Control* control) {
-  const QString name = xml.attributes().value(QLatin1String("name")).toString();
-  const QString value = xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
-  if (name == QLatin1String("dialogId")) form.id = value.toUInt();
-  if (name == QLatin1String("windowTitle")) form.caption = value;
-  if (control == nullptr) return;
-  if (name == QLatin1String("controlId")) control->id = value.toUInt();
-  if (name == QLatin1String("text")) control->text = value;
-  if (name == QLatin1String("accessibleName")) control->accessible_name = value;
+QString EditKind(const FormControl& control) {
+  return control.password ? QStringLiteral("kPassword") : QStringLiteral("kEdit");
 }
 
-void ReadCustomWidget(QXmlStreamReader& xml, Form& form) {
-  QString widget_class;
-  while (xml.readNextStartElement()) {
-    const bool is_class = xml.name() == QLatin1String("class");
-    const bool is_base = xml.name() == QLatin1String("extends");
-    const QString text = xml.readElementText(QXmlStreamReader::IncludeChildElements);
-    if (is_class) widget_class = text;
-    if (is_base) form.extends[widget_class] = text;
-  }
+QString ComboKind(const FormControl& control) {
+  return control.editable ? QStringLiteral("kEditableDropDown") : QStringLiteral("kDropDown");
 }
 
-// `depth` 0 is the dialog itself, deeper widgets are its controls.
-void ReadWidget(QXmlStreamReader& xml, Form& form, int depth) {
-  qsizetype own = -1;
-  if (depth > 0) {
-    own = form.controls.size();
-    form.controls.append(
-        Control{xml.attributes().value(QLatin1String("class")).toString(), 0, {}, {}});
-  }
-  int open = 1;  // layouts and their items are only passed through
-  while (open > 0 && !xml.atEnd()) {
-    switch (xml.readNext()) {
-      case QXmlStreamReader::StartElement:
-        if (xml.name() == QLatin1String("property")) {
-          ReadProperty(xml, form, own < 0 ? nullptr : &form.controls[own]);
-        } else if (xml.name() == QLatin1String("widget")) {
-          ReadWidget(xml, form, depth + 1);
-        } else {
-          ++open;
-        }
-        break;
-      case QXmlStreamReader::EndElement:
-        --open;
-        break;
-      default:
-        break;
-    }
-  }
+QString ListKind(const FormControl& control) {
+  return control.check_boxes ? QStringLiteral("kCheckList") : QStringLiteral("kList");
 }
 
-bool ReadForm(const QString& path, Form& form) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) {
-    std::fprintf(stderr, "cannot read %s\n", qPrintable(path));
-    return false;
-  }
-  QXmlStreamReader xml(&file);
-  xml.readNextStartElement();  // <ui>
-  while (xml.readNextStartElement()) {
-    if (xml.name() == QLatin1String("widget")) {
-      ReadWidget(xml, form, 0);
-    } else if (xml.name() == QLatin1String("customwidgets")) {
-      while (xml.readNextStartElement()) ReadCustomWidget(xml, form);
-    } else {
-      xml.skipCurrentElement();
-    }
-  }
-  if (xml.hasError() || form.id == 0) {
-    std::fprintf(stderr, "%s: %s\n", qPrintable(path),
-                 xml.hasError() ? qPrintable(xml.errorString()) : "no dialogId");
-    return false;
-  }
-  return true;
-}
-
-QString KindOf(const Form& form, const Control& control) {
-  const QString base = form.extends.value(control.widget_class, control.widget_class);
+QString KindOf(const Form& form, const FormControl& control) {
+  const QString base = form.BaseClassOf(control);
   if (base == QLatin1String("QPushButton")) return QStringLiteral("kButton");
   if (base == QLatin1String("QLabel")) return QStringLiteral("kText");
-  if (base == QLatin1String("QLineEdit") || base == QLatin1String("QPlainTextEdit")) {
-    return QStringLiteral("kEdit");
-  }
+  if (base == QLatin1String("QLineEdit")) return EditKind(control);
+  if (base == QLatin1String("QPlainTextEdit")) return QStringLiteral("kMultiLineEdit");
   if (base == QLatin1String("QCheckBox")) return QStringLiteral("kCheckBox");
-  if (base == QLatin1String("QComboBox")) return QStringLiteral("kDropDown");
+  if (base == QLatin1String("QRadioButton")) return QStringLiteral("kRadioButton");
+  if (base == QLatin1String("QComboBox")) return ComboKind(control);
+  if (base == QLatin1String("QSlider")) return QStringLiteral("kSlider");
   if (base == QLatin1String("QProgressBar")) return QStringLiteral("kProgressBar");
+  if (base == QLatin1String("QTreeWidget")) return ListKind(control);
+  if (base == QLatin1String("QTimeEdit")) return QStringLiteral("kTimePicker");
   return QStringLiteral("kOther");
 }
 
@@ -130,51 +68,110 @@ QString Literal(const QString& text) {
   return literal + QLatin1Char('"');
 }
 
-void WriteForm(QTextStream& out, const Form& form) {
+void WriteControls(QTextStream& out, const Form& form) {
   out << "constexpr auto kForm" << form.id << " = std::to_array<ControlTemplate>({\n";
-  for (const Control& control : form.controls) {
+  for (const FormControl& control : form.controls) {
     out << "    {" << control.id << ", ControlKind::" << KindOf(form, control) << ", "
-        << Literal(control.text) << ", " << Literal(control.accessible_name) << "},\n";
+        << Literal(control.text) << ", " << Literal(control.accessible_name) << ", "
+        << control.container << "},\n";
   }
   out << "});\n\n";
 }
 
-void WriteTables(QTextStream& out, const QList<Form>& forms) {
+void WriteTemplates(QTextStream& out, const QString& name, const QList<Form>& forms) {
   out << "// Generated from the forms; do not edit.\n#include \"res/dialog_templates.h\"\n\n"
-         "#include <array>\n\nnamespace quillet {\nnamespace {\n\n";
-  for (const Form& form : forms) WriteForm(out, form);
+         "#include <array>\n\nnamespace quillet {\n\nstd::span<const DialogTemplate> "
+      << name << "Templates();\n\nnamespace {\n\n";
+  for (const Form& form : forms) WriteControls(out, form);
   out << "constexpr auto kTemplates = std::to_array<DialogTemplate>({\n";
   for (const Form& form : forms) {
-    out << "    {" << form.id << ", " << Literal(form.caption) << ", kForm" << form.id << "},\n";
+    const bool page = form.root_class == QLatin1String("QWidget");
+    out << "    {" << form.id << ", " << Literal(form.caption) << ", " << (page ? "true" : "false")
+        << ", kForm" << form.id << "},\n";
   }
-  out << "});\n\n}  // namespace\n\n"
-         "std::span<const DialogTemplate> DialogTemplates() { return kTemplates; }\n\n"
-         "const DialogTemplate* FindDialogTemplate(std::uint32_t id) {\n"
-         "  for (const DialogTemplate& form : kTemplates) {\n"
-         "    if (form.id == id) return &form;\n  }\n  return nullptr;\n}\n\n"
-         "}  // namespace quillet\n";
+  out << "});\n\n}  // namespace\n\nstd::span<const DialogTemplate> " << name
+      << "Templates() { return kTemplates; }\n\n}  // namespace quillet\n";
+}
+
+void WriteForms(QTextStream& out, const QString& name, const QList<Form>& forms) {
+  out << "// Generated from the forms; do not edit.\n#include \"qt/form_table.h\"\n\n"
+         "#include <array>\n\n";
+  for (const Form& form : forms) out << "#include \"ui_" << form.file << ".h\"\n";
+  out << "\nnamespace quillet::qt {\n\nstd::span<const FormEntry> " << name
+      << "Forms();\n\nnamespace {\n\n"
+         "constexpr auto kForms = std::to_array<FormEntry>({\n";
+  for (const Form& form : forms) {
+    const bool page = form.root_class == QLatin1String("QWidget");
+    out << "    {" << form.id << ", " << (page ? "true" : "false")
+        << ", SetUpForm<Ui::" << form.class_name << ", " << form.root_class << ">},\n";
+  }
+  out << "});\n\n}  // namespace\n\nstd::span<const FormEntry> " << name
+      << "Forms() { return kForms; }\n\n}  // namespace quillet::qt\n";
+}
+
+using Writer = void (*)(QTextStream& out, const QString& name, const QList<Form>& forms);
+
+bool WriteFile(const QString& path, Writer writer, const QString& name, const QList<Form>& forms) {
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+    return false;
+  }
+  QTextStream out(&file);
+  writer(out, name, forms);
+  return true;
+}
+
+bool Complain(const QStringList& problems) {
+  for (const QString& problem : problems) std::fprintf(stderr, "%s\n", qPrintable(problem));
+  return problems.isEmpty();
+}
+
+// The forms by their ids; false, after saying why, when they are not right.
+bool ReadForms(const Request& request, QList<Form>& forms) {
+  QStringList problems;
+  QList<quillet::IdBlock> own;
+  QList<quillet::IdBlock> others;
+  for (const QString& path : request.id_headers) {
+    problems << quillet::ReadIds(path, path == request.id_headers.first() ? own : others);
+  }
+  for (const QString& path : request.form_files) {
+    Form form;
+    problems << quillet::ReadForm(path, form);
+    forms.append(form);
+  }
+  problems.removeAll(QString());
+  if (problems.isEmpty()) problems = quillet::DisagreeingIds(own, others, forms);
+  std::sort(forms.begin(), forms.end(), [](const Form& a, const Form& b) { return a.id < b.id; });
+  return Complain(problems);
+}
+
+Request RequestOf(int argc, char** argv) {
+  Request request{QString::fromLocal8Bit(argv[1]),
+                  QString::fromLocal8Bit(argv[2]),
+                  QString::fromLocal8Bit(argv[3]),
+                  {},
+                  {}};
+  for (int i = 4; i < argc; ++i) {
+    const QString path = QString::fromLocal8Bit(argv[i]);
+    (path.endsWith(QLatin1String(".ui")) ? request.form_files : request.id_headers) << path;
+  }
+  return request;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "usage: generate_dialog_templates OUTPUT.cpp FORM.ui...\n");
+  if (argc < 6) {
+    std::fprintf(stderr,
+                 "usage: generate_dialog_templates NAME TEMPLATES.cpp FORMS.cpp IDS.h... "
+                 "FORM.ui...\n");
     return 2;
   }
+  const Request request = RequestOf(argc, argv);
   QList<Form> forms;
-  for (int i = 2; i < argc; ++i) {
-    Form form;
-    if (!ReadForm(QString::fromLocal8Bit(argv[i]), form)) return 1;
-    forms.append(form);
-  }
-  std::sort(forms.begin(), forms.end(), [](const Form& a, const Form& b) { return a.id < b.id; });
-  QFile file(QString::fromLocal8Bit(argv[1]));
-  if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-    std::fprintf(stderr, "cannot write %s\n", argv[1]);
-    return 1;
-  }
-  QTextStream out(&file);
-  WriteTables(out, forms);
-  return 0;
+  if (!ReadForms(request, forms)) return 1;
+  const bool written = WriteFile(request.templates, WriteTemplates, request.name, forms) &&
+                       WriteFile(request.forms, WriteForms, request.name, forms);
+  return written ? 0 : 1;
 }

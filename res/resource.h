@@ -37,8 +37,8 @@ constexpr std::uint32_t kDialogNewGroup = 122;
 constexpr std::uint32_t kControlGroupName = 1001;
 
 // Panes of the article view.
-constexpr std::uint32_t kControlHeaderBar = 1014;
-constexpr std::uint32_t kControlViewer = 49999;
+constexpr std::uint32_t kPaneHeaderBar = 1014;
+constexpr std::uint32_t kPaneViewer = 49999;
 
 // "Find".
 constexpr std::uint32_t kDialogFind = 123;

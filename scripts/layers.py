@@ -36,7 +36,7 @@ class Reserved:
 NOTHING = re.compile(r'(?!)')
 RESERVED = [
     Reserved('the toolkit', re.compile(r'^\s*#\s*include\s*(<Q[A-Z]|"ui_)'), re.compile(r'Qt\d*::'),
-             ('qt', 'bench', 'res/generate_dialog_templates')),
+             ('qt', 'bench', 'res/generate_dialog_templates', 'res/form_ids', 'res/form_reader')),
     # Headers of C++ have no ".h".
     Reserved('the operating system',
              re.compile(r'^\s*#\s*include\s*<(?!gdbm\.h|bzlib\.h|gtest/|gmock/)[^>]*\.h>'),

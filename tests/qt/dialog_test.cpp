@@ -33,7 +33,7 @@ class DialogTest : public DisplayTest {
 };
 
 TEST_F(DialogTest, EveryFormHasTheControlsOfItsTemplate) {
-  for (const DialogTemplate& form : DialogTemplates()) {
+  for (const DialogTemplate& form : ProductTemplates()) {
     const WindowHandle dialog = dialogs().Create(form.id, 0);
     ASSERT_NE(dialog, 0u) << form.id;
     OnDisplay([&] {
