@@ -46,7 +46,7 @@ void ShowMessageHeaders() {
   RunModalDialog(
       kDialogMessageHeaders,
       [&](port::WindowHandle dialog) {
-        gPlatform->dialogs.SetText(dialog, kControlMessageHeaders, text);
+        gPlatform->dialogs.Write(dialog, kControlMessageHeaders, port::Text{text});
       },
       EndOnOkOrCancel);
 }

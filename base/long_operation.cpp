@@ -75,9 +75,10 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
   switch (message.kind) {
     case port::MessageKind::kCommand:
       if (message.id != kControlCancel || gAbortRequested != 0) return;
-      gPlatform->dialogs.ShowControl(dialog, kControlCancel, false);
+      gPlatform->dialogs.Write(dialog, kControlCancel, port::Visible{false});
       gAbortRequested = 1;
-      gPlatform->dialogs.SetText(dialog, kControlProgressDetail, u"Aborting; please wait.");
+      gPlatform->dialogs.Write(dialog, kControlProgressDetail,
+                               port::Text{u"Aborting; please wait."});
       gPlatform->messages.SetTimer(dialog, kAbortTimer, kAbortTimerMs);
       return;
     case port::MessageKind::kTimer:
@@ -90,13 +91,14 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
 }
 
 void ProgressThread(const std::u16string& title) {
-  const port::WindowHandle dialog = gPlatform->dialogs.Create(kDialogProgress, gMainWindow);
+  const port::WindowHandle dialog =
+      gPlatform->dialogs.Create(kDialogProgress, gMainWindow, port::DialogKind::kModal);
   if (dialog == 0) {
     PublishDialog(0);
     return;
   }
   // The title stands before the operation can set a text of its own.
-  gPlatform->dialogs.SetText(dialog, kControlProgressTitle, title);
+  gPlatform->dialogs.Write(dialog, kControlProgressTitle, port::Text{title});
   gPlatform->dialogs.Show(dialog);
   std::optional<BoxOwner> owner(dialog);
   SetProcedure(dialog,
@@ -161,21 +163,25 @@ bool OperationRunning() {
 
 void SetProgressTitle(std::u16string_view text) {
   const port::WindowHandle dialog = gProgressDialog;
-  if (dialog != 0) gPlatform->dialogs.SetText(dialog, kControlProgressTitle, text);
+  if (dialog != 0) {
+    gPlatform->dialogs.Write(dialog, kControlProgressTitle, port::Text{std::u16string(text)});
+  }
 }
 
 void SetProgressDetail(std::u16string_view text) {
   const port::WindowHandle dialog = gProgressDialog;
-  if (dialog != 0) gPlatform->dialogs.SetText(dialog, kControlProgressDetail, text);
+  if (dialog != 0) {
+    gPlatform->dialogs.Write(dialog, kControlProgressDetail, port::Text{std::u16string(text)});
+  }
 }
 
 void SetProgressRange(std::uint64_t units) {
   gProgressUnits = std::max<std::uint64_t>(units, 1);
   const port::WindowHandle dialog = gProgressDialog;
   if (dialog == 0) return;
-  gPlatform->dialogs.SetProgressRange(dialog, kControlProgressBar,
-                                      static_cast<int>(std::min(gProgressUnits, kLargestRange)));
-  gPlatform->dialogs.SetProgressPosition(dialog, kControlProgressBar, 0);
+  const auto upper = static_cast<int>(std::min(gProgressUnits, kLargestRange));
+  gPlatform->dialogs.WriteMany(dialog, {{kControlProgressBar, port::Range{upper}},
+                                        {kControlProgressBar, port::Position{0}}});
 }
 
 void SetProgressPosition(std::uint64_t units_done) {
@@ -187,7 +193,7 @@ void SetProgressPosition(std::uint64_t units_done) {
           ? done
           : static_cast<std::uint64_t>(static_cast<double>(done) * kLargestRange /
                                        static_cast<double>(gProgressUnits));
-  gPlatform->dialogs.SetProgressPosition(dialog, kControlProgressBar, static_cast<int>(position));
+  gPlatform->dialogs.Write(dialog, kControlProgressBar, port::Position{static_cast<int>(position)});
 }
 
 void DestroyProgressDialog() {

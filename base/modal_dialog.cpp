@@ -62,7 +62,8 @@ int PumpDialog(port::WindowHandle dialog, const DialogProcedure& procedure,
 }  // namespace
 
 int RunModalDialog(std::uint32_t form, const DialogSetup& setup, const DialogProcedure& procedure) {
-  const port::WindowHandle dialog = gPlatform->dialogs.Create(form, CurrentBoxOwner());
+  const port::WindowHandle dialog =
+      gPlatform->dialogs.Create(form, CurrentBoxOwner(), port::DialogKind::kModal);
   if (dialog == 0) return port::kIdCancel;
   WaitingMessages waiting;
   if (setup) setup(dialog);

@@ -106,7 +106,7 @@ void NewGroup() {
   std::u16string name;
   const auto procedure = [&](port::WindowHandle dialog, const port::Message& message) {
     const std::optional<int> result = EndOnOkOrCancel(dialog, message);
-    if (result == port::kIdOk) name = gPlatform->dialogs.GetText(dialog, kControlGroupName);
+    if (result == port::kIdOk) name = gPlatform->dialogs.Read(dialog, kControlGroupName).text;
     return result;
   };
   if (RunModalDialog(kDialogNewGroup, nullptr, procedure) == port::kIdOk) {

@@ -1,6 +1,7 @@
 #include "killfile/entry_dialog.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@
 
 namespace quillet {
 namespace {
+
+using ControlStates = std::map<std::uint32_t, port::ControlState>;
 
 // Items of the drop-down lists by their place.
 constexpr int kKillItem = 0;
@@ -55,32 +58,35 @@ struct Choices {
 };
 
 // An entry's text ends at a NUL; one without text would match every article, and is none.
-std::optional<Entry> ReadField(port::WindowHandle dialog, const Field& field) {
-  const int item = gPlatform->dialogs.Choice(dialog, field.rule);
-  std::string text = ToStored(gPlatform->dialogs.GetText(dialog, field.text));
+std::optional<Entry> ReadField(const ControlStates& states, const Field& field) {
+  const int item = states.at(field.rule).choice;
+  std::string text = ToStored(states.at(field.text).text);
   text.resize(std::min(text.size(), text.find('\0')));
   if (item == kDontCheckItem || text.empty()) return std::nullopt;
   return Entry{std::move(text), item == kKillItem, field.author};
 }
 
 Choices ReadChoices(port::WindowHandle dialog) {
+  const ControlStates states = gPlatform->dialogs.ReadAll(dialog);
   Choices choices;
+  if (states.empty()) return choices;  // the display has gone
   for (const Field& field : kFields) {
-    if (auto entry = ReadField(dialog, field)) choices.entries.push_back(std::move(*entry));
+    if (auto entry = ReadField(states, field)) choices.entries.push_back(std::move(*entry));
   }
-  choices.all_groups = gPlatform->dialogs.IsChecked(dialog, kControlAllGroups);
+  choices.all_groups = states.at(kControlAllGroups).checked;
   return choices;
 }
 
 void ShowTextOf(port::WindowHandle dialog, const Field& field) {
-  const bool checked = gPlatform->dialogs.Choice(dialog, field.rule) != kDontCheckItem;
-  gPlatform->dialogs.ShowControl(dialog, field.text, checked);
+  const bool checked = gPlatform->dialogs.Read(dialog, field.rule).choice != kDontCheckItem;
+  gPlatform->dialogs.Write(dialog, field.text, port::Visible{checked});
 }
 
 void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view text) {
-  gPlatform->dialogs.SetChoices(dialog, field.rule, {field.items.begin(), field.items.end()});
-  gPlatform->dialogs.SetChoice(dialog, field.rule, kKillItem);
-  gPlatform->dialogs.SetText(dialog, field.text, ShownHeader(text));
+  gPlatform->dialogs.WriteMany(
+      dialog, {{field.rule, port::Choices{{field.items.begin(), field.items.end()}}},
+               {field.rule, port::Choice{kKillItem}},
+               {field.text, port::Text{ShownHeader(text)}}});
 }
 
 // False when the entry was rejected.
@@ -110,8 +116,9 @@ int AskForEntries(bool has_group, std::string_view author, std::string_view subj
                   Choices& choices) {
   const auto set_up = [&](port::WindowHandle dialog) {
     for (const Field& field : kFields) SetUpField(dialog, field, field.author ? author : subject);
-    gPlatform->dialogs.ShowControl(dialog, kControlAllGroups, gPrefs->numgroups != 0);
-    gPlatform->dialogs.SetChecked(dialog, kControlAllGroups, !has_group);
+    gPlatform->dialogs.WriteMany(dialog,
+                                 {{kControlAllGroups, port::Visible{gPrefs->numgroups != 0}},
+                                  {kControlAllGroups, port::Checked{!has_group}}});
   };
   const auto procedure = [&](port::WindowHandle dialog,
                              const port::Message& message) -> std::optional<int> {
@@ -123,7 +130,7 @@ int AskForEntries(bool has_group, std::string_view author, std::string_view subj
     }
     // Without a group there is nothing else to add to: the tick stays.
     if (message.id == kControlAllGroups && !has_group) {
-      gPlatform->dialogs.SetChecked(dialog, kControlAllGroups, true);
+      gPlatform->dialogs.Write(dialog, kControlAllGroups, port::Checked{true});
     }
     return std::nullopt;
   };

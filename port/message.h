@@ -18,12 +18,16 @@ enum class MessageKind {
   kTabChanging,  // the user asks for another tab; detail: the tab shown until now
   kTabChanged,   // id: the tab now selected, detail: the tab shown before
   kRowChecked,   // the user changed a list row's box; id: the row, detail: 1 checked, 0 not; text:
-                 // the row's name
+                 // in the group list the row's name
   kColumnSized,  // a list column has another width; id: the column, detail: pixels
   kItemActivated,  // double click or Enter on a list row or tree item; id: the row or item
-  kContextMenu,    // the user asks for the menu of a tree item; id: the item, 0 for none
+  kContextMenu,    // the user asks for the menu of a tree item; id: the item, 0 for none. In a
+                   // dialog's list: of a row, which is selected then; id: the row
   kHeaderTapped,   // the article's header bar was tapped or clicked
   kLink,           // a link was activated; text: its target
+  kTextEdited,     // the user changed a text of a dialog; id: the control
+  kPageLeft,       // id: the page of the sheet that is no longer shown
+  kPageShown,      // id: the page of the sheet that is shown now
   kSize,           // id: width, detail: height of the window's inside, in pixels
   kTimer,          // id: the timer
   kClose,          // the user or the program asks the window to close
@@ -57,6 +61,7 @@ struct Message {
   std::uint32_t id = 0;
   std::uint32_t detail = 0;
   std::u16string text;
+  std::uint32_t control = 0;  // the list of a dialog that the message is about; 0: not of a dialog
 };
 
 }  // namespace quillet::port

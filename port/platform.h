@@ -15,6 +15,7 @@ class ListView;
 class MessageBoxes;
 class MessageQueue;
 class PopUpMenus;
+class PropertySheets;
 class Registry;
 class Scheduler;
 class Shell;
@@ -28,6 +29,7 @@ struct DisplayServices {
   Windows& windows;
   ListView& group_list;
   Dialogs& dialogs;
+  PropertySheets& sheets;
   TreeView& thread_tree;
   PopUpMenus& pop_ups;
   ArticlePanes& article;

@@ -18,7 +18,8 @@ class PopUpMenus {
  public:
   virtual ~PopUpMenus() = default;
 
-  // Shows the menu where the user asked for it last (kContextMenu) and waits for the choice: the
+  // Shows the menu where the user asked for it last (kContextMenu), or in a dialog at the button
+  // pressed since, and waits for the choice: the
   // entry's command, or 0 when the menu was dismissed, has no entries, the display has gone or the
   // session ends. Program thread only.
   virtual std::uint32_t ShowPopUp(WindowHandle owner, const std::vector<PopUpEntry>& entries) = 0;

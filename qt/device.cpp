@@ -8,17 +8,19 @@
 
 namespace quillet::qt {
 
-QtDevice::QtDevice(port::ThreadQueues& queues)
+QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
     : display_{jobs_, queues},
       boxes_(display_),
       windows_(display_),
       group_list_(display_),
       dialogs_(display_),
+      sheets_(display_),
       thread_tree_(display_),
       pop_ups_(display_),
       article_(display_),
       file_dialogs_(display_),
       keys_(display_) {
+  display_.sizes = WindowSizes(sizes_file);
   // Windows come and go; the program decides when it ends.
   QApplication::setQuitOnLastWindowClosed(false);
   qApp->installEventFilter(&keys_);
@@ -29,7 +31,9 @@ QtDevice::~QtDevice() {
   for (QMessageBox* box : boxes_.OpenBoxes()) delete box;
   delete file_dialogs_.OpenDialog();
   // Dialogs over the main window are deleted with it.
-  for (const auto& [handle, window] : display_.windows) delete window;
+  for (const auto& [handle, window] : display_.windows) {
+    if (window && window->isWindow()) delete window;
+  }
 }
 
 void QtDevice::AnswerAll() {

@@ -14,16 +14,17 @@
 #include "qt/job_queue.h"
 #include "qt/key_filter.h"
 #include "qt/message_boxes.h"
+#include "qt/property_sheets.h"
 #include "qt/tree_services.h"
 #include "qt/windows.h"
 
 namespace quillet::qt {
 
 // Made and destroyed on the display thread, while the application object exists. The queues must
-// outlive it.
+// outlive it. The file keeps the sizes of windows for the next run; without a name nothing does.
 class QtDevice {
  public:
-  explicit QtDevice(port::ThreadQueues& queues);
+  explicit QtDevice(port::ThreadQueues& queues, const QString& sizes_file = {});
   ~QtDevice();
   QtDevice(const QtDevice&) = delete;
   QtDevice& operator=(const QtDevice&) = delete;
@@ -32,12 +33,13 @@ class QtDevice {
   QtWindows& windows() { return windows_; }
   QtListView& group_list() { return group_list_; }
   QtDialogs& dialogs() { return dialogs_; }
+  QtPropertySheets& sheets() { return sheets_; }
   QtTreeView& thread_tree() { return thread_tree_; }
   QtPopUpMenus& pop_ups() { return pop_ups_; }
   QtArticlePanes& article() { return article_; }
   QtFileDialogs& file_dialogs() { return file_dialogs_; }
   port::DisplayServices Services() {
-    return {boxes_,       windows_, group_list_, dialogs_,
+    return {boxes_,       windows_, group_list_, dialogs_,     sheets_,
             thread_tree_, pop_ups_, article_,    file_dialogs_};
   }
   JobQueue& jobs() { return jobs_; }
@@ -65,6 +67,7 @@ class QtDevice {
   QtWindows windows_;
   QtListView group_list_;
   QtDialogs dialogs_;
+  QtPropertySheets sheets_;
   QtTreeView thread_tree_;
   QtPopUpMenus pop_ups_;
   QtArticlePanes article_;

@@ -3,13 +3,14 @@
 
 #include <QTimer>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <mutex>
-#include <string>
-#include <tuple>
-#include <variant>
+#include <utility>
+#include <vector>
 
 #include "port/dialogs.h"
+#include "qt/control_messages.h"
 #include "qt/display.h"
 
 namespace quillet::qt {
@@ -18,49 +19,41 @@ class QtDialogs final : public port::Dialogs {
  public:
   explicit QtDialogs(Display& display);
 
-  port::WindowHandle Create(std::uint32_t form, port::WindowHandle owner) override;
+  port::WindowHandle Create(std::uint32_t form, port::WindowHandle owner,
+                            port::DialogKind kind) override;
   void Show(port::WindowHandle dialog) override;
   void Destroy(port::WindowHandle dialog) override;
-
-  void SetText(port::WindowHandle dialog, std::uint32_t control, std::u16string_view text) override;
-  std::u16string GetText(port::WindowHandle dialog, std::uint32_t control) override;
-  void SetChecked(port::WindowHandle dialog, std::uint32_t control, bool checked) override;
-  bool IsChecked(port::WindowHandle dialog, std::uint32_t control) override;
-  void ShowControl(port::WindowHandle dialog, std::uint32_t control, bool visible) override;
-  void SetChoices(port::WindowHandle dialog, std::uint32_t control,
-                  const std::vector<std::u16string>& items) override;
-  void SetChoice(port::WindowHandle dialog, std::uint32_t control, int index) override;
-  int Choice(port::WindowHandle dialog, std::uint32_t control) override;
-  void SelectText(port::WindowHandle dialog, std::uint32_t control) override;
-  void SetProgressRange(port::WindowHandle dialog, std::uint32_t control, int upper) override;
-  void SetProgressPosition(port::WindowHandle dialog, std::uint32_t control, int position) override;
+  void WriteMany(port::WindowHandle dialog, std::vector<port::ControlWrite> writes) override;
+  port::ControlState Read(port::WindowHandle dialog, std::uint32_t control) override;
+  std::map<std::uint32_t, port::ControlState> ReadAll(port::WindowHandle dialog) override;
 
  private:
-  // In the order in which writes to one control take effect.
-  enum class Property { kText, kChecked, kVisible, kRange, kPosition };
-  using Key = std::tuple<port::WindowHandle, std::uint32_t, Property>;
-  using Value = std::variant<std::u16string, int>;
+  struct Pending {
+    port::WindowHandle dialog = 0;
+    port::ControlWrite write;
+  };
+  using Place = std::pair<port::WindowHandle, std::uint32_t>;
 
-  // Runs on the display thread when the control is such a widget.
-  template <class Widget>
-  void WithControl(port::WindowHandle dialog, std::uint32_t control,
-                   const std::function<void(Widget& widget)>& action);
-  void Write(const Key& key, Value value);
+  void AddPending(port::WindowHandle dialog, port::ControlWrite write);
   void ScheduleFlush();
   void Flush();  // display thread
-  void Apply(const Key& key, const Value& value);
-  QWidget* Control(port::WindowHandle dialog, std::uint32_t control) const;
+  FormControls* Form(port::WindowHandle dialog) const;
+  void DestroyNow(port::WindowHandle dialog);
 
   Display& display_;
 
-  // Writes not shown yet, the last of each property only.
+  // Writes not shown yet, in their order, and the last one to each control.
   std::mutex mutex_;
-  std::map<Key, Value> pending_;
+  std::vector<Pending> pending_;
+  std::map<Place, std::size_t> last_;
   bool flush_scheduled_ = false;
 
   // Display thread.
   std::chrono::steady_clock::time_point last_flush_{};
   QTimer flush_timer_;
 };
+
+// Hands what the user does in a form to the window's thread. Display thread.
+Tell TellWindow(port::ThreadQueues& queues, port::WindowHandle window);
 
 }  // namespace quillet::qt

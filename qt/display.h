@@ -4,11 +4,13 @@
 #include <QPointer>
 #include <QWidget>
 #include <map>
+#include <vector>
 
 #include "port/common/thread_queues.h"
 #include "port/message.h"
 #include "qt/job_queue.h"
 #include "qt/main_window.h"
+#include "qt/window_sizes.h"
 
 namespace quillet::qt {
 
@@ -18,7 +20,10 @@ struct Display {
 
   // Display thread only. Both are null or absent once the window has gone.
   QPointer<MainWindow> main{};
-  std::map<port::WindowHandle, QPointer<QWidget>> windows{};  // main window and dialogs
+  // Main window, dialogs, and the pages of sheets.
+  std::map<port::WindowHandle, QPointer<QWidget>> windows{};
+  std::map<port::WindowHandle, std::vector<port::WindowHandle>> sheet_pages{};
+  WindowSizes sizes{};
 
   // The widget of a handle; null for 0 and for windows that have gone. Display thread.
   QWidget* WidgetOf(port::WindowHandle handle) const {

@@ -1,56 +1,32 @@
+// Forms are set up by their generated code; then what a form cannot say itself is added: styles,
+// icons, places that stay, sizes that fit the screen, and who hears of the controls.
 #include "qt/forms.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
-#include <QComboBox>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QLayout>
-#include <QScreen>
+#include <QRadioButton>
 #include <QStyleOptionFrame>
 #include <QStylePainter>
 #include <algorithm>
-#include <array>
 
+#include "qt/form_list.h"
+#include "qt/form_table.h"
 #include "qt/icons.h"
 #include "qt/main_window.h"
 #include "qt/window_style.h"
 #include "res/resource.h"
-#include "ui_about.h"
-#include "ui_find.h"
-#include "ui_killfile_entry.h"
-#include "ui_message_headers.h"
-#include "ui_new_group.h"
-#include "ui_progress.h"
 
 namespace quillet::qt {
 namespace {
 
-template <class Form>
-void SetUp(QDialog* dialog) {
-  Form form;
-  form.setupUi(dialog);
-}
-
-struct FormEntry {
-  std::uint32_t id;
-  void (*set_up)(QDialog* dialog);
-};
-
-constexpr auto kForms = std::to_array<FormEntry>({
-    {kDialogProgress, SetUp<Ui::ProgressDialog>},
-    {kDialogAbout, SetUp<Ui::AboutDialog>},
-    {kDialogNewGroup, SetUp<Ui::NewGroupDialog>},
-    {kDialogFind, SetUp<Ui::FindDialog>},
-    {kDialogMessageHeaders, SetUp<Ui::MessageHeadersDialog>},
-    {kDialogKillfileEntry, SetUp<Ui::KillfileEntryDialog>},
-});
+using port::DialogKind;
 
 // Never closes by itself: the program destroys it.
-class FormDialog final : public QDialog {
+class FormDialog final : public QDialog, public FormControls {
  public:
-  FormDialog(QWidget* owner, std::function<void(std::uint32_t control)> pressed)
-      : QDialog(owner), pressed_(std::move(pressed)) {}
+  FormDialog(QWidget* owner, Tell tell) : QDialog(owner), tell_(std::move(tell)) {}
 
   // A form with `coversOwner` (dynamic property) lies exactly over its owner, or fills the screen.
   void setVisible(bool visible) override {
@@ -63,13 +39,13 @@ class FormDialog final : public QDialog {
     }
     QDialog::setVisible(visible);
   }
-  void reject() override { pressed_(kControlCancel); }
+  void reject() override { TellCancel(); }
   void accept() override {}
 
  protected:
   void closeEvent(QCloseEvent* event) override {
     event->ignore();
-    pressed_(kControlCancel);
+    TellCancel();
   }
 
   // A dialog without a caption has no frame of the desktop either.
@@ -85,22 +61,17 @@ class FormDialog final : public QDialog {
   }
 
  private:
-  const std::function<void(std::uint32_t control)> pressed_;
+  void TellCancel() const { tell_({0, port::MessageKind::kCommand, kControlCancel, 0, {}}); }
+
+  const Tell tell_;
 };
 
-template <class Control, class Signal>
-void Connect(QDialog& dialog, Signal signal, const std::function<void(std::uint32_t)>& pressed) {
-  for (Control* control : dialog.findChildren<Control*>()) {
-    const QVariant id = control->property("controlId");
-    if (!id.isValid()) continue;
-    QObject::connect(control, signal, &dialog, [pressed, id = id.toUInt()] { pressed(id); });
-  }
-}
+class FormPage final : public QWidget, public FormControls {};
 
 // A control with `keepsPlace` (dynamic property) leaves its place empty when it is hidden, so that
 // nothing below it moves.
-void KeepPlaces(const QDialog& dialog) {
-  for (QWidget* widget : dialog.findChildren<QWidget*>()) {
+void KeepPlaces(const QWidget& form) {
+  for (QWidget* widget : form.findChildren<QWidget*>()) {
     if (!widget->property("keepsPlace").toBool()) continue;
     QSizePolicy policy = widget->sizePolicy();
     policy.setRetainSizeWhenHidden(true);
@@ -108,14 +79,22 @@ void KeepPlaces(const QDialog& dialog) {
   }
 }
 
-void MakeBoxesVisible(QDialog& dialog) {
-  auto* style = new WindowStyle;
-  style->setParent(&dialog);
-  for (QCheckBox* box : dialog.findChildren<QCheckBox*>()) box->setStyle(style);
+bool HasBoxes(const QWidget* widget) {
+  return qobject_cast<const QCheckBox*>(widget) != nullptr ||
+         qobject_cast<const QRadioButton*>(widget) != nullptr ||
+         dynamic_cast<const FormList*>(widget) != nullptr;
 }
 
-void DrawIcons(const QDialog& dialog) {
-  for (QLabel* label : dialog.findChildren<QLabel*>()) {
+void MakeBoxesVisible(QWidget& form) {
+  auto* style = new WindowStyle;
+  style->setParent(&form);
+  for (QWidget* widget : form.findChildren<QWidget*>()) {
+    if (HasBoxes(widget)) widget->setStyle(style);
+  }
+}
+
+void DrawIcons(const QWidget& form) {
+  for (QLabel* label : form.findChildren<QLabel*>()) {
     const QVariant id = label->property("iconId");
     if (!id.isValid()) continue;
     const QColor ink = label->palette().color(QPalette::WindowText);
@@ -125,46 +104,65 @@ void DrawIcons(const QDialog& dialog) {
 
 // `columns` (dynamic property of the form) is the least width in average characters, as far as the
 // screen has it.
-void LimitToScreen(QDialog& dialog) {
+void LimitToScreen(QDialog& dialog, DialogKind kind) {
   const QSize screen = WorkAreaOf(&dialog).size();
   if (screen.isEmpty()) return;
   const int columns = dialog.property("columns").toInt();
   const int wanted = columns * dialog.fontMetrics().averageCharWidth();
   dialog.setMinimumWidth(std::min(wanted, screen.width()));
-  dialog.setMaximumSize(screen);
+  if (kind == DialogKind::kModal) dialog.setMaximumSize(screen);
+}
+
+void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
+  controls.Collect(form);
+  ConnectControls(controls, tell);
+  KeepPlaces(form);
+  MakeBoxesVisible(form);
+  DrawIcons(form);
+}
+
+// Before the flags, which it would reset.
+void MakeModal(QDialog& dialog, const QWidget* owner) {
+  dialog.setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+}
+
+void NameWindow(QDialog& dialog) {
+  if (!dialog.windowTitle().isEmpty()) return;
+  dialog.setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+  dialog.setWindowTitle(dialog.accessibleName());  // for lists of windows
 }
 
 }  // namespace
 
-QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
-                       const std::function<void(std::uint32_t control)>& pressed) {
-  const auto* entry = std::find_if(kForms.begin(), kForms.end(),
-                                   [form](const FormEntry& known) { return known.id == form; });
-  if (entry == kForms.end()) return nullptr;
-  auto* dialog = new FormDialog(owner, pressed);
-  entry->set_up(dialog);
-  // Before the flags, which it would reset.
-  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
-  if (dialog->windowTitle().isEmpty()) {
-    dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
-    dialog->setWindowTitle(dialog->accessibleName());  // for lists of windows
-  }
-  Connect<QAbstractButton>(*dialog, &QAbstractButton::clicked, pressed);
-  Connect<QComboBox>(*dialog, &QComboBox::activated, pressed);  // the user's own choices only
-  KeepPlaces(*dialog);
-  MakeBoxesVisible(*dialog);
-  DrawIcons(*dialog);
-  LimitToScreen(*dialog);
+QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, DialogKind kind, const Tell& tell) {
+  const FormEntry* entry = FindForm(form);
+  if (entry == nullptr || entry->is_page) return nullptr;
+  auto* dialog = new FormDialog(kind == DialogKind::kModal ? owner : nullptr, tell);
+  entry->set_up(*dialog);
+  if (kind == DialogKind::kModal) MakeModal(*dialog, owner);
+  NameWindow(*dialog);
+  if (kind == DialogKind::kWindow) dialog->setWindowFlags(Qt::Window);
+  Prepare(*dialog, *dialog, tell);
+  LimitToScreen(*dialog, kind);
   return dialog;
 }
 
-QWidget* ControlOf(const QWidget& dialog, std::uint32_t control) {
-  if (control == 0) return nullptr;
-  for (QWidget* widget : dialog.findChildren<QWidget*>()) {
-    const QVariant id = widget->property("controlId");
-    if (id.isValid() && id.toUInt() == control) return widget;
-  }
-  return nullptr;
+QWidget* NewFormPage(std::uint32_t form, const Tell& tell) {
+  const FormEntry* entry = FindForm(form);
+  if (entry == nullptr || !entry->is_page) return nullptr;
+  auto* page = new FormPage;
+  entry->set_up(*page);
+  Prepare(*page, *page, tell);
+  return page;
+}
+
+FormControls* ControlsOf(QWidget* form) {
+  return dynamic_cast<FormControls*>(form);
+}
+
+QWidget* ControlOf(QWidget& form, std::uint32_t control) {
+  const FormControls* controls = ControlsOf(&form);
+  return controls != nullptr ? controls->Find(control) : nullptr;
 }
 
 }  // namespace quillet::qt

@@ -1,20 +1,26 @@
 // The dialog forms as widgets. Display thread only.
 #pragma once
 
-#include <QAbstractButton>
 #include <QDialog>
+#include <QWidget>
 #include <cstdint>
-#include <functional>
+
+#include "port/dialogs.h"
+#include "qt/control_messages.h"
 
 namespace quillet::qt {
 
-// A dialog made from the form of that resource id, hidden; null when there is no such form.
-// `pressed` gets the control id of every button pressed; Escape and the frame's close button are
-// control 2 and leave the dialog open.
-QDialog* NewFormDialog(std::uint32_t form, QWidget* owner,
-                       const std::function<void(std::uint32_t control)>& pressed);
+// A dialog made from the form of that resource id, hidden; null when there is no such form of a
+// dialog. `tell` gets what the user does; Escape and the frame's close button are control 2 and
+// leave the dialog open. A kWindow has no owner.
+QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, port::DialogKind kind, const Tell& tell);
 
+// The same of the form of a page; without a window, which it gets as a child of another.
+QWidget* NewFormPage(std::uint32_t form, const Tell& tell);
+
+// The controls of such a dialog or page; null for any other widget.
+FormControls* ControlsOf(QWidget* form);
 // The widget with that control id; null when there is none.
-QWidget* ControlOf(const QWidget& dialog, std::uint32_t control);
+QWidget* ControlOf(QWidget& form, std::uint32_t control);
 
 }  // namespace quillet::qt

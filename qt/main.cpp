@@ -45,7 +45,7 @@ int RunInWindow(const Arguments& arguments, char** argv) {
   quillet::qt::NameApplication();
   qInstallMessageHandler(HandleToolkitMessage);
   const QApplication application(application_argc, argv);
-  quillet::qt::QtDevice device(services.queues);
+  quillet::qt::QtDevice device(services.queues, QString::fromStdString(profile.DisplayFile()));
   return quillet::qt::RunQuilletOn(device, services);
 }
 

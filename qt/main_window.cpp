@@ -30,6 +30,10 @@ QRect WorkAreaOf(const QWidget* window) {
   return screen != nullptr ? screen->availableGeometry() : QRect();
 }
 
+bool FillsScreen(const QWidget* window) {
+  return WorkAreaOf(window).width() <= kPhoneWidth;
+}
+
 // What the frame and the menu bar leave. The tab control lies in it without a layout, where the
 // program puts it.
 class MainWindow::Inside final : public QWidget {
@@ -72,7 +76,7 @@ void MainWindow::Post(port::MessageKind kind, std::uint32_t id, std::uint32_t de
 
 void MainWindow::ShowFirst() {
   const QRect work = WorkAreaOf(this);
-  if (work.width() <= kPhoneWidth) {
+  if (FillsScreen(this)) {
     resize(work.size());
     showMaximized();
     return;

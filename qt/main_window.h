@@ -86,4 +86,7 @@ class MainWindow final : public QMainWindow {
 // Usable area of the screen the window is on, or of the first screen; empty without a screen.
 QRect WorkAreaOf(const QWidget* window);
 
+// Whether windows fill the screen that this one is on: a phone's.
+bool FillsScreen(const QWidget* window);
+
 }  // namespace quillet::qt

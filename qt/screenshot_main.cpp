@@ -186,13 +186,16 @@ class Photographer {
   // With texts as a download shows them.
   std::optional<WindowHandle> OpenProgress() {
     auto& dialogs = device_.dialogs();
-    const WindowHandle dialog = dialogs.Create(quillet::kDialogProgress, main_);
+    const WindowHandle dialog =
+        dialogs.Create(quillet::kDialogProgress, main_, quillet::port::DialogKind::kModal);
     if (dialog == 0) return std::nullopt;
-    dialogs.SetText(dialog, quillet::kControlProgressTitle, u"Downloading newsgroup articles");
-    dialogs.SetText(dialog, quillet::kControlProgressDetail,
-                    u"news.software.readers\nArticle 132 of 400");
-    dialogs.SetProgressRange(dialog, quillet::kControlProgressBar, 400);
-    dialogs.SetProgressPosition(dialog, quillet::kControlProgressBar, 132);
+    using namespace quillet::port;
+    dialogs.WriteMany(
+        dialog,
+        {{quillet::kControlProgressTitle, Text{u"Downloading newsgroup articles"}},
+         {quillet::kControlProgressDetail, Text{u"news.software.readers\nArticle 132 of 400"}},
+         {quillet::kControlProgressBar, Range{400}},
+         {quillet::kControlProgressBar, Position{132}}});
     dialogs.Show(dialog);
     return dialog;
   }

@@ -13,15 +13,10 @@
 #include <vector>
 
 #include "port/tree_view.h"
+#include "qt/menu_place.h"
 #include "qt/thread_model.h"
 
 namespace quillet::qt {
-
-// Where a menu was asked for, in coordinates of the screen.
-struct MenuPlace {
-  QPoint place;
-  bool by_key = false;
-};
 
 class ThreadTree final : public QTreeView {
  public:

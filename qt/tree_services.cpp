@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "qt/fonts.h"
+#include "qt/forms.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -85,6 +86,13 @@ std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle owner,
   return answered ? *chosen : 0;
 }
 
+MenuPlace QtPopUpMenus::PlaceFor(port::WindowHandle owner) const {
+  const FormControls* form = ControlsOf(display_.WidgetOf(owner));
+  if (form != nullptr && form->menu_place) return *form->menu_place;
+  const ThreadPane* pane = display_.main->Threads();
+  return pane != nullptr ? pane->LastMenuPlace() : MenuPlace{};
+}
+
 // A menu hides before it tells what was chosen: only what has not been answered by the next turn
 // of the event loop was dismissed.
 void QtPopUpMenus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
@@ -110,8 +118,7 @@ void QtPopUpMenus::Open(port::WindowHandle owner, const std::vector<port::PopUpE
   // The owner may be destroyed under the menu; the caller must not wait for ever.
   QObject::connect(menu, &QObject::destroyed, [answer_once] { answer_once(0); });
   menu_ = menu;
-  const ThreadPane* pane = display_.main->Threads();
-  const MenuPlace where = pane != nullptr ? pane->LastMenuPlace() : MenuPlace{};
+  const MenuPlace where = PlaceFor(owner);
   menu->popup(where.place);
   if (where.by_key) menu->setActiveAction(menu->actions().front());
 }

@@ -51,6 +51,7 @@ class QtPopUpMenus final : public port::PopUpMenus {
   QMenu* OpenMenu() const { return menu_ && menu_->isVisible() ? menu_.data() : nullptr; }
 
  private:
+  MenuPlace PlaceFor(port::WindowHandle owner) const;
   void Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
             const std::function<void(std::uint32_t command)>& answered);
 

@@ -23,13 +23,20 @@ void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
   // a dark dialog hardly shows.
   const bool faint = baseStyle()->name().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
   const bool box = element == PE_IndicatorItemViewItemCheck || element == PE_IndicatorCheckBox;
-  if (!box || !faint) return;
+  const bool round = element == PE_IndicatorRadioButton;
+  if (!(box || round) || !faint) return;
   QColor outline = option->palette.color(QPalette::Text);
   outline.setAlphaF(0.45F);
   painter->save();
   painter->setPen(outline);
   painter->setBrush(Qt::NoBrush);
-  painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+  const QRect inside = option->rect.adjusted(0, 0, -1, -1);
+  if (round) {
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->drawEllipse(inside);
+  } else {
+    painter->drawRect(inside);
+  }
   painter->restore();
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "script/dialog_commands.h"
 #include "script/flow_commands.h"
 #include "script/input_commands.h"
 #include "script/question_commands.h"
@@ -13,8 +14,8 @@ namespace quillet {
 namespace {
 
 const ScriptCommand* FindCommand(std::u16string_view name) {
-  for (const auto& part :
-       {FlowCommands(), InputCommands(), QuestionCommands(), ReadingCommands(), StoreCommands()}) {
+  for (const auto& part : {FlowCommands(), InputCommands(), DialogCommands(), QuestionCommands(),
+                           ReadingCommands(), StoreCommands()}) {
     for (const ScriptCommand& command : part) {
       if (command.name == name) return &command;
     }

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "port/fake/fake_controls.h"
 #include "res/commands.h"
 #include "res/resource.h"
 #include "script/words.h"
@@ -13,8 +14,11 @@ constexpr std::array<std::string_view, 3> kViews = {"group", "thread", "article"
 constexpr std::array<std::string_view, 3> kPlacements = {"bottom", "left", "right"};
 constexpr std::array<std::string_view, 4> kButtons = {"ok", "okcancel", "yesno", "yesnocancel"};
 constexpr std::array<std::string_view, 3> kBoxStates = {"none", "unchecked", "checked"};
-constexpr std::array<std::string_view, 7> kKinds = {"button",   "text",   "edit", "check",
-                                                    "progress", "choice", "other"};
+// A text of several lines is an edit as well, for who knows no more.
+constexpr std::array<std::string_view, 15> kKinds = {
+    "button",          "text",   "edit", "check",      "progress",
+    "choice",          "other",  "edit", "password",   "radio",
+    "editable-choice", "slider", "list", "check-list", "time"};
 
 template <class Enum, std::size_t Count>
 std::string_view NameOf(const std::array<std::string_view, Count>& names, Enum value) {
@@ -37,21 +41,87 @@ std::string_view AnswerName(int answer) {
   }
 }
 
+void AddChoices(JsonObject& object, const port::ShownControl& control) {
+  JsonList choices;
+  for (const std::u16string& text : control.choices) choices.Add(text);
+  object.AddRaw("choices", choices.Finish()).Add("choice", port::StateOf(control).choice);
+}
+
+void AddRows(JsonObject& object, const port::ShownControl& control) {
+  JsonList rows;
+  for (const port::Row& row : control.rows) {
+    JsonList texts;
+    for (const std::u16string& text : row.texts) texts.Add(text);
+    JsonObject one;
+    one.AddRaw("texts", texts.Finish());
+    if (control.kind == ControlKind::kCheckList) one.Add("checked", row.checked);
+    rows.Add(one);
+  }
+  object.AddRaw("rows", rows.Finish()).Add("selected", control.choice);
+}
+
+void AddTextState(JsonObject& object, const port::TextState& state) {
+  object.Add("multiline", true).Add("caret", state.caret);
+  object.Add("selected", state.selected).Add("changed", state.changed);
+}
+
+void AddTime(JsonObject& object, const port::TimeOfDay& time) {
+  object.Add("hour", time.hour).Add("minute", time.minute).Add("second", time.second);
+}
+
+// What only this kind has.
+void AddValues(JsonObject& object, const port::ShownControl& control) {
+  switch (control.kind) {
+    case ControlKind::kProgressBar:
+      object.Add("upper", control.upper).Add("position", control.position);
+      return;
+    case ControlKind::kSlider:
+      object.Add("lower", control.lower).Add("upper", control.upper);
+      object.Add("position", control.position);
+      return;
+    case ControlKind::kDropDown:
+    case ControlKind::kEditableDropDown:
+      return AddChoices(object, control);
+    case ControlKind::kList:
+    case ControlKind::kCheckList:
+      return AddRows(object, control);
+    case ControlKind::kMultiLineEdit:
+      return AddTextState(object, control.text_state);
+    case ControlKind::kTimePicker:
+      return AddTime(object, control.time);
+    default:
+      return;
+  }
+}
+
 JsonObject DescribeControl(const port::ShownControl& control) {
   JsonObject object;
   object.Add("id", control.id).Add("kind", NameOf(kKinds, control.kind));
   object.Add("text", control.text).Add("checked", control.checked);
   object.Add("visible", control.visible).Add("name", control.accessible_name);
-  if (control.kind == ControlKind::kProgressBar) {
-    object.Add("upper", control.upper).Add("position", control.position);
-  }
-  if (control.kind == ControlKind::kDropDown) {
-    JsonList choices;
-    for (const std::u16string& text : control.choices) choices.Add(text);
-    object.AddRaw("choices", choices.Finish()).Add("choice", control.choice);
-  }
-  if (control.text_selected) object.Add("text_selected", true);
+  AddValues(object, control);
+  if (!control.enabled) object.Add("enabled", false);
+  if (control.text_selected()) object.Add("text_selected", true);
   return object;
+}
+
+std::string DescribeControls(const port::ShownDialog& dialog) {
+  JsonList controls;
+  for (const port::ShownControl& control : dialog.controls) controls.Add(DescribeControl(control));
+  return controls.Finish();
+}
+
+void AddPages(JsonObject& object, const port::FakeDisplay& display,
+              const port::ShownDialog& sheet) {
+  JsonList captions;
+  port::ShownDialog front;
+  for (const port::WindowHandle handle : sheet.pages) {
+    const port::ShownDialog page = display.FindDialog(handle).value_or(port::ShownDialog());
+    captions.Add(page.caption);
+    if (page.handle == sheet.pages[static_cast<std::size_t>(sheet.page)]) front = page;
+  }
+  object.AddRaw("pages", captions.Finish()).Add("page", sheet.page);
+  object.Add("page_form", front.form).AddRaw("page_controls", DescribeControls(front));
 }
 
 JsonObject DescribeSize(port::Size size) {
@@ -94,16 +164,14 @@ JsonObject DescribeBox(const port::ShownBox& box, std::string_view owner, int an
       .Add("answer", AnswerName(answer));
 }
 
-JsonObject DescribeDialog(const port::ShownDialog& dialog, std::string_view owner) {
-  JsonList controls;
-  for (const port::ShownControl& control : dialog.controls) controls.Add(DescribeControl(control));
-  return JsonObject()
-      .Add("handle", dialog.handle)
-      .Add("form", dialog.form)
-      .Add("caption", dialog.caption)
-      .Add("owner", owner)
-      .Add("modal", dialog.form != kDialogProgress)
-      .AddRaw("controls", controls.Finish());
+JsonObject DescribeDialog(const port::FakeDisplay& display, const port::ShownDialog& dialog) {
+  const bool modal = dialog.kind == port::DialogKind::kModal && dialog.form != kDialogProgress;
+  JsonObject object;
+  object.Add("handle", dialog.handle).Add("form", dialog.form).Add("caption", dialog.caption);
+  object.Add("owner", OwnerKind(display, dialog.owner)).Add("modal", modal);
+  object.AddRaw("controls", DescribeControls(dialog));
+  if (!dialog.pages.empty()) AddPages(object, display, dialog);
+  return object;
 }
 
 JsonObject DescribeGroups(const port::ShownList& list) {

@@ -15,7 +15,8 @@ std::string_view PlacementName(port::TabPlacement placement);
 std::string_view OwnerKind(const port::FakeDisplay& display, port::WindowHandle owner);
 
 JsonObject DescribeBox(const port::ShownBox& box, std::string_view owner, int answer);
-JsonObject DescribeDialog(const port::ShownDialog& dialog, std::string_view owner);
+// A sheet with the captions of its pages and the page in front.
+JsonObject DescribeDialog(const port::FakeDisplay& display, const port::ShownDialog& dialog);
 JsonObject DescribeGroups(const port::ShownList& list);
 JsonObject DescribeTabs(const port::ShownMainWindow& window);
 JsonObject DescribeWindow(const port::ShownMainWindow& window);

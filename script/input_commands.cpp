@@ -1,4 +1,4 @@
-// What a user does with the main window, the group list and the open dialog.
+// What a user does with the main window and the group list.
 #include "script/input_commands.h"
 
 #include <algorithm>
@@ -9,19 +9,11 @@
 #include "res/resource.h"
 #include "script/commands.h"
 #include "script/describe.h"
+#include "script/dialog_commands.h"
 #include "script/words.h"
 #include "util/text.h"
 
 namespace quillet {
-namespace {
-
-// The modal dialog on top; 0 when none is open.
-port::WindowHandle OpenDialog(const port::FakeDisplay& display) {
-  const port::WindowHandle focus = display.Focus();
-  return focus == display.main_window().handle ? 0 : focus;
-}
-
-}  // namespace
 
 void Require(ScriptContext& context, bool taken) {
   if (taken) return;
@@ -47,13 +39,6 @@ int RowOf(ScriptContext& context, const std::u16string& group) {
 }
 
 namespace {
-
-port::WindowHandle RequireDialog(ScriptContext& context) {
-  context.run.WaitReadyForInput();
-  const port::WindowHandle dialog = OpenDialog(context.run.display);
-  if (dialog == 0) throw RefusedFailure(u"no dialog is open");
-  return dialog;
-}
 
 // --- commands ------------------------------------------------------------------------------------
 
@@ -110,14 +95,6 @@ void SetBox(ScriptContext& context, const std::u16string& group, bool checked) {
 }
 
 // With a dialog open the words are control ids: a group cannot be reached then.
-void TickControl(ScriptContext& context, port::WindowHandle dialog, const std::u16string& word,
-                 bool checked) {
-  const auto control = ParseNumber(word);
-  if (!control) Require(context, false);
-  if (context.run.display.Tick(dialog, *control, checked)) return;
-  throw MissingFailure(u"the open dialog has no such check box: " + word);
-}
-
 void SetBoxes(ScriptContext& context, Words words, bool checked) {
   context.run.WaitReadyForInput();
   const port::WindowHandle dialog = OpenDialog(context.run.display);
@@ -125,7 +102,7 @@ void SetBoxes(ScriptContext& context, Words words, bool checked) {
     if (dialog == 0) {
       SetBox(context, word, checked);
     } else {
-      TickControl(context, dialog, word, checked);
+      TickControl(context, word, checked);
     }
   }
 }
@@ -192,53 +169,7 @@ void ActivateLink(ScriptContext& context, Words words) {
   display.Inject({display.main_window().handle, port::MessageKind::kLink, 0, 0, words[0]});
 }
 
-// --- the open dialog -----------------------------------------------------------------------------
-
-void SetText(ScriptContext& context, Words words) {
-  const std::uint32_t control = NumberOf(words[0]);
-  const port::WindowHandle dialog = RequireDialog(context);
-  if (!context.run.display.Type(dialog, control, words[1])) {
-    throw MissingFailure(u"the open dialog takes no text in control " + words[0]);
-  }
-}
-
-void ChooseItem(ScriptContext& context, port::WindowHandle dialog,
-                const port::ShownControl& control, const std::u16string& text) {
-  const auto item = std::ranges::find(control.choices, text);
-  if (item == control.choices.end()) throw MissingFailure(u"no such choice: " + text);
-  const auto index = static_cast<int>(item - control.choices.begin());
-  Require(context, context.run.display.Choose(dialog, control.id, index));
-}
-
-// Lists and the like are of kind "other"; the program hears of a choice as of a press.
-void ChooseEntry(ScriptContext& context, Words words) {
-  const std::uint32_t id = NumberOf(words[0]);
-  const port::WindowHandle dialog = RequireDialog(context);
-  port::FakeDisplay& display = context.run.display;
-  Require(context, display.TakesInput(dialog));
-  const auto control = display.Control(dialog, id);
-  const bool list = control && control->visible && control->kind == ControlKind::kDropDown;
-  if (list) return ChooseItem(context, dialog, *control, words[1]);
-  if (!control || !control->visible || control->kind != ControlKind::kOther) {
-    throw MissingFailure(u"the open dialog offers no choice in control " + words[0]);
-  }
-  display.SetText(dialog, id, words[1]);
-  display.Inject({dialog, port::MessageKind::kCommand, id, 0, {}});
-}
-
-void PressControl(ScriptContext& context, Words words) {
-  const std::uint32_t control = NumberOf(words[0]);
-  const port::WindowHandle dialog = RequireDialog(context);
-  if (!context.run.display.Press(dialog, control)) {
-    throw MissingFailure(u"the open dialog has no button " + words[0]);
-  }
-}
-
-void CloseDialog(ScriptContext& context, Words /*words*/) {
-  Require(context, context.run.display.CloseDialog(RequireDialog(context)));
-}
-
-constexpr std::array<ScriptCommand, 15> kInput = {{
+constexpr std::array<ScriptCommand, 11> kInput = {{
     {u"command", 1, 1, false, SendCommand},
     {u"button", 1, 1, false, PressBarButton},
     {u"tick", 1, kAnyNumber, false, TickBoxes},
@@ -250,10 +181,6 @@ constexpr std::array<ScriptCommand, 15> kInput = {{
     {u"key", 1, 1, false, PressKey},
     {u"resize", 1, 1, false, Resize},
     {u"link", 1, 1, false, ActivateLink},
-    {u"set", 2, 2, false, SetText},
-    {u"choose", 2, 2, false, ChooseEntry},
-    {u"press", 1, 1, false, PressControl},
-    {u"close-dialog", 0, 0, false, CloseDialog},
 }};
 
 }  // namespace

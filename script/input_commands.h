@@ -1,4 +1,4 @@
-// What a user does with the main window, the group list and the open dialog; what all commands that
+// What a user does with the main window and the group list; what all commands that
 // play the user share. Main thread.
 #pragma once
 

@@ -181,7 +181,7 @@ void ScriptObserver::OnDialogCreated(port::WindowHandle dialog, std::uint32_t fo
 void ScriptObserver::OnDialogShown(port::WindowHandle dialog) {
   const auto shown = run_.display.FindDialog(dialog);
   if (!shown) return;
-  run_.reporter.Report("dialog", DescribeDialog(*shown, OwnerKind(run_.display, shown->owner)));
+  run_.reporter.Report("dialog", DescribeDialog(run_.display, *shown));
   if (shown->form != kDialogProgress) return;
   {
     const std::lock_guard lock(mutex_);

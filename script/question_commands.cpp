@@ -58,7 +58,7 @@ void AskDialog(ScriptContext& context, Words /*words*/) {
   const port::FakeDisplay& display = context.run.display;
   const auto dialog = display.FindDialog(display.Focus());
   if (!dialog) throw RefusedFailure(u"no dialog is open");
-  context.run.reporter.Report("dialog", DescribeDialog(*dialog, OwnerKind(display, dialog->owner)));
+  context.run.reporter.Report("dialog", DescribeDialog(display, *dialog));
 }
 
 void AskProgress(ScriptContext& context, Words /*words*/) {

@@ -18,21 +18,20 @@ namespace quillet {
 namespace {
 
 void SetUpFindDialog(port::WindowHandle dialog) {
-  port::Dialogs& dialogs = gPlatform->dialogs;
-  dialogs.SetText(dialog, kControlFindText, gReading.find.text);
-  dialogs.SetChecked(dialog, kControlMatchCase, gReading.find.match_case);
-  dialogs.SetChecked(dialog, kControlWholeWord, gReading.find.whole_word);
-  dialogs.SetChecked(dialog, kControlSearchHeaders, gReading.find.in_headers);
-  dialogs.SelectText(dialog, kControlFindText);
+  const FindChoices& find = gReading.find;
+  gPlatform->dialogs.WriteMany(dialog, {{kControlFindText, port::Text{find.text}},
+                                        {kControlFindText, port::TextState{0, port::kWholeText}},
+                                        {kControlFindText, port::Focus{}},
+                                        {kControlMatchCase, port::Checked{find.match_case}},
+                                        {kControlWholeWord, port::Checked{find.whole_word}},
+                                        {kControlSearchHeaders, port::Checked{find.in_headers}}});
 }
 
 FindChoices TakeChoices(port::WindowHandle dialog) {
-  port::Dialogs& dialogs = gPlatform->dialogs;
+  auto states = gPlatform->dialogs.ReadAll(dialog);
   // meant: the last search text is 8-bit, so "?" is looked for in place of what has no byte.
-  return {AsStored(dialogs.GetText(dialog, kControlFindText)),
-          dialogs.IsChecked(dialog, kControlMatchCase),
-          dialogs.IsChecked(dialog, kControlWholeWord),
-          dialogs.IsChecked(dialog, kControlSearchHeaders)};
+  return {AsStored(states[kControlFindText].text), states[kControlMatchCase].checked,
+          states[kControlWholeWord].checked, states[kControlSearchHeaders].checked};
 }
 
 std::optional<int> FindDlgProc(port::WindowHandle dialog, const port::Message& message) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "port/article_panes.h"
+#include "port/dialogs.h"
 #include "port/file_dialogs.h"
 #include "port/list_view.h"
 #include "port/message.h"
@@ -35,13 +36,22 @@ struct ShownControl {
   ControlKind kind = ControlKind::kOther;
   std::u16string text;
   std::u16string accessible_name;
+  int container = 0;  // as in the template
   bool checked = false;
   bool visible = true;
+  bool enabled = true;
+  bool focused = false;
+  TextState text_state;
+  int lower = 0;
   int upper = 100;
   int position = 0;
   std::vector<std::u16string> choices;
-  int choice = -1;
-  bool text_selected = false;  // and the focus is in it
+  int choice = -1;  // of a list the selected row
+  std::vector<Row> rows;
+  TimeOfDay time;
+
+  // Its whole text is selected, and the focus is in it.
+  bool text_selected() const { return focused && text_state.selected == text.size(); }
 };
 
 struct ShownDialog {
@@ -49,8 +59,12 @@ struct ShownDialog {
   std::uint32_t form = 0;  // resource id
   WindowHandle owner = 0;
   std::u16string caption;
-  bool shown = false;
-  std::vector<ShownControl> controls;  // in template order
+  DialogKind kind = DialogKind::kModal;
+  bool shown = false;                  // a page: its sheet is, and it is in front
+  std::vector<ShownControl> controls;  // in template order; of a sheet OK and Cancel
+  std::vector<WindowHandle> pages;     // of a sheet
+  int page = 0;                        // of a sheet: the one in front
+  WindowHandle sheet = 0;              // of a page
 };
 
 struct ShownList {

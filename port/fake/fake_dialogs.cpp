@@ -5,25 +5,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "port/fake/fake_controls.h"
 #include "res/dialog_templates.h"
 #include "res/resource.h"
 #include "util/text.h"
 
 namespace quillet::port {
 namespace {
-
-std::vector<ShownControl> ControlsOf(const DialogTemplate& form) {
-  std::vector<ShownControl> controls;
-  for (const ControlTemplate& from : form.controls) {
-    ShownControl control;
-    control.id = from.id;
-    control.kind = from.kind;
-    control.text = from.text;
-    control.accessible_name = from.accessible_name;
-    controls.push_back(std::move(control));
-  }
-  return controls;
-}
 
 // Milliseconds of real time; far more than a message takes.
 constexpr int kHandledWithin = 5000;
@@ -56,12 +44,14 @@ ShownControl* FakeDialogs::FindControl(Dialog& dialog, std::uint32_t control, bo
 
 // --- the service ---
 
-WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner) {
+WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner, DialogKind kind) {
+  const DialogTemplate* found = FindDialogTemplate(form);
+  if (found != nullptr && found->is_page) return 0;
   Dialog dialog;
   dialog.values.form = form;
   dialog.values.owner = owner;
-  dialog.thread = std::this_thread::get_id();
-  if (const DialogTemplate* found = FindDialogTemplate(form)) {
+  dialog.values.kind = kind;
+  if (found != nullptr) {
     dialog.has_template = true;
     dialog.values.caption = found->caption;
     dialog.values.controls = ControlsOf(*found);
@@ -74,13 +64,20 @@ WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner) {
       return 0;
     }
     if (screen_.gone) return 0;
-    handle = screen_.queues.AddWindow();
-    dialog.values.handle = handle;
-    dialogs_[handle] = std::move(dialog);
-    screen_.AddDialog(handle, owner);
-    screen_.Changed();
+    handle = Add(std::move(dialog));
+    screen_.AddDialog(handle, owner, kind == DialogKind::kModal);
   }
   screen_.observer().OnDialogCreated(handle, form);
+  return handle;
+}
+
+// Locked.
+WindowHandle FakeDialogs::Add(Dialog dialog) {
+  const WindowHandle handle = screen_.queues.AddWindow();
+  dialog.thread = std::this_thread::get_id();
+  dialog.values.handle = handle;
+  dialogs_[handle] = std::move(dialog);
+  screen_.Changed();
   return handle;
 }
 
@@ -89,9 +86,10 @@ void FakeDialogs::Show(WindowHandle dialog) {
   {
     const auto lock = screen_.Locked();
     Dialog* open = FindOpen(dialog);
-    if (open == nullptr || open->values.shown) return;
+    if (open == nullptr || open->values.shown || open->values.sheet != 0) return;
     open->values.shown = true;
     screen_.ShowDialog(dialog);
+    if (!open->values.pages.empty()) BringPageLocked(*open, open->values.page);
     const std::uint32_t form = open->values.form;
     const auto action = std::find_if(show_actions_.begin(), show_actions_.end(),
                                      [&](const ShowAction& one) { return one.form == form; });
@@ -109,7 +107,13 @@ void FakeDialogs::Show(WindowHandle dialog) {
 void FakeDialogs::Destroy(WindowHandle dialog) {
   {
     const auto lock = screen_.Locked();
-    if (dialogs_.erase(dialog) == 0) return;
+    const Dialog* open = FindOpen(dialog);
+    if (open == nullptr || open->values.sheet != 0) return;
+    for (const WindowHandle page : open->values.pages) {
+      dialogs_.erase(page);
+      screen_.queues.RemoveWindow(page);
+    }
+    dialogs_.erase(dialog);
     screen_.RemoveDialog(dialog);
     screen_.queues.RemoveWindow(dialog);
     if (cancelled_ == dialog) cancelled_ = 0;
@@ -117,6 +121,71 @@ void FakeDialogs::Destroy(WindowHandle dialog) {
   }
   screen_.observer().OnDialogDestroyed(dialog);
 }
+
+// --- sheets ---
+
+WindowHandle FakeDialogs::CreateSheet(std::u16string_view title, std::span<const SheetPage> pages,
+                                      WindowHandle owner) {
+  std::vector<Dialog> page_dialogs;
+  for (const SheetPage& page : pages) {
+    const DialogTemplate* form = FindDialogTemplate(page.form);
+    if (form == nullptr || !form->is_page) return 0;
+    Dialog& dialog = page_dialogs.emplace_back();
+    dialog.has_template = true;
+    dialog.values.form = page.form;
+    dialog.values.caption = page.caption;
+    dialog.values.controls = ControlsOf(*form);
+  }
+  Dialog sheet;
+  sheet.has_template = true;
+  sheet.values.caption = title;
+  sheet.values.owner = owner;
+  for (const auto& [id, text] : {std::pair{kControlOk, u"OK"}, {kControlCancel, u"Cancel"}}) {
+    ShownControl& button = sheet.values.controls.emplace_back();
+    button.id = id;
+    button.kind = ControlKind::kButton;
+    button.text = button.accessible_name = text;
+  }
+  const auto lock = screen_.Locked();
+  if (failing_dialogs_ > 0 || screen_.gone || pages.empty()) {
+    failing_dialogs_ = std::max(failing_dialogs_ - 1, 0);
+    return 0;
+  }
+  const WindowHandle handle = Add(std::move(sheet));
+  for (Dialog& page : page_dialogs) {
+    page.values.sheet = page.values.owner = handle;
+    dialogs_[handle].values.pages.push_back(Add(std::move(page)));
+  }
+  screen_.AddDialog(handle, owner, true);
+  return handle;
+}
+
+bool FakeDialogs::BringPage(WindowHandle sheet, int page) {
+  const auto lock = screen_.Locked();
+  Dialog* open = FindOpen(sheet);
+  if (open == nullptr || page < 0) return false;
+  if (static_cast<std::size_t>(page) >= open->values.pages.size()) return false;
+  if (page != open->values.page) BringPageLocked(*open, page);
+  return true;
+}
+
+// Nothing is told of a sheet that is not shown yet.
+void FakeDialogs::BringPageLocked(Dialog& sheet, int page) {
+  ShownDialog& values = sheet.values;
+  const auto tell = [&](MessageKind kind, int about) {
+    screen_.queues.Post({values.handle, kind, static_cast<std::uint32_t>(about), 0, {}});
+  };
+  if (values.shown && page != values.page) tell(MessageKind::kPageLeft, values.page);
+  values.page = page;
+  for (const WindowHandle one : values.pages) {
+    const bool in_front = one == values.pages[static_cast<std::size_t>(page)];
+    dialogs_[one].values.shown = values.shown && in_front;
+  }
+  if (values.shown) tell(MessageKind::kPageShown, page);
+  screen_.Changed();
+}
+
+// --- progress ---
 
 void FakeDialogs::NoteProgressText(const Dialog& dialog, const ProgressText& text) {
   if (dialog.values.form != kDialogProgress) return;
@@ -155,128 +224,50 @@ void FakeDialogs::AwaitCancelHandled(WindowHandle dialog) {
   screen_.queues.WaitIdle(thread, kHandledWithin);
 }
 
-void FakeDialogs::SetText(WindowHandle dialog, std::uint32_t control, std::u16string_view text) {
+// --- controls ---
+
+void FakeDialogs::WriteMany(WindowHandle dialog, std::vector<ControlWrite> writes) {
+  for (const ControlWrite& write : writes) Write(dialog, write);
+}
+
+void FakeDialogs::Write(WindowHandle dialog, const ControlWrite& write) {
+  const auto* text = std::get_if<Text>(&write.value);
+  std::string problem;
   {
     const auto lock = screen_.Locked();
     Dialog* open = FindOpen(dialog);
     if (open == nullptr) return;
-    ShownControl* shown = FindControl(*open, control, true);
+    ShownControl* shown = FindControl(*open, write.control, true);
     if (shown == nullptr) return;
-    shown->text = text;
-    NoteProgressText(*open, {control, std::u16string(text)});
+    problem = WriteShown(open->values.controls, *shown, write.value);
+    if (text != nullptr) NoteProgressText(*open, {write.control, text->text});
     screen_.Changed();
   }
-  screen_.observer().OnControlText(dialog, control, text);
+  if (!problem.empty()) screen_.on_failure("display: " + problem);
+  if (text != nullptr) {
+    screen_.observer().OnControlText(dialog, write.control, text->text);
+  } else {
+    screen_.observer().OnControlChanged(dialog, write.control);
+  }
   AwaitCancelHandled(dialog);
 }
 
-std::u16string FakeDialogs::GetText(WindowHandle dialog, std::uint32_t control) {
+ControlState FakeDialogs::Read(WindowHandle dialog, std::uint32_t control) {
   const auto lock = screen_.Locked();
   Dialog* open = FindOpen(dialog);
   const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
-  return shown ? shown->text : std::u16string();
+  return shown != nullptr ? StateOf(*shown) : ControlState();
 }
 
-template <class Change>
-void FakeDialogs::ChangeControl(WindowHandle dialog, std::uint32_t control, const Change& change) {
-  {
-    const auto lock = screen_.Locked();
-    Dialog* open = FindOpen(dialog);
-    if (open == nullptr) return;
-    ShownControl* shown = FindControl(*open, control, true);
-    if (shown == nullptr) return;
-    change(*shown);
-    screen_.Changed();
-  }
-  screen_.observer().OnControlChanged(dialog, control);
-  AwaitCancelHandled(dialog);
-}
-
-void FakeDialogs::SetChecked(WindowHandle dialog, std::uint32_t control, bool checked) {
-  ChangeControl(dialog, control, [&](ShownControl& shown) { shown.checked = checked; });
-}
-
-bool FakeDialogs::IsChecked(WindowHandle dialog, std::uint32_t control) {
+std::map<std::uint32_t, ControlState> FakeDialogs::ReadAll(WindowHandle dialog) {
   const auto lock = screen_.Locked();
-  Dialog* open = FindOpen(dialog);
-  const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
-  return shown != nullptr && shown->checked;
-}
-
-void FakeDialogs::ShowControl(WindowHandle dialog, std::uint32_t control, bool visible) {
-  ChangeControl(dialog, control, [&](ShownControl& shown) { shown.visible = visible; });
-}
-
-// Whether the control is of that kind, or of no known one; a failure else. True when there is no
-// such control: a write to it does nothing.
-bool FakeDialogs::CheckKind(const char* operation, WindowHandle dialog, std::uint32_t control,
-                            ControlKind kind) {
-  {
-    const auto lock = screen_.Locked();
-    Dialog* open = FindOpen(dialog);
-    const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
-    if (shown == nullptr || !open->has_template || shown->kind == kind) return true;
+  const Dialog* open = FindOpen(dialog);
+  std::map<std::uint32_t, ControlState> states;
+  if (open == nullptr) return states;
+  for (const ShownControl& one : open->values.controls) {
+    if (one.id != 0) states[one.id] = StateOf(one);
   }
-  screen_.on_failure("display: " + std::string(operation) + " of control " +
-                     std::to_string(control));
-  return false;
-}
-
-void FakeDialogs::SetChoices(WindowHandle dialog, std::uint32_t control,
-                             const std::vector<std::u16string>& items) {
-  if (!CheckKind("SetChoices", dialog, control, ControlKind::kDropDown)) return;
-  ChangeControl(dialog, control, [&](ShownControl& shown) {
-    shown.choices = items;
-    shown.choice = items.empty() ? -1 : 0;
-  });
-}
-
-void FakeDialogs::SetChoice(WindowHandle dialog, std::uint32_t control, int index) {
-  if (!CheckKind("SetChoice", dialog, control, ControlKind::kDropDown)) return;
-  bool outside = false;
-  ChangeControl(dialog, control, [&](ShownControl& shown) {
-    const int count = static_cast<int>(shown.choices.size());
-    outside = index >= count || index < (count == 0 ? -1 : 0);
-    if (!outside) shown.choice = index;
-  });
-  if (outside) screen_.on_failure("display: no choice " + std::to_string(index));
-}
-
-int FakeDialogs::Choice(WindowHandle dialog, std::uint32_t control) {
-  const auto lock = screen_.Locked();
-  Dialog* open = FindOpen(dialog);
-  const ShownControl* shown = open ? FindControl(*open, control, false) : nullptr;
-  return shown != nullptr ? shown->choice : -1;
-}
-
-void FakeDialogs::SelectText(WindowHandle dialog, std::uint32_t control) {
-  if (!CheckKind("SelectText", dialog, control, ControlKind::kEdit)) return;
-  {
-    const auto lock = screen_.Locked();
-    Dialog* open = FindOpen(dialog);
-    if (open == nullptr || FindControl(*open, control, false) == nullptr) return;
-    for (ShownControl& one : open->values.controls) {
-      one.text_selected = one.id == control;
-    }
-    screen_.Changed();
-  }
-  screen_.observer().OnControlChanged(dialog, control);
-}
-
-void FakeDialogs::SetProgressRange(WindowHandle dialog, std::uint32_t control, int upper) {
-  if (upper < 1 || upper > 65535) {
-    screen_.on_failure("display: a progress range of " + std::to_string(upper));
-  }
-  ChangeControl(dialog, control, [&](ShownControl& shown) {
-    shown.upper = std::clamp(upper, 1, 65535);
-    shown.position = std::min(shown.position, shown.upper);
-  });
-}
-
-void FakeDialogs::SetProgressPosition(WindowHandle dialog, std::uint32_t control, int position) {
-  ChangeControl(dialog, control, [&](ShownControl& shown) {
-    shown.position = std::clamp(position, 0, shown.upper);
-  });
+  return states;
 }
 
 // --- what is shown ---
@@ -356,63 +347,164 @@ bool FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key)
   return true;
 }
 
-// The control when the user can use it as one of that kind now, else null. A control that no form
+// --- what the user does ---
+
+// A page has the input that its sheet has, while it is in front.
+bool FakeDialogs::DialogTakesInput(WindowHandle dialog) const {
+  const Dialog* open = FindOpen(dialog);
+  if (open == nullptr) return false;
+  const WindowHandle sheet = open->values.sheet;
+  if (sheet != 0 && !open->values.shown) return false;
+  return screen_.TakesInputLocked(sheet != 0 ? sheet : dialog);
+}
+
+// The control when the user can use it as one of these kinds now, else null. A control that no form
 // describes can be used as any.
-ShownControl* FakeDialogs::UsableControl(WindowHandle dialog, std::uint32_t control,
-                                         ControlKind kind) {
+ShownControl* FakeDialogs::UsableControl(WindowHandle dialog, std::uint32_t control, Kinds kinds) {
+  if (!DialogTakesInput(dialog)) return nullptr;
   Dialog* open = FindOpen(dialog);
-  if (open == nullptr || !screen_.TakesInputLocked(dialog)) return nullptr;
   ShownControl* shown = FindControl(*open, control, true);
-  if (shown == nullptr || !shown->visible) return nullptr;
-  return !open->has_template || shown->kind == kind ? shown : nullptr;
+  if (shown == nullptr || !shown->visible || !shown->enabled) return nullptr;
+  const bool fits = std::find(kinds.begin(), kinds.end(), shown->kind) != kinds.end();
+  return !open->has_template || fits ? shown : nullptr;
+}
+
+ShownControl* FakeDialogs::UsableRow(WindowHandle dialog, std::uint32_t control, int row,
+                                     Kinds kinds) {
+  ShownControl* shown = UsableControl(dialog, control, kinds);
+  const bool there = shown != nullptr && row >= 0 && std::cmp_less(row, shown->rows.size());
+  return there ? shown : nullptr;
+}
+
+void FakeDialogs::Command(WindowHandle dialog, std::uint32_t control) {
+  screen_.queues.Post({dialog, MessageKind::kCommand, control, 0, {}});
+  screen_.Changed();
 }
 
 bool FakeDialogs::Press(WindowHandle dialog, std::uint32_t control) {
   const auto lock = screen_.Locked();
-  if (UsableControl(dialog, control, ControlKind::kButton) == nullptr) return false;
-  screen_.queues.Post({dialog, MessageKind::kCommand, control, 0, {}});
+  if (UsableControl(dialog, control, {ControlKind::kButton}) == nullptr) return false;
+  Command(dialog, control);
   return true;
 }
 
 bool FakeDialogs::Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text) {
   const auto lock = screen_.Locked();
-  ShownControl* shown = UsableControl(dialog, control, ControlKind::kEdit);
+  ShownControl* shown = UsableControl(dialog, control,
+                                      {ControlKind::kEdit, ControlKind::kMultiLineEdit,
+                                       ControlKind::kPassword, ControlKind::kEditableDropDown});
   if (shown == nullptr) return false;
-  shown->text = text;
-  shown->text_selected = false;
+  TypeInto(FindOpen(dialog)->values.controls, *shown, text);
+  screen_.queues.Post({dialog, MessageKind::kTextEdited, control, 0, {}});
   screen_.Changed();
   return true;
 }
 
 bool FakeDialogs::Tick(WindowHandle dialog, std::uint32_t control, bool checked) {
   const auto lock = screen_.Locked();
-  ShownControl* shown = UsableControl(dialog, control, ControlKind::kCheckBox);
+  ShownControl* shown =
+      UsableControl(dialog, control, {ControlKind::kCheckBox, ControlKind::kRadioButton});
   if (shown == nullptr) return false;
-  if (shown->checked != checked) {
-    shown->checked = checked;
-    screen_.queues.Post({dialog, MessageKind::kCommand, control, 0, {}});
-  }
-  screen_.Changed();
+  if (shown->kind == ControlKind::kRadioButton && !checked) return false;  // another is ticked
+  if (shown->checked == checked) return true;
+  CheckShown(FindOpen(dialog)->values.controls, *shown, checked);
+  Command(dialog, control);
   return true;
+}
+
+// Locked. In a list any choice is a click, in a drop-down list only another one.
+void FakeDialogs::ChooseLocked(WindowHandle dialog, ShownControl& control, int index) {
+  if (control.choice == index && control.kind != ControlKind::kEditableDropDown) return;
+  WriteShown(FindOpen(dialog)->values.controls, control, ControlValue(port::Choice{index}));
+  Command(dialog, control.id);
 }
 
 bool FakeDialogs::Choose(WindowHandle dialog, std::uint32_t control, int index) {
   const auto lock = screen_.Locked();
-  ShownControl* shown = UsableControl(dialog, control, ControlKind::kDropDown);
-  if (shown == nullptr || index < 0) return false;
-  if (static_cast<std::size_t>(index) >= shown->choices.size()) return false;
-  if (shown->choice != index) {
-    shown->choice = index;
-    screen_.queues.Post({dialog, MessageKind::kCommand, control, 0, {}});
+  if (ShownControl* list =
+          UsableRow(dialog, control, index, {ControlKind::kList, ControlKind::kCheckList})) {
+    ChooseLocked(dialog, *list, index);
+    return true;
   }
+  ShownControl* shown =
+      UsableControl(dialog, control, {ControlKind::kDropDown, ControlKind::kEditableDropDown});
+  if (shown == nullptr || index < 0 || std::cmp_greater_equal(index, shown->choices.size())) {
+    return false;
+  }
+  ChooseLocked(dialog, *shown, index);
+  return true;
+}
+
+bool FakeDialogs::Slide(WindowHandle dialog, std::uint32_t control, int position) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown = UsableControl(dialog, control, {ControlKind::kSlider});
+  if (shown == nullptr || position < shown->lower || position > shown->upper) return false;
+  if (std::exchange(shown->position, position) != position) Command(dialog, control);
+  return true;
+}
+
+bool FakeDialogs::PickTime(WindowHandle dialog, std::uint32_t control, TimeOfDay time) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown = UsableControl(dialog, control, {ControlKind::kTimePicker});
+  if (shown == nullptr) return false;
+  ShownControl picked = *shown;
+  WriteShown(FindOpen(dialog)->values.controls, picked, ControlValue(time));
+  if (picked.time != time) return false;
+  if (std::exchange(shown->time, time) != time) Command(dialog, control);
+  return true;
+}
+
+bool FakeDialogs::TickListRow(WindowHandle dialog, std::uint32_t control, int row, bool checked) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown = UsableRow(dialog, control, row, {ControlKind::kCheckList});
+  if (shown == nullptr) return false;
+  ChooseLocked(dialog, *shown, row);
+  bool& box = shown->rows[static_cast<std::size_t>(row)].checked;
+  if (std::exchange(box, checked) == checked) return true;
+  screen_.queues.Post({dialog,
+                       MessageKind::kRowChecked,
+                       static_cast<std::uint32_t>(row),
+                       checked ? 1U : 0U,
+                       {},
+                       control});
   screen_.Changed();
   return true;
+}
+
+bool FakeDialogs::ActivateListRow(WindowHandle dialog, std::uint32_t control, int row) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown =
+      UsableRow(dialog, control, row, {ControlKind::kList, ControlKind::kCheckList});
+  if (shown == nullptr) return false;
+  ChooseLocked(dialog, *shown, row);
+  screen_.queues.Post(
+      {dialog, MessageKind::kItemActivated, static_cast<std::uint32_t>(row), 0, {}, control});
+  return true;
+}
+
+bool FakeDialogs::AskListMenu(WindowHandle dialog, std::uint32_t control, int row) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown =
+      UsableRow(dialog, control, row, {ControlKind::kList, ControlKind::kCheckList});
+  if (shown == nullptr) return false;
+  ChooseLocked(dialog, *shown, row);
+  screen_.queues.Post(
+      {dialog, MessageKind::kContextMenu, static_cast<std::uint32_t>(row), 0, {}, control});
+  return true;
+}
+
+bool FakeDialogs::ChoosePage(WindowHandle sheet, int page) {
+  {
+    const auto lock = screen_.Locked();
+    if (!DialogTakesInput(sheet)) return false;
+  }
+  return BringPage(sheet, page);
 }
 
 bool FakeDialogs::CloseDialog(WindowHandle dialog) {
   const auto lock = screen_.Locked();
   if (FindOpen(dialog) == nullptr || !screen_.TakesInputLocked(dialog)) return false;
-  screen_.queues.Post({dialog, MessageKind::kCommand, kControlCancel, 0, {}});
+  Command(dialog, kControlCancel);
   return true;
 }
 

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -14,6 +16,7 @@
 
 #include "port/dialogs.h"
 #include "port/fake/fake_screen.h"
+#include "port/property_sheets.h"
 
 namespace quillet::port {
 
@@ -21,9 +24,11 @@ class FakeDialogs : public Dialogs {
  public:
   explicit FakeDialogs(FakeScreen& screen) : screen_(screen) {}
 
+  using Dialogs::Write;
+
   // --- announced acts ---
 
-  // When a dialog of that form is shown next, `act` is called with it on the thread that showed it.
+  // When a dialog of that form (0: a sheet) is shown next, `act` is called with it on the thread that showed it.
   // One that is left over is a failure.
   void WhenShown(std::uint32_t form, std::function<void(WindowHandle dialog)> act);
   // Presses Cancel in the progress dialog after the nth text that is set into its controls 1020 and
@@ -58,6 +63,13 @@ class FakeDialogs : public Dialogs {
   bool Choose(WindowHandle dialog, std::uint32_t control, int index);
   bool Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked);
+  bool Slide(WindowHandle dialog, std::uint32_t control, int position);
+  bool PickTime(WindowHandle dialog, std::uint32_t control, TimeOfDay time);
+  // Rows of a list in a dialog; Choose selects one.
+  bool TickListRow(WindowHandle dialog, std::uint32_t control, int row, bool checked);
+  bool ActivateListRow(WindowHandle dialog, std::uint32_t control, int row);
+  bool AskListMenu(WindowHandle dialog, std::uint32_t control, int row);
+  bool ChoosePage(WindowHandle sheet, int page);
   bool CloseDialog(WindowHandle dialog);
 
   // --- the device ---
@@ -67,21 +79,19 @@ class FakeDialogs : public Dialogs {
 
   // --- the service ---
 
-  WindowHandle Create(std::uint32_t form, WindowHandle owner) override;
+  WindowHandle Create(std::uint32_t form, WindowHandle owner, DialogKind kind) override;
   void Show(WindowHandle dialog) override;
   void Destroy(WindowHandle dialog) override;
-  void SetText(WindowHandle dialog, std::uint32_t control, std::u16string_view text) override;
-  std::u16string GetText(WindowHandle dialog, std::uint32_t control) override;
-  void SetChecked(WindowHandle dialog, std::uint32_t control, bool checked) override;
-  bool IsChecked(WindowHandle dialog, std::uint32_t control) override;
-  void ShowControl(WindowHandle dialog, std::uint32_t control, bool visible) override;
-  void SetChoices(WindowHandle dialog, std::uint32_t control,
-                  const std::vector<std::u16string>& items) override;
-  void SetChoice(WindowHandle dialog, std::uint32_t control, int index) override;
-  int Choice(WindowHandle dialog, std::uint32_t control) override;
-  void SelectText(WindowHandle dialog, std::uint32_t control) override;
-  void SetProgressRange(WindowHandle dialog, std::uint32_t control, int upper) override;
-  void SetProgressPosition(WindowHandle dialog, std::uint32_t control, int position) override;
+  void WriteMany(WindowHandle dialog, std::vector<ControlWrite> writes) override;
+  ControlState Read(WindowHandle dialog, std::uint32_t control) override;
+  std::map<std::uint32_t, ControlState> ReadAll(WindowHandle dialog) override;
+
+  // --- sheets: dialogs with pages in front of each other ---
+
+  WindowHandle CreateSheet(std::u16string_view title, std::span<const SheetPage> pages,
+                           WindowHandle owner);
+  // By the program or the user; false when there is no such page.
+  bool BringPage(WindowHandle sheet, int page);
 
  protected:
   // Locked. Escape is Cancel and Return the default button; false when the key is neither in a
@@ -102,11 +112,15 @@ class FakeDialogs : public Dialogs {
   Dialog* FindOpen(WindowHandle dialog);
   const Dialog* FindOpen(WindowHandle dialog) const;
   ShownControl* FindControl(Dialog& dialog, std::uint32_t control, bool add);
-  ShownControl* UsableControl(WindowHandle dialog, std::uint32_t control, ControlKind kind);
-  template <class Change>
-  void ChangeControl(WindowHandle dialog, std::uint32_t control, const Change& change);
-  bool CheckKind(const char* operation, WindowHandle dialog, std::uint32_t control,
-                 ControlKind kind);
+  using Kinds = std::initializer_list<ControlKind>;
+  bool DialogTakesInput(WindowHandle dialog) const;
+  ShownControl* UsableControl(WindowHandle dialog, std::uint32_t control, Kinds kinds);
+  ShownControl* UsableRow(WindowHandle dialog, std::uint32_t control, int row, Kinds kinds);
+  void ChooseLocked(WindowHandle dialog, ShownControl& control, int index);
+  void Command(WindowHandle dialog, std::uint32_t control);
+  WindowHandle Add(Dialog dialog);
+  void BringPageLocked(Dialog& sheet, int page);
+  void Write(WindowHandle dialog, const ControlWrite& write);
   std::uint32_t DefaultButton(const Dialog& dialog) const;
   void NoteProgressText(const Dialog& dialog, const ProgressText& text);
   void PressAwaitedCancel(const Dialog& dialog);

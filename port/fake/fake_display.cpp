@@ -8,6 +8,7 @@ FakeDisplay::FakeDisplay(ThreadQueues& the_queues)
       FakeWindows(screen()),
       FakeList(screen()),
       FakeDialogs(screen()),
+      FakePropertySheets(static_cast<FakeDialogs&>(*this)),
       FakeTree(screen()),
       FakePopUps(screen()),
       FakePanes(screen()),

@@ -19,6 +19,7 @@
 #include "port/fake/fake_list.h"
 #include "port/fake/fake_panes.h"
 #include "port/fake/fake_pop_ups.h"
+#include "port/fake/fake_property_sheets.h"
 #include "port/fake/fake_screen.h"
 #include "port/fake/fake_tree.h"
 #include "port/fake/fake_windows.h"
@@ -31,6 +32,7 @@ class FakeDisplay final : private FakeScreen,
                           public FakeWindows,
                           public FakeList,
                           public FakeDialogs,
+                          public FakePropertySheets,
                           public FakeTree,
                           public FakePopUps,
                           public FakePanes,
@@ -38,7 +40,9 @@ class FakeDisplay final : private FakeScreen,
  public:
   explicit FakeDisplay(ThreadQueues& queues);
 
-  DisplayServices Services() { return {*this, *this, *this, *this, *this, *this, *this, *this}; }
+  DisplayServices Services() {
+    return {*this, *this, *this, *this, *this, *this, *this, *this, *this};
+  }
 
   using FakeScreen::BoxOpen;
   using FakeScreen::Focus;
@@ -54,6 +58,7 @@ class FakeDisplay final : private FakeScreen,
   using FakeDialogs::Create;
   using FakeDialogs::Show;
   using FakeList::Create;
+  using FakePropertySheets::Create;
 
   // Failures for what was announced and did not happen (once).
   void Verify();

@@ -98,7 +98,7 @@ bool FakeScreen::TakesInputLocked(WindowHandle asked) const {
   if (gone || BoxBlocks(asked)) return false;
   return std::none_of(dialogs_.begin(), dialogs_.end(), [&](const auto& entry) {
     const auto& [handle, other] = entry;
-    if (handle == asked || other.shown_at == 0) return false;
+    if (handle == asked || other.shown_at == 0 || !other.modal) return false;
     return other.owner == asked || (other.owner == 0 && other.shown_at > shown_at);
   });
 }

@@ -72,7 +72,10 @@ class FakeScreen {
   std::thread::id window_thread;
   bool gone = false;
 
-  void AddDialog(WindowHandle dialog, WindowHandle owner) { dialogs_[dialog] = {owner, 0}; }
+  // A modal one takes the input of its owner, or of all that was there before when it has none.
+  void AddDialog(WindowHandle dialog, WindowHandle owner, bool modal) {
+    dialogs_[dialog] = {owner, 0, modal};
+  }
   void ShowDialog(WindowHandle dialog) { dialogs_[dialog].shown_at = ++last_shown_; }
   void RemoveDialog(WindowHandle dialog) { dialogs_.erase(dialog); }
   // The number by which the box is closed.
@@ -104,6 +107,7 @@ class FakeScreen {
   struct Dialog {
     WindowHandle owner = 0;
     std::uint64_t shown_at = 0;  // order of showing; 0: not shown yet
+    bool modal = true;
   };
 
   bool BoxBlocks(WindowHandle window) const;

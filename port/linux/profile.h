@@ -13,12 +13,14 @@ namespace quillet::port {
 
 struct Profile {
   std::string name;            // absolute folder of --profile; empty for the user's own profile
-  std::string config_folder;   // registry and instance lock
+  std::string config_folder;   // registry, display file and instance lock
   std::string data_folder;     // what the device path "\" stands for
   std::string runtime_folder;  // the instance socket
   std::string config_home;     // where user units lie in systemd/user, whatever the profile
 
   std::string RegistryFile() const { return config_folder + "/registry.db"; }
+  // Where a display keeps what belongs to this screen: sizes of windows.
+  std::string DisplayFile() const { return config_folder + "/display.ini"; }
 };
 
 // All folders are absolute; nothing is created. `folder` empty: the user's own profile.

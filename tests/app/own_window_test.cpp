@@ -14,7 +14,7 @@ class OwnWindow : public Program {
   OwnWindow() {
     StartAndWait();
     OnProgramThread([this] {
-      window_ = gPlatform->dialogs.Create(kDialogMessageHeaders, 0);
+      window_ = gPlatform->dialogs.Create(kDialogMessageHeaders, 0, port::DialogKind::kWindow);
       gPlatform->dialogs.Show(window_);
       SetProcedure(window_, [this](const port::Message& message) { got_.push_back(message.id); });
     });

@@ -278,8 +278,8 @@ TEST_F(ArticleCommands, AddToKillfileOpensWithAuthorAndSubject) {
   std::u16string author;
   std::u16string subject;
   fake.display.WhenShown(kDialogKillfileEntry, [&](port::WindowHandle dialog) {
-    author = fake.display.GetText(dialog, kControlAuthorText);
-    subject = fake.display.GetText(dialog, kControlSubjectText);
+    author = fake.display.Read(dialog, kControlAuthorText).text;
+    subject = fake.display.Read(dialog, kControlSubjectText).text;
     fake.display.Press(dialog, kControlCancel);
   });
   ArticleCommand(40049);
@@ -367,7 +367,7 @@ TEST_F(ArticleCommands, ShowHeadersOpensTheDialogUntilOkOrCancel) {
     std::u16string text;
     std::u16string caption;
     fake.display.WhenShown(124, [&](port::WindowHandle dialog) {
-      text = fake.display.GetText(dialog, 1009);
+      text = fake.display.Read(dialog, 1009).text;
       caption = fake.display.FindDialog(dialog)->caption;
       fake.display.Press(dialog, button);
     });

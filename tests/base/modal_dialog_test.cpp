@@ -38,12 +38,12 @@ TEST_F(ModalDialog, OwnsBoxesWhileItIsUp) {
     fake_.display.Press(shown, kControlOk);
   });
   std::u16string text;
-  const int result = RunModalDialog(kDialogNewGroup, nullptr,
-                                    [&](port::WindowHandle handle, const port::Message& message) {
-                                      ShowMessage(u"inside");
-                                      text = gPlatform->dialogs.GetText(handle, kControlGroupName);
-                                      return EndOnOkOrCancel(handle, message);
-                                    });
+  const int result = RunModalDialog(
+      kDialogNewGroup, nullptr, [&](port::WindowHandle handle, const port::Message& message) {
+        ShowMessage(u"inside");
+        text = gPlatform->dialogs.Read(handle, kControlGroupName).text;
+        return EndOnOkOrCancel(handle, message);
+      });
   EXPECT_EQ(result, port::kIdOk);
   EXPECT_EQ(text, u"a.b");
   EXPECT_EQ(fake_.display.boxes().front().owner, dialog);

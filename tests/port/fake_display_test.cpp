@@ -42,7 +42,7 @@ class Display : public testing::Test {
     Waiting();
   }
   WindowHandle ShowDialog(std::uint32_t form, WindowHandle owner) {
-    const WindowHandle dialog = fake.display.Create(form, owner);
+    const WindowHandle dialog = fake.display.Create(form, owner, DialogKind::kModal);
     fake.display.Show(dialog);
     return dialog;
   }
@@ -142,7 +142,7 @@ TEST_F(Display, ADisplayThatHasGoneDeclinesAtOnce) {
   EXPECT_EQ(display.Show(0, u"", u"Sure?", kYesNo), kIdNo);
   EXPECT_EQ(display.Show(0, u"", u"Go?", kOkCancel), kIdCancel);
   EXPECT_EQ(display.Show(0, u"", u"Hello.", kOk), kIdOk);
-  EXPECT_EQ(display.Create(kDialogAbout, 0), 0U);
+  EXPECT_EQ(display.Create(kDialogAbout, 0, DialogKind::kModal), 0U);
   EXPECT_TRUE(failures.empty());
 }
 
@@ -206,8 +206,8 @@ TEST_F(Display, CreationFailsOnDemand) {
   EXPECT_EQ(display.CreateMainWindow({}), 0U);
   EXPECT_NE(display.CreateMainWindow({}), 0U);
   display.FailNextDialog();
-  EXPECT_EQ(display.Create(kDialogAbout, 0), 0U);
-  EXPECT_NE(display.Create(kDialogAbout, 0), 0U);
+  EXPECT_EQ(display.Create(kDialogAbout, 0, DialogKind::kModal), 0U);
+  EXPECT_NE(display.Create(kDialogAbout, 0, DialogKind::kModal), 0U);
 }
 
 TEST_F(Display, TheUsersTabChangeSendsBothMessages) {
@@ -408,8 +408,8 @@ TEST_F(Display, AFormBringsItsControls) {
   EXPECT_EQ(shown->controls[0].id, 2U);
   EXPECT_EQ(shown->controls[0].text, u"&Cancel");
   EXPECT_EQ(shown->controls[0].kind, ControlKind::kButton);
-  display.SetText(dialog, 4711, u"x");
-  EXPECT_EQ(display.GetText(dialog, 4711), u"") << "the form has no such control";
+  display.Write(dialog, 4711, Text{u"x"});
+  EXPECT_EQ(display.Read(dialog, 4711).text, u"") << "the form has no such control";
   EXPECT_EQ(display.FindDialog(dialog)->controls.size(), 4U);
   EXPECT_FALSE(display.Control(dialog, 4711));
   EXPECT_FALSE(display.Control(99, 2));
@@ -417,22 +417,22 @@ TEST_F(Display, AFormBringsItsControls) {
 
 TEST_F(Display, ADialogWithoutAFormTakesAnyControl) {
   const WindowHandle dialog = ShowDialog(kUnknownForm, 0);
-  display.SetText(dialog, 4711, u"x");
-  EXPECT_EQ(display.GetText(dialog, 4711), u"x");
+  display.Write(dialog, 4711, Text{u"x"});
+  EXPECT_EQ(display.Read(dialog, 4711).text, u"x");
   EXPECT_TRUE(display.Type(dialog, 4712, u"typed"));
-  EXPECT_EQ(display.GetText(dialog, 4712), u"typed");
+  EXPECT_EQ(display.Read(dialog, 4712).text, u"typed");
 }
 
 TEST_F(Display, WhatDoesNotExistIsEmptyAndUnchanged) {
-  display.SetText(99, 1, u"x");
-  display.SetChecked(99, 1, true);
-  display.ShowControl(99, 1, false);
-  display.SetProgressRange(99, 1, 10);
+  display.Write(99, 1, Text{u"x"});
+  display.Write(99, 1, Checked{true});
+  display.Write(99, 1, Visible{false});
+  display.Write(99, 1, Range{10});
   display.Show(99);
   display.Destroy(99);
   display.Destroy(0);
-  EXPECT_EQ(display.GetText(99, 1), u"");
-  EXPECT_FALSE(display.IsChecked(99, 1));
+  EXPECT_EQ(display.Read(99, 1).text, u"");
+  EXPECT_FALSE(display.Read(99, 1).checked);
   EXPECT_FALSE(display.Press(99, 1));
   EXPECT_FALSE(display.Type(99, 1, u"x"));
   EXPECT_FALSE(display.CloseDialog(99));
@@ -440,18 +440,18 @@ TEST_F(Display, WhatDoesNotExistIsEmptyAndUnchanged) {
 
 TEST_F(Display, ProgressStaysInItsRange) {
   const WindowHandle dialog = ShowDialog(kDialogProgress, 0);
-  display.SetProgressRange(dialog, kControlProgressBar, 50);
-  display.SetProgressPosition(dialog, kControlProgressBar, 20);
+  display.Write(dialog, kControlProgressBar, Range{50});
+  display.Write(dialog, kControlProgressBar, Position{20});
   const auto bar = [&] {
     return display.Control(dialog, kControlProgressBar).value_or(ShownControl());
   };
   EXPECT_EQ(bar().upper, 50);
   EXPECT_EQ(bar().position, 20);
-  display.SetProgressPosition(dialog, kControlProgressBar, 51);
+  display.Write(dialog, kControlProgressBar, Position{51});
   EXPECT_EQ(bar().position, 50);
   EXPECT_TRUE(failures.empty());
-  display.SetProgressRange(dialog, kControlProgressBar, 0);
-  display.SetProgressRange(dialog, kControlProgressBar, 65536);
+  display.Write(dialog, kControlProgressBar, Range{0});
+  display.Write(dialog, kControlProgressBar, Range{65536});
   EXPECT_EQ(failures.size(), 2U);
   EXPECT_EQ(bar().upper, 65535);
 }
@@ -472,27 +472,28 @@ TEST_F(Display, PressesComeToTheDialogsThread) {
   const WindowHandle dialog = display.WaitForDialog(kDialogNewGroup);
   ASSERT_NE(dialog, 0U);
   EXPECT_TRUE(display.Type(dialog, kControlGroupName, u"comp.lang.c++"));
-  EXPECT_EQ(display.GetText(dialog, kControlGroupName), u"comp.lang.c++");
+  EXPECT_EQ(display.Read(dialog, kControlGroupName).text, u"comp.lang.c++");
   EXPECT_TRUE(display.Press(dialog, kControlOk));
   EXPECT_FALSE(display.Press(dialog, kControlGroupName)) << "not a button";
   EXPECT_FALSE(display.Type(dialog, kControlOk, u"x")) << "not an edit";
   EXPECT_TRUE(display.CloseDialog(dialog));
   owner.join();
-  ASSERT_EQ(got.size(), 2U);
-  EXPECT_TRUE(Is(got[0], dialog, MessageKind::kCommand, kControlOk, 0));
-  EXPECT_TRUE(Is(got[1], dialog, MessageKind::kCommand, kControlCancel, 0));
+  ASSERT_EQ(got.size(), 3U);
+  EXPECT_TRUE(Is(got[0], dialog, MessageKind::kTextEdited, kControlGroupName, 0));
+  EXPECT_TRUE(Is(got[1], dialog, MessageKind::kCommand, kControlOk, 0));
+  EXPECT_TRUE(Is(got[2], dialog, MessageKind::kCommand, kControlCancel, 0));
   EXPECT_TRUE(display.dialogs().empty());
   EXPECT_TRUE(Waiting().empty());
 }
 
 TEST_F(Display, HiddenControlsAndHiddenDialogsTakeNothing) {
-  const WindowHandle dialog = display.Create(kDialogProgress, 0);
+  const WindowHandle dialog = display.Create(kDialogProgress, 0, DialogKind::kModal);
   EXPECT_FALSE(display.Press(dialog, kControlCancel)) << "not shown yet";
   EXPECT_EQ(display.Focus(), 0U);
   display.Show(dialog);
-  display.ShowControl(dialog, kControlCancel, false);
+  display.Write(dialog, kControlCancel, Visible{false});
   EXPECT_FALSE(display.Press(dialog, kControlCancel));
-  display.ShowControl(dialog, kControlCancel, true);
+  display.Write(dialog, kControlCancel, Visible{true});
   EXPECT_TRUE(display.Press(dialog, kControlCancel));
   EXPECT_EQ(Waiting().size(), 1U);
 }
@@ -517,7 +518,7 @@ TEST_F(Display, DialogKeysAreCancelAndTheDefaultButton) {
 
 TEST_F(Display, AShownDialogTakesItsOwnersInput) {
   ShowMain();
-  const WindowHandle dialog = display.Create(kDialogNewGroup, window);
+  const WindowHandle dialog = display.Create(kDialogNewGroup, window, DialogKind::kModal);
   EXPECT_TRUE(display.TakesInput(window)) << "not before it is shown";
   display.Show(dialog);
   EXPECT_FALSE(display.TakesInput(window));
@@ -548,8 +549,8 @@ TEST_F(Display, ADialogWithoutAnOwnerTakesEverybodysInput) {
 TEST_F(Display, TheFocusIsOnTheLastDialogShown) {
   ShowMain();
   EXPECT_EQ(display.Focus(), window);
-  const WindowHandle one = display.Create(kDialogNewGroup, window);
-  const WindowHandle two = display.Create(kDialogAbout, window);
+  const WindowHandle one = display.Create(kDialogNewGroup, window, DialogKind::kModal);
+  const WindowHandle two = display.Create(kDialogAbout, window, DialogKind::kModal);
   display.Show(two);
   display.Show(one);
   EXPECT_EQ(display.Focus(), one);
@@ -626,22 +627,22 @@ class Progress {
     thread_.join();
   }
   void Detail(std::u16string_view text) {
-    fake_.display.SetText(dialog_, kControlProgressDetail, text);
+    fake_.display.Write(dialog_, kControlProgressDetail, Text{std::u16string(text)});
   }
   bool aborted() const { return aborted_; }
   WindowHandle dialog() const { return dialog_; }
 
  private:
   void Run() {
-    const WindowHandle dialog = fake_.display.Create(kDialogProgress, 0);
-    fake_.display.SetText(dialog, kControlProgressTitle, u"Title");
+    const WindowHandle dialog = fake_.display.Create(kDialogProgress, 0, DialogKind::kModal);
+    fake_.display.Write(dialog, kControlProgressTitle, Text{u"Title"});
     fake_.display.Show(dialog);
     dialog_ = dialog;
     Message message;
     while (fake_.queues.Get(message)) {
       if (message.kind == MessageKind::kCommand && !aborted_.exchange(true)) {
-        fake_.display.ShowControl(dialog, kControlCancel, false);
-        fake_.display.SetText(dialog, kControlProgressDetail, u"Aborting; please wait.");
+        fake_.display.Write(dialog, kControlCancel, Visible{false});
+        fake_.display.Write(dialog, kControlProgressDetail, Text{u"Aborting; please wait."});
       }
       if (message.kind == MessageKind::kClose) {
         fake_.display.Destroy(dialog);
@@ -698,10 +699,10 @@ TEST_F(Display, CancelOfARunningDialogIsPressedAtOnce) {
 TEST_F(Display, OnlyProgressTextsAreCounted) {
   display.CancelProgressAfter(2);
   Progress progress(fake);
-  const WindowHandle other = display.Create(kDialogNewGroup, 0);
-  display.SetText(other, kControlGroupName, u"x");
-  display.SetText(other, 1022, u"x");
-  display.SetProgressRange(progress.dialog(), kControlProgressBar, 10);
+  const WindowHandle other = display.Create(kDialogNewGroup, 0, DialogKind::kModal);
+  display.Write(other, kControlGroupName, Text{u"x"});
+  display.Write(other, 1022, Text{u"x"});
+  display.Write(progress.dialog(), kControlProgressBar, Range{10});
   EXPECT_FALSE(progress.aborted());
   EXPECT_EQ(display.progress_texts().size(), 1U);
 }
@@ -751,9 +752,9 @@ TEST_F(Display, EveryChangeIsSeenByTheObserver) {
   display.SetStatusText(u"");
   display.Raise();
   const WindowHandle dialog = ShowDialog(kDialogProgress, window);
-  display.SetText(dialog, 1020, u"x");
-  display.ShowControl(dialog, 2, false);
-  display.SetText(dialog, 99, u"none such");
+  display.Write(dialog, 1020, Text{u"x"});
+  display.Write(dialog, 2, Visible{false});
+  display.Write(dialog, 99, Text{u"none such"});
   display.Destroy(dialog);
   display.Destroy(dialog);
   display.InjectKeyUp(kKeyF24);
@@ -786,8 +787,8 @@ TEST_F(Display, ManyThreadsUseTheDisplayAtOnce) {
     owners.emplace_back([&] {
       for (int round = 0; round < 30; ++round) {
         const WindowHandle dialog = ShowDialog(kUnknownForm, 0);
-        display.SetText(dialog, 1, u"text");
-        EXPECT_EQ(display.GetText(dialog, 1), u"text");
+        display.Write(dialog, 1, Text{u"text"});
+        EXPECT_EQ(display.Read(dialog, 1).text, u"text");
         display.Show(dialog, u"", u"Hello.", kOk);
         display.Destroy(dialog);
       }

@@ -8,6 +8,7 @@
 
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
+#include "tests/support/select_text.h"
 
 namespace quillet::port {
 namespace {
@@ -289,7 +290,7 @@ TEST_F(Reading, TheUserClicksOpensAndAsksForMenus) {
 
 TEST_F(Reading, ADialogTakesTheTreesInput) {
   ShowTree();
-  display.Show(display.Create(kDialogAbout, window));
+  display.Show(display.Create(kDialogAbout, window, DialogKind::kModal));
   EXPECT_FALSE(display.ClickItem(1));
   EXPECT_FALSE(display.ActivateItem(1));
   EXPECT_FALSE(display.AskItemMenu(1));
@@ -593,18 +594,18 @@ TEST_F(Reading, ADisplayThatHasGoneAnswersNothing) {
 
 TEST_F(Reading, ADropDownListIsFilledAndChosenFrom) {
   ShowMain(kGroupTab);
-  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window);
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), -1);
-  display.SetChoices(dialog, kControlAuthorRule, {u"kill", u"require", u"ignore"});
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), 0);
-  display.SetChoice(dialog, kControlAuthorRule, 2);
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), 2);
+  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window, DialogKind::kModal);
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, -1);
+  display.Write(dialog, kControlAuthorRule, Choices{{u"kill", u"require", u"ignore"}});
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, 0);
+  display.Write(dialog, kControlAuthorRule, Choice{2});
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, 2);
   EXPECT_FALSE(display.Choose(dialog, kControlAuthorRule, 1)) << "it is not shown";
   display.Show(dialog);
   EXPECT_TRUE(Waiting().empty()) << "the program's own choices send nothing";
   EXPECT_TRUE(display.Choose(dialog, kControlAuthorRule, 1));
   EXPECT_TRUE(display.Choose(dialog, kControlAuthorRule, 1));
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), 1);
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, 1);
   const auto messages = Waiting();
   ASSERT_EQ(messages.size(), 1U) << "the same choice again is none";
   EXPECT_EQ(messages[0].window, dialog);
@@ -612,39 +613,52 @@ TEST_F(Reading, ADropDownListIsFilledAndChosenFrom) {
   EXPECT_FALSE(display.Choose(dialog, kControlAuthorRule, 3));
   EXPECT_FALSE(display.Choose(dialog, kControlAuthorRule, -1));
   EXPECT_FALSE(display.Choose(dialog, kControlAuthorText, 0));
-  display.SetChoices(dialog, kControlAuthorRule, {});
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), -1);
+  display.Write(dialog, kControlAuthorRule, Choices{{}});
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, -1);
   EXPECT_TRUE(failures.empty());
 }
 
 TEST_F(Reading, ChoicesThatAreNotThereFail) {
   ShowMain(kGroupTab);
-  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window);
-  display.SetChoices(dialog, kControlAuthorRule, {u"kill"});
-  display.SetChoice(dialog, kControlAuthorRule, 1);
-  display.SetChoice(dialog, kControlAuthorRule, -1);
-  display.SetChoices(dialog, kControlAuthorText, {u"kill"});
-  display.SelectText(dialog, kControlAuthorRule);
+  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window, DialogKind::kModal);
+  display.Write(dialog, kControlAuthorRule, Choices{{u"kill"}});
+  display.Write(dialog, kControlAuthorRule, Choice{1});
+  display.Write(dialog, kControlAuthorRule, Choice{-1});
+  display.Write(dialog, kControlAuthorText, Choices{{u"kill"}});
+  SelectText(display, dialog, kControlAuthorRule);
   EXPECT_EQ(failures, (std::vector<std::string>{"display: no choice 1", "display: no choice -1",
-                                                "display: SetChoices of control 1011",
-                                                "display: SelectText of control 1010"}));
-  EXPECT_EQ(display.Choice(dialog, kControlAuthorRule), 0);
-  display.SetChoices(dialog, 4711, {u"x"});
-  display.SetChoice(99, kControlAuthorRule, 5);
-  display.SelectText(99, kControlAuthorText);
+                                                "display: Choices of control 1011",
+                                                "display: TextState of control 1010"}));
+  EXPECT_EQ(display.Read(dialog, kControlAuthorRule).choice, 0);
+  display.Write(dialog, 4711, Choices{{u"x"}});
+  display.Write(99, kControlAuthorRule, Choice{5});
+  SelectText(display, 99, kControlAuthorText);
   EXPECT_EQ(failures.size(), 4U) << "what does not exist takes every write";
+}
+
+TEST_F(Reading, ValuesThatAControlDoesNotHaveFail) {
+  ShowMain(kGroupTab);
+  const WindowHandle dialog = display.Create(kDialogNewGroup, window, DialogKind::kModal);
+  display.Write(dialog, kControlGroupName, Position{3});
+  display.Write(dialog, kControlGroupName, Checked{true});
+  display.Write(dialog, kControlOk, Rows{{{{u"x"}}}});
+  EXPECT_EQ(failures, (std::vector<std::string>{"display: Position of control 1001",
+                                                "display: Checked of control 1001",
+                                                "display: Rows of control 1"}));
+  EXPECT_FALSE(display.Read(dialog, kControlGroupName).checked);
+  EXPECT_EQ(display.Read(dialog, kControlGroupName).position, 0);
 }
 
 TEST_F(Reading, OneTextIsSelectedUntilItIsTypedOver) {
   ShowMain(kGroupTab);
-  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window);
+  const WindowHandle dialog = display.Create(kDialogKillfileEntry, window, DialogKind::kModal);
   display.Show(dialog);
-  display.SelectText(dialog, kControlAuthorText);
-  display.SelectText(dialog, kControlSubjectText);
-  EXPECT_FALSE(display.Control(dialog, kControlAuthorText)->text_selected);
-  EXPECT_TRUE(display.Control(dialog, kControlSubjectText)->text_selected);
+  SelectText(display, dialog, kControlAuthorText);
+  SelectText(display, dialog, kControlSubjectText);
+  EXPECT_FALSE(display.Control(dialog, kControlAuthorText)->text_selected());
+  EXPECT_TRUE(display.Control(dialog, kControlSubjectText)->text_selected());
   EXPECT_TRUE(display.Type(dialog, kControlSubjectText, u"x"));
-  EXPECT_FALSE(display.Control(dialog, kControlSubjectText)->text_selected);
+  EXPECT_FALSE(display.Control(dialog, kControlSubjectText)->text_selected());
 }
 
 TEST_F(Reading, TheObserverSeesAndAnswers) {

@@ -11,6 +11,7 @@
 #include "qt/forms.h"
 #include "qt/text.h"
 #include "tests/qt/display_fixture.h"
+#include "tests/support/select_text.h"
 
 namespace quillet::qt {
 namespace {
@@ -57,7 +58,7 @@ class FakeReader final : public Reader {
     for (const port::ShownDialog& shown : fake_.display.dialogs()) {
       if (shown.handle != dialog) continue;
       for (const port::ShownControl& one : shown.controls) {
-        if (one.id == control) return one.text_selected;
+        if (one.id == control) return one.text_selected();
       }
     }
     return false;
@@ -241,41 +242,42 @@ TEST_P(ArticleContract, FocusComesToTheText) {
 }
 
 TEST_P(ArticleContract, ChosenItemIsToldAndASetOneIsNot) {
-  const WindowHandle dialog = reader->Dialogs().Create(125, 0);
+  const WindowHandle dialog = reader->Dialogs().Create(125, 0, port::DialogKind::kModal);
   reader->Dialogs().Show(dialog);
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), -1);
-  reader->Dialogs().SetChoices(dialog, 1010, {u"one", u"two", u"three"});
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), 0);
-  reader->Dialogs().SetChoice(dialog, 1010, 2);
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), 2);
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, -1);
+  reader->Dialogs().Write(dialog, 1010, port::Choices{{u"one", u"two", u"three"}});
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, 0);
+  reader->Dialogs().Write(dialog, 1010, port::Choice{2});
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, 2);
   EXPECT_TRUE(TakeMessages(reader->Queues()).empty());
   reader->ChooseItem(dialog, 1010, 1);
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), 1);
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, 1);
   const Details commands = OfKind(TakeMessages(reader->Queues()), MessageKind::kCommand);
   ASSERT_FALSE(commands.empty());
   EXPECT_EQ(commands.back(), (std::pair<std::uint32_t, std::uint32_t>{1010, 0}));
-  reader->Dialogs().SetChoices(dialog, 1010, {});
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), -1);
+  reader->Dialogs().Write(dialog, 1010, port::Choices{{}});
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, -1);
 }
 
 TEST_P(ArticleContract, ChoiceOfWhatIsNotThereIsNone) {
-  const WindowHandle dialog = reader->Dialogs().Create(125, 0);
-  reader->Dialogs().SetChoices(dialog, 4711, {u"one"});
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 4711), -1);
+  const WindowHandle dialog = reader->Dialogs().Create(125, 0, port::DialogKind::kModal);
+  reader->Dialogs().Write(dialog, 4711, port::Choices{{u"one"}});
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 4711).choice, -1);
   reader->Dialogs().Destroy(dialog);
-  EXPECT_EQ(reader->Dialogs().Choice(dialog, 1010), -1);
+  EXPECT_EQ(reader->Dialogs().Read(dialog, 1010).choice, -1);
 }
 
 TEST_P(ArticleContract, TextIsSelectedBeforeAndAfterTheDialogIsShown) {
-  const WindowHandle dialog = reader->Dialogs().Create(123, 0);
-  reader->Dialogs().SetText(dialog, 1005, u"needle");
-  reader->Dialogs().SelectText(dialog, 1005);
+  const WindowHandle dialog = reader->Dialogs().Create(123, 0, port::DialogKind::kModal);
+  reader->Dialogs().Write(dialog, 1005, port::Text{u"needle"});
+  SelectText(reader->Dialogs(), dialog, 1005);
   reader->Dialogs().Show(dialog);
   EXPECT_TRUE(reader->IsSelected(dialog, 1005));
-  const WindowHandle other = reader->Dialogs().Create(125, 0);
+  const WindowHandle other = reader->Dialogs().Create(125, 0, port::DialogKind::kModal);
   reader->Dialogs().Show(other);
-  reader->Dialogs().SetText(other, 1013, u"subject");
-  reader->Dialogs().SelectText(other, 1013);
+  reader->Dialogs().Write(other, 1013, port::Text{u"subject"});
+  SelectText(reader->Dialogs(), other, 1013);
+  EXPECT_TRUE(reader->Dialogs().Read(other, 1013).focused);
   EXPECT_TRUE(reader->IsSelected(other, 1013));
 }
 

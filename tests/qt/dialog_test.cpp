@@ -25,7 +25,7 @@ class DialogTest : public DisplayTest {
     return *qobject_cast<Widget*>(ControlOf(WidgetOf(dialog), id));
   }
   WindowHandle Shown(std::uint32_t form, WindowHandle owner = 0) {
-    const WindowHandle dialog = dialogs().Create(form, owner);
+    const WindowHandle dialog = dialogs().Create(form, owner, port::DialogKind::kModal);
     dialogs().Show(dialog);
     OnDisplay([&] { EXPECT_TRUE(QTest::qWaitForWindowActive(&WidgetOf(dialog))); });
     return dialog;
@@ -34,7 +34,7 @@ class DialogTest : public DisplayTest {
 
 TEST_F(DialogTest, EveryFormHasTheControlsOfItsTemplate) {
   for (const DialogTemplate& form : ProductTemplates()) {
-    const WindowHandle dialog = dialogs().Create(form.id, 0);
+    const WindowHandle dialog = dialogs().Create(form.id, 0, port::DialogKind::kModal);
     ASSERT_NE(dialog, 0u) << form.id;
     OnDisplay([&] {
       for (const ControlTemplate& control : form.controls) {
@@ -49,7 +49,7 @@ TEST_F(DialogTest, EveryFormHasTheControlsOfItsTemplate) {
 }
 
 TEST_F(DialogTest, ProgressFormHasItsTextsAndDefaultButton) {
-  const WindowHandle dialog = dialogs().Create(120, 0);
+  const WindowHandle dialog = dialogs().Create(120, 0, port::DialogKind::kModal);
   OnDisplay([&] {
     auto& cancel = Control<QPushButton>(dialog, 2);
     EXPECT_EQ(cancel.text(), QStringLiteral("&Cancel"));
@@ -63,7 +63,7 @@ TEST_F(DialogTest, ProgressFormHasItsTextsAndDefaultButton) {
 }
 
 TEST_F(DialogTest, NewGroupFormHasItsTexts) {
-  const WindowHandle dialog = dialogs().Create(122, 0);
+  const WindowHandle dialog = dialogs().Create(122, 0, port::DialogKind::kModal);
   OnDisplay([&] {
     EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("Subscribe to newsgroup"));
     EXPECT_NE(qobject_cast<QLineEdit*>(ControlOf(WidgetOf(dialog), 1001)), nullptr);
@@ -76,7 +76,7 @@ TEST_F(DialogTest, NewGroupFormHasItsTexts) {
 }
 
 TEST_F(DialogTest, AboutBoxShowsIconAndProgramName) {
-  const WindowHandle dialog = dialogs().Create(121, 0);
+  const WindowHandle dialog = dialogs().Create(121, 0, port::DialogKind::kModal);
   OnDisplay([&] {
     EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("About Quillet CE"));
     bool icon = false;
@@ -92,7 +92,7 @@ TEST_F(DialogTest, AboutBoxShowsIconAndProgramName) {
 }
 
 TEST_F(DialogTest, UnknownFormIsRefused) {
-  EXPECT_EQ(dialogs().Create(9999, 0), 0u);
+  EXPECT_EQ(dialogs().Create(9999, 0, port::DialogKind::kModal), 0u);
 }
 
 TEST_F(DialogTest, ReadsSeeEveryEarlierWrite) {
@@ -100,17 +100,17 @@ TEST_F(DialogTest, ReadsSeeEveryEarlierWrite) {
   for (int i = 0; i < 200; ++i) {
     std::u16string text = u"group.";
     for (const char digit : std::to_string(i)) text += static_cast<char16_t>(digit);
-    dialogs().SetText(dialog, 1001, text);
-    ASSERT_EQ(dialogs().GetText(dialog, 1001), text);
+    dialogs().Write(dialog, 1001, port::Text{text});
+    ASSERT_EQ(dialogs().Read(dialog, 1001).text, text);
   }
 }
 
 TEST_F(DialogTest, WritesAreShownWithoutARead) {
   const WindowHandle dialog = Shown(120);
   for (int i = 0; i <= 1000; ++i) {
-    dialogs().SetProgressPosition(dialog, 1004, i);
-    if (i == 0) dialogs().SetProgressRange(dialog, 1004, 1000);
-    if (i == 1000) dialogs().SetText(dialog, 1022, u"last");
+    dialogs().Write(dialog, 1004, port::Position{i});
+    if (i == 0) dialogs().Write(dialog, 1004, port::Range{1000});
+    if (i == 1000) dialogs().Write(dialog, 1022, port::Text{u"last"});
   }
   EXPECT_TRUE(WaitOnDisplay([&] {
     return Control<QProgressBar>(dialog, 1004).value() == 1000 &&
@@ -122,7 +122,7 @@ TEST_F(DialogTest, WritesAreShownWithoutARead) {
 TEST_F(DialogTest, AStreamOfWritesIsShownSeldom) {
   const WindowHandle dialog = Shown(120);
   int changes = 0;  // display thread
-  dialogs().SetProgressRange(dialog, 1004, 65535);
+  dialogs().Write(dialog, 1004, port::Range{65535});
   OnDisplay([&] {
     QObject::connect(&Control<QProgressBar>(dialog, 1004), &QProgressBar::valueChanged,
                      &WidgetOf(dialog), [&changes] { ++changes; });
@@ -130,7 +130,7 @@ TEST_F(DialogTest, AStreamOfWritesIsShownSeldom) {
   const auto start = std::chrono::steady_clock::now();
   int writes = 0;
   while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(400)) {
-    dialogs().SetProgressPosition(dialog, 1004, ++writes % 65535);
+    dialogs().Write(dialog, 1004, port::Position{++writes % 65535});
   }
   int seen = 0;
   OnDisplay([&] { seen = changes; });
@@ -140,8 +140,8 @@ TEST_F(DialogTest, AStreamOfWritesIsShownSeldom) {
 }
 
 TEST_F(DialogTest, WritesAreShownBeforeTheDialogIs) {
-  const WindowHandle dialog = dialogs().Create(120, 0);
-  dialogs().SetText(dialog, 1020, u"Preparing to download...");
+  const WindowHandle dialog = dialogs().Create(120, 0, port::DialogKind::kModal);
+  dialogs().Write(dialog, 1020, port::Text{u"Preparing to download..."});
   dialogs().Show(dialog);
   OnDisplay([&] {
     EXPECT_TRUE(WidgetOf(dialog).isVisible());
@@ -151,13 +151,13 @@ TEST_F(DialogTest, WritesAreShownBeforeTheDialogIs) {
 
 TEST_F(DialogTest, PositionBeyondTheRangeIsItsEnd) {
   const WindowHandle dialog = Shown(120);
-  dialogs().SetProgressRange(dialog, 1004, 10);
-  dialogs().SetProgressPosition(dialog, 1004, 11);
-  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"");  // a read, so that all is shown
+  dialogs().Write(dialog, 1004, port::Range{10});
+  dialogs().Write(dialog, 1004, port::Position{11});
+  EXPECT_EQ(dialogs().Read(dialog, 1020).text, u"");  // a read, so that all is shown
   OnDisplay([&] { EXPECT_EQ(Control<QProgressBar>(dialog, 1004).value(), 10); });
-  dialogs().SetProgressRange(dialog, 1004, 0);  // at least 1
-  dialogs().SetProgressPosition(dialog, 1004, -5);
-  dialogs().GetText(dialog, 1020);
+  dialogs().Write(dialog, 1004, port::Range{0});  // at least 1
+  dialogs().Write(dialog, 1004, port::Position{-5});
+  dialogs().Read(dialog, 1020).text;
   OnDisplay([&] {
     EXPECT_EQ(Control<QProgressBar>(dialog, 1004).maximum(), 1);
     EXPECT_EQ(Control<QProgressBar>(dialog, 1004).value(), 0);
@@ -169,7 +169,7 @@ TEST_F(DialogTest, PressesComeToTheThreadThatCreatedIt) {
   std::promise<void> created;
   port::Message got;
   std::thread owner([&] {
-    dialog = dialogs().Create(120, 0);
+    dialog = dialogs().Create(120, 0, port::DialogKind::kModal);
     dialogs().Show(dialog);
     created.set_value();
     queues.Get(got);
@@ -201,7 +201,7 @@ TEST_F(DialogTest, EnterPressesTheDefaultButton) {
 TEST_F(DialogTest, TypedTextIsRead) {
   const WindowHandle dialog = Shown(122);
   OnDisplay([&] { QTest::keyClicks(&Control<QLineEdit>(dialog, 1001), QStringLiteral("comp.x")); });
-  EXPECT_EQ(dialogs().GetText(dialog, 1001), u"comp.x");
+  EXPECT_EQ(dialogs().Read(dialog, 1001).text, u"comp.x");
 }
 
 TEST_F(DialogTest, FirstEditHasTheFocus) {
@@ -211,11 +211,11 @@ TEST_F(DialogTest, FirstEditHasTheFocus) {
 
 TEST_F(DialogTest, HiddenButtonCannotBePressedAgain) {
   const WindowHandle dialog = Shown(120);
-  dialogs().ShowControl(dialog, 2, false);
-  dialogs().GetText(dialog, 1020);
+  dialogs().Write(dialog, 2, port::Visible{false});
+  dialogs().Read(dialog, 1020).text;
   OnDisplay([&] { EXPECT_FALSE(Control<QPushButton>(dialog, 2).isVisible()); });
-  dialogs().ShowControl(dialog, 2, true);
-  dialogs().GetText(dialog, 1020);
+  dialogs().Write(dialog, 2, port::Visible{true});
+  dialogs().Read(dialog, 1020).text;
   OnDisplay([&] { EXPECT_TRUE(Control<QPushButton>(dialog, 2).isVisible()); });
 }
 
@@ -237,16 +237,19 @@ TEST_F(DialogTest, DestroyLeavesTheMainWindowAlone) {
 
 TEST_F(DialogTest, WhatDoesNotExistIsEmptyAndTakesNothing) {
   const WindowHandle dialog = Shown(120);
-  dialogs().SetText(dialog, 4711, u"x");
-  dialogs().SetChecked(dialog, 1020, true);
-  dialogs().SetProgressRange(dialog, 1020, 5);
-  EXPECT_EQ(dialogs().GetText(dialog, 4711), u"");
-  EXPECT_FALSE(dialogs().IsChecked(dialog, 1020));
+  dialogs().Write(dialog, 4711, port::Text{u"x"});
+  dialogs().Write(dialog, 1020, port::Checked{true});
+  dialogs().Write(dialog, 1020, port::Range{5});
+  dialogs().Write(dialog, 1020, port::Position{3});
+  dialogs().Write(dialog, 1004, port::Rows{{{{u"x"}}}});
+  dialogs().Write(dialog, 1004, port::Text{u"x"});
+  EXPECT_EQ(dialogs().Read(dialog, 4711).text, u"");
+  EXPECT_FALSE(dialogs().Read(dialog, 1020).checked);
   dialogs().Destroy(dialog);
-  dialogs().SetText(dialog, 1020, u"x");
+  dialogs().Write(dialog, 1020, port::Text{u"x"});
   dialogs().Show(dialog);
-  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"");
-  EXPECT_EQ(dialogs().GetText(0, 0), u"");
+  EXPECT_EQ(dialogs().Read(dialog, 1020).text, u"");
+  EXPECT_EQ(dialogs().Read(0, 0).text, u"");
 }
 
 TEST_F(DialogTest, ShownDialogTakesTheInputOfItsOwnerOnly) {
@@ -275,9 +278,9 @@ TEST_F(DialogTest, LongTextsDoNotMakeTheProgressDialogGrow) {
   const WindowHandle dialog = Shown(120);
   QSize before;
   OnDisplay([&] { before = WidgetOf(dialog).size(); });
-  dialogs().SetText(dialog, 1022, std::u16string(500, u'w'));
-  dialogs().SetText(dialog, 1020, u"<b>not bold</b>");
-  EXPECT_EQ(dialogs().GetText(dialog, 1020), u"<b>not bold</b>");
+  dialogs().Write(dialog, 1022, port::Text{std::u16string(500, u'w')});
+  dialogs().Write(dialog, 1020, port::Text{u"<b>not bold</b>"});
+  EXPECT_EQ(dialogs().Read(dialog, 1020).text, u"<b>not bold</b>");
   OnDisplay([&] {
     QCoreApplication::processEvents();
     EXPECT_EQ(WidgetOf(dialog).size(), before);
@@ -320,7 +323,7 @@ TEST_F(DialogTest, EscapeThatClosedADialogDoesNotReachTheWindowBelow) {
 
 TEST_F(DialogTest, AfterTheDisplayHasGoneNothingIsCreated) {
   OnDisplay([&] { device->jobs().Close(); });
-  EXPECT_EQ(dialogs().Create(120, 0), 0u);
+  EXPECT_EQ(dialogs().Create(120, 0, port::DialogKind::kModal), 0u);
 }
 
 }  // namespace

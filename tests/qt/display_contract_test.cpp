@@ -337,41 +337,41 @@ class DisplayContract : public ::testing::TestWithParam<Kind> {
 };
 
 TEST_P(DisplayContract, HandlesAreNeverReused) {
-  const WindowHandle first = subject->Dialogs().Create(120, 0);
+  const WindowHandle first = subject->Dialogs().Create(120, 0, port::DialogKind::kModal);
   subject->Dialogs().Destroy(first);
-  const WindowHandle second = subject->Dialogs().Create(120, 0);
+  const WindowHandle second = subject->Dialogs().Create(120, 0, port::DialogKind::kModal);
   EXPECT_NE(first, 0u);
   EXPECT_NE(second, 0u);
   EXPECT_NE(first, second);
 }
 
 TEST_P(DisplayContract, TextsOfTheFormsAreThere) {
-  const WindowHandle progress = subject->Dialogs().Create(120, 0);
-  EXPECT_EQ(subject->Dialogs().GetText(progress, 2), u"&Cancel");
-  EXPECT_EQ(subject->Dialogs().GetText(progress, 1020), u"");
-  const WindowHandle group = subject->Dialogs().Create(122, 0);
-  EXPECT_EQ(subject->Dialogs().GetText(group, 1), u"OK");
-  EXPECT_EQ(subject->Dialogs().GetText(group, 2), u"Cancel");
-  EXPECT_EQ(subject->Dialogs().GetText(group, 1001), u"");
+  const WindowHandle progress = subject->Dialogs().Create(120, 0, port::DialogKind::kModal);
+  EXPECT_EQ(subject->Dialogs().Read(progress, 2).text, u"&Cancel");
+  EXPECT_EQ(subject->Dialogs().Read(progress, 1020).text, u"");
+  const WindowHandle group = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
+  EXPECT_EQ(subject->Dialogs().Read(group, 1).text, u"OK");
+  EXPECT_EQ(subject->Dialogs().Read(group, 2).text, u"Cancel");
+  EXPECT_EQ(subject->Dialogs().Read(group, 1001).text, u"");
 }
 
 TEST_P(DisplayContract, WrittenTextIsRead) {
-  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
-  subject->Dialogs().SetText(dialog, 1001, u"comp.lang.c");
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"comp.lang.c");
-  subject->Dialogs().SetText(dialog, 1001, u"");
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
+  subject->Dialogs().Write(dialog, 1001, port::Text{u"comp.lang.c"});
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 1001).text, u"comp.lang.c");
+  subject->Dialogs().Write(dialog, 1001, port::Text{u""});
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 1001).text, u"");
 }
 
 TEST_P(DisplayContract, TypedTextIsRead) {
-  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
   subject->Dialogs().Show(dialog);
   subject->Type(dialog, 1001, u"alt.test");
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"alt.test");
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 1001).text, u"alt.test");
 }
 
 TEST_P(DisplayContract, PressIsACommandOfTheDialog) {
-  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
   subject->Dialogs().Show(dialog);
   subject->Press(dialog, 1);
   subject->CloseDialog(dialog);
@@ -380,25 +380,24 @@ TEST_P(DisplayContract, PressIsACommandOfTheDialog) {
 }
 
 TEST_P(DisplayContract, DestroyedDialogIsEmptyAndDropsItsMessages) {
-  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
   subject->Dialogs().Show(dialog);
-  subject->Dialogs().SetText(dialog, 1001, u"x");
+  subject->Dialogs().Write(dialog, 1001, port::Text{u"x"});
   subject->Press(dialog, 1);
   subject->Dialogs().Destroy(dialog);
   subject->Dialogs().Destroy(dialog);
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
-  subject->Dialogs().SetText(dialog, 1001, u"y");
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 1001).text, u"");
+  subject->Dialogs().Write(dialog, 1001, port::Text{u"y"});
   ExpectOnly({});
 }
 
 TEST_P(DisplayContract, ControlThatDoesNotExistIsEmpty) {
-  const WindowHandle dialog = subject->Dialogs().Create(122, 0);
-  subject->Dialogs().SetText(dialog, 4711, u"x");
-  subject->Dialogs().ShowControl(dialog, 4711, false);
-  subject->Dialogs().SetProgressPosition(dialog, 1001, 3);
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 4711), u"");
-  EXPECT_FALSE(subject->Dialogs().IsChecked(dialog, 1001));
-  EXPECT_EQ(subject->Dialogs().GetText(dialog, 1001), u"");
+  const WindowHandle dialog = subject->Dialogs().Create(122, 0, port::DialogKind::kModal);
+  subject->Dialogs().Write(dialog, 4711, port::Text{u"x"});
+  subject->Dialogs().Write(dialog, 4711, port::Visible{false});
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 4711).text, u"");
+  EXPECT_FALSE(subject->Dialogs().Read(dialog, 1001).checked);
+  EXPECT_EQ(subject->Dialogs().Read(dialog, 1001).text, u"");
 }
 
 using Boxes = std::vector<CheckState>;

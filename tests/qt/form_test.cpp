@@ -9,6 +9,7 @@
 #include "qt/dialogs.h"
 #include "qt/forms.h"
 #include "tests/qt/display_fixture.h"
+#include "tests/support/select_text.h"
 
 namespace quillet::qt {
 namespace {
@@ -30,7 +31,7 @@ class FormTest : public DisplayTest {
     return *qobject_cast<Widget*>(ControlOf(WidgetOf(dialog), id));
   }
   WindowHandle Shown(std::uint32_t form, WindowHandle owner = 0) {
-    const WindowHandle dialog = dialogs().Create(form, owner);
+    const WindowHandle dialog = dialogs().Create(form, owner, port::DialogKind::kModal);
     ShowIt(dialog);
     return dialog;
   }
@@ -43,7 +44,7 @@ class FormTest : public DisplayTest {
 };
 
 TEST_F(FormTest, FindHasItsTexts) {
-  const WindowHandle dialog = dialogs().Create(123, 0);
+  const WindowHandle dialog = dialogs().Create(123, 0, port::DialogKind::kModal);
   OnDisplay([&] {
     EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("Find"));
     auto* label = WidgetOf(dialog).findChild<QLabel*>();
@@ -59,9 +60,9 @@ TEST_F(FormTest, FindHasItsTexts) {
 }
 
 TEST_F(FormTest, HeadersAreAReadOnlyText) {
-  const WindowHandle dialog = dialogs().Create(124, 0);
-  dialogs().SetText(dialog, 1009, u"Subject: <b>x</b>\r\nFrom: y\r\n");
-  EXPECT_EQ(dialogs().GetText(dialog, 1009), u"Subject: <b>x</b>\nFrom: y\n");
+  const WindowHandle dialog = dialogs().Create(124, 0, port::DialogKind::kModal);
+  dialogs().Write(dialog, 1009, port::Text{u"Subject: <b>x</b>\r\nFrom: y\r\n"});
+  EXPECT_EQ(dialogs().Read(dialog, 1009).text, u"Subject: <b>x</b>\r\nFrom: y\r\n");
   OnDisplay([&] {
     EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("Message headers"));
     EXPECT_TRUE(Control<QPlainTextEdit>(dialog, 1009).isReadOnly());
@@ -106,7 +107,7 @@ TEST_F(FormTest, EnterAndEscapeAnswerTheHeaders) {
 }
 
 TEST_F(FormTest, KillfileEntryHasItsTexts) {
-  const WindowHandle dialog = dialogs().Create(125, 0);
+  const WindowHandle dialog = dialogs().Create(125, 0, port::DialogKind::kModal);
   OnDisplay([&] {
     EXPECT_EQ(WidgetOf(dialog).windowTitle(), QStringLiteral("Add to killfile"));
     EXPECT_EQ(Control<QCheckBox>(dialog, 1015).text(),
@@ -118,7 +119,7 @@ TEST_F(FormTest, KillfileEntryHasItsTexts) {
 
 TEST_F(FormTest, EveryControlIsNamedForReaders) {
   for (const std::uint32_t form : {123u, 124u, 125u}) {
-    const WindowHandle dialog = dialogs().Create(form, 0);
+    const WindowHandle dialog = dialogs().Create(form, 0, port::DialogKind::kModal);
     OnDisplay([&] {
       EXPECT_FALSE(WidgetOf(dialog).accessibleName().isEmpty());
       for (const QWidget* widget : WidgetOf(dialog).findChildren<QWidget*>()) {
@@ -150,53 +151,53 @@ TEST_F(FormTest, FormsFitASmallScreen) {
 }
 
 TEST_F(FormTest, ChoicesAreReplacedAndTheFirstIsChosen) {
-  const WindowHandle dialog = dialogs().Create(125, 0);
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), -1);
-  dialogs().SetChoices(dialog, 1010, kAuthorRules);
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), 0);
-  dialogs().SetChoice(dialog, 1010, 2);
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), 2);
-  dialogs().SetChoice(dialog, 1010, 3);
-  dialogs().SetChoice(dialog, 1010, -1);
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), 2);
+  const WindowHandle dialog = dialogs().Create(125, 0, port::DialogKind::kModal);
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, -1);
+  dialogs().Write(dialog, 1010, port::Choices{kAuthorRules});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 0);
+  dialogs().Write(dialog, 1010, port::Choice{2});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 2);
+  dialogs().Write(dialog, 1010, port::Choice{3});
+  dialogs().Write(dialog, 1010, port::Choice{-1});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 2);
   OnDisplay([&] {
     auto& list = Control<QComboBox>(dialog, 1010);
     ASSERT_EQ(list.count(), 3);
     EXPECT_EQ(list.itemText(1), QStringLiteral("Require author to contain:"));
     EXPECT_EQ(list.currentText(), QStringLiteral("Don't check author"));
   });
-  dialogs().SetChoices(dialog, 1010, {u"one"});
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), 0);
-  dialogs().SetChoices(dialog, 1010, {});
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), -1);
+  dialogs().Write(dialog, 1010, port::Choices{{u"one"}});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 0);
+  dialogs().Write(dialog, 1010, port::Choices{{}});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, -1);
 }
 
 TEST_F(FormTest, OnlyTheUsersChoicesAreTold) {
   const WindowHandle dialog = Shown(125);
-  dialogs().SetChoices(dialog, 1010, kAuthorRules);
-  dialogs().SetChoice(dialog, 1010, 1);
+  dialogs().Write(dialog, 1010, port::Choices{kAuthorRules});
+  dialogs().Write(dialog, 1010, port::Choice{1});
   EXPECT_TRUE(TakeCommands().empty());
   OnDisplay([&] { Control<QComboBox>(dialog, 1010).setFocus(); });
   Key(Qt::Key_Down);
   EXPECT_EQ(TakeCommands(), (Details{{1010, 0}}));
-  EXPECT_EQ(dialogs().Choice(dialog, 1010), 2);
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 2);
 }
 
 TEST_F(FormTest, ChoicesOfWhatIsNoListAreNone) {
-  const WindowHandle dialog = dialogs().Create(125, 0);
-  dialogs().SetChoices(dialog, 1011, kAuthorRules);
-  dialogs().SetChoice(dialog, 1011, 1);
-  EXPECT_EQ(dialogs().Choice(dialog, 1011), -1);
-  EXPECT_EQ(dialogs().Choice(0, 1010), -1);
-  dialogs().SetChoices(4711, 1010, kAuthorRules);
+  const WindowHandle dialog = dialogs().Create(125, 0, port::DialogKind::kModal);
+  dialogs().Write(dialog, 1011, port::Choices{kAuthorRules});
+  dialogs().Write(dialog, 1011, port::Choice{1});
+  EXPECT_EQ(dialogs().Read(dialog, 1011).choice, -1);
+  EXPECT_EQ(dialogs().Read(0, 1010).choice, -1);
+  dialogs().Write(4711, 1010, port::Choices{kAuthorRules});
 }
 
 TEST_F(FormTest, HiddenTextLeavesItsPlaceEmpty) {
   const WindowHandle dialog = Shown(125);
   QRect below;
   OnDisplay([&] { below = Control<QWidget>(dialog, 1012).geometry(); });
-  dialogs().ShowControl(dialog, 1011, false);
-  dialogs().GetText(dialog, 1013);
+  dialogs().Write(dialog, 1011, port::Visible{false});
+  dialogs().Read(dialog, 1013).text;
   OnDisplay([&] {
     QCoreApplication::processEvents();
     EXPECT_FALSE(Control<QWidget>(dialog, 1011).isVisible());
@@ -205,36 +206,37 @@ TEST_F(FormTest, HiddenTextLeavesItsPlaceEmpty) {
 }
 
 TEST_F(FormTest, SelectedTextIsTypedOver) {
-  const WindowHandle dialog = dialogs().Create(125, 0);
-  dialogs().SetText(dialog, 1013, u"old text");
-  dialogs().SelectText(dialog, 1013);  // before it is shown
+  const WindowHandle dialog = dialogs().Create(125, 0, port::DialogKind::kModal);
+  dialogs().Write(dialog, 1013, port::Text{u"old text"});
+  SelectText(dialogs(), dialog, 1013);  // before it is shown
   ShowIt(dialog);
   OnDisplay([&] {
     EXPECT_TRUE(Control<QLineEdit>(dialog, 1013).hasFocus());
     EXPECT_EQ(Control<QLineEdit>(dialog, 1013).selectedText(), QStringLiteral("old text"));
   });
-  dialogs().SetText(dialog, 1011, u"author");
-  dialogs().SelectText(dialog, 1011);  // while it is shown
+  dialogs().Write(dialog, 1011, port::Text{u"author"});
+  SelectText(dialogs(), dialog, 1011);  // while it is shown
+  EXPECT_TRUE(dialogs().Read(dialog, 1011).focused);
   Key(Qt::Key_X);
-  EXPECT_EQ(dialogs().GetText(dialog, 1011), u"x");
-  EXPECT_EQ(dialogs().GetText(dialog, 1013), u"old text");
+  EXPECT_EQ(dialogs().Read(dialog, 1011).text, u"x");
+  EXPECT_EQ(dialogs().Read(dialog, 1013).text, u"old text");
 }
 
 TEST_F(FormTest, SelectingWhatIsNoTextDoesNothing) {
   const WindowHandle dialog = Shown(125);
-  dialogs().SelectText(dialog, 1015);
-  dialogs().SelectText(dialog, 4711);
-  dialogs().SelectText(0, 1011);
+  dialogs().Write(dialog, 1015, port::TextState{0, port::kWholeText});
+  SelectText(dialogs(), dialog, 4711);
+  SelectText(dialogs(), 0, 1011);
   OnDisplay([&] { EXPECT_TRUE(Control<QWidget>(dialog, 1010).hasFocus()); });
 }
 
 TEST_F(FormTest, BoxesKeepTheirState) {
   const WindowHandle dialog = Shown(123);
-  dialogs().SetChecked(dialog, 1007, true);
-  EXPECT_TRUE(dialogs().IsChecked(dialog, 1007));
+  dialogs().Write(dialog, 1007, port::Checked{true});
+  EXPECT_TRUE(dialogs().Read(dialog, 1007).checked);
   OnDisplay([&] { Control<QCheckBox>(dialog, 1006).click(); });
-  EXPECT_TRUE(dialogs().IsChecked(dialog, 1006));
-  EXPECT_FALSE(dialogs().IsChecked(dialog, 1008));
+  EXPECT_TRUE(dialogs().Read(dialog, 1006).checked);
+  EXPECT_FALSE(dialogs().Read(dialog, 1008).checked);
 }
 
 }  // namespace

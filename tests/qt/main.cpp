@@ -7,10 +7,13 @@
 #include <cstring>
 #include <thread>
 
+#include "qt/form_table.h"
+#include "tests/forms/forms.h"
 #include "tests/qt/display_fixture.h"
 
 namespace quillet::qt {
 JobQueue* gDisplayThread = nullptr;
+std::span<const FormEntry> TestForms();
 }  // namespace quillet::qt
 
 namespace {
@@ -31,6 +34,8 @@ int main(int argc, char** argv) {
   QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   const QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
+  quillet::qt::AddForms(quillet::qt::TestForms());
+  quillet::AddDialogTemplates(quillet::TestTemplates());
   quillet::qt::JobQueue jobs;
   quillet::qt::gDisplayThread = &jobs;
   QEventLoop loop;

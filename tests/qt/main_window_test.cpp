@@ -105,7 +105,7 @@ TEST_F(WindowTest, CloseButtonOnlyAsks) {
 
 TEST_F(WindowTest, DestroyIsIdempotentAndTakesTheDialogsAlong) {
   const WindowHandle handle = ShowWindow();
-  const WindowHandle dialog = device->dialogs().Create(120, handle);
+  const WindowHandle dialog = device->dialogs().Create(120, handle, port::DialogKind::kModal);
   windows().DestroyMainWindow();
   windows().DestroyMainWindow();
   OnDisplay([&] {
@@ -486,7 +486,7 @@ TEST_F(WindowTest, EveryControlHasAnAccessibleName) {
   FillRows(2);
   std::vector<WindowHandle> dialogs;
   for (const std::uint32_t form : {120u, 121u, 122u}) {
-    dialogs.push_back(device->dialogs().Create(form, main));
+    dialogs.push_back(device->dialogs().Create(form, main, port::DialogKind::kModal));
   }
   OnDisplay([&] {
     int looked_at = 0;

@@ -162,7 +162,7 @@ TEST_F(MessageBoxTest, BoxesOfSeveralThreadsAnswerTheirOwnCaller) {
 }
 
 TEST_F(MessageBoxTest, OwnerThatIsDestroyedAnswersLikeEscape) {
-  const port::WindowHandle dialog = device->dialogs().Create(120, 0);
+  const port::WindowHandle dialog = device->dialogs().Create(120, 0, port::DialogKind::kModal);
   device->dialogs().Show(dialog);
   auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"Text", dialog);
   ASSERT_TRUE(WaitForBoxes(1));

@@ -2,6 +2,7 @@
 #include <QContextMenuEvent>
 #include <QMenu>
 
+#include "qt/forms.h"
 #include "tests/qt/display_fixture.h"
 
 namespace quillet::qt {
@@ -29,10 +30,11 @@ class PopUpTest : public DisplayTest {
     });
   }
   // Shows the menu from a thread of its own and waits until it is there.
-  std::future<std::uint32_t> ShowLater() {
-    auto answer = std::async(std::launch::async, [this] {
+  std::future<std::uint32_t> ShowLater(port::WindowHandle owner = 0) {
+    auto answer = std::async(std::launch::async, [this, owner] {
       return device->pop_ups().ShowPopUp(
-          main, {{40053, u"Delete Article"}, {40028, u"Delete Thread"}, {40024, u"Mark Read"}});
+          owner == 0 ? main : owner,
+          {{40053, u"Delete Article"}, {40028, u"Delete Thread"}, {40024, u"Mark Read"}});
     });
     EXPECT_TRUE(WaitOnDisplay([&] { return device->pop_ups().OpenMenu() != nullptr; }));
     return answer;
@@ -116,11 +118,31 @@ TEST_F(PopUpTest, MenuAtTheEdgeStaysOnTheScreen) {
   EXPECT_EQ(answer.get(), 0u);
 }
 
+TEST_F(PopUpTest, MenuOfADialogOpensAtTheButtonPressedLast) {
+  const port::WindowHandle dialog = device->dialogs().Create(122, main, port::DialogKind::kModal);
+  device->dialogs().Show(dialog);
+  QPoint below;
+  OnDisplay([&] {
+    QWidget& widget = *device->display().WidgetOf(dialog);
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&widget));
+    QWidget* button = ControlOf(widget, 1);
+    QTest::mouseClick(button, Qt::LeftButton);
+    below = button->mapToGlobal(button->rect().bottomLeft());
+  });
+  auto answer = ShowLater(dialog);
+  OnDisplay([&] {
+    EXPECT_EQ(Menu().pos(), below);
+    Menu().close();
+  });
+  EXPECT_EQ(answer.get(), 0u);
+  device->dialogs().Destroy(dialog);
+}
+
 TEST_F(PopUpTest, OtherThreadsAreServedMeanwhile) {
   auto answer = ShowLater();
-  const port::WindowHandle dialog = device->dialogs().Create(120, 0);
-  device->dialogs().SetText(dialog, 1020, u"Downloading");
-  EXPECT_EQ(device->dialogs().GetText(dialog, 1020), u"Downloading");
+  const port::WindowHandle dialog = device->dialogs().Create(120, 0, port::DialogKind::kModal);
+  device->dialogs().Write(dialog, 1020, port::Text{u"Downloading"});
+  EXPECT_EQ(device->dialogs().Read(dialog, 1020).text, u"Downloading");
   device->dialogs().Destroy(dialog);
   PressKey(Qt::Key_Escape);
   EXPECT_EQ(answer.get(), 0u);

@@ -14,6 +14,7 @@
 #include "script/script_run.h"
 #include "script/shown_nodes.h"
 #include "script/words.h"
+#include "tests/support/select_text.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -350,8 +351,8 @@ class ObserverTest : public testing::Test {
   void RunUnderDialog(const std::function<void()>& operation) {
     std::atomic<port::WindowHandle> dialog = 0;
     std::thread thread([&] {
-      const port::WindowHandle own = display_.Create(kDialogProgress, 0);
-      display_.SetText(own, kControlProgressTitle, u"Working");
+      const port::WindowHandle own = display_.Create(kDialogProgress, 0, port::DialogKind::kModal);
+      display_.Write(own, kControlProgressTitle, port::Text{u"Working"});
       display_.Show(own);
       dialog = own;
       dialog.notify_all();
@@ -401,12 +402,12 @@ TEST_F(ObserverTest, CancelIsHandledRightAfterTheChangeItWasAnnouncedFor) {
     observer_.CancelAfter(static_cast<std::uint32_t>(n));
     std::vector<int> seen;
     RunUnderDialog([&] {
-      display_.SetText(dialog_, kControlProgressDetail, u"one");
+      display_.Write(dialog_, kControlProgressDetail, port::Text{u"one"});
       seen.push_back(presses_);
-      display_.SetText(dialog_, kControlProgressDetail, u"two");
+      display_.Write(dialog_, kControlProgressDetail, port::Text{u"two"});
       seen.push_back(presses_);
       for (const int position : positions) {
-        display_.SetProgressPosition(dialog_, kControlProgressBar, position);
+        display_.Write(dialog_, kControlProgressBar, port::Position{position});
         seen.push_back(presses_);
       }
     });
@@ -422,11 +423,11 @@ TEST_F(ObserverTest, CancelIsHandledRightAfterTheChangeItWasAnnouncedFor) {
 TEST_F(ObserverTest, ChangesAreCountedOverSeveralDialogs) {
   observer_.CancelAfter(3);
   RunUnderDialog([&] {
-    display_.SetText(dialog_, kControlProgressDetail, u"one");
+    display_.Write(dialog_, kControlProgressDetail, port::Text{u"one"});
     EXPECT_EQ(presses_, 0);
   });
   RunUnderDialog([&] {
-    display_.SetText(dialog_, kControlProgressDetail, u"two");
+    display_.Write(dialog_, kControlProgressDetail, port::Text{u"two"});
     EXPECT_EQ(presses_, 1);
   });
   EXPECT_NE(Output().find(R"({"event":"progress-cancelled","change":3})"), std::string::npos);
@@ -435,21 +436,21 @@ TEST_F(ObserverTest, ChangesAreCountedOverSeveralDialogs) {
 TEST_F(ObserverTest, AForgottenCancelIsNotPressed) {
   observer_.CancelAfter(1);
   observer_.CancelAfter(std::nullopt);
-  RunUnderDialog([&] { display_.SetText(dialog_, kControlProgressDetail, u"one"); });
+  RunUnderDialog([&] { display_.Write(dialog_, kControlProgressDetail, port::Text{u"one"}); });
   EXPECT_EQ(presses_, 0);
 }
 
 TEST_F(ObserverTest, ProgressIsReportedInOrderAndPositionsOnlyOnDemand) {
-  RunUnderDialog([&] { display_.SetProgressPosition(dialog_, kControlProgressBar, 7); });
+  RunUnderDialog([&] { display_.Write(dialog_, kControlProgressBar, port::Position{7}); });
   EXPECT_EQ(Output().find("progress-position"), std::string::npos);
   observer_.ReportPositions(true);
   RunUnderDialog([&] {
     EXPECT_TRUE(observer_.ProgressShows(u"Work"));
     EXPECT_FALSE(observer_.ProgressShows(u"one"));
-    display_.SetText(dialog_, kControlProgressDetail, u"one");
+    display_.Write(dialog_, kControlProgressDetail, port::Text{u"one"});
     EXPECT_TRUE(observer_.ProgressShows(u"one"));
-    display_.SetProgressRange(dialog_, kControlProgressBar, 9);
-    display_.SetProgressPosition(dialog_, kControlProgressBar, 7);
+    display_.Write(dialog_, kControlProgressBar, port::Range{9});
+    display_.Write(dialog_, kControlProgressBar, port::Position{7});
   });
   EXPECT_FALSE(observer_.ProgressShows(u""));
   const std::string output = Output();
@@ -535,10 +536,11 @@ TEST_F(ObserverTest, AnUnannouncedSaveDialogStopsTheRun) {
 }
 
 TEST_F(ObserverTest, DropDownListsTellTheirChoices) {
-  const port::WindowHandle dialog = display_.Create(kDialogKillfileEntry, 0);
-  display_.SetChoices(dialog, kControlAuthorRule, {u"kill", u"require"});
-  display_.SetChoice(dialog, kControlAuthorRule, 1);
-  display_.SelectText(dialog, kControlAuthorText);
+  const port::WindowHandle dialog =
+      display_.Create(kDialogKillfileEntry, 0, port::DialogKind::kModal);
+  display_.Write(dialog, kControlAuthorRule, port::Choices{{u"kill", u"require"}});
+  display_.Write(dialog, kControlAuthorRule, port::Choice{1});
+  SelectText(display_, dialog, kControlAuthorText);
   display_.Show(dialog);
   const std::string output = Output();
   EXPECT_NE(output.find(R"({"id":1010,"kind":"choice",)"), std::string::npos) << output;

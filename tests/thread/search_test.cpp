@@ -62,7 +62,7 @@ TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
   EXPECT_TRUE(gReading.find.in_headers);
   fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
     EXPECT_EQ(fake.display.Control(dialog, kControlFindText)->text, u"gr\u00FC\u00DFe \u20AC");
-    EXPECT_TRUE(fake.display.Control(dialog, kControlFindText)->text_selected);
+    EXPECT_TRUE(fake.display.Control(dialog, kControlFindText)->text_selected());
     EXPECT_TRUE(fake.display.Control(dialog, kControlMatchCase)->checked);
     EXPECT_FALSE(fake.display.Control(dialog, kControlWholeWord)->checked);
     EXPECT_TRUE(fake.display.Control(dialog, kControlSearchHeaders)->checked);

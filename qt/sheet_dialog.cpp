@@ -1,0 +1,178 @@
+#include "qt/sheet_dialog.h"
+
+#include <QBoxLayout>
+#include <QCloseEvent>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <utility>
+
+#include "qt/main_window.h"
+#include "qt/window_style.h"
+#include "res/resource.h"
+
+namespace quillet::qt {
+namespace {
+
+// As large as its page when there is room.
+class PageArea final : public QScrollArea {
+ public:
+  using QScrollArea::QScrollArea;
+  QSize sizeHint() const override {
+    const int frame = 2 * frameWidth();
+    return widget()->sizeHint() + QSize(frame + verticalScrollBar()->sizeHint().width(), frame);
+  }
+};
+
+QPushButton* NewButton(const QString& text) {
+  auto* button = new QPushButton(text);
+  button->setAccessibleName(text);
+  return button;
+}
+
+}  // namespace
+
+SheetDialog::SheetDialog(const QString& title, const std::vector<Page>& pages, QWidget* owner,
+                         Tell tell)
+    : QDialog(owner),
+      tell_(std::move(tell)),
+      narrow_(FillsScreen(this)),
+      stack_(new QStackedWidget) {
+  setWindowTitle(title);
+  setAccessibleName(title);
+  setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  auto* layout = new QVBoxLayout(this);
+  auto* middle = new QBoxLayout(narrow_ ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+  layout->addLayout(middle, 1);
+  middle->addWidget(NewPageChooser());
+  middle->addWidget(stack_, 1);
+  for (const Page& page : pages) AddPage(page);
+  layout->addWidget(NewButtons());  // last: Tab comes there behind the pages
+  if (names_ != nullptr) {
+    names_->setCurrentRow(0);
+    names_->setFixedWidth(names_->sizeHintForColumn(0) + 2 * names_->frameWidth() +
+                          names_->verticalScrollBar()->sizeHint().width());
+  }
+  BindKeys();
+}
+
+QWidget* SheetDialog::NewPageChooser() {
+  if (narrow_) {
+    short_names_ = new QComboBox;
+    short_names_->setAccessibleName(QStringLiteral("Page"));
+    connect(short_names_, &QComboBox::activated, this, &SheetDialog::ShowPage);
+    return short_names_;
+  }
+  names_ = new QListWidget;
+  names_->setAccessibleName(QStringLiteral("Pages"));
+  auto* style = new WindowStyle;
+  style->setParent(names_);
+  names_->setStyle(style);
+  connect(names_, &QListWidget::currentRowChanged, this, [this](int page) {
+    if (stack_->count() > 0) ShowPage(page);
+  });
+  return names_;
+}
+
+QWidget* SheetDialog::NewButtons() {
+  auto* row = new QWidget;
+  row->setAccessibleName(QStringLiteral("Buttons"));
+  auto* layout = new QHBoxLayout(row);
+  layout->setContentsMargins(0, 0, 0, 0);
+  QPushButton* ok = NewButton(QStringLiteral("OK"));
+  QPushButton* cancel = NewButton(QStringLiteral("Cancel"));
+  ok->setDefault(true);
+  cancel->setAutoDefault(false);
+  layout->addStretch(1);
+  layout->addWidget(ok);
+  layout->addWidget(cancel);
+  connect(ok, &QPushButton::clicked, this, &SheetDialog::accept);
+  connect(cancel, &QPushButton::clicked, this, &SheetDialog::reject);
+  return row;
+}
+
+void SheetDialog::AddPage(const Page& page) {
+  auto* area = new PageArea;
+  area->setFrameShape(QFrame::NoFrame);
+  area->setWidgetResizable(true);
+  area->setAccessibleName(page.caption);
+  area->setFocusPolicy(Qt::NoFocus);
+  page.widget->setAccessibleName(page.caption);
+  area->setWidget(page.widget);
+  stack_->addWidget(area);
+  if (names_ != nullptr) names_->addItem(page.caption);
+  if (short_names_ != nullptr) short_names_->addItem(page.caption);
+}
+
+void SheetDialog::BindKeys() {
+  const std::initializer_list<std::pair<QKeySequence, int>> keys = {
+      {QKeySequence(Qt::CTRL | Qt::Key_Tab), 1},
+      {QKeySequence(Qt::CTRL | Qt::Key_PageDown), 1},
+      {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab), -1},
+      {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab), -1},
+      {QKeySequence(Qt::CTRL | Qt::Key_PageUp), -1}};
+  for (const auto& [key, by] : keys) {
+    connect(new QShortcut(key, this), &QShortcut::activated, this, [this, by = by] { Step(by); });
+  }
+}
+
+// From the last page to the first and back.
+void SheetDialog::Step(int by) {
+  const int count = stack_->count();
+  const bool in_page = stack_->isAncestorOf(focusWidget());
+  ShowPage((stack_->currentIndex() + by + count) % count);
+  if (in_page) FocusPage();
+}
+
+// The first control of the page that takes the focus by Tab.
+void SheetDialog::FocusPage() {
+  const QWidget* page = stack_->currentWidget();
+  for (QWidget* widget : page->findChildren<QWidget*>()) {
+    const bool takes_it = widget->focusPolicy() & Qt::TabFocus;
+    if (!takes_it || !widget->isEnabled() || !widget->isVisibleTo(page)) continue;
+    widget->setFocus(Qt::TabFocusReason);
+    return;
+  }
+}
+
+void SheetDialog::ShowPage(int page) {
+  const int before = stack_->currentIndex();
+  if (page < 0 || page >= stack_->count() || page == before) return;
+  stack_->setCurrentIndex(page);
+  if (names_ != nullptr) {
+    const QSignalBlocker quiet(names_);
+    names_->setCurrentRow(page);
+  }
+  if (short_names_ != nullptr) short_names_->setCurrentIndex(page);
+  if (!shown_) return;
+  TellPage(port::MessageKind::kPageLeft, before);
+  TellPage(port::MessageKind::kPageShown, page);
+}
+
+void SheetDialog::setVisible(bool visible) {
+  const bool first = visible && !std::exchange(shown_, shown_ || visible);
+  if (first) {
+    const QSize work = WorkAreaOf(this).size();
+    resize(narrow_ ? work : sizeHint().boundedTo(work));
+    if (narrow_) setWindowState(windowState() | Qt::WindowMaximized);
+  }
+  QDialog::setVisible(visible);
+  if (first) TellPage(port::MessageKind::kPageShown, stack_->currentIndex());
+}
+
+void SheetDialog::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  reject();
+}
+
+void SheetDialog::TellCommand(bool ok) const {
+  tell_({0, port::MessageKind::kCommand, ok ? kControlOk : kControlCancel, 0, {}});
+}
+
+void SheetDialog::TellPage(port::MessageKind kind, int page) const {
+  tell_({0, kind, static_cast<std::uint32_t>(page), 0, {}});
+}
+
+}  // namespace quillet::qt
