@@ -7,6 +7,7 @@
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "base/window_procedures.h"
+#include "port/common/box_buttons.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/windows.h"
@@ -32,18 +33,6 @@ const ResetAtEnd kReset([] {
 
 constexpr port::BoxStyle kOkBox{port::BoxButtons::kOk, port::BoxIcon::kNone, true};
 
-int EscapeAnswer(port::BoxButtons buttons) {
-  switch (buttons) {
-    case port::BoxButtons::kYesNo:
-      return port::kIdNo;
-    case port::BoxButtons::kOkCancel:
-    case port::BoxButtons::kYesNoCancel:
-      return port::kIdCancel;
-    default:
-      return port::kIdOk;
-  }
-}
-
 std::u16string ReportText(std::u16string_view format, std::u16string_view reason,
                           std::u16string_view location) {
   std::u16string text = FormatWide(format, reason, location);
@@ -63,7 +52,7 @@ void DestroyMainWindow() {
 
 int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
             const port::BoxStyle& style) {
-  if (gSessionEnding) return EscapeAnswer(style.buttons);
+  if (gSessionEnding) return port::EscapeAnswer(style.buttons);
   return gPlatform->boxes.Show(owner, caption, text, style);
 }
 

@@ -3,50 +3,36 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <utility>
 
+#include "port/common/box_buttons.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
 namespace {
 
-struct BoxEntry {
-  QMessageBox::StandardButtons buttons;
-  QMessageBox::StandardButton first;   // has the focus and answers Enter
-  QMessageBox::StandardButton escape;  // answers Escape and the frame's close button
+struct ButtonPair {
+  int id;
+  QMessageBox::StandardButton button;
 };
 
-BoxEntry EntryOf(port::BoxButtons buttons) {
-  switch (buttons) {
-    case port::BoxButtons::kOkCancel:
-      return {QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok, QMessageBox::Cancel};
-    case port::BoxButtons::kYesNo:
-      return {QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes, QMessageBox::No};
-    case port::BoxButtons::kYesNoCancel:
-      return {QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::Yes,
-              QMessageBox::Cancel};
-    default:
-      return {QMessageBox::Ok, QMessageBox::Ok, QMessageBox::Ok};
-  }
+constexpr std::array<ButtonPair, 4> kButtons = {{{port::kIdOk, QMessageBox::Ok},
+                                                 {port::kIdCancel, QMessageBox::Cancel},
+                                                 {port::kIdYes, QMessageBox::Yes},
+                                                 {port::kIdNo, QMessageBox::No}}};
+
+QMessageBox::StandardButton ButtonOf(int id) {
+  return std::ranges::find(kButtons, id, &ButtonPair::id)->button;
 }
 
 int IdOf(QMessageBox::StandardButton button) {
-  switch (button) {
-    case QMessageBox::Yes:
-      return port::kIdYes;
-    case QMessageBox::No:
-      return port::kIdNo;
-    case QMessageBox::Cancel:
-      return port::kIdCancel;
-    default:
-      return port::kIdOk;
-  }
+  return std::ranges::find(kButtons, button, &ButtonPair::button)->id;
 }
 
 QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_view text,
                     const port::BoxStyle& style) {
-  const BoxEntry entry = EntryOf(style.buttons);
   auto* box = new QMessageBox(owner);
   // Group names and server texts come in here: never as mark-up.
   box->setTextFormat(Qt::PlainText);
@@ -55,9 +41,9 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
   box->setText(ToQt(text));
   box->setIcon(style.icon == port::BoxIcon::kExclamation ? QMessageBox::Warning
                                                          : QMessageBox::NoIcon);
-  box->setStandardButtons(entry.buttons);
-  box->setDefaultButton(entry.first);
-  box->setEscapeButton(entry.escape);
+  for (const int id : port::ButtonsOf(style.buttons)) box->addButton(ButtonOf(id));
+  box->setDefaultButton(ButtonOf(port::ButtonsOf(style.buttons).front()));
+  box->setEscapeButton(ButtonOf(port::EscapeAnswer(style.buttons)));
   box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   // After the modality, which resets the flags.
   if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
@@ -71,7 +57,7 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
 
 int QtMessageBoxes::Show(port::WindowHandle owner, std::u16string_view caption,
                          std::u16string_view text, const port::BoxStyle& style) {
-  const auto answer = std::make_shared<int>(IdOf(EntryOf(style.buttons).escape));
+  const auto answer = std::make_shared<int>(port::EscapeAnswer(style.buttons));
   display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
     if (answer_all_) {
       completion->Finish();
@@ -91,7 +77,7 @@ void QtMessageBoxes::Open(port::WindowHandle owner, std::u16string_view caption,
   QMessageBox* box = NewBox(display_.WidgetOf(owner), caption, text, style);
   std::erase_if(open_, [](const auto& other) { return other.isNull(); });
   open_.emplace_back(box);
-  const int escape = IdOf(EntryOf(style.buttons).escape);
+  const int escape = port::EscapeAnswer(style.buttons);
   const auto answer_once = [answered, done = std::make_shared<bool>(false)](int answer) {
     if (!std::exchange(*done, true)) answered(answer);
   };

@@ -82,18 +82,17 @@ int AnswerOf(std::u16string_view word) {
 
 void Expect(ScriptContext& context, Words words) {
   const int answer = AnswerOf(words[1]);
-  bool optional = false;
-  std::uint32_t times = 1;
+  port::Uses uses;
   for (std::size_t i = 2; i < words.size(); ++i) {
     if (words[i] == u"optional") {
-      optional = true;
+      uses.optional = true;
     } else if (words[i] == u"times" && i + 1 < words.size()) {
-      times = NumberOf(words[++i]);
+      uses.times = NumberOf(words[++i]);
     } else {
       throw UsageFailure(u"neither optional nor times N: " + words[i]);
     }
   }
-  context.run.announcements.Add(words[0], answer, optional, times);
+  context.run.announcements.Add(words[0], answer, uses);
 }
 
 void PressCancelNow(ScriptContext& context) {

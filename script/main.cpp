@@ -66,11 +66,8 @@ void EndRun(ScriptRun& run) {
   const bool ended = run.stopping() ? run.EndProgram() : run.CloseProgram();
   if (!ended) LeaveHangingProgram(run);
   if (run.status() != kStatusFine) return;
-  for (const auto& left_over :
-       {run.announcements.LeftOver(), run.menu_answers.LeftOver(), run.save_answers.LeftOver()}) {
-    for (const std::u16string& text : left_over) {
-      run.Fail({kStatusFailed, "unused-announcement", text}, 0);
-    }
+  for (const std::u16string& text : run.UnusedAnnouncements()) {
+    run.Fail({kStatusFailed, "unused-announcement", text}, 0);
   }
 }
 

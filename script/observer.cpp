@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "port/common/box_buttons.h"
 #include "res/resource.h"
 #include "script/describe.h"
 #include "script/shown_nodes.h"
@@ -11,44 +12,25 @@
 namespace quillet {
 namespace {
 
-// A press of Cancel takes the dialog's thread far less.
-constexpr int kHandledWithinMs = 5000;
-
 bool IsStatusText(std::uint32_t control) {
   return control == kControlProgressTitle || control == kControlProgressDetail;
 }
 
-// What Escape means in a box.
-int UsualAnswer(port::BoxButtons buttons) {
-  switch (buttons) {
-    case port::BoxButtons::kOk:
-      return port::kIdOk;
-    case port::BoxButtons::kYesNo:
-      return port::kIdNo;
-    default:
-      return port::kIdCancel;
-  }
-}
-
-bool HasButton(port::BoxButtons buttons, int answer) {
-  switch (answer) {
-    case port::kIdOk:
-      return buttons == port::BoxButtons::kOk || buttons == port::BoxButtons::kOkCancel;
-    case port::kIdCancel:
-      return buttons == port::BoxButtons::kOkCancel || buttons == port::BoxButtons::kYesNoCancel;
-    default:
-      return buttons == port::BoxButtons::kYesNo || buttons == port::BoxButtons::kYesNoCancel;
-  }
-}
-
 }  // namespace
+
+ScriptObserver::ScriptObserver(ScriptRun& run)
+    : run_(run), cancel_(run.queues, [&run](port::WindowHandle dialog, std::uint32_t changes) {
+        const bool pressed = run.display.Press(dialog, kControlCancel);
+        run.reporter.Report("progress-cancelled", JsonObject().Add("change", changes));
+        return pressed;
+      }) {}
 
 // --- boxes ---------------------------------------------------------------------------------------
 
 std::optional<int> ScriptObserver::OnBox(const port::ShownBox& box) {
   const std::optional<int> announced = run_.announcements.Take(box.text);
-  const bool fits = announced && HasButton(box.style.buttons, *announced);
-  const int answer = fits ? *announced : UsualAnswer(box.style.buttons);
+  const bool fits = announced && port::HasButton(box.style.buttons, *announced);
+  const int answer = fits ? *announced : port::EscapeAnswer(box.style.buttons);
   run_.reporter.Report("box", DescribeBox(box, OwnerKind(run_.display, box.owner), answer)
                                   .Add("announced", announced.has_value()));
   if (announced && !fits) {
@@ -175,7 +157,7 @@ void ScriptObserver::OnDialogCreated(port::WindowHandle dialog, std::uint32_t fo
   if (form != kDialogProgress) return;
   progress_ = {};
   progress_.dialog = dialog;
-  progress_.thread = std::this_thread::get_id();
+  cancel_.DialogCreated(dialog);
 }
 
 void ScriptObserver::OnDialogShown(port::WindowHandle dialog) {
@@ -188,7 +170,8 @@ void ScriptObserver::OnDialogShown(port::WindowHandle dialog) {
     progress_.shown = true;
   }
   run_.reporter.Wake();
-  PressCancelWhenDue();
+  cancel_.DialogShown(dialog);
+  cancel_.AwaitHandled(dialog);
 }
 
 void ScriptObserver::OnDialogDestroyed(port::WindowHandle dialog) {
@@ -198,8 +181,8 @@ void ScriptObserver::OnDialogDestroyed(port::WindowHandle dialog) {
     form = forms_[dialog];
     forms_.erase(dialog);
     if (progress_.dialog == dialog) progress_ = {};
-    cancel_pressed_ = cancel_pressed_ && form != kDialogProgress;
   }
+  cancel_.DialogDestroyed(dialog);
   run_.reporter.Report("dialog-closed", JsonObject().Add("handle", dialog).Add("form", form));
 }
 
@@ -211,7 +194,7 @@ void ScriptObserver::OnControlText(port::WindowHandle dialog, std::uint32_t cont
     progress_.texts.emplace_back(text);
   }
   run_.reporter.Report("progress-text", JsonObject().Add("control", control).Add("text", text));
-  NoteChange();
+  NoteChange(dialog);
 }
 
 void ScriptObserver::OnControlChanged(port::WindowHandle dialog, std::uint32_t control) {
@@ -233,19 +216,10 @@ void ScriptObserver::OnControlChanged(port::WindowHandle dialog, std::uint32_t c
   if (report_positions_ && position) {
     run_.reporter.Report("progress-position", JsonObject().Add("position", bar->position));
   }
-  if (position) NoteChange();
+  if (position) NoteChange(dialog);
 }
 
-// --- Cancel --------------------------------------------------------------------------------------
-
-void ScriptObserver::CancelAfter(std::optional<std::uint32_t> changes) {
-  {
-    const std::lock_guard lock(mutex_);
-    cancel_after_ = changes;
-    changes_since_armed_ = 0;
-  }
-  PressCancelWhenDue();
-}
+// --- progress ------------------------------------------------------------------------------------
 
 bool ScriptObserver::ProgressShows(std::u16string_view text_prefix) {
   const std::lock_guard lock(mutex_);
@@ -260,33 +234,13 @@ std::uint64_t ScriptObserver::TakeProgressChanges() {
   return std::exchange(changes_, 0);
 }
 
-void ScriptObserver::NoteChange() {
+void ScriptObserver::NoteChange(port::WindowHandle dialog) {
   {
     const std::lock_guard lock(mutex_);
     ++changes_;
-    ++changes_since_armed_;
   }
-  PressCancelWhenDue();
-}
-
-// Presses Cancel when its moment has come, and lets the dialog's thread handle the press before the
-// calling thread, the operation's, goes on: the operation then finds the request at its next test.
-void ScriptObserver::PressCancelWhenDue() {
-  std::thread::id thread;
-  {
-    const std::lock_guard lock(mutex_);
-    const bool due = cancel_after_ && changes_since_armed_ >= *cancel_after_;
-    if (progress_.shown && due) {
-      const auto change = static_cast<std::uint64_t>(*cancel_after_);
-      cancel_after_.reset();
-      cancel_pressed_ = run_.display.Press(progress_.dialog, kControlCancel);
-      run_.reporter.Report("progress-cancelled", JsonObject().Add("change", change));
-    }
-    if (!cancel_pressed_ || progress_.thread == std::this_thread::get_id()) return;
-    cancel_pressed_ = false;
-    thread = progress_.thread;
-  }
-  run_.queues.WaitIdle(thread, kHandledWithinMs);
+  cancel_.NoteChange(dialog);
+  cancel_.AwaitHandled(dialog);
 }
 
 }  // namespace quillet

@@ -2,14 +2,15 @@
 // dialog at the announced moment. The hooks are called on the program's threads.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "port/fake/cancel_after.h"
 #include "port/fake/display_observer.h"
 #include "script/script_run.h"
 
@@ -17,13 +18,13 @@ namespace quillet {
 
 class ScriptObserver final : public port::DisplayObserver {
  public:
-  explicit ScriptObserver(ScriptRun& run) : run_(run) {}
+  explicit ScriptObserver(ScriptRun& run);
 
   // --- any thread ---
 
   // Presses Cancel right after that many further status changes (0: as soon as a progress dialog
   // is up); nothing: not at all.
-  void CancelAfter(std::optional<std::uint32_t> changes);
+  void CancelAfter(std::optional<std::uint32_t> changes) { cancel_.Arm(changes); }
   void ReportPositions(bool on) { report_positions_ = on; }
   void ReportWaitCursor(bool on) { report_wait_cursor_ = on; }
   // True when a progress dialog is up and one of its texts so far begins so.
@@ -61,18 +62,17 @@ class ScriptObserver final : public port::DisplayObserver {
  private:
   struct Progress {
     port::WindowHandle dialog = 0;
-    std::thread::id thread;
     bool shown = false;
     std::vector<std::u16string> texts;
     int upper = 0;
     int position = 0;
   };
 
-  void NoteChange();
-  void PressCancelWhenDue();
+  void NoteChange(port::WindowHandle dialog);
   bool IsProgress(port::WindowHandle dialog);
 
   ScriptRun& run_;
+  port::CancelAfter cancel_;
   std::atomic<bool> report_positions_ = false;
   std::atomic<bool> report_wait_cursor_ = false;
 
@@ -80,9 +80,6 @@ class ScriptObserver final : public port::DisplayObserver {
   std::map<port::WindowHandle, std::uint32_t> forms_;  // of the dialogs that exist
   Progress progress_;                                  // the one that exists, if one does
   std::uint64_t changes_ = 0;
-  std::uint64_t changes_since_armed_ = 0;
-  std::optional<std::uint32_t> cancel_after_;
-  bool cancel_pressed_ = false;  // and perhaps not handled yet
 };
 
 }  // namespace quillet

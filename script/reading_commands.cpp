@@ -103,10 +103,10 @@ void PressTool(ScriptContext& context, Words words) {
 // --- answers announced ahead ---------------------------------------------------------------------
 
 void ExpectMenu(ScriptContext& context, Words words) {
-  context.run.menu_answers.Add(words[0]);
+  context.run.menu_answers.AddNext(words[0]);
 }
 void ExpectSave(ScriptContext& context, Words words) {
-  context.run.save_answers.Add(words[0]);
+  context.run.save_answers.AddNext(words[0]);
 }
 
 // --- questions -----------------------------------------------------------------------------------

@@ -1,6 +1,5 @@
 #include "script/script_run.h"
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -13,50 +12,6 @@ namespace {
 constexpr int kLookMs = 20;
 
 }  // namespace
-
-// --- Announcements -------------------------------------------------------------------------------
-
-void Announcements::Add(std::u16string prefix, int answer, bool optional, std::uint32_t times) {
-  const std::lock_guard lock(mutex_);
-  announcements_.push_back({std::move(prefix), answer, optional, times});
-}
-
-std::optional<int> Announcements::Take(std::u16string_view text) {
-  const std::lock_guard lock(mutex_);
-  const auto found = std::ranges::find_if(announcements_, [&](const Announcement& announcement) {
-    return announcement.times > 0 && StartsWith(text, announcement.prefix);
-  });
-  if (found == announcements_.end()) return std::nullopt;
-  --found->times;
-  return found->answer;
-}
-
-std::vector<std::u16string> Announcements::LeftOver() {
-  const std::lock_guard lock(mutex_);
-  std::vector<std::u16string> prefixes;
-  for (const Announcement& announcement : announcements_) {
-    if (announcement.times > 0 && !announcement.optional) prefixes.push_back(announcement.prefix);
-  }
-  return prefixes;
-}
-
-void AnswerQueue::Add(std::u16string answer) {
-  const std::lock_guard lock(mutex_);
-  answers_.push_back(std::move(answer));
-}
-
-std::optional<std::u16string> AnswerQueue::Take() {
-  const std::lock_guard lock(mutex_);
-  if (answers_.empty()) return std::nullopt;
-  std::u16string answer = std::move(answers_.front());
-  answers_.pop_front();
-  return answer;
-}
-
-std::vector<std::u16string> AnswerQueue::LeftOver() {
-  const std::lock_guard lock(mutex_);
-  return {answers_.begin(), answers_.end()};
-}
 
 // --- The program ---------------------------------------------------------------------------------
 
@@ -81,6 +36,15 @@ void ScriptRun::Start(std::function<int()> program) {
     reporter.Report("exit", JsonObject().Add("code", code));
   });
   program_id_ = program_.get_id();
+}
+
+std::vector<std::u16string> ScriptRun::UnusedAnnouncements() const {
+  std::vector<std::u16string> unused;
+  for (const auto& box : announcements.LeftOver()) unused.push_back(box.prefix);
+  for (const auto* answers : {&menu_answers, &save_answers}) {
+    for (const auto& one : answers->LeftOver()) unused.push_back(one.answer);
+  }
+  return unused;
 }
 
 // --- Waiting -------------------------------------------------------------------------------------

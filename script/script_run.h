@@ -5,16 +5,15 @@
 
 #include <atomic>
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "port/common/thread_queues.h"
+#include "port/fake/answers.h"
 #include "port/fake/fake_display.h"
 #include "port/platform.h"
 #include "script/reporter.h"
@@ -36,40 +35,6 @@ struct ScriptFailure {
 // Thrown by waits: the run ends for a reason that has been reported, or by a signal.
 struct ScriptStopped {};
 
-// Answers announced ahead. Any thread.
-class Announcements {
- public:
-  void Add(std::u16string prefix, int answer, bool optional, std::uint32_t times);
-  // Uses up the first one whose prefix the text has.
-  std::optional<int> Take(std::u16string_view text);
-  // The prefixes of those that had to be used and were not.
-  std::vector<std::u16string> LeftOver();
-
- private:
-  struct Announcement {
-    std::u16string prefix;
-    int answer = 0;
-    bool optional = false;
-    std::uint32_t times = 0;  // still to be used
-  };
-  std::mutex mutex_;
-  std::vector<Announcement> announcements_;
-};
-
-// Answers to menus and save dialogs, in the order of their announcement; an empty text is the
-// refusal. Any thread.
-class AnswerQueue {
- public:
-  void Add(std::u16string answer);
-  // Uses up the first one.
-  std::optional<std::u16string> Take();
-  std::vector<std::u16string> LeftOver();
-
- private:
-  std::mutex mutex_;
-  std::deque<std::u16string> answers_;
-};
-
 class ScriptRun {
  public:
   // `wake` is called on any thread when the run shall stop; `end_session` announces the end of the
@@ -84,9 +49,13 @@ class ScriptRun {
   Reporter& reporter;
   port::ThreadQueues& queues;
   port::FakeDisplay& display;
-  Announcements announcements;
-  AnswerQueue menu_answers;         // texts of entries
-  AnswerQueue save_answers;         // paths
+  // Announced ahead; any thread.
+  port::Answers<int> announcements;            // of boxes: ids of their buttons
+  port::Answers<std::u16string> menu_answers;  // texts of entries; empty: the menu is dismissed
+  port::Answers<std::u16string> save_answers;  // paths; empty: the save dialog is cancelled
+  // The texts of those that should have been used: beginnings of boxes, then answers.
+  std::vector<std::u16string> UnusedAnnouncements() const;
+
   std::chrono::milliseconds limit;  // of every wait; main thread
 
   // --- the program; main thread ---

@@ -1,63 +1,29 @@
 #include "port/fake/fake_boxes.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
+#include "port/common/box_buttons.h"
 #include "util/text.h"
 
 namespace quillet::port {
-namespace {
-
-bool HasButton(BoxButtons buttons, int answer) {
-  switch (buttons) {
-    case BoxButtons::kOk:
-      return answer == kIdOk;
-    case BoxButtons::kOkCancel:
-      return answer == kIdOk || answer == kIdCancel;
-    case BoxButtons::kYesNo:
-      return answer == kIdYes || answer == kIdNo;
-    case BoxButtons::kYesNoCancel:
-      return answer == kIdYes || answer == kIdNo || answer == kIdCancel;
-  }
-  return false;
-}
-
-// What Escape means.
-int EscapeAnswer(BoxButtons buttons) {
-  for (const int answer : {kIdCancel, kIdNo}) {
-    if (HasButton(buttons, answer)) return answer;
-  }
-  return kIdOk;
-}
-
-}  // namespace
 
 void FakeBoxes::Expect(std::u16string text_prefix, int answer) {
-  const auto lock = screen_.Locked();
-  expected_.push_back({std::move(text_prefix), answer});
+  expected_.Add(std::move(text_prefix), answer);
 }
 
 void FakeBoxes::Allow(std::u16string text_prefix, int answer) {
-  const auto lock = screen_.Locked();
-  allowed_.push_back({std::move(text_prefix), answer});
+  allowed_.Add(std::move(text_prefix), answer, {kAnyNumberOfTimes, true});
 }
 
 // The answer of an announcement; nothing announced: the usual answer, and for a question a failure.
 int FakeBoxes::AnswerOf(const ShownBox& box) {
-  const auto matches = [&](const Announcement& one) { return box.text.starts_with(one.prefix); };
   {
     const auto lock = screen_.Locked();
     if (screen_.gone) return EscapeAnswer(box.style.buttons);
-    const auto once = std::find_if(expected_.begin(), expected_.end(), matches);
-    if (once != expected_.end()) {
-      const int answer = once->answer;
-      expected_.erase(once);
-      return answer;
-    }
-    const auto always = std::find_if(allowed_.begin(), allowed_.end(), matches);
-    if (always != allowed_.end()) return always->answer;
   }
+  if (const auto once = expected_.Take(box.text)) return *once;
+  if (const auto always = allowed_.Take(box.text)) return *always;
   if (box.style.buttons != BoxButtons::kOk) {
     screen_.on_failure("display: unannounced question: " + ToUtf8(box.text));
   }
@@ -95,12 +61,7 @@ int FakeBoxes::Show(WindowHandle owner, std::u16string_view caption, std::u16str
 }
 
 void FakeBoxes::Verify() {
-  std::deque<Announcement> left_over;
-  {
-    const auto lock = screen_.Locked();
-    left_over = std::exchange(expected_, {});
-  }
-  for (const Announcement& one : left_over) {
+  for (const auto& one : expected_.TakeLeftOver()) {
     screen_.on_failure("display: the announced box never came: " + ToUtf8(one.prefix));
   }
 }

@@ -1,10 +1,10 @@
 // Message boxes, wait cursor and beep without pixels.
 #pragma once
 
-#include <deque>
 #include <string>
 #include <vector>
 
+#include "port/fake/answers.h"
 #include "port/fake/fake_screen.h"
 #include "port/message_box.h"
 
@@ -40,16 +40,11 @@ class FakeBoxes : public MessageBoxes {
   void Beep() override;
 
  private:
-  struct Announcement {
-    std::u16string prefix;
-    int answer = 0;
-  };
-
   int AnswerOf(const ShownBox& box);
 
   FakeScreen& screen_;
-  std::deque<Announcement> expected_;
-  std::vector<Announcement> allowed_;
+  Answers<int> expected_;
+  Answers<int> allowed_;
   std::vector<ShownBox> boxes_;
   int wait_depth_ = 0;
   int wait_shows_ = 0;

@@ -11,12 +11,12 @@
 #include "util/text.h"
 
 namespace quillet::port {
-namespace {
 
-// Milliseconds of real time; far more than a message takes.
-constexpr int kHandledWithin = 5000;
-
-}  // namespace
+FakeDialogs::FakeDialogs(FakeScreen& screen)
+    : screen_(screen), cancel_(screen.queues, [&screen](WindowHandle dialog, std::uint32_t) {
+        screen.queues.Post({dialog, MessageKind::kCommand, kControlCancel, 0, {}});
+        return true;
+      }) {}
 
 FakeDialogs::Dialog* FakeDialogs::FindOpen(WindowHandle dialog) {
   const auto found = dialogs_.find(dialog);
@@ -65,6 +65,7 @@ WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner, DialogK
     }
     if (screen_.gone) return 0;
     handle = Add(std::move(dialog));
+    if (form == kDialogProgress) cancel_.DialogCreated(handle);
     screen_.AddDialog(handle, owner, kind == DialogKind::kModal);
   }
   screen_.observer().OnDialogCreated(handle, form);
@@ -97,7 +98,7 @@ void FakeDialogs::Show(WindowHandle dialog) {
       act = std::move(action->act);
       show_actions_.erase(action);
     }
-    PressAwaitedCancel(*open);
+    cancel_.DialogShown(dialog);
     screen_.Changed();
   }
   screen_.observer().OnDialogShown(dialog);
@@ -116,7 +117,7 @@ void FakeDialogs::Destroy(WindowHandle dialog) {
     dialogs_.erase(dialog);
     screen_.RemoveDialog(dialog);
     screen_.queues.RemoveWindow(dialog);
-    if (cancelled_ == dialog) cancelled_ = 0;
+    cancel_.DialogDestroyed(dialog);
     screen_.Changed();
   }
   screen_.observer().OnDialogDestroyed(dialog);
@@ -191,37 +192,11 @@ void FakeDialogs::NoteProgressText(const Dialog& dialog, const ProgressText& tex
   if (dialog.values.form != kDialogProgress) return;
   if (text.control != kControlProgressTitle && text.control != kControlProgressDetail) return;
   progress_texts_.push_back(text);
-  if (cancel_in_ && *cancel_in_ > 0) --*cancel_in_;
-  PressAwaitedCancel(dialog);
-}
-
-void FakeDialogs::PressAwaitedCancel(const Dialog& dialog) {
-  if (dialog.values.form != kDialogProgress || !dialog.values.shown) return;
-  if (!cancel_in_ || *cancel_in_ > 0) return;
-  cancel_in_.reset();
-  cancelled_ = dialog.values.handle;
-  screen_.queues.Post({cancelled_, MessageKind::kCommand, kControlCancel, 0, {}});
+  cancel_.NoteChange(dialog.values.handle);
 }
 
 void FakeDialogs::CancelProgressAfter(int n) {
-  const auto lock = screen_.Locked();
-  cancel_in_ = std::max(n, 0);
-  for (const auto& entry : dialogs_) PressAwaitedCancel(entry.second);
-}
-
-// Lets the dialog's thread handle a Cancel that was pressed, so that what the calling thread does
-// next comes after it.
-void FakeDialogs::AwaitCancelHandled(WindowHandle dialog) {
-  std::thread::id thread;
-  {
-    const auto lock = screen_.Locked();
-    const Dialog* open = FindOpen(dialog);
-    if (cancelled_ != dialog || open == nullptr) return;
-    thread = open->thread;
-    if (thread == std::this_thread::get_id()) return;
-    cancelled_ = 0;
-  }
-  screen_.queues.WaitIdle(thread, kHandledWithin);
+  cancel_.Arm(static_cast<std::uint32_t>(std::max(n, 0)));
 }
 
 // --- controls ---
@@ -249,7 +224,7 @@ void FakeDialogs::Write(WindowHandle dialog, const ControlWrite& write) {
   } else {
     screen_.observer().OnControlChanged(dialog, write.control);
   }
-  AwaitCancelHandled(dialog);
+  cancel_.AwaitHandled(dialog);
 }
 
 ControlState FakeDialogs::Read(WindowHandle dialog, std::uint32_t control) {

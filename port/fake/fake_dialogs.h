@@ -11,10 +11,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "port/dialogs.h"
+#include "port/fake/cancel_after.h"
 #include "port/fake/fake_screen.h"
 #include "port/property_sheets.h"
 
@@ -22,7 +22,7 @@ namespace quillet::port {
 
 class FakeDialogs : public Dialogs {
  public:
-  explicit FakeDialogs(FakeScreen& screen) : screen_(screen) {}
+  explicit FakeDialogs(FakeScreen& screen);
 
   using Dialogs::Write;
 
@@ -33,7 +33,7 @@ class FakeDialogs : public Dialogs {
   void WhenShown(std::uint32_t form, std::function<void(WindowHandle dialog)> act);
   // Presses Cancel in the progress dialog after the nth text that is set into its controls 1020 and
   // 1022 from now on, the title included; 0: as soon as it is shown. The press has been handled
-  // when the next call to the display from another thread than the dialog's returns.
+  // when the next change of the dialog from another thread than its own returns.
   void CancelProgressAfter(int n);
   // Failures for what was announced and did not happen (once).
   void Verify();
@@ -101,7 +101,6 @@ class FakeDialogs : public Dialogs {
  private:
   struct Dialog {
     ShownDialog values;
-    std::thread::id thread;
     bool has_template = false;
   };
   struct ShowAction {
@@ -123,15 +122,12 @@ class FakeDialogs : public Dialogs {
   void Write(WindowHandle dialog, const ControlWrite& write);
   std::uint32_t DefaultButton(const Dialog& dialog) const;
   void NoteProgressText(const Dialog& dialog, const ProgressText& text);
-  void PressAwaitedCancel(const Dialog& dialog);
-  void AwaitCancelHandled(WindowHandle dialog);
 
   FakeScreen& screen_;
   std::map<WindowHandle, Dialog> dialogs_;
   std::deque<ShowAction> show_actions_;
   std::vector<ProgressText> progress_texts_;
-  std::optional<int> cancel_in_;  // texts until Cancel is pressed
-  WindowHandle cancelled_ = 0;    // the press may not have been handled yet
+  CancelAfter cancel_;
   int failing_dialogs_ = 0;
 };
 

@@ -15,14 +15,7 @@ std::optional<std::u16string> FakeFileDialogs::SaveFile(WindowHandle owner,
     screen_.Changed();
   }
   if (const auto observed = screen_.observer().OnSaveFile(traits)) return *observed;
-  {
-    const auto lock = screen_.Locked();
-    if (!expected_.empty()) {
-      auto path = std::move(expected_.front());
-      expected_.pop_front();
-      return path;
-    }
-  }
+  if (const auto path = expected_.Take()) return *path;
   screen_.on_failure("display: unannounced save dialog");
   return std::nullopt;
 }
@@ -31,17 +24,12 @@ void FakeFileDialogs::ExpectSaveFile(std::optional<std::u16string> path) {
   if (path && path->empty()) {
     return screen_.on_failure("display: no save dialog returns an empty path");
   }
-  const auto lock = screen_.Locked();
-  expected_.push_back(std::move(path));
+  expected_.AddNext(std::move(path));
 }
 
 void FakeFileDialogs::Verify() {
-  bool left_over = false;
-  {
-    const auto lock = screen_.Locked();
-    left_over = !std::exchange(expected_, {}).empty();
-  }
-  if (left_over) screen_.on_failure("display: an announced save dialog never came");
+  if (expected_.TakeLeftOver().empty()) return;
+  screen_.on_failure("display: an announced save dialog never came");
 }
 
 std::vector<SaveFileTraits> FakeFileDialogs::save_dialogs() const {

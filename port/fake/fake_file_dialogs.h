@@ -1,11 +1,11 @@
 // Save dialogs without pixels.
 #pragma once
 
-#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "port/fake/answers.h"
 #include "port/fake/fake_screen.h"
 #include "port/file_dialogs.h"
 
@@ -27,7 +27,7 @@ class FakeFileDialogs : public FileDialogs {
 
  private:
   FakeScreen& screen_;
-  std::deque<std::optional<std::u16string>> expected_;
+  Answers<std::optional<std::u16string>> expected_;
   std::vector<SaveFileTraits> save_dialogs_;
 };
 

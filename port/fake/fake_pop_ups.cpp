@@ -27,7 +27,6 @@ std::uint32_t FakePopUps::ShowPopUp(WindowHandle owner, const std::vector<PopUpE
   if (!screen_.CheckOwner("ShowPopUp", owner)) return 0;
   const std::string wrong = WrongMenu(entries);
   if (!wrong.empty()) screen_.on_failure("display: " + wrong);
-  std::optional<std::u16string> wanted;
   {
     const auto lock = screen_.Locked();
     if (screen_.gone || entries.empty()) return 0;
@@ -35,13 +34,7 @@ std::uint32_t FakePopUps::ShowPopUp(WindowHandle owner, const std::vector<PopUpE
     screen_.Changed();
   }
   if (const auto observed = screen_.observer().OnPopUp(entries)) return *observed;
-  {
-    const auto lock = screen_.Locked();
-    if (!expected_.empty()) {
-      wanted = std::move(expected_.front());
-      expected_.pop_front();
-    }
-  }
+  const std::optional<std::u16string> wanted = expected_.Take();
   if (!wanted) screen_.on_failure("display: unannounced pop-up menu");
   if (!wanted || wanted->empty()) return 0;
   for (const PopUpEntry& entry : entries) {
@@ -52,17 +45,12 @@ std::uint32_t FakePopUps::ShowPopUp(WindowHandle owner, const std::vector<PopUpE
 }
 
 void FakePopUps::ExpectPopUp(std::u16string entry) {
-  const auto lock = screen_.Locked();
-  expected_.push_back(std::move(entry));
+  expected_.AddNext(std::move(entry));
 }
 
 void FakePopUps::Verify() {
-  bool left_over = false;
-  {
-    const auto lock = screen_.Locked();
-    left_over = !std::exchange(expected_, {}).empty();
-  }
-  if (left_over) screen_.on_failure("display: an announced menu never came");
+  if (!expected_.TakeLeftOver().empty())
+    screen_.on_failure("display: an announced menu never came");
 }
 
 std::vector<std::vector<PopUpEntry>> FakePopUps::pop_ups() const {

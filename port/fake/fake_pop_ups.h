@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <vector>
 
+#include "port/fake/answers.h"
 #include "port/fake/fake_screen.h"
 #include "port/pop_up_menus.h"
 
@@ -28,7 +28,7 @@ class FakePopUps : public PopUpMenus {
 
  private:
   FakeScreen& screen_;
-  std::deque<std::u16string> expected_;
+  Answers<std::u16string> expected_;
   std::vector<std::vector<PopUpEntry>> pop_ups_;
 };
 

@@ -227,33 +227,6 @@ TEST(ScriptOptionsTest, WrongOnesSayWhy) {
   EXPECT_EQ(error({"--xdg"}), "accepted");
 }
 
-// --- announcements -------------------------------------------------------------------------------
-
-TEST(AnnouncementsTest, TheFirstThatFitsIsUsedUp) {
-  Announcements announcements;
-  announcements.Add(u"Really", port::kIdYes, false, 2);
-  announcements.Add(u"Really delete", port::kIdNo, false, 1);
-  announcements.Add(u"Other", port::kIdOk, true, 1);
-  EXPECT_EQ(announcements.Take(u"Nothing"), std::nullopt);
-  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdYes);
-  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdYes);
-  EXPECT_EQ(announcements.LeftOver(), (Words{u"Really delete"}));
-  EXPECT_EQ(announcements.Take(u"Really delete?"), port::kIdNo);
-  EXPECT_EQ(announcements.Take(u"Really delete?"), std::nullopt);
-  EXPECT_TRUE(announcements.LeftOver().empty());
-}
-
-TEST(AnswerQueueTest, AnswersAreUsedInTheirOrder) {
-  AnswerQueue answers;
-  EXPECT_EQ(answers.Take(), std::nullopt);
-  answers.Add(u"Delete");
-  answers.Add(u"");
-  answers.Add(u"Copy");
-  EXPECT_EQ(answers.Take(), u"Delete");
-  EXPECT_EQ(answers.Take(), u"");
-  EXPECT_EQ(answers.LeftOver(), (Words{u"Copy"}));
-}
-
 // --- rows and nodes ------------------------------------------------------------------------------
 
 // a(b(c) d) e
@@ -484,7 +457,7 @@ TEST_F(ObserverTest, AnUnannouncedQuestionStopsTheRunAndIsAnsweredWithoutHarm) {
 }
 
 TEST_F(ObserverTest, BoxesAreReportedWithAllThatIsShown) {
-  run_.announcements.Add(u"Sure", port::kIdYes, false, 1);
+  run_.announcements.Add(u"Sure", port::kIdYes);
   const port::BoxStyle style{port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, true};
   EXPECT_EQ(display_.Show(0, u"Caption", u"Sure?", style), port::kIdYes);
   EXPECT_NE(Output().find(R"({"event":"box","owner":"none","caption":"Caption","text":"Sure?",)"
@@ -496,10 +469,10 @@ TEST_F(ObserverTest, BoxesAreReportedWithAllThatIsShown) {
 }
 
 TEST_F(ObserverTest, MenusAndSaveDialogsAreAnsweredAsAnnounced) {
-  run_.menu_answers.Add(u"Mark Read");
-  run_.menu_answers.Add(u"");
-  run_.save_answers.Add(u"\\a.txt");
-  run_.save_answers.Add(u"");
+  run_.menu_answers.AddNext(u"Mark Read");
+  run_.menu_answers.AddNext(u"");
+  run_.save_answers.AddNext(u"\\a.txt");
+  run_.save_answers.AddNext(u"");
   EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}, {8, u"Mark Read"}}), 8U);
   EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
   const port::SaveFileTraits traits{u"Save", u"x.txt", u"Text (*.txt)", u"*.txt", u"txt"};
@@ -523,7 +496,7 @@ TEST_F(ObserverTest, AnUnannouncedMenuStopsTheRun) {
 }
 
 TEST_F(ObserverTest, AnEntryThatTheMenuDoesNotHaveStopsTheRun) {
-  run_.menu_answers.Add(u"Copy");
+  run_.menu_answers.AddNext(u"Copy");
   EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
   EXPECT_EQ(run_.status(), kStatusFailed);
   EXPECT_NE(Output().find(R"("reason":"no-such-entry","text":"Copy")"), std::string::npos);

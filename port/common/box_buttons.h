@@ -1,0 +1,40 @@
+// The buttons of a message box and what Escape means in it: the same on every display.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "port/message_box.h"
+
+namespace quillet::port {
+
+inline constexpr std::array kOkButtons = {kIdOk};
+inline constexpr std::array kOkCancelButtons = {kIdOk, kIdCancel};
+inline constexpr std::array kYesNoButtons = {kIdYes, kIdNo};
+inline constexpr std::array kYesNoCancelButtons = {kIdYes, kIdNo, kIdCancel};
+
+// The ids of the buttons, in the order in which they are shown. The first has the focus and answers
+// Enter, the last answers Escape and the frame's close button.
+constexpr std::span<const int> ButtonsOf(BoxButtons buttons) {
+  switch (buttons) {
+    case BoxButtons::kOkCancel:
+      return kOkCancelButtons;
+    case BoxButtons::kYesNo:
+      return kYesNoButtons;
+    case BoxButtons::kYesNoCancel:
+      return kYesNoCancelButtons;
+    default:
+      return kOkButtons;
+  }
+}
+
+constexpr bool HasButton(BoxButtons buttons, int answer) {
+  return std::ranges::find(ButtonsOf(buttons), answer) != ButtonsOf(buttons).end();
+}
+
+constexpr int EscapeAnswer(BoxButtons buttons) {
+  return ButtonsOf(buttons).back();
+}
+
+}  // namespace quillet::port

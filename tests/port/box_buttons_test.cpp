@@ -1,0 +1,34 @@
+#include "port/common/box_buttons.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace quillet::port {
+namespace {
+
+struct Case {
+  BoxButtons buttons;
+  std::vector<int> ids;
+  int escape;
+};
+
+TEST(BoxButtonsTest, EveryBoxHasItsButtonsAndOneThatEscapeMeans) {
+  const Case cases[] = {
+      {BoxButtons::kOk, {kIdOk}, kIdOk},
+      {BoxButtons::kOkCancel, {kIdOk, kIdCancel}, kIdCancel},
+      {BoxButtons::kYesNo, {kIdYes, kIdNo}, kIdNo},
+      {BoxButtons::kYesNoCancel, {kIdYes, kIdNo, kIdCancel}, kIdCancel},
+  };
+  for (const Case& one : cases) {
+    const auto ids = ButtonsOf(one.buttons);
+    EXPECT_EQ(std::vector<int>(ids.begin(), ids.end()), one.ids);
+    EXPECT_EQ(EscapeAnswer(one.buttons), one.escape);
+    for (const int id : {kIdOk, kIdCancel, kIdYes, kIdNo, 0}) {
+      EXPECT_EQ(HasButton(one.buttons, id), std::ranges::count(one.ids, id) == 1) << id;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillet::port
