@@ -15,8 +15,7 @@ enum class MessageKind {
   kCommand,      // id: the command or control id (menu item, button, push button)
   kKeyDown,      // id: virtual key, detail: modifiers (kModifier...)
   kKeyUp,        // the same, for a released key
-  kTabChanging,  // the user asks for another tab; detail: the tab shown until now
-  kTabChanged,   // id: the tab now selected, detail: the tab shown before
+  kTabChanged,   // the user chose another tab; id: the tab now selected, detail: the one before
   kRowChecked,   // the user changed a list row's box; id: the row, detail: 1 checked, 0 not; text:
                  // in the group list the row's name
   kColumnSized,  // a list column has another width; id: the column, detail: pixels

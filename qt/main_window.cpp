@@ -168,7 +168,6 @@ void MainWindow::CreateTabs(port::TabPlacement placement) {
         ShowBarOf(new_tab);
         PlaceToolbar();
         const auto old_id = static_cast<std::uint32_t>(old_tab);
-        Post(port::MessageKind::kTabChanging, 0, old_id);
         Post(port::MessageKind::kTabChanged, static_cast<std::uint32_t>(new_tab), old_id);
       },
       inside_);

@@ -127,7 +127,6 @@ class DisplayObserver {
 
   // A box is open; may block. The answer, or nothing: the announced or usual one.
   virtual std::optional<int> OnBox(const ShownBox& /*box*/) { return std::nullopt; }
-  virtual void OnBoxClosed(const ShownBox& /*box*/) {}
   virtual void OnWaitCursor(int /*depth*/) {}
   virtual void OnBeep() {}
 
@@ -138,9 +137,7 @@ class DisplayObserver {
   virtual void OnTabsCreated(TabPlacement /*placement*/) {}
   // By the program or by the user.
   virtual void OnTabSelected(int /*tab*/) {}
-  virtual void OnLaidOut(Size /*inside*/, Size /*tabs*/) {}
   virtual void OnStatusText(std::u16string_view /*text*/) {}
-  virtual void OnKeyUpInjected(std::uint32_t /*virtual_key*/, WindowHandle /*target*/) {}
 
   // The list was created, filled, or its texts or boxes changed by the program.
   virtual void OnListChanged() {}

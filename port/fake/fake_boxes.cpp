@@ -56,7 +56,6 @@ int FakeBoxes::Show(WindowHandle owner, std::u16string_view caption, std::u16str
     if (index < boxes_.size()) boxes_[index].answer = box.answer;
     screen_.Changed();
   }
-  if (!gone) screen_.observer().OnBoxClosed(box);
   return box.answer;
 }
 

@@ -75,7 +75,6 @@ WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner, DialogK
 // Locked.
 WindowHandle FakeDialogs::Add(Dialog dialog) {
   const WindowHandle handle = screen_.queues.AddWindow();
-  dialog.thread = std::this_thread::get_id();
   dialog.values.handle = handle;
   dialogs_[handle] = std::move(dialog);
   screen_.Changed();
@@ -312,14 +311,12 @@ std::uint32_t FakeDialogs::DefaultButton(const Dialog& dialog) const {
   return dialog.has_template ? 0 : kControlOk;
 }
 
-bool FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key) {
+void FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key) {
   const Dialog* open = FindOpen(dialog);
   std::uint32_t button = 0;
   if (open != nullptr && virtual_key == kKeyEscape) button = kControlCancel;
   if (open != nullptr && virtual_key == kKeyReturn) button = DefaultButton(*open);
-  if (button == 0) return false;
-  screen_.queues.Post({dialog, MessageKind::kCommand, button, 0, {}});
-  return true;
+  if (button != 0) screen_.queues.Post({dialog, MessageKind::kCommand, button, 0, {}});
 }
 
 // --- what the user does ---

@@ -94,9 +94,8 @@ class FakeDialogs : public Dialogs {
   bool BringPage(WindowHandle sheet, int page);
 
  protected:
-  // Locked. Escape is Cancel and Return the default button; false when the key is neither in a
-  // dialog.
-  bool PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key);
+  // Locked. What the dialog itself does with a key: Escape is Cancel, Return the default button.
+  void PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key);
 
  private:
   struct Dialog {

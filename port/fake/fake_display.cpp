@@ -25,14 +25,15 @@ bool FakeDisplay::PressKey(std::uint32_t virtual_key, std::uint32_t modifiers) {
   const auto lock = Locked();
   const WindowHandle focus = FocusLocked();
   if (!TakesInputLocked(focus)) return false;
-  if (PressDialogKey(focus, virtual_key)) return true;
-  if (focus == window.handle && modifiers == 0) {
-    PressListKey(virtual_key);
-    PressTreeKey(virtual_key);
+  const bool told = virtual_key != kKeyContextMenu;
+  if (focus == window.handle) {
+    if (told) queues.Post({focus, MessageKind::kKeyDown, virtual_key, modifiers, {}});
+    if (modifiers == 0) PressListKey(virtual_key);
+    if (modifiers == 0) PressTreeKey(virtual_key);
+  } else if (modifiers == 0) {
+    PressDialogKey(focus, virtual_key);
   }
-  if (virtual_key == kKeyContextMenu) return true;
-  queues.Post({focus, MessageKind::kKeyDown, virtual_key, modifiers, {}});
-  queues.Post({focus, MessageKind::kKeyUp, virtual_key, modifiers, {}});
+  if (told) queues.Post({focus, MessageKind::kKeyUp, virtual_key, modifiers, {}});
   return true;
 }
 

@@ -63,10 +63,11 @@ class FakeDisplay final : private FakeScreen,
   // Failures for what was announced and did not happen (once).
   void Verify();
 
-  // A key goes to the window that has the focus. In a dialog Escape is Cancel and Return the
-  // default button; in the group list the arrows, the blank and Return do what lists do, and in the
-  // tree, when it has the focus, the arrows, Home, End, Return and the menu key what trees do.
-  // False when no window takes input now.
+  // A key that is pressed and released goes to the window that has the focus. In a dialog Escape is
+  // Cancel and Return the default button; in the group list Up, Down, the blank and Return do what
+  // lists do, and in the tree, when it has the focus, the arrows, Home, End, Return and the menu
+  // key what trees do. These are the keys that are tested against the toolkit's display; other keys
+  // and keys with modifiers are only told. False when no window takes input now.
   bool PressKey(std::uint32_t virtual_key, std::uint32_t modifiers = 0);
 
  private:

@@ -239,7 +239,7 @@ std::size_t FakeTree::RowAfterTreeKey(std::uint32_t virtual_key,
                                       const std::vector<std::size_t>& visible) {
   const std::size_t row = IndexOf(tree_.rows, tree_.selected);
   const auto place = std::find(visible.begin(), visible.end(), row);
-  if (place == visible.end()) return visible.front();
+  if (place == visible.end()) return virtual_key == kKeyEnd ? visible.back() : visible.front();
   const bool parent = HasChildren(tree_.rows, row);
   const bool expanded = parent && tree_.expanded.contains(tree_.rows[row].item);
   switch (virtual_key) {
@@ -277,6 +277,9 @@ void FakeTree::PressTreeKey(std::uint32_t virtual_key) {
   if (std::find(std::begin(kMoves), std::end(kMoves), virtual_key) == std::end(kMoves)) return;
   const std::vector<std::size_t> visible = VisibleRows(tree_);
   if (visible.empty()) return;
+  // Without a selection they would go by the row that has the focus, which is not kept here.
+  const bool sideways = virtual_key == kKeyLeft || virtual_key == kKeyRight;
+  if (sideways && tree_.selected == 0) return;
   tree_.selected = tree_.rows[RowAfterTreeKey(virtual_key, visible)].item;
   screen_.Changed();
 }

@@ -112,15 +112,12 @@ void FakeWindows::SelectTab(int tab) {
 
 void FakeWindows::LayOut(Size inside, Size tabs) {
   screen_.CheckThread("LayOut");
-  {
-    const auto lock = screen_.Locked();
-    if (screen_.window.handle == 0) return;
-    screen_.window.inside = inside;
-    screen_.window.tabs = tabs;
-    screen_.LaidOut();
-    screen_.Changed();
-  }
-  screen_.observer().OnLaidOut(inside, tabs);
+  const auto lock = screen_.Locked();
+  if (screen_.window.handle == 0) return;
+  screen_.window.inside = inside;
+  screen_.window.tabs = tabs;
+  screen_.LaidOut();
+  screen_.Changed();
 }
 
 void FakeWindows::SetStatusText(std::u16string_view text) {
@@ -135,15 +132,11 @@ void FakeWindows::SetStatusText(std::u16string_view text) {
 }
 
 void FakeWindows::InjectKeyUp(std::uint32_t virtual_key) {
-  WindowHandle target = 0;
-  {
-    const auto lock = screen_.Locked();
-    target = screen_.FocusLocked();
-    injected_.push_back({virtual_key, target});
-    screen_.queues.Post({target, MessageKind::kKeyUp, virtual_key, 0, {}});
-    screen_.Changed();
-  }
-  screen_.observer().OnKeyUpInjected(virtual_key, target);
+  const auto lock = screen_.Locked();
+  const WindowHandle target = screen_.FocusLocked();
+  injected_.push_back({virtual_key, target});
+  screen_.queues.Post({target, MessageKind::kKeyUp, virtual_key, 0, {}});
+  screen_.Changed();
 }
 
 // --- what is shown ---
@@ -167,7 +160,6 @@ bool FakeWindows::UserSelectTab(int tab) {
     if (tab < 0 || tab >= kTabCount) return false;
     if (tab == screen_.window.tab) return true;
     const auto old_tab = static_cast<std::uint32_t>(screen_.window.tab);
-    screen_.queues.Post({screen_.window.handle, MessageKind::kTabChanging, 0, old_tab, {}});
     screen_.window.tab = tab;
     screen_.DropHiddenFocus();
     screen_.queues.Post({screen_.window.handle,

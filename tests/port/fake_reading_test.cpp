@@ -331,7 +331,8 @@ TEST_F(Reading, ReturnOpensAndTheMenuKeyAsksForTheMenu) {
   display.PressKey(kKeyReturn);
   auto messages = Waiting();
   ASSERT_EQ(messages.size(), 3U);
-  ExpectMessage(messages[0], MessageKind::kItemActivated, 6);
+  ExpectMessage(messages[0], MessageKind::kKeyDown, kKeyReturn);
+  ExpectMessage(messages[1], MessageKind::kItemActivated, 6);
   ExpectMessage(messages[2], MessageKind::kKeyUp, kKeyReturn);
   EXPECT_TRUE(display.PressKey(kKeyContextMenu));
   messages = Waiting();
