@@ -10,15 +10,15 @@ namespace quillet::qt {
 
 QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
     : display_{jobs_, queues},
-      boxes_(display_),
-      windows_(display_),
-      group_list_(display_),
+      boxes_(NewMessageBoxes(display_)),
+      windows_(NewWindows(display_)),
+      group_list_(NewListView(display_)),
       dialogs_(display_),
       sheets_(display_),
-      thread_tree_(display_),
-      pop_ups_(display_),
-      article_(display_),
-      file_dialogs_(display_),
+      thread_tree_(NewTreeView(display_)),
+      pop_ups_(NewPopUpMenus(display_)),
+      article_(NewArticlePanes(display_)),
+      file_dialogs_(NewFileDialogs(display_)),
       keys_(display_) {
   display_.sizes = WindowSizes(sizes_file);
   // Windows come and go; the program decides when it ends.
@@ -28,8 +28,8 @@ QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
 
 QtDevice::~QtDevice() {
   jobs_.Close();
-  for (QMessageBox* box : boxes_.OpenBoxes()) delete box;
-  delete file_dialogs_.OpenDialog();
+  for (QMessageBox* box : boxes_->OpenBoxes()) delete box;
+  delete file_dialogs_->OpenDialog();
   // Dialogs over the main window are deleted with it.
   for (const auto& [handle, window] : display_.windows) {
     if (window && window->isWindow()) delete window;
@@ -37,9 +37,9 @@ QtDevice::~QtDevice() {
 }
 
 void QtDevice::AnswerAll() {
-  boxes_.AnswerAll();
-  file_dialogs_.AnswerAll();
-  pop_ups_.DismissAll();
+  boxes_->AnswerAll();
+  file_dialogs_->AnswerAll();
+  pop_ups_->DismissAll();
 }
 
 int QtDevice::Run(const std::function<int()>& program) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <thread>
 
 #include "port/common/thread_queues.h"
@@ -29,18 +30,18 @@ class QtDevice {
   QtDevice(const QtDevice&) = delete;
   QtDevice& operator=(const QtDevice&) = delete;
 
-  QtMessageBoxes& boxes() { return boxes_; }
-  QtWindows& windows() { return windows_; }
-  QtListView& group_list() { return group_list_; }
+  QtMessageBoxes& boxes() { return *boxes_; }
+  port::Windows& windows() { return *windows_; }
+  port::ListView& group_list() { return *group_list_; }
   QtDialogs& dialogs() { return dialogs_; }
   QtPropertySheets& sheets() { return sheets_; }
-  QtTreeView& thread_tree() { return thread_tree_; }
-  QtPopUpMenus& pop_ups() { return pop_ups_; }
-  QtArticlePanes& article() { return article_; }
-  QtFileDialogs& file_dialogs() { return file_dialogs_; }
+  port::TreeView& thread_tree() { return *thread_tree_; }
+  QtPopUpMenus& pop_ups() { return *pop_ups_; }
+  port::ArticlePanes& article() { return *article_; }
+  QtFileDialogs& file_dialogs() { return *file_dialogs_; }
   port::DisplayServices Services() {
-    return {boxes_,       windows_, group_list_, dialogs_,     sheets_,
-            thread_tree_, pop_ups_, article_,    file_dialogs_};
+    return {boxes(),       windows(), group_list(), dialogs(),     sheets(),
+            thread_tree(), pop_ups(), article(),    file_dialogs()};
   }
   JobQueue& jobs() { return jobs_; }
   Display& display() { return display_; }
@@ -63,15 +64,15 @@ class QtDevice {
  private:
   JobQueue jobs_;
   Display display_;
-  QtMessageBoxes boxes_;
-  QtWindows windows_;
-  QtListView group_list_;
+  std::unique_ptr<QtMessageBoxes> boxes_;
+  std::unique_ptr<port::Windows> windows_;
+  std::unique_ptr<port::ListView> group_list_;
   QtDialogs dialogs_;
   QtPropertySheets sheets_;
-  QtTreeView thread_tree_;
-  QtPopUpMenus pop_ups_;
-  QtArticlePanes article_;
-  QtFileDialogs file_dialogs_;
+  std::unique_ptr<port::TreeView> thread_tree_;
+  std::unique_ptr<QtPopUpMenus> pop_ups_;
+  std::unique_ptr<port::ArticlePanes> article_;
+  std::unique_ptr<QtFileDialogs> file_dialogs_;
   KeyFilter keys_;
   bool program_ended_ = false;  // display thread
   std::atomic<std::thread::id> program_thread_;

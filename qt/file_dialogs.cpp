@@ -3,7 +3,9 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLayout>
+#include <QPointer>
 #include <QStandardPaths>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -12,6 +14,28 @@
 
 namespace quillet::qt {
 namespace {
+
+class SaveDialogs final : public QtFileDialogs {
+ public:
+  explicit SaveDialogs(Display& display) : display_(display) {}
+
+  // Starts in the folder that was used last in this run, at first in the user's documents.
+  std::optional<std::u16string> SaveFile(port::WindowHandle owner,
+                                         const port::SaveFileTraits& traits) override;
+
+  void AnswerAll() override;
+  QFileDialog* OpenDialog() const override { return open_; }
+
+ private:
+  void Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
+            const std::function<void(const QString& path)>& answered);
+
+  Display& display_;
+  std::atomic<bool> answer_all_ = false;
+  // Display thread.
+  QPointer<QFileDialog> open_;
+  QString last_folder_;
+};
 
 QString FirstFolder() {
   const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
@@ -65,10 +89,8 @@ QString ChosenPath(const QFileDialog& dialog, int result) {
   return QDir::toNativeSeparators(QFileInfo(files.front()).absoluteFilePath());
 }
 
-}  // namespace
-
-std::optional<std::u16string> QtFileDialogs::SaveFile(port::WindowHandle owner,
-                                                      const port::SaveFileTraits& traits) {
+std::optional<std::u16string> SaveDialogs::SaveFile(port::WindowHandle owner,
+                                                    const port::SaveFileTraits& traits) {
   const auto path = std::make_shared<QString>();
   const bool answered =
       display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
@@ -86,8 +108,8 @@ std::optional<std::u16string> QtFileDialogs::SaveFile(port::WindowHandle owner,
   return FromQt(*path);
 }
 
-void QtFileDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
-                         const std::function<void(const QString& path)>& answered) {
+void SaveDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
+                       const std::function<void(const QString& path)>& answered) {
   const QString folder = last_folder_.isEmpty() ? FirstFolder() : last_folder_;
   auto* dialog = NewSaveDialog(display_.WidgetOf(owner), traits, folder);
   open_ = dialog;
@@ -105,11 +127,17 @@ void QtFileDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& t
   dialog->show();
 }
 
-void QtFileDialogs::AnswerAll() {
+void SaveDialogs::AnswerAll() {
   answer_all_ = true;
   display_.jobs.Post([this] {
     if (open_) open_->reject();
   });
+}
+
+}  // namespace
+
+std::unique_ptr<QtFileDialogs> NewFileDialogs(Display& display) {
+  return std::make_unique<SaveDialogs>(display);
 }
 
 }  // namespace quillet::qt

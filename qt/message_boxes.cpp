@@ -2,8 +2,10 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QPointer>
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -12,6 +14,27 @@
 
 namespace quillet::qt {
 namespace {
+
+class Boxes final : public QtMessageBoxes {
+ public:
+  explicit Boxes(Display& display) : display_(display) {}
+
+  int Show(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+           const port::BoxStyle& style) override;
+  void SetWaitCursor(bool on) override;
+  void Beep() override;
+
+  void AnswerAll() override;
+  std::vector<QMessageBox*> OpenBoxes() const override;
+
+ private:
+  void Open(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+            const port::BoxStyle& style, const std::function<void(int answer)>& answered);
+
+  Display& display_;
+  std::atomic<bool> answer_all_ = false;
+  std::vector<QPointer<QMessageBox>> open_;  // display thread
+};
 
 struct ButtonPair {
   int id;
@@ -53,10 +76,8 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
   return box;
 }
 
-}  // namespace
-
-int QtMessageBoxes::Show(port::WindowHandle owner, std::u16string_view caption,
-                         std::u16string_view text, const port::BoxStyle& style) {
+int Boxes::Show(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+                const port::BoxStyle& style) {
   const auto answer = std::make_shared<int>(port::EscapeAnswer(style.buttons));
   display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
     if (answer_all_) {
@@ -71,9 +92,8 @@ int QtMessageBoxes::Show(port::WindowHandle owner, std::u16string_view caption,
   return *answer;
 }
 
-void QtMessageBoxes::Open(port::WindowHandle owner, std::u16string_view caption,
-                          std::u16string_view text, const port::BoxStyle& style,
-                          const std::function<void(int answer)>& answered) {
+void Boxes::Open(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
+                 const port::BoxStyle& style, const std::function<void(int answer)>& answered) {
   QMessageBox* box = NewBox(display_.WidgetOf(owner), caption, text, style);
   std::erase_if(open_, [](const auto& other) { return other.isNull(); });
   open_.emplace_back(box);
@@ -91,7 +111,7 @@ void QtMessageBoxes::Open(port::WindowHandle owner, std::u16string_view caption,
   box->show();
 }
 
-void QtMessageBoxes::SetWaitCursor(bool on) {
+void Boxes::SetWaitCursor(bool on) {
   display_.jobs.Post([on] {
     if (on) {
       QApplication::setOverrideCursor(Qt::WaitCursor);
@@ -101,23 +121,29 @@ void QtMessageBoxes::SetWaitCursor(bool on) {
   });
 }
 
-void QtMessageBoxes::Beep() {
+void Boxes::Beep() {
   display_.jobs.Post([] { QApplication::beep(); });
 }
 
-void QtMessageBoxes::AnswerAll() {
+void Boxes::AnswerAll() {
   answer_all_ = true;
   display_.jobs.Post([this] {
     for (QMessageBox* box : OpenBoxes()) box->reject();
   });
 }
 
-std::vector<QMessageBox*> QtMessageBoxes::OpenBoxes() const {
+std::vector<QMessageBox*> Boxes::OpenBoxes() const {
   std::vector<QMessageBox*> boxes;
   for (const auto& box : open_) {
     if (box && box->isVisible()) boxes.push_back(box);
   }
   return boxes;
+}
+
+}  // namespace
+
+std::unique_ptr<QtMessageBoxes> NewMessageBoxes(Display& display) {
+  return std::make_unique<Boxes>(display);
 }
 
 }  // namespace quillet::qt

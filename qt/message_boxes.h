@@ -2,8 +2,7 @@
 #pragma once
 
 #include <QMessageBox>
-#include <QPointer>
-#include <atomic>
+#include <memory>
 #include <vector>
 
 #include "port/message_box.h"
@@ -11,28 +10,16 @@
 
 namespace quillet::qt {
 
-class QtMessageBoxes final : public port::MessageBoxes {
+class QtMessageBoxes : public port::MessageBoxes {
  public:
-  explicit QtMessageBoxes(Display& display) : display_(display) {}
-
-  int Show(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
-           const port::BoxStyle& style) override;
-  void SetWaitCursor(bool on) override;
-  void Beep() override;
-
   // Answers every open box and every later one as Escape would. Any thread.
-  void AnswerAll();
+  virtual void AnswerAll() = 0;
 
   // The boxes on the screen. Display thread.
-  std::vector<QMessageBox*> OpenBoxes() const;
-
- private:
-  void Open(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
-            const port::BoxStyle& style, const std::function<void(int answer)>& answered);
-
-  Display& display_;
-  std::atomic<bool> answer_all_ = false;
-  std::vector<QPointer<QMessageBox>> open_;  // display thread
+  virtual std::vector<QMessageBox*> OpenBoxes() const = 0;
 };
+
+// The display must outlive it.
+std::unique_ptr<QtMessageBoxes> NewMessageBoxes(Display& display);
 
 }  // namespace quillet::qt

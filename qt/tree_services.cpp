@@ -2,7 +2,9 @@
 
 #include <QAction>
 #include <QApplication>
-#include <memory>
+#include <QPointer>
+#include <atomic>
+#include <functional>
 #include <utility>
 
 #include "qt/fonts.h"
@@ -10,6 +12,51 @@
 #include "qt/text.h"
 
 namespace quillet::qt {
+namespace {
+
+class QtTreeView final : public port::TreeView {
+ public:
+  explicit QtTreeView(Display& display) : display_(display) {}
+
+  void CreateTree(std::u16string_view name, std::u16string_view font_face,
+                  int font_size_index) override;
+  bool TreeCreated() override;
+  void FillTree(std::vector<port::TreeRow> rows) override;
+  void ReplaceSubtree(port::TreeItem item, std::vector<port::TreeRow> rows) override;
+  void SetLabels(std::vector<port::TreeLabel> labels) override;
+  void SelectItem(port::TreeItem item) override;
+  port::TreeItem SelectedItem() override;
+  void SetCaption(std::u16string_view text) override;
+  void FocusTree() override;
+
+ private:
+  template <class Action>
+  void WithPane(const Action& action);
+  template <class Action>
+  void WithTree(const Action& action);
+
+  Display& display_;
+};
+
+class Menus final : public QtPopUpMenus {
+ public:
+  explicit Menus(Display& display) : display_(display) {}
+
+  std::uint32_t ShowPopUp(port::WindowHandle owner,
+                          const std::vector<port::PopUpEntry>& entries) override;
+
+  void DismissAll() override;
+  QMenu* OpenMenu() const override { return menu_ && menu_->isVisible() ? menu_.data() : nullptr; }
+
+ private:
+  MenuPlace PlaceFor(port::WindowHandle owner) const;
+  void Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
+            const std::function<void(std::uint32_t command)>& answered);
+
+  Display& display_;
+  std::atomic<bool> dismiss_all_ = false;
+  QPointer<QMenu> menu_;  // display thread
+};
 
 template <class Action>
 void QtTreeView::WithPane(const Action& action) {
@@ -68,8 +115,8 @@ void QtTreeView::FocusTree() {
   WithTree([](ThreadTree& tree) { tree.setFocus(); });
 }
 
-std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle owner,
-                                      const std::vector<port::PopUpEntry>& entries) {
+std::uint32_t Menus::ShowPopUp(port::WindowHandle owner,
+                               const std::vector<port::PopUpEntry>& entries) {
   const auto chosen = std::make_shared<std::uint32_t>(0);
   const bool answered =
       display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
@@ -86,7 +133,7 @@ std::uint32_t QtPopUpMenus::ShowPopUp(port::WindowHandle owner,
   return answered ? *chosen : 0;
 }
 
-MenuPlace QtPopUpMenus::PlaceFor(port::WindowHandle owner) const {
+MenuPlace Menus::PlaceFor(port::WindowHandle owner) const {
   const FormControls* form = ControlsOf(display_.WidgetOf(owner));
   if (form != nullptr && form->menu_place) return *form->menu_place;
   const ThreadPane* pane = display_.main->Threads();
@@ -95,8 +142,8 @@ MenuPlace QtPopUpMenus::PlaceFor(port::WindowHandle owner) const {
 
 // A menu hides before it tells what was chosen: only what has not been answered by the next turn
 // of the event loop was dismissed.
-void QtPopUpMenus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
-                        const std::function<void(std::uint32_t command)>& answered) {
+void Menus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
+                 const std::function<void(std::uint32_t command)>& answered) {
   QWidget* over = display_.WidgetOf(owner);
   auto* menu = new QMenu(over != nullptr ? over : display_.main.data());
   menu->setAccessibleName(QStringLiteral("Menu of the selected row"));
@@ -123,11 +170,21 @@ void QtPopUpMenus::Open(port::WindowHandle owner, const std::vector<port::PopUpE
   if (where.by_key) menu->setActiveAction(menu->actions().front());
 }
 
-void QtPopUpMenus::DismissAll() {
+void Menus::DismissAll() {
   dismiss_all_ = true;
   display_.jobs.Post([this] {
     if (menu_) menu_->close();
   });
+}
+
+}  // namespace
+
+std::unique_ptr<port::TreeView> NewTreeView(Display& display) {
+  return std::make_unique<QtTreeView>(display);
+}
+
+std::unique_ptr<QtPopUpMenus> NewPopUpMenus(Display& display) {
+  return std::make_unique<Menus>(display);
 }
 
 }  // namespace quillet::qt

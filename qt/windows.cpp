@@ -8,13 +8,53 @@
 namespace quillet::qt {
 namespace {
 
+class QtWindows final : public port::Windows {
+ public:
+  explicit QtWindows(Display& display) : display_(display) {}
+
+  port::Size WorkArea() override;
+  port::WindowHandle CreateMainWindow(const port::MainWindowTraits& traits) override;
+  void ShowMainWindow() override;
+  // Does not wait for the display.
+  void Raise() override;
+  void DestroyMainWindow() override;
+  void CreateTabs(port::TabPlacement placement) override;
+  int SelectedTab() override;
+  void SelectTab(int tab) override;
+  void LayOut(port::Size inside, port::Size tabs) override;
+  void SetStatusText(std::u16string_view text) override;
+  void InjectKeyUp(std::uint32_t virtual_key) override;
+
+ private:
+  template <class Action>
+  void WithMain(const Action& action);
+
+  Display& display_;
+};
+
+class QtListView final : public port::ListView {
+ public:
+  explicit QtListView(Display& display) : display_(display) {}
+
+  void Create(std::span<const port::ListColumn, 2> columns, std::u16string_view font_face,
+              int font_size_index) override;
+  void Fill(std::vector<port::ListRow> rows, int selected) override;
+  void SetCounts(std::vector<std::u16string> counts) override;
+  void SetCheckStates(int first, std::vector<port::CheckState> states) override;
+  int SelectedRow() override;
+
+ private:
+  template <class Action>
+  void WithList(const Action& action);
+
+  Display& display_;
+};
+
 port::WindowHandle FocusedWindow(const Display& display) {
   // A dialog takes the input of what it stands over, also before the desktop has activated it.
   if (const QWidget* modal = QApplication::activeModalWidget()) return display.HandleOf(modal);
   return display.HandleOf(QApplication::activeWindow());
 }
-
-}  // namespace
 
 template <class Action>
 void QtWindows::WithMain(const Action& action) {
@@ -127,6 +167,16 @@ int QtListView::SelectedRow() {
   int row = -1;
   WithList([&](const GroupTable& list) { row = list.SelectedRow(); });
   return row;
+}
+
+}  // namespace
+
+std::unique_ptr<port::Windows> NewWindows(Display& display) {
+  return std::make_unique<QtWindows>(display);
+}
+
+std::unique_ptr<port::ListView> NewListView(Display& display) {
+  return std::make_unique<QtListView>(display);
 }
 
 }  // namespace quillet::qt

@@ -1,23 +1,18 @@
 // What a display shows, as values, and an observer that is told of every change.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "port/article_panes.h"
 #include "port/dialogs.h"
 #include "port/file_dialogs.h"
-#include "port/list_view.h"
 #include "port/message.h"
 #include "port/message_box.h"
 #include "port/pop_up_menus.h"
-#include "port/tree_view.h"
 #include "port/windows.h"
 #include "res/dialog_templates.h"
 
@@ -65,58 +60,6 @@ struct ShownDialog {
   std::vector<WindowHandle> pages;     // of a sheet
   int page = 0;                        // of a sheet: the one in front
   WindowHandle sheet = 0;              // of a page
-};
-
-struct ShownList {
-  bool created = false;
-  std::array<ListColumn, 2> columns;     // as given, or as the user left them
-  std::array<std::int32_t, 2> widths{};  // pixels, also where the default holds
-  std::u16string font_face;
-  int font_size_index = 0;
-  std::vector<ListRow> rows;
-  int selected = -1;
-};
-
-struct ShownTree {
-  bool created = false;
-  std::u16string name;
-  std::u16string font_face;
-  int font_size_index = 0;
-  std::u16string caption;
-  std::vector<TreeRow> rows;
-  std::set<TreeItem> expanded;
-  TreeItem selected = 0;
-  int fills = 0;  // times the whole tree was handed over
-  bool focused = false;
-};
-
-struct ShownArticle {
-  bool created = false;
-  std::u16string header_font_face;
-  int header_font_pixels = 0;
-  std::array<HeaderLine, 2> header;
-  std::vector<ToolbarButton> toolbar;
-  std::u16string source;  // what was added since the viewer was cleared
-  bool plain_text = false;
-  int additions = 0;   // calls that added to it
-  bool ended = false;  // the end of the source was told
-  int shows = 0;       // times it was
-  std::vector<ScrollStep> scrolls;
-  int copies = 0;
-  bool focused = false;
-};
-
-struct ShownMainWindow {
-  WindowHandle handle = 0;  // 0: there is none
-  MainWindowTraits traits;
-  bool shown = false;
-  int raised = 0;  // times
-  bool has_tabs = false;
-  TabPlacement placement = TabPlacement::kBottom;
-  int tab = kGroupTab;
-  Size inside;
-  Size tabs;
-  std::u16string status;
 };
 
 // Every hook is called after the change, on the thread that made it, with no lock held; the hooks

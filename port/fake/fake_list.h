@@ -1,6 +1,7 @@
 // The list of groups without pixels.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -11,6 +12,16 @@
 #include "port/list_view.h"
 
 namespace quillet::port {
+
+struct ShownList {
+  bool created = false;
+  std::array<ListColumn, 2> columns;     // as given, or as the user left them
+  std::array<std::int32_t, 2> widths{};  // pixels, also where the default holds
+  std::u16string font_face;
+  int font_size_index = 0;
+  std::vector<ListRow> rows;
+  int selected = -1;
+};
 
 class FakeList : public ListView {
  public:

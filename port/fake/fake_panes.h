@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -10,6 +11,22 @@
 #include "port/fake/fake_screen.h"
 
 namespace quillet::port {
+
+struct ShownArticle {
+  bool created = false;
+  std::u16string header_font_face;
+  int header_font_pixels = 0;
+  std::array<HeaderLine, 2> header;
+  std::vector<ToolbarButton> toolbar;
+  std::u16string source;  // what was added since the viewer was cleared
+  bool plain_text = false;
+  int additions = 0;   // calls that added to it
+  bool ended = false;  // the end of the source was told
+  int shows = 0;       // times it was
+  std::vector<ScrollStep> scrolls;
+  int copies = 0;
+  bool focused = false;
+};
 
 class FakePanes : public ArticlePanes {
  public:

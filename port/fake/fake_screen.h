@@ -17,8 +17,22 @@
 #include "port/common/thread_queues.h"
 #include "port/fake/display_observer.h"
 #include "port/fake/failure.h"
+#include "port/windows.h"
 
 namespace quillet::port {
+
+struct ShownMainWindow {
+  WindowHandle handle = 0;  // 0: there is none
+  MainWindowTraits traits;
+  bool shown = false;
+  int raised = 0;  // times
+  bool has_tabs = false;
+  TabPlacement placement = TabPlacement::kBottom;
+  int tab = kGroupTab;
+  Size inside;
+  Size tabs;
+  std::u16string status;
+};
 
 class FakeScreen {
  public:

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,19 @@ namespace quillet::port {
 
 // The key that asks for a menu: the display's own, the program never hears of it by that name.
 constexpr std::uint32_t kKeyContextMenu = 0x5D;
+
+struct ShownTree {
+  bool created = false;
+  std::u16string name;
+  std::u16string font_face;
+  int font_size_index = 0;
+  std::u16string caption;
+  std::vector<TreeRow> rows;
+  std::set<TreeItem> expanded;
+  TreeItem selected = 0;
+  int fills = 0;  // times the whole tree was handed over
+  bool focused = false;
+};
 
 class FakeTree : public TreeView {
  public:

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "port/fake/fake_tree.h"
 #include "util/text.h"
 
 namespace quillet::port {

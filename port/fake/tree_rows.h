@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "port/fake/display_observer.h"
 #include "port/tree_view.h"
 
 namespace quillet::port {
+
+struct ShownTree;
 
 // The number of rows when there is none of that item.
 std::size_t IndexOf(const std::vector<TreeRow>& rows, TreeItem item);

@@ -22,7 +22,7 @@ inline std::u16string Lines(int count) {
 
 class ArticleTest : public DisplayTest {
  protected:
-  QtArticlePanes& article() { return device->article(); }
+  port::ArticlePanes& article() { return device->article(); }
   Viewer& Text() { return *Main().Article()->Text(); }
   HeaderBar& Header() { return *Main().Article()->Header(); }
 

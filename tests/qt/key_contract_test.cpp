@@ -238,6 +238,8 @@ TEST_P(KeyContract, EscapeInADialogIsCancelAndReturnItsDefaultButton) {
                               {group, MessageKind::kKeyUp, port::kKeyReturn},
                               {group, MessageKind::kCommand, 2},
                               {group, MessageKind::kKeyUp, port::kKeyEscape}}));
+  Press(port::kKeyEscape, port::kModifierControl);
+  EXPECT_EQ(Take(), (Messages{{group, MessageKind::kKeyUp, port::kKeyEscape}})) << "another key";
   keyboard->Services().dialogs.Destroy(group);
   const WindowHandle progress = ShowDialog(120);
   Press(port::kKeyReturn);
