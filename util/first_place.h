@@ -25,7 +25,7 @@ bool HasPlace(std::size_t at, const Fits& fits) {
 template <class... Fits>
 std::size_t FirstPlace(std::size_t at, std::size_t end, const Fits&... fits) {
   constexpr std::size_t kBytes = 32;
-  constexpr std::size_t kBlock = kBytes / sizeof(decltype((fits(at) | ...)));
+  constexpr std::size_t kBlock = kBytes / sizeof(std::common_type_t<decltype(fits(at))...>);
   for (; at + kBlock <= end; at += kBlock) {
     if ((HasPlace<kBlock>(at, fits) || ...)) break;
   }
