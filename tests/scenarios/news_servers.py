@@ -156,10 +156,11 @@ def article(number, group="comp.test", message_id=None, subject=None, body=None,
 
 
 class NewsServer(_Server):
-    """groups: {name: {number: (head, body)}}. Numbers that are not there give 423."""
+    """groups: {name: {number: (head, body)}}, copied: `server.groups` may grow. Numbers that are
+    not there give 423."""
 
     def __init__(self, groups, greeting="200 news.example.org ready"):
-        self.groups = groups
+        self.groups = {name: dict(articles) for name, articles in groups.items()}
         self.greeting = greeting
         self.fetched = []  # (group, number) of every BODY served
         super().__init__()

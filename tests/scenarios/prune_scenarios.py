@@ -539,10 +539,14 @@ class Cancelling(Reading):
 class Breaking(Reading):
     """Stores that fail or stop in the middle."""
 
-    def fill(self, count=BIG):
-        """A profile with that many unread articles."""
+    def setUp(self):
+        super().setUp()
+        self.use_filled_profile("big", self.fill)
+
+    def fill(self):
+        """A profile with many unread articles."""
         values = {"maxarticles": 1000, "skipverifications": 1}
-        with self.download(thread_of(count), values=values) as q:
+        with self.download(thread_of(BIG), values=values) as q:
             pass
         self.assert_fine(q)
 
@@ -560,7 +564,6 @@ class Breaking(Reading):
     @for_each(*((command, moment) for command in (MARK_READ, DELETE_READ, DELETE_ALL)
                 for moment in (1, 40, 170)))
     def test_a_kill_in_the_middle_heals_with_the_next_threads(self, command, moment):
-        self.fill()
         q = self.run_quillet()
         q.open_group(GROUP)
         if command == DELETE_READ:
@@ -575,7 +578,6 @@ class Breaking(Reading):
         self.heal()
 
     def test_a_full_disk_in_the_middle_of_marking_is_told(self):
-        self.fill()
         sizes = {name: (self.news_folder / name).stat().st_size for name in DATABASES}
         with self.run_quillet(wrapper=file_size_limit(max(sizes.values()) // 4)) as q:
             # A write that fails in the middle leaves a file that needs repair.
@@ -588,6 +590,10 @@ class Breaking(Reading):
         self.assertEqual((q.status, q.exit_code(), q.errors()), (0, 0, ""))
         self.assertGreater(len(q.boxes()), 0)
         self.heal()
+
+
+class Gone(Reading):
+    """What the tree shows is no longer in the store."""
 
     def test_everything_taken_away_behind_the_tree(self):
         with self.download(thread_of(30), values={"skipverifications": 1}) as q:
