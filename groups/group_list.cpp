@@ -1,3 +1,6 @@
+// The list shows the groups of the preferences and holds nothing of its own: check marks and widths
+// that the user changes come as messages and are written into the record, and every command works
+// on the record and fills the list anew.
 #include "groups/group_list.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// The counts in memory stand beside the groups of the preferences, one each, once they were made:
+// what changes the groups changes them too, and nothing is changed unless all of it can be.
 #include "groups/newsgroups.h"
 
 #include <algorithm>

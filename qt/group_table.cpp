@@ -195,7 +195,8 @@ GroupTable::GroupTable(Told told, QWidget* parent)
   setEditTriggers(QAbstractItemView::NoEditTriggers);
   connect(header, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
     if (section == 0 && !applying_) chosen_share_ = double(width) / viewport()->width();
-    TellWidths();
+    // The section itself gets the size of a stretched column only after this.
+    TellWidth(section, width);
   });
 }
 
@@ -205,16 +206,14 @@ void GroupTable::SetColumns(std::span<const port::ListColumn, 2> columns) {
   chosen_share_ = 0;
   told_widths_ = {};
   ApplyWidths();
-  TellWidths();
+  for (const int column : {0, 1}) TellWidth(column, columnWidth(column));
 }
 
-void GroupTable::TellWidths() {
-  for (int column = 0; column < 2; ++column) {
-    int& told = told_widths_[static_cast<std::size_t>(column)];
-    if (columnWidth(column) == told) continue;
-    told = columnWidth(column);
-    told_.sized(column, told);
-  }
+void GroupTable::TellWidth(int column, int width) {
+  int& told = told_widths_.at(static_cast<std::size_t>(column));
+  if (width == told) return;
+  told = width;
+  told_.sized(column, width);
 }
 
 double GroupTable::FirstColumnShare(int client) const {

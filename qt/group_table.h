@@ -70,7 +70,7 @@ class GroupTable final : public QTreeView {
 
  private:
   void ApplyWidths();
-  void TellWidths();
+  void TellWidth(int column, int width);
   double FirstColumnShare(int client) const;
 
   Told told_;

@@ -238,6 +238,7 @@ class QtSubject final : public Subject {
       QTest::mouseMove(header, {place + 10, y});
       QTest::mouseMove(header, {place, y});
       QTest::mouseRelease(header, Qt::LeftButton, Qt::NoModifier, {place, y});
+      QCoreApplication::processEvents();  // the second column follows
     });
   }
   std::u16string Caption() override {
