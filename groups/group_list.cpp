@@ -14,7 +14,6 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
-#include "base/reset.h"
 #include "base/subscriptions.h"
 #include "base/wait_cursor.h"
 #include "groups/marking.h"

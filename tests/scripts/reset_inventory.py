@@ -43,7 +43,7 @@ def planted():
 
 
 def main():
-    root = pathlib.Path(__file__).resolve().parent.parent
+    root = pathlib.Path(__file__).resolve().parents[2]
     found = False
     for folder in FOLDERS:
         for path in sorted((root / folder).rglob("*.cpp")):
