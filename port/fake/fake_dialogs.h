@@ -28,8 +28,8 @@ class FakeDialogs : public Dialogs {
 
   // --- announced acts ---
 
-  // When a dialog of that form (0: a sheet) is shown next, `act` is called with it on the thread that showed it.
-  // One that is left over is a failure.
+  // When a dialog of that form (0: a sheet) is shown next, `act` is called with it on the thread
+  // that showed it. One that is left over is a failure.
   void WhenShown(std::uint32_t form, std::function<void(WindowHandle dialog)> act);
   // Presses Cancel in the progress dialog after the nth text that is set into its controls 1020 and
   // 1022 from now on, the title included; 0: as soon as it is shown. The press has been handled
