@@ -81,14 +81,14 @@ TEST_F(ModalDialog, IsCancelledWhenItCannotBeShown) {
 class OtherWindow : public ModalDialog {
  protected:
   OtherWindow() {
-    other_ = fake_.display.Create(kDialogMessageHeaders, 0);
-    fake_.display.Show(other_);
+    other_ = gPlatform->dialogs.Create(kDialogMessageHeaders, 0, port::DialogKind::kWindow);
+    gPlatform->dialogs.Show(other_);
     SetProcedure(other_, [this](const port::Message& message) {
       got_.push_back(message.id);
       if (message.kind == port::MessageKind::kClose) RemoveProcedure(other_);
     });
   }
-  ~OtherWindow() override { fake_.display.Destroy(other_); }
+  ~OtherWindow() override { gPlatform->dialogs.Destroy(other_); }
   port::Message Note(std::uint32_t id) { return {other_, port::MessageKind::kUser, id, 0, {}}; }
   // Runs a dialog that ends once these messages have been taken from the queue.
   void RunDialogOver(const std::vector<port::Message>& messages) {

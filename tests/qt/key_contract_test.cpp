@@ -173,7 +173,7 @@ class KeyContract : public ::testing::TestWithParam<Kind> {
   }
   WindowHandle ShowDialog(std::uint32_t form) {
     port::Dialogs& dialogs = keyboard->Services().dialogs;
-    const WindowHandle dialog = dialogs.Create(form, 0);
+    const WindowHandle dialog = dialogs.Create(form, 0, port::DialogKind::kModal);
     dialogs.Show(dialog);
     TakeMessages(keyboard->Queues());
     return dialog;
