@@ -16,7 +16,7 @@
 
 #include <cstdio>
 #include <exception>
-#include <optional>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -26,7 +26,7 @@ class KnownFailing {
  public:
   explicit KnownFailing(std::string reason) : reason_(std::move(reason)) {
     using Collector = testing::ScopedFakeTestPartResultReporter;
-    collector_.emplace(Collector::INTERCEPT_ALL_THREADS, &results_);
+    collector_ = std::make_unique<Collector>(Collector::INTERCEPT_ALL_THREADS, &results_);
   }
   KnownFailing(const KnownFailing&) = delete;
   KnownFailing& operator=(const KnownFailing&) = delete;
@@ -49,7 +49,7 @@ class KnownFailing {
   std::string reason_;
   int exceptions_ = std::uncaught_exceptions();
   testing::TestPartResultArray results_;
-  std::optional<testing::ScopedFakeTestPartResultReporter> collector_;
+  std::unique_ptr<testing::ScopedFakeTestPartResultReporter> collector_;
 };
 
 }  // namespace quillet::test
