@@ -1,3 +1,6 @@
+// Puts edited preferences in force: compares the old record with the new one, group by group of
+// settings that one view shows, and draws anew only what differs; then writes them, and at last
+// moves the databases when their folder has changed.
 #include "app/open_prefs.h"
 
 #include <array>

@@ -1,4 +1,5 @@
-// The commands and keys of the article view.
+// The commands and keys of the article view: a table of ids and functions, and one of keys that
+// scroll. All but one command do nothing without a current article.
 #include "article/commands.h"
 
 #include <array>

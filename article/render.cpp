@@ -1,3 +1,6 @@
+// A pipeline in one pass: AddLinksToHTML cuts the text at its addresses, PieceWriter cuts the
+// pieces at their hits, HtmlWriter escapes what arrives and colours each line when it ends. Hits
+// and links are thus found in the text, never in mark-up that was written before.
 #include "article/render.h"
 
 #include <cstddef>

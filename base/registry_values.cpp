@@ -1,3 +1,6 @@
+// Reading never fails: what is missing or does not fit becomes the fallback or zeros, and data that
+// was passed over is noted. Writing knows one form of each kind. Words and texts are little-endian
+// on every machine.
 #include "base/registry_values.h"
 
 #include <algorithm>

@@ -1,4 +1,6 @@
-// Deleting the read or all articles of groups.
+// Deleting the read or all articles of groups: along each group's chain, but the read ones of the
+// group shown through its tree, so that both stay alike. When every group is to be emptied, the
+// files are deleted instead.
 #include "store/deletion.h"
 
 #include <optional>

@@ -1,4 +1,6 @@
-// Rewriting whole databases: compaction and conversion.
+// Rewriting whole databases: compaction and conversion. Every record is copied into a new file
+// beside the old one, converted on the way where that is wanted, and the new file takes the old
+// one's place in one step: whatever goes wrong before leaves the old file as it was.
 #include "store/rewrite.h"
 
 #include <array>

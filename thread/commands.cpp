@@ -1,4 +1,6 @@
-// The commands of the thread view, from its menu, its keys and its context menu.
+// The commands of the thread view, from its menu, its keys and its context menu: tables of ids,
+// what each command needs (a group, a tree of it) and what it does. A tree that is out of date is
+// replaced before a command looks at its nodes.
 #include "thread/commands.h"
 
 #include <array>

@@ -1,3 +1,6 @@
+// Message-IDs are found by a hash table with open addressing: linear probing, deletion by backward
+// shift, at most seven tenths full. Articles of one Message-ID are a doubly linked list behind
+// their slot. Nodes and texts are taken from arenas, blocks that are freed with the tree.
 #include "thread/thread_tree.h"
 
 #include <algorithm>
