@@ -25,7 +25,8 @@ std::u16string MessageHeadersText(const AsciiArticle& article) {
   std::u16string text = u"Subject: " + ShownHeader(article.subject.value_or("")) + u"\r\n";
   AppendPresent(text, u"From: ", article.from);
   AppendPresent(text, u"Date: ", article.date);
-  // Shown when it tells nothing new, left out when it does; this is meant.
+  // Meant: shown when it tells nothing new, left out when it does. The dialog's text is the same in
+  // every version; another address stands in the header block of the article's own text.
   if (article.replyTo == article.from) AppendPresent(text, u"Reply-To: ", article.replyTo);
   AppendPresent(text, u"Message-ID: ", article.messageId);
   text += ShownHeaderLines(WithFullLineEnds(article.headers.value_or("")));

@@ -28,7 +28,8 @@ std::u16string HeaderBlock(const AsciiArticle& article) {
 }
 
 std::u16string_view MissingBodyText(bool with_headers) {
-  // Only the path that joins lines and shows headers speaks of a download; this is meant.
+  // Meant: only the path that joins lines and shows headers speaks of a download. The text is part
+  // of what is searched and saved, so it is the same in every version.
   if (with_headers && gPrefs->removecrs != 0 && gPrefs->onlinemode != 0) {
     return u"Quillet notification: downloading body\r\n";
   }
@@ -61,7 +62,8 @@ std::string WithFullLineEnds(std::string_view lines) {
 
 std::optional<std::u16string> CreateMessageBody(const AsciiArticle* article, bool with_headers) {
   if (article == nullptr) return std::u16string();
-  // The location depends on the path; this is meant.
+  // Meant: the location depends on the path. The box that is shown when memory runs out tells by it
+  // whether lines were being joined.
   return Guarded(gPrefs->removecrs != 0 ? u"CreateMessageBody" : u"DisplayCurrentArticle",
                  [&]() -> std::optional<std::u16string> {
                    std::u16string text = BodyText(*article, with_headers);

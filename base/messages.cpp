@@ -82,7 +82,8 @@ bool AskYesNo(std::u16string_view text) {
 
 bool ConfirmAction(std::u16string_view text, bool default_answer) {
   if (gPrefs && gPrefs->skipverifications != 0) return default_answer;
-  // No owner over the main window: this is meant, the box then stands above the whole program.
+  // Meant: no owner over the main window. Without one the box stands over the whole program, where
+  // these questions have always stood; over a dialog it belongs to that dialog.
   const port::WindowHandle owner = CurrentBoxOwner();
   return ShowBox(owner == gMainWindow ? 0 : owner, kConfirmationCaption, text,
                  {port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, false}) == port::kIdYes;

@@ -159,7 +159,8 @@ std::optional<ConvertedLogins> ReadVersion(ValueReader& values, Prefs& prefs) {
 
 bool ReadRecord(ValueReader& values, Prefs& prefs) {
   std::optional<ConvertedLogins> converted = ReadVersion(values, prefs);
-  // Meant to have no effect on a value of this name.
+  // Meant: the call removes keys and leaves a value of this name where it is. Only older versions
+  // know the value, and what they stored is theirs to remove.
   values.key().DeleteSubkey(u"multipleservers");
   if (!ReadFields(values, prefs)) return false;
   // What could not be stored holds for this run all the same.

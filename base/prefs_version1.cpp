@@ -62,7 +62,9 @@ ConvertedLogins ConvertVersion1(ValueReader& reader) {
   // Logins of the new kind under the old version number would be written over.
   if (HasNewLogins(reader.key())) SetSettingsAtRisk(true);
   if (!KeepSettingsAtRisk(reader.key())) return converted;
-  // Meant to leave the old values in place: this removes keys, and there is none of these names.
+  // Meant: the call removes keys, of which there is none of these names, so the old values stay.
+  // This version never reads them again, but an older one on the same registry still finds its
+  // login.
   for (const std::u16string_view name : kRemovedNames) reader.key().DeleteSubkey(name);
   converted.stored = StoreLogins(converted.logins);
   return converted;

@@ -68,7 +68,8 @@ class FieldWriter {
     for (const std::int32_t width : prefs_.columnWidths) {
       AppendU32(bytes, static_cast<std::uint32_t>(width));
     }
-    // Meant to be eight bytes under a type whose values have four.
+    // Meant: eight bytes under a type whose values have four. Stored widths have always had this
+    // form, and other versions read them by it; under the fitting type they would be another value.
     return Bytes(port::RegistryType::kDword, bytes);
   }
 

@@ -52,7 +52,8 @@ bool AppendGroup(Prefs& prefs, std::u16string_view name) {
 
 bool DropGroup(Prefs& prefs, GroupIndex group) {
   const bool counted = CountsAreInStep(prefs);
-  // Meant to name the adding function.
+  // Meant: names the adding function. The box's text is fixed: both changes of the group list
+  // report a lack of memory under one name, by which users and scripts know it.
   return Guarded(u"AddNewsgroupToPrefs", [&] {
     RemoveGroup(prefs, group);
     RemoveGroupFromKillfile(prefs, group);

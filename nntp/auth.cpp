@@ -41,7 +41,9 @@ RunEnd SendUserAndPassword() {
 RunEnd NegotiateNtlm() {
   if (!SendCommand("AUTHINFO GENERIC NTLM", CommandLogging::kUnlogged)) return RunEnd::kLost;
   if (!ReadResponse()) {
-    LogError(kSocketDestroyed);  // a second time after ReadResponse, which is meant
+    // Meant: a second time after ReadResponse. The user is shown this log, and the doubled line is
+    // how it tells a loss during this login from others.
+    LogError(kSocketDestroyed);
     return RunEnd::kLost;
   }
   if (StartsWith(gConnection.reply, "381")) {

@@ -125,7 +125,9 @@ bool WinceConnectIfNotConnected() {
 }
 
 bool ConnectedToInternet() {
-  // Room for one: with more connections open the call fails and is reported, which is meant.
+  // Meant: room for one. With more connections open the call fails (603), the failure is shown and
+  // the selected method is dialled; with more room any two open connections would pass for the way
+  // to the news server, and nothing would be dialled.
   constexpr std::uint32_t kRoom = 1;
   std::uint32_t count = 0;
   const std::uint32_t error = gPlatform->dialler.EnumerateConnections(kRoom, count);

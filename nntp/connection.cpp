@@ -160,7 +160,8 @@ RunEnd ReadGreeting() {
   if (!ReadResponse()) return RunEnd::kLost;
   gConnection.posting_allowed = StartsWith(gConnection.reply, "200");
   if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
-  // ReadResponse has logged the greeting already; that it stands in the log twice is meant.
+  // Meant: the second time in the log. ReadResponse has logged the greeting as received; this line
+  // is written only when the session goes on with it, and users know logs that begin so.
   LogTransaction(gConnection.reply);
   SetProgressDetail(Widen(gConnection.reply));
   return RunEnd::kGoOn;

@@ -48,7 +48,9 @@ void StopInet();
 RunEnd OpenConnection();
 
 // Says QUIT and closes the socket when one is open, shows the error log when it holds text, and
-// forgets the server's name. The error log is kept: a second call shows it again, which is meant.
+// forgets the server's name. Meant: the error log is kept, and a second call shows it again. A lost
+// connection is closed before the loss is logged, so only the call at the end of the transaction
+// shows everything.
 void CloseConnection();
 // Closes without a word what an aborted connection left open. Idempotent.
 void ReleaseConnection();

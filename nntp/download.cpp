@@ -77,7 +77,10 @@ void UpdateServerNumbers(const GroupWalk& walk) {
   }
   if (on_server > walk.last) {
     LogTransaction("(rollover)");
-    downloaded = walk.first;  // so the first article itself is not fetched, which is meant
+    // Meant: so the first article itself is not fetched. The number is stored, and the captions
+    // count with it; what is fetched next must not depend on the version that noticed the new
+    // numbering.
+    downloaded = walk.first;
   }
   on_server = walk.last;
 }

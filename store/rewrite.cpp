@@ -115,8 +115,10 @@ int RewriteDatabases(RewriteMode mode) {
   SetProgressRange(UnitsOfWork(mode));
   std::uint64_t done = 0;
   for (const DatabaseIndex index : DatabasesFor(mode)) {
-    // A run ends with the first database that was replaced, as if it had failed; that is meant.
-    // Only a file that could not be replaced lets it go on to the next one.
+    // Meant: a run ends with the first database that was replaced, as if it had failed, so that
+    // compacting rewrites the articles alone. The chains and the queued posts, which no server can
+    // give again, stay byte for byte as they are. Only a file that could not be replaced lets the
+    // run go on to the next one.
     if (RewriteOne(index, mode, done) != Outcome::kNotReplaced) return -1;
   }
   return 0;

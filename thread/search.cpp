@@ -29,7 +29,9 @@ void SetUpFindDialog(port::WindowHandle dialog) {
 
 FindChoices TakeChoices(port::WindowHandle dialog) {
   auto states = gPlatform->dialogs.ReadAll(dialog);
-  // meant: the last search text is 8-bit, so "?" is looked for in place of what has no byte.
+  // Meant: the last search text is 8-bit, so "?" is looked for in place of what has no byte. It is
+  // kept so with the article that it was found in, and the search there and the one through the
+  // tree must look for the same text.
   return {AsStored(states[kControlFindText].text), states[kControlMatchCase].checked,
           states[kControlWholeWord].checked, states[kControlSearchHeaders].checked};
 }
