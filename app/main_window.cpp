@@ -90,8 +90,10 @@ void HandleKeyUp(std::uint32_t key) {
   if (ShownTab() == port::kArticleTab) HandleArticleKey(key);
 }
 
-// A row of the group list or an item of the thread tree, whichever is shown. What is activated is
-// selected too: the tree's number of another item comes from a list that is no longer shown.
+// A row of the group list or an item of the thread tree, whichever is shown. Activating an item
+// selects it first. So a number that is not the selected item's comes from a control that was in
+// front before, a row of the group list say, and was still waiting when the view changed: it is
+// passed over.
 void HandleItemActivated(std::uint32_t item) {
   if (ShownTab() == port::kGroupTab) {
     OpenSelectedGroup();

@@ -56,7 +56,8 @@ void MoveDatabases(const std::u16string& from, const std::u16string& to) {
   gPlatform->files.CreateFolder(gDatabaseFolder);
   const bool replace =
       !HoldsDatabases(to) ||
-      // The two blanks after the full stop are meant.
+      // The two blanks after the full stop are meant: boxes are told by their exact texts, in the
+      // answers that scripts announce too.
       ConfirmAction(u"Databases already exist in new location.  Replace with old databases?", true);
   if (replace) CopyDatabases(from, to);
   if (!ReopenDatabases()) {

@@ -65,7 +65,7 @@ void WaitForProgressThread(Predicate predicate) {
   while (!predicate()) gProgressChanged.wait_for(lock, kLongestLook);
 }
 
-// The dialog vanishes, whether or not the operation has stopped.
+// The dialog vanishes, whether or not the operation has aborted yet.
 void DestroyDialogOnItsThread(port::WindowHandle dialog, std::optional<BoxOwner>& owner) {
   gPlatform->messages.KillTimer(dialog, kAbortTimer);
   gPlatform->dialogs.Destroy(dialog);

@@ -21,14 +21,14 @@ extern std::atomic<port::WindowHandle> gProgressDialog;
 inline bool AbortRequested() {
   return gAbortRequested.load(std::memory_order_relaxed) != 0;
 }
-// What Cancel and the end of the session do: the running operation stops at its next test.
+// What Cancel and the end of the session do: the running operation aborts at its next test.
 inline void RequestAbort() {
   gAbortRequested = 1;
 }
-// kCancelled or kSessionEnds when the operation was asked to stop, kGoOn otherwise.
+// kCancelled or kSessionEnds when the operation is to abort, kGoOn otherwise.
 RunEnd RequestedEnd();
 // The test between units of work: whether the operation is at its end, because `end` says so
-// already or because it was asked to stop, which is then noted in `end`.
+// already or because it is to abort, which is then noted in `end`.
 bool Ended(RunEnd& end);
 
 // Runs the operation under a progress dialog with that title and returns its result. Program

@@ -16,7 +16,7 @@ extern std::atomic<port::WindowHandle> gMainWindow;
 void DestroyMainWindow();
 
 // The session ends (log-out, SIGTERM). Any thread. From now on every box is answered at once as
-// Escape would, the running operation is asked to stop, and the main window gets kEndSession. The
+// Escape would, the running operation is to abort, and the main window gets kEndSession. The
 // device ends what already waits: open boxes and blocked socket calls.
 void BeginSessionEnd();
 bool SessionEnding();

@@ -19,8 +19,9 @@ void SetSettingsAtRisk(bool at_risk);
 // nothing may be written.
 bool KeepSettingsAtRisk(port::RegistryKey& key);
 
-// A number of entries that lists can be made for. A list may lack up to 65,536 strings behind its
-// count; a count that promises more is cut to the strings really there.
+// The stored count of a list, limited so that memory can be taken for that many entries. A count of
+// up to 65,536 is believed, however few strings the list has; a larger one is cut to the strings
+// that are there.
 std::uint32_t CountThatCanBe(port::RegistryKey& key, std::u16string_view list,
                              std::uint32_t stored);
 

@@ -83,8 +83,9 @@ inline constexpr std::uint32_t kAutoDeleteRead = 2;
 inline constexpr std::uint32_t kAutoDeleteBefore = 4;
 inline constexpr std::uint32_t kAutoDeleteOnQuit = 8;
 
-// Three signatures: the one for a missing value, the one of the factory settings (meant to lack
-// the "-- " line), and the first one ever shipped, which reading replaces.
+// Three signatures: the one for a missing value; the one of the factory settings, which lacks the
+// "-- " line (meant: resetting stores what it has always stored, and posts that are signed with it
+// keep their look); and the first one ever shipped, which reading replaces.
 extern const std::u16string_view kDefaultSignature;
 extern const std::u16string_view kResetSignature;
 extern const std::u16string_view kFirstSignature;

@@ -1,6 +1,6 @@
 // The transaction is a table of steps. Each tells what ended the run, if anything did; how the
 // connection is left then is decided in one place: with QUIT and the error log, or without a word
-// when somebody asked to stop before there was a session.
+// when an abort was requested before there was a session.
 #include "nntp/connection.h"
 
 #include <algorithm>

@@ -63,8 +63,9 @@ std::optional<StoredLinks> FetchChainRecord(std::uint32_t number) {
   return FetchLinks(number, NumberKey(number));
 }
 
-// Ends walks over damaged chains that lead in circles: the place looked back to moves on at every
-// doubling of the steps, so that a circle is closed after a few rounds at most.
+// Ends walks over damaged chains that lead in circles, by Brent's cycle detection: each number is
+// compared with an anchor, which moves on after 2, 4, 8... steps, so that a circle is found after a
+// few rounds at most and without any memory of the way.
 class CircleGuard {
  public:
   bool Closes(std::uint32_t number) {

@@ -8,10 +8,12 @@ void MakeRoom(std::vector<Value>& row) {
   if (row.size() == row.capacity()) row.reserve(row.size() * 2 + 64);
 }
 
+// The `find` of a union-find structure, with path halving: each article that is passed is linked to
+// the one two above it, so that the next way is half as long. LinkLate is the union.
 Place TopOf(Forest& forest, Place place) {
   while (forest.top[place] != place) {
     Place& above = forest.top[place];
-    above = forest.top[above];  // shortens the way for the next one
+    above = forest.top[above];
     place = above;
   }
   return place;
@@ -51,7 +53,7 @@ void AddToParent(const Forest& forest, Rows& rows, Place place) {
   rows.read_below[parent] += rows.read_below[place] + forest.is_read[place];
 }
 
-// Each article is added to its parent once it is complete itself.
+// Post-order, without recursion: each article is added to its parent once it is complete itself.
 void SumUp(const Forest& forest, Rows& rows) {
   Place at = rows.root();
   while (true) {

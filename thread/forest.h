@@ -1,7 +1,8 @@
 // Which article of a group lies under which, while the group's tree is built. Articles are told by
 // their places in the order of reading, and what is known of them stands in rows of small numbers:
-// those of a hundred thousand articles stay near the processor, their nodes do not. For the builder
-// only.
+// those of a hundred thousand articles stay near the processor, their nodes do not. `top` makes it
+// a union-find structure as well, which tells at once that a link would close a circle. For the
+// builder only.
 #pragma once
 
 #include <cstddef>

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::size_t kFree = 0;
 
-// The first threads of all subjects by their hashes. Texts are compared only when hashes agree.
+// The first threads of all subjects: a hash table with linear probing, at most half full. Texts are
+// compared only when hashes agree.
 class FirstThreads {
  public:
   explicit FirstThreads(const std::vector<Thread>& threads)

@@ -18,7 +18,8 @@ struct Thread {
   bool gathered = false;
 };
 
-// Of what SubjectsMatch compares.
+// The hash of the subject without its reply marks (SubjectWithoutReplyMarks): subjects that match
+// by SubjectsMatch have the same hash, others rarely have.
 std::uint64_t SubjectHash(std::string_view subject);
 
 // Makes the root's list: a subject node for every thread, with `merge` one for all threads of one

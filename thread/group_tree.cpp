@@ -14,7 +14,9 @@
 namespace quillet {
 namespace {
 
-// Chain numbers fall from one record to the next; in a damaged chain they may lead in a circle.
+// The numbers that a walk along a chain has passed. They fall from one record to the next, which a
+// comparison with the last one shows; in a damaged chain they may lead in a circle, and from the
+// first one on that does not fall they are kept in a set.
 class PassedNumbers {
  public:
   // False when the number was passed before.

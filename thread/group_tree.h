@@ -20,7 +20,7 @@ struct BuiltTree {
 
 // Reads the group's chain from newest to oldest and builds by `usethreading` and `reversethread`.
 // Chain records whose article is missing are removed (not while the databases are closed or have
-// failed: then nothing can be known to be missing). Stops when AbortRequested.
+// failed: then nothing can be known to be missing). Aborts when AbortRequested.
 BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress = {});
 
 }  // namespace quillet

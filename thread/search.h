@@ -8,7 +8,7 @@
 namespace quillet {
 
 // Shows the "Find" dialog with the last choices, its text selected, and keeps what was chosen in
-// gReading.find. False when it was cancelled.
+// gReading.find. False when the user pressed Cancel.
 bool AskFindChoices();
 
 // Whether the article holds the text (without a NUL): with `in_headers` the kept

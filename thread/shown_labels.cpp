@@ -13,9 +13,11 @@ void ShownLabels::Reset(std::size_t items) {
   room_ = items;
 }
 
-// The item's entry, or the free one where it belongs.
+// Linear probing: the item's entry, or the free one where it belongs.
 ShownLabels::Entry* ShownLabels::Find(port::TreeItem item) {
-  constexpr std::uint32_t kSpread = 0x9E3779B1;  // numbers in a row go to places far apart
+  // Multiplicative (Fibonacci) hashing: a prime near 2^32 divided by the golden ratio sends numbers
+  // in a row to places far apart.
+  constexpr std::uint32_t kSpread = 0x9E3779B1;
   const std::size_t mask = entries_.size() - 1;
   std::size_t at = item * kSpread >> 7 & mask;
   while (entries_[at].item != item && entries_[at].item != 0) at = (at + 1) & mask;

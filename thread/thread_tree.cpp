@@ -56,7 +56,7 @@ void ClearLinks(Node& node) {
 
 // --- Message-IDs ---------------------------------------------------------------------------------
 
-// The slot of a Message-ID, or the free one at which the search for it ends.
+// Linear probing: the slot of a Message-ID, or the free one at which the search for it ends.
 std::size_t MessageIdIndex::PlaceOf(std::uint32_t hash, std::string_view message_id) const {
   const std::size_t mask = slots_.size() - 1;
   std::size_t place = hash & mask;
@@ -82,7 +82,9 @@ void MessageIdIndex::Grow() {
   }
 }
 
-// Those that were put behind the slot because it was taken move up.
+// Deletion by backward shift, so that no tombstones are needed: of the slots in the cluster behind
+// the free one, each whose search begins at it or before it moves up, and its own slot is the free
+// one then.
 void MessageIdIndex::Free(std::size_t place) {
   const std::size_t mask = slots_.size() - 1;
   std::size_t free = place;
