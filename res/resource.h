@@ -1,4 +1,4 @@
-// Every resource id: icons, bitmaps, accelerator tables, dialogs with their controls, commands.
+// Every resource id: icons, bitmaps, dialogs with their controls, commands.
 #pragma once
 
 #include <cstdint>
@@ -13,11 +13,6 @@ constexpr std::uint32_t kBitmapArticleTab = 176;
 constexpr std::uint32_t kBitmapGroupSideTab = 179;
 constexpr std::uint32_t kBitmapThreadSideTab = 180;
 constexpr std::uint32_t kBitmapArticleSideTab = 181;
-
-// Accelerator tables.
-constexpr std::uint32_t kAcceleratorsGroup = 113;
-constexpr std::uint32_t kAcceleratorsThread = 111;
-constexpr std::uint32_t kAcceleratorsArticle = 109;
 
 // Controls that every dialog may have.
 constexpr std::uint32_t kControlOk = 1;

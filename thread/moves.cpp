@@ -35,13 +35,6 @@ Node* PreviousNode(const Node& node) {
   return previous;
 }
 
-Node* NodeAfterSubtree(const Node& node) {
-  for (const Node* at = &node; at != nullptr; at = at->parent) {
-    if (at->nextSibling != nullptr) return at->nextSibling;
-  }
-  return nullptr;
-}
-
 Node* ThreadOf(Node& node) {
   Node* at = &node;
   while (at != nullptr && at->kind != NodeKind::kSubject) at = at->parent;

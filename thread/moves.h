@@ -11,8 +11,6 @@ namespace quillet {
 // Pre-order over all kinds of nodes; null at the ends. `within`: not beyond that subtree.
 Node* NextNode(const Node& node, const Node* within = nullptr);
 Node* PreviousNode(const Node& node);
-// The node after everything below this one.
-Node* NodeAfterSubtree(const Node& node);
 
 // The subject node that the node is or lies under; null for the root.
 Node* ThreadOf(Node& node);

@@ -31,8 +31,6 @@ class FormatArgument {
         is_number_(true),
         width_(sizeof(T)) {}
 
-  bool is_number() const { return is_number_; }
-  const std::u16string& text() const { return text_; }
   std::u16string Decimal() const;
   std::u16string Hexadecimal() const;
 

@@ -28,7 +28,6 @@ bool ThreadQueues::Get(Message& message) {
     std::uint64_t wait_ms = 0;
     if (TakeDueTimer(self, message, wait_ms)) return true;
     queue.waiting = true;
-    ++queue.waits;
     changed_.notify_all();
     if (wait_ms == 0) {
       changed_.wait(lock);

@@ -60,7 +60,6 @@ class ThreadQueues final : public MessageQueue {
   struct Queue {
     std::deque<Entry> entries;
     bool waiting = false;
-    std::uint64_t waits = 0;
   };
 
   Queue& QueueOf(std::thread::id thread) { return queues_[thread]; }

@@ -44,10 +44,8 @@ Node* LastArticleBefore(const std::vector<Node*>& list, std::size_t end) {
 
 void CheckMoves(const std::vector<Node*>& list, std::size_t at) {
   Node& node = *list[at];
-  const std::size_t below = ListOf(node).size();
   ASSERT_EQ(NextNode(node), at + 1 < list.size() ? list[at + 1] : nullptr);
   ASSERT_EQ(PreviousNode(node), at > 0 ? list[at - 1] : nullptr);
-  ASSERT_EQ(NodeAfterSubtree(node), at + below < list.size() ? list[at + below] : nullptr);
   ASSERT_EQ(FirstArticleFrom(&node), FirstArticle(list, at));
   ASSERT_EQ(NextArticle(node), FirstArticle(list, at + 1));
   ASSERT_EQ(PreviousArticle(node), LastArticleBefore(list, at));
@@ -103,7 +101,6 @@ TEST(Moves, AnEmptyTreeHasNowhereToGo) {
   ThreadTree tree;
   EXPECT_EQ(NextNode(tree.root()), nullptr);
   EXPECT_EQ(PreviousNode(tree.root()), nullptr);
-  EXPECT_EQ(NodeAfterSubtree(tree.root()), nullptr);
   EXPECT_EQ(ThreadOf(tree.root()), nullptr);
   EXPECT_EQ(FirstArticleFrom(&tree.root()), nullptr);
   EXPECT_EQ(FirstArticleFrom(nullptr), nullptr);

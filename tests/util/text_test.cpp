@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "util/string_builder.h"
 
 namespace quillet {
 namespace {
@@ -65,15 +64,6 @@ TEST(FindNoCase, FindsTheFirstMatch) {
   EXPECT_EQ(FindNoCase("abc", "d"), std::string_view::npos);
   EXPECT_EQ(FindNoCase("", ""), 0U);
   EXPECT_EQ(FindNoCase("", "a"), std::string_view::npos);
-}
-
-TEST(StringBuilder, MixesWidthsAndHandsItsBufferOut) {
-  WideStringBuilder builder;
-  EXPECT_TRUE(builder.Append(u"wide "));
-  EXPECT_TRUE(builder.Append(std::string_view("\x80")));
-  EXPECT_EQ(builder.length(), 6U);
-  EXPECT_EQ(builder.Finish(), u"wide \u20AC");
-  EXPECT_EQ(builder.length(), 0U);
 }
 
 }  // namespace
