@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "util/little_endian.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -44,10 +45,6 @@ std::u16string Utf16Text(std::string_view bytes) {
                                          static_cast<unsigned char>(bytes[at + 1]) << 8));
   }
   return text;
-}
-
-std::u16string_view UntilNul(std::u16string_view text) {
-  return text.substr(0, text.find(u'\0'));
 }
 
 std::string ValueReader::Data(std::u16string_view name, RegistryType type) {

@@ -16,9 +16,6 @@ namespace quillet {
 std::string Utf16Bytes(std::u16string_view text);
 std::u16string Utf16Text(std::string_view bytes);
 
-// The part of a text before its first NUL.
-std::u16string_view UntilNul(std::u16string_view text);
-
 // The longest text a string value is read with.
 inline constexpr std::size_t kLongestRegistryText = 1023;
 

@@ -14,6 +14,7 @@
 #include "base/messages.h"
 #include "base/multi_string.h"
 #include "mime/shown_text.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -23,11 +24,6 @@ constexpr std::size_t kCapacity = 4096;
 
 constexpr std::u16string_view kFullMessage =
     u"The killfile will exceed Windows CE's capacity to store it. Entry rejected.";
-
-// Texts are NUL-terminated where they are stored.
-std::string_view UntilNul(std::string_view text) {
-  return text.substr(0, text.find('\0'));
-}
 
 // What the entries of a group call it.
 std::size_t NumberOf(GroupIndex group) {

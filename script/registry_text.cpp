@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/multi_string.h"
+#include "base/registry_values.h"
 #include "script/words.h"
 #include "util/little_endian.h"
 
@@ -24,37 +25,18 @@ std::string HexText(std::string_view bytes) {
   return text;
 }
 
-std::u16string Units(std::string_view bytes) {
-  std::u16string units;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto low = static_cast<unsigned char>(bytes[i]);
-    const auto high = static_cast<unsigned char>(bytes[i + 1]);
-    units += static_cast<char16_t>(low | high << 8);
-  }
-  return units;
-}
-
-std::string Bytes(std::u16string_view units) {
-  std::string bytes;
-  for (const char16_t unit : units) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
-  return bytes;
-}
-
 // Each describes data of its type as a JSON value; "null" when the data does not have the form.
 
 std::string DescribeString(std::string_view data) {
   if (data.size() % 2 != 0) return "null";
-  std::u16string text = Units(data);
+  std::u16string text = Utf16Text(data);
   if (!text.empty() && text.back() == u'\0') text.pop_back();
   return JsonText(text);
 }
 
 std::string DescribeMultiString(std::string_view data) {
   if (data.size() % 2 != 0) return "null";
-  const std::u16string units = Units(data);
+  const std::u16string units = Utf16Text(data);
   JsonList list;
   for (std::size_t at = 0; at < units.size() && units[at] != u'\0';) {
     const std::size_t end = units.find(u'\0', at);
@@ -138,7 +120,7 @@ std::optional<RegistryValue> MakeRegistryValue(std::span<const std::u16string> w
   }
   if (rest.size() != 1) return std::nullopt;
   if (kind == u"dword") return WithType(RegistryType::kDword, NumbersData(rest));
-  if (kind == u"string") return RegistryValue{RegistryType::kString, Bytes(rest[0] + u'\0')};
+  if (kind == u"string") return RegistryValue{RegistryType::kString, Utf16Bytes(rest[0] + u'\0')};
   if (kind == u"binary") return WithType(RegistryType::kBinary, ParseHex(rest[0]));
   return std::nullopt;
 }

@@ -159,7 +159,7 @@ std::string SerializeGroup(const GDBMGroup& group) {
   AppendU32(value, group.previous);
   AppendU32(value, group.next);
   for (const std::string_view text : {std::string_view(name), std::string_view(group.messageId)}) {
-    value.append(UpToNul(text));
+    value.append(UntilNul(text));
     value.push_back('\0');
   }
   value.append(kSlackLength, '\0');

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "util/text.h"
+
 namespace quillet {
 
 // Length of the undefined bytes at the end of every record; written as zeros, ignored on reading.
@@ -14,14 +16,10 @@ constexpr std::size_t kSlackLength = 4;
 // No record, and no text inside one, is longer than this.
 constexpr std::size_t kLongestRecord = std::size_t{64} << 20;
 
-// Text after an embedded NUL is not stored, so it does not count either.
-inline std::string_view UpToNul(std::string_view text) {
-  return text.substr(0, text.find('\0'));
-}
-
-// A key that is a string includes its NUL.
+// A key that is a string includes its NUL. Text after an embedded NUL is not stored, so it does not
+// count either.
 inline std::string StringKey(std::string_view text) {
-  std::string key(UpToNul(text));
+  std::string key(UntilNul(text));
   key.push_back('\0');
   return key;
 }

@@ -62,13 +62,13 @@ void TakeWords(std::string_view value, AsciiArticle& article) {
 
 std::size_t TextLength(const AsciiArticle& article) {
   std::size_t length = 0;
-  for (const StringField& field : kStrings) length += UpToNul(*(article.*field.text)).size() + 1;
+  for (const StringField& field : kStrings) length += UntilNul(*(article.*field.text)).size() + 1;
   return length;
 }
 
 void AppendStrings(std::string& value, const AsciiArticle& article) {
   for (const StringField& field : kStrings) {
-    value.append(UpToNul(*(article.*field.text)));
+    value.append(UntilNul(*(article.*field.text)));
     value.push_back('\0');
   }
 }

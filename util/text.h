@@ -1,4 +1,5 @@
-// Text helpers shared by every folder: code page 1252, UTF-8 at the edges, prefix and suffix tests.
+// Text helpers shared by every folder: code page 1252, UTF-8 at the edges, prefixes and suffixes,
+// texts that end at a NUL.
 //
 // 8-bit text (std::string) is news text or text in the ANSI code page 1252; wide text
 // (std::u16string) is UTF-16. All functions are pure and may be called on any thread.
@@ -36,6 +37,15 @@ bool EqualsNoCase(std::u16string_view a, std::u16string_view b);
 // Position of the first match of `needle` in `text` with the same comparison, npos when there is
 // none. An empty needle is found at 0, in an empty text too.
 std::size_t FindNoCase(std::string_view text, std::string_view needle);
+
+// The part before the first NUL, all when there is none: what of a text is left where texts are
+// NUL-terminated.
+constexpr std::string_view UntilNul(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+constexpr std::u16string_view UntilNul(std::u16string_view text) {
+  return text.substr(0, text.find(u'\0'));
+}
 
 // A-Z become a-z, everything else stays.
 constexpr char ToLowerAscii(char c) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace quillet {
 namespace {
 
@@ -64,6 +63,17 @@ TEST(FindNoCase, FindsTheFirstMatch) {
   EXPECT_EQ(FindNoCase("abc", "d"), std::string_view::npos);
   EXPECT_EQ(FindNoCase("", ""), 0U);
   EXPECT_EQ(FindNoCase("", "a"), std::string_view::npos);
+}
+
+TEST(UntilNul, EndsATextAtItsFirstNul) {
+  using std::string_view_literals::operator""sv;
+  EXPECT_EQ(UntilNul("abc\0d\0"sv), "abc");
+  EXPECT_EQ(UntilNul("abc"sv), "abc");
+  EXPECT_EQ(UntilNul("\0abc"sv), "");
+  EXPECT_EQ(UntilNul(""sv), "");
+  EXPECT_EQ(UntilNul(u"abc\0d\0"sv), u"abc");
+  EXPECT_EQ(UntilNul(u"abc"sv), u"abc");
+  EXPECT_EQ(UntilNul(u"\0abc"sv), u"");
 }
 
 }  // namespace
