@@ -33,6 +33,8 @@
 #include "store/deletion.h"
 #include "thread/commands.h"
 #include "thread/view.h"
+#include "util/format.h"
+#include "util/version.h"
 
 namespace quillet {
 namespace {
@@ -256,8 +258,8 @@ void MainWindowProcedure(const port::Message& message) {
 bool CreateQuilletWindow() {
   const port::Size area = gPlatform->windows.WorkArea();
   const port::Size inside{area.width, area.height - kMenuBarHeight};
-  const port::WindowHandle window =
-      gPlatform->windows.CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", kIconMain, inside});
+  const port::WindowHandle window = gPlatform->windows.CreateMainWindow(
+      {u"Quillet CE", FormatWide(u"Quillet CE %s", kVersionText), kIconMain, inside});
   if (window == 0) return false;
   KeepInsideSize(inside);
   SetProcedure(window, MainWindowProcedure);

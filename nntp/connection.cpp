@@ -20,6 +20,7 @@
 #include "port/platform.h"
 #include "util/format.h"
 #include "util/text.h"
+#include "util/version.h"
 
 namespace quillet {
 

@@ -15,7 +15,6 @@
 
 namespace quillet {
 
-inline constexpr std::u16string_view kVersionText = u"1.14r3";
 // A command and a reply are as long as a line buffer of this size holds, NUL included.
 constexpr std::size_t kLineBufferSize = 2048;
 // What a lost connection leaves in the error log.

@@ -5,6 +5,7 @@
 
 #include "app/startup.h"
 #include "base/messages.h"
+#include "util/version.h"
 
 namespace quillet::qt {
 namespace {
@@ -23,7 +24,8 @@ void EndSession(QtDevice& device, port::LinuxServices& services) {
 // No display name: the toolkit would append it to every window title.
 void NameApplication() {
   QApplication::setApplicationName(QStringLiteral("quillet"));
-  QApplication::setApplicationVersion(QStringLiteral("1.14r3"));
+  QApplication::setApplicationVersion(
+      QString::fromLatin1(kVersionText.data(), static_cast<qsizetype>(kVersionText.size())));
   QApplication::setDesktopFileName(QStringLiteral("quillet"));
 }
 

@@ -7,7 +7,9 @@
 #include <filesystem>
 
 #include "port/linux/native_files.h"
+#include "util/format.h"
 #include "util/text.h"
+#include "util/version.h"
 
 namespace quillet::port {
 namespace {
@@ -123,7 +125,7 @@ std::string HelpText(std::string_view program) {
 }
 
 std::string VersionText(std::string_view program) {
-  return std::string(program) + " (Quillet CE) 1.14r3\n";
+  return FormatNarrow("%s (Quillet CE) %s\n", program, kVersionText);
 }
 
 std::string OwnExecutable() {

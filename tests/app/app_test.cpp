@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "app/open_prefs.h"
 #include "app/startup.h"
 #include "base/app_messages.h"
@@ -8,6 +10,7 @@
 #include "base/subscriptions.h"
 #include "groups/group_list.h"
 #include "res/commands.h"
+#include "res/dialog_templates.h"
 #include "res/resource.h"
 #include "store/chains.h"
 #include "store/counts.h"
@@ -15,6 +18,8 @@
 #include "store/pending_posts.h"
 #include "store/records.h"
 #include "tests/app/program_fixture.h"
+#include "util/format.h"
+#include "util/version.h"
 
 namespace quillet {
 namespace {
@@ -235,6 +240,15 @@ TEST_F(Program, AboutBoxClosesWithItsOk) {
   WaitIdle();
   EXPECT_TRUE(fake_.display.dialogs().empty());
   End();
+}
+
+TEST(AboutForm, TellsTheVersion) {
+  const DialogTemplate* form = FindDialogTemplate(kDialogAbout);
+  ASSERT_NE(form, nullptr);
+  const std::u16string told = FormatWide(u"Quillet CE %s", kVersionText);
+  EXPECT_TRUE(std::ranges::any_of(form->controls, [&](const ControlTemplate& control) {
+    return control.text == told && control.accessible_name == told;
+  }));
 }
 
 TEST_F(Program, RefreshMessageShowsNewCounts) {
