@@ -29,7 +29,6 @@
 namespace quillet {
 namespace {
 
-constexpr std::u16string_view kScheduledCommandLine = u"AppRunAtTime";
 constexpr std::u16string_view kExecutablePath =
     u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
 
@@ -119,7 +118,7 @@ void AdvanceOneDay(port::CalendarTime& time) {
 
 // The program from its first step to its exit code.
 int RunOnce() {
-  const bool scheduled = gPlatform->shell.CommandLine() == kScheduledCommandLine;
+  const bool scheduled = gPlatform->shell.CommandLine() == port::kScheduledCommandLine;
   if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
   ConnectUpwardCalls();
   ReadPreferences();

@@ -1,4 +1,4 @@
-// Starts the program at a time of day with the command line "AppRunAtTime".
+// Starts the program at a time of day to fetch news.
 #pragma once
 
 #include <string_view>
@@ -6,6 +6,9 @@
 #include "port/clock.h"
 
 namespace quillet::port {
+
+// The command line of such a start.
+inline constexpr std::u16string_view kScheduledCommandLine = u"AppRunAtTime";
 
 class Scheduler {
  public:

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "port/linux/linux_platform.h"
+#include "port/scheduler.h"
 #include "qt/device.h"
 #include "qt/program.h"
 
@@ -24,7 +25,7 @@ void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
 
 // A start by the scheduler may have no display and still reach the instance that has one.
 int EndWithoutDisplay(quillet::port::LinuxServices& services, const QString& problem) {
-  const bool scheduled = services.shell.CommandLine() == u"AppRunAtTime";
+  const bool scheduled = services.shell.CommandLine() == quillet::port::kScheduledCommandLine;
   if (services.shell.ForwardToOtherInstance(scheduled)) return 0;
   std::fprintf(stderr, "quillet: %s\n", qPrintable(problem));
   return kExitNoDisplay;

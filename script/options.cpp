@@ -4,7 +4,9 @@
 #include <string_view>
 #include <vector>
 
+#include "port/scheduler.h"
 #include "script/words.h"
+#include "util/format.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -93,20 +95,22 @@ ScriptOptions ParseScriptOptions(int argc, const char* const* argv) {
 }
 
 std::string ScriptHelpText() {
-  return "Usage: quillet-script --profile DIR [OPTION...] [AppRunAtTime]\n"
-         "\n"
-         "Runs Quillet CE with a scripted display: commands on standard input, one JSON object a\n"
-         "line on standard output. See docs/script-front.md.\n"
-         "\n"
-         "  --profile DIR      keep settings and articles in DIR\n"
-         "  --xdg              use the user's own folders instead\n"
-         "  --work-area WxH    usable screen area (240x320)\n"
-         "  --log FILE         write the same lines to FILE\n"
-         "  --timeout SECONDS  time limit of every wait (60)\n"
-         "  --hold             do not start the program before the line \"start\"\n"
-         "  --help             print this text\n"
-         "  --version          print the version\n"
-         "  AppRunAtTime       start a download, in the running program if there is one\n";
+  return FormatNarrow(
+      "Usage: quillet-script --profile DIR [OPTION...] [%s]\n"
+      "\n"
+      "Runs Quillet CE with a scripted display: commands on standard input, one JSON object a\n"
+      "line on standard output. See docs/script-front.md.\n"
+      "\n"
+      "  --profile DIR      keep settings and articles in DIR\n"
+      "  --xdg              use the user's own folders instead\n"
+      "  --work-area WxH    usable screen area (240x320)\n"
+      "  --log FILE         write the same lines to FILE\n"
+      "  --timeout SECONDS  time limit of every wait (60)\n"
+      "  --hold             do not start the program before the line \"start\"\n"
+      "  --help             print this text\n"
+      "  --version          print the version\n"
+      "  %s       start a download, in the running program if there is one\n",
+      port::kScheduledCommandLine, port::kScheduledCommandLine);
 }
 
 }  // namespace quillet

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "port/linux/native_files.h"
+#include "port/scheduler.h"
 #include "util/format.h"
 #include "util/text.h"
 #include "util/version.h"
@@ -16,7 +17,6 @@ namespace {
 
 constexpr std::string_view kProfileOption = "--profile";
 constexpr std::string_view kProfilePrefix = "--profile=";
-constexpr std::string_view kScheduledRun = "AppRunAtTime";
 
 // Relative paths in these variables are to be ignored.
 std::string FolderFromEnvironment(const char* variable) {
@@ -104,7 +104,7 @@ Arguments ParseArguments(int argc, const char* const* argv) {
         arguments.profile = argv[i];
       }
       if (arguments.profile.empty()) return Wrong("--profile needs a folder");
-    } else if (argument == kScheduledRun && arguments.command_line.empty()) {
+    } else if (FromUtf8(argument) == kScheduledCommandLine && arguments.command_line.empty()) {
       arguments.command_line.push_back(argument);
     } else {
       return Wrong("unknown argument '" + argument + "'");
@@ -114,14 +114,14 @@ Arguments ParseArguments(int argc, const char* const* argv) {
 }
 
 std::string HelpText(std::string_view program) {
-  std::string text = "Usage: " + std::string(program) + " [--profile DIR] [AppRunAtTime]\n";
-  text +=
+  return FormatNarrow(
+      "Usage: %s [--profile DIR] [%s]\n"
       "\n"
       "  --profile DIR   keep settings and articles in DIR instead of the user's own folders\n"
       "  --help          print this text\n"
       "  --version       print the version\n"
-      "  AppRunAtTime    start a download, in the running program if there is one\n";
-  return text;
+      "  %s    start a download, in the running program if there is one\n",
+      program, kScheduledCommandLine, kScheduledCommandLine);
 }
 
 std::string VersionText(std::string_view program) {

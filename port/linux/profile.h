@@ -34,7 +34,7 @@ struct Arguments {
   enum class Action { kRun, kHelp, kVersion, kWrong };
   Action action = Action::kRun;
   std::string profile;                    // argument of --profile; empty without it
-  std::vector<std::string> command_line;  // what is left: nothing or "AppRunAtTime"
+  std::vector<std::string> command_line;  // what is left: nothing or kScheduledCommandLine
   std::string error;                      // with kWrong: one line for standard error
 
   std::u16string CommandLine() const;  // joined by one blank

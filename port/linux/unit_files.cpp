@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "port/scheduler.h"
+#include "util/text.h"
+
 namespace quillet::port {
 namespace {
 
@@ -82,7 +85,7 @@ std::string ServiceUnit(const Profile& profile, std::string_view executable) {
       "\n"
       "[Service]\n"
       "Type=simple\n";
-  text += "ExecStart=" + command + " AppRunAtTime\n";
+  text += "ExecStart=" + command + " " + ToUtf8(kScheduledCommandLine) + "\n";
   // What the user opened from an article goes on when the program ends.
   text += "KillMode=process\n";
   return text;

@@ -12,7 +12,7 @@ namespace quillet::port {
 // "quillet-download" for the user's own profile; for another one a suffix made from its folder.
 std::string UnitName(const Profile& profile);
 
-// The service: `executable` (native path) with the profile's option and "AppRunAtTime".
+// The service: `executable` (native path) with the profile's option and kScheduledCommandLine.
 std::string ServiceUnit(const Profile& profile, std::string_view executable);
 
 // The timer: at that local moment and every day at the same time.
