@@ -19,6 +19,7 @@
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
 #include "base/reset.h"
+#include "base/subscriptions.h"
 #include "base/upward_calls.h"
 #include "base/views.h"
 #include "base/window_procedures.h"
@@ -195,7 +196,7 @@ void DeleteOnQuit() {
   gUpwardCalls.shown_tree = {};
   if (!gPrefs || gPrefs->autodeleteonquit == 0 || OperationRunning() || !DatabasesOpen()) return;
   for (std::size_t i = 0; i < gPrefs->numgroups; ++i) {
-    if (DeleteArticles(gPrefs->autodeleteread != 0, static_cast<int>(i)) != RunEnd::kGoOn) return;
+    if (DeleteArticlesOf(gPrefs->autodeleteread != 0, GroupAt(i)) != RunEnd::kGoOn) return;
   }
 }
 

@@ -14,6 +14,7 @@
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/subscriptions.h"
 #include "base/upward_calls.h"
 #include "bench/measure.h"
 #include "bench/stored_group.h"
@@ -161,7 +162,8 @@ bool MeasureShapes(int ordinary, int chain) {
     for (Node* node = &gReading.tree->root(); node != nullptr; node = NextNode(*node)) {
       if (node->kind == NodeKind::kArticle) node->read = (read = !read) ? 1 : 0;
     }
-    const double cost = ProcessorMilliseconds([group] { DeleteArticles(true, group); });
+    const double cost = ProcessorMilliseconds(
+        [group] { DeleteArticlesOf(true, GroupAt(static_cast<std::size_t>(group))); });
     Require(gReading.tree->root().descendantCount > 0, "deleting");
     return cost;
   };

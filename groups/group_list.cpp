@@ -92,7 +92,7 @@ void CheckUncheckAll() {
 void DeleteChecked(bool only_read, std::u16string_view question) {
   ClearArticleView();
   if (ConfirmAction(question, true)) {
-    DeleteArticles(only_read, kCheckedGroups);
+    DeleteCheckedArticles(only_read);
     NoteShownGroupTouched();
   }
   FillGroupList();
@@ -133,7 +133,7 @@ void RemoveGroups() {
       continue;
     }
     ClearArticleView();
-    if (DeleteArticles(false, static_cast<int>(i)) != RunEnd::kGoOn) break;
+    if (DeleteArticlesOf(false, GroupAt(i)) != RunEnd::kGoOn) break;
     const std::uint32_t groups = gPrefs->numgroups;
     RemoveNewsgroupFromPrefs(GroupAt(i));
     if (gPrefs->numgroups == groups) break;  // could not be removed, and said so

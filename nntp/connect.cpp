@@ -82,7 +82,7 @@ bool DialSelectedMethod() {
 
 void ConnectCommand(bool interactive) {
   gDownloadList = CheckedGroups(*gPrefs);
-  if (gPrefs->autodeletebefore != 0) DeleteArticles(gPrefs->autodeleteread != 0, kCheckedGroups);
+  if (gPrefs->autodeletebefore != 0) DeleteCheckedArticles(gPrefs->autodeleteread != 0);
   if (!CheckDownloadPreconditions(interactive) || !StoreHasRoom()) return;
   StartConnection();
   PostToMainWindow(kUserRefillGroupList);

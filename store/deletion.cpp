@@ -110,6 +110,11 @@ bool CountsReady() {
   return gReadInfo.size() >= gPrefs->numgroups;
 }
 
+RunEnd Delete(const Deletion& deletion) {
+  if (!CountsReady()) return RunEnd::kGoOn;
+  return RunWithProgress(Title(deletion), [&deletion] { return RunDeletion(deletion); });
+}
+
 }  // namespace
 
 // The article first: a chain record that is left over names nothing and goes with the next building
@@ -125,19 +130,16 @@ bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool w
   return removed;
 }
 
-RunEnd DeleteArticles(bool only_read, int group_index) {
+RunEnd DeleteArticlesOf(bool only_read, GroupIndex group) {
+  if (!gPrefs || IndexOf(group) >= gPrefs->numgroups) return RunEnd::kGoOn;
+  return Delete({only_read, false, {group}});
+}
+
+RunEnd DeleteCheckedArticles(bool only_read) {
   if (!gPrefs || gPrefs->numgroups == 0) return RunEnd::kGoOn;
-  Deletion deletion{only_read, group_index == kCheckedGroups, {}};
-  if (deletion.checked_groups) {
-    deletion.groups = CheckedGroups(*gPrefs);
-    if (!only_read && deletion.groups.size() == gPrefs->numgroups) return DeleteEverything();
-  } else if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
-    deletion.groups = {GroupAt(static_cast<std::size_t>(group_index))};
-  } else {
-    return RunEnd::kGoOn;
-  }
-  if (!CountsReady()) return RunEnd::kGoOn;
-  return RunWithProgress(Title(deletion), [&deletion] { return RunDeletion(deletion); });
+  const Deletion deletion{only_read, true, CheckedGroups(*gPrefs)};
+  if (!only_read && deletion.groups.size() == gPrefs->numgroups) return DeleteEverything();
+  return Delete(deletion);
 }
 
 }  // namespace quillet

@@ -45,7 +45,7 @@ bool Open(Node* node) {
 
 void DeleteInCurrentGroup(bool only_read, std::u16string_view question) {
   if (!ConfirmAction(question, true)) return;
-  DeleteArticles(only_read, gReading.group);
+  DeleteArticlesOf(only_read, GroupAt(static_cast<std::size_t>(gReading.group)));
   if (gReading.tree_state.OutOfDate()) ShowThreadView();
   PostToMainWindow(kUserRefreshCounts);
 }

@@ -106,7 +106,7 @@ class DeletionTest : public MaintenanceTest {
 };
 
 TEST_F(DeletionTest, ReadArticlesOfOneGroup) {
-  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
   EXPECT_FALSE(ArticleExists("<a1@x>"));
   EXPECT_FALSE(ArticleExists("<a3@x>"));
@@ -120,7 +120,7 @@ TEST_F(DeletionTest, ReadArticlesOfOneGroup) {
 }
 
 TEST_F(DeletionTest, AllArticlesOfOneGroup) {
-  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
   EXPECT_FALSE(ArticleExists("<a2@x>"));
   Count(1, 0, 0);
@@ -132,7 +132,7 @@ TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
   CheckGroups({1, 0, 7});
   Add(u"de.test", "<d1@x>", true);
   gReadInfo[2]->readCount = gReadInfo[2]->totalCount = 1;
-  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(true), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
   EXPECT_THAT(Chain(u"de.test"), IsEmpty());  // any mark but 0 counts
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
@@ -144,7 +144,7 @@ TEST_F(DeletionTest, CheckedGroupsOnlyWithTheirPosition) {
 
 TEST_F(DeletionTest, GroupsWithNothingToDeleteAreSkipped) {
   CheckGroups({1, 0, 1});
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(),
               ElementsAre(Text{kTitle, u"Deleting all articles in selected groups..."},
                           Text{kDetail, u"Deleting in comp.lang.misc (1/2)"}));
@@ -153,13 +153,13 @@ TEST_F(DeletionTest, GroupsWithNothingToDeleteAreSkipped) {
 
 TEST_F(DeletionTest, AReadCountOfZeroTouchesNothing) {
   gReadInfo[1]->readCount = 0;
-  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
 }
 
 TEST_F(DeletionTest, TheOtherGroupsOfACrossPostKeepTheirRecords) {
   ASSERT_TRUE(AddArticleToGroup(u"de.test", "<a1@x>"));
-  DeleteArticles(false, 1);
+  DeleteArticlesOf(false, GroupAt(1));
   EXPECT_THAT(Chain(u"de.test"), ElementsAre("<a1@x>"));
   EXPECT_FALSE(ArticleExists("<a1@x>"));
   EXPECT_EQ(CountGroupArticles(u"de.test", false), 1U);
@@ -168,7 +168,7 @@ TEST_F(DeletionTest, TheOtherGroupsOfACrossPostKeepTheirRecords) {
 
 TEST_F(DeletionTest, RecordsOfMissingArticlesGoWithAllTheRest) {
   DeleteArticle("<a1@x>");
-  DeleteArticles(false, 1);
+  DeleteArticlesOf(false, GroupAt(1));
   EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
   EXPECT_EQ(gReadInfo[1]->totalCount, 0U);
 }
@@ -176,13 +176,13 @@ TEST_F(DeletionTest, RecordsOfMissingArticlesGoWithAllTheRest) {
 TEST_F(DeletionTest, CountsThatWereWrongStopAtZero) {
   gReadInfo[1]->totalCount = 1;
   gReadInfo[1]->readCount = 1;
-  DeleteArticles(false, 1);
+  DeleteArticlesOf(false, GroupAt(1));
   Count(1, 0, 0);
 }
 
 TEST_F(DeletionTest, ACancelStopsBetweenTwoArticles) {
   fake.display.CancelProgressAfter(1);
-  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kCancelled);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(1)), RunEnd::kCancelled);
   EXPECT_EQ(Chain(u"alt.test").size(), gReadInfo[1]->totalCount);
   gAbortRequested = 0;
 }
@@ -190,20 +190,20 @@ TEST_F(DeletionTest, ACancelStopsBetweenTwoArticles) {
 TEST_F(DeletionTest, WithoutGroupsNothingHappens) {
   gPrefs->groups.clear();
   gPrefs->numgroups = 0;
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
-  EXPECT_EQ(DeleteArticles(false, 0), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(0)), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(), IsEmpty());
 }
 
 TEST_F(DeletionTest, AnIndexBeyondTheListDeletesNothing) {
-  EXPECT_EQ(DeleteArticles(false, 3), RunEnd::kGoOn);
-  EXPECT_EQ(DeleteArticles(false, -2), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(3)), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(~std::size_t{0})), RunEnd::kGoOn);
   EXPECT_TRUE(ArticleExists("<a1@x>"));
 }
 
 TEST_F(DeletionTest, MissingCountsAreTakenFirst) {
   gReadInfo.clear();
-  DeleteArticles(true, 1);
+  DeleteArticlesOf(true, GroupAt(1));
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
 }
 
@@ -213,7 +213,7 @@ TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
   AsciiArticle post = ArticleWithId("<p@x>");
   ASSERT_TRUE(StoreAsciiGDBMPost(post));
   PostedToMainWindow();
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
   EXPECT_THAT(fake.display.progress_texts(), IsEmpty());
   EXPECT_TRUE(DatabasesOpen());
   EXPECT_TRUE(Records(kNewsgroups).empty());
@@ -227,13 +227,13 @@ TEST_F(DeletionTest, EverythingGoesByDeletingTheFilesButNotTheQueue) {
 TEST_F(DeletionTest, WithoutQueuedPostsTheirFileGoesToo) {
   CheckGroups({1, 1, 1});
   ASSERT_TRUE(StoreValue(kPosts, "stray", "x", StoreMode::kInsert));
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
   EXPECT_EQ(FetchValue(kPosts, "stray"), std::nullopt);
 }
 
 TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
   CheckGroups({1, 1, 1});
-  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(true), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
 }
 
@@ -269,7 +269,7 @@ class ShownTreeTest : public DeletionTest {
 };
 
 TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
-  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
   EXPECT_FALSE(seen.OutOfDate());
@@ -278,15 +278,15 @@ TEST_F(ShownTreeTest, ReadArticlesOfTheShownGroupAreLeftToTheTree) {
 
 TEST_F(ShownTreeTest, ATreeThatIsOutOfDateIsNotAsked) {
   gTreeOutOfDate = true;
-  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<a2@x>"));
   EXPECT_TRUE(seen.OutOfDate());
 }
 
 TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
-  EXPECT_EQ(DeleteArticles(true, 0), RunEnd::kGoOn);
-  EXPECT_EQ(DeleteArticles(false, 0), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(0)), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(0)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"comp.lang.misc"), IsEmpty());
   EXPECT_EQ(gTreeDeletions, 0);
   EXPECT_EQ(gClearings, 0);
@@ -295,19 +295,19 @@ TEST_F(ShownTreeTest, OtherGroupsDoNotTouchTheTree) {
 
 TEST_F(ShownTreeTest, WithoutAReadArticleTheTreeIsNotAsked) {
   gReadInfo[1]->readCount = 0;
-  EXPECT_EQ(DeleteArticles(true, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 0);
 }
 
 TEST_F(ShownTreeTest, AllArticlesOfTheShownGroupClearIt) {
-  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(1)), RunEnd::kGoOn);
   EXPECT_EQ(gClearings, 1);
   EXPECT_THAT(Chain(u"alt.test"), IsEmpty());
 }
 
 TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
   fake.display.CancelProgressAfter(1);
-  EXPECT_EQ(DeleteArticles(false, 1), RunEnd::kCancelled);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(1)), RunEnd::kCancelled);
   // The cancel may come before the group is reached at all.
   if (Chain(u"alt.test").size() < 3) {
     EXPECT_TRUE(seen.OutOfDate());
@@ -317,10 +317,10 @@ TEST_F(ShownTreeTest, AnAbortLeavesTheTreeToBeBuiltAnew) {
 
 TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
   CheckGroups({1, 1, 0});
-  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(true), RunEnd::kGoOn);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_THAT(Chain(u"comp.lang.misc"), ElementsAre("<c2@x>"));
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
   EXPECT_EQ(gClearings, 1);
 }
 
@@ -328,7 +328,7 @@ TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
   CheckGroups({1, 1, 0});
   gShownGroup = 0;
   gTreeEnd = RunEnd::kStoreFailed;
-  EXPECT_EQ(DeleteArticles(true, kCheckedGroups), RunEnd::kStoreFailed);
+  EXPECT_EQ(DeleteCheckedArticles(true), RunEnd::kStoreFailed);
   EXPECT_EQ(gTreeDeletions, 1);
   EXPECT_EQ(Chain(u"alt.test").size(), 3U);
 }
@@ -337,7 +337,7 @@ TEST_F(ShownTreeTest, DeletingEverythingClearsItAfterTheFilesWereOpened) {
   CheckGroups({1, 1, 1});
   static bool open = false;
   gUpwardCalls.shown_tree.clear = [] { open = DatabasesOpen(); };
-  EXPECT_EQ(DeleteArticles(false, kCheckedGroups), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteCheckedArticles(false), RunEnd::kGoOn);
   EXPECT_TRUE(open);
 }
 
@@ -520,7 +520,7 @@ TEST_F(FaultyDeletionTest, AChainRecordThatCannotBeRemovedStaysCounted) {
     fake.display.ForgetBoxes();
     gCallsUntilFailure = n;
     gGdbm.store = StoreThatFails;
-    const RunEnd end = DeleteArticles(false, 1);
+    const RunEnd end = DeleteArticlesOf(false, GroupAt(1));
     gGdbm = gRealLibrary;
     EXPECT_EQ(gReadInfo[1]->totalCount, CountGroupArticles(u"alt.test", false)) << n;
     EXPECT_EQ(gReadInfo[1]->readCount, CountGroupArticles(u"alt.test", true)) << n;
@@ -534,7 +534,7 @@ TEST_F(FaultyDeletionTest, AChainRecordThatCannotBeRemovedStaysCounted) {
       EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (unable to delete article) "
                                           u"occurred in DeleteArticles."));
     }
-    DeleteArticles(false, 1);
+    DeleteArticlesOf(false, GroupAt(1));
     for (const char* id : {"<a1@x>", "<a2@x>", "<a3@x>"}) Add(u"alt.test", id, true);
     gReadInfo[1]->readCount = gReadInfo[1]->totalCount = 3;
     UpdateGlobalGDBMArticleCountCache(1);

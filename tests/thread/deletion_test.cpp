@@ -317,7 +317,7 @@ TEST_F(TreeDeletionTest, ReadArticlesGoThroughTheTree) {
   Read("<7@x>");
   const int fills = fake.display.tree().fills;
   observer.StartOver(0);
-  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
   EXPECT_THAT(Rows(), ElementsAre("*2/2 Hello", "  *bob", "    *cyd", "*Other", "  *eve", "*Third",
                                   "  *hal"));
   EXPECT_EQ(fake.display.tree().fills, fills + 1);
@@ -333,7 +333,7 @@ TEST_F(TreeDeletionTest, ReadArticlesGoThroughTheTree) {
 TEST_F(TreeDeletionTest, ThreadsThatWereReadWholeGo) {
   ShowNine();
   HandleThreadCommand(kCommandMarkRead);
-  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
   ExpectInStep();
@@ -344,7 +344,7 @@ TEST_F(TreeDeletionTest, AnAbortAtEveryStepLeavesEverythingInStep) {
     StartAfresh();
     ShowNine();
     observer.StartOver(step);
-    const RunEnd end = DeleteArticles(true, kGroup);
+    const RunEnd end = DeleteArticlesOf(true, GroupAt(kGroup));
     ExpectInStep();
     ExpectCacheInStep();
     if (observer.steps < step) {
@@ -360,7 +360,7 @@ TEST_F(TreeDeletionTest, AnAbortAtEveryStepLeavesEverythingInStep) {
 TEST_F(TreeDeletionTest, ReadArticlesOfALongChainGoFromEveryDepth) {
   PutLongThread(400, true, 2);
   ShowThreadView();
-  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(kGroupName), SizeIs(200));
   EXPECT_EQ(fake.display.tree().rows.back().depth, 200U);
   ExpectInStep();
@@ -375,7 +375,7 @@ TEST_F(TreeDeletionTest, AFailingStoreStopsTheDeletionOfReadArticles) {
     RunEnd end = RunEnd::kGoOn;
     {
       const FailNthWrite faulty(n);
-      end = DeleteArticles(true, kGroup);
+      end = DeleteArticlesOf(true, GroupAt(kGroup));
       met = FailNthWrite::Met();
     }
     EXPECT_EQ(gReading.tree_state.OutOfDate(), end == RunEnd::kStoreFailed) << n;
@@ -386,7 +386,7 @@ TEST_F(TreeDeletionTest, AFailingStoreStopsTheDeletionOfReadArticles) {
     if (end != RunEnd::kGoOn) ++refusals;
     EXPECT_EQ(end != RunEnd::kGoOn,
               BoxTexts() == std::vector<std::u16string>{std::u16string(kRefused)});
-    EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
+    EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
     EXPECT_THAT(Chain(kGroupName), SizeIs(4)) << n;
     ExpectInStep();
   }
@@ -399,7 +399,7 @@ TEST_F(TreeDeletionTest, AnOutdatedTreeIsNotTrusted) {
   ++gReadInfo[kGroup]->totalCount;
   ++gReadInfo[kGroup]->readCount;
   NoteChange(Change::kStore);
-  EXPECT_EQ(DeleteArticles(true, kGroup), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(kGroupName), SizeIs(4));
   EXPECT_TRUE(gReading.tree_state.OutOfDate());
   ShowThreadView();
@@ -410,9 +410,9 @@ TEST_F(TreeDeletionTest, OtherGroupsGoByTheirChain) {
   ShowNine();
   Put({"<d@x>", "", "Deutsch", "zoe", 1, true}, u"de.test");
   Recount();
-  EXPECT_EQ(DeleteArticles(true, 2), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(2)), RunEnd::kGoOn);
   EXPECT_THAT(Chain(u"de.test"), IsEmpty());
-  EXPECT_EQ(DeleteArticles(false, 2), RunEnd::kGoOn);
+  EXPECT_EQ(DeleteArticlesOf(false, GroupAt(2)), RunEnd::kGoOn);
   EXPECT_FALSE(gReading.tree_state.OutOfDate());
   ExpectInStep();
 }
