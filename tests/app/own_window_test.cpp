@@ -43,8 +43,7 @@ TEST_F(OwnWindow, GetsItsMessagesFromTheMainLoop) {
 }
 
 TEST_F(OwnWindow, GetsThemWhileAModalDialogIsUp) {
-  // The window takes the user's input away from the main window, as every dialog here.
-  fake_.display.Inject({gMainWindow, port::MessageKind::kCommand, kCommandAbout, 0, {}});
+  EXPECT_TRUE(fake_.display.SendCommand(kCommandAbout));
   const port::WindowHandle about = fake_.display.WaitForDialog(kDialogAbout);
   ASSERT_NE(about, 0U);
   Send(7);
