@@ -25,6 +25,7 @@
 #include "store/records.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
+#include "thread/deletion.h"
 #include "thread/labels.h"
 #include "thread/marking.h"
 #include "thread/moves.h"
@@ -63,8 +64,8 @@ class BlindTree final : public port::TreeView {
 struct Device {
   port::FakePlatform fake;
   BlindTree tree;
-  port::Platform platform{{fake.display, fake.display, fake.display, fake.display, tree,
-                           fake.display, fake.display, fake.display},
+  port::Platform platform{{fake.display, fake.display, fake.display, fake.display, fake.display,
+                           tree, fake.display, fake.display, fake.display},
                           fake.queues,
                           fake.registry,
                           fake.sockets,
