@@ -3,6 +3,8 @@
 // the daily download as the system knows it, and what is saved and closed at the end.
 #include "app/startup.h"
 
+#include <cstdlib>
+
 #include "app/main_window.h"
 #include "app/open_prefs.h"
 #include "article/view.h"
@@ -14,6 +16,7 @@
 #include "base/upward_calls.h"
 #include "base/window_procedures.h"
 #include "nntp/connect.h"
+#include "port/clock.h"
 #include "port/files.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -123,6 +126,9 @@ int RunOnce() {
   ConnectUpwardCalls();
   ReadPreferences();
   if (!gPrefs) return 0;
+  // Seeded once a run, at this place in the start, so that whatever draws from the runtime's
+  // generator finds it ready; nothing does so far.
+  std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
   if (!CreateQuilletWindow()) return 0;
   TellOfDamagedRegistry();
   // A critical error while the store was opened has closed the window.
