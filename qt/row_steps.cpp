@@ -6,7 +6,8 @@
 namespace quillet::qt {
 namespace {
 
-// A leap that would end where the focus is already moves nothing, and so selects nothing.
+// Home and Page Up in the first row, End and Page Down in the only one, end where the focus is: the
+// view then moves nothing and leaves the row unselected, so they do not count as a first step.
 bool LeadsNowhere(const QModelIndex& current, int key) {
   if (current.parent().isValid()) return false;
   const bool back = key == Qt::Key_Home || key == Qt::Key_PageUp;

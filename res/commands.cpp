@@ -104,7 +104,8 @@ constexpr auto kGroupButtons = std::to_array<MenuButton>(
     {{kCommandConnect, u"Connect"}, {kCommandCheckUncheckAll, u"Check/uncheck all"}});
 constexpr auto kThreadButtons = std::to_array<MenuButton>({{kCommandFind, u"Find"}});
 
-// Table 113. Ctrl+Alt for the two server marks is meant, though the menu shows Ctrl+Shift.
+// Meant: Ctrl+Alt for the two server marks, though the menu shows Ctrl+Shift. Users know both the
+// text and the key as they are.
 constexpr auto kGroupAccelerators = std::to_array<Accelerator>({
     {'1', kCtrl, kCommandConnect},
     {'A', kCtrl, kCommandSelectAll},
@@ -119,7 +120,6 @@ constexpr auto kGroupAccelerators = std::to_array<Accelerator>({
     {'W', kCtrl, kCommandClose},
 });
 
-// Table 111.
 constexpr auto kThreadAccelerators = std::to_array<Accelerator>({
     {'A', kCtrlAlt, kCommandDeleteSelectedArticle},
     {'D', kCtrlAlt, kCommandDeleteAll},
@@ -135,7 +135,6 @@ constexpr auto kThreadAccelerators = std::to_array<Accelerator>({
     {'W', kCtrl, kCommandClose},
 });
 
-// Table 109.
 constexpr auto kArticleAccelerators = std::to_array<Accelerator>({
     {'2', kCtrl, kCommandRot13},
     {'3', kCtrl, kCommandFindAgain},
