@@ -4,15 +4,15 @@ namespace quillet::port {
 
 FakeDisplay::FakeDisplay(ThreadQueues& the_queues)
     : FakeScreen(the_queues),
-      FakeBoxes(screen()),
-      FakeWindows(screen()),
-      FakeList(screen()),
-      FakeDialogs(screen()),
+      FakeBoxes(static_cast<FakeScreen&>(*this)),
+      FakeWindows(static_cast<FakeScreen&>(*this)),
+      FakeList(static_cast<FakeScreen&>(*this)),
+      FakeDialogs(static_cast<FakeScreen&>(*this)),
       FakePropertySheets(static_cast<FakeDialogs&>(*this)),
-      FakeTree(screen()),
-      FakePopUps(screen()),
-      FakePanes(screen()),
-      FakeFileDialogs(screen()) {}
+      FakeTree(static_cast<FakeScreen&>(*this)),
+      FakePopUps(static_cast<FakeScreen&>(*this)),
+      FakePanes(static_cast<FakeScreen&>(*this)),
+      FakeFileDialogs(static_cast<FakeScreen&>(*this)) {}
 
 void FakeDisplay::Verify() {
   FakeBoxes::Verify();
