@@ -1,3 +1,7 @@
+// Every choice is drawn from one seeded generator in a fixed order, so that the same seed gives the
+// same bytes; a choice added in the middle changes every later article. Replies choose their parent
+// among the last few hundred articles, recent ones more often. What must be stored of an article is
+// stated while it is made, never read back from its text.
 #include "demo/article_generator.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// The dialog opens without a nested event loop, and the program's thread waits for its answer as a
+// Completion. Every way in which it can go away answers exactly once: a choice, Cancel, the end of
+// the session, its owner's destruction. What came of it is shared with the caller, who may have
+// stopped waiting.
 #include "qt/file_dialogs.h"
 
 #include <QDir>

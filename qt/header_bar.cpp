@@ -1,3 +1,6 @@
+// A button that paints itself: the right texts whole, the left ones cut to the room that is left.
+// Its colours and its least font size are fixed, because it stands above a page that is white in
+// every palette.
 #include "qt/header_bar.h"
 
 #include <QApplication>

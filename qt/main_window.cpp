@@ -1,3 +1,6 @@
+// The tab control, its panes and the toolbar lie in one widget without a layout, because the
+// program computes their places and sends them by LayOut. Menu bar and buttons are made anew for
+// each view. Close only asks: the program decides and destroys the window.
 #include "qt/main_window.h"
 
 #include <QApplication>

@@ -1,3 +1,6 @@
+// The pages are a stack of scroll areas beside a list of their names, on a screen of a phone's
+// width below a drop-down list of them. The screen decides when the sheet is made. Turning a page
+// is told as two messages, the page left and the page shown, and only once the sheet is visible.
 #include "qt/sheet_dialog.h"
 
 #include <QBoxLayout>

@@ -1,3 +1,6 @@
+// One table of menu rows, of buttons and of keys for each view; finding a key walks its table,
+// which is short. Commands repeat from view to view on purpose: each view's rows stand in the order
+// in which they are drawn. A shortcut in a menu row is text only, the keys are bound further below.
 #include "res/commands.h"
 
 #include <array>
@@ -31,7 +34,7 @@ constexpr auto kGroupMenu = std::to_array<MenuEntry>({
     {2, u"Articles &read", kCommandMarkRead, u"Ctrl+M"},
     {2, u"Articles &unread", kCommandMarkUnread, u"Ctrl+U"},
     {2, u"", 0, u""},
-    // The texts of these two differ from the keys bound below on purpose.
+    // meant: the texts of these two are not the keys bound below; see kGroupAccelerators.
     {2, u"&Server read", kCommandServerRead, u"Ctrl+Shift+M"},
     {2, u"S&erver unread", kCommandServerUnread, u"Ctrl+Shift+U"},
     {1, u"Delete", 0, u""},

@@ -1,3 +1,8 @@
+// Each hook reports one event, on the thread on which it happened. Boxes, menus and save dialogs
+// take what was announced; one that was not fails the run, unless OK is its only answer, and is
+// dismissed so that the program can go on to its end. What the progress dialog has shown is
+// gathered under a mutex, for the commands that wait for it and for Cancel after a number of
+// changes.
 #include "script/observer.h"
 
 #include <algorithm>

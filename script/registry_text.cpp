@@ -1,3 +1,6 @@
+// One table of the four types, each with its name and the function that describes its data. Data
+// that does not have the form of its type is described as null beside its bytes in hex, so that
+// broken values can be written by a test and seen.
 #include "script/registry_text.h"
 
 #include <array>

@@ -1,3 +1,6 @@
+// A scanner by hand over UTF-16 units, because escapes and quotes work on units and lone surrogates
+// are allowed. Errors are texts, the first one ends the line. Keys are named by two tables, for
+// reading and for writing them.
 #include "script/words.h"
 
 #include <array>

@@ -1,3 +1,7 @@
+// One mutex and one condition variable for all queues: every change wakes every waiter, and each
+// looks for what is its own. With a handful of threads that is cheap, and the order among windows
+// of a thread is simply the order of posting. Timers are not queued: a due one is found when the
+// queue is empty, so a burst of messages never gathers stale ticks.
 #include "port/common/thread_queues.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// The transcript is a queue of steps, and only its front counts: the client's bytes are matched
+// with it as they come, in any pieces, and Receive hands out the server's. A client may
+// send before it has read all: what the server said until then stays readable, as on the wire. The
+// lock is let go wherever code of the test runs: its actions, its hooks, its failure handler.
 #include "port/fake/fake_sockets.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// A device path is split into names, each of which the file system must read the same way, and
+// joined below the data folder or, when the first name is a mounted card, below that card. Files
+// that may replace another are written beside their target, synced and renamed over it, so that a
+// crash leaves the old file or the new one.
 #include "port/linux/linux_files.h"
 
 #include <dirent.h>

@@ -1,3 +1,6 @@
+// The lock file decides who owns the profile, the socket only carries requests; a later instance
+// tries both in turn, because the owner may just be coming or going. What the listening thread
+// hears is kept until there is a window to post it to.
 #include "port/linux/linux_shell.h"
 
 #include <fcntl.h>

@@ -1,3 +1,7 @@
+// Sockets block; Connect alone switches one to non-blocking, to be able to give up. Interrupt
+// reaches every wait: an event for lookups and connects, a shutdown for receives and sends. A
+// lookup, which the system cannot cut short, runs on a thread of its own that is left behind when
+// its waiter goes.
 #include "port/linux/linux_sockets.h"
 
 #include <arpa/inet.h>
