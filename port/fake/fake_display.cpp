@@ -2,6 +2,7 @@
 
 namespace quillet::port {
 
+// The fakes get the screen by its own type: the display itself would be taken for one to copy.
 FakeDisplay::FakeDisplay(ThreadQueues& the_queues)
     : FakeScreen(the_queues),
       FakeBoxes(static_cast<FakeScreen&>(*this)),

@@ -69,10 +69,6 @@ class FakeDisplay final : private FakeScreen,
   // key what trees do. These are the keys that are tested against the toolkit's display; other keys
   // and keys with modifiers are only told. False when no window takes input now.
   bool PressKey(std::uint32_t virtual_key, std::uint32_t modifiers = 0);
-
- private:
-  // So that no fake's constructor takes the display, which it is no more than a part of.
-  FakeScreen& screen() { return *this; }
 };
 
 }  // namespace quillet::port
