@@ -13,7 +13,7 @@ TREE = Path(__file__).resolve().parents[2]
 FOUND = ['/wo' + 'rk/notes.md', 'as the sp' + 'ec says', 'by the Specifica' + 'tion',
          'see Pa' + 'rt 3.3', 'fixes iss' + 'ue #12', 'a RUL' + 'ING of May', '/ro' + 'ot/x']
 FINE = ['a specific word, especially inspected', 'the session ends', 'text helpers', 'part 1.2 of a mail',
-        'this is an issue', 'a part of 3', '/home/me/work', 'homework/', 'a ruling']
+        'this is an issue', 'a part of 3', '/home/me/work', 'homework/']
 NAME = ['-c', 'user.name=Ann', '-c', 'user.email=ann@example.org']
 
 
