@@ -278,7 +278,8 @@ TEST_F(DialogTest, LongTextsDoNotMakeTheProgressDialogGrow) {
   const WindowHandle dialog = Shown(120);
   QSize before;
   OnDisplay([&] { before = WidgetOf(dialog).size(); });
-  dialogs().Write(dialog, 1022, port::Text{std::u16string(500, u'w')});
+  const std::u16string long_text(500, u'w');
+  dialogs().Write(dialog, 1022, port::Text{long_text});
   dialogs().Write(dialog, 1020, port::Text{u"<b>not bold</b>"});
   EXPECT_EQ(dialogs().Read(dialog, 1020).text, u"<b>not bold</b>");
   OnDisplay([&] {
