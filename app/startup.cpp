@@ -39,13 +39,14 @@ bool gStoreOpened = false;
 
 const ResetAtEnd kReset([] { gStoreOpened = false; });
 
-// The user may have the damaged files deleted; the program ends in any case, and the next start
-// makes new ones.
+// The user may have the damaged files taken away; the program ends in any case, and the next start
+// makes new ones. They are set aside, not deleted: what is damaged today may be read tomorrow.
 void OfferDeletion() {
   if (!AskYesNo(u"Quillet CE was unable to open its GDBM databases; they are probably corrupted. "
-                u"Would you like Quillet CE to delete them automatically?")) {
+                u"Would you like Quillet CE to delete them automatically?",
+                port::kIdNo)) {
     ShowMessage(u"Quillet CE will now exit.");
-  } else if (!DeleteDatabases(true)) {
+  } else if (!SetDatabasesAside()) {
     ShowMessage(
         u"There was an error deleting one or more of the databases. Your CE device may need to be "
         u"rebooted.");
@@ -62,7 +63,7 @@ bool OpenStore() {
     return false;
   }
   if (!OpenGDBMDatabases()) {
-    OfferDeletion();
+    if (OpeningTrouble() == OpenTrouble::kDamaged) OfferDeletion();
     return false;
   }
   LoadCompressionLibrary();

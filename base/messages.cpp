@@ -75,9 +75,10 @@ int AskOkCancel(std::u16string_view text) {
                  {port::BoxButtons::kOkCancel, port::BoxIcon::kNone, true});
 }
 
-bool AskYesNo(std::u16string_view text) {
+bool AskYesNo(std::u16string_view text, int default_button) {
   return ShowBox(CurrentBoxOwner(), kConfirmationCaption, text,
-                 {port::BoxButtons::kYesNo, port::BoxIcon::kNone, false}) == port::kIdYes;
+                 {port::BoxButtons::kYesNo, port::BoxIcon::kNone, false, default_button}) ==
+         port::kIdYes;
 }
 
 bool ConfirmAction(std::u16string_view text, bool default_answer) {

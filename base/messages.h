@@ -30,8 +30,9 @@ int ShowBox(port::WindowHandle owner, std::u16string_view caption, std::u16strin
 int ShowMessage(std::u16string_view text);
 // Caption "Quillet", OK and Cancel, topmost: port::kIdOk or port::kIdCancel.
 int AskOkCancel(std::u16string_view text);
-// Caption "Quillet confirmation", Yes and No; never skipped.
-bool AskYesNo(std::u16string_view text);
+// Caption "Quillet confirmation", Yes and No; never skipped. `default_button` (port::kIdYes or
+// port::kIdNo) has the focus.
+bool AskYesNo(std::u16string_view text, int default_button = port::kIdYes);
 // Yes and No with the exclamation icon; `default_answer` at once when `skipverifications` is set.
 bool ConfirmAction(std::u16string_view text, bool default_answer);
 

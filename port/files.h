@@ -39,13 +39,20 @@ class Files {
   // when it is there already.
   virtual bool CreateFolder(std::u16string_view path) = 0;
 
+  // False when no file can be made or renamed in that folder: missing, without the right, or on a
+  // volume that is read-only. A full volume is no reason.
+  virtual bool CanWriteFolder(std::u16string_view path) = 0;
+  // Names of the regular files in the folder, sorted; none when it cannot be read.
+  virtual std::vector<std::u16string> FileNames(std::u16string_view folder) = 0;
+
   // Size in bytes; nothing when there is no such regular file.
   virtual std::optional<std::uint64_t> FileSize(std::u16string_view path) = 0;
   // False when there was nothing to delete or it could not be deleted.
   virtual bool Delete(std::u16string_view path) = 0;
   // Replaces an existing target.
   virtual bool Rename(std::u16string_view from, std::u16string_view to) = 0;
-  // Copies the contents and the mode over an existing target; the target is complete or unchanged.
+  // Copies the contents and the mode over an existing target; the target is complete, on the disk
+  // too, or unchanged. Where the file system can, both share their blocks until one is written to.
   virtual bool Copy(std::u16string_view from, std::u16string_view to) = 0;
   // Gives `to` the permission bits of `from`.
   virtual bool CopyMode(std::u16string_view from, std::u16string_view to) = 0;

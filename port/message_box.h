@@ -14,6 +14,7 @@ struct BoxStyle {
   BoxButtons buttons = BoxButtons::kOk;
   BoxIcon icon = BoxIcon::kNone;
   bool topmost = false;
+  int default_button = 0;  // its id: the one that has the focus and answers Enter; 0: the first
 };
 
 // What Show returns: the id of the button pressed.

@@ -68,7 +68,7 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
   box->setIcon(style.icon == port::BoxIcon::kExclamation ? QMessageBox::Warning
                                                          : QMessageBox::NoIcon);
   for (const int id : port::ButtonsOf(style.buttons)) box->addButton(ButtonOf(id));
-  box->setDefaultButton(ButtonOf(port::ButtonsOf(style.buttons).front()));
+  box->setDefaultButton(ButtonOf(port::DefaultButton(style)));
   box->setEscapeButton(ButtonOf(port::EscapeAnswer(style.buttons)));
   box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   // After the modality, which resets the flags.

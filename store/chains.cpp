@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "base/records.h"
 #include "base/reset.h"
+#include "store/group_record.h"
 #include "store/record_strings.h"
 #include "util/little_endian.h"
 #include "util/text.h"
@@ -17,22 +19,6 @@ namespace quillet {
 namespace {
 
 constexpr DatabaseIndex kGroups = DatabaseIndex::kNewsgroups;
-constexpr std::uint32_t kGroupFormat = 1;
-constexpr std::size_t kPreviousOffset = 4;
-constexpr std::size_t kNextOffset = 8;
-constexpr std::size_t kGroupHeader = 12;
-constexpr std::string_view kCounterKey = "\xFF";
-
-std::string NumberKey(std::uint32_t number) {
-  std::string key;
-  AppendU32(key, number);
-  return key;
-}
-
-bool IsGroupValue(std::string_view value) {
-  return value.size() >= kGroupHeader + kSlackLength && value.size() <= kLongestRecord &&
-         GetU32(value, 0) == kGroupFormat;
-}
 
 // A head or chain record as it is stored; its links can be read and changed in place.
 struct StoredLinks {
@@ -116,10 +102,9 @@ std::optional<StoredLinks> FetchBefore(std::u16string_view group_name, const Sto
 }
 
 bool IsChainKey(std::string_view key) {
-  // A group name of three letters has a key of four bytes too; heads name no article.
   const auto value = key.size() == 4 ? FetchValue(kGroups, key) : std::nullopt;
-  GDBMGroup record;
-  return value && ParseGroup(*value, record) && !record.messageId.empty();
+  const auto record = value ? ParseGroupRecord(*value) : std::nullopt;
+  return record && ChainNumberOf(key, *record);
 }
 
 std::uint32_t HighestChainNumber() {
@@ -152,30 +137,17 @@ std::unique_ptr<GDBMGroup> NewGDBMGroupPtr() {
 }
 
 std::string SerializeGroup(const GDBMGroup& group) {
-  const std::string name = Narrow(group.groupName);
-  std::string value;
-  value.reserve(kGroupHeader + name.size() + group.messageId.size() + 2 + kSlackLength);
-  AppendU32(value, kGroupFormat);
-  AppendU32(value, group.previous);
-  AppendU32(value, group.next);
-  for (const std::string_view text : {std::string_view(name), std::string_view(group.messageId)}) {
-    value.append(UntilNul(text));
-    value.push_back('\0');
-  }
-  value.append(kSlackLength, '\0');
-  return value;
+  return SerializeGroupRecord(
+      {group.previous, group.next, Narrow(group.groupName), group.messageId});
 }
 
 bool ParseGroup(std::string_view value, GDBMGroup& group) {
-  if (!IsGroupValue(value)) return false;
-  StringReader reader(value.substr(kGroupHeader, value.size() - kGroupHeader - kSlackLength));
-  const auto name = reader.Next();
-  const auto message_id = reader.Next();
-  if (!name || !message_id) return false;
-  group.previous = GetU32(value, kPreviousOffset);
-  group.next = GetU32(value, kNextOffset);
-  group.groupName = Widen(*name);
-  group.messageId = *message_id;
+  auto record = ParseGroupRecord(value);
+  if (!record) return false;
+  group.previous = record->previous;
+  group.next = record->next;
+  group.groupName = Widen(record->group);
+  group.messageId = std::move(record->message_id);
   return true;
 }
 

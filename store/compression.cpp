@@ -40,8 +40,12 @@ struct CompressionLibrary {
 };
 
 CompressionLibrary gLibrary;
+bool gLibraryFound = false;  // at the last try, whatever it lacked
 
-const ResetAtEnd kReset(UnloadCompressionLibrary);
+const ResetAtEnd kReset([] {
+  UnloadCompressionLibrary();
+  gLibraryFound = false;
+});
 
 template <class Function>
 bool Resolve(port::LibraryHandle library, const char* name, Function& function) {
@@ -68,19 +72,24 @@ char* Input(std::string_view bytes) {
 }  // namespace
 
 void LoadCompressionLibrary() {
-  if (gCompressionAvailable) return;
+  if (!BindCompressionLibrary() && !gLibraryFound) {
+    ShowMessage(u"Unable to load BZIP2 library. Compression will not be available.");
+  }
+}
+
+bool BindCompressionLibrary() {
+  if (gCompressionAvailable) return true;
   CompressionLibrary library;
   library.handle = gPlatform->libraries.Load(u"bzip2ce.dll");
-  if (library.handle == nullptr) {
-    ShowMessage(u"Unable to load BZIP2 library. Compression will not be available.");
-    return;
-  }
+  gLibraryFound = library.handle != nullptr;
+  if (!gLibraryFound) return false;
   if (!ResolveAll(library)) {
     gPlatform->libraries.Unload(library.handle);
-    return;
+    return false;
   }
   gLibrary = library;
   gCompressionAvailable = true;
+  return true;
 }
 
 void UnloadCompressionLibrary() {

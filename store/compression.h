@@ -12,6 +12,8 @@ extern bool gCompressionAvailable;
 
 // Binds "bzip2ce.dll"; without it shows its message, and texts are stored as they are.
 void LoadCompressionLibrary();
+// The same without a word; false when compressed texts cannot be read.
+bool BindCompressionLibrary();
 void UnloadCompressionLibrary();
 std::u16string CompressionLibraryVersion();
 

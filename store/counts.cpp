@@ -88,6 +88,19 @@ void CountArticles() {
   }
 }
 
+void RecountCaches() {
+  if (!gPrefs) return;
+  for (const std::u16string& group : gPrefs->groups) {
+    ReadInfo info;
+    info.groupName = group;
+    for (auto record = GroupChainFirst(group); record; record = GroupChainNext()) {
+      ++info.totalCount;
+      if (IsArticleRead(record->messageId)) ++info.readCount;
+    }
+    StoreCache(info);
+  }
+}
+
 void DropCountCaches() {
   if (!gPrefs) return;
   for (const std::u16string& group : gPrefs->groups) {

@@ -23,8 +23,10 @@ std::unique_ptr<ReadInfo> NewReadInfoPtr();
 extern std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
 
 void CountArticles();
-// Deletes the cached counts of all groups, so that they are counted anew: after a session that was
-// killed they may be older than the chains.
+// Counts all groups and caches the counts: after a session that was killed the cached ones may be
+// older than the chains. A cache that cannot be written is left to the next CountArticles.
+void RecountCaches();
+// Deletes the cached counts of all groups, so that they are counted anew.
 void DropCountCaches();
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);
 void UpdateGlobalGDBMArticleCountCache(std::size_t group_index);

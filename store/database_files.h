@@ -12,6 +12,9 @@ namespace quillet {
 
 GdbmFile& DatabaseFile(DatabaseIndex index);
 
+inline constexpr std::u16string_view kUseMarkName = u"Quillet databases in use";
+// The newsgroups file as it was when the store was last whole.
+inline constexpr std::u16string_view kWholeCopyName = u"Quillet newsgroups.gdb.copy";
 inline constexpr std::u16string_view kLostArticlesName = u"Quillet lost articles";
 
 // What lies beside the three databases and goes with them into another folder when it is there.

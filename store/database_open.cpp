@@ -1,5 +1,6 @@
 #include "store/database_open.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -10,23 +11,13 @@
 #include "store/device_path.h"
 #include "store/gdbm_header.h"
 #include "util/format.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
 
 GdbmFile OpenExisting(const std::u16string& path) {
   return GdbmFile::Open(gPlatform->files.NativePath(path), kOpenExisting, kDatabaseMode, 0);
-}
-
-std::u16string DatedName(const std::u16string& path) {
-  const port::CalendarTime now = gPlatform->clock.LocalTime();
-  const auto two = [](int number) { return FormatWide(number < 10 ? u"0%d" : u"%d", number); };
-  const std::u16string stem =
-      path + FormatWide(u" %d-%ls-%ls %ls%ls%ls", now.year, two(now.month), two(now.day),
-                        two(now.hour), two(now.minute), two(now.second));
-  std::u16string name = stem;
-  for (int i = 2; gPlatform->files.FileSize(name); ++i) name = stem + FormatWide(u"-%d", i);
-  return name;
 }
 
 void TellSetAside(const std::u16string& path, const std::u16string& aside,
@@ -66,49 +57,142 @@ bool RoomForCopy(const std::u16string& path, std::uint64_t size) {
   return !space || space->free_bytes >= size + kSpare;
 }
 
-// Closed when it could not be recovered.
-GdbmFile RecoverFile(const std::u16string& path, std::uint64_t size) {
+OpenTrouble TroubleOfLastCall() {
+  if (GdbmError() == GDBM_CANT_BE_WRITER) return OpenTrouble::kInUse;
+  switch (LastRefusal()) {
+    case SystemRefusal::kNoAccess:
+      return OpenTrouble::kNoAccess;
+    case SystemRefusal::kNoRoom:
+      return OpenTrouble::kNoRoom;
+    default:
+      return OpenTrouble::kDamaged;
+  }
+}
+
+OpenedFile Closed(OpenTrouble trouble) {
+  OpenedFile closed;
+  closed.trouble = trouble;
+  return closed;
+}
+
+// Recoveries that were killed leave their unfinished copy: the file's name, a point and six letters
+// or digits.
+void RemoveUnfinishedCopies(const std::u16string& path) {
+  constexpr std::size_t kLetters = 6;
+  const std::u16string stem = std::u16string(LastComponent(path)) + u".";
+  for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
+    if (name.size() != stem.size() + kLetters || !name.starts_with(stem)) continue;
+    const bool made_by_library = std::all_of(name.end() - kLetters, name.end(), [](char16_t c) {
+      const char16_t lower = ToLowerAscii(c);
+      return (lower >= u'a' && lower <= u'z') || (c >= u'0' && c <= u'9');
+    });
+    if (made_by_library) {
+      gPlatform->files.Delete(FormatWide(u"%ls\\%ls", FolderOf(path), name));
+    }
+  }
+}
+
+OpenedFile RecoverFile(const std::u16string& path, std::uint64_t size) {
   CorrectHeader(path, size);
   gPlatform->files.Delete(BackupPath(path));
-  GdbmFile file = OpenExisting(path);
-  if (!file) return file;
-  const RecoveryResult result = file.Recover();
-  if (!result.recovered) return {};
+  OpenedFile opened{OpenExisting(path)};
+  if (!opened.file) return Closed(TroubleOfLastCall());
+  const RecoveryResult result = opened.file.Recover();
+  if (!result.recovered) return Closed(TroubleOfLastCall());
   SettleBackup(path, result.complete);
-  return file;
+  opened.recovered = true;
+  return opened;
 }
 
-GdbmFile CreateEmpty(const std::u16string& path) {
-  return GdbmFile::Open(gPlatform->files.NativePath(path), kCreateEmpty, kDatabaseMode, 0);
+bool AllReadable(GdbmFile& file, std::uint64_t size) {
+  if (!file || file.NeedsRecovery()) return false;
+  for (auto key = file.FirstKey(size); key; key = file.NextKey(*key)) {
+    if (!file.FetchHeld(*key)) return false;
+  }
+  return file.WalkComplete();
 }
 
-GdbmFile SetAsideAndCreate(const std::u16string& path) {
+// A new file gets its name when it is whole, so that a kill leaves none that looks damaged.
+OpenedFile CreateEmpty(const std::u16string& path) {
+  const std::u16string unfinished = path + u".new";
+  gPlatform->files.Delete(unfinished);
+  GdbmFile file =
+      GdbmFile::Open(gPlatform->files.NativePath(unfinished), kCreateEmpty, kDatabaseMode, 0);
+  const bool made = file && file.Sync();
+  const OpenTrouble trouble = TroubleOfLastCall();
+  file.Close();
+  if (!made || !gPlatform->files.Rename(unfinished, path)) {
+    gPlatform->files.Delete(unfinished);
+    return Closed(made ? OpenTrouble::kDamaged : trouble);
+  }
+  OpenedFile opened{OpenExisting(path)};
+  if (!opened.file) opened.trouble = TroubleOfLastCall();
+  opened.created = static_cast<bool>(opened.file);
+  return opened;
+}
+
+OpenedFile SetAsideAndCreate(const std::u16string& path) {
   const std::u16string aside = DatedName(path);
-  if (!gPlatform->files.Rename(path, aside)) return {};
-  GdbmFile file = CreateEmpty(path);
-  if (!file) {
+  if (!gPlatform->files.Rename(path, aside)) return Closed(OpenTrouble::kDamaged);
+  OpenedFile opened = CreateEmpty(path);
+  if (!opened.file) {
     gPlatform->files.Rename(aside, path);
-    return file;
+    return opened;
   }
   TellSetAside(path, aside, u"A new, empty one takes its place.");
-  return file;
+  return opened;
 }
 
 }  // namespace
 
-GdbmFile OpenDatabaseFile(const std::u16string& path, bool unclean) {
-  TakeBackUpAgain(path);
-  GdbmFile file = OpenExisting(path);
-  if (!file && GdbmError() == GDBM_CANT_BE_WRITER) return file;
+std::u16string DatedName(const std::u16string& path) {
+  const port::CalendarTime now = gPlatform->clock.LocalTime();
+  const auto two = [](int number) { return FormatWide(number < 10 ? u"0%d" : u"%d", number); };
+  const std::u16string stem =
+      path + FormatWide(u" %d-%ls-%ls %ls%ls%ls", now.year, two(now.month), two(now.day),
+                        two(now.hour), two(now.minute), two(now.second));
+  std::u16string name = stem;
+  for (int i = 2; gPlatform->files.FileSize(name); ++i) name = stem + FormatWide(u"-%d", i);
+  return name;
+}
+
+OpenedFile CorrectInPlace(const std::u16string& path, std::uint64_t size) {
+  const std::string header = KeepHeader(path);
+  CorrectHeader(path, size);
+  OpenedFile opened{OpenExisting(path)};
+  if (AllReadable(opened.file, size)) {
+    opened.corrected = true;
+    return opened;
+  }
+  opened.file.Close();
+  if (!header.empty()) gPlatform->files.Overwrite(path, 0, header);
+  return Closed(OpenTrouble::kNoRoom);
+}
+
+OpenedFile LookAtDatabaseFile(const std::u16string& path) {
+  OpenedFile opened{OpenExisting(path)};
+  if (!opened.file) {
+    const OpenTrouble trouble = TroubleOfLastCall();
+    const bool for_the_user = trouble == OpenTrouble::kInUse || trouble == OpenTrouble::kNoAccess;
+    if (for_the_user) opened.trouble = trouble;
+  }
   const std::uint64_t size = gPlatform->files.FileSize(path).value_or(0);
-  if (size == 0) return file ? std::move(file) : CreateEmpty(path);
-  const bool usable = file && !file.NeedsRecovery();
-  if (usable && !unclean && HeaderKnowsLength(path, size)) return file;
-  if (!RoomForCopy(path, size)) return usable ? std::move(file) : GdbmFile();
-  file.Close();
-  file = RecoverFile(path, size);
-  if (file || GdbmError() == GDBM_CANT_BE_WRITER) return file;
-  return SetAsideAndCreate(path);
+  const bool usable = opened.file && !opened.file.NeedsRecovery();
+  opened.sound = size == 0 || (usable && HeaderKnowsLength(path, size));
+  return opened;
+}
+
+OpenedFile SettleDatabaseFile(const std::u16string& path, OpenedFile looked_at, bool unclean) {
+  TakeBackUpAgain(path);
+  const std::uint64_t size = gPlatform->files.FileSize(path).value_or(0);
+  if (size == 0) return looked_at.file ? std::move(looked_at) : CreateEmpty(path);
+  if (looked_at.sound && looked_at.file && !unclean) return looked_at;
+  RemoveUnfinishedCopies(path);
+  looked_at.file.Close();
+  if (!RoomForCopy(path, size)) return CorrectInPlace(path, size);
+  OpenedFile opened = RecoverFile(path, size);
+  if (opened.trouble == OpenTrouble::kNoRoom) return CorrectInPlace(path, size);
+  return opened.trouble == OpenTrouble::kDamaged ? SetAsideAndCreate(path) : std::move(opened);
 }
 
 }  // namespace quillet

@@ -7,21 +7,21 @@
 #include <limits>
 
 #include "base/app_messages.h"
-#include "base/box_owner.h"
 #include "base/changes.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
 #include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
-#include "store/chains.h"
-#include "store/counts.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
 #include "store/lost_articles.h"
+#include "store/opening.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
+#include "store/store_room.h"
 #include "store/use_mark.h"
+#include "store/whole_points.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -31,7 +31,7 @@ bool gDatabaseErrorFlag = false;
 
 namespace {
 
-bool gEndedUncleanly = false;
+bool gLackedRoom = false;
 
 struct Database {
   std::u16string_view file_name;
@@ -52,7 +52,7 @@ const ResetAtEnd kReset([] {
   }
   gPendingPostCount = 0;
   gDatabaseErrorFlag = false;
-  gEndedUncleanly = false;
+  gLackedRoom = false;
 });
 
 constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
@@ -62,13 +62,18 @@ Database& Of(DatabaseIndex index) {
   return gDatabases[static_cast<std::size_t>(index)];
 }
 
-void Open(DatabaseIndex index, bool unclean) {
-  Of(index).file = OpenDatabaseFile(DatabasePath(index), unclean);
-  Of(index).failure_told = false;
-}
-
 bool DeleteFile(DatabaseIndex index) {
   return gPlatform->files.Delete(DatabasePath(index));
+}
+
+// A file that could not grow is corrected and used on. What it may have lost is put together at the
+// next opening.
+void AfterFullDisk(DatabaseIndex index) {
+  StoreIsTorn();
+  gLackedRoom = true;
+  if (CorrectOpenFile(index)) return;
+  gDatabaseErrorFlag = true;
+  ReportCriticalError(u"there is no free space left for the databases", u"GDBMce");
 }
 
 // After every call that failed: a file that has just come to need recovery is a fatal error. One is
@@ -76,6 +81,10 @@ bool DeleteFile(DatabaseIndex index) {
 void CheckAfterFailure(DatabaseIndex index) {
   Database& database = Of(index);
   if (gDatabaseErrorFlag || database.failure_told || !database.file.NeedsRecovery()) return;
+  if (LastRefusal() == SystemRefusal::kNoRoom) {
+    AfterFullDisk(index);
+    return;
+  }
   database.failure_told = true;
   DatabaseFatalError(database.file.LastError());
 }
@@ -84,6 +93,12 @@ template <class Result>
 Result Checked(DatabaseIndex index, Result result) {
   if (!result) CheckAfterFailure(index);
   return result;
+}
+
+// Such a store takes no room: the library writes the value where the old one lies.
+bool ReplacesAlike(GdbmFile& file, std::string_view key, std::string_view value) {
+  const HeldValue old = file.FetchHeld(key);
+  return old && old.view().size() == value.size();
 }
 
 std::uint64_t FileBytes(DatabaseIndex index) {
@@ -108,41 +123,16 @@ bool LoadDatabaseLibrary() {
   return BindGdbm();
 }
 
-bool OpenGDBMDatabases() {
-  const bool unclean = UseMarkFound();
-  if (unclean) gEndedUncleanly = true;
-  ForgetChainCounter();
-  for (const DatabaseIndex index : kAllDatabases) Open(index, unclean);
-  if (!DatabasesOpen()) {
-    ShowBox(CurrentBoxOwner(), u"OpenGDBMDatabases", u"(unknown error)", {});
-    return false;
-  }
-  if (unclean) {
-    ClearUseMark();
-    DropCountCaches();
-  }
-  CountArticles();
-  gPendingPostCount = CountPendingPosts();
-  return true;
-}
-
-bool StoreEndedUncleanly() {
-  return gEndedUncleanly;
-}
-
 void CloseDatabases() {
+  SyncBeforeClosing();
   bool sound = true;
   for (Database& database : gDatabases) {
     sound = sound && !database.file.NeedsRecovery();
     database.file.Close();
+    database.failure_told = false;
   }
   // With the mark, damage found while they were open is repaired at the next opening.
-  if (sound) {
-    ReleaseUseMark();
-  } else {
-    SetUseMark();
-  }
-  WriteLostArticles();
+  EndWholePoints(sound);
   ReleaseLostArticles();
 }
 
@@ -161,10 +151,29 @@ bool DeleteDatabases(bool include_pending) {
   return articles && newsgroups && pending;
 }
 
+bool SetDatabasesAside() {
+  CloseDatabases();
+  bool all = true;
+  for (const DatabaseIndex index : kAllDatabases) {
+    const std::u16string path = DatabasePath(index);
+    if (!gPlatform->files.FileSize(path) && !gPlatform->files.FolderExists(path)) continue;
+    all = gPlatform->files.Rename(path, DatedName(path)) && all;
+  }
+  if (!all) return false;
+  ClearUseMark();
+  return true;
+}
+
+bool StoreLacksRoom() {
+  return gLackedRoom;
+}
+
 bool ResetPendingPostsDatabase() {
   Of(DatabaseIndex::kPendingPosts).file.Close();
   DeleteFile(DatabaseIndex::kPendingPosts);
-  Open(DatabaseIndex::kPendingPosts, false);
+  Of(DatabaseIndex::kPendingPosts).file =
+      SettleDatabaseFile(DatabasePath(DatabaseIndex::kPendingPosts), {}, false).file;
+  Of(DatabaseIndex::kPendingPosts).failure_told = false;
   gPendingPostCount = CountPendingPosts();
   return static_cast<bool>(Of(DatabaseIndex::kPendingPosts).file);
 }
@@ -195,12 +204,15 @@ void DatabaseFatalError(std::string_view message) {
   constexpr std::size_t kLongestMessage = 2047;
   const std::u16string text = Widen(message.substr(0, kLongestMessage));
   gDatabaseErrorFlag = true;
-  if (!AskYesNo(
-          u"A critical error occurred while accessing the Quillet CE databases. Delete them?")) {
+  if (!AskYesNo(u"A critical error occurred while accessing the Quillet CE databases. Delete them?",
+                port::kIdNo)) {
     ReportCriticalError(text, u"GDBMce");
     return;
   }
-  DeleteDatabases(true);
+  if (!SetDatabasesAside()) {
+    ReportCriticalError(text, u"GDBMce");
+    return;
+  }
   ReportCriticalError(u"The databases have been deleted. You will need to restart Quillet CE now.",
                       u"GDBMce");
 }
@@ -208,7 +220,9 @@ void DatabaseFatalError(std::string_view message) {
 bool StoreValue(DatabaseIndex index, std::string_view key, std::string_view value, StoreMode mode) {
   GdbmFile& file = Of(index).file;
   if (!file) return false;
-  SetUseMark();
+  gLackedRoom = !RoomForRecord(key.size() + value.size()) && !ReplacesAlike(file, key, value);
+  if (gLackedRoom) return false;
+  BeforeChange(index);
   const int flag = mode == StoreMode::kInsert ? GDBM_INSERT : GDBM_REPLACE;
   return Checked(index, file.Store(key, value, flag)) && !gDatabaseErrorFlag;
 }
@@ -233,7 +247,7 @@ bool ValueExists(DatabaseIndex index, std::string_view key) {
 bool DeleteValue(DatabaseIndex index, std::string_view key) {
   GdbmFile& file = Of(index).file;
   if (!file) return false;
-  SetUseMark();
+  BeforeChange(index);
   return Checked(index, file.Delete(key));
 }
 

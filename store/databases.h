@@ -29,25 +29,36 @@ extern bool gDatabaseErrorFlag;
 // Binds "gdbmce.dll" with all its 13 names; false when the library or one name is missing. Once
 // bound it stays bound.
 bool LoadDatabaseLibrary();
+// Repairs what a killed writer left (store/make_whole.h). False when one of them stays closed,
+// which the user has been told.
 bool OpenGDBMDatabases();
+// Why the last opening failed. Only damaged files may be offered for deletion.
+enum class OpenTrouble { kNone, kInUse, kNoAccess, kNoRoom, kDamaged };
+[[nodiscard]] OpenTrouble OpeningTrouble();
 // True from an opening that found the files left by a writer that did not get to its end, until the
 // program ends.
 [[nodiscard]] bool StoreEndedUncleanly();
 void CloseDatabases();
 bool DatabasesOpen();  // all three
 bool DeleteDatabases(bool include_pending);
+// Closes all three and gives those that are there dated names; false when one keeps its name.
+[[nodiscard]] bool SetDatabasesAside();
 // Closes, deletes and opens the pending posts database anew; false when that failed.
 bool ResetPendingPostsDatabase();
 bool ReopenDatabases();
 std::uint32_t DatabaseFileSize(DatabaseIndex index);
 std::u16string DatabaseLibraryVersion();
 void DatabaseFatalError(std::string_view message);
+// True when the last store failed because the volume is full: what is stored stays, and the program
+// goes on.
+[[nodiscard]] bool StoreLacksRoom();
 
 // --- Raw records, for the rest of store/ ---------------------------------------------------------
 
 enum class StoreMode { kInsert, kReplace };
 
-// False when the store failed, the key existed (kInsert) or gDatabaseErrorFlag is set.
+// False when the store failed, the key existed (kInsert) or gDatabaseErrorFlag is set; and for lack
+// of room, for which StoreLacksRoom is true then.
 bool StoreValue(DatabaseIndex index, std::string_view key, std::string_view value, StoreMode mode);
 // Insert first, replace when that failed; false when both failed or gDatabaseErrorFlag is set.
 bool InsertOrReplaceValue(DatabaseIndex index, std::string_view key, std::string_view value);

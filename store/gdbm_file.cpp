@@ -3,12 +3,24 @@
 // the file can hold, so that it ends on damaged files too.
 #include "store/gdbm_file.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <memory>
 
 namespace quillet {
 namespace {
+
+// What the system said to the last call that may write.
+int gSystemError = 0;
+
+template <class Call>
+auto Watched(Call call) {
+  errno = 0;
+  auto result = call();
+  gSystemError = errno;
+  return result;
+}
 
 // Every key occupies at least this much of a file: its entry in a bucket.
 constexpr std::uint64_t kBytesOfAKey = 16;
@@ -35,6 +47,20 @@ std::optional<std::string> TakeDatum(datum data) {
 
 }  // namespace
 
+SystemRefusal LastRefusal() {
+  switch (gSystemError) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return SystemRefusal::kNoAccess;
+    case ENOSPC:
+    case EDQUOT:
+      return SystemRefusal::kNoRoom;
+    default:
+      return SystemRefusal::kNone;
+  }
+}
+
 GdbmFile& GdbmFile::operator=(GdbmFile&& other) noexcept {
   if (this == &other) return *this;
   Close();
@@ -48,7 +74,8 @@ GdbmFile GdbmFile::Open(const std::string& native_path, int flags, int mode, int
   GdbmFile file;
   if (gGdbm.open == nullptr || native_path.empty()) return file;
   // With a handler of its own the library would end the process after calling it.
-  file.file_ = gGdbm.open(native_path.c_str(), block_size, flags, mode, nullptr);
+  file.file_ =
+      Watched([&] { return gGdbm.open(native_path.c_str(), block_size, flags, mode, nullptr); });
   return file;
 }
 
@@ -58,7 +85,7 @@ void GdbmFile::Close() {
 
 bool GdbmFile::Store(std::string_view key, std::string_view value, int flag) {
   if (file_ == nullptr || !Fits(key) || !Fits(value)) return false;
-  return gGdbm.store(file_, ToDatum(key), ToDatum(value), flag) == 0;
+  return Watched([&] { return gGdbm.store(file_, ToDatum(key), ToDatum(value), flag); }) == 0;
 }
 
 std::optional<std::string> GdbmFile::Fetch(std::string_view key) {
@@ -76,7 +103,8 @@ bool GdbmFile::Exists(std::string_view key) {
 }
 
 bool GdbmFile::Delete(std::string_view key) {
-  return file_ != nullptr && Fits(key) && gGdbm.remove(file_, ToDatum(key)) == 0;
+  if (file_ == nullptr || !Fits(key)) return false;
+  return Watched([&] { return gGdbm.remove(file_, ToDatum(key)); }) == 0;
 }
 
 std::optional<std::string> GdbmFile::TakeKey(datum key) {
@@ -100,7 +128,7 @@ std::optional<std::string> GdbmFile::NextKey(std::string_view key) {
 }
 
 bool GdbmFile::Sync() {
-  return file_ != nullptr && gGdbm.sync(file_) == 0;
+  return file_ != nullptr && Watched([&] { return gGdbm.sync(file_); }) == 0;
 }
 
 int GdbmFile::BlockSize() {
@@ -121,7 +149,8 @@ RecoveryResult GdbmFile::Recover() {
   RecoveryResult result;
   if (file_ == nullptr || gGdbm.recover == nullptr) return result;
   gdbm_recovery recovery{};
-  result.recovered = gGdbm.recover(file_, &recovery, GDBM_RCVR_FORCE | GDBM_RCVR_BACKUP) == 0;
+  const int flags = GDBM_RCVR_FORCE | GDBM_RCVR_BACKUP;
+  result.recovered = Watched([&] { return gGdbm.recover(file_, &recovery, flags); }) == 0;
   result.complete = recovery.failed_keys == 0 && recovery.failed_buckets == 0;
   std::free(recovery.backup_name);  // NOLINT: the library allocates it
   return result;

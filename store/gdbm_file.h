@@ -18,6 +18,11 @@ constexpr int kCreateEmpty = GDBM_NEWDB | GDBM_FAST | GDBM_CLOEXEC;
 constexpr int kCreateIfMissing = GDBM_WRCREAT | GDBM_CLOEXEC;
 constexpr int kDatabaseMode = 0664;
 
+// Why the system refused what the library asked of it.
+enum class SystemRefusal { kNone, kNoAccess, kNoRoom };
+// Of the last call below that failed; kNone when the system was not the reason.
+SystemRefusal LastRefusal();
+
 struct RecoveryResult {
   bool recovered = false;
   bool complete = false;  // nothing in the file was unreadable

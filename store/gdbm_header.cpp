@@ -49,6 +49,10 @@ bool HeaderKnowsLength(std::u16string_view path, std::uint64_t size) {
   return !header || header->next_block == static_cast<std::int64_t>(size);
 }
 
+std::string KeepHeader(std::u16string_view path) {
+  return gPlatform->files.ReadAt(path, 0, sizeof(FileHeader)).value_or("");
+}
+
 void CorrectHeader(std::u16string_view path, std::uint64_t size) {
   auto header = ReadHeader(path);
   if (!header) return;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace quillet {
@@ -18,5 +19,9 @@ bool HeaderKnowsLength(std::u16string_view path, std::uint64_t size);
 // takes everything beyond the header's idea of the file's end for damage, and its recovery would
 // drop hundreds of sound records; and blocks that an old header calls free may be in use.
 void CorrectHeader(std::u16string_view path, std::uint64_t size);
+
+// The header's bytes, to be put back when a correction has not helped; empty when they cannot be
+// read.
+std::string KeepHeader(std::u16string_view path);
 
 }  // namespace quillet

@@ -292,8 +292,8 @@ bool ArticleExists(std::string_view message_id) {
 }
 
 bool IsArticleRead(std::string_view message_id) {
-  const auto value = FetchValue(DatabaseIndex::kArticles, StringKey(message_id));
-  return value && IsArticleValue(*value) && GetU32(*value, 4) != 0;
+  const HeldValue value = FetchHeldValue(DatabaseIndex::kArticles, StringKey(message_id));
+  return value && IsArticleValue(value.view()) && GetU32(value.view(), 4) != 0;
 }
 
 bool DeleteArticle(std::string_view message_id) {

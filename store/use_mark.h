@@ -1,20 +1,35 @@
 // The mark in the database folder that tells a killed writer from a proper end: a small file that
-// exists from the first write after opening until the databases are closed. Only for store/.
+// exists from the first write after opening until the databases are closed. It names the copy of
+// the newsgroups file as it was when the store was whole. Only for store/.
 //
 // A writer killed at a bad moment can leave a file that looks sound and yet hands out space that is
-// in use, which destroys other records later. Only a recovery repairs that, and only this mark
-// tells that it is needed.
+// in use, which destroys other records later, or lacks records that nobody deleted. Only a recovery
+// and a look at all records together repair that, and only this mark tells that they are needed.
 #pragma once
+
+#include <string>
 
 namespace quillet {
 
-// True when the last writer in the folder did not get to its end.
-bool UseMarkFound();
+struct UseMark {
+  bool found = false;   // the last writer in the folder did not get to its end
+  std::u16string copy;  // device path of the copy that it left; empty when it names none
+};
+// To be asked once an opening, before anything else here.
+UseMark FindUseMark();
+
+// Device path of the copy.
+std::u16string WholeCopyPath();
+
 // Sets the mark, tried once; afterwards it costs nothing.
 void SetUseMark();
-// The files were closed properly: takes away the mark that SetUseMark set, and no other.
+// The copy is there: the mark says so from now on. Sets the mark when there is none.
+void NameCopyInMark();
+// The mark that was found or set stays, and the copy: something is left to do for the next start.
+void KeepUseMark();
+// The files were closed properly: takes away the mark that SetUseMark set and its copy, no others.
 void ReleaseUseMark();
-// The files were recovered: takes away whatever mark was found.
+// The files were made whole, or taken away: takes away whatever mark and copy there are.
 void ClearUseMark();
 
 }  // namespace quillet

@@ -15,7 +15,7 @@ inline constexpr std::array kYesNoButtons = {kIdYes, kIdNo};
 inline constexpr std::array kYesNoCancelButtons = {kIdYes, kIdNo, kIdCancel};
 
 // The ids of the buttons, in the order in which they are shown. The first has the focus and answers
-// Enter, the last answers Escape and the frame's close button.
+// Enter unless the style names another, the last answers Escape and the frame's close button.
 constexpr std::span<const int> ButtonsOf(BoxButtons buttons) {
   switch (buttons) {
     case BoxButtons::kOkCancel:
@@ -31,6 +31,12 @@ constexpr std::span<const int> ButtonsOf(BoxButtons buttons) {
 
 constexpr bool HasButton(BoxButtons buttons, int answer) {
   return std::ranges::find(ButtonsOf(buttons), answer) != ButtonsOf(buttons).end();
+}
+
+// The one that has the focus and answers Enter.
+constexpr int DefaultButton(const BoxStyle& style) {
+  const bool named = HasButton(style.buttons, style.default_button);
+  return named ? style.default_button : ButtonsOf(style.buttons).front();
 }
 
 constexpr int EscapeAnswer(BoxButtons buttons) {

@@ -73,6 +73,15 @@ bool FakeFiles::CreateFolder(std::u16string_view path) {
   return !Fails(FileCall::kCreateFolder) && real_.CreateFolder(path);
 }
 
+bool FakeFiles::CanWriteFolder(std::u16string_view path) {
+  return !Fails(FileCall::kCanWriteFolder) && real_.CanWriteFolder(path);
+}
+
+std::vector<std::u16string> FakeFiles::FileNames(std::u16string_view folder) {
+  if (Fails(FileCall::kFileNames)) return {};
+  return real_.FileNames(folder);
+}
+
 std::optional<std::uint64_t> FakeFiles::FileSize(std::u16string_view path) {
   if (Fails(FileCall::kFileSize)) return std::nullopt;
   return real_.FileSize(path);

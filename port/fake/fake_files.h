@@ -26,8 +26,10 @@ enum class FileCall {
   kReadAt,
   kOverwrite,
   kFreeSpace,
+  kCanWriteFolder,
+  kFileNames,
 };
-constexpr std::size_t kFileCallCount = 14;
+constexpr std::size_t kFileCallCount = 16;
 
 class FakeFiles final : public Files {
  public:
@@ -39,6 +41,8 @@ class FakeFiles final : public Files {
   std::string NativePath(std::u16string_view path) override;
   bool FolderExists(std::u16string_view path) override;
   bool CreateFolder(std::u16string_view path) override;
+  bool CanWriteFolder(std::u16string_view path) override;
+  std::vector<std::u16string> FileNames(std::u16string_view folder) override;
   std::optional<std::uint64_t> FileSize(std::u16string_view path) override;
   bool Delete(std::u16string_view path) override;
   bool Rename(std::u16string_view from, std::u16string_view to) override;

@@ -6,7 +6,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <pwd.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -154,6 +156,11 @@ class Replacement {
   bool pending_ = false;
 };
 
+// Most file systems cannot share blocks, and none does across volumes.
+bool CopyOrShare(int from, int to) {
+  return ioctl(to, FICLONE, from) == 0 || CopyContents(from, to);
+}
+
 bool LiesInside(const struct stat& file, std::uint64_t offset, std::size_t length) {
   const auto size = static_cast<std::uint64_t>(file.st_size);
   return offset <= size && length <= size - offset;
@@ -225,6 +232,30 @@ bool LinuxFiles::CreateFolder(std::u16string_view path) {
   return mkdir(native.c_str(), kFolderMode) == 0 || IsFolder(native);
 }
 
+bool LinuxFiles::CanWriteFolder(std::u16string_view path) {
+  const std::string native = NativePath(path);
+  // By the rights that opening a file goes by.
+  return !native.empty() && IsFolder(native) &&
+         faccessat(AT_FDCWD, native.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+std::vector<std::u16string> LinuxFiles::FileNames(std::u16string_view folder) {
+  std::vector<std::u16string> names;
+  const std::string native = NativePath(folder);
+  if (native.empty()) return names;
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(native.c_str()), closedir);
+  if (!stream) return names;
+  while (const dirent* entry = readdir(stream.get())) {  // NOLINT: the stream is this call's own
+    const std::string name = entry->d_name;
+    const auto status = Status(native + "/" + name);
+    if (!status || !S_ISREG(status->st_mode)) continue;
+    std::u16string wide = FromUtf8(name);
+    if (ToUtf8(wide) == name && wide.find(u'\\') == wide.npos) names.push_back(std::move(wide));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 std::optional<std::uint64_t> LinuxFiles::FileSize(std::u16string_view path) {
   const auto status = Status(NativePath(path));
   if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
@@ -251,7 +282,7 @@ bool LinuxFiles::Copy(std::u16string_view from, std::u16string_view to) {
   const std::string target = NativePath(to);
   if (!source.valid() || target.empty()) return false;
   Replacement copy(target);
-  return copy.valid() && CopyContents(source.get(), copy.fd()) && copy.Commit(status.st_mode);
+  return copy.valid() && CopyOrShare(source.get(), copy.fd()) && copy.Commit(status.st_mode);
 }
 
 bool LinuxFiles::CopyMode(std::u16string_view from, std::u16string_view to) {

@@ -87,6 +87,8 @@ class PathKeeper final : public port::Files {
   std::string NativePath(std::u16string_view /*path*/) override { return {}; }
   bool FolderExists(std::u16string_view /*path*/) override { return false; }
   bool CreateFolder(std::u16string_view /*path*/) override { return false; }
+  bool CanWriteFolder(std::u16string_view /*path*/) override { return false; }
+  std::vector<std::u16string> FileNames(std::u16string_view /*folder*/) override { return {}; }
   std::optional<std::uint64_t> FileSize(std::u16string_view /*path*/) override { return {}; }
   bool Delete(std::u16string_view /*path*/) override { return false; }
   bool Rename(std::u16string_view /*from*/, std::u16string_view /*to*/) override { return false; }

@@ -401,7 +401,7 @@ TEST_F(OldHeaderTest, IsNotFoundThereWhenItCannotBeRead) {
 }
 
 TEST_F(OldHeaderTest, WhenItCannotBeReadTheRecoverySetsTheWholeFileAside) {
-  fake.files.FailNth(port::FileCall::kReadAt, 1);
+  fake.files.FailNth(port::FileCall::kReadAt, 3);  // after a look at the other two files
   ASSERT_TRUE(OpenGDBMDatabases());
   EXPECT_EQ(fake.files.calls(port::FileCall::kOverwrite), 0);
   ExpectSetAsideWhole();
@@ -451,19 +451,41 @@ TEST_F(DatabasesTest, ARecoveryKilledBetweenItsRenamingsLosesNothing) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
-TEST_F(DatabasesTest, WithoutRoomForARecoveryAUsableFileIsUsedAndAnUnusableOneStays) {
+TEST_F(DatabasesTest, WithoutRoomForARecoveryWhatCanBeReadIsUsedAndTheNextStartRecovers) {
   FillStore();
   ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", ""));
+  Overwrite(kArticles, Contents(kArticles) + std::string(8192, '\0'));
   fake.files.SetFreeSpace({1000, 1'000'000'000});
   ASSERT_TRUE(OpenGDBMDatabases());
   EXPECT_EQ(ArticlesReadable(), 300);
+  EXPECT_EQ(CountGroupArticles(u"alt.test", false), 300U);
+  // What takes room is refused, what does not is done.
+  EXPECT_FALSE(StoreValue(kArticles, "k", "v", StoreMode::kReplace));
+  EXPECT_TRUE(StoreLacksRoom());
+  SetArticleReadById("<1@x>", nullptr, true, 1);
+  EXPECT_TRUE(IsArticleRead("<1@x>"));
   CloseDatabases();
-  const std::string grown = Contents(kArticles) + std::string(8192, '\0');
-  Overwrite(kArticles, grown);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+  EXPECT_TRUE(FileThere(u"Quillet databases in use"));
+  fake.files.SetFreeSpace({900'000'000, 1'000'000'000});
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(ArticlesReadable(), 300);
+  EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+}
+
+TEST_F(DatabasesTest, WithoutRoomForARecoveryAnUnusableFileStaysAsItIs) {
+  FillStore();
+  const std::string cut = Contents(kArticles).substr(0, 5000);
+  Overwrite(kArticles, cut);
+  fake.files.SetFreeSpace({1000, 1'000'000'000});
   EXPECT_FALSE(OpenGDBMDatabases());
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"(unknown error)"));
+  EXPECT_EQ(OpeningTrouble(), OpenTrouble::kNoRoom);
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"There is not enough free space to open the Quillet CE databases. "
+                          u"Please free some space and start Quillet CE again."));
   CloseDatabases();
-  EXPECT_EQ(Contents(kArticles), grown);
+  EXPECT_EQ(Contents(kArticles), cut);
+  EXPECT_FALSE(FileThere(kAsideName));
 }
 
 TEST_F(DatabasesTest, ALockedFileIsNotTouched) {
@@ -483,11 +505,20 @@ TEST_F(DatabasesTest, ALockedFileIsNotTouched) {
   char byte = 0;
   ASSERT_EQ(read(ready[0], &byte, 1), 1);
   ASSERT_EQ(byte, 'y');
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use",
+                                   "Quillet newsgroups.gdb.copy\n"));
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet newsgroups.gdb.copy", "copy"));
   EXPECT_FALSE(OpenGDBMDatabases());
-  EXPECT_THAT(BoxTexts(), ElementsAre(u"(unknown error)"));
+  EXPECT_EQ(OpeningTrouble(), OpenTrouble::kInUse);
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"The Quillet CE databases are in use by another program. Please close "
+                          u"it and start Quillet CE again."));
   EXPECT_EQ(Contents(kArticles), before);
   EXPECT_FALSE(FileThere(kAsideName));
   CloseDatabases();
+  // They are the other program's.
+  EXPECT_TRUE(FileThere(u"Quillet databases in use"));
+  EXPECT_TRUE(FileThere(u"Quillet newsgroups.gdb.copy"));
   ASSERT_EQ(write(done[1], &byte, 1), 1);
   waitpid(child, nullptr, 0);
   ASSERT_TRUE(OpenGDBMDatabases());
@@ -514,6 +545,10 @@ bool AsNobody(const Body& body) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+const std::u16string kMayNotWrite =
+    u"Quillet CE may not write its databases in the folder \"\\Quillet CE News\". Please check the "
+    u"permissions of the folder and its files and start Quillet CE again.";
+
 TEST_F(DatabasesTest, AFolderThatCannotBeWrittenFailsTheOpening) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root to become somebody else";
   ASSERT_TRUE(LoadDatabaseLibrary());
@@ -522,12 +557,28 @@ TEST_F(DatabasesTest, AFolderThatCannotBeWrittenFailsTheOpening) {
     chmod(path.c_str(), 0755);
   }
   EXPECT_TRUE(AsNobody([&] {
-    return !OpenGDBMDatabases() && BoxTexts() == std::vector<std::u16string>{u"(unknown error)"};
+    return !OpenGDBMDatabases() && OpeningTrouble() == OpenTrouble::kNoAccess &&
+           BoxTexts() == std::vector<std::u16string>{kMayNotWrite};
   }));
   EXPECT_THAT(Names(), IsEmpty());
 }
 
-TEST_F(DatabasesTest, AFileThatCannotBeWrittenIsSetAside) {
+TEST_F(DatabasesTest, AFolderThatCannotBeWrittenFailsTheOpeningOfFilesThatCan) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to become somebody else";
+  FillStore();
+  for (auto path = Folder(); path != "/tmp" && path.has_relative_path();
+       path = path.parent_path()) {
+    chmod(path.c_str(), 0755);
+  }
+  for (const DatabaseIndex index : {kArticles, kNewsgroups, kPosts}) {
+    chmod(Native(index).c_str(), 0666);
+  }
+  EXPECT_TRUE(AsNobody([&] {
+    return !OpenGDBMDatabases() && BoxTexts() == std::vector<std::u16string>{kMayNotWrite};
+  }));
+}
+
+TEST_F(DatabasesTest, AFileThatCannotBeWrittenFailsTheOpeningAndStays) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root to become somebody else";
   FillStore();
   const std::string before = Contents(kArticles);
@@ -538,9 +589,12 @@ TEST_F(DatabasesTest, AFileThatCannotBeWrittenIsSetAside) {
   chmod(Folder().c_str(), 0777);
   for (const DatabaseIndex index : {kNewsgroups, kPosts}) chmod(Native(index).c_str(), 0666);
   chmod(Native(kArticles).c_str(), 0400);
-  EXPECT_TRUE(AsNobody([&] { return OpenGDBMDatabases() && BoxTexts().size() == 1; }));
-  std::ifstream aside(Folder() / Narrow(kAsideName), std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(aside), {}), before);
+  EXPECT_TRUE(AsNobody([&] {
+    return !OpenGDBMDatabases() && OpeningTrouble() == OpenTrouble::kNoAccess &&
+           BoxTexts() == std::vector<std::u16string>{kMayNotWrite};
+  }));
+  EXPECT_EQ(Contents(kArticles), before);
+  EXPECT_FALSE(FileThere(kAsideName));
 }
 
 // --- the fatal error ---

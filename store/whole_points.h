@@ -1,0 +1,36 @@
+// The points at which the store is whole: no article, chain record or count is under way. There the
+// files are synced, and the newsgroups file, which is small, is copied beside itself, so that what
+// a later kill takes out of it can be put back. Program thread only.
+#pragma once
+
+#include "store/databases.h"
+
+namespace quillet {
+
+// To be called at the end of a connection, a deletion, a marking of many and the like. Free when
+// nothing was written since the last one. False when a file could not be synced, or when the open
+// files are known to be damaged; nobody needs to be told: what was stored is stored.
+bool StoreIsWhole();
+
+// --- Only for store/ -----------------------------------------------------------------------------
+
+// Other files are about to be opened.
+void BeginWholePoints();
+// Before every write: sets the use mark, and before the first one to the newsgroups file sees to it
+// that there is a copy.
+void BeforeChange(DatabaseIndex index);
+
+// The files that were opened were left by a killed writer: its copy stays as it is until they are
+// whole again.
+void KeepOldCopy();
+// They are: from now on whole points count again.
+void ForgetOldCopy();
+// An open file was found damaged: what is copied now would be no better than the last copy.
+void StoreIsTorn();
+
+// The files are about to be closed, and then were: the mark and the copy go, unless the next
+// opening needs them.
+void SyncBeforeClosing();
+void EndWholePoints(bool sound);
+
+}  // namespace quillet

@@ -1,0 +1,364 @@
+// What killed writers leave, made by hand: records are taken out of the files, which are then
+// closed without their mark being taken away.
+#include "store/make_whole.h"
+
+#include <gmock/gmock.h>
+
+#include "store/deletion.h"
+#include "store/group_record.h"
+#include "store/lost_articles.h"
+#include "store/pending_posts.h"
+#include "store/whole_points.h"
+#include "tests/store/store_fixture.h"
+
+namespace quillet {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr std::u16string_view kGroup = u"alt.test";
+const std::string kGroupKey = Raw("alt.test\0");
+
+class MakeWholeTest : public StoreTest {
+ protected:
+  static std::string IdOf(int number) { return FormatNarrow("<%d@x>", number); }
+  static std::string KeyOf(int number) { return IdOf(number) + '\0'; }
+
+  static void AddWithHead(int number, std::string_view head, std::u16string_view group = kGroup) {
+    AsciiArticle article = ArticleWithId(IdOf(number));
+    article.headers = head;
+    article.articleNumber = static_cast<std::uint32_t>(number);
+    ASSERT_TRUE(StoreArticle(article));
+    if (!group.empty()) {
+      ASSERT_TRUE(AddArticleToGroup(group, IdOf(number)));
+    }
+  }
+  // Articles 1 to `count` on the chain, the store whole.
+  void Fill(int count) {
+    OpenStore();
+    for (int i = 1; i <= count; ++i) Add(kGroup, IdOf(i));
+    ASSERT_TRUE(StoreIsWhole());
+  }
+  static void LoseChainRecord(std::uint32_t number) {
+    ASSERT_TRUE(DeleteValue(kNewsgroups, NumberKey(number)));
+  }
+  static void LoseArticle(int number) { ASSERT_TRUE(DeleteValue(kArticles, KeyOf(number))); }
+
+  // The writer is gone, its mark is not; the next start.
+  void KillAndOpen() {
+    Kill();
+    ASSERT_TRUE(OpenGDBMDatabases());
+  }
+  static void Kill() {
+    for (const DatabaseIndex index : {kArticles, kNewsgroups, kPosts}) DatabaseFile(index).Close();
+    ReleaseLostArticles();
+  }
+  static std::vector<std::string> Ids(int newest, int oldest) {
+    std::vector<std::string> ids;
+    for (int i = newest; i >= oldest; --i) ids.push_back(IdOf(i));
+    return ids;
+  }
+  static std::vector<std::string> Lost() {
+    std::vector<std::string> ids;
+    for (const LostArticle& article : LostArticles()) ids.push_back(article.message_id);
+    return ids;
+  }
+  // The chain can be walked in both directions, and the counts are those of the chain.
+  void ExpectWhole(std::u16string_view group, std::size_t index) {
+    std::uint32_t newer = 0;
+    std::uint32_t count = 0;
+    for (auto record = GroupChainFirst(group); record; record = GroupChainNext()) {
+      EXPECT_EQ(record->previous, newer);
+      EXPECT_TRUE(newer == 0 || record->number < newer);
+      EXPECT_TRUE(ArticleExists(record->messageId)) << record->messageId;
+      newer = record->number;
+      ++count;
+    }
+    EXPECT_EQ(gReadInfo[index]->totalCount, count);
+    EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+    EXPECT_FALSE(FileThere(u"Quillet newsgroups.gdb.copy"));
+    EXPECT_THAT(BoxTexts(), IsEmpty());
+  }
+};
+
+TEST_F(MakeWholeTest, ALostChainRecordComesBackFromTheCopy) {
+  Fill(20);
+  LoseChainRecord(10);
+  LoseChainRecord(20);
+  KillAndOpen();
+  EXPECT_EQ(Chain(kGroup), Ids(20, 1));
+  ExpectWhole(kGroup, 1);
+  EXPECT_THAT(Lost(), IsEmpty());
+  Add(kGroup, IdOf(21));  // its number is a new one
+  EXPECT_EQ(Chain(kGroup), Ids(21, 1));
+}
+
+TEST_F(MakeWholeTest, ALostHeadAndALostCounterComeBack) {
+  Fill(20);
+  ASSERT_TRUE(DeleteValue(kNewsgroups, kGroupKey));
+  ASSERT_TRUE(DeleteValue(kNewsgroups, kCounterKey));
+  KillAndOpen();
+  EXPECT_EQ(Chain(kGroup), Ids(20, 1));
+  ExpectWhole(kGroup, 1);
+  EXPECT_EQ(NextChainNumber(), 21U);
+}
+
+TEST_F(MakeWholeTest, WithoutACopyALostRecordLeavesItsArticlesInSight) {
+  Fill(20);
+  LoseChainRecord(10);
+  Kill();
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", ""));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  // The one gap tells the chain; in which place it was nobody knows.
+  std::vector<std::string> expected = Ids(20, 11);
+  expected.insert(expected.begin(), IdOf(10));
+  for (const std::string& id : Ids(9, 1)) expected.push_back(id);
+  EXPECT_EQ(Chain(kGroup), expected);
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, AnArticleOnNoChainIsPutOnThoseItNames) {
+  Fill(5);
+  AddWithHead(8, "Path: p\nNewsgroups: de.test,alt.test,no.such", u"");
+  AddWithHead(7, "Newsgroups: alt.test", u"");
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup), ElementsAre(IdOf(8), IdOf(7), IdOf(5), IdOf(4), IdOf(3), IdOf(2),
+                                         IdOf(1)));  // by their numbers on the server
+  EXPECT_THAT(Chain(u"de.test"), ElementsAre(IdOf(8)));
+  ExpectWhole(kGroup, 1);
+  ExpectWhole(u"de.test", 2);
+  EXPECT_THAT(Lost(), IsEmpty());
+}
+
+TEST_F(MakeWholeTest, ACompressedOneToo) {
+  LoadCompressionLibrary();
+  gPrefs->usecompression = 1;
+  Fill(5);
+  AddWithHead(8, "Newsgroups: alt.test", u"");
+  UnloadCompressionLibrary();
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup), SizeIs(6));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, OneWhoseTextsCannotBeReadStays) {
+  LoadCompressionLibrary();
+  gPrefs->usecompression = 1;
+  Fill(5);
+  AddWithHead(8, "Newsgroups: alt.test", u"");
+  UnloadCompressionLibrary();
+  fake.libraries.hide_library(u"bzip2ce.dll");
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup), SizeIs(5));
+  EXPECT_TRUE(ArticleExists(IdOf(8)));
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+TEST_F(MakeWholeTest, AnArticleThatNamesNoGroupIsTakenOutAndAskedForAgain) {
+  Fill(5);
+  AddWithHead(8, "", u"");
+  KillAndOpen();
+  EXPECT_FALSE(ArticleExists(IdOf(8)));
+  EXPECT_THAT(Lost(), ElementsAre(IdOf(8)));
+  EXPECT_THAT(LostArticles()[0].groups, IsEmpty());
+  EXPECT_EQ(Chain(kGroup), Ids(5, 1));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, ALostArticleIsAskedForAgain) {
+  Fill(20);
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", IdOf(7)));
+  LoseArticle(7);
+  KillAndOpen();
+  std::vector<std::string> expected = Ids(20, 8);
+  for (const std::string& id : Ids(6, 1)) expected.push_back(id);
+  EXPECT_EQ(Chain(kGroup), expected);
+  EXPECT_THAT(Chain(u"de.test"), IsEmpty());
+  ASSERT_THAT(Lost(), ElementsAre(IdOf(7)));
+  EXPECT_THAT(LostArticles()[0].groups, ElementsAre("alt.test", "de.test"));
+  ExpectWhole(kGroup, 1);
+  ExpectWhole(u"de.test", 2);
+}
+
+TEST_F(MakeWholeTest, WhatWasDeletedStaysDeleted) {
+  Fill(20);
+  // After the copy: the copy has a chain record, the file has none, the article has gone.
+  for (const std::uint32_t number : {3U, 4U}) {
+    ASSERT_TRUE(DeleteGroupArticle(1, *ReadChainRecord(number), false));
+  }
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup), SizeIs(18));
+  EXPECT_THAT(Lost(), IsEmpty());
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, ANamedTwiceArticleIsLinkedOnce) {
+  Fill(3);
+  ASSERT_TRUE(AddArticleToGroup(kGroup, IdOf(1)));
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup), ElementsAre(IdOf(1), IdOf(3), IdOf(2)));
+  EXPECT_FALSE(ValueExists(kNewsgroups, NumberKey(1)));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, ACircleIsCut) {
+  Fill(20);
+  GroupRecord record = *ParseGroupRecord(*FetchValue(kNewsgroups, NumberKey(5)));
+  record.next = 15;
+  ASSERT_TRUE(
+      StoreValue(kNewsgroups, NumberKey(5), SerializeGroupRecord(record), StoreMode::kReplace));
+  KillAndOpen();
+  EXPECT_EQ(Chain(kGroup), Ids(20, 1));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, ChainsOfGroupsThatAreNotOnTheListArePutInOrderToo) {
+  Fill(3);
+  AddWithHead(4, "", u"old.group");
+  AddWithHead(5, "", u"old.group");
+  ASSERT_TRUE(StoreIsWhole());
+  LoseChainRecord(5);
+  LoseArticle(4);
+  KillAndOpen();
+  EXPECT_THAT(Chain(u"old.group"), ElementsAre(IdOf(5)));
+  EXPECT_THAT(Lost(), IsEmpty());  // nobody reads that group
+}
+
+TEST_F(MakeWholeTest, ReadArticlesAreCountedAnew) {
+  Fill(10);
+  SetArticleReadById(IdOf(3), nullptr, true, 1);
+  ASSERT_TRUE(DeleteValue(kArticles, kGroupKey));
+  LoseArticle(4);
+  KillAndOpen();
+  EXPECT_EQ(gReadInfo[1]->readCount, 1U);
+  EXPECT_EQ(gReadInfo[1]->totalCount, 9U);
+  EXPECT_EQ(FetchValue(kArticles, kGroupKey), Bytes("01000000 01000000 09000000"));
+}
+
+TEST_F(MakeWholeTest, ASoundStoreIsLeftAsItIs) {
+  Fill(20);
+  Kill();
+  const auto before = fake.files.ReadFile(DatabasePath(kNewsgroups), 1 << 24);
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(Chain(kGroup), Ids(20, 1));
+  EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+  EXPECT_TRUE(StoreEndedUncleanly());
+  CloseDatabases();
+  EXPECT_EQ(fake.files.ReadFile(DatabasePath(kNewsgroups), 1 << 24)->size(), before->size());
+}
+
+TEST_F(MakeWholeTest, WithoutTheListNothingIsTakenAway) {
+  Fill(20);
+  LoseArticle(7);
+  AddWithHead(30, "", u"");
+  Kill();
+  fake.files.FailNth(port::FileCall::kWriteFile, 1);
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_THAT(Chain(kGroup), SizeIs(19));  // what is there can be read
+  EXPECT_TRUE(ValueExists(kNewsgroups, NumberKey(7)));
+  EXPECT_TRUE(ArticleExists(IdOf(30)));
+  EXPECT_TRUE(FileThere(u"Quillet databases in use"));
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"The Quillet CE databases could not be repaired completely. Some "
+                          u"articles may not be shown until there is more free space and Quillet "
+                          u"CE is started again."));
+  fake.display.ForgetBoxes();
+  CloseDatabases();
+  EXPECT_TRUE(FileThere(u"Quillet databases in use"));  // the next start does the rest
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_THAT(Lost(), ElementsAre(IdOf(7), IdOf(30)));
+  EXPECT_FALSE(ArticleExists(IdOf(30)));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, AChainsFileThatHadToBeMadeAnewCostsNoArticle) {
+  Fill(5);
+  AddWithHead(6, "Newsgroups: alt.test");
+  Kill();
+  fake.files.Delete(gDatabaseFolder + u"\\Quillet newsgroups.gdb.copy");
+  ASSERT_TRUE(fake.files.WriteFile(DatabasePath(kNewsgroups), "garbage"));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_THAT(Chain(kGroup), ElementsAre(IdOf(6)));
+  for (int i = 1; i <= 5; ++i) EXPECT_TRUE(ArticleExists(IdOf(i)));
+  EXPECT_THAT(Lost(), IsEmpty());
+}
+
+TEST_F(MakeWholeTest, WithTheCopyItComesBackWhole) {
+  Fill(50);
+  Kill();
+  ASSERT_TRUE(fake.files.WriteFile(DatabasePath(kNewsgroups), "garbage"));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(Chain(kGroup), Ids(50, 1));
+}
+
+// --- whole points ---
+
+class WholePointsTest : public MakeWholeTest {};
+
+TEST_F(WholePointsTest, TheMarkNamesTheCopyAndBothGoWithTheFiles) {
+  OpenStore();
+  CloseDatabases();
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+  EXPECT_FALSE(FileThere(u"Quillet newsgroups.gdb.copy"));
+  Add(kGroup, IdOf(1));
+  const auto mark = fake.files.ReadFile(gDatabaseFolder + u"\\Quillet databases in use", 1000);
+  EXPECT_EQ(mark, "Quillet newsgroups.gdb.copy\n");
+  EXPECT_TRUE(FileThere(u"Quillet newsgroups.gdb.copy"));
+  CloseDatabases();
+  EXPECT_FALSE(FileThere(u"Quillet databases in use"));
+  EXPECT_FALSE(FileThere(u"Quillet newsgroups.gdb.copy"));
+}
+
+TEST_F(WholePointsTest, CostsNothingWhenNothingWasWritten) {
+  Fill(3);
+  const int calls = fake.files.calls();
+  for (int i = 0; i < 10; ++i) EXPECT_TRUE(StoreIsWhole());
+  EXPECT_EQ(fake.files.calls(), calls);
+  // A flag of an article is not in the file that is copied.
+  SetArticleReadById(IdOf(1), nullptr, true, 1);
+  EXPECT_TRUE(StoreIsWhole());
+  EXPECT_EQ(fake.files.calls(port::FileCall::kCopy), 2);
+}
+
+TEST_F(WholePointsTest, ACopyThatFailsLeavesTheLastOne) {
+  Fill(3);
+  Add(kGroup, IdOf(4));
+  fake.files.FailNth(port::FileCall::kCopy, 1);
+  EXPECT_TRUE(StoreIsWhole());
+  LoseChainRecord(2);
+  LoseChainRecord(3);
+  KillAndOpen();
+  EXPECT_EQ(Chain(kGroup), Ids(4, 1));
+  ExpectWhole(kGroup, 1);
+}
+
+TEST_F(WholePointsTest, WithoutRoomNoCopyIsMade) {
+  Fill(3);
+  Add(kGroup, IdOf(4));
+  fake.files.SetFreeSpace({1'000'000, 1'000'000'000});
+  const int copies = fake.files.calls(port::FileCall::kCopy);
+  EXPECT_TRUE(StoreIsWhole());
+  EXPECT_EQ(fake.files.calls(port::FileCall::kCopy), copies);
+}
+
+TEST_F(WholePointsTest, ACopyThatTheMarkDoesNotNameIsNotLookedAt) {
+  Fill(3);
+  CloseDatabases();
+  ASSERT_TRUE(OpenGDBMDatabases());
+  ASSERT_TRUE(DeleteGroupArticle(1, *ReadChainRecord(3), false));
+  // Of another time, when article 3 was there; it was stored again since, on no chain.
+  AddWithHead(3, "", u"");
+  Kill();
+  ASSERT_TRUE(fake.files.Copy(DatabasePath(kNewsgroups),
+                              gDatabaseFolder + u"\\Quillet newsgroups.gdb.copy"));
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\Quillet databases in use", "other\n"));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(Chain(kGroup), Ids(2, 1));
+  EXPECT_FALSE(FileThere(u"Quillet newsgroups.gdb.copy"));
+}
+
+}  // namespace
+}  // namespace quillet
