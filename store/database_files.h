@@ -1,10 +1,28 @@
-// The three open files themselves, for the rewriting of whole databases. Only for store/.
+// The files of the database folder: their names, and the three open databases themselves, for the
+// rewriting of whole databases. Only for store/.
 #pragma once
+
+#include <array>
+#include <string_view>
 
 #include "store/databases.h"
 #include "store/gdbm_file.h"
 
 namespace quillet {
+
+// What lies in the database folder. All of it moves when the folder changes; what is no database is
+// not always there.
+struct FolderFile {
+  std::u16string_view name;
+  bool always_there = false;
+};
+inline constexpr std::u16string_view kUseMarkName = u"Quillet databases in use";
+inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
+    {u"Quillet articles.gdb", true},
+    {u"Quillet newsgroups.gdb", true},
+    {u"Quillet pending posts.gdb", true},
+    {kUseMarkName},
+});
 
 GdbmFile& DatabaseFile(DatabaseIndex index);
 

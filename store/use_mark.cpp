@@ -6,6 +6,7 @@
 #include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "store/database_files.h"
 
 namespace quillet {
 namespace {
@@ -20,7 +21,7 @@ const ResetAtEnd kReset([] {
 });
 
 std::u16string MarkPath() {
-  return gDatabaseFolder + u"\\Quillet databases in use";
+  return gDatabaseFolder + u"\\" + std::u16string(kUseMarkName);
 }
 
 }  // namespace
