@@ -1,5 +1,5 @@
 // The files of the database folder: their names, and the three open databases themselves, for the
-// rewriting of whole databases. Only for store/.
+// rewriting of whole databases. DatabaseFile is only for store/.
 #pragma once
 
 #include <array>
@@ -17,11 +17,13 @@ struct FolderFile {
   bool always_there = false;
 };
 inline constexpr std::u16string_view kUseMarkName = u"Quillet databases in use";
+inline constexpr std::u16string_view kLostArticlesName = u"Quillet lost articles";
 inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
     {u"Quillet articles.gdb", true},
     {u"Quillet newsgroups.gdb", true},
     {u"Quillet pending posts.gdb", true},
     {kUseMarkName},
+    {kLostArticlesName},
 });
 
 GdbmFile& DatabaseFile(DatabaseIndex index);

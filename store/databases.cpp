@@ -18,6 +18,7 @@
 #include "store/counts.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
+#include "store/lost_articles.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
 #include "store/use_mark.h"
@@ -29,6 +30,8 @@ std::uint32_t gPendingPostCount = 0;
 bool gDatabaseErrorFlag = false;
 
 namespace {
+
+bool gEndedUncleanly = false;
 
 struct Database {
   std::u16string_view file_name;
@@ -49,6 +52,7 @@ const ResetAtEnd kReset([] {
   }
   gPendingPostCount = 0;
   gDatabaseErrorFlag = false;
+  gEndedUncleanly = false;
 });
 
 constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
@@ -106,6 +110,7 @@ bool LoadDatabaseLibrary() {
 
 bool OpenGDBMDatabases() {
   const bool unclean = UseMarkFound();
+  if (unclean) gEndedUncleanly = true;
   ForgetChainCounter();
   for (const DatabaseIndex index : kAllDatabases) Open(index, unclean);
   if (!DatabasesOpen()) {
@@ -121,6 +126,10 @@ bool OpenGDBMDatabases() {
   return true;
 }
 
+bool StoreEndedUncleanly() {
+  return gEndedUncleanly;
+}
+
 void CloseDatabases() {
   bool sound = true;
   for (Database& database : gDatabases) {
@@ -133,6 +142,8 @@ void CloseDatabases() {
   } else {
     SetUseMark();
   }
+  WriteLostArticles();
+  ReleaseLostArticles();
 }
 
 bool DatabasesOpen() {

@@ -30,6 +30,9 @@ extern bool gDatabaseErrorFlag;
 // bound it stays bound.
 bool LoadDatabaseLibrary();
 bool OpenGDBMDatabases();
+// True from an opening that found the files left by a writer that did not get to its end, until the
+// program ends.
+[[nodiscard]] bool StoreEndedUncleanly();
 void CloseDatabases();
 bool DatabasesOpen();  // all three
 bool DeleteDatabases(bool include_pending);
