@@ -69,6 +69,12 @@ bool WriteLiveRecord() {
   return result == WriteResult::kDone;
 }
 
+bool WriteNumbers(port::RegistryKey& key, const Prefs& prefs, std::u16string_view name,
+                  const std::vector<std::uint32_t>& numbers) {
+  if (LengthOf(prefs, ListLength::kServersTimesGroups) == 0) return true;
+  return KeepSettingsAtRisk(key) && WriteWords(key, name, numbers);
+}
+
 }  // namespace
 
 void ReadPreferences() {
@@ -107,8 +113,18 @@ std::u16string DatabaseFolderFor(std::u16string_view databasestore) {
 }
 
 bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs) {
-  if (LengthOf(prefs, ListLength::kServersTimesGroups) == 0) return true;
-  return KeepSettingsAtRisk(key) && WriteWords(key, u"lastdownloaded", prefs.lastdownloaded);
+  return WriteNumbers(key, prefs, u"lastdownloaded", prefs.lastdownloaded);
+}
+
+bool WriteLastOnServer(port::RegistryKey& key, const Prefs& prefs) {
+  return WriteNumbers(key, prefs, u"lastonserver", prefs.lastonserver);
+}
+
+bool WriteProgressNumbers(port::RegistryKey& key, const Prefs& prefs) {
+  if (!KeepSettingsAtRisk(key)) return false;
+  const bool together = key.Begin();
+  const bool written = WriteLastDownloaded(key, prefs) && WriteLastOnServer(key, prefs);
+  return (!together || key.Commit()) && written;
 }
 
 }  // namespace quillet

@@ -32,7 +32,10 @@ std::u16string DatabaseFolderFor(std::u16string_view databasestore);
 // The folder the store works in.
 extern std::u16string gDatabaseFolder;
 
-// Writes the whole lastdownloaded array to the open key, as WritePreferences does.
+// Write the whole lastdownloaded or lastonserver array to the open key, as WritePreferences does.
 bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs);
+bool WriteLastOnServer(port::RegistryKey& key, const Prefs& prefs);
+// Both in one step. When only one can be written, it is lastdownloaded.
+bool WriteProgressNumbers(port::RegistryKey& key, const Prefs& prefs);
 
 }  // namespace quillet

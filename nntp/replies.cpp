@@ -157,6 +157,7 @@ bool ReadStatusLine(std::string& rest) {
   }
   const std::size_t line_feed = received->find('\n');  // a lone one ends the status line as well
   std::string_view line = received->substr(0, line_feed);
+  gConnection.status_line = line.substr(0, line.find_first_of(std::string_view("\r\0", 2)));
   gConnection.last_status = static_cast<std::int32_t>(LeadingNumber(TakeToken(line)));
   gConnection.last_article_number = LeadingNumber(TakeToken(line));
   rest.append(received->substr(line_feed + 1));
