@@ -7,6 +7,8 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
 #include <QMenuBar>
 #include <QResizeEvent>
 #include <QScreen>
@@ -95,6 +97,15 @@ void MainWindow::ShowFirst() {
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program decides, and destroys the window
   Post(port::MessageKind::kClose, 0);
+}
+
+// What no control of the view has taken: F10 opens the menus, as in every window of the desktop.
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+  QAction* first = menuBar()->actions().value(0);
+  const bool opens = event->key() == Qt::Key_F10 && event->modifiers() == Qt::NoModifier;
+  if (!opens || first == nullptr) return QMainWindow::keyPressEvent(event);
+  menuBar()->setActiveAction(first);
+  if (QMenu* menu = first->menu()) menu->setActiveAction(menu->actions().value(0));
 }
 
 void MainWindow::InsideResized(QSize size) {
