@@ -15,11 +15,11 @@ class QKeyEvent;
 
 namespace quillet::qt {
 
-// The virtual key (port/message.h) of a press or release; nothing for a key the program has no number
-// for.
+// The virtual key (port/message.h) of a press or release; nothing for a key the program has no
+// number for.
 std::optional<std::uint32_t> VirtualKey(const QKeyEvent& event);
-// Control, Alt and Shift as kModifier... bits; others are dropped, and so is the Shift that a layout
-// needs to get at a digit.
+// Control, Alt and Shift as kModifier... bits; others are dropped, and so is the Shift that a
+// layout needs to get at a digit.
 std::uint32_t Modifiers(const QKeyEvent& event);
 
 }  // namespace quillet::qt
