@@ -42,6 +42,18 @@ class NoKey final : public port::RegistryKey {
   bool Commit() override { return false; }
 };
 
+// Makes the database folder; main memory takes the place of a card that has gone.
+void PrepareDatabaseFolder(Prefs& prefs) {
+  prefs.databasefolder = DatabaseFolderFor(prefs.databasestore);
+  port::Files& files = gPlatform->files;
+  if (!files.FolderExists(prefs.databasefolder) && !files.CreateFolder(prefs.databasefolder)) {
+    prefs.databasestore.clear();
+    prefs.databasefolder = DatabaseFolderFor(u"");
+    files.CreateFolder(prefs.databasefolder);
+  }
+  gDatabaseFolder = prefs.databasefolder;
+}
+
 // False when the record cannot be read, which is told.
 bool ReadLiveRecord(Prefs& prefs) {
   std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kRegistryPath);
@@ -94,17 +106,6 @@ bool WritePreferences() {
   const bool written = Guarded(u"WritePreferences", WriteLiveRecord);
   writing = false;
   return written;
-}
-
-void PrepareDatabaseFolder(Prefs& prefs) {
-  prefs.databasefolder = DatabaseFolderFor(prefs.databasestore);
-  port::Files& files = gPlatform->files;
-  if (!files.FolderExists(prefs.databasefolder) && !files.CreateFolder(prefs.databasefolder)) {
-    prefs.databasestore.clear();
-    prefs.databasefolder = DatabaseFolderFor(u"");
-    files.CreateFolder(prefs.databasefolder);
-  }
-  gDatabaseFolder = prefs.databasefolder;
 }
 
 std::u16string DatabaseFolderFor(std::u16string_view databasestore) {

@@ -22,10 +22,6 @@ void ReadPreferences();
 // could not be saved.
 bool WritePreferences();
 
-// Sets databasefolder from databasestore, creates the folder, falls back to main memory when that
-// fails, and remembers the path in gDatabaseFolder.
-void PrepareDatabaseFolder(Prefs& prefs);
-
 // "\Quillet CE News" or "\%ls\Quillet CE News".
 std::u16string DatabaseFolderFor(std::u16string_view databasestore);
 

@@ -107,6 +107,21 @@ TEST_F(Program, ADamagedRegistryIsToldOnce) {
   End();
 }
 
+TEST_F(Program, PreferencesThatCannotBeReadEndTheStartWithANumber) {
+  SetDword(u"sidetabs", 2);
+  const int sets = fake_.registry.sets();
+  fake_.registry.obstacle = u"\"/home/user/registry.db\" may not be read";
+  EXPECT_EQ(RunQuillet(), 1);
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(
+      fake_.display.boxes()[0].text,
+      u"Quillet CE cannot read its preferences, because \"/home/user/registry.db\" may not be "
+      u"read. Quillet CE will now exit.");
+  EXPECT_EQ(fake_.registry.sets(), sets);
+  EXPECT_FALSE(fake_.files.FolderExists(u"\\Quillet CE News"));
+  EXPECT_EQ(fake_.display.main_window().handle, 0U);
+}
+
 TEST_F(Program, SideTabsGoWhereThePreferenceSays) {
   SetDword(u"sidetabs", 2);
   StartAndWait();
