@@ -60,7 +60,7 @@ class Writer {
   Writer(DeedLog& log, ExpectedStore expected, const WriterPlan& plan)
       : log_(log), expected_(std::move(expected)), plan_(plan), random_(plan.seed) {}
 
-  [[noreturn]] void Run(port::FakePlatform& fake) {
+  void Open(port::FakePlatform& fake) {
     const auto start = std::chrono::steady_clock::now();
     Entry& opening = Begin({Deed::kOpen, 0, false, 0});
     OpenOrGiveUp(log_, fake);
@@ -69,9 +69,41 @@ class Writer {
     const auto took = std::chrono::steady_clock::now() - start;
     log_.open_microseconds = static_cast<std::uint32_t>(std::max<std::int64_t>(
         1, std::chrono::duration_cast<std::chrono::microseconds>(took).count()));
+  }
+
+  [[noreturn]] void WorkForEver() {
     const BulkStore bulk;
     while (log_.count < DeedLog::kCapacity) Step();
     for (;;) pause();
+  }
+
+  void Do(Deed deed) {
+    switch (deed) {
+      case Deed::kOpen:
+        return;
+      case Deed::kStore:
+        return Store();
+      case Deed::kDelete:
+        return Delete();
+      case Deed::kMark:
+        return Mark();
+      case Deed::kDeleteRead:
+        return DeleteRead();
+      case Deed::kDeleteAll:
+        return DeleteAll();
+      case Deed::kEmpty:
+        return Empty();
+      case Deed::kWhole:
+        return SayWhole();
+      case Deed::kPost:
+        return Post();
+      case Deed::kUnpost:
+        return Unpost();
+      case Deed::kCompact:
+        return Compact();
+      case Deed::kConvert:
+        return Convert();
+    }
   }
 
  private:
@@ -244,19 +276,34 @@ class Writer {
   }
 
   void ChangeQueue() {
+    const std::size_t queued = Queued().size();
+    if (queued < 5 || (queued < 80 && Below(2) == 0)) {
+      Post();
+    } else {
+      Unpost();
+    }
+  }
+
+  std::vector<std::uint32_t> Queued() const {
     std::vector<std::uint32_t> queued;
     for (const auto& [number, state] : expected_.posts()) {
       if (state == ExpectedStore::State::kStored) queued.push_back(number);
     }
-    if (queued.size() < 5 || (queued.size() < 80 && Below(2) == 0)) {
-      const std::uint32_t number = expected_.next_post();
-      AsciiArticle post = ArticleOf(number, 0, false);
-      post.messageId = KillPostIdOf(number);
-      Entry& entry = Begin({Deed::kPost, 0, false, number});
-      if (!StoreAsciiGDBMPost(post)) GiveUp(log_, "a post was not stored");
-      End(entry);
-      return;
-    }
+    return queued;
+  }
+
+  void Post() {
+    const std::uint32_t number = expected_.next_post();
+    AsciiArticle post = ArticleOf(number, 0, false);
+    post.messageId = KillPostIdOf(number);
+    Entry& entry = Begin({Deed::kPost, 0, false, number});
+    if (!StoreAsciiGDBMPost(post)) GiveUp(log_, "a post was not stored");
+    End(entry);
+  }
+
+  void Unpost() {
+    const std::vector<std::uint32_t> queued = Queued();
+    if (queued.empty()) return;
     const std::uint32_t number = queued[Below(static_cast<std::uint32_t>(queued.size()))];
     Entry& entry = Begin({Deed::kUnpost, 0, false, number});
     DeletePendingPost(KillPostIdOf(number));
@@ -308,7 +355,19 @@ const char* NameOf(Work work) {
 
 void WriteUntilKilled(port::FakePlatform& fake, DeedLog& log, ExpectedStore expected,
                       const WriterPlan& plan) {
-  Writer(log, std::move(expected), plan).Run(fake);
+  Writer writer(log, std::move(expected), plan);
+  writer.Open(fake);
+  writer.WorkForEver();
+}
+
+void CarryOut(port::FakePlatform& fake, DeedLog& log, ExpectedStore expected,
+              const DeedPlan& plan) {
+  Writer writer(log, std::move(expected), {Work::kMixed, plan.seed, 0});
+  writer.Open(fake);
+  if (plan.ready) plan.ready();
+  for (const Deed deed : plan.deeds) writer.Do(deed);
+  if (plan.close) CloseDatabases();
+  _exit(kChildDone);
 }
 
 void OpenAndClose(port::FakePlatform& fake, DeedLog& log) {

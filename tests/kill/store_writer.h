@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <vector>
 
 #include "port/fake/fake_platform.h"
 #include "tests/kill/deeds.h"
@@ -26,6 +28,16 @@ struct WriterPlan {
 // Opens the databases and works on for ever. `expected` is what the store holds.
 [[noreturn]] void WriteUntilKilled(port::FakePlatform& fake, DeedLog& log, ExpectedStore expected,
                                    const WriterPlan& plan);
+// Opens the databases, calls `ready`, carries the deeds out one after the other, each on what the
+// seed chooses, and closes the databases unless it is to leave them open.
+struct DeedPlan {
+  std::vector<Deed> deeds;
+  std::uint32_t seed = 1;
+  std::function<void()> ready;
+  bool close = true;
+};
+[[noreturn]] void CarryOut(port::FakePlatform& fake, DeedLog& log, ExpectedStore expected,
+                           const DeedPlan& plan);
 // Opens the databases, looks that nothing is asked or told, closes them.
 [[noreturn]] void OpenAndClose(port::FakePlatform& fake, DeedLog& log);
 // The next connection as far as the store knows of it: fetches what is on the list of lost
