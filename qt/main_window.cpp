@@ -12,8 +12,10 @@
 #include <QMenuBar>
 #include <QResizeEvent>
 #include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <chrono>
 
 #include "qt/fonts.h"
 #include "qt/icons.h"
@@ -27,6 +29,8 @@ namespace {
 
 // Screens this narrow are phones: a window there fills the screen.
 constexpr int kPhoneWidth = 480;
+// A desktop that has not framed the window by then does not; a later frame is the user's wish.
+constexpr std::chrono::seconds kFrameWithin(5);
 
 }  // namespace
 
@@ -89,9 +93,36 @@ void MainWindow::ShowFirst() {
   resize(wanted_size_.boundedTo(work.size()));
   move(work.topLeft());
   show();
-  // The frame is known only now; the size asked for includes it.
-  const QSize frame = frameGeometry().size() - size();
-  resize(wanted_size_.boundedTo(work.size()) - frame);
+  frame_awaited_ = true;
+  QTimer::singleShot(kFrameWithin, this, [this] { frame_awaited_ = false; });
+  FitFrame();
+}
+
+// The frame comes from the desktop some time after the window is shown. The size asked for includes
+// it: left as it is, the window would hang over the edge of the screen by as much.
+void MainWindow::FitFrame() {
+  const QMargins frame = windowHandle()->frameMargins();
+  if (frame.isNull() || isMaximized()) return;
+  frame_awaited_ = false;
+  const QRect work = WorkAreaOf(this);
+  resize(wanted_size_.boundedTo(work.size()).shrunkBy(frame));
+  move(work.topLeft());
+}
+
+// Nothing tells of the frame itself; what comes with it are moves, sizes and the first painting.
+bool MainWindow::event(QEvent* event) {
+  const bool handled = QMainWindow::event(event);
+  switch (event->type()) {
+    case QEvent::Move:
+    case QEvent::Resize:
+    case QEvent::UpdateRequest:
+    case QEvent::WindowActivate:
+      if (frame_awaited_) FitFrame();
+      break;
+    default:
+      break;
+  }
+  return handled;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
