@@ -453,6 +453,17 @@ TEST_F(Program, StartRegistersTheScheduledDownload) {
   End();
 }
 
+TEST_F(Program, AnHourThatNoDayHasIsTheStandardHour) {
+  SetDword(u"useautodownload", 1);
+  SetDword(u"downloadhr", 2147483647);
+  StartAndWait();
+  ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
+  ASSERT_TRUE(fake_.scheduler.calls[0].at);
+  EXPECT_EQ(fake_.scheduler.calls[0].at->hour, 6);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
 TEST_F(Program, StartWithoutScheduleCancelsTheRegistration) {
   StartAndWait();
   ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
