@@ -84,6 +84,7 @@ void AddToKillfile() {
 
 void Find() {
   if (!AskFindChoices() || !gReading.article) return;
+  TellUnfindable();
   const auto matches = MatchesInCurrentArticle(gReading.find.text);
   if (matches) DisplayCurrentArticle(*matches);
 }
