@@ -74,7 +74,7 @@ TEST_F(FindInArticles, CharactersThatNoArticleHasAreToldAndHaveNoHits) {
   AnswerFind(u"\u03A9");
   ArticleCommand(40048);
   EXPECT_THAT(BoxTexts(), ElementsAre(u"Some characters of this text cannot be used here: \u03A9"));
-  EXPECT_EQ(Source(), Page(u"why&nbsp;?&nbsp;\u20AC&nbsp;<br>"));
+  EXPECT_EQ(Source().find(u"<span"), std::u16string::npos);
   EXPECT_EQ(gReading.article->displayText, std::nullopt);
   fake.display.ForgetBoxes();
   ArticleCommand(40051);
