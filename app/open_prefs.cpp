@@ -1,6 +1,6 @@
 // Puts edited preferences in force: compares the old record with the new one, group by group of
-// settings that one view shows, and draws anew only what differs; then writes them, and at last
-// moves the databases when their folder has changed.
+// settings that one view shows, and draws anew only what differs; then writes them, and at last has
+// the databases moved when their folder has changed.
 #include "app/open_prefs.h"
 
 #include <array>
@@ -9,63 +9,19 @@
 #include <utility>
 
 #include "app/main_window.h"
+#include "app/move_databases.h"
 #include "app/startup.h"
 #include "article/panes.h"
 #include "article/view.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
 #include "groups/group_list.h"
-#include "port/files.h"
 #include "port/platform.h"
 #include "port/windows.h"
-#include "store/databases.h"
 #include "thread/view.h"
 
 namespace quillet {
 namespace {
-
-std::u16string PathIn(std::u16string_view folder, DatabaseIndex index) {
-  return std::u16string(folder) + u"\\" + std::u16string(DatabaseFileName(index));
-}
-
-bool HoldsDatabases(std::u16string_view folder) {
-  return gPlatform->files.FileSize(PathIn(folder, DatabaseIndex::kArticles)) &&
-         gPlatform->files.FileSize(PathIn(folder, DatabaseIndex::kNewsgroups));
-}
-
-// A failed copy leaves that file and the ones after it where they are.
-void CopyDatabases(std::u16string_view from, std::u16string_view to) {
-  for (const DatabaseIndex index :
-       {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups, DatabaseIndex::kPendingPosts}) {
-    const std::u16string old_path = PathIn(from, index);
-    if (!gPlatform->files.Copy(old_path, PathIn(to, index))) return;
-    gPlatform->files.Delete(old_path);
-  }
-}
-
-// What is being read lies in a store that is not open any more.
-void LeaveOldStore() {
-  ClearArticleView();
-  ClearThreadView();
-  if (gPlatform->windows.SelectedTab() == port::kArticleTab) ShowThreadView();
-}
-
-void MoveDatabases(const std::u16string& from, const std::u16string& to) {
-  gPlatform->files.CreateFolder(to);
-  CloseDatabases();
-  gPlatform->files.CreateFolder(gDatabaseFolder);
-  const bool replace =
-      !HoldsDatabases(to) ||
-      // The two blanks after the full stop are meant: boxes are told by their exact texts, in the
-      // answers that scripts announce too.
-      ConfirmAction(u"Databases already exist in new location.  Replace with old databases?", true);
-  if (replace) CopyDatabases(from, to);
-  if (!ReopenDatabases()) {
-    ReportCriticalError(u"unable to re-open databases", u"ApplyPrefsChanges");
-  } else if (!replace) {
-    LeaveOldStore();
-  }
-}
 
 // What the views show by the preferences, as one comparable value each.
 auto GroupLook(const Prefs& prefs) {
@@ -133,12 +89,12 @@ void ApplyPrefsChanges(std::unique_ptr<Prefs> edited) {
     RefreshViews(*old);
   }
   ScheduleAutoDownload();
-  // Before the write: a card that has gone falls back to main memory, and that is what is stored.
-  if (old->databasestore != gPrefs->databasestore) PrepareDatabaseFolder(*gPrefs);
+  // The old place is what is stored until the databases lie in the new one, so that whatever ends
+  // the program meanwhile, the next start finds them.
+  const std::u16string wanted_store = std::exchange(gPrefs->databasestore, old->databasestore);
+  gPrefs->databasefolder = old->databasefolder;
   WritePreferences();
-  if (old->databasefolder != gPrefs->databasefolder) {
-    MoveDatabases(old->databasefolder, gPrefs->databasefolder);
-  }
+  if (wanted_store != gPrefs->databasestore) MoveDatabases(wanted_store);
 }
 
 }  // namespace quillet

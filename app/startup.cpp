@@ -35,6 +35,8 @@ namespace {
 constexpr std::u16string_view kExecutablePath =
     u"\\Program Files\\Communication\\Quillet CE\\quillet.exe";
 
+constexpr int kExitNoPreferences = 1;
+
 bool gStoreOpened = false;
 
 const ResetAtEnd kReset([] { gStoreOpened = false; });
@@ -95,6 +97,18 @@ int EndBeforeTheLoop() {
   return 0;
 }
 
+// Starting with defaults would hide the settings from the user, and the first write would fail or
+// go elsewhere.
+bool TellOfUnreadableRegistry() {
+  const std::u16string obstacle = gPlatform->registry.Obstacle();
+  if (obstacle.empty()) return false;
+  ShowMessage(
+      FormatWide(u"Quillet CE cannot read its preferences, because %ls. Quillet CE will now "
+                 u"exit.",
+                 obstacle));
+  return true;
+}
+
 void TellOfDamagedRegistry() {
   const std::u16string file = gPlatform->registry.DamagedFile();
   if (file.empty()) return;
@@ -125,6 +139,7 @@ int RunOnce() {
   const bool scheduled = gPlatform->shell.CommandLine() == port::kScheduledCommandLine;
   if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
   ConnectUpwardCalls();
+  if (TellOfUnreadableRegistry()) return kExitNoPreferences;
   ReadPreferences();
   if (!gPrefs) return 0;
   // Seeded once a run, at this place in the start, so that whatever draws from the runtime's

@@ -6,7 +6,7 @@
 namespace quillet {
 
 // The whole program, on the calling thread (which becomes the program thread); returns its exit
-// code. gPlatform must be set.
+// code: 1 when the stored preferences cannot be read, else 0. gPlatform must be set.
 int RunQuillet();
 
 // Registers or cancels the daily download with the system.

@@ -25,13 +25,12 @@
 namespace quillet {
 namespace {
 
-// --- Moving: at the ends of the tree, and out of it, the article stays ---------------------------
+// --- Moving: beyond the ends of the tree back to it; out of the tree the article stays -----------
 
 template <class Move>
 void MoveTo(Move next_of) {
   Node* const node = gReading.article->node;
-  Node* const next = node == nullptr ? nullptr : next_of(*node);
-  if (next != nullptr) DisplayArticle(next, u"");
+  if (node != nullptr) DisplayArticle(next_of(*node), u"");
 }
 
 void ShowPreviousThread() {
@@ -72,7 +71,7 @@ void DeleteShownThread() {
   Delete(u"Really delete this thread?", DeleteThreadNode);
 }
 
-// An article that is on the screen while another group was opened still belongs to its own.
+// An article that is not in the tree any more still belongs to its own group.
 void AddToKillfile() {
   const std::size_t index = GroupOfCurrentArticle();
   const int group = index < gPrefs->groups.size() ? static_cast<int>(index) : gReading.group;
@@ -84,6 +83,7 @@ void AddToKillfile() {
 
 void Find() {
   if (!AskFindChoices() || !gReading.article) return;
+  TellUnfindable();
   const auto matches = MatchesInCurrentArticle(gReading.find.text);
   if (matches) DisplayCurrentArticle(*matches);
 }

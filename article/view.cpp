@@ -107,7 +107,8 @@ std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::u16string_vi
   if (!text || !gReading.article) return std::nullopt;
   return Guarded(u"DisplayCurrentArticle", [&]() -> std::optional<std::vector<MatchRange>> {
     gReading.article->displayText.reset();
-    if (!search_text.empty()) gReading.article->displayText = ToStored(search_text);
+    const bool storable = NotStorable(search_text).empty();
+    if (storable && !search_text.empty()) gReading.article->displayText = ToStored(search_text);
     return FindMatches(*text, search_text, {gReading.find.match_case, gReading.find.whole_word});
   });
 }

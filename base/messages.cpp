@@ -1,12 +1,15 @@
 #include "base/messages.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "base/box_owner.h"
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "base/window_procedures.h"
+#include "mime/shown_text.h"
 #include "port/common/box_buttons.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -23,6 +26,8 @@ constexpr std::u16string_view kCaption = u"Quillet";
 constexpr std::u16string_view kConfirmationCaption = u"Quillet confirmation";
 // The reporters format into 256 characters, terminator included.
 constexpr std::size_t kReportLength = 255;
+// Enough to see what is meant; a whole text in another script would fill the screen.
+constexpr std::size_t kMostNamedCharacters = 20;
 
 std::atomic<bool> gSessionEnding = false;
 
@@ -88,6 +93,18 @@ bool ConfirmAction(std::u16string_view text, bool default_answer) {
   const port::WindowHandle owner = CurrentBoxOwner();
   return ShowBox(owner == gMainWindow ? 0 : owner, kConfirmationCaption, text,
                  {port::BoxButtons::kYesNo, port::BoxIcon::kExclamation, false}) == port::kIdYes;
+}
+
+std::u16string RefusalOf(std::u16string_view text) {
+  const std::vector<std::u16string> characters = NotStorable(text);
+  if (characters.empty()) return {};
+  std::u16string refusal = u"Some characters of this text cannot be used here:";
+  for (std::size_t i = 0; i < std::min(characters.size(), kMostNamedCharacters); ++i) {
+    refusal += u' ';
+    refusal += characters[i];
+  }
+  if (characters.size() > kMostNamedCharacters) refusal += u" ...";
+  return refusal;
 }
 
 int ReportError(std::u16string_view reason, std::u16string_view location) {

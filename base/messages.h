@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <string_view>
 
 #include "port/message.h"
@@ -35,6 +36,10 @@ int AskOkCancel(std::u16string_view text);
 bool AskYesNo(std::u16string_view text, int default_button = port::kIdYes);
 // Yes and No with the exclamation icon; `default_answer` at once when `skipverifications` is set.
 bool ConfirmAction(std::u16string_view text, bool default_answer);
+
+// What is to be said of a text that was typed where only 8-bit text can be kept: "Some characters
+// of this text cannot be used here: " and the first of them; empty when every character can.
+std::u16string RefusalOf(std::u16string_view text);
 
 // "An unexpected error (%ls) occurred in %ls.", cut to 255 characters; the program goes on.
 int ReportError(std::u16string_view reason, std::u16string_view location);

@@ -17,6 +17,18 @@ constexpr std::u16string_view kMissingSignature =
 using enum ListLength;
 using enum OnReset;
 
+constexpr NumberRange kHour{0, 23};
+constexpr NumberRange kSixtieth{0, 59};
+constexpr NumberRange kPercent{0, 100};
+constexpr NumberRange kPlacement{0, 2};
+constexpr NumberRange kPage{0, 15};
+constexpr NumberRange kPort{1, 65535};
+// 1 to 8, and 0, which every size table knows to treat.
+constexpr NumberRange kFontSize{0, 8};
+constexpr NumberRange kArticles{1};
+// As many bytes as 32 bits hold.
+constexpr NumberRange kArticleKilobytes{1, 0xFFFFFFFF / 1024};
+
 constexpr auto kFields = std::to_array<PrefsField>({
     {u"version", VersionField{}},
     {u"numgroups", NumberField{&Prefs::numgroups, 0, kKeep}},
@@ -37,20 +49,20 @@ constexpr auto kFields = std::to_array<PrefsField>({
     {u"showheaders", NumberField{&Prefs::showheaders, 0}},
     {u"removecrs", NumberField{&Prefs::removecrs, 0}},
     {u"colorquoted", NumberField{&Prefs::colorquoted, 1}},
-    {u"maxstore", NumberField{&Prefs::maxstore, 98}},
-    {u"maxarticles", NumberField{&Prefs::maxarticles, 50}},
-    {u"fontsize", NumberField{&Prefs::fontsize, 2}},
-    {u"groupfontsize", NumberField{&Prefs::groupfontsize, 3}},
-    {u"threadfontsize", NumberField{&Prefs::threadfontsize, 3}},
-    {u"articleheaderfontsize", NumberField{&Prefs::articleheaderfontsize, 3}},
-    {u"maxarticlesize", NumberField{&Prefs::maxarticlesize, 4}},
+    {u"maxstore", NumberField{&Prefs::maxstore, 98, kDefault, kPercent}},
+    {u"maxarticles", NumberField{&Prefs::maxarticles, 50, kDefault, kArticles}},
+    {u"fontsize", NumberField{&Prefs::fontsize, 2, kDefault, kFontSize}},
+    {u"groupfontsize", NumberField{&Prefs::groupfontsize, 3, kDefault, kFontSize}},
+    {u"threadfontsize", NumberField{&Prefs::threadfontsize, 3, kDefault, kFontSize}},
+    {u"articleheaderfontsize", NumberField{&Prefs::articleheaderfontsize, 3, kDefault, kFontSize}},
+    {u"maxarticlesize", NumberField{&Prefs::maxarticlesize, 4, kDefault, kArticleKilobytes}},
     {u"simplepost", NumberField{&Prefs::simplepost, 1}},
-    {u"downloadhr", NumberField{&Prefs::downloadhr, 6}},
-    {u"downloadmn", NumberField{&Prefs::downloadmn, 0}},
-    {u"downloadsc", NumberField{&Prefs::downloadsc, 0}},
+    {u"downloadhr", NumberField{&Prefs::downloadhr, 6, kDefault, kHour}},
+    {u"downloadmn", NumberField{&Prefs::downloadmn, 0, kDefault, kSixtieth}},
+    {u"downloadsc", NumberField{&Prefs::downloadsc, 0, kDefault, kSixtieth}},
     {u"killfilecount", NumberField{&Prefs::killfilecount, 0, kKeep}},
     {u"killfilesize", KillfileSizeField{}},
-    {u"prefspage", NumberField{&Prefs::prefspage, 0}},
+    {u"prefspage", NumberField{&Prefs::prefspage, 0, kDefault, kPage}},
     {u"skipverifications", NumberField{&Prefs::skipverifications, 0}},
     {u"usethreading", NumberField{&Prefs::usethreading, 1}},
     {u"reversethread", NumberField{&Prefs::reversethread, 0}},
@@ -58,12 +70,12 @@ constexpr auto kFields = std::to_array<PrefsField>({
     {u"alwaystransport", NumberField{&Prefs::alwaystransport, 0}},
     {u"usecompression", NumberField{&Prefs::usecompression, 0}},
     {u"allserversareone", NumberField{&Prefs::allserversareone, 0}},
-    {u"sidetabs", NumberField{&Prefs::sidetabs, 0}},
+    {u"sidetabs", NumberField{&Prefs::sidetabs, 0, kDefault, kPlacement}},
     {u"autodelete", AutoDeleteField{}},
     {u"lastdownloaded", WordsField{&Prefs::lastdownloaded, kServersTimesGroups}},
     {u"lastonserver", WordsField{&Prefs::lastonserver, kServersTimesGroups}},
     {u"killfilegroups", WordsField{&Prefs::killfilegroups, kKillfile}},
-    {u"port", WordsField{&Prefs::port, kServers, WhenEmpty::kSkip, 119, true}},
+    {u"port", WordsField{&Prefs::port, kServers, WhenEmpty::kSkip, 119, true, kPort}},
     {u"checked", WordsField{&Prefs::checked, kGroups, WhenEmpty::kWrite}},
     {u"killfilekills", WordsField{&Prefs::killfilekills, kKillfile}},
     {u"killfileauthors", WordsField{&Prefs::killfileauthors, kKillfile}},

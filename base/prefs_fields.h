@@ -22,11 +22,18 @@ enum class WhenEmpty { kWrite, kSkip };
 // Whether the factory settings touch the field.
 enum class OnReset { kDefault, kKeep };
 
+// The numbers that can be, both ends included. Any other one that is stored counts as the fallback.
+struct NumberRange {
+  std::uint32_t least = 0;
+  std::uint32_t most = 0xFFFFFFFF;
+  constexpr bool Holds(std::uint32_t number) const { return number >= least && number <= most; }
+};
 // A DWORD.
 struct NumberField {
   std::uint32_t Prefs::*member;
   std::uint32_t fallback;
   OnReset on_reset = OnReset::kDefault;
+  NumberRange range = {};
 };
 // A BINARY value, four bytes an entry.
 struct WordsField {
@@ -35,6 +42,7 @@ struct WordsField {
   WhenEmpty when_empty = WhenEmpty::kSkip;
   std::uint32_t fallback = 0;
   bool exact_size_only = false;  // a value of another size counts as missing
+  NumberRange range = {};        // of each entry
 };
 // A MULTI_SZ value.
 struct TextsField {

@@ -38,6 +38,7 @@ class FieldReader {
 
   bool operator()(const NumberField& field) {
     values_.Dword(name_, prefs_.*field.member, field.fallback);
+    KeepInRange(prefs_.*field.member, field.range, field.fallback);
     return true;
   }
 
@@ -47,6 +48,9 @@ class FieldReader {
     if (count == 0 && field.when_empty == WhenEmpty::kSkip) return true;
     prefs_.*field.member = field.exact_size_only ? values_.WordsOr(name_, count, field.fallback)
                                                  : values_.Words(name_, count);
+    for (std::uint32_t& number : prefs_.*field.member) {
+      KeepInRange(number, field.range, field.fallback);
+    }
     return true;
   }
 
@@ -103,6 +107,12 @@ class FieldReader {
   bool operator()(const IgnoredField& /*field*/) { return true; }
 
  private:
+  void KeepInRange(std::uint32_t& number, const NumberRange& range, std::uint32_t fallback) {
+    if (range.Holds(number)) return;
+    number = fallback;
+    values_.NoteDiscarded();
+  }
+
   // Strings behind the count, or data that is no list at all, would be lost by the next write.
   void NoteSurplus(std::u16string_view name, std::size_t count) {
     const std::optional<port::RegistryValue> value = values_.key().Get(name);

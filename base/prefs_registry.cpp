@@ -42,6 +42,18 @@ class NoKey final : public port::RegistryKey {
   bool Commit() override { return false; }
 };
 
+// Makes the database folder; main memory takes the place of a card that has gone.
+void PrepareDatabaseFolder(Prefs& prefs) {
+  prefs.databasefolder = DatabaseFolderFor(prefs.databasestore);
+  port::Files& files = gPlatform->files;
+  if (!files.FolderExists(prefs.databasefolder) && !files.CreateFolder(prefs.databasefolder)) {
+    prefs.databasestore.clear();
+    prefs.databasefolder = DatabaseFolderFor(u"");
+    files.CreateFolder(prefs.databasefolder);
+  }
+  gDatabaseFolder = prefs.databasefolder;
+}
+
 // False when the record cannot be read, which is told.
 bool ReadLiveRecord(Prefs& prefs) {
   std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kRegistryPath);
@@ -69,6 +81,12 @@ bool WriteLiveRecord() {
   return result == WriteResult::kDone;
 }
 
+bool WriteNumbers(port::RegistryKey& key, const Prefs& prefs, std::u16string_view name,
+                  const std::vector<std::uint32_t>& numbers) {
+  if (LengthOf(prefs, ListLength::kServersTimesGroups) == 0) return true;
+  return KeepSettingsAtRisk(key) && WriteWords(key, name, numbers);
+}
+
 }  // namespace
 
 void ReadPreferences() {
@@ -90,25 +108,24 @@ bool WritePreferences() {
   return written;
 }
 
-void PrepareDatabaseFolder(Prefs& prefs) {
-  prefs.databasefolder = DatabaseFolderFor(prefs.databasestore);
-  port::Files& files = gPlatform->files;
-  if (!files.FolderExists(prefs.databasefolder) && !files.CreateFolder(prefs.databasefolder)) {
-    prefs.databasestore.clear();
-    prefs.databasefolder = DatabaseFolderFor(u"");
-    files.CreateFolder(prefs.databasefolder);
-  }
-  gDatabaseFolder = prefs.databasefolder;
-}
-
 std::u16string DatabaseFolderFor(std::u16string_view databasestore) {
   if (databasestore.empty()) return u"\\Quillet CE News";
   return FormatWide(u"\\%ls\\Quillet CE News", databasestore);
 }
 
 bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs) {
-  if (LengthOf(prefs, ListLength::kServersTimesGroups) == 0) return true;
-  return KeepSettingsAtRisk(key) && WriteWords(key, u"lastdownloaded", prefs.lastdownloaded);
+  return WriteNumbers(key, prefs, u"lastdownloaded", prefs.lastdownloaded);
+}
+
+bool WriteLastOnServer(port::RegistryKey& key, const Prefs& prefs) {
+  return WriteNumbers(key, prefs, u"lastonserver", prefs.lastonserver);
+}
+
+bool WriteProgressNumbers(port::RegistryKey& key, const Prefs& prefs) {
+  if (!KeepSettingsAtRisk(key)) return false;
+  const bool together = key.Begin();
+  const bool written = WriteLastDownloaded(key, prefs) && WriteLastOnServer(key, prefs);
+  return (!together || key.Commit()) && written;
 }
 
 }  // namespace quillet

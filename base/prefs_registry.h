@@ -22,17 +22,16 @@ void ReadPreferences();
 // could not be saved.
 bool WritePreferences();
 
-// Sets databasefolder from databasestore, creates the folder, falls back to main memory when that
-// fails, and remembers the path in gDatabaseFolder.
-void PrepareDatabaseFolder(Prefs& prefs);
-
 // "\Quillet CE News" or "\%ls\Quillet CE News".
 std::u16string DatabaseFolderFor(std::u16string_view databasestore);
 
 // The folder the store works in.
 extern std::u16string gDatabaseFolder;
 
-// Writes the whole lastdownloaded array to the open key, as WritePreferences does.
+// Write the whole lastdownloaded or lastonserver array to the open key, as WritePreferences does.
 bool WriteLastDownloaded(port::RegistryKey& key, const Prefs& prefs);
+bool WriteLastOnServer(port::RegistryKey& key, const Prefs& prefs);
+// Both in one step. When only one can be written, it is lastdownloaded.
+bool WriteProgressNumbers(port::RegistryKey& key, const Prefs& prefs);
 
 }  // namespace quillet

@@ -8,6 +8,7 @@
 
 #include "base/app_messages.h"
 #include "base/guarded.h"
+#include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "base/subscriptions.h"
@@ -121,6 +122,7 @@ std::u16string JudgeNewGroupName(std::u16string& name) {
     return u"The name contains a character that cannot be part of a newsgroup's name. Please type "
            u"the name anew.";
   }
+  if (std::u16string refusal = RefusalOf(name); !refusal.empty()) return refusal;
   if (IsSubscribed(name)) {
     return FormatWide(u"The newsgroup \"%ls\" is already in your list.", name);
   }

@@ -18,6 +18,7 @@
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -49,7 +50,7 @@ constexpr std::array<Field, 2> kFields = {{
 }};
 
 struct Entry {
-  std::string text;
+  std::u16string text;  // as it was typed
   bool kill = false;
   bool author = false;
 };
@@ -63,10 +64,9 @@ struct Choices {
 // An entry's text ends at a NUL; one without text would match every article, and is none.
 std::optional<Entry> ReadField(const ControlStates& states, const Field& field) {
   const int item = states.at(field.rule).choice;
-  std::string text = ToStored(states.at(field.text).text);
-  text.resize(std::min(text.size(), text.find('\0')));
+  const std::u16string_view text = UntilNul(states.at(field.text).text);
   if (item == kDontCheckItem || text.empty()) return std::nullopt;
-  return Entry{std::move(text), item == kKillItem, field.author};
+  return Entry{std::u16string(text), item == kKillItem, field.author};
 }
 
 Choices ReadChoices(port::WindowHandle dialog) {
@@ -95,7 +95,7 @@ void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view 
 // False when the entry was rejected.
 bool AddEntry(const Entry& entry, std::size_t group) {
   const auto number = static_cast<std::uint32_t>(group + 1);
-  return AddKillfileEntry(*gPrefs, number, entry.text, entry.kill, entry.author);
+  return AddKillfileEntry(*gPrefs, number, ToStored(entry.text), entry.kill, entry.author);
 }
 
 bool AddToAllGroups(const Entry& entry) {
@@ -112,6 +112,17 @@ bool AddEntries(const Choices& choices, std::optional<std::size_t> group) {
     if (!(everywhere ? AddToAllGroups(entry) : AddEntry(entry, *group))) return false;
   }
   return true;
+}
+
+// Takes out entries with characters that no header is compared with, and says so.
+void RefuseUnusable(Choices& choices) {
+  std::u16string refused;
+  std::erase_if(choices.entries, [&refused](const Entry& entry) {
+    const bool unusable = !RefusalOf(entry.text).empty();
+    if (unusable) refused += entry.text;
+    return unusable;
+  });
+  if (!refused.empty()) ShowMessage(RefusalOf(refused));
 }
 
 // OK when the user confirmed, and then what was chosen.
@@ -155,6 +166,7 @@ void OpenKillfileEntryDialog(int group_index, std::string_view author, std::stri
         u"Group->Groups->New group) and try again.");
     return;
   }
+  RefuseUnusable(choices);
   const std::uint32_t before = gPrefs->killfilecount;
   if (AddEntries(choices, group) || gPrefs->killfilecount != before) WritePreferences();
 }

@@ -8,7 +8,7 @@ namespace quillet {
 // concern ASCII, so looking through the bytes finds the same without making shown text of them. It
 // is what a search through 100,000 articles takes its speed from (bench/view_bench).
 SearchText::SearchText(std::u16string_view wanted, const MatchOptions& options) {
-  if (AsStored(wanted) == wanted) stored_form_.emplace(ToStored(wanted), options);
+  if (NotStorable(wanted).empty()) stored_form_.emplace(ToStored(wanted), options);
 }
 
 bool SearchText::IsIn(std::string_view stored) const {

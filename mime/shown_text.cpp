@@ -5,6 +5,13 @@
 #include "util/text.h"
 
 namespace quillet {
+namespace {
+
+bool IsBetween(char16_t unit, char16_t first, char16_t last) {
+  return unit >= first && unit <= last;
+}
+
+}  // namespace
 
 std::u16string ShownHeader(std::string_view stored) {
   return Widen(stored);
@@ -22,8 +29,17 @@ std::string ToStored(std::u16string_view shown) {
   return Narrow(shown);
 }
 
-std::u16string AsStored(std::u16string_view shown) {
-  return Widen(Narrow(shown));
+std::vector<std::u16string> NotStorable(std::u16string_view shown) {
+  std::vector<std::u16string> lost;
+  for (std::size_t at = 0; at < shown.size();) {
+    const bool pair = IsBetween(shown[at], 0xD800, 0xDBFF) && at + 1 < shown.size() &&
+                      IsBetween(shown[at + 1], 0xDC00, 0xDFFF);
+    const std::u16string_view character = shown.substr(at, pair ? 2 : 1);
+    at += character.size();
+    if (Widen(Narrow(character)) == character) continue;
+    if (std::ranges::find(lost, character) == lost.end()) lost.emplace_back(character);
+  }
+  return lost;
 }
 
 std::u16string Fold(std::u16string_view shown) {

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillet {
 
@@ -22,8 +23,8 @@ std::u16string ShownBody(std::string_view head, std::string_view stored);
 // The 8-bit text for a file, a killfile entry or a stored field: one byte a unit, "?" for a unit
 // that the code page lacks.
 std::string ToStored(std::u16string_view shown);
-// What is left of a text in a field that is 8-bit: "?" stands for each unit that is lost.
-std::u16string AsStored(std::u16string_view shown);
+// The characters that ToStored would lose, each once, in the order of the text.
+std::vector<std::u16string> NotStorable(std::u16string_view shown);
 
 // What killfile and search compare where case does not matter: A-Z become a-z, other units stay.
 // The length stays, too.

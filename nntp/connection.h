@@ -29,6 +29,7 @@ struct NntpConnection {
   // While set, every article stored gets it as its server name.
   std::optional<std::u16string> server_name;
   TextLog error_log;
+  std::string status_line;                // of the last HEAD or BODY reply, without its line end
   std::int32_t last_status = 0;           // of the last HEAD or BODY reply
   std::uint32_t last_article_number = 0;  // of the last HEAD or BODY reply
 };

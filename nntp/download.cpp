@@ -1,6 +1,10 @@
 // The way through the groups, one after the other: GROUP, where to start, then STAT and NEXT from
 // article to article. What ends the run is noted in DownloadRun::end, and everything between units
 // of work asks there; leaving a group is a Step.
+//
+// The number of an article is in the registry before the article is fetched. It is put back when
+// the run ends before the article is done with, and tried once more after a process that was killed
+// there. The server's last number is written along: a number beyond it would be taken for wrong.
 #include "nntp/download.h"
 
 #include <algorithm>
@@ -34,6 +38,7 @@ const ResetAtEnd kReset([] { gDownloadList.clear(); });
 // The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
 struct GroupWalk {
   std::size_t group;
+  std::u16string server;  // whose numbers these are
   GroupProgress progress;
   std::uint32_t first = 0;
   std::uint32_t last = 0;
@@ -59,6 +64,21 @@ std::uint32_t StoredIn(std::size_t group) {
 
 bool Command(std::string_view command, CommandLogging logging = CommandLogging::kLogged) {
   return SendCommand(command, logging) && ReadResponse();
+}
+
+// What the writes of the progress say together; told to the user once a run.
+void NoteSaved(DownloadRun& run, bool saved) {
+  if (saved || !run.progress_saved) return;
+  run.progress_saved = false;
+  LogError(u"The download progress could not be saved.\r\n");
+}
+
+void SaveDownloaded(DownloadRun& run) {
+  NoteSaved(run, WriteLastDownloaded(*run.key, *gPrefs));
+}
+
+void SaveOnServer(DownloadRun& run) {
+  NoteSaved(run, WriteLastOnServer(*run.key, *gPrefs));
 }
 
 std::string StatCommand(std::uint32_t number) {
@@ -101,10 +121,24 @@ std::int32_t ArticlesToGet(const GroupWalk& walk) {
   return std::max(std::min(std::max(available, 0), room), 0);
 }
 
-void PlanWalk(GroupWalk& walk) {
+// A number that was corrected is saved together with the server's last one: each is wrong beside
+// the other's former value.
+void TakeServerNumbers(DownloadRun& run, const GroupWalk& walk) {
+  const std::u16string& group = gPrefs->groups[walk.group];
+  std::uint32_t& downloaded = walk.progress.downloaded;
+  const std::uint32_t before = downloaded;
+  const bool try_last_again = run.under_way.LeftBehind(walk.server, group);
+  if (try_last_again && downloaded > 0) --downloaded;
+  UpdateServerNumbers(walk);
+  NoteSaved(run, downloaded != before ? WriteProgressNumbers(*run.key, *gPrefs)
+                                      : WriteLastOnServer(*run.key, *gPrefs));
+  if (try_last_again) NoteSaved(run, run.under_way.NoteTried(*run.key, walk.server, group));
+}
+
+void PlanWalk(DownloadRun& run, GroupWalk& walk) {
   walk.first = GetNumericField(gConnection.reply, 2);
   walk.last = GetNumericField(gConnection.reply, 3);
-  UpdateServerNumbers(walk);
+  TakeServerNumbers(run, walk);
   walk.wanted = StartNumber(walk);
   walk.count = ArticlesToGet(walk);
   walk.remaining = walk.count;
@@ -154,12 +188,13 @@ Step MoveOn(DownloadRun& run, GroupWalk& walk) {
 // Remembers the article reached before anything of it is fetched.
 void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   const std::uint32_t number = GetNumericField(gConnection.reply, 1);
-  walk.progress.downloaded = number;
-  if (!WriteLastDownloaded(*run.key, *gPrefs) && run.progress_saved) {
-    run.progress_saved = false;
-    LogError(u"The download progress could not be saved.\r\n");
+  NoteSaved(run, run.under_way.Add(*run.key, walk.server, gPrefs->groups[walk.group]));
+  if (number > walk.progress.on_server) {
+    walk.progress.on_server = number;
+    SaveOnServer(run);
   }
-  walk.progress.on_server = std::max(walk.progress.on_server, number);
+  walk.progress.downloaded = number;
+  SaveDownloaded(run);
   if (number < walk.wanted) {
     LogTransaction("e:");
     LogTransaction(gConnection.reply);
@@ -199,11 +234,16 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   if (!StartsWith(reply, "2")) return Step::kGroupEnds;
   const bool from_next = walk.have_current;
   const std::uint32_t before = walk.wanted;
+  const std::uint32_t downloaded_before = walk.progress.downloaded;
   walk.have_current = true;
   ReachArticle(run, walk);
   const Fetched fetched =
       DownloadArticle(run, walk.group, walk.wanted, [&] { return AskForNext(run, walk); });
-  if (fetched == Fetched::kRunEnds) return Step::kGroupEnds;
+  if (fetched == Fetched::kUnfinished) {
+    walk.progress.downloaded = downloaded_before;
+    SaveDownloaded(run);
+    return Step::kGroupEnds;
+  }
   if (fetched == Fetched::kCounted) --walk.remaining;
   // A server whose NEXT stays at an article already stored would be asked for ever.
   const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
@@ -229,7 +269,7 @@ void VisitGroup(DownloadRun& run, GroupWalk& walk) {
   SetProgressTitle(FormatWide(u"Downloading from group %ls", name));
   if (!Command("GROUP " + Narrow(name))) return EndRun(run, RunEnd::kLost);
   if (StartsWith(gConnection.reply, "2")) {
-    PlanWalk(walk);
+    PlanWalk(run, walk);
     WalkGroup(run, walk);
   } else if (StartsWith(gConnection.reply, "4")) {
     ReportRefusal(walk);
@@ -237,10 +277,12 @@ void VisitGroup(DownloadRun& run, GroupWalk& walk) {
 }
 
 void DownloadGroup(DownloadRun& run, GroupIndex group) {
-  const std::optional<GroupProgress> progress = Progress(*gPrefs, CountingServer(*gPrefs), group);
+  const ServerIndex server = CountingServer(*gPrefs);
+  const std::optional<GroupProgress> progress = Progress(*gPrefs, server, group);
   if (!progress) return;
-  GroupWalk walk{IndexOf(group), *progress};
+  GroupWalk walk{IndexOf(group), gPrefs->servers[IndexOf(server)], *progress};
   VisitGroup(run, walk);
+  SaveOnServer(run);
   if (walk.group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(walk.group);
 }
 
@@ -253,6 +295,7 @@ RunEnd DownloadNews() {
     ReportCriticalError(u"unable to create registry key", u"DownloadNews");
     return RunEnd::kStoreFailed;
   }
+  run.under_way.Read(*run.key);
   run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
   // However the download ends, articles may have come.
   NoteChange(Change::kStore);
@@ -262,6 +305,7 @@ RunEnd DownloadNews() {
     if (Ended(run.end)) break;
     DownloadGroup(run, group);
   }
+  NoteSaved(run, run.under_way.End(*run.key));
   return run.end;
 }
 

@@ -1,9 +1,10 @@
-// One article: HEAD, the judgement by what the head says, BODY, the store. A text cut short by a
-// lost connection and a store that refuses end the run, but what is under way is carried to its end
-// first: the head that came is still used, the space still counted.
+// One article: HEAD, the judgement by what the head says, BODY, the store. Two kinds of failure are
+// kept apart: what the server or the killfile says against an article is for good, and it is not
+// asked for again; what ends the run before the article is in the store is not the article's fault.
 #include "nntp/fetch.h"
 
 #include <algorithm>
+#include <array>
 
 #include "base/long_operation.h"
 #include "base/prefs.h"
@@ -16,6 +17,7 @@
 #include "store/counts.h"
 #include "store/records.h"
 #include "util/format.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -26,39 +28,52 @@ constexpr std::uint64_t kRecordOverhead = 72;  // bytes on the volume beside the
 constexpr std::string_view kTooLarge = "Quillet notification: message exceeds maximum size.\r\n";
 constexpr std::string_view kNoBody = "Quillet notification: message has no body\r\n";
 
-enum class Part { kTaken, kDropped, kRunEnds };
+// kUnfinished: the run ends.
+enum class Part { kTaken, kDropped, kUnfinished };
+
+Part Unfinished(DownloadRun& run, RunEnd why) {
+  EndRun(run, why);
+  return Part::kUnfinished;
+}
+
+// Replies that say nothing about the article: the server closes (400), wants a login or encryption
+// first (480, 483), does not let this user in or lacks the command (502, 503).
+bool EndsDownload(std::int32_t status) {
+  constexpr std::array<std::int32_t, 5> kEnds = {400, 480, 483, 502, 503};
+  return std::find(kEnds.begin(), kEnds.end(), status) != kEnds.end();
+}
 
 // Sends HEAD or BODY and reads the status line; `text` holds what came with it.
 Part AskFor(DownloadRun& run, std::string_view command, std::string& text) {
   text.clear();
-  if (!SendCommand(command) || !ReadStatusLine(text)) {
-    EndRun(run, RunEnd::kLost);
-    return Part::kRunEnds;
+  if (!SendCommand(command) || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
+  const std::int32_t status = gConnection.last_status;
+  if (EndsDownload(status)) {
+    LogError(FormatWide(u"The server ended the download: %ls\r\n", Widen(gConnection.status_line)));
+    return Unfinished(run, RunEnd::kRefused);
   }
-  const bool good = gConnection.last_status >= 200 && gConnection.last_status <= 299;
-  return good ? Part::kTaken : Part::kDropped;
+  return status >= 200 && status <= 299 ? Part::kTaken : Part::kDropped;
 }
 
 Part ReadHead(DownloadRun& run) {
   const Part asked = AskFor(run, "HEAD", run.head);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.head, kHeadCapacity, false, 0, 0);
-  if (Ended(run.end) || result == BlockResult::kOversized) return Part::kDropped;
-  // A head cut short by a lost connection is still used, and the run ends after it.
-  if (result != BlockResult::kComplete) EndRun(run, RunEnd::kLost);
-  return Part::kTaken;
+  if (Ended(run.end)) return Part::kUnfinished;
+  if (result == BlockResult::kOversized) return Part::kDropped;
+  // A head cut short may lack its Message-ID: it is not stored.
+  return result == BlockResult::kComplete ? Part::kTaken : Unfinished(run, RunEnd::kLost);
 }
 
 Part ReadBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k) {
   const Part asked = AskFor(run, "BODY", run.body);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.body, run.body_capacity, true, number, estimated_k);
-  if (Ended(run.end)) return Part::kDropped;
+  if (Ended(run.end)) return Part::kUnfinished;
   if (result == BlockResult::kOversized) {
     run.body = kTooLarge;
   } else if (result != BlockResult::kComplete) {
-    EndRun(run, RunEnd::kLost);
-    return Part::kDropped;
+    return Unfinished(run, RunEnd::kLost);
   }
   if (run.body.empty()) run.body = kNoBody;
   return Part::kTaken;
@@ -80,17 +95,16 @@ Part TakeBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k)
   return Part::kTaken;
 }
 
-void StoreInGroup(DownloadRun& run, AsciiArticle& article, std::size_t group) {
-  if (!StoreArticle(article)) {
-    EndRun(run, RunEnd::kStoreFailed);
-    return;
-  }
+// False when the article is not in the store.
+bool StoreInGroup(AsciiArticle& article, std::size_t group) {
+  if (!StoreArticle(article)) return false;
   if (!AddArticleToGroup(gPrefs->groups[group], *article.messageId)) {
-    EndRun(run, RunEnd::kStoreFailed);
+    // On no chain nobody would see it, and it would be taken for a duplicate.
     DeleteArticle(*article.messageId);
-    return;
+    return false;
   }
   if (group < gReadInfo.size()) ++gReadInfo[group]->totalCount;
+  return true;
 }
 
 void CountUsedSpace(DownloadRun& run, const AsciiArticle& article) {
@@ -99,8 +113,8 @@ void CountUsedSpace(DownloadRun& run, const AsciiArticle& article) {
   run.space->free_bytes -= std::min(used, run.space->free_bytes);
 }
 
-Fetched Counted(Part part) {
-  return part == Part::kRunEnds ? Fetched::kRunEnds : Fetched::kCounted;
+Fetched NotTaken(Part part) {
+  return part == Part::kUnfinished ? Fetched::kUnfinished : Fetched::kCounted;
 }
 
 }  // namespace
@@ -115,10 +129,10 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   if (!article) {
     LogError(u"out of memory\r\n");
     EndRun(run, RunEnd::kNoMemory);
-    return Fetched::kRunEnds;
+    return Fetched::kUnfinished;
   }
   const Part head = ReadHead(run);
-  if (head != Part::kTaken) return Counted(head);
+  if (head != Part::kTaken) return NotTaken(head);
   const std::uint32_t estimated_k = EstimatedK(run.head);
   article->headers = run.head;
   ExtractHeaders(*article, gPrefs->keepheaders != 0);
@@ -128,15 +142,17 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   }
   if (ArticleExists(*article->messageId)) return Fetched::kDuplicate;
   const Part body = TakeBody(run, number, estimated_k);
-  if (body != Part::kTaken) return Counted(body);
+  if (body != Part::kTaken) return NotTaken(body);
   article->body = run.body;
   article->articleNumber = gConnection.last_article_number;
   CountUsedSpace(run, *article);
   const bool connected = before_storing();
-  StoreInGroup(run, *article, group);
-  if (connected) return Fetched::kCounted;
-  EndRun(run, RunEnd::kLost);
-  return Fetched::kRunEnds;
+  if (!StoreInGroup(*article, group)) {
+    EndRun(run, RunEnd::kStoreFailed);
+    return Fetched::kUnfinished;
+  }
+  if (!connected) EndRun(run, RunEnd::kLost);
+  return Fetched::kCounted;
 }
 
 }  // namespace quillet

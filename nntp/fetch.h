@@ -9,6 +9,7 @@
 #include <string>
 
 #include "base/run_end.h"
+#include "nntp/under_way.h"
 #include "port/files.h"
 #include "port/registry.h"
 
@@ -21,21 +22,22 @@ struct DownloadRun {
   std::optional<port::VolumeSpace> space;
   std::size_t body_capacity = 0;  // bytes, the terminator included
   bool has_room = true;           // never set again once cleared
-  bool progress_saved = true;     // cleared by the first failed write of lastdownloaded
+  bool progress_saved = true;     // cleared by the first failed write of the progress
   RunEnd end = RunEnd::kGoOn;     // what ended the run: nothing more is asked for then
   // Text buffers, kept from article to article.
   std::string head;
   std::string body;
+  GroupsUnderWay under_way;
 };
 
 // Ends the run. The first reason stays: what follows it is its consequence.
 void EndRun(DownloadRun& run, RunEnd why);
 
 // What became of the article the server stands at. All but a duplicate count against the number of
-// articles still to get.
-// kRunEnds: at once, `run.end` says why. After the others `run.end` may be set too, and the run
-// then ends with this article.
-enum class Fetched { kCounted, kDuplicate, kRunEnds };
+// articles still to get; `run.end` may be set with each of them, and the run then ends.
+// kUnfinished: the run ends, and nothing is known against the article. It is not in the store and
+// is to be asked for again by the next run.
+enum class Fetched { kCounted, kDuplicate, kUnfinished };
 
 // `number` is shown to the user; the stored number is the one of the server's reply. An article
 // that is going to be stored has come in whole when `before_storing` is called: what is sent to the

@@ -66,25 +66,25 @@ void CheckOverflow(Block& block) {
   KeepTail(block.text);
 }
 
+// While discarding, the text is the tail of all that came. Cut first, so that the little that is
+// added fits where the text lies and asks for no memory.
+void AppendToTail(Block& block, std::string_view received) {
+  KeepTail(block.text);
+  received.remove_prefix(received.size() - std::min(received.size(), kBlockEnd.size()));
+  block.text.append(received);
+  KeepTail(block.text);
+}
+
 void Append(Block& block, std::string_view received) {
   try {
     block.text.append(received);
-    CheckOverflow(block);
   } catch (const std::bad_alloc&) {
-    // No memory for a buffer this large: the article is too large for this device.
+    // No memory for a buffer this large: the article is too large for this device. What came
+    // counts all the same, the terminator may be in it.
     block.oversized = true;
-    KeepTail(block.text);
+    return AppendToTail(block, received);
   }
-}
-
-// While discarding, the text is the tail of all that came.
-void AppendToTail(Block& block, std::string_view received) {
-  if (received.size() >= kBlockEnd.size()) {
-    block.text.assign(received.substr(received.size() - kBlockEnd.size()));
-    return;
-  }
-  block.text.append(received);
-  KeepTail(block.text);
+  CheckOverflow(block);
 }
 
 std::size_t RoomIn(const Block& block) {
@@ -111,12 +111,13 @@ bool ReceiveBlockPart(Block& block, bool show_progress) {
   const std::string_view received = TakeSome(RoomIn(block));
   if (received.empty()) return false;
   block.total += static_cast<std::uint32_t>(received.size());
+  // Before the text is judged: that an article is skipped is said from the next receive on.
+  if (show_progress) ShowProgress(block);
   if (block.oversized) {
     AppendToTail(block, received);
   } else {
     Append(block, received);
   }
-  if (show_progress) ShowProgress(block);
   return true;
 }
 
@@ -156,6 +157,7 @@ bool ReadStatusLine(std::string& rest) {
   }
   const std::size_t line_feed = received->find('\n');  // a lone one ends the status line as well
   std::string_view line = received->substr(0, line_feed);
+  gConnection.status_line = line.substr(0, line.find_first_of(std::string_view("\r\0", 2)));
   gConnection.last_status = static_cast<std::int32_t>(LeadingNumber(TakeToken(line)));
   gConnection.last_article_number = LeadingNumber(TakeToken(line));
   rest.append(received->substr(line_feed + 1));

@@ -15,9 +15,9 @@ namespace quillet {
 // then "socket destroyed\r\n" goes to the error log.
 bool ReadResponse();
 
-// Receives the first line of a HEAD or BODY reply into last_status and last_article_number and
-// appends what came after it to `rest`. On failure "socket destroyed\r\n" goes to the error log;
-// the connection stays as it is.
+// Receives the first line of a HEAD or BODY reply into status_line (up to its first CR or NUL),
+// last_status and last_article_number and appends what came after it to `rest`. On failure "socket
+// destroyed\r\n" goes to the error log; the connection stays as it is.
 bool ReadStatusLine(std::string& rest);
 
 enum class BlockResult { kComplete = 0, kClosed = 1, kNoText = 2, kOversized = 3 };

@@ -59,6 +59,11 @@ class Registry {
   // The file under which a damaged registry is kept since the first use of this one, which begins
   // anew; empty when there was no damage. For the user to read: not a device path.
   virtual std::u16string DamagedFile() const = 0;
+
+  // Why the stored settings cannot be read, as the rest of a sentence for the user (which file, and
+  // what is wrong with it); empty when they can, and when there are none yet. Looks at the file
+  // when it is not open, and never waits for another process longer than a write does.
+  virtual std::u16string Obstacle() = 0;
 };
 
 }  // namespace quillet::port

@@ -24,30 +24,33 @@ port::WindowHandle WindowOf(const Display& display, const QObject* watched) {
 bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
   const bool press = event->type() == QEvent::KeyPress;
   if (!press && event->type() != QEvent::KeyRelease) return false;
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  // Escape held down acts once: what its press has closed may not have been all.
+  if (key.key() == Qt::Key_Escape && key.isAutoRepeat()) return true;
   // An open menu has all keys.
   if (QApplication::activePopupWidget() != nullptr) return false;
   const port::WindowHandle window = WindowOf(display_, watched);
   if (window == 0) return false;
-  const auto& key = static_cast<const QKeyEvent&>(*event);
   if (press) return Pressed(window, key);
   Released(window, key);
   return false;
 }
 
 bool KeyFilter::Pressed(port::WindowHandle window, const QKeyEvent& event) {
-  const auto key = VirtualKey(event.key());
+  const auto key = VirtualKey(event);
   if (!key) return false;
-  down_.emplace(window, *key);
+  // Repeated here may be a press that another window got.
+  if (!event.isAutoRepeat()) down_.emplace(window, *key);
   if (!display_.main || display_.main->Handle() != window) return false;
-  const std::uint32_t modifiers = Modifiers(event.modifiers());
+  const std::uint32_t modifiers = Modifiers(event);
   display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
   return FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;
 }
 
 void KeyFilter::Released(port::WindowHandle window, const QKeyEvent& event) {
-  const auto key = VirtualKey(event.key());
+  const auto key = VirtualKey(event);
   if (!key || event.isAutoRepeat() || down_.erase({window, *key}) == 0) return;
-  display_.queues.Post({window, port::MessageKind::kKeyUp, *key, Modifiers(event.modifiers()), {}});
+  display_.queues.Post({window, port::MessageKind::kKeyUp, *key, Modifiers(event), {}});
 }
 
 }  // namespace quillet::qt

@@ -15,7 +15,8 @@ namespace quillet::qt {
 // Every press in the main window is its kKeyDown; a press that the shown view's accelerator table
 // knows goes no further, all others also do what the widgets do with them. A release is kKeyUp of
 // the window that got the press, so that the key that closed a menu, dialog or box does not act
-// once more in the window below.
+// once more in the window below. While it is held down a key repeats its press: that of Escape goes
+// nowhere, and no other makes the window below one that got the press.
 class KeyFilter final : public QObject {
  public:
   explicit KeyFilter(Display& display) : display_(display) {}

@@ -1,6 +1,8 @@
 #include "qt/keys.h"
 
+#include <QKeyEvent>
 #include <array>
+#include <string_view>
 
 #include "port/message.h"
 
@@ -35,10 +37,49 @@ constexpr auto kKeys = std::to_array<KeyPair>({
 
 constexpr std::uint32_t kVirtualF1 = 0x70;
 
+// Scan codes of both window systems: those of the kernel and 8. Each row as the place is engraved
+// on most keyboards.
+struct Row {
+  quint32 first;
+  std::string_view keys;
+};
+constexpr Row kDigits = {10, "1234567890"};
+constexpr Row kLetters[] = {{24, "QWERTYUIOP"}, {38, "ASDFGHJKL"}, {52, "ZXCVBNM"}};
+
+// Letters of other scripts come behind the Latin ones of Western Europe, and before the keys that
+// are no characters.
+constexpr int kFirstOtherLetter = 0x100;
+constexpr int kFirstOtherKey = 0x01000000;
+
+bool IsIn(const Row& row, quint32 scan_code) {
+  return scan_code >= row.first && scan_code < row.first + row.keys.size();
+}
+
+bool IsDigit(int key) {
+  return key >= Qt::Key_0 && key <= Qt::Key_9;
+}
+
+std::optional<std::uint32_t> KeyAt(const Row& row, quint32 scan_code) {
+  if (!IsIn(row, scan_code)) return std::nullopt;
+  return static_cast<std::uint32_t>(row.keys[scan_code - row.first]);
+}
+
+std::optional<std::uint32_t> KeyByPlace(const QKeyEvent& event) {
+  const int key = event.key();
+  if (key >= kFirstOtherKey) return std::nullopt;
+  if (const auto digit = KeyAt(kDigits, event.nativeScanCode())) return digit;
+  if (key < kFirstOtherLetter) return std::nullopt;
+  for (const Row& row : kLetters) {
+    if (const auto letter = KeyAt(row, event.nativeScanCode())) return letter;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
-std::optional<std::uint32_t> VirtualKey(int key) {
-  if ((key >= Qt::Key_0 && key <= Qt::Key_9) || (key >= Qt::Key_A && key <= Qt::Key_Z)) {
+std::optional<std::uint32_t> VirtualKey(const QKeyEvent& event) {
+  const int key = event.key();
+  if (IsDigit(key) || (key >= Qt::Key_A && key <= Qt::Key_Z)) {
     return static_cast<std::uint32_t>(key);  // both sides use the upper-case ASCII code
   }
   if (key >= Qt::Key_F1 && key <= Qt::Key_F24) {
@@ -47,14 +88,17 @@ std::optional<std::uint32_t> VirtualKey(int key) {
   for (const KeyPair& pair : kKeys) {
     if (pair.key == key) return pair.virtual_key;
   }
-  return std::nullopt;
+  return KeyByPlace(event);
 }
 
-std::uint32_t Modifiers(Qt::KeyboardModifiers modifiers) {
+std::uint32_t Modifiers(const QKeyEvent& event) {
+  const Qt::KeyboardModifiers modifiers = event.modifiers();
   std::uint32_t bits = 0;
   if (modifiers.testFlag(Qt::ControlModifier)) bits |= port::kModifierControl;
   if (modifiers.testFlag(Qt::AltModifier)) bits |= port::kModifierAlt;
-  if (modifiers.testFlag(Qt::ShiftModifier)) bits |= port::kModifierShift;
+  // Where a digit's key has a sign without Shift, it is the digit with it.
+  const bool for_digit = IsDigit(event.key()) && IsIn(kDigits, event.nativeScanCode());
+  if (modifiers.testFlag(Qt::ShiftModifier) && !for_digit) bits |= port::kModifierShift;
   return bits;
 }
 

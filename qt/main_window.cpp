@@ -7,11 +7,15 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
 #include <QMenuBar>
 #include <QResizeEvent>
 #include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <chrono>
 
 #include "qt/fonts.h"
 #include "qt/icons.h"
@@ -25,6 +29,8 @@ namespace {
 
 // Screens this narrow are phones: a window there fills the screen.
 constexpr int kPhoneWidth = 480;
+// A desktop that has not framed the window by then does not; a later frame is the user's wish.
+constexpr std::chrono::seconds kFrameWithin(5);
 
 }  // namespace
 
@@ -87,14 +93,50 @@ void MainWindow::ShowFirst() {
   resize(wanted_size_.boundedTo(work.size()));
   move(work.topLeft());
   show();
-  // The frame is known only now; the size asked for includes it.
-  const QSize frame = frameGeometry().size() - size();
-  resize(wanted_size_.boundedTo(work.size()) - frame);
+  frame_awaited_ = true;
+  QTimer::singleShot(kFrameWithin, this, [this] { frame_awaited_ = false; });
+  FitFrame();
+}
+
+// The frame comes from the desktop some time after the window is shown. The size asked for includes
+// it: left as it is, the window would hang over the edge of the screen by as much.
+void MainWindow::FitFrame() {
+  const QMargins frame = windowHandle()->frameMargins();
+  if (frame.isNull() || isMaximized()) return;
+  frame_awaited_ = false;
+  const QRect work = WorkAreaOf(this);
+  resize(wanted_size_.boundedTo(work.size()).shrunkBy(frame));
+  move(work.topLeft());
+}
+
+// Nothing tells of the frame itself; what comes with it are moves, sizes and the first painting.
+bool MainWindow::event(QEvent* event) {
+  const bool handled = QMainWindow::event(event);
+  switch (event->type()) {
+    case QEvent::Move:
+    case QEvent::Resize:
+    case QEvent::UpdateRequest:
+    case QEvent::WindowActivate:
+      if (frame_awaited_) FitFrame();
+      break;
+    default:
+      break;
+  }
+  return handled;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program decides, and destroys the window
   Post(port::MessageKind::kClose, 0);
+}
+
+// What no control of the view has taken: F10 opens the menus, as in every window of the desktop.
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+  QAction* first = menuBar()->actions().value(0);
+  const bool opens = event->key() == Qt::Key_F10 && event->modifiers() == Qt::NoModifier;
+  if (!opens || first == nullptr) return QMainWindow::keyPressEvent(event);
+  menuBar()->setActiveAction(first);
+  if (QMenu* menu = first->menu()) menu->setActiveAction(menu->actions().value(0));
 }
 
 void MainWindow::InsideResized(QSize size) {

@@ -28,8 +28,8 @@ class MainWindow final : public QMainWindow {
 
   port::WindowHandle Handle() const { return handle_; }
 
-  // Shows the window for the first time, no larger than the work area; on a small screen it fills
-  // the screen.
+  // Shows the window for the first time, no larger than the work area with its frame, as soon as
+  // that is known; on a small screen it fills the screen.
   void ShowFirst();
 
   void CreateTabs(port::TabPlacement placement);
@@ -53,13 +53,16 @@ class MainWindow final : public QMainWindow {
   QWidget* Toolbar() const { return toolbar_; }
 
  protected:
+  bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   class Inside;
 
   void Post(port::MessageKind kind, std::uint32_t id, std::uint32_t detail = 0);
   void ShowBarOf(int view);
+  void FitFrame();
   void InsideResized(QSize size);
   void PlaceTabs();
   QWidget* NewGroupPane();
@@ -70,7 +73,8 @@ class MainWindow final : public QMainWindow {
 
   const port::WindowHandle handle_;
   const PostMessage post_;
-  QSize wanted_size_;
+  QSize wanted_size_;           // frame included
+  bool frame_awaited_ = false;  // shown without the frame that the desktop will add
   Inside* inside_;
   QPointer<TabControl> tabs_;
   QPointer<QWidget> group_pane_;

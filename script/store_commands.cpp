@@ -5,6 +5,8 @@
 
 #include "script/commands.h"
 #include "store/chains.h"
+#include "store/compression.h"
+#include "store/maintenance.h"
 #include "store/records.h"
 #include "util/text.h"
 
@@ -65,10 +67,28 @@ void DeleteStored(ScriptContext& context, Words words) {
   if (!there) throw MissingFailure(u"no such article is stored: " + words[0]);
 }
 
-constexpr std::array<ScriptCommand, 3> kStored = {{
+struct Maintenance {
+  std::u16string_view name;
+  void (*run)();
+};
+constexpr std::array<Maintenance, 3> kMaintenance = {{
+    {u"compact", CompactDatabases},
+    {u"compress", [] { CompressAllArticles(true); }},
+    {u"uncompress", [] { CompressAllArticles(false); }},
+}};
+
+void MaintainStore(ScriptContext& context, Words words) {
+  for (const Maintenance& maintenance : kMaintenance) {
+    if (words[0] == maintenance.name) return AskStore(context, maintenance.run);
+  }
+  throw UsageFailure(u"no such maintenance: " + words[0]);
+}
+
+constexpr std::array<ScriptCommand, 4> kStored = {{
     {u"chain", 1, 1, false, AskChain},
     {u"article", 1, 1, false, AskArticle},
     {u"delete-stored", 1, 1, false, DeleteStored},
+    {u"maintain", 1, 1, false, MaintainStore},
 }};
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The files of the store: the three open ones themselves, for the rewriting of whole databases, and
-// the names of all that lies in the folder. DatabaseFile is only for store/.
+// The files of the database folder: their names, and the three open databases themselves, for the
+// rewriting of whole databases. DatabaseFile is only for store/.
 #pragma once
 
 #include <array>
@@ -10,16 +10,26 @@
 
 namespace quillet {
 
-GdbmFile& DatabaseFile(DatabaseIndex index);
-
+// What lies in the database folder. All of it moves when the folder changes; what is no database is
+// not always there.
+struct FolderFile {
+  std::u16string_view name;
+  bool always_there = false;
+};
 inline constexpr std::u16string_view kUseMarkName = u"Quillet databases in use";
-// The newsgroups file as it was when the store was last whole.
-inline constexpr std::u16string_view kWholeCopyName = u"Quillet newsgroups.gdb.copy";
 inline constexpr std::u16string_view kLostArticlesName = u"Quillet lost articles";
+// What is behind a database's name in that of its copy, as it was when the store was last whole.
+inline constexpr std::u16string_view kCopySuffix = u".copy";
+inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
+    {u"Quillet articles.gdb", true},
+    {u"Quillet newsgroups.gdb", true},
+    {u"Quillet pending posts.gdb", true},
+    {kUseMarkName},
+    {u"Quillet newsgroups.gdb.copy"},
+    {u"Quillet pending posts.gdb.copy"},
+    {kLostArticlesName},
+});
 
-// What lies beside the three databases and goes with them into another folder when it is there.
-// The copies of the newsgroups file and the mark are none of it: they are only there while the
-// databases are open or were not closed.
-inline constexpr std::array kFilesBesideDatabases = {kLostArticlesName};
+GdbmFile& DatabaseFile(DatabaseIndex index);
 
 }  // namespace quillet

@@ -171,6 +171,8 @@ bool StoreLacksRoom() {
 bool ResetPendingPostsDatabase() {
   Of(DatabaseIndex::kPendingPosts).file.Close();
   DeleteFile(DatabaseIndex::kPendingPosts);
+  // What was in it must not come back from there.
+  gPlatform->files.Delete(CopyPath(DatabaseIndex::kPendingPosts));
   Of(DatabaseIndex::kPendingPosts).file =
       SettleDatabaseFile(DatabasePath(DatabaseIndex::kPendingPosts), {}, false).file;
   Of(DatabaseIndex::kPendingPosts).failure_told = false;

@@ -51,6 +51,12 @@ std::uint64_t SizeOf(const std::u16string& path) {
   return gPlatform->files.FileSize(path).value_or(0);
 }
 
+// Closed when there is none.
+GdbmFile OpenCopy(const std::u16string& path) {
+  if (path.empty()) return {};
+  return GdbmFile::Open(gPlatform->files.NativePath(path), kReadOnly, 0, 0);
+}
+
 bool ReadArticleKeys(Pass& pass) {
   constexpr DatabaseIndex kArticles = DatabaseIndex::kArticles;
   GdbmFile& file = DatabaseFile(kArticles);
@@ -62,10 +68,7 @@ bool ReadArticleKeys(Pass& pass) {
 
 bool ReadChains(Pass& pass, const std::u16string& copy_path) {
   constexpr DatabaseIndex kGroups = DatabaseIndex::kNewsgroups;
-  GdbmFile copy;
-  if (!copy_path.empty()) {
-    copy = GdbmFile::Open(gPlatform->files.NativePath(copy_path), kReadOnly, 0, 0);
-  }
+  GdbmFile copy = OpenCopy(copy_path);
   pass.chains =
       ReadKeptChains(DatabaseFile(kGroups), SizeOf(DatabasePath(kGroups)), copy, SizeOf(copy_path));
   return pass.chains.complete;
@@ -203,14 +206,25 @@ void RemoveLeftOvers(Pass& pass) {
   }
 }
 
+void RestorePosts(Pass& pass, const std::u16string& copy_path) {
+  constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
+  GdbmFile copy = OpenCopy(copy_path);
+  for (auto key = copy.FirstKey(SizeOf(copy_path)); key; key = copy.NextKey(*key)) {
+    const HeldValue value = copy.FetchHeld(*key);
+    if (!value || ValueExists(kPosts, *key)) continue;
+    if (!StoreValue(kPosts, *key, value.view(), StoreMode::kInsert)) pass.good = false;
+  }
+}
+
 }  // namespace
 
-WholeOutcome MakeStoreWhole(const std::u16string& copy, ChainsFile chains) {
+WholeOutcome MakeStoreWhole(const std::u16string& chains_copy, const std::u16string& posts_copy,
+                            ChainsFile chains) {
   Pass pass;
   SetProgressRange(kSteps);
   if (!ReadArticleKeys(pass)) return WholeOutcome::kNotWhole;
   SetProgressPosition(1);
-  if (!ReadChains(pass, copy)) return WholeOutcome::kNotWhole;
+  if (!ReadChains(pass, chains_copy)) return WholeOutcome::kNotWhole;
   SetProgressPosition(2);
   JudgeChains(pass);
   JudgeLooseArticles(pass, chains);
@@ -221,6 +235,7 @@ WholeOutcome MakeStoreWhole(const std::u16string& copy, ChainsFile chains) {
   WriteChains(pass);
   RemoveLeftOvers(pass);
   SetProgressPosition(4);
+  RestorePosts(pass, posts_copy);
   RecountCaches();
   return pass.good ? WholeOutcome::kWhole : WholeOutcome::kNotWhole;
 }

@@ -20,18 +20,20 @@ enum class WholeOutcome {
 // Articles without a group then stay where they are, for there may be very many.
 enum class ChainsFile { kKept, kNew };
 
-// One pass over the three open files. `copy` is the device path of the newsgroups file as it was at
-// the last whole point; empty when there is none.
+// One pass over the three open files. The copies are device paths of the newsgroups file and the
+// pending posts as they were at the last whole point; empty where there is none.
 //
 // - Chain records of the file and the copy whose article is there are linked, each article once in
 //   a group, the highest number first.
 // - A chain record of the file whose article has gone goes to the list of lost articles.
 // - An article that no chain names is put on those of the groups that its "Newsgroups:" line names,
 //   else on the one chain that has a gap; else it is taken out and goes to the list.
+// - Posts that only the copy has are put back: every change of the queue is a whole point.
 // - The counts are taken and cached anew.
 //
 // Records of the copy whose article has gone were deleted by the user since. It may be killed at
 // any moment: the next pass does the rest.
-WholeOutcome MakeStoreWhole(const std::u16string& copy, ChainsFile chains);
+WholeOutcome MakeStoreWhole(const std::u16string& chains_copy, const std::u16string& posts_copy,
+                            ChainsFile chains);
 
 }  // namespace quillet

@@ -107,15 +107,20 @@ void TellNotWhole() {
       u"until there is more free space and Quillet CE is started again.");
 }
 
+std::u16string CopyOf(const UseMark& mark, DatabaseIndex index) {
+  return mark.has_copy[static_cast<std::size_t>(index)] ? CopyPath(index) : u"";
+}
+
 void MakeWhole(const UseMark& mark, const OpenedFiles& files) {
   constexpr auto kGroups = static_cast<std::size_t>(DatabaseIndex::kNewsgroups);
-  KeepOldCopy();
+  KeepOldCopies();
   const auto chains = files[kGroups].created ? ChainsFile::kNew : ChainsFile::kKept;
-  const WholeOutcome outcome = MakeStoreWhole(mark.copy, chains);
+  const WholeOutcome outcome = MakeStoreWhole(CopyOf(mark, DatabaseIndex::kNewsgroups),
+                                              CopyOf(mark, DatabaseIndex::kPendingPosts), chains);
   const bool corrected = std::ranges::any_of(files, &OpenedFile::corrected);
   if (outcome == WholeOutcome::kWhole && !corrected && StoreIsWhole()) {
     ClearUseMark();
-    ForgetOldCopy();
+    ForgetOldCopies();
     return;
   }
   KeepUseMark();

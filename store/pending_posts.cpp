@@ -5,6 +5,7 @@
 #include "store/databases.h"
 #include "store/record_strings.h"
 #include "store/stored_article.h"
+#include "store/whole_points.h"
 #include "util/little_endian.h"
 
 namespace quillet {
@@ -44,9 +45,12 @@ bool StoreAsciiGDBMPost(AsciiArticle& article) {
   const std::string key = StringKey(*article.messageId);
   if (StoreValue(kPosts, key, *value, StoreMode::kInsert)) {
     NoteNewPost();
-    return true;
+  } else if (!StoreValue(kPosts, key, *value, StoreMode::kReplace)) {
+    return FailToStore();
   }
-  return StoreValue(kPosts, key, *value, StoreMode::kReplace) || FailToStore();
+  // No server has it yet.
+  StoreIsWhole();
+  return true;
 }
 
 std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id) {
@@ -56,6 +60,8 @@ std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id) {
 void DeletePendingPost(std::string_view message_id) {
   if (!DeleteValue(kPosts, StringKey(message_id))) return;
   if (gPendingPostCount > 0) --gPendingPostCount;
+  // So that it does not come back from the copy.
+  StoreIsWhole();
   PostToMainWindow(kUserRefreshCounts);
 }
 

@@ -1,4 +1,8 @@
+// The mark's text is the names of the copies, each on a line. A mark of an earlier version is
+// empty.
 #include "store/use_mark.h"
+
+#include <vector>
 
 #include "base/prefs_registry.h"
 #include "base/reset.h"
@@ -11,89 +15,91 @@ namespace quillet {
 namespace {
 
 constexpr std::uint64_t kLongestMark = 256;
+constexpr std::array kCopied = {DatabaseIndex::kNewsgroups, DatabaseIndex::kPendingPosts};
 
-// The mark that was set; the folder may be another one by the time it is taken away.
-std::u16string gMarkPath;
-std::u16string gCopyPath;  // of the copy that was made
-bool gTried = false;
-bool gNamesCopy = false;
+struct OwnMark {
+  // The folder may be another one by the time they are taken away.
+  std::u16string path;  // empty: it was not set, or must stay
+  std::vector<std::u16string> copies;
+  bool tried = false;
+  std::array<bool, kDatabaseCount> named = {};
+};
 
-const ResetAtEnd kReset([] {
-  gMarkPath.clear();
-  gCopyPath.clear();
-  gTried = false;
-  gNamesCopy = false;
-});
+OwnMark gMark;
 
-std::u16string PathOf(std::u16string_view name) {
-  return gDatabaseFolder + u"\\" + std::u16string(name);
+const ResetAtEnd kReset([] { gMark = {}; });
+
+std::u16string MarkPath() {
+  return gDatabaseFolder + u"\\" + std::u16string(kUseMarkName);
 }
 
-void WriteMark(std::string_view text) {
-  const std::u16string path = PathOf(kUseMarkName);
-  if (gPlatform->files.WriteFile(path, text)) gMarkPath = path;
+bool& Named(DatabaseIndex index) {
+  return gMark.named[static_cast<std::size_t>(index)];
 }
 
-std::string MarkText() {
-  return ToUtf8(kWholeCopyName) + "\n";
+std::string LineOf(DatabaseIndex index) {
+  return ToUtf8(std::u16string(DatabaseFileName(index)) + std::u16string(kCopySuffix)) + "\n";
+}
+
+void WriteMark() {
+  std::string text;
+  for (const DatabaseIndex index : kCopied) {
+    if (Named(index)) text += LineOf(index);
+  }
+  const std::u16string path = MarkPath();
+  if (gPlatform->files.WriteFile(path, text)) gMark.path = path;
 }
 
 }  // namespace
 
 UseMark FindUseMark() {
-  gMarkPath.clear();
-  gCopyPath.clear();
-  gTried = false;
-  gNamesCopy = false;
-  const std::u16string path = PathOf(kUseMarkName);
+  gMark = {};
+  const std::u16string path = MarkPath();
   UseMark mark;
   mark.found = gPlatform->files.FileSize(path).has_value();
-  // A mark of an earlier version is empty.
-  if (mark.found && gPlatform->files.ReadFile(path, kLongestMark) == MarkText()) {
-    mark.copy = WholeCopyPath();
+  if (!mark.found) return mark;
+  const std::string text = gPlatform->files.ReadFile(path, kLongestMark).value_or("");
+  for (const DatabaseIndex index : kCopied) {
+    mark.has_copy[static_cast<std::size_t>(index)] = text.find(LineOf(index)) != text.npos;
   }
   return mark;
 }
 
-std::u16string WholeCopyPath() {
-  return PathOf(kWholeCopyName);
+std::u16string CopyPath(DatabaseIndex index) {
+  return DatabasePath(index) + std::u16string(kCopySuffix);
 }
 
 void SetUseMark() {
-  if (gTried) return;
-  gTried = true;
-  WriteMark({});
+  if (gMark.tried) return;
+  gMark.tried = true;
+  WriteMark();
 }
 
-void NameCopyInMark() {
-  gTried = true;
-  gCopyPath = WholeCopyPath();
-  if (gNamesCopy) return;
-  gNamesCopy = true;
-  WriteMark(MarkText());
+void NameCopyInMark(DatabaseIndex index) {
+  gMark.tried = true;
+  if (Named(index)) return;
+  Named(index) = true;
+  gMark.copies.push_back(CopyPath(index));
+  WriteMark();
 }
 
 void KeepUseMark() {
-  gTried = true;
-  gNamesCopy = true;
-  gMarkPath.clear();
-  gCopyPath.clear();
+  gMark = {};
+  gMark.tried = true;
+  gMark.named.fill(true);
 }
 
 void ReleaseUseMark() {
   // The mark first: a copy that no mark names means nothing.
-  if (!gMarkPath.empty()) gPlatform->files.Delete(gMarkPath);
-  if (!gCopyPath.empty()) gPlatform->files.Delete(gCopyPath);
-  gMarkPath.clear();
-  gCopyPath.clear();
-  gTried = false;
-  gNamesCopy = false;
+  if (!gMark.path.empty()) gPlatform->files.Delete(gMark.path);
+  for (const std::u16string& copy : gMark.copies) gPlatform->files.Delete(copy);
+  gMark = {};
 }
 
 void ClearUseMark() {
   ReleaseUseMark();
-  gPlatform->files.Delete(PathOf(kUseMarkName));
-  gPlatform->files.Delete(WholeCopyPath());
+  gPlatform->files.Delete(MarkPath());
+  for (const DatabaseIndex index : kCopied) gPlatform->files.Delete(CopyPath(index));
 }
 
 }  // namespace quillet

@@ -14,99 +14,111 @@
 namespace quillet {
 namespace {
 
-constexpr DatabaseIndex kGroups = DatabaseIndex::kNewsgroups;
+struct FileState {
+  bool changed = false;       // since it was synced
+  bool copy_settled = false;  // there is a copy, none could be made, or an old one must stay
+};
 
-struct Changes {
-  std::array<bool, kDatabaseCount> since_sync{};
-  bool copy_settled = false;  // there is one, none could be made, or an old one must stay
-  bool old_copy = false;
+struct WholeState {
+  std::array<FileState, kDatabaseCount> files;
+  bool old_copies = false;
   bool torn = false;
 };
 
-Changes gChanges;
+WholeState gState;
 
-const ResetAtEnd kReset([] { gChanges = {}; });
+const ResetAtEnd kReset([] { gState = {}; });
 
-bool& Changed(DatabaseIndex index) {
-  return gChanges.since_sync[static_cast<std::size_t>(index)];
+FileState& Of(DatabaseIndex index) {
+  return gState.files[static_cast<std::size_t>(index)];
+}
+
+// The articles are too many for that, and their records can be asked for again.
+bool IsCopied(DatabaseIndex index) {
+  return index != DatabaseIndex::kArticles;
 }
 
 // Room that is left to the articles: a copy is worth less than the store going on.
-bool RoomForCopy() {
+bool RoomForCopy(DatabaseIndex index) {
   constexpr std::uint64_t kSpare = 1 << 20;
-  const std::uint64_t size = gPlatform->files.FileSize(DatabasePath(kGroups)).value_or(0);
+  const std::uint64_t size = gPlatform->files.FileSize(DatabasePath(index)).value_or(0);
   const auto space = gPlatform->files.FreeSpace(gDatabaseFolder);
   return !space || space->free_bytes >= size + kSpare;
 }
 
-// A copy that fails leaves the last one, which is older and as valid.
-void MakeCopy() {
-  gChanges.copy_settled = true;
-  if (!RoomForCopy()) return;
-  if (gPlatform->files.Copy(DatabasePath(kGroups), WholeCopyPath())) NameCopyInMark();
+void MakeCopy(DatabaseIndex index) {
+  Of(index).copy_settled = true;
+  if (RoomForCopy(index) && gPlatform->files.Copy(DatabasePath(index), CopyPath(index))) {
+    NameCopyInMark(index);
+  } else if (index == DatabaseIndex::kPendingPosts) {
+    // An older copy of the chains is as valid; posts that were sent since would come back from it.
+    gPlatform->files.Delete(CopyPath(index));
+  }
 }
 
-bool SyncChanged() {
-  bool synced = true;
-  for (int i = 0; i < kDatabaseCount; ++i) {
-    const auto index = static_cast<DatabaseIndex>(i);
-    if (!Changed(index) || !DatabaseFile(index)) continue;
-    if (DatabaseFile(index).Sync()) {
-      Changed(index) = false;
-    } else {
-      synced = false;
-    }
-  }
-  return synced;
+bool SyncFile(DatabaseIndex index) {
+  if (!Of(index).changed || !DatabaseFile(index)) return true;
+  if (!DatabaseFile(index).Sync()) return false;
+  Of(index).changed = false;
+  return true;
 }
+
+constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
+                                      DatabaseIndex::kPendingPosts};
 
 }  // namespace
 
 bool StoreIsWhole() {
   WriteLostArticles();
-  const bool copy_is_old = Changed(kGroups);
-  if (!SyncChanged() || gChanges.torn) return false;
-  if (copy_is_old && !gChanges.old_copy) MakeCopy();
-  return true;
+  bool whole = !gState.torn;
+  for (const DatabaseIndex index : kAllDatabases) {
+    const bool changed = Of(index).changed;
+    if (!SyncFile(index)) {
+      whole = false;
+    } else if (changed && IsCopied(index) && !gState.old_copies && !gState.torn) {
+      MakeCopy(index);
+    }
+  }
+  return whole;
 }
 
 void BeginWholePoints() {
-  gChanges = {};
+  gState = {};
 }
 
 void BeforeChange(DatabaseIndex index) {
-  if (index == kGroups && !gChanges.copy_settled) MakeCopy();
+  FileState& file = Of(index);
+  if (file.changed) return;
+  if (IsCopied(index) && !file.copy_settled && !gState.old_copies) MakeCopy(index);
   SetUseMark();
-  Changed(index) = true;
+  file.changed = true;
 }
 
-void KeepOldCopy() {
-  gChanges.copy_settled = true;
-  gChanges.old_copy = true;
+void KeepOldCopies() {
+  gState.old_copies = true;
 }
 
-void ForgetOldCopy() {
-  gChanges.copy_settled = false;
-  gChanges.old_copy = false;
+void ForgetOldCopies() {
+  gState.old_copies = false;
 }
 
 void StoreIsTorn() {
-  gChanges.torn = true;
+  gState.torn = true;
 }
 
 void SyncBeforeClosing() {
   WriteLostArticles();
-  SyncChanged();
+  for (const DatabaseIndex index : kAllDatabases) SyncFile(index);
 }
 
 void EndWholePoints(bool sound) {
-  if (sound && !gChanges.torn) {
+  if (sound && !gState.torn) {
     ReleaseUseMark();
   } else {
     SetUseMark();
     KeepUseMark();
   }
-  gChanges = {};
+  gState = {};
 }
 
 }  // namespace quillet

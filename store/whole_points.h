@@ -1,6 +1,6 @@
 // The points at which the store is whole: no article, chain record or count is under way. There the
-// files are synced, and the newsgroups file, which is small, is copied beside itself, so that what
-// a later kill takes out of it can be put back. Program thread only.
+// files are synced, and the two smaller ones, newsgroups and pending posts, are copied beside
+// themselves, so that what a later kill takes out of them can be put back. Program thread only.
 #pragma once
 
 #include "store/databases.h"
@@ -16,19 +16,19 @@ bool StoreIsWhole();
 
 // Other files are about to be opened.
 void BeginWholePoints();
-// Before every write: sets the use mark, and before the first one to the newsgroups file sees to it
-// that there is a copy.
+// Before every write: sets the use mark, and sees to it that there is a copy of a file that has
+// one.
 void BeforeChange(DatabaseIndex index);
 
-// The files that were opened were left by a killed writer: its copy stays as it is until they are
-// whole again.
-void KeepOldCopy();
+// The files that were opened were left by a killed writer: its copies stay as they are until the
+// files are whole again.
+void KeepOldCopies();
 // They are: from now on whole points count again.
-void ForgetOldCopy();
-// An open file was found damaged: what is copied now would be no better than the last copy.
+void ForgetOldCopies();
+// An open file was found damaged: what is copied now would be no better than the last copies.
 void StoreIsTorn();
 
-// The files are about to be closed, and then were: the mark and the copy go, unless the next
+// The files are about to be closed, and then were: the mark and the copies go, unless the next
 // opening needs them.
 void SyncBeforeClosing();
 void EndWholePoints(bool sound);

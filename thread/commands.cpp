@@ -62,7 +62,9 @@ void MakeCurrent(Node* node) {
   for (; node != nullptr && !gReading.article; node = NextArticle(*node)) {
     if (node->messageId.empty()) continue;
     gReading.article = FetchArticle(node->messageId);
-    if (gReading.article) gReading.article->node = node;
+    if (!gReading.article) continue;
+    gReading.article->node = node;
+    gReading.article_group = gPrefs->groups[static_cast<std::size_t>(gReading.tree_group)];
   }
   ShowThreadView();
 }

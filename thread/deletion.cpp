@@ -122,7 +122,9 @@ Node* DeleteThreadNode(Node& node) {
 }
 
 std::optional<RunEnd> DeleteReadOfShownTree() {
-  if (!gReading.tree || gReading.tree_state.OutOfDate()) return std::nullopt;
+  if (!gReading.tree || gReading.rebuild_pending || gReading.tree_state.OutOfDate()) {
+    return std::nullopt;
+  }
   Node& root = gReading.tree->root();
   const RunEnd end = DeleteBelow(root, true);
   for (Node* thread = root.firstChild; thread != nullptr;) {

@@ -17,7 +17,7 @@ Node* DeleteArticleNode(Node& node);
 Node* DeleteThreadNode(Node& node);
 // Every read article of the shown tree, with progress (one unit an article) and abort. Tells what
 // ended it before its time: an abort, or a store that refused. Nothing, and nothing is done,
-// without a tree or with one that does not show what the store holds.
+// without a tree or with one that does not show all that the store holds.
 std::optional<RunEnd> DeleteReadOfShownTree();
 
 }  // namespace quillet

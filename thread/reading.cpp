@@ -19,6 +19,7 @@ void Reading::ForgetTree() {
   if (article) article->node = nullptr;
   tree.reset();
   tree_group = -1;
+  rebuild_pending = false;
 }
 
 void Reading::ForgetArticle() {

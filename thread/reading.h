@@ -29,6 +29,9 @@ struct Reading {
   // Out of date when the tree does not show what the store holds any more, or not in the order that
   // is wanted: it is built anew when it is shown next.
   SeenChanges tree_state{Change::kStore};
+  // The build of the tree was ended before its time. What is in it can be used as it is, and it is
+  // built anew when it is shown next.
+  bool rebuild_pending = false;
 
   // The article of the article view, or null. Its `node` is null or a node of `tree`.
   std::unique_ptr<AsciiArticle> article;

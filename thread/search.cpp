@@ -7,7 +7,6 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/upward_calls.h"
-#include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -29,10 +28,7 @@ void SetUpFindDialog(port::WindowHandle dialog) {
 
 FindChoices TakeChoices(port::WindowHandle dialog) {
   auto states = gPlatform->dialogs.ReadAll(dialog);
-  // Meant: the last search text is 8-bit, so "?" is looked for in place of what has no byte. It is
-  // kept so with the article that it was found in, and the search there and the one through the
-  // tree must look for the same text.
-  return {AsStored(states[kControlFindText].text), states[kControlMatchCase].checked,
+  return {states[kControlFindText].text, states[kControlMatchCase].checked,
           states[kControlWholeWord].checked, states[kControlSearchHeaders].checked};
 }
 
@@ -91,6 +87,12 @@ bool AskFindChoices() {
   return RunModalDialog(kDialogFind, SetUpFindDialog, FindDlgProc) == port::kIdOk;
 }
 
+bool TellUnfindable() {
+  const std::u16string refusal = RefusalOf(gReading.find.text);
+  if (!refusal.empty()) ShowMessage(refusal);
+  return !refusal.empty();
+}
+
 bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_headers) {
   const ArticleTexts article{texts.All(), texts.Text(&AsciiArticle::headers),
                              texts.Text(&AsciiArticle::body)};
@@ -102,7 +104,7 @@ Node* SearchForward(Node* from, const FindChoices& find) {
 }
 
 void SearchAndShow(Node* from) {
-  if (gReading.find.text.empty()) return;
+  if (gReading.find.text.empty() || TellUnfindable()) return;
   const Outcome outcome = Search(from, gReading.find);
   if (outcome.found != nullptr) {
     up::DisplayArticle(outcome.found, gReading.find.text);

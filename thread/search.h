@@ -11,6 +11,9 @@ namespace quillet {
 // gReading.find. False when the user pressed Cancel.
 bool AskFindChoices();
 
+// True, and said why, when the last search text has characters that no article is shown with.
+bool TellUnfindable();
+
 // Whether the article holds the text (without a NUL): with `in_headers` the kept
 // headers, subject, from, Message-ID, parent id, source, date and reply-to, and the body; otherwise
 // the body alone.
@@ -21,7 +24,8 @@ bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_
 Node* SearchForward(Node* from, const FindChoices& find);
 
 // SearchForward with gReading.find; the hit is opened in the article view with the hits
-// highlighted, otherwise "Search string not found." is shown. Nothing happens with an empty text.
+// highlighted, otherwise "Search string not found." is shown. Nothing happens with an empty text,
+// and what cannot be found is told without a search.
 void SearchAndShow(Node* from);
 
 }  // namespace quillet

@@ -61,8 +61,14 @@ void TakeTree(std::unique_ptr<ThreadTree> tree, int group_index) {
       gReading.tree->FindNodeByMessageId(gReading.article->messageId.value_or(""));
 }
 
+bool ArticleIsOf(int group_index) {
+  if (gReading.article->node != nullptr) return gReading.tree_group == group_index;
+  return gReading.article_group == gPrefs->groups[static_cast<std::size_t>(group_index)];
+}
+
 int BuildAndShow(const ThreadBuild& build) {
   ProgressMeter meter(std::uint64_t{4} * build.total_count);
+  if (gReading.article && !ArticleIsOf(build.group_index)) up::ClearArticleView();
   // The items of the same group stay on the screen until the new ones replace them in one call, so
   // that what the user has expanded stays expanded.
   if (gReading.tree_group != build.group_index) gPlatform->thread_tree.FillTree({});
@@ -75,6 +81,7 @@ int BuildAndShow(const ThreadBuild& build) {
   }
   if (built.complete) CopyCounts(build.group_index, built.tree->root());
   TakeTree(std::move(built.tree), build.group_index);
+  gReading.rebuild_pending = built.end != RunEnd::kGoOn;
   FillTreeControl(gReading.tree->root(), [&] { meter.Add(1); });
   ShowThreadCaption();
   return 1;
@@ -90,7 +97,8 @@ void CreateThreadControl() {
 
 void BringTreeUpToDate() {
   if (!IsGroupIndex(gReading.group)) return ClearThreadView();
-  if (!gReading.tree || gReading.tree_group != gReading.group || gReading.tree_state.OutOfDate()) {
+  if (!gReading.tree || gReading.tree_group != gReading.group || gReading.rebuild_pending ||
+      gReading.tree_state.OutOfDate()) {
     return BuildThreadList(gReading.group, StoredArticles(gReading.group));
   }
   RefreshThreadLabels(gReading.tree->root());

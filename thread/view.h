@@ -11,7 +11,8 @@
 namespace quillet {
 
 // Builds the tree of a group under the runner ("Threading..." or "Building article list...") and
-// shows it; the current article is found again in the new tree by its Message-ID.
+// shows it; the current article is found again in the new tree by its Message-ID. That of another
+// group is cleared. After an abort what was read is shown, and a rebuild is pending.
 void BuildThreadList(int group_index, std::uint32_t total_count);
 // Shows the current group in the thread tab: built when another group was chosen or a rebuild is
 // pending, otherwise with its labels brought up to date. Selects the current article's item.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "util/text.h"
 
@@ -42,13 +43,24 @@ FakeFiles::~FakeFiles() {
 }
 
 bool FakeFiles::Fails(FileCall kind) {
-  const std::lock_guard lock(mutex_);
   bool fails = false;
-  for (const std::size_t index : {Index(FileCall::kAny), Index(kind)}) {
-    ++calls_[index];
-    if (fail_in_[index] > 0 && --fail_in_[index] == 0) fails = true;
+  std::function<void()> act;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const std::size_t index : {Index(FileCall::kAny), Index(kind)}) {
+      ++calls_[index];
+      if (fail_in_[index] > 0 && --fail_in_[index] == 0) fails = true;
+      if (act_in_[index] > 0 && --act_in_[index] == 0) act = std::exchange(acts_[index], {});
+    }
   }
+  if (act) act();
   return fails;
+}
+
+void FakeFiles::BeforeNth(FileCall kind, int n, std::function<void()> act) {
+  const std::lock_guard lock(mutex_);
+  act_in_[Index(kind)] = n;
+  acts_[Index(kind)] = std::move(act);
 }
 
 void FakeFiles::FailNth(FileCall kind, int n) {

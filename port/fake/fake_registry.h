@@ -36,6 +36,9 @@ class FakeRegistry final : public Registry {
   std::u16string DamagedFile() const override { return damaged_file; }
   // What DamagedFile answers.
   std::u16string damaged_file;
+  std::u16string Obstacle() override { return obstacle; }
+  // What Obstacle answers; Open and Create fail only when they are made to.
+  std::u16string obstacle;
 
   // The nth such call from now on (1: the next) fails once; 0 takes that back.
   void FailOpen(int n);

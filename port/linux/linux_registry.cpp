@@ -193,6 +193,11 @@ std::u16string LinuxRegistry::DamagedFile() const {
   return FromUtf8(SetAsidePath());
 }
 
+std::u16string LinuxRegistry::Obstacle() {
+  const std::lock_guard lock(database_->mutex());
+  return database_->Connect(false) ? std::u16string() : FromUtf8(database_->obstacle());
+}
+
 std::string LinuxRegistry::SetAsidePath() const {
   const std::lock_guard lock(database_->mutex());
   return database_->set_aside();

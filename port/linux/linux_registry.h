@@ -29,6 +29,7 @@ class LinuxRegistry final : public Registry {
   // that did not happen. It is noticed on the first Open or Create.
   std::string SetAsidePath() const;
   std::u16string DamagedFile() const override;
+  std::u16string Obstacle() override;
 
  private:
   std::shared_ptr<RegistryDatabase> database_;

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -72,6 +73,10 @@ std::string FileUri(const std::string& path, bool immutable) {
   return uri;
 }
 
+std::string Quoted(const std::string& file) {
+  return '"' + file + '"';
+}
+
 // The file must not be readable by others from its first moment: passwords are kept in it. SQLite
 // gives the files beside it the same mode.
 void MakePrivate(const std::string& file) {
@@ -79,6 +84,27 @@ void MakePrivate(const std::string& file) {
   struct stat status {};
   if (made.valid() || stat(file.c_str(), &status) != 0) return;
   if ((status.st_mode & 0077) != 0) chmod(file.c_str(), 0600);
+}
+
+// What would keep the file from being opened, or would make opening it wait for ever; empty when
+// nothing does, or nothing is there.
+std::string ObstacleAt(const std::string& file) {
+  struct stat status {};
+  if (lstat(file.c_str(), &status) != 0) {
+    return errno == ENOENT ? std::string() : Quoted(file) + " cannot be reached";
+  }
+  if (stat(file.c_str(), &status) != 0) return Quoted(file) + " is a link that leads nowhere";
+  if (!S_ISREG(status.st_mode)) return Quoted(file) + " is not a regular file";
+  return {};
+}
+
+// The same for the file and for those that SQLite opens beside it.
+std::string FirstObstacle(const std::string& file) {
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    std::string obstacle = ObstacleAt(file + suffix);
+    if (!obstacle.empty()) return obstacle;
+  }
+  return {};
 }
 
 std::uintmax_t SizeOf(const std::string& file) {
@@ -172,6 +198,8 @@ void RegistryDatabase::Disconnect() {
 
 bool RegistryDatabase::Connect(bool create) {
   if (connection_ != nullptr) return true;
+  obstacle_ = FirstObstacle(file_);
+  if (!obstacle_.empty()) return false;
   std::error_code error;
   if (!std::filesystem::exists(file_, error)) {
     if (!create) return false;
@@ -179,18 +207,33 @@ bool RegistryDatabase::Connect(bool create) {
     if (!folder.empty() && !MakeFolders(folder)) return false;
   }
   MakePrivate(file_);
+  const Condition condition = OpenBestWay();
+  if (condition != Condition::kGood) obstacle_ = Quoted(file_) + ReasonOf(condition);
+  return condition == Condition::kGood;
+}
+
+RegistryDatabase::Condition RegistryDatabase::OpenBestWay() {
   Condition condition = OpenFile(SQLITE_OPEN_READWRITE, false);
   if (condition == Condition::kNoRegistry && SetAside()) {
     MakePrivate(file_);
     condition = OpenFile(SQLITE_OPEN_READWRITE, false);
   }
   // On a medium that cannot be written the settings can still be read. Without a log beside it the
-  // file is complete in itself, and then needs no lock either.
-  if (condition == Condition::kUnusable) condition = OpenFile(SQLITE_OPEN_READONLY, false);
-  if (condition == Condition::kUnusable && SizeOf(file_ + "-wal") == 0) {
+  // file is complete in itself, and then needs no lock either. While another process writes to it,
+  // neither helps.
+  if (condition == Condition::kUnusable && !busy_)
+    condition = OpenFile(SQLITE_OPEN_READONLY, false);
+  if (condition == Condition::kUnusable && !busy_ && SizeOf(file_ + "-wal") == 0) {
     condition = OpenFile(SQLITE_OPEN_READONLY, true);
   }
-  return condition == Condition::kGood;
+  return condition;
+}
+
+std::string RegistryDatabase::ReasonOf(Condition condition) const {
+  if (condition == Condition::kNoRegistry) return " is damaged and cannot be set aside";
+  if (busy_) return " is in use by another program";
+  if (euidaccess(file_.c_str(), R_OK) != 0) return " may not be read";
+  return " cannot be opened";
 }
 
 RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable) {
@@ -200,6 +243,7 @@ RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable
                                          SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE,
                                      nullptr);
   damaged_ = false;
+  busy_ = false;
   Condition condition = Condition::kUnusable;
   if (Succeeded(result)) {
     sqlite3_busy_timeout(connection_, kBusyTimeoutMs);
@@ -212,10 +256,12 @@ RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable
 
 // Finds out whether the open file is a sound registry, and lays one out when it is still empty.
 RegistryDatabase::Condition RegistryDatabase::Check(bool may_write) {
+  // One by one: each may wait for another process.
   const auto id = Query("PRAGMA application_id");
+  if (!id) return Condition::kUnusable;
   const auto version = Query("PRAGMA user_version");
   const auto tables = Query("SELECT count(*) FROM sqlite_master");
-  if (!id || !version || !tables) return Condition::kUnusable;
+  if (!version || !tables) return Condition::kUnusable;
   const bool blank = *tables == "0" && *id == "0" && *version == "0";
   const bool known = *id == kApplicationId && *version == kLayoutVersion;
   if (!blank && !known) return Condition::kNoRegistry;
@@ -262,6 +308,7 @@ sqlite3_stmt* RegistryDatabase::Statement(RegistrySql sql) {
 bool RegistryDatabase::Succeeded(int result) {
   const int code = result & 0xFF;
   if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return true;
+  busy_ = busy_ || code == SQLITE_BUSY || code == SQLITE_LOCKED;
   // The general error is what unknown formats and bent tables give.
   damaged_ = damaged_ || code == SQLITE_NOTADB || code == SQLITE_CORRUPT || code == SQLITE_ERROR;
   return false;

@@ -63,6 +63,9 @@ class RegistryDatabase {
 
   // Opens the file, or makes it when `create` is set. False when that does not work.
   bool Connect(bool create);
+  // What was in the way when Connect failed, in words with the name of the file; empty when there
+  // is no file and none was to be made.
+  const std::string& obstacle() const { return obstacle_; }
   sqlite3_stmt* Statement(RegistrySql sql);
   bool InTransaction() const { return sqlite3_get_autocommit(connection_) == 0; }
   bool IsWritable() const { return sqlite3_db_readonly(connection_, "main") == 0; }
@@ -74,7 +77,9 @@ class RegistryDatabase {
  private:
   enum class Condition { kGood, kUnusable, kNoRegistry };
 
+  Condition OpenBestWay();
   Condition OpenFile(int flags, bool immutable);
+  std::string ReasonOf(Condition condition) const;
   Condition Check(bool may_write);
   bool Prepare();
   void Disconnect();
@@ -88,7 +93,9 @@ class RegistryDatabase {
   sqlite3* connection_ = nullptr;
   std::array<sqlite3_stmt*, static_cast<std::size_t>(RegistrySql::kCount)> statements_{};
   bool damaged_ = false;
+  bool busy_ = false;  // another process held it for too long
   std::string set_aside_;
+  std::string obstacle_;
 };
 
 }  // namespace quillet::port

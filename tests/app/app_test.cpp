@@ -107,6 +107,21 @@ TEST_F(Program, ADamagedRegistryIsToldOnce) {
   End();
 }
 
+TEST_F(Program, PreferencesThatCannotBeReadEndTheStartWithANumber) {
+  SetDword(u"sidetabs", 2);
+  const int sets = fake_.registry.sets();
+  fake_.registry.obstacle = u"\"/home/user/registry.db\" may not be read";
+  EXPECT_EQ(RunQuillet(), 1);
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(
+      fake_.display.boxes()[0].text,
+      u"Quillet CE cannot read its preferences, because \"/home/user/registry.db\" may not be "
+      u"read. Quillet CE will now exit.");
+  EXPECT_EQ(fake_.registry.sets(), sets);
+  EXPECT_FALSE(fake_.files.FolderExists(u"\\Quillet CE News"));
+  EXPECT_EQ(fake_.display.main_window().handle, 0U);
+}
+
 TEST_F(Program, SideTabsGoWhereThePreferenceSays) {
   SetDword(u"sidetabs", 2);
   StartAndWait();
@@ -438,6 +453,17 @@ TEST_F(Program, StartRegistersTheScheduledDownload) {
   End();
 }
 
+TEST_F(Program, AnHourThatNoDayHasIsTheStandardHour) {
+  SetDword(u"useautodownload", 1);
+  SetDword(u"downloadhr", 2147483647);
+  StartAndWait();
+  ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
+  ASSERT_TRUE(fake_.scheduler.calls[0].at);
+  EXPECT_EQ(fake_.scheduler.calls[0].at->hour, 6);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
 TEST_F(Program, StartWithoutScheduleCancelsTheRegistration) {
   StartAndWait();
   ASSERT_EQ(fake_.scheduler.calls.size(), 1U);
@@ -475,71 +501,6 @@ TEST_F(Applying, TheScheduleIsRegisteredAgain) {
   Apply([](Prefs& prefs) { prefs.useautodownload = 1; });
   ASSERT_EQ(fake_.scheduler.calls.size(), 2U);
   EXPECT_TRUE(fake_.scheduler.calls[1].at);
-  End();
-}
-
-class Moving : public Applying {
- protected:
-  Moving() { fake_.files.AddCard(u"Card"); }
-  void MoveToCard() {
-    Apply([](Prefs& prefs) { prefs.databasestore = u"Card"; });
-  }
-  void AddArticle() {
-    fake_.queues.PostCall(id_, [] {
-      AsciiArticle article;
-      article.messageId = "<1@a>";
-      StoreArticle(article);
-    });
-    WaitIdle();
-  }
-  bool ProgramHasArticle() {
-    bool found = false;
-    fake_.queues.PostCall(id_, [&found] { found = ArticleExists("<1@a>"); });
-    WaitIdle();
-    return found;
-  }
-};
-
-TEST_F(Moving, DatabasesFollowTheirPlace) {
-  StartAndWait();
-  AddArticle();
-  MoveToCard();
-  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet articles.gdb"));
-  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet newsgroups.gdb"));
-  EXPECT_TRUE(fake_.files.FileSize(u"\\Card\\Quillet CE News\\Quillet pending posts.gdb"));
-  EXPECT_FALSE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
-  EXPECT_TRUE(ProgramHasArticle());
-  EXPECT_TRUE(fake_.display.boxes().empty());
-  End();
-}
-
-TEST_F(Moving, DatabasesFoundThereAreKeptOnNo) {
-  StartAndWait();
-  AddArticle();
-  MoveToCard();
-  Apply([](Prefs& prefs) { prefs.databasestore.clear(); });
-  EXPECT_TRUE(ProgramHasArticle());
-  fake_.files.CreateFolder(u"\\Card\\Quillet CE News");
-  fake_.files.Copy(u"\\Quillet CE News\\Quillet pending posts.gdb",
-                   u"\\Card\\Quillet CE News\\Quillet articles.gdb");
-  fake_.files.Copy(u"\\Quillet CE News\\Quillet pending posts.gdb",
-                   u"\\Card\\Quillet CE News\\Quillet newsgroups.gdb");
-  fake_.display.Expect(u"Databases already exist in new location.  Replace with old databases?",
-                       port::kIdNo);
-  MoveToCard();
-  EXPECT_FALSE(ProgramHasArticle());
-  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
-  End();
-}
-
-TEST_F(Moving, ACardThatHasGoneFallsBackToMainMemory) {
-  StartAndWait();
-  AddArticle();
-  Apply([](Prefs& prefs) { prefs.databasestore = u"No such\\card"; });
-  EXPECT_TRUE(ProgramHasArticle());
-  fake_.queues.PostCall(id_, [] { EXPECT_EQ(gPrefs->databasestore, u""); });
-  WaitIdle();
-  EXPECT_EQ(Bytes(u"databasestore"), std::string(2, '\0'));
   End();
 }
 

@@ -178,16 +178,19 @@ TEST_F(ReadingTest, TabsChangedInARowEndAtTheLastOne) {
   End();
 }
 
-TEST_F(ReadingTest, AnotherGroupShowsAnotherTree) {
+TEST_F(ReadingTest, AnotherGroupShowsAnotherTreeAndTakesTheArticleAway) {
   StartReading(u"Ann");
   Tab(0);
   OpenGroup(1);
   EXPECT_EQ(Rows(), (Texts{u"Elsewhere", u"Eve"}));
   EXPECT_EQ(Caption(), u"b");
   EXPECT_EQ(SelectedText(), u"");
+  EXPECT_FALSE(ArticleIsCurrent());
+  EXPECT_EQ(fake_.display.article().source, u"");
+  EXPECT_EQ(From(), u"");
   Tab(0);
   OpenGroup(0);
-  EXPECT_EQ(SelectedText(), u"Ann");
+  EXPECT_EQ(SelectedText(), u"");
   End();
 }
 

@@ -8,11 +8,17 @@
 namespace quillet {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class ArticleCommands : public ArticleTest {
  protected:
+  // The article is on the screen and in no tree, and the user has chosen another group.
+  static void LeaveTreeOfArticle(int chosen_group) {
+    gReading.ForgetTree();
+    gReading.group = chosen_group;
+  }
   static std::vector<std::string> SeenIn(std::size_t steps, std::uint32_t command) {
     std::vector<std::string> seen(steps);
     for (std::string& id : seen) id = After(command);
@@ -47,20 +53,21 @@ TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
 
 // --- Moving --------------------------------------------------------------------------------------
 
-TEST_F(ArticleCommands, NextArticleWalksTheWholeTreeAndStaysAtTheEnd) {
+TEST_F(ArticleCommands, NextArticleWalksTheWholeTreeAndLeavesAtTheEnd) {
   PutThreeThreads();
   Open("<a1@x>");
   EXPECT_THAT(SeenIn(7, 40019),
-              ElementsAre("<a2@x>", "<a3@x>", "<a4@x>", "<b1@x>", "<g1@x>", "<g2@x>", "<g2@x>"));
+              ElementsAre("<a2@x>", "<a3@x>", "<a4@x>", "<b1@x>", "<g1@x>", "<g2@x>", "none"));
   EXPECT_EQ(ReadCount(), 7U);
-  EXPECT_EQ(Tab(), port::kArticleTab);
+  EXPECT_EQ(Tab(), port::kThreadTab);
 }
 
-TEST_F(ArticleCommands, PreviousArticleWalksBackAndStaysAtTheBeginning) {
+TEST_F(ArticleCommands, PreviousArticleWalksBackAndLeavesAtTheBeginning) {
   PutThreeThreads();
   Open("<g2@x>");
   EXPECT_THAT(SeenIn(7, 40017),
-              ElementsAre("<g1@x>", "<b1@x>", "<a4@x>", "<a3@x>", "<a2@x>", "<a1@x>", "<a1@x>"));
+              ElementsAre("<g1@x>", "<b1@x>", "<a4@x>", "<a3@x>", "<a2@x>", "<a1@x>", "none"));
+  EXPECT_EQ(Tab(), port::kThreadTab);
 }
 
 TEST_F(ArticleCommands, NextThreadIsTheFirstArticleOfTheNext) {
@@ -68,7 +75,9 @@ TEST_F(ArticleCommands, NextThreadIsTheFirstArticleOfTheNext) {
   Open("<a3@x>");
   EXPECT_EQ(After(40016), "<b1@x>");
   EXPECT_EQ(After(40016), "<g1@x>");
-  EXPECT_EQ(After(40016), "<g1@x>");
+  EXPECT_EQ(Tab(), port::kArticleTab);
+  EXPECT_EQ(After(40016), "none");
+  EXPECT_EQ(Tab(), port::kThreadTab);
   EXPECT_FALSE(IsArticleRead("<g2@x>"));
 }
 
@@ -77,18 +86,33 @@ TEST_F(ArticleCommands, PreviousThreadIsTheFirstArticleOfThePrevious) {
   Open("<g2@x>");
   EXPECT_EQ(After(40018), "<b1@x>");
   EXPECT_EQ(After(40018), "<a1@x>");
-  EXPECT_EQ(After(40018), "<a1@x>");
+  EXPECT_EQ(Tab(), port::kArticleTab);
+  EXPECT_EQ(After(40018), "none");
+  EXPECT_EQ(Tab(), port::kThreadTab);
 }
 
-TEST_F(ArticleCommands, AtTheEndsNothingIsShownAnew) {
+TEST_F(ArticleCommands, BeyondTheEndsTheViewIsClearedAndTheTreeIsShown) {
+  for (const auto& [id, command] :
+       std::vector<std::pair<std::string, std::uint32_t>>{{"<g2@x>", kCommandNextArticle},
+                                                          {"<g2@x>", kCommandNextThread},
+                                                          {"<a1@x>", kCommandPreviousArticle},
+                                                          {"<a1@x>", kCommandPreviousThread}}) {
+    if (!gReading.tree) PutThreeThreads();
+    Open(id);
+    EXPECT_EQ(After(command), "none") << command;
+    EXPECT_EQ(Source(), u"") << command;
+    EXPECT_THAT(HeaderTexts(), Each(u"")) << command;
+    EXPECT_EQ(Tab(), port::kThreadTab) << command;
+    EXPECT_EQ(gReading.tree->root().descendantCount, 7U) << command;
+  }
+}
+
+TEST_F(ArticleCommands, TheActionKeyLeavesAtTheEndToo) {
   PutThreeThreads();
   Open("<g2@x>");
-  gReading.article->showFlag = 1;
-  const int shows = fake.display.wait_cursor_shows();
-  ArticleCommand(40019);
-  ArticleCommand(40016);
-  EXPECT_EQ(gReading.article->showFlag, 1);
-  EXPECT_EQ(fake.display.wait_cursor_shows(), shows);
+  HandleArticleKey(port::kKeyAction);
+  EXPECT_EQ(CurrentId(), "none");
+  EXPECT_EQ(Tab(), port::kThreadTab);
 }
 
 TEST_F(ArticleCommands, AnArticleOutsideTheTreeIsNotMovedFromNorDeleted) {
@@ -154,14 +178,14 @@ TEST_F(ArticleCommands, AStoreThatFailsWhileMarkingUnreadLeavesEveryCount) {
   EXPECT_EQ(ReadCount(), 1U);
 }
 
-TEST_F(ArticleCommands, AnArticleOfAnotherGroupIsCountedThere) {
+TEST_F(ArticleCommands, AnArticleThatIsInNoTreeIsCountedInItsOwnGroup) {
   PutThreeThreads();
-  Open("<a2@x>");
   Put(u"de.test", Written("<n@x>", 1, "", "New", "n"));
   OpenGroup(2);
   SetArticleReadById("<n@x>", NodeOf("<n@x>"), true, 2);
-  EXPECT_EQ(CurrentId(), "<a2@x>");
-  EXPECT_EQ(gReading.article->node, nullptr);
+  OpenGroup(1);
+  Open("<a2@x>");
+  LeaveTreeOfArticle(2);
   EXPECT_EQ(ReadCount(1), 1U);
   ArticleCommand(40025);
   EXPECT_EQ(ReadCount(1), 0U);
@@ -172,7 +196,7 @@ TEST_F(ArticleCommands, AnArticleOfAnotherGroupIsCountedThere) {
 TEST_F(ArticleCommands, AnArticleOfARemovedGroupIsCountedNowhere) {
   PutThreeThreads();
   Open("<a2@x>");
-  OpenGroup(2);
+  LeaveTreeOfArticle(2);
   gPrefs->groups[1] = u"another.group";
   ArticleCommand(40025);
   EXPECT_EQ(ReadCount(1), 1U);
@@ -290,7 +314,7 @@ TEST_F(ArticleCommands, AddToKillfileOpensWithAuthorAndSubject) {
 TEST_F(ArticleCommands, AddToKillfileIsForTheGroupOfTheArticle) {
   PutThreeThreads();
   Open("<a2@x>");
-  OpenGroup(0);  // the article stays on the screen
+  LeaveTreeOfArticle(0);
   fake.display.WhenShown(kDialogKillfileEntry, [&](port::WindowHandle dialog) {
     fake.display.Press(dialog, kControlOk);
   });

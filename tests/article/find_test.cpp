@@ -67,6 +67,21 @@ TEST_F(FindInArticles, FindWithoutAHitShowsTheArticleWithoutHighlights) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
+TEST_F(FindInArticles, CharactersThatNoArticleHasAreToldAndHaveNoHits) {
+  PutThreeThreads();
+  Open("<a3@x>");
+  gReading.article->body = "why ? \x80";
+  AnswerFind(u"\u03A9");
+  ArticleCommand(40048);
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Some characters of this text cannot be used here: \u03A9"));
+  EXPECT_EQ(Source().find(u"<span"), std::u16string::npos);
+  EXPECT_EQ(gReading.article->displayText, std::nullopt);
+  fake.display.ForgetBoxes();
+  ArticleCommand(40051);
+  EXPECT_EQ(CurrentId(), "<a3@x>");
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Some characters of this text cannot be used here: \u03A9"));
+}
+
 TEST_F(FindInArticles, AnEmptyFindShowsNoHitsAndClearsTheLastText) {
   PutThreeThreads();
   Open("<a3@x>");

@@ -43,6 +43,20 @@ TEST_F(Messages, ShowMessageIsATopmostOkBoxOfTheOwner) {
   EXPECT_TRUE(LastBox().style.topmost);
 }
 
+TEST_F(Messages, ARefusalNamesTheFirstTwentyCharacters) {
+  EXPECT_EQ(RefusalOf(u""), u"");
+  EXPECT_EQ(RefusalOf(u"gr\u00FC\u00DFe \u20AC?"), u"");
+  std::u16string typed, named;
+  for (char16_t c = 0x410; c < 0x410 + 20; ++c) {
+    typed += c;
+    named += u' ';
+    named += c;
+  }
+  const std::u16string told = u"Some characters of this text cannot be used here:" + named;
+  EXPECT_EQ(RefusalOf(typed + typed), told);
+  EXPECT_EQ(RefusalOf(typed + u"\u03A9"), told + u" ...");
+}
+
 TEST_F(Messages, AskOkCancelReturnsTheButton) {
   fake_.display.Expect(u"question", port::kIdCancel);
   EXPECT_EQ(AskOkCancel(u"question"), 2);

@@ -241,6 +241,67 @@ TEST_F(ReadPrefs, WordArraysOfAnotherSizeGiveTheirBeginning) {
   EXPECT_THAT(gPrefs->useauths, ElementsAre(0U, 0U));
 }
 
+struct Range {
+  std::u16string_view name;
+  std::uint32_t Prefs::*member;
+  std::uint32_t least, most, fallback;
+};
+
+constexpr std::uint32_t kAnyNumber = 0xFFFFFFFF;
+constexpr auto kRanges = std::to_array<Range>({
+    {u"downloadhr", &Prefs::downloadhr, 0, 23, 6},
+    {u"downloadmn", &Prefs::downloadmn, 0, 59, 0},
+    {u"downloadsc", &Prefs::downloadsc, 0, 59, 0},
+    {u"maxstore", &Prefs::maxstore, 0, 100, 98},
+    {u"maxarticles", &Prefs::maxarticles, 1, kAnyNumber, 50},
+    {u"maxarticlesize", &Prefs::maxarticlesize, 1, 4194303, 4},
+    {u"fontsize", &Prefs::fontsize, 0, 8, 2},
+    {u"groupfontsize", &Prefs::groupfontsize, 0, 8, 3},
+    {u"threadfontsize", &Prefs::threadfontsize, 0, 8, 3},
+    {u"articleheaderfontsize", &Prefs::articleheaderfontsize, 0, 8, 3},
+    {u"sidetabs", &Prefs::sidetabs, 0, 2, 0},
+    {u"prefspage", &Prefs::prefspage, 0, 15, 0},
+});
+
+TEST_F(ReadPrefs, NumbersInTheirRangesAreTaken) {
+  for (const Range& range : kRanges) {
+    for (const std::uint32_t number : {range.least, range.most}) {
+      PutDword(range.name, number);
+      Read();
+      EXPECT_EQ((*gPrefs).*range.member, number) << Hex(Bytes16(range.name));
+    }
+  }
+  ASSERT_TRUE(WritePreferences());
+  EXPECT_FALSE(fake.registry.KeyExists(kDamagedKey));
+}
+
+TEST_F(ReadPrefs, NumbersOutsideTheirRangesCountAsTheirDefaults) {
+  for (const Range& range : kRanges) {
+    for (const std::uint32_t number :
+         {range.least - 1, range.most + 1, 0x7FFFFFFFU, 0x80000000U, kAnyNumber}) {
+      if (number >= range.least && number <= range.most) continue;
+      PutDword(range.name, number);
+      Read();
+      EXPECT_EQ((*gPrefs).*range.member, range.fallback) << Hex(Bytes16(range.name)) << number;
+    }
+  }
+}
+
+TEST_F(ReadPrefs, PortsThatCannotBeAreTheStandardPort) {
+  PutDword(u"numservers", 5);
+  Put(u"port", RegistryType::kBinary, Bytes32({0, 1, 65535, 65536, 0xFFFFFFFF}));
+  Read();
+  EXPECT_THAT(gPrefs->port, ElementsAre(119U, 1U, 65535U, 119U, 119U));
+}
+
+TEST_F(ReadPrefs, ANumberThatWasNotTakenIsKeptBesideTheSettings) {
+  PutDword(u"downloadhr", 2147483647);
+  Read();
+  ASSERT_TRUE(WritePreferences());
+  EXPECT_EQ(fake.registry.FindDword(kTestKey, u"downloadhr"), 6U);
+  EXPECT_EQ(fake.registry.FindDword(kDamagedKey, u"downloadhr"), 2147483647U);
+}
+
 TEST_F(ReadPrefs, PortsOfAnotherSizeAreAllTheStandardPort) {
   PutDword(u"numservers", 2);
   Put(u"port", RegistryType::kBinary, Bytes32({1119}));

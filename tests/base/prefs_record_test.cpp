@@ -164,7 +164,9 @@ class RandomPrefs {
     Prefs p;
     p.version = 2;
     for (const PrefsField& field : PrefsFields()) {
-      if (const auto* number = std::get_if<NumberField>(&field.what)) p.*number->member = Word();
+      if (const auto* number = std::get_if<NumberField>(&field.what)) {
+        p.*number->member = In(number->range);
+      }
     }
     p.numgroups = Below(6);
     p.numservers = Below(4);
@@ -174,7 +176,7 @@ class RandomPrefs {
     for (const PrefsField& field : PrefsFields()) {
       if (const auto* words = std::get_if<WordsField>(&field.what)) {
         (p.*words->member).resize(LengthOf(p, words->length));
-        for (std::uint32_t& word : p.*words->member) word = Word();
+        for (std::uint32_t& word : p.*words->member) word = In(words->range);
       } else if (const auto* texts = std::get_if<TextsField>(&field.what)) {
         (p.*texts->member).resize(LengthOf(p, texts->length));
         for (std::u16string& text : p.*texts->member) text = Text(12);
@@ -195,6 +197,10 @@ class RandomPrefs {
  private:
   std::uint32_t Word() { return static_cast<std::uint32_t>(random_()); }
   std::uint32_t Below(std::uint32_t limit) { return Word() % limit; }
+  std::uint32_t In(const NumberRange& range) {
+    const std::uint64_t numbers = std::uint64_t{range.most} - range.least + 1;
+    return range.least + static_cast<std::uint32_t>(Word() % numbers);
+  }
   // No NUL, and never the mark of an empty string at the beginning.
   std::u16string Text(std::uint32_t limit) {
     std::u16string text(Below(limit), u' ');

@@ -145,6 +145,7 @@ class NotingKey final : public port::RegistryKey {
 class NotingRegistry final : public port::Registry {
  public:
   std::u16string DamagedFile() const override { return {}; }
+  std::u16string Obstacle() override { return {}; }
   explicit NotingRegistry(port::Registry& registry) : registry_(registry) {}
 
   std::unique_ptr<port::RegistryKey> Open(std::u16string_view path) override {

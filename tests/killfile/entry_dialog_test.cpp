@@ -145,6 +145,26 @@ TEST_F(EntryDialog, TheSecondItemRequires) {
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", false, true}, {1, "Linux", false, false}}));
 }
 
+// A "?" in their place would kill what nobody named.
+TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefused) {
+  Answer(u"bob@x", u"\u0416\u20AC \u0417");
+  OpenKillfileEntryDialog(1, "", "");
+  EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}}));
+  EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{
+                            u"Some characters of this text cannot be used here: \u0416 \u0417"}));
+}
+
+TEST_F(EntryDialog, CharactersOfATextThatIsNotCheckedDoNotMatter) {
+  WhenShown([this](port::WindowHandle dialog) {
+    fake.display.Type(dialog, 1013, u"\u0416");
+    fake.display.Choose(dialog, 1012, 2);
+    fake.display.Press(dialog, kControlOk);
+  });
+  OpenKillfileEntryDialog(0, "Ann", "");
+  EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", true, true}}));
+  EXPECT_TRUE(BoxTexts().empty());
+}
+
 TEST_F(EntryDialog, EmptyTextsAddNothing) {
   Answer(u"", u"");
   OpenKillfileEntryDialog(0, "Ann", "Subject");
@@ -162,7 +182,7 @@ TEST_F(EntryDialog, ATextThatBeginsWithANulAddsNothing) {
 }
 
 TEST_F(EntryDialog, TextsAreNarrowed) {
-  Answer(u"J\u00FCrgen \u20AC \u4E00", u"");
+  Answer(u"J\u00FCrgen \u20AC ?", u"");
   OpenKillfileEntryDialog(0, "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "J\xFCrgen \x80 ?", true, true}}));
 }

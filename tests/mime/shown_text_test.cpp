@@ -35,8 +35,14 @@ TEST(ShownText, WhatIsShownGoesBackToItsBytes) {
 
 TEST(ShownText, AUnitWithoutAByteBecomesAQuestionMark) {
   EXPECT_EQ(ToStored(u"\u03A9\u20AC\U0001F600"), "?\x80??");
-  EXPECT_EQ(AsStored(u"\u03A9\u20AC\U0001F600"), u"?\u20AC??");
-  EXPECT_EQ(AsStored(Widen(AllBytes())), Widen(AllBytes()));
+}
+
+TEST(ShownText, WhatHasNoByteIsNamedOnceAndWhole) {
+  using Characters = std::vector<std::u16string>;
+  EXPECT_EQ(NotStorable(u"\u03A9?\u20AC\U0001F600x\u0416\u03A9\U0001F600"),
+            (Characters{u"\u03A9", u"\U0001F600", u"\u0416"}));
+  EXPECT_EQ(NotStorable(u"\xDE00\xD83D\xD83D"), (Characters{u"\xDE00", u"\xD83D"}));
+  EXPECT_EQ(NotStorable(Widen(AllBytes())), Characters());
 }
 
 TEST(Fold, FoldsAsciiLettersAlone) {

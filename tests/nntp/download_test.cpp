@@ -1,5 +1,8 @@
 #include "nntp/download.h"
 
+#include <functional>
+
+#include "base/multi_string.h"
 #include "tests/nntp/nntp_fixture.h"
 
 namespace quillet {
@@ -249,7 +252,9 @@ TEST_F(DownloadTest, RenumberedGroupRestartsAfterItsFirst) {
             " last: 5; starting with 6 getting 15)");
   EXPECT_EQ(gPrefs->lastonserver[0], 20U);
   EXPECT_EQ(gPrefs->lastdownloaded[0], 5U);
-  EXPECT_TRUE(SavedProgress().empty());  // corrections alone are not written
+  // Saved with the server's new last number, beside which the former one would be wrong.
+  EXPECT_EQ(SavedProgress(), (Numbers{5, 0}));
+  EXPECT_EQ(SavedNumbers(u"lastonserver"), (Numbers{20, 0}));
 }
 
 TEST_F(DownloadTest, BothCorrectionsMayMeet) {
@@ -687,36 +692,27 @@ TEST_F(DownloadTest, LostHeadStatusEndsTheRun) {
   EXPECT_FALSE(AbortRequested());
 }
 
-TEST_F(DownloadTest, HeadCutShortIsStillStoredWhenHeadsAreAllThatIsWanted) {
+TEST_F(DownloadTest, HeadCutShortIsNotStored) {
   ChooseGroups({0, 1});
-  gPrefs->downloadfull = 0;
-  Enters(1, 2);
-  Exchange("STAT 1", "223 1 <a@x>");
-  Client("HEAD\r\n");
-  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\nSubj");
-  fake.sockets.Closes();
-  Run();
-  const auto article = Stored("<a@x>");
-  ASSERT_NE(article, nullptr);
-  EXPECT_EQ(article->subject, "<no subject>");
-  EXPECT_EQ(article->headers, "Subj");
-  EXPECT_EQ(article->source, "<import>");  // the connection was closed before the extraction
-  EXPECT_EQ(end_, RunEnd::kLost);
-  EXPECT_FALSE(AbortRequested());
-  EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
-}
-
-TEST_F(DownloadTest, HeadCutShortAsksForABodyInVain) {
-  Enters(1, 2);
-  Exchange("STAT 1", "223 1 <a@x>");
-  Client("HEAD\r\n");
-  Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\n");
-  fake.sockets.Closes();
-  Run();
-  EXPECT_EQ(Stored("<a@x>"), nullptr);
-  EXPECT_EQ(ErrorLog(), u"socket destroyed\r\nsocket destroyed\r\n");
-  EXPECT_EQ(end_, RunEnd::kLost);
-  EXPECT_FALSE(AbortRequested());
+  for (const std::uint32_t full : {0U, 1U}) {
+    gPrefs->downloadfull = full;
+    gConnection.error_log = TextLog();
+    Connected();
+    Enters(1, 2);
+    Exchange("STAT 1", "223 1 <a@x>");
+    Client("HEAD\r\n");
+    Server("221 1 <a@x>\r\nMessage-ID: <a@x>\r\nSubj");
+    fake.sockets.Closes();
+    Run();
+    EXPECT_EQ(Stored("<a@x>"), nullptr);
+    EXPECT_TRUE(Chain(u"comp.lang.misc").empty());
+    EXPECT_EQ(gPrefs->lastdownloaded[0], 0U);
+    EXPECT_EQ(SavedProgress(), (Numbers{0, 0}));
+    EXPECT_EQ(ErrorLog(), u"socket destroyed\r\n");
+    EXPECT_EQ(end_, RunEnd::kLost);
+    EXPECT_FALSE(AbortRequested());
+    EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+  }
 }
 
 TEST_F(DownloadTest, AbortDuringAHeadDropsTheArticle) {
@@ -730,6 +726,315 @@ TEST_F(DownloadTest, AbortDuringAHeadDropsTheArticle) {
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
   EXPECT_EQ(end_, RunEnd::kCancelled);
+}
+
+// --- what ends the run before the article is done with ---
+
+class PutBackTest : public DownloadTest {
+ protected:
+  PutBackTest() {
+    ChooseGroups({0, 1});
+    gPrefs->lastdownloaded = {4, 9};
+    gPrefs->lastonserver = {4, 9};
+  }
+
+  void StandsAtFive() {
+    Enters(1, 8);
+    Exchange("STAT 5", "223 5 <a@x>");
+  }
+
+  void ExpectPutBack(RunEnd end) {
+    Run();
+    EXPECT_EQ(end_, end);
+    EXPECT_EQ(Stored("<a@x>"), nullptr);
+    EXPECT_EQ(gPrefs->lastdownloaded, (Numbers{4, 9}));
+    EXPECT_EQ(SavedProgress(), (Numbers{4, 9}));
+    EXPECT_EQ(SavedNumbers(u"lastonserver"), (Numbers{8, 9}));
+    EXPECT_EQ(fake.sockets.sent().find("alt.test"), std::string::npos);
+  }
+};
+
+TEST_F(PutBackTest, RepliesThatSayNothingAboutTheArticleEndTheRun) {
+  for (const char* code : {"400", "480", "483", "502", "503"}) {
+    for (const bool body : {false, true}) {
+      SCOPED_TRACE(std::string(code) + (body ? " body" : " head"));
+      gPrefs->lastonserver[0] = 4;
+      gConnection.error_log = TextLog();
+      StandsAtFive();
+      if (body) FetchesHead(5, "<a@x>");
+      Exchange(body ? "BODY" : "HEAD", std::string(code) + " not now");
+      ExpectPutBack(RunEnd::kRefused);
+      EXPECT_EQ(ErrorLog(),
+                u"The server ended the download: " + Widen(std::string(code)) + u" not now\r\n");
+    }
+  }
+}
+
+TEST_F(PutBackTest, OtherRefusalsAreFailedFetchesAndStay) {
+  for (const char* code : {"401", "420", "423", "430", "481", "482", "500", "501", "504", "600"}) {
+    SCOPED_TRACE(code);
+    gPrefs->lastdownloaded[0] = 4;
+    ChooseGroups({0});
+    Enters(1, 6);
+    Exchange("STAT 5", "223 5 <a@x>");
+    Exchange("HEAD", std::string(code) + " no");
+    Exchange("NEXT", "223 6 <b@x>");
+    FetchesHead(6, "<b@x>");
+    Exchange("BODY", std::string(code) + " no");
+    Run();
+    EXPECT_EQ(end_, RunEnd::kGoOn);
+    EXPECT_EQ(ErrorLog(), u"");
+    EXPECT_EQ(SavedProgress(), (Numbers{6, 9}));
+  }
+}
+
+TEST_F(PutBackTest, CancelAndTheEndOfTheSession) {
+  for (const bool session : {false, true}) {
+    for (const bool body : {false, true}) {
+      SCOPED_TRACE(FormatNarrow("%d %d", session ? 1 : 0, body ? 1 : 0));
+      gPrefs->lastonserver[0] = 4;
+      StandsAtFive();
+      if (body) FetchesHead(5, "<a@x>");
+      Client(body ? "BODY\r\n" : "HEAD\r\n");
+      Server(body ? "222 5 <a@x>\r\n" : "221 5 <a@x>\r\n");
+      Server("Message-ID: <a@x>\r\n.\r\n");
+      fake.sockets.Then([session] { session ? BeginSessionEnd() : RequestAbort(); });
+      ExpectPutBack(session ? RunEnd::kSessionEnds : RunEnd::kCancelled);
+    }
+  }
+}
+
+TEST_F(PutBackTest, LostConnection) {
+  for (const bool body : {false, true}) {
+    for (const bool status_came : {false, true}) {
+      SCOPED_TRACE(FormatNarrow("%d %d", body ? 1 : 0, status_came ? 1 : 0));
+      gPrefs->lastonserver[0] = 4;
+      Connected();
+      StandsAtFive();
+      if (body) FetchesHead(5, "<a@x>");
+      Client(body ? "BODY\r\n" : "HEAD\r\n");
+      if (status_came) Server(body ? "222 5 <a@x>\r\nte" : "221 5 <a@x>\r\nMess");
+      fake.sockets.Closes();
+      ExpectPutBack(RunEnd::kLost);
+    }
+  }
+}
+
+TEST_F(PutBackTest, StoreThatFails) {
+  StandsAtFive();
+  Fetches(5, "<a@x>");
+  fake.sockets.Then([] { CloseDatabases(); });
+  Client("NEXT\r\n");
+  Run();
+  EXPECT_EQ(end_, RunEnd::kStoreFailed);
+  EXPECT_EQ(gPrefs->lastdownloaded, (Numbers{4, 9}));
+  EXPECT_EQ(SavedProgress(), (Numbers{4, 9}));
+}
+
+TEST_F(PutBackTest, ArticleThatIsStoredStaysThoughTheRunEndsWithIt) {
+  StandsAtFive();
+  Fetches(5, "<a@x>");
+  fake.sockets.Then([this] { fake.sockets.FailSend(1, 10054); });  // of the NEXT
+  Run();
+  EXPECT_EQ(end_, RunEnd::kLost);
+  ASSERT_NE(Stored("<a@x>"), nullptr);
+  EXPECT_EQ(SavedProgress(), (Numbers{5, 9}));
+}
+
+// --- the server's last number ---
+
+TEST_F(DownloadTest, LastNumberOfTheServerIsSavedWhenTheWalkBegins) {
+  Enters(1, 8);
+  Client("STAT 1\r\n");
+  fake.sockets.Then([this] { EXPECT_EQ(SavedNumbers(u"lastonserver"), (Numbers{8, 0})); });
+  Server("412 none\r\n");
+  Run();
+  EXPECT_TRUE(SavedProgress().empty());  // no article was reached
+}
+
+TEST_F(DownloadTest, NumberBeyondTheServersLastIsSavedWithIt) {
+  Enters(1, 2);
+  Exchange("STAT 1", "223 8 <a@x>");
+  Client("HEAD\r\n");
+  fake.sockets.Then([this] {
+    EXPECT_EQ(SavedProgress(), (Numbers{8, 0}));
+    EXPECT_EQ(SavedNumbers(u"lastonserver"), (Numbers{8, 0}));
+  });
+  Server("430 gone\r\n");
+  Exchange("NEXT", "421 none");
+  Run();
+}
+
+TEST_F(DownloadTest, LastNumberOfTheServerIsSavedAtEveryWayOut) {
+  struct Way {
+    std::string name;
+    std::function<void()> lay;
+  };
+  const std::vector<Way> ways = {
+      {"refused", [this] { Exchange("GROUP comp.lang.misc", "411 no"); }},
+      {"lost",
+       [this] {
+         Client("GROUP comp.lang.misc\r\n");
+         fake.sockets.Closes();
+       }},
+      {"group ends",
+       [this] {
+         Enters(1, 3);
+         Exchange("STAT 1", "412 none");
+       }},
+      {"cancelled",
+       [this] {
+         Enters(1, 3);
+         fake.sockets.Then([] { RequestAbort(); });
+       }},
+  };
+  for (const Way& way : ways) {
+    SCOPED_TRACE(way.name);
+    Connected();
+    gPrefs->lastonserver = {2, 0};
+    fake.registry.Erase(kRegistryPath, u"lastonserver");
+    fake.sockets.on_call = nullptr;
+    way.lay();
+    Run();
+    fake.sockets.Release();
+    EXPECT_EQ(SavedNumbers(u"lastonserver"), gPrefs->lastonserver);
+  }
+}
+
+// --- after a process that was killed ---
+
+class KilledTest : public DownloadTest {
+ protected:
+  // Runs until the article at which the server stands is asked for, and leaves the registry as a
+  // process that is killed there.
+  void KilledAt(std::uint32_t number) {
+    fake.sockets.Then([this] { Remember(); });
+    Server(FormatNarrow("221 %lu <k@x>\r\n", number));
+    fake.sockets.Closes();
+    Run();
+    for (const auto& [name, value] : remembered_) {
+      fake.registry.Create(kRegistryPath)->Set(name, value.type, value.data);
+    }
+    gPrefs->lastdownloaded = SavedProgress();
+    gPrefs->lastonserver = SavedNumbers(u"lastonserver");
+    gConnection.error_log = TextLog();
+    gTransactionLog->text.clear();
+    Connected();
+  }
+
+ private:
+  void Remember() { remembered_ = fake.registry.Open(kRegistryPath)->Values(); }
+  std::vector<port::NamedRegistryValue> remembered_;
+};
+
+TEST_F(KilledTest, LastNumberOfEachGroupIsTriedOnceMore) {
+  ChooseGroups({1, 0});
+  Exchange("GROUP alt.test", "211 1 6 6 alt.test");
+  Exchange("STAT 6", "223 6 <t@x>");
+  Fetches(6, "<t@x>");
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Client("HEAD\r\n");
+  KilledAt(2);
+  EXPECT_EQ(gPrefs->lastdownloaded, (Numbers{2, 6}));
+
+  ChooseGroups({1, 0});
+  Exchange("GROUP alt.test", "211 1 6 6 alt.test");
+  Exchange("STAT 6", "223 6 <t@x>");
+  FetchesHead(6, "<t@x>");  // stored already
+  Exchange("NEXT", "421 none");
+  Enters(1, 3);
+  Exchange("STAT 2", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Exchange("NEXT", "223 3 <c@x>");
+  Fetches(3, "<c@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (Ids{"<c@x>", "<b@x>", "<a@x>"}));
+  EXPECT_EQ(Chain(u"alt.test"), Ids{"<t@x>"});
+  EXPECT_EQ(SavedProgress(), (Numbers{3, 6}));
+
+  ChooseGroups({1, 0});  // and once only
+  Exchange("GROUP alt.test", "211 1 6 6 alt.test");
+  Enters(1, 3);
+  Run();
+  EXPECT_EQ(SavedProgress(), (Numbers{3, 6}));
+}
+
+TEST_F(KilledTest, GroupThatIsNotVisitedWaitsForTheRunThatVisitsIt) {
+  gPrefs->lastonserver[1] = gPrefs->lastdownloaded[1] = 5;
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  KilledAt(1);
+
+  ChooseGroups({1});
+  Exchange("GROUP alt.test", "211 1 6 6 alt.test");
+  Exchange("STAT 6", "223 6 <t@x>");  // nothing of it was under way: after the last one
+  Fetches(6, "<t@x>");
+  Run();
+
+  // The list of groups may change in between.
+  RemoveGroup(*gPrefs, GroupAt(1));
+  CountArticles();
+  ChooseGroups({0});
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<a@x>"});
+}
+
+TEST_F(KilledTest, GroupThatIsRefusedIsTriedLater) {
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  KilledAt(1);
+
+  ChooseGroups({0});
+  Exchange("GROUP comp.lang.misc", "411 not now");
+  Run();
+  EXPECT_EQ(gPrefs->lastdownloaded[0], 1U);
+  ChooseGroups({0});
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "421 none");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{"<a@x>"});
+}
+
+TEST_F(KilledTest, RunThatIsCutOffIsNotAKill) {
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Client("NEXT\r\n");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(end_, RunEnd::kLost);
+  Connected();
+  Enters(1, 3);
+  Exchange("STAT 2", "412 none");
+  Run();
+}
+
+TEST_F(KilledTest, ValueThatIsNoListOfPairsIsTakenAsFarAsItGoes) {
+  gPrefs->lastdownloaded = {2, 5};
+  gPrefs->lastonserver = {2, 5};
+  const auto key = fake.registry.Create(kRegistryPath);
+  const std::vector<std::u16string> odd = {u"news.example.org", u"comp.lang.misc", u"x"};
+  key->Set(u"groupsunderway", port::RegistryType::kMultiString, CreateMultiString(odd));
+  ChooseGroups({0, 1});
+  Enters(1, 2);
+  Exchange("STAT 2", "412 none");
+  Exchange("GROUP alt.test", "211 1 5 5 alt.test");
+  Run();
+  key->Set(u"groupsunderway", port::RegistryType::kBinary, "news.example.org");
+  ChooseGroups({1});
+  Exchange("GROUP alt.test", "211 1 5 5 alt.test");
+  Run();
 }
 
 // --- killed, stored already ---
@@ -950,7 +1255,8 @@ TEST_F(DownloadTest, AbortDuringABodyDropsTheArticle) {
   fake.sockets.Then([] { RequestAbort(); });
   Run();
   EXPECT_EQ(Stored("<a@x>"), nullptr);
-  EXPECT_EQ(SavedProgress(), (Numbers{1, 0}));
+  EXPECT_EQ(gPrefs->lastdownloaded[0], 0U);
+  EXPECT_EQ(SavedProgress(), (Numbers{0, 0}));
   EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 

@@ -137,8 +137,9 @@ class NntpTest : public ::testing::Test {
   }
 
   // The registry's lastdownloaded array; empty when it was never written.
-  std::vector<std::uint32_t> SavedProgress() {
-    const auto value = fake.registry.Find(kRegistryPath, u"lastdownloaded");
+  std::vector<std::uint32_t> SavedProgress() { return SavedNumbers(u"lastdownloaded"); }
+  std::vector<std::uint32_t> SavedNumbers(std::u16string_view name) {
+    const auto value = fake.registry.Find(kRegistryPath, name);
     std::vector<std::uint32_t> numbers;
     for (std::size_t at = 0; value && at + 4 <= value->data.size(); at += 4) {
       numbers.push_back(GetU32(value->data, at));

@@ -404,6 +404,12 @@ TEST_F(BlockProgressTest, SkippingAnOversizedArticleIsSaid) {
                                    u"skipping large article 77: 10k (this may take some time)"}));
 }
 
+TEST_F(BlockProgressTest, ReceiveThatOverflowsStillShowsTheArticle) {
+  EXPECT_EQ(DetailsOf({5000, 5000}, 5001, 0),
+            (std::vector<std::u16string>{
+                u"article 77: 4k", u"skipping large article 77: 9k (this may take some time)"}));
+}
+
 TEST_F(BlockProgressTest, NotShownWhenNotAskedFor) {
   EXPECT_TRUE(DetailsOf({9000}, 100'000, 0, false).empty());
 }

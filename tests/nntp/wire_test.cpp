@@ -381,6 +381,30 @@ TEST_F(WireTest, OverviewOfAHundredThousandLinesTakesNoMemoryAtAll) {
   gPlatform = &fake.platform;
 }
 
+TEST_F(WireTest, MemoryThatRunsOutAtAnyReceiveLosesNoTerminator) {
+  const std::string whole = std::string(3000, 'x') + "\r\n.\r\n";
+  Server("200 hi\r\n");
+  EXPECT_EQ(Line(), "200 hi\r\n");  // the reader has its buffer now
+  for (std::size_t split = whole.size() - 8; split <= whole.size(); ++split) {
+    for (const bool first : {true, false}) {
+      SCOPED_TRACE(FormatNarrow("%d, %s", static_cast<int>(split), first ? "first" : "second"));
+      if (!first && split == whole.size()) continue;
+      Server(whole.substr(0, split));
+      Server(whole.substr(split));
+      Server("200 next\r\n");
+      gConnection.wire = std::move(wire);
+      std::string text;
+      testing::FailNewOfAtLeast(first ? 2000 : split + 2);  // what the second receive grows it to
+      EXPECT_EQ(ReadMultiline(&text, 100'000, false, 1, 0), BlockResult::kOversized);
+      testing::FailNewOfAtLeast(0);
+      EXPECT_TRUE(ReadResponse());
+      EXPECT_EQ(gConnection.reply, "200 next\r\n");
+      wire = std::move(gConnection.wire);
+      if (HasFailure()) return;
+    }
+  }
+}
+
 TEST_F(WireTest, BlockJoinedByLineEndsIsWhatTheReaderInTurnsKeeps) {
   const std::string body =
       "one\r\n\r\n..two\r\n.three\n.\nfour\r\r\n" + std::string(70'000, 'x') + "\r\nlast\r\n.\r\n";

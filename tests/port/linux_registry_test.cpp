@@ -5,13 +5,21 @@
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <memory>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "tests/port/linux_test_tools.h"
 #include "util/little_endian.h"
+#include "util/text.h"
 
 namespace quillet::port {
 namespace {
@@ -229,6 +237,29 @@ TEST_F(LinuxRegistryTest, DamagedLogIsIgnoredFromTheDamageOn) {
   EXPECT_EQ(registry.SetAsidePath(), "");
 }
 
+// The log holds the youngest settings, and left in its place it would be taken for the new file's.
+// It is still there when another process has the file open too.
+TEST_F(LinuxRegistryTest, TheLogOfAFileThatIsSetAsideGoesWithIt) {
+  MakeLargeRegistry();
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "PRAGMA user_version = 2; UPDATE registry_value SET data = x'37'",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  const std::string log = ReadAll(file_ + "-wal");
+  ASSERT_GT(log.size(), 4096U);
+  {
+    LinuxRegistry registry(file_);
+    EXPECT_EQ(registry.Open(kPath), nullptr);
+    ASSERT_NE(registry.SetAsidePath(), "");
+    EXPECT_EQ(ReadAll(registry.SetAsidePath() + "-wal"), log);
+    EXPECT_TRUE(Put(registry, u"x", "1"));
+    EXPECT_EQ(registry.Open(kPath)->Values().size(), 1U);
+  }
+  sqlite3_close(other);
+  EXPECT_EQ(Sql(file_, "SELECT count(*) FROM registry_value"), "1");
+}
+
 TEST_F(LinuxRegistryTest, ValuesWithWrongColumnTypesAreMissing) {
   {
     LinuxRegistry registry(file_);
@@ -289,12 +320,138 @@ TEST_F(LinuxRegistryTest, ReadOnlyRegistryIsReadAndRefusesWrites) {
   chmod(folder.c_str(), 0755);
 }
 
-TEST_F(LinuxRegistryTest, FolderInPlaceOfTheFileGivesNoKey) {
-  std::filesystem::create_directory(file_);
-  LinuxRegistry registry(file_);
+// --- What is in the way --------------------------------------------------------------------------
+
+// Neither opened nor made; the reason names the file.
+void ExpectObstacle(const std::string& file, const std::string& reason) {
+  SCOPED_TRACE(reason);
+  LinuxRegistry registry(file);
   EXPECT_EQ(registry.Open(kPath), nullptr);
   EXPECT_EQ(registry.Create(kPath), nullptr);
+  EXPECT_EQ(registry.Obstacle(), FromUtf8('"' + file + "\" " + reason));
+  EXPECT_EQ(registry.SetAsidePath(), "");
 }
+
+TEST_F(LinuxRegistryTest, NothingIsInTheWayOfARegistryNorOfNone) {
+  LinuxRegistry registry(file_);
+  EXPECT_EQ(registry.Obstacle(), u"");
+  EXPECT_FALSE(std::filesystem::exists(file_));
+  EXPECT_TRUE(Put(registry, u"x", "1"));
+  EXPECT_EQ(registry.Obstacle(), u"");
+  EXPECT_EQ(LinuxRegistry(file_).Obstacle(), u"");
+  const std::string link = folder_ / "link.db";
+  std::filesystem::create_symlink(file_, link);
+  EXPECT_EQ(LinuxRegistry(link).Obstacle(), u"");
+}
+
+TEST_F(LinuxRegistryTest, AFolderIsInTheWay) {
+  std::filesystem::create_directory(file_);
+  ExpectObstacle(file_, "is not a regular file");
+}
+
+TEST_F(LinuxRegistryTest, ALinkThatLeadsNowhereIsInTheWay) {
+  std::filesystem::create_symlink(folder_ / "gone", file_);
+  ExpectObstacle(file_, "is a link that leads nowhere");
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "gone"));
+  std::filesystem::remove(file_);
+  std::filesystem::create_symlink(file_, file_);
+  ExpectObstacle(file_, "is a link that leads nowhere");
+}
+
+// Reading from a pipe that nobody writes to would wait for ever.
+TEST_F(LinuxRegistryTest, APipeIsRefusedAndNeverWaitedFor) {
+  const StopWatch watch;
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    const std::string file = folder_ / ("pipe" + std::string(suffix) + ".db");
+    { EXPECT_TRUE(*suffix == '\0' || Put(*std::make_unique<LinuxRegistry>(file), u"x", "1")); }
+    ASSERT_EQ(mkfifo((file + suffix).c_str(), 0666), 0);
+    LinuxRegistry registry(file);
+    EXPECT_EQ(registry.Open(kPath), nullptr);
+    EXPECT_EQ(registry.Create(kPath), nullptr);
+    EXPECT_EQ(registry.Obstacle(), FromUtf8('"' + file + suffix + "\" is not a regular file"));
+    std::filesystem::remove(file + suffix);
+    EXPECT_TRUE(Put(registry, u"y", "1"));
+    EXPECT_EQ(registry.Obstacle(), u"");
+  }
+  EXPECT_LT(watch.Milliseconds(), 10000);
+}
+
+TEST_F(LinuxRegistryTest, ASocketAndADeviceAreRefusedAndKeepTheirModes) {
+  const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(file_.size(), sizeof address.sun_path);
+  std::copy(file_.begin(), file_.end(), address.sun_path);
+  ASSERT_EQ(bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(chmod(file_.c_str(), 0755), 0);
+  ExpectObstacle(file_, "is not a regular file");
+  EXPECT_EQ(std::filesystem::status(file_).permissions(), std::filesystem::perms{0755});
+  close(server);
+  std::filesystem::remove(file_);
+  const auto before = std::filesystem::status("/dev/zero").permissions();
+  std::filesystem::create_symlink("/dev/zero", file_);
+  ExpectObstacle(file_, "is not a regular file");
+  EXPECT_EQ(std::filesystem::status("/dev/zero").permissions(), before);
+}
+
+TEST_F(LinuxRegistryTest, AFileThatMayNotBeReadIsInTheWay) {
+  {
+    LinuxRegistry registry(file_);
+    ASSERT_TRUE(Put(registry, u"x", "1"));
+  }
+  const std::string closed = folder_ / "closed";
+  std::filesystem::create_directory(closed);
+  chmod(folder_.path().c_str(), 0755);
+  chmod(file_.c_str(), 0);
+  chmod(closed.c_str(), 0);
+  {
+    const PlainUser user;
+    ExpectObstacle(file_, "may not be read");
+    ExpectObstacle(closed + "/registry.db", "cannot be reached");
+  }
+  chmod(file_.c_str(), 0600);
+  chmod(closed.c_str(), 0700);
+  LinuxRegistry registry(file_);
+  EXPECT_EQ(Data(registry, u"x"), "1");
+}
+
+TEST_F(LinuxRegistryTest, AProcessThatKeepsTheFileIsInTheWayUntilItLetsGo) {
+  {
+    LinuxRegistry registry(file_);
+    ASSERT_TRUE(Put(registry, u"x", "1"));
+  }
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE", nullptr,
+                         nullptr, nullptr),
+            SQLITE_OK);
+  LinuxRegistry registry(file_);
+  const StopWatch watch;
+  EXPECT_EQ(registry.Obstacle(), FromUtf8('"' + file_ + "\" is in use by another program"));
+  EXPECT_LT(watch.Milliseconds(), 8000);
+  sqlite3_close(other);
+  EXPECT_EQ(registry.Obstacle(), u"");
+  EXPECT_EQ(Data(registry, u"x"), "1");
+  EXPECT_EQ(registry.SetAsidePath(), "");
+}
+
+TEST_F(LinuxRegistryTest, DamageThatCannotBeSetAsideIsInTheWay) {
+  const std::string folder = folder_ / "closed";
+  const std::string file = folder + "/registry.db";
+  std::filesystem::create_directory(folder);
+  WriteAll(file, std::string(5000, 'x'));
+  chmod(folder_.path().c_str(), 0755);
+  chmod(file.c_str(), 0666);
+  chmod(folder.c_str(), 0555);
+  {
+    const PlainUser user;
+    ExpectObstacle(file, "is damaged and cannot be set aside");
+  }
+  chmod(folder.c_str(), 0755);
+  EXPECT_EQ(ReadAll(file), std::string(5000, 'x'));
+}
+
+// --- Disks and other processes -------------------------------------------------------------------
 
 // The disk is full for this process as long as the scope lasts.
 class FullDisk {
@@ -356,6 +513,22 @@ TEST_F(LinuxRegistryTest, WriteThatAnotherProcessHoldsUpFailsAfterAWhile) {
   EXPECT_EQ(Data(registry, u"x"), "1");
   sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
   EXPECT_TRUE(Put(registry, u"x", "2"));
+  sqlite3_close(other);
+}
+
+TEST_F(LinuxRegistryTest, WriteWaitsForAnotherProcessThatLetsGoInTime) {
+  LinuxRegistry registry(file_);
+  ASSERT_TRUE(Put(registry, u"x", "1"));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  std::thread lets_go([other] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
+  });
+  EXPECT_TRUE(Put(registry, u"x", "2"));
+  lets_go.join();
+  EXPECT_EQ(Data(registry, u"x"), "2");
   sqlite3_close(other);
 }
 

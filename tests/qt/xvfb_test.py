@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Real clicks and keys in the real program on an X server in memory.
+"""Real clicks and keys in the real program under a window manager on an X server in memory.
 
-Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb or xdotool is missing.
+Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb, xdotool or openbox is missing.
 """
 import os
 import shutil
@@ -67,13 +67,18 @@ class Registry:
         return rows[0][0] if rows else None
 
 
-class WindowUnderX(side_by_side.Test):
+class UnderX(side_by_side.Test):
+    """A screen of its own for each test, and what a user does there."""
+
+    SCREEN = "800x600x24"
+    MANAGED = True
+
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory()
         self.profile = os.path.join(self.folder.name, "profile")
         read, write = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp",
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", self.SCREEN, "-nolisten", "tcp",
              "-noreset", "-fbdir", self.folder.name],
             pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
@@ -82,11 +87,18 @@ class WindowUnderX(side_by_side.Test):
         self.environment = dict(os.environ, DISPLAY=":" + display, QT_QPA_PLATFORM="xcb",
                                 XDG_RUNTIME_DIR=self.folder.name, QT_SCALE_FACTOR="1")
         self.environment.pop("WAYLAND_DISPLAY", None)
-        self.program = None
+        self.program = self.manager = None
         wait_for("X server", lambda: self.tool("getdisplaygeometry"))
+        if self.MANAGED:
+            # What it runs once it has started: windows shown before are lost.
+            ready = os.path.join(self.folder.name, "managed")
+            self.manager = subprocess.Popen(
+                ["openbox", "--sm-disable", "--startup", "touch " + ready], env=self.environment,
+                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            wait_for("window manager", lambda: os.path.exists(ready))
 
     def tearDown(self):
-        for process in (self.program, self.server):
+        for process in (self.program, self.manager, self.server):
             if process is not None and process.poll() is None:
                 process.terminate()  # the server removes its lock and socket
             if process is not None:
@@ -141,8 +153,15 @@ class WindowUnderX(side_by_side.Test):
     def end(self):
         self.assertEqual(self.program.wait(LIMIT), 0)
 
+    def place(self, window):
+        """Left, top, width and height on the screen, without the frame."""
+        self.tool("mousemove", "--sync", "--window", window, 0, 0)  # what it says itself is off by the frame
+        where = dict(line.split("=") for line in self.tool("getmouselocation", "--shell"))
+        size = dict(line.split("=") for line in self.tool("getwindowgeometry", "--shell", window))
+        return int(where["X"]), int(where["Y"]), int(size["WIDTH"]), int(size["HEIGHT"])
+
     def close(self):
-        # No window manager: the focus may still be on its way.
+        # The focus may still be on its way.
         def ended():
             self.tool("key", "ctrl+w")
             return self.program.poll() is not None
@@ -180,10 +199,29 @@ class WindowUnderX(side_by_side.Test):
         self.do("key", "Down", "Return")
         return window
 
+
+class WithoutManager(UnderX):
+    MANAGED = False
+
     def test_accelerator_closes_the_program(self):
         self.start()
         self.close()
 
+
+class Frame(UnderX):
+    def test_window_with_its_frame_is_no_larger_than_the_screen(self):
+        window = self.start()
+        left, top, width, height = self.place(window)
+        self.assertGreater(top, 10)  # below its title
+        self.assertGreaterEqual(left, 0)
+        self.assertEqual(left + width + left, 800)
+        # As high as a handheld leaves free below its own menu bar, and its title within that.
+        below = 600 - 26 - (top + height)
+        self.assertIn(below, range(1, 10))
+        self.close()
+
+
+class Reading(UnderX):
     def test_click_on_a_box_is_saved(self):
         registry = self.prepare_groups()
         window = self.start()
@@ -312,7 +350,7 @@ class WindowUnderX(side_by_side.Test):
 
 
 if __name__ == "__main__":
-    if not shutil.which("Xvfb") or not shutil.which("xdotool"):
-        print("Xvfb or xdotool is missing: skipped")
+    if not all(map(shutil.which, ("Xvfb", "xdotool", "openbox"))):
+        print("Xvfb, xdotool or openbox is missing: skipped")
         sys.exit(77)
     side_by_side.main()

@@ -1,7 +1,9 @@
 """Profiles that are damaged, locked, full or cannot be written: what the user is told and what stays."""
 
 import fcntl
+import os
 import random
+import socket
 
 from news_servers import NewsServer, article
 from scenario import *
@@ -15,6 +17,16 @@ NO_DATABASES = {
     "other program": b"SQLite format 3\0" + bytes(5000),
     "one byte": b"\xce",
 }
+
+
+def bind_socket(path):
+    """Leaves a socket of that name behind."""
+    with socket.socket(socket.AF_UNIX) as server:
+        here = os.open(path.parent, os.O_RDONLY)  # the whole path may be longer than a socket's
+        try:
+            server.bind("/proc/self/fd/%d/%s" % (here, path.name))
+        finally:
+            os.close(here)
 
 
 class Damage(Scenario):
@@ -173,16 +185,27 @@ class Registry(Damage):
             'The stored preferences were damaged. They have been kept as "%s", and Quillet CE '
             "starts with its default preferences." % (self.profile / kept[0])])
 
-    def test_a_registry_that_cannot_be_opened_is_told(self):
+    @for_each("folder", "pipe", "link", "socket")
+    def test_a_registry_that_cannot_be_read_ends_the_start(self, kind):
         for leftover in self.profile.glob("registry.db*"):
             leftover.unlink()
-        (self.profile / "registry.db").mkdir()
+        path = self.profile / "registry.db"
+        make, wrong = {
+            "folder": (path.mkdir, "is not a regular file"),
+            "pipe": (lambda: os.mkfifo(path), "is not a regular file"),
+            "link": (lambda: path.symlink_to("nowhere"), "is a link that leads nowhere"),
+            "socket": (lambda: bind_socket(path), "is not a regular file"),
+        }[kind]
+        make()
+        kind_before = path.lstat().st_mode
         q = self.run_quillet()
-        q.do("wait")
-        q.finish()
-        self.assertEqual((q.status, q.exit_code()), (0, 0))
+        q.do("wait-for exit")
+        self.assertEqual((q.finish(), q.exit_code()), (0, 1))
         self.assertEqual([box[1] for box in q.boxes()], [
-            "A critical error (unable to create registry key) occurred in WritePreferences."])
+            'Quillet CE cannot read its preferences, because "%s" %s. Quillet CE will now exit.'
+            % (path, wrong)])
+        self.assertEqual(path.lstat().st_mode, kind_before)
+        self.assertEqual([p.name for p in self.profile.glob("registry.db*")], ["registry.db"])
 
 
 class FullDisk(Damage):

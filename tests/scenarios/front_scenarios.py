@@ -34,6 +34,7 @@ class Failures(Scenario):
                 (["sleep soon"], "usage", "not a number: soon", 1),
                 (["key Ctrl+Nothing"], "usage", "no such key: Ctrl+Nothing", 1),
                 (["tab mail"], "usage", "no such tab: mail", 1),
+                (["maintain roof"], "usage", "no such maintenance: roof", 1),
                 (["expect x maybe"], "usage", "not an answer: maybe", 1),
                 (["expect x yes often"], "usage", "neither optional nor times N: often", 1),
                 (["registry-set a dword x"], "usage", "not a registry value", 1),
@@ -267,6 +268,18 @@ class Reading(Scenario):
         self.assertEqual(q.finish(), 1)
         self.assertEqual((q.failure()["reason"], q.failure()["text"]), (reason, text))
         self.assertEqual(q.exit_code(), 0)
+
+    def test_the_databases_are_rewritten_as_asked(self):
+        packed = b"BZh1"
+        with self.start_opened() as q:
+            before = q.article("<ann@x>")
+            for how, form in (("compress", True), ("compact", True), ("uncompress", False)):
+                inode = (self.news_folder / ARTICLES).stat().st_ino
+                q.do("maintain " + how)
+                self.assertNotEqual((self.news_folder / ARTICLES).stat().st_ino, inode)
+                self.assertEqual(packed in (self.news_folder / ARTICLES).read_bytes(), form, how)
+                self.assertEqual(q.article("<ann@x>"), before)
+        self.assert_fine(q)
 
     def test_nodes_by_path_and_by_message_id(self):
         with self.start_opened() as q:

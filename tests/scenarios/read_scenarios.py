@@ -212,17 +212,15 @@ class Walking(Reading):
                 self.assertEqual(seen, ["ann", "bob", "dora", "ann", "bob", "ann"])
             self.assert_fine(q)
 
-    def test_at_the_ends_the_article_stays(self):
+    def test_moves_beyond_the_ends_lead_back_to_the_tree(self):
         with self.open() as q:
-            q.open_node("<ann@x>")
-            for command in (PREVIOUS_ARTICLE, PREVIOUS_THREAD):
-                q.command(command)
-                self.assertEqual((self.shown(q), q.tab()), ("ann", "article"))
-            q.key("Escape")
-            q.open_node("<finn@x>")
-            for command in (NEXT_ARTICLE, NEXT_THREAD):
-                q.command(command)
-                self.assertEqual((self.shown(q), q.tab()), ("finn", "article"))
+            for node, commands in (("<ann@x>", (PREVIOUS_ARTICLE, PREVIOUS_THREAD)),
+                                   ("<finn@x>", (NEXT_ARTICLE, NEXT_THREAD))):
+                for command in commands:
+                    q.open_node(node)
+                    q.command(command)
+                    self.assertEqual(q.tab(), "thread")
+                    self.assertEqual(q.ask("viewer")["source"], "")
         self.assert_fine(q)
         self.assert_silent(q)
 

@@ -34,7 +34,8 @@ class Commands(unittest.TestCase):
         for name in ("run", "test"):
             shutil.copy(REPOSITORY / name, self.root / name)
         for name in ("build/release/qt/quillet", "demo/run_demo.sh", "tests/inn/fetch.sh",
-                     "bin/ninja", "bin/ctest", "bin/gcovr"):
+                     "bin/ninja", "bin/ctest", "bin/gcovr", "bin/python3",
+                     "build/quick/tests/kill/quillet-kill-store"):
             self.write(name, TELL % pathlib.Path(name).name)
 
     def write(self, name, text):
@@ -138,9 +139,20 @@ class Test(Commands):
         self.assertEqual(self.said[-2:], ["  0.0 %       0 of      3 lines  port/linux",
                                           " 75.0 %      30 of     40 lines  store"])
 
+    def test_kills_of_the_store_are_ten_times_those_of_the_program(self):
+        self.assertEqual(self.call("test", "--kill", "7", "--", "--seed", "3"), 0, self.errors)
+        self.assertEqual(self.ran("ninja"),
+                         ["-C build/quick quillet-kill-store quillet-script quillet-store-check"])
+        self.assertEqual(self.ran("quillet-kill-store"), ["--keep build/kill --seed 3 70"])
+        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py --seed 3 7"])
+        self.write("build/quick/tests/kill/quillet-kill-store", "#!/bin/sh\nexit 1\n")
+        self.assertEqual(self.call("test", "--kill", "7"), 1)
+        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py 7"])
+
     def test_what_does_not_go_together_is_refused(self):
         for words in (["--quick", "--coverage"], ["--quick", "--tsan"], ["--only", "store", "--lint"],
-                      ["--fuzz"], ["--fuzz", "x"], ["--slow"]):
+                      ["--fuzz"], ["--fuzz", "x"], ["--kill"], ["--kill", "0"],
+                      ["--quick", "--kill", "3"], ["--slow"]):
             self.assert_refused("usage: ./test", "test", *words)
 
 

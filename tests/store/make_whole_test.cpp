@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "store/deletion.h"
 #include "store/group_record.h"
 #include "store/lost_articles.h"
@@ -358,6 +360,51 @@ TEST_F(WholePointsTest, ACopyThatTheMarkDoesNotNameIsNotLookedAt) {
   ASSERT_TRUE(OpenGDBMDatabases());
   EXPECT_EQ(Chain(kGroup), Ids(2, 1));
   EXPECT_FALSE(FileThere(u"Quillet newsgroups.gdb.copy"));
+}
+
+class PostsCopyTest : public MakeWholeTest {
+ protected:
+  static void Queue(std::string_view id) {
+    AsciiArticle post = ArticleWithId(id);
+    ASSERT_TRUE(StoreAsciiGDBMPost(post));
+  }
+  static std::vector<std::string> Posts() {
+    std::vector<std::string> ids;
+    for (auto key = NextPendingPostKey({}); key; key = NextPendingPostKey(key)) {
+      ids.push_back(*key);
+    }
+    std::ranges::sort(ids);
+    return ids;
+  }
+};
+
+TEST_F(PostsCopyTest, ALostPostComesBackAndASentOneDoesNot) {
+  OpenStore();
+  for (const char* id : {"<1@p>", "<2@p>", "<3@p>"}) Queue(id);
+  DeletePendingPost("<2@p>");
+  ASSERT_TRUE(DeleteValue(kPosts, Raw("<3@p>\0")));
+  KillAndOpen();
+  EXPECT_THAT(Posts(), ElementsAre("<1@p>", "<3@p>"));
+  EXPECT_EQ(gPendingPostCount, 2U);
+  EXPECT_EQ(FetchPendingPost("<3@p>")->body, "text\r\n");
+}
+
+TEST_F(PostsCopyTest, ACopyThatCannotBeRenewedGoes) {
+  OpenStore();
+  for (const char* id : {"<1@p>", "<2@p>"}) Queue(id);
+  fake.files.FailNth(port::FileCall::kCopy, 1);
+  DeletePendingPost("<2@p>");
+  EXPECT_FALSE(FileThere(u"Quillet pending posts.gdb.copy"));
+  KillAndOpen();
+  EXPECT_THAT(Posts(), ElementsAre("<1@p>"));
+}
+
+TEST_F(PostsCopyTest, AQueueThatWasEmptiedStaysEmpty) {
+  OpenStore();
+  Queue("<1@p>");
+  ASSERT_TRUE(ResetPendingPostsDatabase());
+  KillAndOpen();
+  EXPECT_THAT(Posts(), IsEmpty());
 }
 
 }  // namespace

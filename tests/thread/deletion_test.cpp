@@ -406,6 +406,19 @@ TEST_F(TreeDeletionTest, AnOutdatedTreeIsNotTrusted) {
   ExpectInStep();
 }
 
+// It lacks articles that are to go.
+TEST_F(TreeDeletionTest, TheTreeOfAnAbortedBuildIsNotTrusted) {
+  PutNine();
+  observer.StartOver(3);
+  ShowThreadView();
+  observer.StartOver(0);
+  ASSERT_NE(gReading.tree->root().descendantCount, 9U);
+  EXPECT_EQ(DeleteArticlesOf(true, GroupAt(kGroup)), RunEnd::kGoOn);
+  EXPECT_THAT(Chain(kGroupName), SizeIs(4));
+  ShowThreadView();
+  ExpectInStep();
+}
+
 TEST_F(TreeDeletionTest, OtherGroupsGoByTheirChain) {
   ShowNine();
   Put({"<d@x>", "", "Deutsch", "zoe", 1, true}, u"de.test");

@@ -75,10 +75,25 @@ TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
   EXPECT_TRUE(gReading.find.match_case);
 }
 
-TEST_F(SearchTest, TheLastTextIsEightBit) {
-  AnswerFind({u"\u03A9 or \u20AC"});
-  EXPECT_TRUE(AskFindChoices());
-  EXPECT_EQ(gReading.find.text, u"? or \u20AC");
+// A "?" in its place would find what nobody looks for.
+TEST_F(SearchTest, CharactersThatNoArticleHasAreToldAndNotSearched) {
+  ShowBodies();
+  Put({"<9@x>", "", "Fourth", "ida", 9, false, "why ? ? \x80\r\n"});
+  Recount();
+  gReading.tree_state.Invalidate();
+  ShowThreadView();
+  fake.display.ForgetProgressTexts();
+  AnswerFind({u"\u03A9 \U0001F600 \u20AC"});
+  HandleThreadCommand(kCommandFind);
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Some characters of this text cannot be used here: \u03A9 "
+                                      u"\U0001F600"));
+  EXPECT_EQ(gReading.article, nullptr);
+  EXPECT_THAT(fake.display.progress_texts(), IsEmpty());
+  fake.display.WhenShown(kDialogFind, [this](port::WindowHandle dialog) {
+    EXPECT_EQ(fake.display.Control(dialog, kControlFindText)->text, u"\u03A9 \U0001F600 \u20AC");
+    fake.display.Press(dialog, kControlCancel);
+  });
+  HandleThreadCommand(kCommandFind);
 }
 
 TEST_F(SearchTest, AFormThatCannotBeShownIsACancel) {

@@ -151,15 +151,6 @@ TEST_F(ViewTest, TheCurrentArticleIsSelectedAndFoundInTheNewTree) {
   EXPECT_EQ(gReading.article->node, &NodeOf("<8@x>"));
 }
 
-TEST_F(ViewTest, AnArticleOfAnotherGroupHasNoNode) {
-  ShowNine();
-  Read("<8@x>");
-  gReading.group = 2;
-  ShowThreadView();
-  ASSERT_NE(gReading.article, nullptr);
-  EXPECT_EQ(gReading.article->node, nullptr);
-}
-
 TEST_F(ViewTest, ABuildSetsWrongCountsRight) {
   ShowNine();
   gReadInfo[kGroup]->readCount = 1;
@@ -201,6 +192,64 @@ TEST_F(ViewTest, AnAbortAtEveryStepShowsWhatWasReadAndKeepsTheCounts) {
   EXPECT_GE(aborted, 9);
   EXPECT_EQ(gReadInfo[kGroup]->totalCount, 9U);
   EXPECT_EQ(Rows(), kNineRows);
+}
+
+TEST_F(ViewTest, AfterAnAbortTheTreeIsBuiltAnewWhenItIsShownNext) {
+  PutNine();
+  observer.StartOver(1);
+  ShowThreadView();
+  observer.StartOver(0);
+  ASSERT_LT(Rows().size(), kNineRows.size());
+  EXPECT_TRUE(gReading.rebuild_pending);
+  ShowThreadView();
+  EXPECT_EQ(Rows(), kNineRows);
+  EXPECT_FALSE(gReading.rebuild_pending);
+  EXPECT_THAT(Titles(), SizeIs(2));
+  ShowThreadView();
+  EXPECT_THAT(Titles(), SizeIs(2));
+}
+
+// Who has ended a long build wants to work on what it gave, not to wait again.
+TEST_F(ViewTest, WhatAnAbortedBuildGaveCanBeUsedAsItIs) {
+  PutNine();
+  observer.StartOver(4);
+  ShowThreadView();
+  observer.StartOver(0);
+  const std::vector<std::string> rows = Rows();
+  ASSERT_FALSE(rows.empty());
+  ASSERT_LT(rows.size(), kNineRows.size());
+  Click(*gReading.tree->root().firstChild);
+  EXPECT_TRUE(OpenSelectedNode());
+  EXPECT_THAT(opened(), SizeIs(1));
+  EXPECT_EQ(Rows(), rows);
+  EXPECT_THAT(Titles(), SizeIs(1));
+}
+
+TEST_F(ViewTest, AnotherGroupTakesTheArticleOfTheFormerOneAway) {
+  ShowNine();
+  Read("<5@x>");
+  gReading.tree_state.Invalidate();
+  ShowThreadView();
+  EXPECT_EQ(CurrentId(), "<5@x>");
+  EXPECT_EQ(clears(), 0);
+  gReading.group = 2;
+  ShowThreadView();
+  EXPECT_EQ(CurrentId(), "none");
+  EXPECT_EQ(clears(), 1);
+}
+
+TEST_F(ViewTest, AnArticleThatIsInNoTreeGoesWithItsGroup) {
+  ShowNine();
+  Read("<5@x>");
+  gReading.article->node = nullptr;
+  gReading.article_group = kGroupName;
+  gReading.tree_state.Invalidate();
+  ShowThreadView();
+  EXPECT_EQ(CurrentId(), "<5@x>");
+  gReading.article->node = nullptr;
+  gReading.group = 2;
+  ShowThreadView();
+  EXPECT_EQ(CurrentId(), "none");
 }
 
 TEST_F(ViewTest, ClearingForgetsTheTreeAndItsArticle) {
