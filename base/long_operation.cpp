@@ -20,6 +20,7 @@
 #include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
+#include "port/sockets.h"
 #include "port/windows.h"
 #include "res/resource.h"
 
@@ -80,7 +81,7 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
     case port::MessageKind::kCommand:
       if (message.id != kControlCancel || gAbortRequested != 0) return;
       gPlatform->dialogs.Write(dialog, kControlCancel, port::Visible{false});
-      gAbortRequested = 1;
+      RequestAbort();
       gPlatform->dialogs.Write(dialog, kControlProgressDetail,
                                port::Text{u"Aborting; please wait."});
       gPlatform->messages.SetTimer(dialog, kAbortTimer, kAbortTimerMs);
@@ -124,9 +125,20 @@ std::thread StartProgressThread(std::u16string_view title) {
 
 }  // namespace
 
+void RequestAbort() {
+  // In this order: who wakes from a wait finds the flag.
+  gAbortRequested = 1;
+  if (gPlatform != nullptr) gPlatform->sockets.Interrupt(port::InterruptReason::kCancel);
+}
+
 RunEnd RequestedEnd() {
   if (!AbortRequested()) return RunEnd::kGoOn;
   return SessionEnding() ? RunEnd::kSessionEnds : RunEnd::kCancelled;
+}
+
+RunEnd LostOrAsked() {
+  const RunEnd asked = RequestedEnd();
+  return asked != RunEnd::kGoOn ? asked : RunEnd::kLost;
 }
 
 bool Ended(RunEnd& end) {

@@ -21,12 +21,13 @@ extern std::atomic<port::WindowHandle> gProgressDialog;
 inline bool AbortRequested() {
   return gAbortRequested.load(std::memory_order_relaxed) != 0;
 }
-// What Cancel and the end of the session do: the running operation aborts at its next test.
-inline void RequestAbort() {
-  gAbortRequested = 1;
-}
+// What Cancel, the closing of the main window and the end of the session do: the running operation
+// aborts at its next test, and does not wait for the network any more. Any thread.
+void RequestAbort();
 // kCancelled or kSessionEnds when the operation is to abort, kGoOn otherwise.
 RunEnd RequestedEnd();
+// What a failed wait means for the operation: what was asked for, else that the connection is lost.
+RunEnd LostOrAsked();
 // The test between units of work: whether the operation is at its end, because `end` says so
 // already or because it is to abort, which is then noted in `end`.
 bool Ended(RunEnd& end);

@@ -43,7 +43,7 @@ RunEnd NegotiateNtlm() {
   if (!ReadResponse()) {
     // Meant: a second time after ReadResponse. The user is shown this log, and the doubled line is
     // how it tells a loss during this login from others.
-    LogError(kSocketDestroyed);
+    LogLoss();
     return RunEnd::kLost;
   }
   if (StartsWith(gConnection.reply, "381")) {

@@ -16,7 +16,6 @@
 #include "nntp/download.h"
 #include "nntp/post_queue.h"
 #include "nntp/replies.h"
-#include "port/clock.h"
 #include "port/platform.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -36,7 +35,7 @@ const ResetAtEnd kReset([] {
 
 constexpr port::SocketVersion kSocketVersion{1, 1};
 constexpr std::uint32_t kDefaultPort = 119;
-constexpr std::uint32_t kQuitDelay = 2000;  // milliseconds
+constexpr std::uint32_t kLongestQuitWait = 2000;  // milliseconds
 
 struct ErrorText {
   int error;
@@ -204,7 +203,8 @@ bool WasAskedFor(RunEnd end) {
 // word; any other, the regular one too, closes the connection as a session is closed.
 RunEnd RunTransaction() {
   for (const TransactionStep& step : kTransaction) {
-    const RunEnd end = step.work();
+    RunEnd end = step.work();
+    if (end == RunEnd::kLost) end = LostOrAsked();
     if (end == RunEnd::kGoOn) continue;
     if (!step.silent_when_asked_to_stop || !WasAskedFor(end)) CloseConnection();
     return end;
@@ -229,10 +229,8 @@ void StopInet() {
 
 RunEnd OpenConnection() {
   StartLogs();
-  RunEnd end = RunTransaction();
+  const RunEnd end = RunTransaction();
   ReleaseConnection();
-  // A session that ends interrupts the socket: the loss is not the network's then.
-  if (end == RunEnd::kLost && SessionEnding()) end = RunEnd::kSessionEnds;
   return end;
 }
 
@@ -241,7 +239,7 @@ void CloseConnection() {
     constexpr std::string_view kQuit = "QUIT\r\n";
     LogTransaction(kQuit);
     gConnection.wire.Send(kQuit);
-    gPlatform->clock.Sleep(kQuitDelay);  // the reply is never read
+    gPlatform->sockets.AwaitClose(gConnection.wire.socket(), kLongestQuitWait);
   }
   gConnection.wire.Close();
   const std::u16string& errors = gConnection.error_log.text;
@@ -260,6 +258,10 @@ void LogTransaction(std::string_view text) {
   }
 }
 
+void LogLoss() {
+  if (!AbortRequested()) LogError(kSocketDestroyed);
+}
+
 void LogError(std::u16string_view text) {
   AppendToLog(gConnection.error_log, text);
 }
@@ -272,7 +274,7 @@ bool SendCommand(std::string_view command, CommandLogging logging) {
   line += "\r\n";
   if (logging == CommandLogging::kLogged) LogTransaction(line);
   if (gConnection.wire.Send(line)) return true;
-  LogError(kSocketDestroyed);
+  LogLoss();
   return false;
 }
 

@@ -47,21 +47,25 @@ void StopInet();
 // Reports its own failures and leaves nothing open. kGoOn when the download came to its end.
 RunEnd OpenConnection();
 
-// Says QUIT and closes the socket when one is open, shows the error log when it holds text, and
-// forgets the server's name. Meant: the error log is kept, and a second call shows it again. A lost
-// connection is closed before the loss is logged, so only the call at the end of the transaction
-// shows everything.
+// Says QUIT when a socket is open, waits until the server closes, two seconds at most and not at
+// all after an abort request, and closes the socket; then shows the error log when it holds text,
+// and forgets the server's name. Meant: the error log is kept, and a second call shows it again. A
+// lost connection is closed before the loss is logged, so only the call at the end of the
+// transaction shows everything.
 void CloseConnection();
 // Closes without a word what an aborted connection left open. Idempotent.
 void ReleaseConnection();
 
+// Notes the loss of the connection: "socket destroyed\r\n" in the error log, unless an abort was
+// requested: that ends every wait, and then nothing was lost.
+void LogLoss();
 // Appends to the transaction log while `keeptranslog` is on.
 void LogTransaction(std::string_view text);
 void LogError(std::u16string_view text);
 
 enum class CommandLogging { kLogged, kUnlogged };
 // Sends one line: `command` up to its first CR, LF or NUL, cut to the line buffer, and CR LF. When
-// that fails, "socket destroyed\r\n" goes to the error log and the connection is left as it is.
+// that fails, the loss is noted and the connection is left as it is.
 bool SendCommand(std::string_view command, CommandLogging logging = CommandLogging::kLogged);
 
 }  // namespace quillet

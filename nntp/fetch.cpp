@@ -46,6 +46,7 @@ bool EndsDownload(std::int32_t status) {
 // Sends HEAD or BODY and reads the status line; `text` holds what came with it.
 Part AskFor(DownloadRun& run, std::string_view command, std::string& text) {
   text.clear();
+  if (Ended(run.end)) return Part::kUnfinished;
   if (!SendCommand(command) || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
   const std::int32_t status = gConnection.last_status;
   if (EndsDownload(status)) {
@@ -120,7 +121,7 @@ Fetched NotTaken(Part part) {
 }  // namespace
 
 void EndRun(DownloadRun& run, RunEnd why) {
-  if (run.end == RunEnd::kGoOn) run.end = why;
+  if (run.end == RunEnd::kGoOn) run.end = why == RunEnd::kLost ? LostOrAsked() : why;
 }
 
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,

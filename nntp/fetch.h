@@ -30,7 +30,8 @@ struct DownloadRun {
   GroupsUnderWay under_way;
 };
 
-// Ends the run. The first reason stays: what follows it is its consequence.
+// Ends the run. The first reason stays: what follows it is its consequence. A loss after an abort
+// request is that request's.
 void EndRun(DownloadRun& run, RunEnd why);
 
 // What became of the article the server stands at. All but a duplicate count against the number of

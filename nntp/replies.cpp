@@ -138,8 +138,9 @@ bool ReadResponse() {
   do {
     const auto line = gConnection.wire.ReadLine(kLongestLine - reply.size());
     if (!line) {
+      if (AbortRequested()) return false;
       CloseConnection();
-      LogError(kSocketDestroyed);
+      LogLoss();
       return false;
     }
     reply.append(*line);
@@ -152,7 +153,7 @@ bool ReadResponse() {
 bool ReadStatusLine(std::string& rest) {
   const std::optional<std::string_view> received = gConnection.wire.ReadLine(kLongestLine);
   if (!received) {
-    LogError(kSocketDestroyed);
+    LogLoss();
     return false;
   }
   const std::size_t line_feed = received->find('\n');  // a lone one ends the status line as well
@@ -172,8 +173,9 @@ BlockResult ReadMultiline(std::string* text, std::size_t capacity, bool show_pro
   CheckOverflow(block);
   while (!IsTerminated(*text) && !AbortRequested()) {
     if (ReceiveBlockPart(block, show_progress)) continue;
+    if (AbortRequested()) break;
     CloseConnection();
-    LogError(kSocketDestroyed);
+    LogLoss();
     CutAtNul(*text);
     return BlockResult::kClosed;
   }

@@ -11,13 +11,14 @@
 namespace quillet {
 
 // Reads into gConnection.reply until everything received ends with CR LF, cuts it at its first NUL
-// and logs it. When the connection is lost or the line buffer is full, the connection is closed and
-// then "socket destroyed\r\n" goes to the error log.
+// and logs it. False when the connection is lost or the line buffer is full: the connection is
+// closed and then the loss noted. False also after an abort request when the reply has not come
+// whole; then nothing else happens.
 bool ReadResponse();
 
 // Receives the first line of a HEAD or BODY reply into status_line (up to its first CR or NUL),
-// last_status and last_article_number and appends what came after it to `rest`. On failure "socket
-// destroyed\r\n" goes to the error log; the connection stays as it is.
+// last_status and last_article_number and appends what came after it to `rest`. On failure the loss
+// is noted; the connection stays as it is.
 bool ReadStatusLine(std::string& rest);
 
 enum class BlockResult { kComplete = 0, kClosed = 1, kNoText = 2, kOversized = 3 };

@@ -50,7 +50,9 @@ std::optional<std::string_view> Wire::ReadLine(std::size_t limit) {
     const std::string_view start = Pending().substr(0, limit);
     const std::size_t end = start.find(kLineEnd);
     if (end != std::string_view::npos) return Take(end + kLineEnd.size());
-    if (start.size() == limit || !Receive(limit - start.size())) return std::nullopt;
+    if (start.size() == limit || AbortRequested() || !Receive(limit - start.size())) {
+      return std::nullopt;
+    }
   }
 }
 
@@ -74,7 +76,7 @@ RunEnd Wire::ReadBlock(const BlockSink& sink) {
       line_starts = false;
     }
     if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
-    if (!Receive(kReadAhead)) return RunEnd::kLost;
+    if (!Receive(kReadAhead)) return LostOrAsked();
   }
 }
 

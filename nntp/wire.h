@@ -43,7 +43,8 @@ class Wire {
 
   // The next line with its CR LF, `limit` bytes at most; what came behind it is left over. Nothing
   // when the connection is lost or the line is longer: what came of it is left over then. Never
-  // asks for more bytes than the limit leaves. Does not heed an abort request.
+  // asks for more bytes than the limit leaves. After an abort request only what has come already is
+  // looked at.
   std::optional<std::string_view> ReadLine(std::size_t limit);
 
   // Hands a block over to the sink, without its terminator; what came behind that is left over.

@@ -30,6 +30,11 @@ struct SocketVersion {
   bool operator==(const SocketVersion&) const = default;
 };
 
+enum class InterruptReason {
+  kCancel,      // until the next Open
+  kSessionEnd,  // for good
+};
+
 class Sockets {
  public:
   virtual ~Sockets() = default;
@@ -49,14 +54,20 @@ class Sockets {
   // Bytes received (at least 1, at most buffer.size()), 0 when the peer closed, -1 on error. An
   // empty buffer is an error. Small packets are sent and acknowledged at once.
   virtual std::int64_t Receive(SocketHandle socket, std::span<char> buffer) = 0;
-  // Sends everything, or fails. Never raises a signal.
+  // Sends everything, or fails. Never raises a signal. After an Interrupt it sends what goes
+  // without waiting, so that the server can still be told.
   virtual bool Send(SocketHandle socket, std::string_view data) = 0;
   // Closing 0 or a closed socket does nothing.
   virtual void Close(SocketHandle socket) = 0;
   virtual int LastError() = 0;
 
-  // The session ends: a blocked Resolve, Connect, Receive or Send fails soon, later ones at once.
-  virtual void Interrupt() = 0;
+  // Throws away what still comes until the peer closes, for that time at most. Returns at once when
+  // there is no connection, and ends with an Interrupt.
+  virtual void AwaitClose(SocketHandle socket, std::uint32_t milliseconds) = 0;
+
+  // Nobody waits any more: a blocked call above fails soon, later ones that would wait fail at
+  // once.
+  virtual void Interrupt(InterruptReason reason) = 0;
 };
 
 }  // namespace quillet::port

@@ -5,6 +5,7 @@
 #include "port/fake/fake_sockets.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace quillet::port {
@@ -139,6 +140,16 @@ std::vector<FakeSockets::Connection> FakeSockets::connections() const {
   return connections_;
 }
 
+std::vector<std::uint32_t> FakeSockets::close_waits() const {
+  const Lock lock(mutex_);
+  return close_waits_;
+}
+
+std::vector<InterruptReason> FakeSockets::interrupts() const {
+  const Lock lock(mutex_);
+  return interrupts_;
+}
+
 bool FakeSockets::Finished() const {
   const Lock lock(mutex_);
   return steps_.empty() && unmatched_.empty();
@@ -191,7 +202,10 @@ bool FakeSockets::Enter(Lock& lock, SocketCall kind) {
     last_error_ = fault.error;
     return false;
   }
-  if (interrupted_ && kind != SocketCall::kClose) {
+  // What would not wait goes on.
+  const bool waits = kind == SocketCall::kResolve || kind == SocketCall::kConnect ||
+                     kind == SocketCall::kReceive || kind == SocketCall::kBind;
+  if (Interrupted() && waits) {
     last_error_ = kErrorInterrupted;
     return false;
   }
@@ -225,6 +239,7 @@ void FakeSockets::Cleanup() {
 SocketHandle FakeSockets::Open() {
   Lock lock(mutex_);
   if (!Enter(lock, SocketCall::kOpen)) return 0;
+  cancelled_ = false;
   open_.insert(++last_socket_);
   return last_socket_;
 }
@@ -261,6 +276,10 @@ void FakeSockets::Close(SocketHandle socket) {
   Enter(lock, SocketCall::kClose);
   open_.erase(socket);
   connected_.erase(socket);
+  // The client has given up: the stall is over with its connection.
+  if (Interrupted() && !steps_.empty() && steps_.front().kind == StepKind::kStalls) {
+    steps_.pop_front();
+  }
 }
 
 int FakeSockets::LastError() {
@@ -268,9 +287,27 @@ int FakeSockets::LastError() {
   return last_error_;
 }
 
-void FakeSockets::Interrupt() {
+void FakeSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
+  Lock lock(mutex_);
+  close_waits_.push_back(milliseconds);
+  if (Interrupted() || !connected_.contains(socket)) return;
+  unread_.clear();
+  MakeReadable(lock);
+  unread_.clear();
+  if (steps_.empty() || server_closed_) return;
+  if (steps_.front().kind == StepKind::kStalls) {
+    changed_.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                      [&] { return resumed_ || Interrupted(); });
+  } else if (steps_.front().kind == StepKind::kCloses) {
+    steps_.pop_front();
+    server_closed_ = true;
+  }
+}
+
+void FakeSockets::Interrupt(InterruptReason reason) {
   const Lock lock(mutex_);
-  interrupted_ = true;
+  interrupts_.push_back(reason);
+  (reason == InterruptReason::kCancel ? cancelled_ : session_ended_) = true;
   changed_.notify_all();
 }
 
@@ -288,8 +325,8 @@ void FakeSockets::RunActions(Lock& lock) {
 // False when the wait was interrupted.
 bool FakeSockets::WaitWhileStalled(Lock& lock) {
   while (!steps_.empty() && steps_.front().kind == StepKind::kStalls) {
-    changed_.wait(lock, [&] { return resumed_ || interrupted_; });
-    if (interrupted_) {
+    changed_.wait(lock, [&] { return resumed_ || Interrupted(); });
+    if (Interrupted()) {
       last_error_ = kErrorInterrupted;
       return false;
     }
@@ -380,7 +417,11 @@ bool FakeSockets::MatchClient(Lock& lock) {
       unmatched_.clear();  // swallowed by a server that is about to close
       return true;
     }
-    if (step.kind == StepKind::kStalls) return false;
+    if (step.kind == StepKind::kStalls && !Interrupted()) return false;
+    if (step.kind == StepKind::kStalls) {
+      unmatched_.clear();  // nobody reads it
+      return true;
+    }
     if (unmatched_.compare(0, common, step.bytes, 0, common) != 0) return false;
     std::size_t end = step.bytes.size();
     if (step.kind == StepKind::kClientLine) {

@@ -43,7 +43,7 @@ class FakeSockets final : public Sockets {
   // The server closes: Receive yields 0, what the client still sends is swallowed until the next
   // Connect.
   void Closes();
-  // Receive waits until Resume or Interrupt.
+  // Receive waits until Resume or Interrupt. What the client sends after an Interrupt is swallowed.
   void Stalls();
   void Resume();
 
@@ -86,6 +86,8 @@ class FakeSockets final : public Sockets {
     bool operator==(const Connection&) const = default;
   };
   std::vector<Connection> connections() const;
+  std::vector<std::uint32_t> close_waits() const;  // milliseconds of each AwaitClose
+  std::vector<InterruptReason> interrupts() const;
 
   // True when the whole transcript took place.
   bool Finished() const;
@@ -108,7 +110,10 @@ class FakeSockets final : public Sockets {
   bool Send(SocketHandle socket, std::string_view data) override;
   void Close(SocketHandle socket) override;
   int LastError() override;
-  void Interrupt() override;
+  // Reads on in the transcript until the server closes or stalls or it is the client's turn;
+  // nothing of it is waited for but a stall.
+  void AwaitClose(SocketHandle socket, std::uint32_t milliseconds) override;
+  void Interrupt(InterruptReason reason) override;
 
  private:
   enum class StepKind { kServer, kClient, kClientLine, kThen, kCloses, kStalls };
@@ -124,6 +129,7 @@ class FakeSockets final : public Sockets {
   using Lock = std::unique_lock<std::mutex>;
 
   void Add(Step step);
+  bool Interrupted() const { return cancelled_ || session_ended_; }
   bool Enter(Lock& lock, SocketCall kind);
   bool CheckOpen(SocketHandle socket, bool connected);
   void Fail(Lock& lock, const std::string& message);
@@ -143,7 +149,10 @@ class FakeSockets final : public Sockets {
   std::optional<std::uint64_t> close_after_;
   std::size_t chunk_ = 0;
   bool server_closed_ = false;
-  bool interrupted_ = false;
+  bool cancelled_ = false;
+  bool session_ended_ = false;
+  std::vector<InterruptReason> interrupts_;
+  std::vector<std::uint32_t> close_waits_;
   bool resumed_ = false;
   bool released_ = false;
   std::optional<SocketVersion> version_ = SocketVersion{1, 1};

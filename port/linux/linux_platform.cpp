@@ -45,7 +45,7 @@ void LinuxServices::EndSession() {
     if (on_end_session_) on_end_session_();
   }
   shell.EndSession();
-  sockets.Interrupt();
+  sockets.Interrupt(InterruptReason::kSessionEnd);
   dialler.Interrupt();
 }
 

@@ -1,7 +1,7 @@
 // Sockets block; Connect alone switches one to non-blocking, to be able to give up. Interrupt
-// reaches every wait: an event for lookups and connects, a shutdown for receives and sends. A
-// lookup, which the system cannot cut short, runs on a thread of its own that is left behind when
-// its waiter goes.
+// reaches every wait: a shutdown of the receiving half for receives, an event for all others. The
+// sending half stays, for the last word to the server. A lookup, which the system cannot cut short,
+// runs on a thread of its own that is left behind when its waiter goes.
 #include "port/linux/linux_sockets.h"
 
 #include <arpa/inet.h>
@@ -14,7 +14,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <system_error>
@@ -82,13 +85,16 @@ void RunLookup(const std::shared_ptr<PendingLookup>& pending) {
   eventfd_write(pending->done.get(), 1);
 }
 
+constexpr int kForEver = -1;
+constexpr std::size_t kReadAhead = 65536;
+
 // Waits for one of two descriptors (any of `events` on the first, readable on the second). True
-// when the first is ready and the second is not.
-bool WaitUnlessInterrupted(int fd, short events, int interrupt_fd) {
+// when the first is ready and the second is not. A signal begins the time limit anew.
+bool WaitUnlessInterrupted(int fd, short events, int interrupt_fd, int milliseconds = kForEver) {
   pollfd waiting[] = {{fd, events, 0}, {interrupt_fd, POLLIN, 0}};
   int ready = 0;
   do {
-    ready = poll(waiting, 2, -1);
+    ready = poll(waiting, 2, milliseconds);
   } while (ready < 0 && errno == EINTR);
   return ready > 0 && waiting[1].revents == 0;
 }
@@ -128,23 +134,28 @@ int LookUpHost(const std::string& host, Ipv4Address& address) {
 }
 
 LinuxSockets::LinuxSockets(HostLookup lookup)
-    : lookup_(std::move(lookup)), interrupt_event_(eventfd(0, EFD_CLOEXEC)) {}
+    : lookup_(std::move(lookup)), interrupt_event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 bool LinuxSockets::Fail(int system_error) {
-  last_error_ = SocketErrorCode(interrupted_ ? ECANCELED : system_error);
+  last_error_ = SocketErrorCode(Interrupted() ? ECANCELED : system_error);
   return false;
 }
 
-int LinuxSockets::Usable(SocketHandle socket) {
-  int fd = -1;
+LinuxSockets::Socket* LinuxSockets::Find(SocketHandle socket) {
   {
     const std::lock_guard lock(mutex_);
     const auto found = sockets_.find(socket);
-    if (found != sockets_.end()) fd = found->second.get();
+    if (found != sockets_.end()) return &found->second;
   }
-  if (fd >= 0 && !interrupted_) return fd;
   Fail(ENOTSOCK);
-  return -1;
+  return nullptr;
+}
+
+LinuxSockets::Socket* LinuxSockets::Usable(SocketHandle socket) {
+  Socket* const found = Find(socket);
+  if (found == nullptr || !Interrupted()) return found;
+  Fail(ECANCELED);
+  return nullptr;
 }
 
 std::optional<SocketVersion> LinuxSockets::Startup(SocketVersion wanted) {
@@ -168,16 +179,21 @@ SocketHandle LinuxSockets::Open() {
   }
   SetOptions(fd.get());
   const std::lock_guard lock(mutex_);
+  if (cancelled_.exchange(false) && !session_ended_) {
+    eventfd_t count = 0;
+    eventfd_read(interrupt_event_.get(), &count);
+  }
   do {
     ++last_handle_;
   } while (last_handle_ == 0 || sockets_.contains(last_handle_));
-  sockets_.emplace(last_handle_, std::move(fd));
+  sockets_[last_handle_].fd = std::move(fd);
   return last_handle_;
 }
 
 bool LinuxSockets::Bind(SocketHandle socket) {
-  const int fd = Usable(socket);
-  if (fd < 0) return false;
+  const Socket* const found = Usable(socket);
+  if (found == nullptr) return false;
+  const int fd = found->fd.get();
   const sockaddr_in any = SocketAddress({0, 0, 0, 0}, 0);
   if (bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) return Fail(errno);
   return true;
@@ -186,7 +202,7 @@ bool LinuxSockets::Bind(SocketHandle socket) {
 std::optional<Ipv4Address> LinuxSockets::Resolve(const std::string& host) {
   // A NUL would end the name early and look up another host.
   const bool sound = !host.empty() && host.find('\0') == std::string::npos;
-  if (interrupted_ || !sound) {
+  if (Interrupted() || !sound) {
     Fail(kErrorHostNotFound);
     return std::nullopt;
   }
@@ -225,8 +241,9 @@ int LinuxSockets::FinishConnect(int fd) const {
 }
 
 bool LinuxSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) {
-  const int fd = Usable(socket);
-  if (fd < 0) return false;
+  const Socket* const found = Usable(socket);
+  if (found == nullptr) return false;
+  const int fd = found->fd.get();
   const sockaddr_in peer = SocketAddress(address, port);
   if (!SetBlocking(fd, false)) return Fail(errno);
   int error = 0;
@@ -235,37 +252,58 @@ bool LinuxSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16
     error = errno == EINPROGRESS || errno == EINTR ? FinishConnect(fd) : errno;
   }
   if (!SetBlocking(fd, true) && error == 0) error = errno;
-  if (error != 0 || interrupted_) return Fail(error);
+  if (error != 0 || Interrupted()) return Fail(error);
   return true;
 }
 
-std::int64_t LinuxSockets::Receive(SocketHandle socket, std::span<char> buffer) {
-  const int fd = Usable(socket);
-  if (fd < 0) return -1;
-  if (buffer.empty()) {
-    Fail(EINVAL);
-    return -1;
-  }
+std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {
   // The kernel falls back to delayed acknowledgements by itself, so this is asked for every time. A
   // server that writes a reply in two parts would otherwise wait 40 ms before the second.
   SetOption(fd, IPPROTO_TCP, TCP_QUICKACK, 1);
   ssize_t got = 0;
   do {
     got = recv(fd, buffer.data(), buffer.size(), 0);
-  } while (got < 0 && errno == EINTR && !interrupted_);
+  } while (got < 0 && errno == EINTR && !Interrupted());
   if (got > 0) return got;
-  if (got == 0 && !interrupted_) return 0;
+  if (got == 0 && !Interrupted()) return 0;
   Fail(errno);
   return -1;
 }
 
+// The program asks for what its line buffer or its article still holds; the system is asked for
+// all that has come, so that a reply takes one call and not one for each of its parts.
+std::int64_t LinuxSockets::Receive(SocketHandle socket, std::span<char> buffer) {
+  Socket* const found = Usable(socket);
+  if (found == nullptr) return -1;
+  if (buffer.empty()) {
+    Fail(EINVAL);
+    return -1;
+  }
+  Socket& from = *found;
+  if (from.first == from.last) {
+    if (buffer.size() >= kReadAhead) return ReceiveInto(from.fd.get(), buffer);
+    from.ahead.resize(kReadAhead);
+    const std::int64_t got = ReceiveInto(from.fd.get(), from.ahead);
+    if (got <= 0) return got;
+    from.first = 0;
+    from.last = static_cast<std::size_t>(got);
+  }
+  const std::size_t count = std::min(buffer.size(), from.last - from.first);
+  std::copy_n(from.ahead.begin() + static_cast<std::ptrdiff_t>(from.first), count, buffer.begin());
+  from.first += count;
+  return static_cast<std::int64_t>(count);
+}
+
 bool LinuxSockets::Send(SocketHandle socket, std::string_view data) {
-  const int fd = Usable(socket);
-  if (fd < 0) return false;
+  const Socket* const found = Find(socket);
+  if (found == nullptr) return false;
+  const int fd = found->fd.get();
   while (!data.empty()) {
-    const ssize_t sent = send(fd, data.data(), data.size(), MSG_NOSIGNAL);
-    if (sent < 0 && (errno != EINTR || interrupted_)) return Fail(errno);
+    const ssize_t sent = send(fd, data.data(), data.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent > 0) data.remove_prefix(static_cast<std::size_t>(sent));
+    if (sent >= 0 || errno == EINTR) continue;
+    if (errno != EAGAIN && errno != EWOULDBLOCK) return Fail(errno);
+    if (!WaitUnlessInterrupted(fd, POLLOUT, interrupt_event_.get())) return Fail(ECANCELED);
   }
   return true;
 }
@@ -275,13 +313,34 @@ void LinuxSockets::Close(SocketHandle socket) {
   sockets_.erase(socket);
 }
 
-void LinuxSockets::Interrupt() {
-  interrupted_ = true;
-  eventfd_write(interrupt_event_.get(), 1);
-  // Shutting down wakes a blocked receive or send, so that these need no poll of their own. A
-  // socket that is not connected yet refuses it and is ended through the event.
+void LinuxSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
+  using std::chrono::steady_clock;
+  const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  const Socket* const found = Usable(socket);
+  if (found == nullptr) return;
+  const int fd = found->fd.get();
+  std::array<char, 4096> thrown_away{};
+  while (!Interrupted()) {
+    const ssize_t got = recv(fd, thrown_away.data(), thrown_away.size(), MSG_DONTWAIT);
+    const bool nothing_yet = got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    if (got == 0 || (got < 0 && !nothing_yet && errno != EINTR)) return;
+    // Also after a receive: a server may send for ever.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now());
+    if (left.count() <= 0) return;
+    if (nothing_yet && !WaitUnlessInterrupted(fd, POLLIN, interrupt_event_.get(),
+                                              static_cast<int>(left.count()))) {
+      return;
+    }
+  }
+}
+
+void LinuxSockets::Interrupt(InterruptReason reason) {
   const std::lock_guard lock(mutex_);
-  for (const auto& [handle, fd] : sockets_) shutdown(fd.get(), SHUT_RDWR);
+  (reason == InterruptReason::kCancel ? cancelled_ : session_ended_) = true;
+  eventfd_write(interrupt_event_.get(), 1);
+  // Wakes a blocked receive, which so needs no poll of its own. A socket that is not connected yet
+  // refuses it and is ended through the event.
+  for (const auto& [handle, socket] : sockets_) shutdown(socket.fd.get(), SHUT_RD);
 }
 
 }  // namespace quillet::port

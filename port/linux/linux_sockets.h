@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "port/linux/file_descriptor.h"
 #include "port/sockets.h"
@@ -42,22 +43,37 @@ class LinuxSockets final : public Sockets {
   bool Send(SocketHandle socket, std::string_view data) override;
   void Close(SocketHandle socket) override;
   int LastError() override { return last_error_; }
+  void AwaitClose(SocketHandle socket, std::uint32_t milliseconds) override;
 
-  // For good: what fails because of it reports ECANCELED.
-  void Interrupt() override;
+  // What fails because of it reports ECANCELED.
+  void Interrupt(InterruptReason reason) override;
 
  private:
-  // The socket's descriptor; -1 with the error set when there is none or all was interrupted.
-  int Usable(SocketHandle socket);
+  struct Socket {
+    FileDescriptor fd;
+    // Received and not handed out yet: from first to last. Program thread only.
+    std::vector<char> ahead;
+    std::size_t first = 0;
+    std::size_t last = 0;
+  };
+
+  bool Interrupted() const { return cancelled_ || session_ended_; }
+  // Null with the error set when there is no such socket. It stays where it is until Close.
+  Socket* Find(SocketHandle socket);
+  // The same, but also null when all was interrupted.
+  Socket* Usable(SocketHandle socket);
+  std::int64_t ReceiveInto(int fd, std::span<char> buffer);
   bool Fail(int system_error);
   int FinishConnect(int fd) const;
 
   const HostLookup lookup_;
-  std::mutex mutex_;  // guards the table: Interrupt reads it on another thread
-  std::unordered_map<SocketHandle, FileDescriptor> sockets_;
+  std::mutex mutex_;  // guards the table and the flags: Interrupt comes on another thread
+  std::unordered_map<SocketHandle, Socket> sockets_;
   SocketHandle last_handle_ = 0;
   FileDescriptor interrupt_event_;
-  std::atomic<bool> interrupted_{false};
+  // Written under the mutex.
+  std::atomic<bool> cancelled_{false};
+  std::atomic<bool> session_ended_{false};
   int startups_ = 0;
   int last_error_ = 0;
 };

@@ -127,6 +127,21 @@ TEST_F(Runner, WhatEndedAnOperationIsReturned) {
   }
 }
 
+TEST_F(Runner, CancelEndsAWaitForTheNetwork) {
+  fake_.sockets.Stalls();
+  const port::SocketHandle socket = fake_.sockets.Open();
+  ASSERT_TRUE(fake_.sockets.Connect(socket, {192, 0, 2, 7}, 119));
+  RunWithProgress(u"title", [&] {
+    EXPECT_TRUE(fake_.display.Press(gProgressDialog, kControlCancel));
+    char buffer[10];
+    EXPECT_EQ(fake_.sockets.Receive(socket, buffer), -1);  // would wait for ever
+    EXPECT_TRUE(AbortRequested());
+    return 0;
+  });
+  EXPECT_EQ(fake_.sockets.interrupts(),
+            std::vector<port::InterruptReason>{port::InterruptReason::kCancel});
+}
+
 TEST_F(Runner, CancelSetsTheFlagOnceHidesTheButtonAndSaysSo) {
   RunWithProgress(u"title", [&] {
     EXPECT_TRUE(fake_.display.Press(gProgressDialog, kControlCancel));

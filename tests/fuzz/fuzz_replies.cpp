@@ -44,7 +44,8 @@ class FuzzedSockets final : public port::Sockets {
   bool Send(port::SocketHandle, std::string_view) override { return true; }
   void Close(port::SocketHandle) override {}
   int LastError() override { return 0; }
-  void Interrupt() override {}
+  void AwaitClose(port::SocketHandle, std::uint32_t) override {}
+  void Interrupt(port::InterruptReason) override {}
 
  private:
   std::string_view bytes_;

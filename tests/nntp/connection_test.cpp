@@ -1,5 +1,7 @@
 #include "nntp/connection.h"
 
+#include <functional>
+
 #include "tests/nntp/nntp_fixture.h"
 
 namespace quillet {
@@ -78,7 +80,7 @@ TEST_F(ConnectionTest, WholeTransactionWithoutGroups) {
   EXPECT_EQ(fake.sockets.connections()[0].address, (port::Ipv4Address{192, 0, 2, 7}));
   EXPECT_EQ(fake.sockets.connections()[0].port, 119);
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "200 welcome\r\n200 welcome\r\nQUIT\r\n");
-  EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});
+  EXPECT_EQ(fake.sockets.close_waits(), std::vector<std::uint32_t>{2000});
   EXPECT_TRUE(fake.display.boxes().empty());
   EXPECT_EQ(end_, RunEnd::kGoOn);
   EXPECT_EQ(Titles(), (std::vector<std::u16string>{u"Preparing to download...", u"Connecting...",
@@ -197,7 +199,7 @@ TEST_F(ConnectionTest, UnknownHostSaysQuitAndShowsTheErrorLog) {
   EXPECT_EQ(box.style.icon, port::BoxIcon::kNone);
   EXPECT_NE(box.owner, 0U);  // the progress dialog
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "QUIT\r\n");
-  EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});
+  EXPECT_EQ(fake.sockets.close_waits(), std::vector<std::uint32_t>{2000});
   EXPECT_EQ(end_, RunEnd::kUnreachable);
 }
 
@@ -217,7 +219,7 @@ TEST_F(ConnectionTest, SocketErrorsAreReportedWithoutQuit) {
     Run();
     ExpectError(c.text);
     EXPECT_EQ(TransactionLog(), kHeader);
-    EXPECT_TRUE(fake.clock.sleeps().empty());
+    EXPECT_TRUE(fake.sockets.close_waits().empty());
   }
 }
 
@@ -269,7 +271,7 @@ TEST_F(ConnectionTest, AbortsLeaveWithoutAWord) {
     EXPECT_TRUE(fake.display.boxes().empty());
     EXPECT_EQ(fake.sockets.sent(), "");
     EXPECT_EQ(TransactionLog(), kHeader);
-    EXPECT_TRUE(fake.clock.sleeps().empty());
+    EXPECT_TRUE(fake.sockets.close_waits().empty());
   }
 }
 
@@ -287,18 +289,21 @@ TEST_F(ConnectionTest, FailuresOfAnAbortedStepAreSilent) {
   EXPECT_EQ(fake.sockets.sent(), "");
 }
 
-TEST_F(ConnectionTest, GreetingLostWhileAbortingIsStillSaid) {
+TEST_F(ConnectionTest, AbortInTheMiddleOfTheGreetingIsNoLoss) {
   Server("200 we");
   fake.sockets.Then([] { RequestAbort(); });
   fake.sockets.Closes();
   Run();
-  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{u"socket destroyed\r\n"});
-  EXPECT_EQ(end_, RunEnd::kLost);
+  EXPECT_TRUE(fake.display.boxes().empty());
+  EXPECT_EQ(fake.sockets.sent(), "");
+  EXPECT_EQ(end_, RunEnd::kCancelled);
 }
 
 TEST_F(ConnectionTest, AbortDuringTheGreetingLeavesSilently) {
   Server("200 welcome\r\n");
-  RunAbortedAt(SocketCall::kReceive);
+  fake.sockets.Then([] { RequestAbort(); });
+  Run();
+  EXPECT_EQ(end_, RunEnd::kCancelled);
   EXPECT_EQ(fake.sockets.sent(), "");
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "200 welcome\r\n");
   EXPECT_TRUE(gConnection.posting_allowed);
@@ -313,6 +318,58 @@ TEST_F(ConnectionTest, AbortDuringTheLoginSaysQuit) {
   RunAbortedAt(SocketCall::kSend);
   EXPECT_EQ(end_, RunEnd::kCancelled);
   EXPECT_TRUE(fake.display.boxes().empty());
+}
+
+// Whatever the server is waited for: nothing is said of a loss, and there is no wait after QUIT.
+TEST_F(ConnectionTest, AbortEndsAnyWaitForTheServer) {
+  struct Wait {
+    std::string name;
+    std::function<void()> lay;
+  };
+  const auto greets = [this] { Server("200 welcome\r\n"); };
+  const std::vector<Wait> waits = {
+      {"login",
+       [&] {
+         greets();
+         Client("AUTHINFO USER ann\r\n");
+       }},
+      {"password",
+       [&] {
+         greets();
+         Exchange("AUTHINFO USER ann", "381 more");
+         Client("AUTHINFO PASS \r\n");
+       }},
+      {"group",
+       [&] {
+         greets();
+         Exchange("AUTHINFO USER ann", "281 ok");
+         Client("GROUP alt.test\r\n");
+       }},
+      {"half a reply",
+       [&] {
+         greets();
+         Exchange("AUTHINFO USER ann", "281 ok");
+         Client("GROUP alt.test\r\n");
+         Server("211 5 1 ");
+       }},
+  };
+  gPrefs->useauths = {1};
+  gPrefs->authusers = {u"ann"};
+  for (const Wait& wait : waits) {
+    SCOPED_TRACE(wait.name);
+    ChooseGroups({1});
+    wait.lay();
+    fake.sockets.Then([] { RequestAbort(); });
+    fake.sockets.Stalls();
+    const std::size_t waits_before = fake.sockets.close_waits().size();
+    Run();
+    EXPECT_EQ(end_, RunEnd::kCancelled);
+    EXPECT_EQ(ErrorLog(), u"");
+    EXPECT_TRUE(fake.display.boxes().empty());
+    EXPECT_TRUE(EndsWith(fake.sockets.sent(), "QUIT\r\n"));
+    EXPECT_TRUE(EndsWith(TransactionLog(), "QUIT\r\n"));
+    EXPECT_EQ(fake.sockets.close_waits().size(), waits_before + 1);
+  }
 }
 
 // --- the greeting ---
@@ -338,7 +395,7 @@ TEST_F(ConnectionTest, LostGreetingShowsTheErrorLogOnce) {
   fake.sockets.Closes();
   Run();
   EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{u"socket destroyed\r\n"});
-  EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});  // one QUIT only
+  EXPECT_EQ(fake.sockets.close_waits(), std::vector<std::uint32_t>{2000});  // one QUIT only
   EXPECT_EQ(end_, RunEnd::kLost);
   EXPECT_FALSE(AbortRequested());
 }

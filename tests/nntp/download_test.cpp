@@ -793,6 +793,7 @@ TEST_F(PutBackTest, CancelAndTheEndOfTheSession) {
     for (const bool body : {false, true}) {
       SCOPED_TRACE(FormatNarrow("%d %d", session ? 1 : 0, body ? 1 : 0));
       gPrefs->lastonserver[0] = 4;
+      Connected();
       StandsAtFive();
       if (body) FetchesHead(5, "<a@x>");
       Client(body ? "BODY\r\n" : "HEAD\r\n");

@@ -1,5 +1,7 @@
 // The whole path over the system's sockets.
+#include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 #include "nntp/connection.h"
@@ -31,7 +33,13 @@ class LoopbackTest : public NntpTest {
     EXPECT_FALSE(gConnection.server_name.has_value());
   }
 
-  port::LinuxSockets sockets_;
+  // Shared with the thread of a lookup, which may outlive the test.
+  std::shared_ptr<std::atomic<bool>> hanging_ = std::make_shared<std::atomic<bool>>(false);
+  port::LinuxSockets sockets_{[hanging = hanging_](const std::string&, port::Ipv4Address& address) {
+    while (*hanging) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    address = {127, 0, 0, 1};
+    return 0;
+  }};
   port::Platform platform_{fake.display.Services(), fake.queues, fake.registry, sockets_,
                            fake.libraries,          fake.files,  fake.clock,    fake.shell,
                            fake.scheduler,          fake.dialler};
@@ -90,17 +98,115 @@ TEST_F(LoopbackTest, PortWithoutAServerRefuses) {
                             u"connection) occurred in OpenConnection."});
 }
 
-TEST_F(LoopbackTest, InterruptEndsAWaitForTheGreeting) {
-  TranscriptServer server;
-  server.Stalls();
-  std::thread ending([this] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    RequestAbort();
-    sockets_.Interrupt();
+// An abort while the server is waited for. The bound is far above what it takes and far below what
+// it took to wait for the server, or for its answer to QUIT.
+class AbortTest : public LoopbackTest {
+ protected:
+  AbortTest() { ChooseGroups({0}); }
+
+  void RunAborted(std::uint16_t port, bool session_ends = false) {
+    std::chrono::steady_clock::time_point asked;
+    std::thread asking([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      asked = std::chrono::steady_clock::now();
+      session_ends ? BeginSessionEnd() : RequestAbort();
+    });
+    Run(port);
+    const auto ended = std::chrono::steady_clock::now();
+    asking.join();
+    EXPECT_GE(ended, asked);
+    EXPECT_LT(ended - asked, std::chrono::milliseconds(1000));
+    EXPECT_EQ(ErrorLog(), u"");
+    EXPECT_TRUE(fake.display.boxes().empty());
+  }
+};
+
+TEST_F(AbortTest, LookupThatHangs) {
+  gPrefs->servers = {u"news.example.org"};
+  for (const bool session_ends : {false, true}) {
+    *hanging_ = true;
+    RunAborted(119, session_ends);
+    *hanging_ = false;
+  }
+}
+
+TEST_F(AbortTest, ServerThatDoesNotGreet) {
+  for (const bool session_ends : {false, true}) {
+    TranscriptServer server;
+    server.Stalls();
+    RunAborted(server.port(), session_ends);
+    EXPECT_EQ(server.Problem(), "");  // left without a word
+  }
+}
+
+TEST_F(AbortTest, ServerThatFallsSilentInABody) {
+  for (const bool session_ends : {false, true}) {
+    TranscriptServer server;
+    server.Server("200 ready\r\n");
+    LayOneArticle(server);
+    server.Server("221 5 <a@x>\r\nMessage-ID: <a@x>\r\nSubject: s\r\n.\r\n");
+    server.Client("BODY\r\n");
+    server.Server("222 5 <a@x>\r\nhalf");
+    server.Client("QUIT\r\n");
+    server.Stalls();
+    RunAborted(server.port(), session_ends);
+    EXPECT_EQ(server.Problem(), "");
+    EXPECT_EQ(FetchArticle("<a@x>"), nullptr);
+    EXPECT_EQ(SavedProgress(), (std::vector<std::uint32_t>{0, 0}));
+    ChooseGroups({0});
+  }
+}
+
+TEST_F(AbortTest, ServerThatDripsItsReplies) {
+  std::atomic<bool> gone{false};
+  const port::LoopbackServer server([&](int client) {
+    while (port::SendAll(client, "2")) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    gone = true;
   });
+  RunAborted(server.port());
+  for (int i = 0; i < 500 && !gone; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_TRUE(gone);
+}
+
+TEST_F(AbortTest, ServerThatDoesNotCloseAfterQuit) {
+  TranscriptServer server;
+  server.Server("200 ready\r\n");
+  server.Client("GROUP comp.lang.misc\r\n");
+  server.Server("411 no such group\r\n");
+  server.Client("QUIT\r\n");
+  server.Stalls();
+  std::thread asking([] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    RequestAbort();
+  });
+  const auto start = std::chrono::steady_clock::now();
   Run(server.port());
-  ending.join();
-  EXPECT_EQ(fake.sockets.open_sockets(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+  asking.join();
+  EXPECT_EQ(server.Problem(), "");
+}
+
+TEST_F(LoopbackTest, ServerThatClosesAfterQuitIsNotWaitedFor) {
+  ChooseGroups({});
+  TranscriptServer server;
+  server.Server("200 ready\r\n");
+  server.Client("QUIT\r\n");
+  server.Server("205 bye\r\n");
+  const auto start = std::chrono::steady_clock::now();
+  Run(server.port());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+  EXPECT_EQ(server.Problem(), "");
+}
+
+TEST_F(LoopbackTest, ServerThatDoesNotCloseAfterQuitIsWaitedForTwoSeconds) {
+  ChooseGroups({});
+  TranscriptServer server;
+  server.Server("200 ready\r\n");
+  server.Client("QUIT\r\n");
+  server.Stalls();
+  const auto start = std::chrono::steady_clock::now();
+  Run(server.port());
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1990));
   EXPECT_EQ(server.Problem(), "");
 }
 

@@ -39,6 +39,7 @@ class ModelSockets final : public port::Sockets {
   void Cleanup() override {}
   port::SocketHandle Open() override {
     ++open;
+    interrupted_ = false;
     return 1;
   }
   bool Bind(port::SocketHandle) override { return true; }
@@ -61,6 +62,7 @@ class ModelSockets final : public port::Sockets {
     if (close_after) {
       count = static_cast<std::size_t>(std::min<std::uint64_t>(count, *close_after - delivered));
     }
+    if (interrupted_) return -1;
     if (closed_ || count == 0) {
       closed_ = true;
       return 0;
@@ -85,7 +87,8 @@ class ModelSockets final : public port::Sockets {
   }
   void Close(port::SocketHandle) override { --open; }
   int LastError() override { return 0; }
-  void Interrupt() override { closed_ = true; }
+  void AwaitClose(port::SocketHandle, std::uint32_t) override {}
+  void Interrupt(port::InterruptReason) override { interrupted_ = true; }
 
  private:
   void Called() {
@@ -106,6 +109,7 @@ class ModelSockets final : public port::Sockets {
   std::size_t read_ = 0;
   std::string line_;
   bool closed_ = false;
+  bool interrupted_ = false;
 };
 
 }  // namespace quillet

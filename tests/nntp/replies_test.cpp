@@ -127,7 +127,7 @@ TEST_F(RepliesTest, ClosedConnectionIsLoggedAfterTheClosing) {
   EXPECT_TRUE(fake.display.boxes().empty());  // the log was still empty when it closed
   EXPECT_EQ(fake.sockets.sent(), "QUIT\r\n");
   EXPECT_EQ(TransactionLog(), "QUIT\r\n");
-  EXPECT_EQ(fake.clock.sleeps(), std::vector<std::uint32_t>{2000});
+  EXPECT_EQ(fake.sockets.close_waits(), std::vector<std::uint32_t>{2000});
 }
 
 TEST_F(RepliesTest, ReceiveErrorIsALostConnection) {

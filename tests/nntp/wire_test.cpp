@@ -108,10 +108,23 @@ TEST_F(WireTest, LineOfTenMegabytesAsksForNoMoreThanItsLimit) {
   fake.sockets.Release();
 }
 
-TEST_F(WireTest, LineIsReadInSpiteOfAnAbort) {
-  RequestAbort();
-  Server("200 hi\r\n");
+TEST_F(WireTest, LineThatHasComeIsReadInSpiteOfAnAbortAndNoOther) {
+  Server("200 hi\r\n201 ho\r\n20");
   EXPECT_EQ(Line(), "200 hi\r\n");
+  RequestAbort();
+  EXPECT_EQ(Line(), "201 ho\r\n");
+  EXPECT_EQ(wire.ReadLine(kLimit), std::nullopt);
+  EXPECT_EQ(fake.sockets.calls(SocketCall::kReceive), 1);
+}
+
+TEST_F(WireTest, LineThatDripsEndsWithTheAbort) {
+  for (int i = 0; i < 10; ++i) Server("2");
+  fake.sockets.on_call = [](SocketCall call, int n) {
+    if (call == SocketCall::kReceive && n == 3) gAbortRequested = 1;
+  };
+  EXPECT_EQ(wire.ReadLine(kLimit), std::nullopt);
+  EXPECT_EQ(fake.sockets.calls(SocketCall::kReceive), 3);
+  fake.sockets.Release();
 }
 
 TEST_F(WireTest, ClosedWireReadsAndSendsNothing) {
@@ -194,7 +207,7 @@ TEST_F(WireTest, DotBehindTheFirstPieceOfALongLineIsText) {
 
 TEST_F(WireTest, AbortEndsABlockBeforeTheNextReceive) {
   Server("one\r\ntw");
-  fake.sockets.Then([] { RequestAbort(); });
+  fake.sockets.Then([] { gAbortRequested = 1; });
   Server("o\r\n.\r\n");
   EXPECT_EQ(ReadBlock(), RunEnd::kCancelled);
   EXPECT_EQ(block, Lines{"one"});
@@ -337,7 +350,8 @@ class OverviewSockets final : public port::Sockets {
   bool Send(port::SocketHandle, std::string_view) override { return true; }
   void Close(port::SocketHandle) override {}
   int LastError() override { return 0; }
-  void Interrupt() override {}
+  void AwaitClose(port::SocketHandle, std::uint32_t) override {}
+  void Interrupt(port::InterruptReason) override {}
 
  private:
   void Next() {

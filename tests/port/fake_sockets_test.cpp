@@ -339,14 +339,14 @@ TEST_F(Transcript, AStalledServerGoesOnWhenResumed) {
   other.join();
 }
 
-TEST_F(Transcript, InterruptEndsAStallAndEveryLaterCall) {
+TEST_F(Transcript, InterruptEndsAStallAndEveryLaterWait) {
   sockets.Stalls();
   Connect();
-  std::thread other([&] { sockets.Interrupt(); });
+  std::thread other([&] { sockets.Interrupt(InterruptReason::kSessionEnd); });
   EXPECT_EQ(Receive(), "<error 10004>");
   other.join();
-  EXPECT_FALSE(sockets.Send(socket, "QUIT\r\n"));
-  EXPECT_EQ(sockets.Open(), 0U);
+  EXPECT_TRUE(sockets.Send(socket, "QUIT\r\n"));
+  EXPECT_EQ(sockets.sent(), "QUIT\r\n");
   EXPECT_EQ(sockets.Resolve("news.example"), std::nullopt);
   sockets.Close(socket);
   EXPECT_EQ(sockets.open_sockets(), 0);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -219,7 +220,7 @@ TYPED_TEST(SocketsContract, InterruptEndsABlockedReceive) {
   EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
   std::thread interrupter([this] {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    this->sockets().Interrupt();
+    this->sockets().Interrupt(InterruptReason::kCancel);
   });
   char buffer[10];
   EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
@@ -227,15 +228,73 @@ TYPED_TEST(SocketsContract, InterruptEndsABlockedReceive) {
   interrupter.join();
 }
 
-TYPED_TEST(SocketsContract, AfterAnInterruptEverythingFailsAtOnce) {
-  const SocketHandle socket = this->Connected({Server("x"), Stalls()});
-  this->sockets().Interrupt();
+TYPED_TEST(SocketsContract, AfterAnInterruptAllThatWouldWaitFailsAtOnce) {
+  for (const InterruptReason reason : {InterruptReason::kCancel, InterruptReason::kSessionEnd}) {
+    const SocketHandle socket = this->Connected({Server("x"), Stalls()});
+    this->sockets().Interrupt(reason);
+    char buffer[10];
+    EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+    EXPECT_NE(this->sockets().LastError(), 0);
+    EXPECT_EQ(this->sockets().Resolve("localhost"), std::nullopt);
+    EXPECT_FALSE(this->sockets().Connect(socket, {127, 0, 0, 1}, 1));
+    this->sockets().AwaitClose(socket, 60'000);
+    EXPECT_TRUE(this->sockets().Send(socket, "QUIT\r\n"));
+    this->sockets().Close(socket);
+  }
+}
+
+TYPED_TEST(SocketsContract, CancelledConnectionIsFollowedByAnother) {
+  this->sockets().Interrupt(InterruptReason::kCancel);
+  SocketHandle socket = this->Connected({Server("x"), Stalls()});
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
+  this->sockets().Interrupt(InterruptReason::kCancel);
+  this->sockets().Interrupt(InterruptReason::kCancel);
   char buffer[10];
   EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
-  EXPECT_FALSE(this->sockets().Send(socket, "y"));
-  EXPECT_EQ(this->sockets().Resolve("localhost"), std::nullopt);
-  EXPECT_FALSE(this->sockets().Connect(this->sockets().Open(), {127, 0, 0, 1}, 1));
   this->sockets().Close(socket);
+  socket = this->Connected({Server("y"), Client("z")});
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "y");
+  EXPECT_EQ(this->sockets().Resolve("localhost"), (Ipv4Address{127, 0, 0, 1}));
+  EXPECT_TRUE(this->sockets().Send(socket, "z"));
+}
+
+TYPED_TEST(SocketsContract, EndOfTheSessionIsForGood) {
+  this->sockets().Interrupt(InterruptReason::kCancel);
+  this->sockets().Interrupt(InterruptReason::kSessionEnd);
+  this->maker_.Play({});
+  const SocketHandle socket = this->sockets().Open();
+  EXPECT_FALSE(this->sockets().Connect(socket, {127, 0, 0, 1}, this->maker_.port()));
+  EXPECT_EQ(this->sockets().Resolve("localhost"), std::nullopt);
+}
+
+TYPED_TEST(SocketsContract, ClosingServerEndsTheWaitForIt) {
+  const SocketHandle socket = this->Connected(
+      {Client("QUIT\r\n"), Server(std::string(20'000, 'x')), Server("205 bye\r\n")});
+  EXPECT_TRUE(this->sockets().Send(socket, "QUIT\r\n"));
+  this->sockets().AwaitClose(socket, 60'000);
+  this->maker_.Verify();
+}
+
+TYPED_TEST(SocketsContract, NobodyWaitsForTheCloseOfWhatIsNotConnected) {
+  this->sockets().AwaitClose(0, 60'000);
+  this->sockets().AwaitClose(this->sockets().Open(), 60'000);
+}
+
+TYPED_TEST(SocketsContract, SilentServerIsWaitedForNoLongerThanSaid) {
+  const SocketHandle socket = this->Connected({Stalls()});
+  const auto start = std::chrono::steady_clock::now();
+  this->sockets().AwaitClose(socket, 50);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(49));
+}
+
+TYPED_TEST(SocketsContract, InterruptEndsTheWaitForAClose) {
+  const SocketHandle socket = this->Connected({Stalls()});
+  std::thread interrupter([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    this->sockets().Interrupt(InterruptReason::kCancel);
+  });
+  this->sockets().AwaitClose(socket, 600'000);
+  interrupter.join();
 }
 
 }  // namespace
