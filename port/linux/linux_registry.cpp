@@ -87,9 +87,9 @@ class LinuxRegistryKey final : public RegistryKey {
 };
 
 LinuxRegistryKey::~LinuxRegistryKey() {
-  if (!begun_) return;
   const std::lock_guard lock(database_->mutex());
-  if (database_->InTransaction()) Run(RegistrySql::kRollback);
+  if (begun_ && database_->InTransaction()) Run(RegistrySql::kRollback);
+  database_->ShortenLog();
 }
 
 bool LinuxRegistryKey::Run(RegistrySql sql) {

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <utility>
@@ -24,6 +25,12 @@ constexpr int kBusyTimeoutMs = 2000;
 // What PRAGMA application_id and user_version of a registry answer. The id is "Qlrg" in ASCII.
 constexpr std::string_view kApplicationId = "1366061671";
 constexpr std::string_view kLayoutVersion = "1";
+
+// The log is moved into the file when it is this long, whoever waits, and at the end of a key's use
+// when it is worth the syncs. Between the two lie the writes of several hundred articles.
+constexpr int kLongestLog = 768 * 1024;
+constexpr int kFrameHeader = 24;
+constexpr int kFewFrames = 64;
 
 constexpr const char* kLayout = R"(
   BEGIN IMMEDIATE;
@@ -268,8 +275,12 @@ RegistryDatabase::Condition RegistryDatabase::Check(bool may_write) {
   const bool writable = IsWritable();
   // A header that forbids writing to a file that may be written is not of our making.
   if (!writable && may_write && euidaccess(file_.c_str(), W_OK) == 0) return Condition::kNoRegistry;
+  // A write copies whole pages to the log, and most values are small. Files of earlier builds keep
+  // the size they were made with.
+  if (blank && writable && !Run("PRAGMA page_size = 1024")) return Condition::kUnusable;
   // File systems that cannot share memory keep the older kind of journal.
   if (writable && !Query("PRAGMA journal_mode = WAL")) return Condition::kUnusable;
+  if (writable && !KeepLogShort()) return Condition::kUnusable;
   if (!Run("PRAGMA synchronous = NORMAL") || !Run("PRAGMA foreign_keys = ON")) {
     return Condition::kUnusable;
   }
@@ -287,6 +298,34 @@ bool RegistryDatabase::Prepare() {
     if (!Succeeded(result)) return false;
   }
   return true;
+}
+
+// The library's own rule counts pages of any size, and syncs in the middle of a download.
+bool RegistryDatabase::KeepLogShort() {
+  const auto page = Query("PRAGMA page_size");
+  const int page_size = page ? std::atoi(page->c_str()) : 0;
+  if (page_size <= 0) return false;
+  most_frames_ = kLongestLog / (page_size + kFrameHeader);
+  log_frames_ = 0;
+  sqlite3_wal_hook(connection_, NoteLog, this);
+  // A large write may be beyond the limit; the file is cut afterwards.
+  return Query("PRAGMA journal_size_limit = " + std::to_string(kLongestLog)).has_value();
+}
+
+int RegistryDatabase::NoteLog(void* database, sqlite3* connection, const char* name, int frames) {
+  auto& self = *static_cast<RegistryDatabase*>(database);
+  self.log_frames_ = frames;
+  if (frames >= self.most_frames_) {
+    sqlite3_wal_checkpoint_v2(connection, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    self.log_frames_ = 0;
+  }
+  return SQLITE_OK;
+}
+
+void RegistryDatabase::ShortenLog() {
+  if (log_frames_ < kFewFrames || InTransaction()) return;
+  sqlite3_wal_checkpoint_v2(connection_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  log_frames_ = 0;
 }
 
 // Moves the file out of the way, its log with it. Nothing is deleted but the index of the log,
@@ -321,10 +360,10 @@ bool RegistryDatabase::Run(const char* sql) {
 }
 
 // The first column of the statement's first row as text; nothing when there is none.
-std::optional<std::string> RegistryDatabase::Query(const char* sql) {
+std::optional<std::string> RegistryDatabase::Query(const std::string& sql) {
   sqlite3_stmt* statement = nullptr;
   std::optional<std::string> answer;
-  if (Succeeded(sqlite3_prepare_v2(connection_, sql, -1, &statement, nullptr)) &&
+  if (Succeeded(sqlite3_prepare_v2(connection_, sql.c_str(), -1, &statement, nullptr)) &&
       Succeeded(sqlite3_step(statement))) {
     const unsigned char* text = sqlite3_column_text(statement, 0);
     if (text != nullptr) answer = reinterpret_cast<const char*>(text);

@@ -68,6 +68,9 @@ class RegistryDatabase {
   const std::string& obstacle() const { return obstacle_; }
   sqlite3_stmt* Statement(RegistrySql sql);
   bool InTransaction() const { return sqlite3_get_autocommit(connection_) == 0; }
+  // Nobody waits just now: moves the log into the file when it has grown enough to be worth it. Not
+  // inside a transaction.
+  void ShortenLog();
   bool IsWritable() const { return sqlite3_db_readonly(connection_, "main") == 0; }
 
   // Held around every use of the above.
@@ -84,14 +87,18 @@ class RegistryDatabase {
   bool Prepare();
   void Disconnect();
   bool SetAside();
+  bool KeepLogShort();
+  static int NoteLog(void* database, sqlite3* connection, const char* name, int frames);
   bool Succeeded(int result);
   bool Run(const char* sql);
-  std::optional<std::string> Query(const char* sql);
+  std::optional<std::string> Query(const std::string& sql);
 
   const std::string file_;
   std::mutex mutex_;
   sqlite3* connection_ = nullptr;
   std::array<sqlite3_stmt*, static_cast<std::size_t>(RegistrySql::kCount)> statements_{};
+  int log_frames_ = 0;   // in the log after the last write
+  int most_frames_ = 0;  // so many at most, then it is moved into the file at once
   bool damaged_ = false;
   bool busy_ = false;  // another process held it for too long
   std::string set_aside_;

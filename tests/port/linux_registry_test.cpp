@@ -129,6 +129,76 @@ TEST_F(LinuxRegistryTest, WritesGoToALogThatIsNotSyncedEachTime) {
   EXPECT_GT(std::filesystem::file_size(file_ + "-wal"), 0U);
 }
 
+// As earlier builds made it.
+void MakeRegistryWithLargePages(const std::string& file) {
+  {
+    LinuxRegistry registry(file);
+    EXPECT_TRUE(Put(registry, u"old", "kept"));
+  }
+  Sql(file, "PRAGMA journal_mode = DELETE; PRAGMA page_size = 4096; VACUUM");
+  EXPECT_EQ(Sql(file, "PRAGMA page_size"), "4096");
+}
+
+TEST_F(LinuxRegistryTest, NewRegistryHasSmallPages) {
+  LinuxRegistry registry(file_);
+  ASSERT_TRUE(Put(registry, u"a", "1"));
+  EXPECT_EQ(Sql(file_, "PRAGMA page_size"), "1024");
+}
+
+TEST_F(LinuxRegistryTest, LogStaysUnderAMegabyteInALongDownload) {
+  for (const bool large_pages : {false, true}) {
+    SCOPED_TRACE(large_pages);
+    std::filesystem::remove(file_);
+    if (large_pages) MakeRegistryWithLargePages(file_);
+    LinuxRegistry registry(file_);
+    const auto key = registry.Create(kPath);
+    ASSERT_TRUE(key);
+    std::uintmax_t largest = 0;
+    for (int i = 0; i < 2000; ++i) {
+      const std::string numbers(400 + static_cast<std::size_t>(i % 7) * 300, static_cast<char>(i));
+      ASSERT_TRUE(key->Set(u"lastdownloaded", RegistryType::kBinary, numbers));
+      largest = std::max(largest, std::filesystem::file_size(file_ + "-wal"));
+    }
+    EXPECT_LT(largest, 1'000'000U);
+    EXPECT_GT(largest, 500'000U);  // and is not emptied all the time
+    if (large_pages) {
+      EXPECT_EQ(Data(registry, u"old"), "kept");
+    }
+  }
+}
+
+TEST_F(LinuxRegistryTest, LogIsMovedAtTheEndOfAKeysUseAndNotBefore) {
+  {
+    LinuxRegistry earlier(file_);
+    ASSERT_TRUE(Put(earlier, u"a", "before"));
+  }
+  LinuxRegistry registry(file_);
+  const auto in_the_file_alone = [this] {
+    std::filesystem::copy_file(file_, folder_ / "copy.db",
+                               std::filesystem::copy_options::overwrite_existing);
+    return Sql(folder_ / "copy.db",
+               "SELECT count(*) FROM registry_value WHERE data = CAST('last' AS BLOB)");
+  };
+  {
+    const auto key = registry.Create(kPath);
+    for (int i = 0; i < 500; ++i) {
+      ASSERT_TRUE(key->Set(u"a", RegistryType::kBinary, std::to_string(i)));
+    }
+    ASSERT_TRUE(key->Set(u"a", RegistryType::kBinary, "last"));
+    EXPECT_EQ(in_the_file_alone(), "0");
+  }
+  EXPECT_EQ(in_the_file_alone(), "1");
+}
+
+TEST_F(LinuxRegistryTest, LogThatALargeWriteMadeLongIsCutAfterwards) {
+  LinuxRegistry registry(file_);
+  const auto key = registry.Create(kPath);
+  ASSERT_TRUE(key->Set(u"large", RegistryType::kBinary, std::string(5'000'000, 'x')));
+  EXPECT_GT(std::filesystem::file_size(file_ + "-wal"), 5'000'000U);
+  ASSERT_TRUE(key->Set(u"small", RegistryType::kBinary, "x"));
+  EXPECT_LT(std::filesystem::file_size(file_ + "-wal"), 1'000'000U);
+}
+
 TEST_F(LinuxRegistryTest, PathWithOddCharactersIsTakenAsItIs) {
   const std::string odd = folder_ / "50% #1? file:x/registry.db";
   {
