@@ -35,6 +35,9 @@ namespace {
 
 const ResetAtEnd kReset([] { gDownloadList.clear(); });
 
+// How many articles may come before the volume is asked again.
+constexpr int kArticlesBetweenAsking = 50;
+
 // The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
 struct GroupWalk {
   std::size_t group;
@@ -203,12 +206,31 @@ void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   SetProgressDetail(FormatWide(u"article %lu", number));
 }
 
+// What the databases and others take of the volume is more than is counted for the articles.
+void AskForSpace(DownloadRun& run) {
+  if (const auto space = gPlatform->files.FreeSpace(gDatabaseFolder)) run.space = space;
+  run.stored_since_asked = 0;
+  run.steps_when_asked = GrowthSteps();
+}
+
+void AskForSpaceNowAndThen(DownloadRun& run) {
+  if (run.stored_since_asked >= kArticlesBetweenAsking || GrowthSteps() != run.steps_when_asked) {
+    AskForSpace(run);
+  }
+}
+
 void CheckRoom(DownloadRun& run) {
   if (!run.has_room || !run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
   run.has_room = false;
   LogError(
       u"Store too full to continue. Adjust preferences or delete articles to download more "
       u"news.\r\n");
+}
+
+// A store that failed may have done so for lack of room.
+void SayWhetherFull(DownloadRun& run) {
+  AskForSpace(run);
+  CheckRoom(run);
 }
 
 // Asks for the next article when it is certain to be wanted. The server looks it up while the last
@@ -242,6 +264,7 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   if (fetched == Fetched::kUnfinished) {
     walk.progress.downloaded = downloaded_before;
     SaveDownloaded(run);
+    if (run.end == RunEnd::kStoreFailed) SayWhetherFull(run);
     return Step::kGroupEnds;
   }
   if (fetched == Fetched::kCounted) --walk.remaining;
@@ -253,8 +276,11 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
 void WalkGroup(DownloadRun& run, GroupWalk& walk) {
   while (walk.remaining > 0 && !Ended(run.end) && run.has_room) {
     if (TakeNextArticle(run, walk) == Step::kGroupEnds) return;
+    AskForSpaceNowAndThen(run);
     CheckRoom(run);
   }
+  // The store was found full after NEXT had been sent: the next group must not get its reply.
+  if (walk.next_sent && !Ended(run.end) && !ReadResponse()) EndRun(run, RunEnd::kLost);
 }
 
 void ReportRefusal(const GroupWalk& walk) {
@@ -296,10 +322,10 @@ RunEnd DownloadNews() {
     return RunEnd::kStoreFailed;
   }
   run.under_way.Read(*run.key);
-  run.space = gPlatform->files.FreeSpace(gDatabaseFolder);
   // However the download ends, articles may have come.
   NoteChange(Change::kStore);
   const BulkStore bulk;
+  AskForSpace(run);
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   for (const GroupIndex group : gDownloadList) {
     if (Ended(run.end)) break;

@@ -148,6 +148,7 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   article->articleNumber = gConnection.last_article_number;
   CountUsedSpace(run, *article);
   const bool connected = before_storing();
+  ++run.stored_since_asked;
   if (!StoreInGroup(*article, group)) {
     EndRun(run, RunEnd::kStoreFailed);
     return Fetched::kUnfinished;

@@ -18,8 +18,11 @@ namespace quillet {
 // One run of the download engine.
 struct DownloadRun {
   std::unique_ptr<port::RegistryKey> key;
-  // The store's volume, asked once and then counted on; nothing (the query failed) means room.
+  // The store's volume, asked now and then and counted on in between; nothing (the query failed)
+  // means room.
   std::optional<port::VolumeSpace> space;
+  int stored_since_asked = 0;     // articles
+  int steps_when_asked = 0;       // GrowthSteps()
   std::size_t body_capacity = 0;  // bytes, the terminator included
   bool has_room = true;           // never set again once cleared
   bool progress_saved = true;     // cleared by the first failed write of the progress

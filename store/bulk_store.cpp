@@ -26,11 +26,13 @@ constexpr std::string_view kRoomKey("\0room", 5);
 bool gActive = false;
 int gStored = 0;            // articles since the bulk began
 std::size_t gRoomLeft = 0;  // of the last step
+int gSteps = 0;             // since the bulk began
 
 const ResetAtEnd kReset([] {
   gActive = false;
   gStored = 0;
   gRoomLeft = 0;
+  gSteps = 0;
 });
 
 bool VolumeHasRoom() {
@@ -42,6 +44,7 @@ void MakeRoom() {
   gRoomLeft = kStep;
   if (!VolumeHasRoom()) return;
   const std::string room(kStep, '\0');
+  ++gSteps;
   if (StoreValue(DatabaseIndex::kArticles, kRoomKey, room, StoreMode::kReplace)) {
     DeleteValue(DatabaseIndex::kArticles, kRoomKey);
   }
@@ -53,10 +56,15 @@ BulkStore::BulkStore() {
   gActive = true;
   gStored = 0;
   gRoomLeft = 0;
+  gSteps = 0;
 }
 
 BulkStore::~BulkStore() {
   gActive = false;
+}
+
+int GrowthSteps() {
+  return gSteps;
 }
 
 void NoteArticleStored(std::size_t bytes) {

@@ -19,6 +19,9 @@ class BulkStore {
   BulkStore& operator=(const BulkStore&) = delete;
 };
 
+// So often the file was made larger by a step since the last BulkStore began.
+int GrowthSteps();
+
 // An article of that many bytes, key and value, was stored. Only for store/.
 void NoteArticleStored(std::size_t bytes);
 

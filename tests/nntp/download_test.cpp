@@ -1368,15 +1368,89 @@ TEST_F(DownloadTest, UsedSpaceNeverWrapsIntoRoom) {
   EXPECT_EQ(ErrorLog(), kStoreFull);
 }
 
-TEST_F(DownloadTest, VolumeIsAskedOnceARun) {
-  const int before = fake.files.calls(port::FileCall::kFreeSpace);
-  Enters(1, 2);
+// What others take of the volume, and the databases beside the articles' texts, is not counted.
+class SpaceTest : public DownloadTest {
+ protected:
+  SpaceTest() { gPrefs->maxarticles = 1000; }
+
+  // So much is free when this many articles have come.
+  void FreeAfter(int articles, const port::VolumeSpace& space) {
+    after_ = articles;
+    space_after_ = space;
+  }
+
+  void Download(int articles) {
+    Enters(1, static_cast<std::uint32_t>(articles));
+    for (int i = 1; i <= articles; ++i) {
+      const std::string id = FormatNarrow("<%d@x>", i);
+      Exchange(i == 1 ? "STAT 1" : "NEXT", FormatNarrow("223 %d ", i) + id);
+      Fetches(i, id);
+      if (i == after_) fake.sockets.Then([this] { fake.files.SetFreeSpace(space_after_); });
+    }
+    Run();
+    fake.sockets.Release();
+  }
+
+  int after_ = 0;
+  port::VolumeSpace space_after_;
+};
+
+TEST_F(SpaceTest, VolumeIsAskedAgainEveryFiftyArticles) {
+  fake.files.SetFreeSpace({50'000'000, 100'000'000});  // too small for growing in steps
+  FreeAfter(20, {1'000'000, 100'000'000});
+  Download(120);
+  EXPECT_EQ(gReadInfo[0]->totalCount, 50U);
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+  EXPECT_EQ(SavedProgress(), (Numbers{50, 0}));
+}
+
+TEST_F(SpaceTest, VolumeThatStaysAsItIsStopsNothing) {
+  fake.files.SetFreeSpace({50'000'000, 100'000'000});
+  Download(120);
+  EXPECT_EQ(gReadInfo[0]->totalCount, 120U);
+  EXPECT_EQ(ErrorLog(), u"");
+}
+
+TEST_F(SpaceTest, VolumeIsAskedAgainAfterEachStepOfGrowth) {
+  fake.files.SetFreeSpace({9'000'000'000, 10'000'000'000});
+  FreeAfter(25, {100'000'000, 10'000'000'000});  // the first step is taken with article 32
+  Download(45);
+  EXPECT_EQ(gReadInfo[0]->totalCount, 32U);
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+}
+
+TEST_F(SpaceTest, NextGroupDoesNotGetTheReplyThatTheFullStoreLeft) {
+  ChooseGroups({0, 1});
+  fake.files.SetFreeSpace({50'000'000, 100'000'000});
+  Enters(1, 60);
+  for (int i = 1; i <= 50; ++i) {
+    const std::string id = FormatNarrow("<%d@x>", i);
+    Exchange(i == 1 ? "STAT 1" : "NEXT", FormatNarrow("223 %d ", i) + id);
+    Fetches(i, id);
+    if (i == 20) {
+      fake.sockets.Then([this] { fake.files.SetFreeSpace({1'000'000, 100'000'000}); });
+    }
+  }
+  Exchange("NEXT", "223 51 <51@x>");  // asked for while the fiftieth was stored
+  Exchange("GROUP alt.test", "211 5 1 5 alt.test");
+  Run();
+  EXPECT_EQ(gPrefs->lastonserver, (Numbers{60, 5}));
+  EXPECT_EQ(SavedProgress(), (Numbers{50, 0}));
+  EXPECT_EQ(ErrorLog(), kStoreFull);
+}
+
+TEST_F(SpaceTest, StoreThatFailsForLackOfRoomIsSaidToBeFull) {
+  Enters(1, 5);
   Exchange("STAT 1", "223 1 <a@x>");
   Fetches(1, "<a@x>");
-  Exchange("NEXT", "223 2 <b@x>");
-  Fetches(2, "<b@x>");
+  fake.sockets.Then([this] {
+    CloseDatabases();
+    fake.files.SetFreeSpace({0, 100'000'000});
+  });
+  Client("NEXT\r\n");
   Run();
-  EXPECT_EQ(fake.files.calls(port::FileCall::kFreeSpace), before + 1);
+  EXPECT_EQ(end_, RunEnd::kStoreFailed);
+  EXPECT_EQ(ErrorLog(), kStoreFull);
 }
 
 TEST_F(DownloadTest, VolumeThatCannotBeAskedHasRoom) {
