@@ -3,6 +3,7 @@
 // on the record and fills the list anew.
 #include "groups/group_list.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -37,9 +38,9 @@ namespace {
 std::u16string CountsText(std::size_t group) {
   if (group >= gReadInfo.size()) return u"0/0";
   const ReadInfo& info = *gReadInfo[group];
-  // Signed, as it is shown: a stale cache may hold fewer articles than read ones.
-  return FormatWide(u"%d/%d", static_cast<std::int32_t>(info.totalCount - info.readCount),
-                    static_cast<std::int32_t>(info.totalCount));
+  // A count that was wrong may be larger than the total for a while.
+  const std::uint32_t read = std::min(info.readCount, info.totalCount);
+  return FormatWide(u"%lu/%lu", info.totalCount - read, info.totalCount);
 }
 
 port::CheckState BoxFor(bool checked) {

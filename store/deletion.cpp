@@ -3,6 +3,7 @@
 // files are deleted instead.
 #include "store/deletion.h"
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -126,6 +127,8 @@ bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool w
   const bool removed = RemoveFromGroupChain(info.groupName, record.number);
   if (was_read && (removed || !record.messageId.empty())) LowerCount(info.readCount);
   if (removed) LowerCount(info.totalCount);
+  // An article that went by another group was read for all that is known, and counted so.
+  info.readCount = std::min(info.readCount, info.totalCount);
   UpdateGlobalGDBMArticleCountCache(group_index);
   return removed;
 }

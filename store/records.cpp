@@ -152,18 +152,22 @@ std::string_view PlainBlock(std::string_view value) {
   return value.substr(kPlainHeader, value.size() - kPlainHeader - kSlackLength);
 }
 
-// Those of a compressed one; nothing after a failure, which is told.
-std::optional<std::string> ExpandBlock(std::string_view value) {
+// No memory is taken for a length that no article has.
+std::optional<std::string> Decompressed(std::string_view value) {
   if (value.size() < kCompressedHeader + kSlackLength) return std::nullopt;
   const std::uint32_t length = GetU32(value, 20);
   if (length < kStrings.size() || length > kLongestRecord) return std::nullopt;
+  return DecompressBlock(
+      value.substr(kCompressedHeader, value.size() - kCompressedHeader - kSlackLength), length);
+}
+
+// Those of a compressed one; nothing after a failure, which is told.
+std::optional<std::string> ExpandBlock(std::string_view value) {
   if (!gCompressionAvailable) {
     RefuseWithoutLibrary();
     return std::nullopt;
   }
-  const std::string_view stream =
-      value.substr(kCompressedHeader, value.size() - kCompressedHeader - kSlackLength);
-  auto block = DecompressBlock(stream, length);
+  auto block = Decompressed(value);
   if (!block) ShowMessage(u"Decompress returned an error");
   return block;
 }

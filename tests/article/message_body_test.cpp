@@ -253,12 +253,16 @@ TEST_F(MessageBody, MessageHeadersShowTheReplyAddressOnlyWhenItIsTheAuthors) {
 
 TEST_F(MessageBody, MessageHeadersLeaveOutWhatIsMissingButNotTheSubject) {
   constexpr std::u16string_view kBare =
-      u"Subject: \r\nX-Quillet-ServerID: 0\r\nX-Quillet-CompressedSavings: 0%\r\n";
+      u"Subject: \r\nReply-To: \r\nX-Quillet-ServerID: 0\r\nX-Quillet-CompressedSavings: 0%\r\n";
   EXPECT_EQ(MessageHeadersText(AsciiArticle()), kBare);
   AsciiArticle article;
   article.messageId = article.headers = article.parentId = article.subject = article.from =
       article.source = article.date = article.replyTo = "";
   EXPECT_EQ(MessageHeadersText(article), kBare);
+  article.from.reset();
+  EXPECT_EQ(MessageHeadersText(article), kBare);
+  article.replyTo = "a@x";
+  EXPECT_EQ(MessageHeadersText(article).find(u"Reply-To"), std::u16string::npos);
 }
 
 TEST_F(MessageBody, SavingsAreTruncatedAlsoBelowZero) {

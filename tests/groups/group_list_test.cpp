@@ -101,6 +101,19 @@ class GroupList : public testing::Test {
   port::FakePlatform fake_;
 };
 
+TEST_F(GroupList, CountsAreNeverBelowZero) {
+  SetUpGroups({{u"a"}, {u"b"}, {u"c"}});
+  gReadInfo[0]->readCount = 1;
+  gReadInfo[1]->totalCount = 3;
+  gReadInfo[1]->readCount = 0xFFFFFFFF;
+  gReadInfo[2]->totalCount = 0x80000001;
+  gReadInfo[2]->readCount = 1;
+  FillGroupList();
+  EXPECT_EQ(Counts(0), u"0/0");
+  EXPECT_EQ(Counts(1), u"0/3");
+  EXPECT_EQ(Counts(2), u"2147483648/2147483649");
+}
+
 TEST_F(GroupList, HasTheTwoColumns) {
   SetUpGroups({});
   const port::ShownList list = fake_.display.list();

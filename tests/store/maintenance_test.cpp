@@ -173,6 +173,15 @@ TEST_F(DeletionTest, RecordsOfMissingArticlesGoWithAllTheRest) {
   EXPECT_EQ(gReadInfo[1]->totalCount, 0U);
 }
 
+TEST_F(DeletionTest, AReadArticleThatWentByAnotherGroupIsCountedNoMore) {
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", "<a1@x>"));
+  gReadInfo[2]->totalCount = 1;
+  gReadInfo[2]->readCount = 1;
+  DeleteArticlesOf(false, GroupAt(1));
+  DeleteArticlesOf(false, GroupAt(2));
+  Count(2, 0, 0);
+}
+
 TEST_F(DeletionTest, CountsThatWereWrongStopAtZero) {
   gReadInfo[1]->totalCount = 1;
   gReadInfo[1]->readCount = 1;

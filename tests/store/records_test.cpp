@@ -258,14 +258,19 @@ TEST_F(DamagedStream, OfAnotherLengthThanStatedIsRefused) {
   EXPECT_FALSE(Parses());
 }
 
-TEST_F(DamagedStream, LengthsBeyondTheBoundsAreRefusedUnread) {
-  value.replace(20, 4, Bytes("01 00 00 04"));
+TEST_F(DamagedStream, LengthsBeyondTheBoundsAreReportedAndRefusedUnread) {
+  for (const char* length : {"01 00 00 04", "ff ff ff ff", "08 00 00 00", "00 00 00 00"}) {
+    fake.display.ForgetBoxes();
+    value.replace(20, 4, Bytes(length));
+    EXPECT_FALSE(Parses()) << length;
+    EXPECT_THAT(BoxTexts(), ElementsAre(u"Decompress returned an error")) << length;
+  }
+}
+
+TEST_F(DamagedStream, ARecordWithoutAStreamIsReported) {
+  value.resize(27);
   EXPECT_FALSE(Parses());
-  value.replace(20, 4, Bytes("ff ff ff ff"));
-  EXPECT_FALSE(Parses());
-  value.replace(20, 4, Bytes("08 00 00 00"));
-  EXPECT_FALSE(Parses());
-  EXPECT_THAT(BoxTexts(), IsEmpty());
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Decompress returned an error"));
 }
 
 TEST_F(DamagedStream, EveryTruncationIsRefused) {
