@@ -25,7 +25,9 @@ class Shell {
   // them.
   virtual void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) = 0;
 
-  // Opens the target with the desktop's handler for it; false when none could be started.
+  // Opens the target with the desktop's handler for it; false when none could be started, and for
+  // what is not handed on: schemes other than http, https, ftp, news, nntp and mailto, and a mailto
+  // that names a file to attach.
   virtual bool OpenLink(std::u16string_view target) = 0;
 };
 

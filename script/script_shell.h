@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "port/linux/linux_shell.h"
+#include "port/linux/opener_link.h"
 #include "port/shell.h"
 #include "script/reporter.h"
 

@@ -17,6 +17,7 @@
 #include "port/linux/child_process.h"
 #include "port/linux/instance_socket.h"
 #include "port/linux/native_files.h"
+#include "port/linux/opener_link.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -71,26 +72,6 @@ bool SendRequest(const std::string& path, std::string_view request, int limit_ms
   const FileDescriptor owner = ConnectTo(path);
   if (!owner.valid() || !SendLine(owner.get(), request)) return false;
   return ReceiveLine(owner.get(), limit_ms) == kAnswer;
-}
-
-bool IsLetter(char c) {
-  return ToLowerAscii(c) >= 'a' && ToLowerAscii(c) <= 'z';
-}
-
-bool HasControlCharacter(std::string_view text) {
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) return true;
-  }
-  return false;
-}
-
-// The letters before the first colon; empty when there is no such beginning.
-std::string_view SchemeOf(std::string_view target) {
-  std::size_t end = 0;
-  while (end < target.size() && IsLetter(target[end])) ++end;
-  if (end == target.size() || target[end] != ':') return {};
-  return target.substr(0, end);
 }
 
 }  // namespace
@@ -213,15 +194,6 @@ void LinuxShell::EndSession() {
     end_wanted_ = true;
   }
   Deliver();
-}
-
-std::string LinkForOpener(std::u16string_view target) {
-  std::string link = ToUtf8(target);
-  if (link.empty() || link.front() == '-' || HasControlCharacter(link)) return {};
-  if (StartsWithNoCase(link, "www.")) return "http://" + link;
-  const std::string_view scheme = SchemeOf(link);
-  if (scheme.empty() || EqualsNoCase(FromUtf8(scheme), u"file")) return {};
-  return link;
 }
 
 bool LinuxShell::OpenLink(std::u16string_view target) {

@@ -33,8 +33,8 @@ class LinuxShell final : public Shell {
   // had at all (a folder that cannot be written).
   bool ForwardToOtherInstance(bool scheduled_download) override;
   void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) override;
-  // Only targets that begin with a scheme of letters or with "www." (which gets "http://" in front)
-  // are handed on, and no "file:" target: a link in an article must not reach into this machine.
+  // What LinkForOpener refuses is not handed on: a link in an article must not reach into this
+  // machine.
   bool OpenLink(std::u16string_view target) override;
 
   // What a later instance asks for: the download is posted to the instance window, or kept until
@@ -69,8 +69,5 @@ class LinuxShell final : public Shell {
   FileDescriptor end_event_;
   std::thread listening_;
 };
-
-// The target as it is handed to the opener; empty when it is refused.
-std::string LinkForOpener(std::u16string_view target);
 
 }  // namespace quillet::port

@@ -13,6 +13,7 @@
 #include "port/common/thread_queues.h"
 #include "port/linux/instance_socket.h"
 #include "port/linux/linux_clock.h"
+#include "port/linux/opener_link.h"
 #include "tests/port/linux_test_tools.h"
 
 namespace quillet::port {
@@ -327,9 +328,10 @@ TEST_F(LinuxShellTest, CommandLineIsWhatItWasGiven) {
 }
 
 TEST(LinkForOpener, LinksAreHandedOnUnchanged) {
-  for (const char16_t* link : {u"http://example.org/", u"HTTPS://example.org/a?b=c&d#e", u"ftp://x",
-                               u"mailto:me@example.org", u"news:comp.test", u"nntp://x/y/1",
-                               u"http://example.org/\u00E4 b"}) {
+  for (const char16_t* link :
+       {u"http://example.org/", u"HTTPS://example.org/a?b=c&d#e", u"ftp://x",
+        u"mailto:me@example.org", u"news:comp.test", u"NNTP://x/y/1",
+        u"MailTo:a@x?subject=How%20to%20attach&body=re-attach", u"http://example.org/\u00E4 b"}) {
     EXPECT_EQ(LinkForOpener(link), std::filesystem::path(link).string());
   }
 }
@@ -361,8 +363,33 @@ TEST(LinkForOpener, WhatIsNoLinkIsRefused) {
       u"www",
       u"./www.x",
       u"mailto",
+      u"javascript:alert(1)",
+      u"data:text/html,x",
+      u"smb://x/y",
+      u"ssh://x",
+      u"httpx://x",
+      u"htt:x",
+      u"telnet://x",
+      u"vnd:x",
+      u"snews:x",
   };
   for (const std::u16string& target : refused) EXPECT_EQ(LinkForOpener(target), "");
+}
+
+// A mailer that obeys would send a file of the user's to whoever wrote the article.
+TEST(LinkForOpener, MessagesWithAttachmentsAreRefused) {
+  for (const char16_t* link :
+       {u"mailto:a@x?attach=/etc/passwd", u"mailto:a@x?subject=x&attach=/etc/passwd",
+        u"MAILTO:?ATTACHMENT=/etc/passwd", u"mailto:?%61ttach=/etc/passwd",
+        u"mailto:?subject=x&amp;attach=/etc/passwd", u"mailto:?subject=x%26attach=/etc/passwd",
+        u"mailto:?subject=x;%41%54%54ach=/etc/passwd", u"mailto:%3Fattach=x",
+        u"mailto:?subject=%2526attach=x%26%61ttach=y"}) {
+    EXPECT_EQ(LinkForOpener(link), "") << std::filesystem::path(link);
+  }
+  for (const char16_t* link : {u"mailto:attach@x", u"mailto:a@x?subject=100%&body=%", u"mailto:",
+                               u"mailto:a@x?subject=%4", u"http://x/?attach=1"}) {
+    EXPECT_NE(LinkForOpener(link), "") << std::filesystem::path(link);
+  }
 }
 
 class OpenLinkTest : public LinuxShellTest {
