@@ -118,6 +118,15 @@ void TellOfDamagedRegistry() {
                  file));
 }
 
+// The text was written by the run before.
+void TellOfCutFile() {
+  constexpr std::uint64_t kLongestNote = 8192;
+  const auto note = gPlatform->files.ReadFile(port::kCutFileNote, kLongestNote);
+  if (!note) return;
+  gPlatform->files.Delete(port::kCutFileNote);
+  ShowMessage(FromUtf8(note->substr(0, note->find('\n'))));
+}
+
 int DaysInMonth(int month, int year) {
   if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
   if (month != 2) return 31;
@@ -147,6 +156,7 @@ int RunOnce() {
   std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));
   if (!CreateQuilletWindow()) return 0;
   TellOfDamagedRegistry();
+  TellOfCutFile();
   // A critical error while the store was opened has closed the window.
   if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
   gPlatform->windows.ShowMainWindow();

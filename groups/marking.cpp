@@ -9,6 +9,7 @@
 #include "base/subscriptions.h"
 #include "store/chains.h"
 #include "store/counts.h"
+#include "store/whole_points.h"
 #include "thread/reading.h"
 #include "thread/totals.h"
 
@@ -64,6 +65,7 @@ RunEnd MarkChecked(bool read) {
     if (end != RunEnd::kGoOn) break;
     if (IndexOf(group) < gReadInfo.size()) end = MarkGroup(IndexOf(group), read);
   }
+  StoreIsWhole();
   return end;
 }
 

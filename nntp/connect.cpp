@@ -23,6 +23,7 @@
 #include "store/maintenance.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
+#include "store/whole_points.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -144,6 +145,7 @@ bool ConnectedToInternet() {
 }
 
 void EndDownload() {
+  StoreIsWhole();
   HangUpDialledConnection();
   if (gPrefs->beepafter != 0) gPlatform->boxes.Beep();
   ReleaseConnection();

@@ -22,6 +22,14 @@ constexpr std::uint32_t kErrorInvalidName = 123;
 constexpr std::uint32_t kErrorFileExists = 183;
 constexpr std::uint32_t kErrorNoNetwork = 1222;
 
+// The names of files that are to replace another begin with this, and six letters or digits follow.
+// A kill leaves them behind.
+inline constexpr std::u16string_view kReplacementStem = u".quillet-";
+
+// Device path of a text in UTF-8 that says which open file was cut or could not be read any more, so
+// that the program had to end; for the next start.
+inline constexpr std::u16string_view kCutFileNote = u"\\Quillet had to end";
+
 struct VolumeSpace {
   std::uint64_t free_bytes = 0;  // available to the user
   std::uint64_t total_bytes = 0;

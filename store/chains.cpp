@@ -10,6 +10,7 @@
 
 #include "base/records.h"
 #include "base/reset.h"
+#include "store/cross_posts.h"
 #include "store/group_record.h"
 #include "store/record_strings.h"
 #include "util/little_endian.h"
@@ -186,6 +187,7 @@ bool AddArticleToGroup(std::u16string_view group_name, std::string_view message_
   if (!StoreGroupRecord(head_key, head, existed ? StoreMode::kReplace : StoreMode::kInsert)) {
     return false;
   }
+  NoteChained(message_id);
   if (older == 0) return true;
   if (auto links = FetchChainRecord(older)) links->Put(kPreviousOffset, number);
   return true;

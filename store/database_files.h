@@ -18,6 +18,7 @@ struct FolderFile {
 };
 inline constexpr std::u16string_view kUseMarkName = u"Quillet databases in use";
 inline constexpr std::u16string_view kLostArticlesName = u"Quillet lost articles";
+inline constexpr std::u16string_view kDeletedCrossPostsName = u"Quillet deleted cross-posts";
 // What is behind a database's name in that of its copy, as it was when the store was last whole.
 inline constexpr std::u16string_view kCopySuffix = u".copy";
 inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
@@ -28,6 +29,7 @@ inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
     {u"Quillet newsgroups.gdb.copy"},
     {u"Quillet pending posts.gdb.copy"},
     {kLostArticlesName},
+    {kDeletedCrossPostsName},
 });
 
 GdbmFile& DatabaseFile(DatabaseIndex index);

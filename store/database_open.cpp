@@ -16,6 +16,9 @@
 namespace quillet {
 namespace {
 
+// Behind the name of a database that is being created.
+constexpr std::u16string_view kUnfinishedSuffix = u".new";
+
 GdbmFile OpenExisting(const std::u16string& path) {
   return GdbmFile::Open(gPlatform->files.NativePath(path), kOpenExisting, kDatabaseMode, 0);
 }
@@ -75,21 +78,14 @@ OpenedFile Closed(OpenTrouble trouble) {
   return closed;
 }
 
-// Recoveries that were killed leave their unfinished copy: the file's name, a point and six letters
-// or digits.
-void RemoveUnfinishedCopies(const std::u16string& path) {
+// The stem and six letters or digits.
+bool IsTemporaryOf(std::u16string_view stem, std::u16string_view name) {
   constexpr std::size_t kLetters = 6;
-  const std::u16string stem = std::u16string(LastComponent(path)) + u".";
-  for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
-    if (name.size() != stem.size() + kLetters || !name.starts_with(stem)) continue;
-    const bool made_by_library = std::all_of(name.end() - kLetters, name.end(), [](char16_t c) {
-      const char16_t lower = ToLowerAscii(c);
-      return (lower >= u'a' && lower <= u'z') || (c >= u'0' && c <= u'9');
-    });
-    if (made_by_library) {
-      gPlatform->files.Delete(FormatWide(u"%ls\\%ls", FolderOf(path), name));
-    }
-  }
+  if (name.size() != stem.size() + kLetters || !name.starts_with(stem)) return false;
+  return std::ranges::all_of(name.substr(stem.size()), [](char16_t c) {
+    const char16_t lower = ToLowerAscii(c);
+    return (lower >= u'a' && lower <= u'z') || (c >= u'0' && c <= u'9');
+  });
 }
 
 OpenedFile RecoverFile(const std::u16string& path, std::uint64_t size) {
@@ -114,7 +110,7 @@ bool AllReadable(GdbmFile& file, std::uint64_t size) {
 
 // A new file gets its name when it is whole, so that a kill leaves none that looks damaged.
 OpenedFile CreateEmpty(const std::u16string& path) {
-  const std::u16string unfinished = path + u".new";
+  const std::u16string unfinished = path + std::u16string(kUnfinishedSuffix);
   gPlatform->files.Delete(unfinished);
   GdbmFile file =
       GdbmFile::Open(gPlatform->files.NativePath(unfinished), kCreateEmpty, kDatabaseMode, 0);
@@ -169,6 +165,16 @@ OpenedFile CorrectInPlace(const std::u16string& path, std::uint64_t size) {
   return Closed(OpenTrouble::kNoRoom);
 }
 
+void RemoveUnfinishedFiles(const std::u16string& path) {
+  const std::u16string name_of_file(LastComponent(path));
+  for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
+    if (IsTemporaryOf(name_of_file + u".", name) || IsTemporaryOf(port::kReplacementStem, name) ||
+        name == name_of_file + std::u16string(kUnfinishedSuffix)) {
+      gPlatform->files.Delete(FormatWide(u"%ls\\%ls", FolderOf(path), name));
+    }
+  }
+}
+
 OpenedFile LookAtDatabaseFile(const std::u16string& path) {
   OpenedFile opened{OpenExisting(path)};
   if (!opened.file) {
@@ -187,7 +193,6 @@ OpenedFile SettleDatabaseFile(const std::u16string& path, OpenedFile looked_at, 
   const std::uint64_t size = gPlatform->files.FileSize(path).value_or(0);
   if (size == 0) return looked_at.file ? std::move(looked_at) : CreateEmpty(path);
   if (looked_at.sound && looked_at.file && !unclean) return looked_at;
-  RemoveUnfinishedCopies(path);
   looked_at.file.Close();
   if (!RoomForCopy(path, size)) return CorrectInPlace(path, size);
   OpenedFile opened = RecoverFile(path, size);

@@ -23,6 +23,10 @@ struct OpenedFile {
 // The first look, which changes nothing: opens the file as it is. Trouble is only what nothing but
 // the user can end: another process, missing rights. A missing or damaged file is closed without.
 OpenedFile LookAtDatabaseFile(const std::u16string& path);
+// Removes what killed writers have left beside the file, which nobody else has open: the library's
+// half-made copy of a recovery, files that were to replace another, a database that was being made.
+void RemoveUnfinishedFiles(const std::u16string& path);
+
 // Opens the file for good, and creates it when there is none or an empty one.
 //
 // A file that was not closed properly (`unclean`, or by its own look) is recovered silently;

@@ -15,7 +15,6 @@
 #include "port/platform.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
-#include "store/lost_articles.h"
 #include "store/opening.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
@@ -133,7 +132,6 @@ void CloseDatabases() {
   }
   // With the mark, damage found while they were open is repaired at the next opening.
   EndWholePoints(sound);
-  ReleaseLostArticles();
 }
 
 bool DatabasesOpen() {

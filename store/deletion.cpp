@@ -15,8 +15,10 @@
 #include "base/upward_calls.h"
 #include "store/chains.h"
 #include "store/counts.h"
+#include "store/cross_posts.h"
 #include "store/databases.h"
 #include "store/records.h"
+#include "store/whole_points.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -86,6 +88,7 @@ RunEnd RunDeletion(const Deletion& deletion) {
     end = DeleteInGroup(deletion, group);
   }
   Ended(end);  // an abort at the very last article counts too, though nothing is left to do
+  StoreIsWhole();
   return end;
 }
 
@@ -123,6 +126,7 @@ RunEnd Delete(const Deletion& deletion) {
 bool DeleteGroupArticle(std::size_t group_index, const GDBMGroup& record, bool was_read) {
   if (group_index >= gReadInfo.size()) return false;
   ReadInfo& info = *gReadInfo[group_index];
+  NoteDeletion(record.messageId);
   if (!record.messageId.empty() && !DeleteArticle(record.messageId)) return false;
   const bool removed = RemoveFromGroupChain(info.groupName, record.number);
   if (was_read && (removed || !record.messageId.empty())) LowerCount(info.readCount);

@@ -15,6 +15,7 @@
 #include "store/chains.h"
 #include "store/compression.h"
 #include "store/counts.h"
+#include "store/cross_posts.h"
 #include "store/database_files.h"
 #include "store/group_record.h"
 #include "store/kept_chains.h"
@@ -98,7 +99,8 @@ void JudgeChain(Pass& pass, const std::string& group, KeptChain& chain, bool lis
     }
     if (!link.stored) continue;
     pass.removed.push_back(link.number);
-    if (!there && listed && !link.message_id.empty()) {
+    const bool missing = !there && listed && !link.message_id.empty();
+    if (missing && !WasDeleted(link.message_id)) {
       pass.lost.push_back({std::move(link.message_id), {group}});
     }
   }
@@ -131,13 +133,21 @@ bool ReadLoose(const std::string& id, AsciiArticle& article) {
   return ParseArticle(*value, article, false);
 }
 
+// A chain with a gap has lost its record of the article, if it is one that the article names; an
+// article that no chain has named yet goes to all of those.
+std::vector<std::string> GroupsOf(std::string_view head, const std::vector<std::string>& with_gap) {
+  std::vector<std::string> groups = GroupsOfHead(head);
+  if (with_gap.empty()) return groups;
+  const bool names_it = std::ranges::find(groups, with_gap.front()) != groups.end();
+  return groups.empty() || names_it ? with_gap : groups;
+}
+
 void JudgeLooseArticles(Pass& pass, ChainsFile chains) {
   const std::vector<std::string> with_gap = ChainWithGap(pass);
   for (const auto& [id, chain] : pass.articles) {
     AsciiArticle article;
     if (chain != nullptr || !ReadLoose(id, article)) continue;
-    LooseArticle loose{id, article.articleNumber, GroupsOfHead(*article.headers)};
-    if (loose.groups.empty()) loose.groups = with_gap;
+    LooseArticle loose{id, article.articleNumber, GroupsOf(*article.headers, with_gap)};
     if (!loose.groups.empty()) {
       pass.loose.push_back(std::move(loose));
       continue;
@@ -204,6 +214,7 @@ void RemoveLeftOvers(Pass& pass) {
   for (const std::string& id : pass.taken_out) {
     if (!DeleteArticle(id)) pass.good = false;
   }
+  if (pass.good) ForgetDeletions();
 }
 
 void RestorePosts(Pass& pass, const std::u16string& copy_path) {

@@ -26,8 +26,9 @@ enum class ChainsFile { kKept, kNew };
 // - Chain records of the file and the copy whose article is there are linked, each article once in
 //   a group, the highest number first.
 // - A chain record of the file whose article has gone goes to the list of lost articles.
-// - An article that no chain names is put on those of the groups that its "Newsgroups:" line names,
-//   else on the one chain that has a gap; else it is taken out and goes to the list.
+// - An article that no chain names is put on those of the groups that its "Newsgroups:" line names;
+//   when just one chain has a gap and the line names that group or none, on that one; without any
+//   group it is taken out and goes to the list.
 // - Posts that only the copy has are put back: every change of the queue is a whole point.
 // - The counts are taken and cached anew.
 //

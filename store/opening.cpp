@@ -90,6 +90,7 @@ OpenedFiles LookAtAll() {
 bool SettleAll(OpenedFiles& files, bool unclean) {
   for (std::size_t i = 0; i < files.size(); ++i) {
     const std::u16string path = DatabasePath(IndexAt(i));
+    RemoveUnfinishedFiles(path);
     files[i] = SettleDatabaseFile(path, std::move(files[i]), unclean);
     if (files[i].trouble != OpenTrouble::kNone) gTrouble = files[i].trouble;
     // One that needs the user's help ends it: the others stay as they are.

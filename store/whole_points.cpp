@@ -7,6 +7,7 @@
 #include "base/reset.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "store/cross_posts.h"
 #include "store/database_files.h"
 #include "store/lost_articles.h"
 #include "store/use_mark.h"
@@ -70,6 +71,7 @@ constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::k
 
 bool StoreIsWhole() {
   WriteLostArticles();
+  WriteDeletions();
   bool whole = !gState.torn;
   for (const DatabaseIndex index : kAllDatabases) {
     const bool changed = Of(index).changed;
@@ -84,6 +86,8 @@ bool StoreIsWhole() {
 
 void BeginWholePoints() {
   gState = {};
+  ReleaseLostArticles();
+  ReleaseDeletions();
 }
 
 void BeforeChange(DatabaseIndex index) {
@@ -108,6 +112,7 @@ void StoreIsTorn() {
 
 void SyncBeforeClosing() {
   WriteLostArticles();
+  WriteDeletions();
   for (const DatabaseIndex index : kAllDatabases) SyncFile(index);
 }
 
@@ -118,7 +123,7 @@ void EndWholePoints(bool sound) {
     SetUseMark();
     KeepUseMark();
   }
-  gState = {};
+  BeginWholePoints();
 }
 
 }  // namespace quillet

@@ -11,6 +11,7 @@
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/deletion.h"
+#include "store/whole_points.h"
 #include "thread/labels.h"
 #include "thread/moves.h"
 #include "thread/totals.h"
@@ -112,7 +113,9 @@ Node* DeleteThreadNode(Node& node) {
   } else {
     RunWithProgress(u"Deleting thread...", [thread, articles] {
       SetProgressRange(articles);
-      return DeleteBelow(*thread, false);
+      const RunEnd end = DeleteBelow(*thread, false);
+      StoreIsWhole();
+      return end;
     });
   }
   if (thread->descendantCount > 0) next = FirstArticleFrom(thread);

@@ -3,6 +3,7 @@
 #include "base/app_messages.h"
 #include "base/long_operation.h"
 #include "store/counts.h"
+#include "store/whole_points.h"
 #include "thread/labels.h"
 #include "thread/moves.h"
 #include "thread/reading.h"
@@ -39,6 +40,7 @@ RunEnd MarkArticlesBelow(Node& top, bool read) {
     SetProgressPosition(++done);
   }
   SumUp(top);
+  StoreIsWhole();
   return end;
 }
 

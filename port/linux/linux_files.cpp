@@ -124,7 +124,8 @@ void SyncFolder(const std::string& folder) {
 class Replacement {
  public:
   explicit Replacement(std::string target)
-      : target_(std::move(target)), temporary_(ParentFolder(target_) + "/.quillet-XXXXXX") {
+      : target_(std::move(target)),
+        temporary_(ParentFolder(target_) + "/" + ToUtf8(kReplacementStem) + "XXXXXX") {
     if (IsFolder(target_)) return;  // a file never takes the place of a folder
     file_ = FileDescriptor(mkostemp(temporary_.data(), O_CLOEXEC));
     pending_ = file_.valid();

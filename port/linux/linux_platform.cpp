@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "port/linux/cut_file.h"
 #include "port/windows.h"
 
 namespace quillet::port {
@@ -13,7 +14,9 @@ LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line
       registry(profile.RegistryFile()),
       shell(profile, std::move(command_line), queues),
       scheduler(profile, program, clock, [this] { shell.RequestDownload(); }),
-      signals_([this] { EndSession(); }) {}
+      signals_([this] { EndSession(); }) {
+  TellOfCutFiles(files.NativePath(kCutFileNote));
+}
 
 LinuxServices::~LinuxServices() {
   Detach();

@@ -410,6 +410,28 @@ TEST_P(FilesContract, AFailedCopyLeavesTheTargetAndNothingElse) {
   EXPECT_EQ(NamesIn(data_folder()), std::vector<std::string>{"to"});
 }
 
+TEST_P(FilesContract, FileNamesAreThoseOfTheRegularFilesSorted) {
+  EXPECT_TRUE(files().FileNames(u"\\nowhere").empty());
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().CreateFolder(u"\\folder"));
+  for (const char16_t* path : {u"\\b", u"\\Zürich", u"\\.a"}) {
+    ASSERT_TRUE(files().WriteFile(path, ""));
+  }
+  EXPECT_EQ(files().FileNames(u"\\"), (std::vector<std::u16string>{u".a", u"Zürich", u"b"}));
+}
+
+TEST_P(FilesContract, AFolderCanBeWrittenByThoseWhoMayMakeFilesInIt) {
+  EXPECT_FALSE(files().CanWriteFolder(u"\\nowhere"));
+  EXPECT_FALSE(files().CanWriteFolder(u""));
+  ASSERT_TRUE(files().CreateFolder(u"\\folder"));
+  ASSERT_TRUE(files().WriteFile(u"\\file", ""));
+  EXPECT_TRUE(files().CanWriteFolder(u"\\folder"));
+  EXPECT_FALSE(files().CanWriteFolder(u"\\file"));
+  if (geteuid() == 0) return;  // who may do everything
+  ASSERT_EQ(chmod((data_folder() + "/folder").c_str(), 0500), 0);
+  EXPECT_FALSE(files().CanWriteFolder(u"\\folder"));
+}
+
 TEST_P(FilesContract, CopyModeTakesThePermissionBitsOnly) {
   ASSERT_TRUE(files().CreateFolder(u"\\"));
   ASSERT_TRUE(files().WriteFile(u"\\from", "1"));

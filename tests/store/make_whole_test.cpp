@@ -134,6 +134,18 @@ TEST_F(MakeWholeTest, AnArticleOnNoChainIsPutOnThoseItNames) {
   EXPECT_THAT(Lost(), IsEmpty());
 }
 
+TEST_F(MakeWholeTest, AnArticleWhoseRecordIsMissingOnOneChainIsPutOnThatOne) {
+  Fill(5);
+  AddWithHead(8, "Newsgroups: de.test,alt.test");
+  AddWithHead(9, "Newsgroups: de.test,alt.test");
+  LoseChainRecord(6);
+  KillAndOpen();
+  EXPECT_THAT(Chain(kGroup),
+              ElementsAre(IdOf(8), IdOf(9), IdOf(5), IdOf(4), IdOf(3), IdOf(2), IdOf(1)));
+  EXPECT_THAT(Chain(u"de.test"), IsEmpty());
+  ExpectWhole(kGroup, 1);
+}
+
 TEST_F(MakeWholeTest, ACompressedOneToo) {
   LoadCompressionLibrary();
   gPrefs->usecompression = 1;
@@ -194,6 +206,35 @@ TEST_F(MakeWholeTest, WhatWasDeletedStaysDeleted) {
   EXPECT_THAT(Chain(kGroup), SizeIs(18));
   EXPECT_THAT(Lost(), IsEmpty());
   ExpectWhole(kGroup, 1);
+}
+
+TEST_F(MakeWholeTest, ACrossPostThatWasDeletedInOneGroupIsNotLost) {
+  Fill(5);
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", IdOf(3)));
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", IdOf(4)));
+  ASSERT_TRUE(DeleteGroupArticle(1, *ReadChainRecord(3), false));
+  CloseDatabases();  // it is remembered for as long as it takes
+  EXPECT_EQ(fake.files.ReadFile(gDatabaseFolder + u"\\Quillet deleted cross-posts", 100),
+            IdOf(3) + "\n");
+  ASSERT_TRUE(OpenGDBMDatabases());
+  LoseArticle(4);
+  KillAndOpen();
+  EXPECT_THAT(Chain(u"de.test"), IsEmpty());
+  EXPECT_THAT(Lost(), ElementsAre(IdOf(4)));
+  ExpectWhole(kGroup, 1);
+  CloseDatabases();
+  EXPECT_FALSE(FileThere(u"Quillet deleted cross-posts"));
+}
+
+TEST_F(MakeWholeTest, ADeletedCrossPostThatCameAgainMayBeLostLater) {
+  Fill(5);
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", IdOf(3)));
+  ASSERT_TRUE(DeleteGroupArticle(1, *ReadChainRecord(3), false));
+  Add(u"de.test", IdOf(3));
+  ASSERT_TRUE(StoreIsWhole());
+  LoseArticle(3);
+  KillAndOpen();
+  EXPECT_THAT(Lost(), ElementsAre(IdOf(3)));
 }
 
 TEST_F(MakeWholeTest, ANamedTwiceArticleIsLinkedOnce) {
