@@ -26,8 +26,8 @@ constexpr std::uint32_t kErrorNoNetwork = 1222;
 // A kill leaves them behind.
 inline constexpr std::u16string_view kReplacementStem = u".quillet-";
 
-// Device path of a text in UTF-8 that says which open file was cut or could not be read any more, so
-// that the program had to end; for the next start.
+// Device path of a text in UTF-8 that says which open file was cut or could not be read any more,
+// so that the program had to end; for the next start.
 inline constexpr std::u16string_view kCutFileNote = u"\\Quillet had to end";
 
 struct VolumeSpace {
