@@ -43,6 +43,7 @@ FakeFiles::~FakeFiles() {
 }
 
 bool FakeFiles::Fails(FileCall kind) {
+  if (before_call) before_call(kind);
   bool fails = false;
   std::function<void()> act;
   {

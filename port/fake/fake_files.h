@@ -67,6 +67,9 @@ class FakeFiles final : public Files {
   // Calls so far.
   int calls(FileCall kind = FileCall::kAny) const;
 
+  // Called before each call, also one that fails.
+  std::function<void(FileCall kind)> before_call;
+
   // Answers FreeSpace for every folder that exists, in place of the real volume.
   void SetFreeSpace(VolumeSpace space);
 

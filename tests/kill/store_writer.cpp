@@ -77,6 +77,13 @@ class Writer {
     for (;;) pause();
   }
 
+  // As after each group of a download; whatever follows may close the files.
+  void WriteCounts() {
+    for (std::size_t group = 0; group < gReadInfo.size(); ++group) {
+      UpdateGlobalGDBMArticleCountCache(group);
+    }
+  }
+
   void Do(Deed deed) {
     switch (deed) {
       case Deed::kOpen:
@@ -138,13 +145,6 @@ class Writer {
             static_cast<std::uint32_t>(std::strtoul(record->messageId.c_str() + 1, nullptr, 10));
         stored_.push_back({number, group, record->number});
       }
-    }
-  }
-
-  // As after each group of a download; whatever follows may close the files.
-  void WriteCounts() {
-    for (std::size_t group = 0; group < gReadInfo.size(); ++group) {
-      UpdateGlobalGDBMArticleCountCache(group);
     }
   }
 
@@ -366,6 +366,7 @@ void CarryOut(port::FakePlatform& fake, DeedLog& log, ExpectedStore expected,
   writer.Open(fake);
   if (plan.ready) plan.ready();
   for (const Deed deed : plan.deeds) writer.Do(deed);
+  writer.WriteCounts();
   if (plan.close) CloseDatabases();
   _exit(kChildDone);
 }

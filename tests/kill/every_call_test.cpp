@@ -1,0 +1,137 @@
+// Dies at the first call of the database library or the file service, at the second, and so on, in
+// the middle of everything that changes the store: the next opening makes it whole each time.
+#include "store/gdbm_library.h"
+#include "tests/kill/kill_fixture.h"
+
+namespace quillet {
+namespace {
+
+int gCallsLeft = 0;
+GdbmLibrary gWhole;
+
+void CountCall() {
+  if (--gCallsLeft == 0) raise(SIGKILL);
+}
+
+GDBM_FILE OpenCounted(const char* name, int block, int flags, int mode,
+                      void (*fatal)(const char*)) {
+  CountCall();
+  return gWhole.open(name, block, flags, mode, fatal);
+}
+int CloseCounted(GDBM_FILE file) {
+  CountCall();
+  return gWhole.close(file);
+}
+int StoreCounted(GDBM_FILE file, datum key, datum value, int flag) {
+  CountCall();
+  return gWhole.store(file, key, value, flag);
+}
+int RemoveCounted(GDBM_FILE file, datum key) {
+  CountCall();
+  return gWhole.remove(file, key);
+}
+int SyncCounted(GDBM_FILE file) {
+  CountCall();
+  return gWhole.sync(file);
+}
+int RecoverCounted(GDBM_FILE file, gdbm_recovery* recovery, int flags) {
+  CountCall();
+  return gWhole.recover(file, recovery, flags);
+}
+
+class EveryCallTest : public KillTest {
+ protected:
+  // From now on the process dies before its nth call.
+  void DieAt(int n) {
+    gWhole = gGdbm;
+    gCallsLeft = n;
+    gGdbm.open = OpenCounted;
+    gGdbm.close = CloseCounted;
+    gGdbm.store = StoreCounted;
+    gGdbm.remove = RemoveCounted;
+    gGdbm.sync = SyncCounted;
+    gGdbm.recover = RecoverCounted;
+    fake.files.before_call = [](port::FileCall /*kind*/) { CountCall(); };
+  }
+
+  // Twelve articles in three groups, some of them read, and two posts.
+  Kept SmallStore() {
+    std::vector<Deed> deeds(12, Deed::kStore);
+    deeds.insert(deeds.end(), {Deed::kMark, Deed::kMark, Deed::kMark, Deed::kMark, Deed::kMark,
+                               Deed::kPost, Deed::kPost, Deed::kDelete, Deed::kWhole});
+    EXPECT_EQ(CarryOutInChild({deeds, 5, {}, true}), kChildDone) << log.complaint;
+    return Keep();
+  }
+
+  // True when the deed came to its end before the nth call.
+  bool DieInDeed(const Kept& start, Deed deed, int n) {
+    PutBack(start);
+    const int end = CarryOutInChild({{deed}, 7, [this, n] { DieAt(n); }, true});
+    EXPECT_TRUE(end == kChildDone || end == -SIGKILL) << NameOf(deed) << end << log.complaint;
+    return end == kChildDone;
+  }
+};
+
+class DeedTest : public EveryCallTest, public ::testing::WithParamInterface<Deed> {};
+
+TEST_P(DeedTest, LeavesAStoreThatTheNextOpeningMakesWhole) {
+  const Kept start = SmallStore();
+  int n = 1;
+  for (; !DieInDeed(start, GetParam(), n) && !HasFailure(); ++n) {
+    OpenAndLook(std::string(NameOf(GetParam())) + ", call " + std::to_string(n));
+  }
+  EXPECT_GT(n, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kill, DeedTest,
+                         ::testing::Values(Deed::kStore, Deed::kDelete, Deed::kMark,
+                                           Deed::kDeleteRead, Deed::kDeleteAll, Deed::kPost,
+                                           Deed::kUnpost, Deed::kCompact, Deed::kConvert,
+                                           Deed::kWhole),
+                         [](const auto& test) {
+                           std::string name = NameOf(test.param);
+                           std::erase(name, ' ');
+                           return name;
+                         });
+
+TEST_F(EveryCallTest, AnOpeningThatDiesAnywhereIsMadeGoodByTheNext) {
+  // Dead after the article, before its chain record: there is something to make whole.
+  const Kept start = SmallStore();
+  for (const Deed deed : {Deed::kStore, Deed::kDelete}) {
+    ASSERT_FALSE(DieInDeed(start, deed, 4));
+    const Kept killed = Keep();
+    int n = 1;
+    for (;; ++n) {
+      PutBack(killed);
+      if (Child([this, n] {
+            DieAt(n);
+            OpenAndClose(fake, log);
+          }) == kChildDone) {
+        break;
+      }
+      OpenAndLook(std::string("opening after ") + NameOf(deed) + ", call " + std::to_string(n));
+      if (HasFailure()) return;
+    }
+    EXPECT_GT(n, 20);
+  }
+}
+
+TEST_F(EveryCallTest, AFirstStartThatDiesAnywhereIsNoDamage) {
+  const Kept nothing = Keep();
+  int n = 1;
+  for (;; ++n) {
+    PutBack(nothing);
+    if (Child([this, n] {
+          DieAt(n);
+          OpenAndClose(fake, log);
+        }) == kChildDone) {
+      break;
+    }
+    OpenAndLook("first start, call " + std::to_string(n));
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(n, 8);
+}
+
+}  // namespace
+}  // namespace quillet
