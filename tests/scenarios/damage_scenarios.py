@@ -4,6 +4,7 @@ import fcntl
 import os
 import random
 import socket
+import stat
 
 from news_servers import NewsServer, article
 from scenario import *
@@ -11,6 +12,11 @@ from scenario import *
 OFFER = ("Quillet CE was unable to open its GDBM databases; they are probably corrupted. Would "
          "you like Quillet CE to delete them automatically?")
 
+
+IN_USE = ("The Quillet CE databases are in use by another program. Please close it and start Quillet "
+          "CE again.")
+NO_ACCESS = ('Quillet CE may not write its databases in the folder "\\Quillet CE News". Please check the '
+             "permissions of the folder and its files and start Quillet CE again.")
 
 NO_DATABASES = {
     "random": random.Random(1).randbytes(20000),
@@ -113,57 +119,98 @@ class DatabaseFiles(Damage):
         self.assert_fine(q)
         self.assertEqual(q.exit_code(), 0)
 
-    @for_each(*DATABASES)
-    def test_a_locked_file_is_not_touched(self, name):
-        before = {n: self.path(n).read_bytes() for n in DATABASES}
-        with open(self.path(name), "rb+") as locked:
-            fcntl.flock(locked, fcntl.LOCK_EX)
-            q = self.start_expecting(OFFER, "no")
-            q.do("wait-for exit")
-            self.assertEqual((q.finish(), q.exit_code()), (0, 0))
+    def contents(self):
+        return {path.name: path.read_bytes() if path.is_file() else None
+                for path in self.news_folder.iterdir()}
+
+    def assert_only_told(self, q, text):
+        """The program says this and ends; nothing is asked."""
+        q.do("wait-for exit")
+        self.assertEqual((q.finish(), q.exit_code(), q.errors()), (0, 0, ""))
+        self.assertEqual(q.boxes(), [("Quillet", text, "ok")])
+
+    @for_each(*((name, kind) for name in DATABASES for kind in (fcntl.LOCK_EX, fcntl.LOCK_SH)))
+    def test_a_file_that_another_program_holds_is_said_and_not_touched(self, name, kind):
+        before = self.contents()
+        with open(self.path(name), "rb+") as held:
+            fcntl.flock(held, kind)
+            self.assert_only_told(self.run_quillet(), IN_USE)
+        self.assertEqual(self.contents(), before)
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+        self.assert_silent(q)
+
+    def as_somebody(self):
+        """A wrapper for runs by a user to whom rights apply, who owns the profile."""
+        if os.geteuid() != 0:
+            return []
+        wrapper = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+        for path in (self.profile, *self.profile.rglob("*")):
+            os.chown(path, 65534, 65534)
+        reachable = subprocess.run([*wrapper, "test", "-x", PROGRAM, "-a", "-w", str(self.profile)],
+                                   check=False).returncode == 0
+        if not reachable:
+            self.skipTest("another user cannot get at the program or the profile")
+        return wrapper
+
+    @for_each(*DATABASES, "")
+    def test_what_may_not_be_written_is_said_and_not_touched(self, name):
+        before = self.contents()
+        wrapper = self.as_somebody()
+        path = self.path(name) if name else self.news_folder
+        mode = stat.S_IMODE(path.stat().st_mode)
+        path.chmod(mode & ~0o222)
+        self.assert_only_told(self.run_quillet(wrapper=wrapper), NO_ACCESS)
+        self.assertEqual(self.contents(), before)
+        path.chmod(mode)
+        with self.run_quillet(wrapper=wrapper) as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+        self.assert_silent(q)
+
+    def put_a_folder(self, name):
+        """Nothing that the program could recover."""
+        self.path(name).unlink()
+        self.path(name).mkdir()
+
+    def test_an_unanswered_offer_is_named_and_ends_the_run(self):
+        self.put_a_folder(PENDING_POSTS)
+        before = self.contents()
+        q = self.run_quillet()
+        self.assertEqual(q.await_end(), 1)
+        self.assertEqual((q.failure()["reason"], q.failure()["text"]),
+                         ("unannounced-question", OFFER))
+        self.assertEqual(self.contents(), before)
+
+    def test_no_leaves_everything_as_it_is(self):
+        self.put_a_folder(PENDING_POSTS)
+        before = self.contents()
+        q = self.start_expecting(OFFER, "no")
+        q.do("wait-for exit")
+        self.assertEqual((q.finish(), q.exit_code()), (0, 0))
         self.assertEqual(q.boxes(), [
             ("OpenGDBMDatabases", "(unknown error)", "ok"),
             ("Quillet confirmation", OFFER, "no"),
             ("Quillet", "Quillet CE will now exit.", "ok")])
         offer = q.of("box")[1]
         self.assertEqual((offer["icon"], offer["topmost"]), ("none", False))
-        self.assertEqual(self.names(), sorted(DATABASES))
-        self.assertEqual({n: self.path(n).read_bytes() for n in DATABASES}, before)
-        with self.run_quillet() as q:
-            self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
-        self.assert_silent(q)
+        self.assertEqual(self.contents(), before)
 
-    def test_an_unanswered_offer_is_named_and_ends_the_run(self):
-        with open(self.path(ARTICLES), "rb+") as locked:
-            fcntl.flock(locked, fcntl.LOCK_EX)
-            q = self.run_quillet()
-            self.assertEqual(q.await_end(), 1)
-        self.assertEqual((q.failure()["reason"], q.failure()["text"]),
-                         ("unannounced-question", OFFER))
-
-    def test_yes_deletes_and_the_next_start_makes_new_ones(self):
-        with open(self.path(NEWSGROUPS), "rb+") as locked:
-            fcntl.flock(locked, fcntl.LOCK_EX)
-            q = self.start_expecting(OFFER, "yes")
-            q.do("wait-for exit")
-            self.assertEqual((q.finish(), q.exit_code()), (0, 0))
-        self.assertEqual(q.boxes()[-1], (
-            "Quillet", "Done. You will need to re-launch Quillet CE to create new databases.",
-            "ok"))
-        self.assertEqual([n for n in self.names() if n in DATABASES], [])
-        with self.run_quillet() as q:
-            self.assertEqual(q.groups(), [("a.one", "checked", "0/0")])
-        self.assert_silent(q)
-
-    def test_a_folder_in_the_place_of_a_file_cannot_be_deleted(self):
-        self.path(PENDING_POSTS).unlink()
-        self.path(PENDING_POSTS).mkdir()
+    def test_yes_sets_aside_and_the_next_start_makes_new_ones(self):
+        self.put_a_folder(PENDING_POSTS)
+        kept = [self.path(name).read_bytes() for name in (ARTICLES, NEWSGROUPS)]
         q = self.start_expecting(OFFER, "yes")
         q.do("wait-for exit")
         self.assertEqual((q.finish(), q.exit_code()), (0, 0))
         self.assertEqual(q.boxes()[-1], (
-            "Quillet", "There was an error deleting one or more of the databases. Your CE device "
-            "may need to be rebooted.", "ok"))
+            "Quillet", "Done. You will need to re-launch Quillet CE to create new databases.",
+            "ok"))
+        self.assertEqual([n for n in self.names() if n in DATABASES], [])
+        for name, data in zip((ARTICLES, NEWSGROUPS), kept):
+            aside = [n for n in self.names() if n.startswith(name + " 20")]
+            self.assertEqual([self.path(n).read_bytes() for n in aside], [data])
+        with self.run_quillet() as q:
+            self.assertEqual(q.groups(), [("a.one", "checked", "0/0")])
+        self.assert_silent(q)
 
 
 class Registry(Damage):
