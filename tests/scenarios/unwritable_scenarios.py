@@ -1,4 +1,4 @@
-"""Volumes that are full or may not be written: what is told, and what is there afterwards."""
+"""Volumes that are full or read-only at a start: what is told, and what is there afterwards."""
 
 import errno
 
@@ -38,7 +38,7 @@ def fill(path):
                     raise
 
 
-class SmallVolume(Scenario):
+class UnwritableVolume(Scenario):
     """A profile on a volume of its own."""
 
     def use_volume(self, kind, megabytes, place=None):
