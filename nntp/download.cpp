@@ -19,11 +19,12 @@
 #include "base/reset.h"
 #include "nntp/connection.h"
 #include "nntp/fetch.h"
+#include "nntp/lost.h"
 #include "nntp/replies.h"
+#include "nntp/room.h"
 #include "port/platform.h"
 #include "store/bulk_store.h"
 #include "store/counts.h"
-#include "store/maintenance.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -34,9 +35,6 @@ std::vector<GroupIndex> gDownloadList;
 namespace {
 
 const ResetAtEnd kReset([] { gDownloadList.clear(); });
-
-// How many articles may come before the volume is asked again.
-constexpr int kArticlesBetweenAsking = 50;
 
 // The way through one group. Numbers wrap at 32 bits; count and remaining are signed.
 struct GroupWalk {
@@ -206,33 +204,6 @@ void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   SetProgressDetail(FormatWide(u"article %lu", number));
 }
 
-// What the databases and others take of the volume is more than is counted for the articles.
-void AskForSpace(DownloadRun& run) {
-  if (const auto space = gPlatform->files.FreeSpace(gDatabaseFolder)) run.space = space;
-  run.stored_since_asked = 0;
-  run.steps_when_asked = GrowthSteps();
-}
-
-void AskForSpaceNowAndThen(DownloadRun& run) {
-  if (run.stored_since_asked >= kArticlesBetweenAsking || GrowthSteps() != run.steps_when_asked) {
-    AskForSpace(run);
-  }
-}
-
-void CheckRoom(DownloadRun& run) {
-  if (!run.has_room || !run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
-  run.has_room = false;
-  LogError(
-      u"Store too full to continue. Adjust preferences or delete articles to download more "
-      u"news.\r\n");
-}
-
-// A store that failed may have done so for lack of room.
-void SayWhetherFull(DownloadRun& run) {
-  AskForSpace(run);
-  CheckRoom(run);
-}
-
 // Asks for the next article when it is certain to be wanted. The server looks it up while the last
 // one is stored: that takes about as long as the way to a server nearby and back.
 bool AskForNext(DownloadRun& run, GroupWalk& walk) {
@@ -327,6 +298,7 @@ RunEnd DownloadNews() {
   const BulkStore bulk;
   AskForSpace(run);
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
+  FetchLostArticles(run);
   for (const GroupIndex group : gDownloadList) {
     if (Ended(run.end)) break;
     DownloadGroup(run, group);

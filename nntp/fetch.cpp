@@ -28,9 +28,6 @@ constexpr std::uint64_t kRecordOverhead = 72;  // bytes on the volume beside the
 constexpr std::string_view kTooLarge = "Quillet notification: message exceeds maximum size.\r\n";
 constexpr std::string_view kNoBody = "Quillet notification: message has no body\r\n";
 
-// kUnfinished: the run ends.
-enum class Part { kTaken, kDropped, kUnfinished };
-
 Part Unfinished(DownloadRun& run, RunEnd why) {
   EndRun(run, why);
   return Part::kUnfinished;
@@ -44,9 +41,10 @@ bool EndsDownload(std::int32_t status) {
 }
 
 // Sends HEAD or BODY and reads the status line; `text` holds what came with it.
-Part AskFor(DownloadRun& run, std::string_view command, std::string& text) {
+Part AskFor(DownloadRun& run, std::string command, std::string_view which, std::string& text) {
   text.clear();
   if (Ended(run.end)) return Part::kUnfinished;
+  if (!which.empty()) command.append(" ").append(which);
   if (!SendCommand(command) || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
   const std::int32_t status = gConnection.last_status;
   if (EndsDownload(status)) {
@@ -56,18 +54,9 @@ Part AskFor(DownloadRun& run, std::string_view command, std::string& text) {
   return status >= 200 && status <= 299 ? Part::kTaken : Part::kDropped;
 }
 
-Part ReadHead(DownloadRun& run) {
-  const Part asked = AskFor(run, "HEAD", run.head);
-  if (asked != Part::kTaken) return asked;
-  const BlockResult result = ReadMultiline(&run.head, kHeadCapacity, false, 0, 0);
-  if (Ended(run.end)) return Part::kUnfinished;
-  if (result == BlockResult::kOversized) return Part::kDropped;
-  // A head cut short may lack its Message-ID: it is not stored.
-  return result == BlockResult::kComplete ? Part::kTaken : Unfinished(run, RunEnd::kLost);
-}
-
-Part ReadBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k) {
-  const Part asked = AskFor(run, "BODY", run.body);
+Part ReadBody(DownloadRun& run, std::string_view which, std::uint32_t number,
+              std::uint32_t estimated_k) {
+  const Part asked = AskFor(run, "BODY", which, run.body);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.body, run.body_capacity, true, number, estimated_k);
   if (Ended(run.end)) return Part::kUnfinished;
@@ -85,17 +74,6 @@ std::uint32_t EstimatedK(std::string_view head) {
   return static_cast<std::uint32_t>(std::uint64_t{LeadingNumber(lines)} * kBytesPerLine / 1024);
 }
 
-Part TakeBody(DownloadRun& run, std::uint32_t number, std::uint32_t estimated_k) {
-  if (estimated_k > gPrefs->maxarticlesize) {
-    SetProgressDetail(FormatWide(u"Skipping large article %lu (%luk)", number, estimated_k));
-    run.body = kTooLarge;
-    return Part::kTaken;
-  }
-  if (gPrefs->downloadfull != 0) return ReadBody(run, number, estimated_k);
-  run.body.clear();
-  return Part::kTaken;
-}
-
 // False when the article is not in the store.
 bool StoreInGroup(AsciiArticle& article, std::size_t group) {
   if (!StoreArticle(article)) return false;
@@ -108,12 +86,6 @@ bool StoreInGroup(AsciiArticle& article, std::size_t group) {
   return true;
 }
 
-void CountUsedSpace(DownloadRun& run, const AsciiArticle& article) {
-  if (!run.space) return;
-  const std::uint64_t used = article.body->size() + article.headers->size() + kRecordOverhead;
-  run.space->free_bytes -= std::min(used, run.space->free_bytes);
-}
-
 Fetched NotTaken(Part part) {
   return part == Part::kUnfinished ? Fetched::kUnfinished : Fetched::kCounted;
 }
@@ -124,6 +96,34 @@ void EndRun(DownloadRun& run, RunEnd why) {
   if (run.end == RunEnd::kGoOn) run.end = why == RunEnd::kLost ? LostOrAsked() : why;
 }
 
+Part TakeHead(DownloadRun& run, std::string_view which) {
+  const Part asked = AskFor(run, "HEAD", which, run.head);
+  if (asked != Part::kTaken) return asked;
+  const BlockResult result = ReadMultiline(&run.head, kHeadCapacity, false, 0, 0);
+  if (Ended(run.end)) return Part::kUnfinished;
+  if (result == BlockResult::kOversized) return Part::kDropped;
+  // A head cut short may lack its Message-ID: it is not stored.
+  return result == BlockResult::kComplete ? Part::kTaken : Unfinished(run, RunEnd::kLost);
+}
+
+Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number) {
+  const std::uint32_t estimated_k = EstimatedK(run.head);
+  if (estimated_k > gPrefs->maxarticlesize) {
+    SetProgressDetail(FormatWide(u"Skipping large article %lu (%luk)", number, estimated_k));
+    run.body = kTooLarge;
+    return Part::kTaken;
+  }
+  if (gPrefs->downloadfull != 0) return ReadBody(run, which, number, estimated_k);
+  run.body.clear();
+  return Part::kTaken;
+}
+
+void CountUsedSpace(DownloadRun& run, const AsciiArticle& article) {
+  if (!run.space) return;
+  const std::uint64_t used = article.body->size() + article.headers->size() + kRecordOverhead;
+  run.space->free_bytes -= std::min(used, run.space->free_bytes);
+}
+
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
                         const std::function<bool()>& before_storing) {
   const std::unique_ptr<AsciiArticle> article = NewAsciiArticle();
@@ -132,9 +132,8 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
     EndRun(run, RunEnd::kNoMemory);
     return Fetched::kUnfinished;
   }
-  const Part head = ReadHead(run);
+  const Part head = TakeHead(run, {});
   if (head != Part::kTaken) return NotTaken(head);
-  const std::uint32_t estimated_k = EstimatedK(run.head);
   article->headers = run.head;
   ExtractHeaders(*article, gPrefs->keepheaders != 0);
   if (ArticleIsKilled(*gPrefs, GroupAt(group), *article)) {
@@ -142,7 +141,7 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
     return Fetched::kCounted;
   }
   if (ArticleExists(*article->messageId)) return Fetched::kDuplicate;
-  const Part body = TakeBody(run, number, estimated_k);
+  const Part body = TakeBody(run, {}, number);
   if (body != Part::kTaken) return NotTaken(body);
   article->body = run.body;
   article->articleNumber = gConnection.last_article_number;

@@ -7,11 +7,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/run_end.h"
 #include "nntp/under_way.h"
 #include "port/files.h"
 #include "port/registry.h"
+#include "store/records.h"
 
 namespace quillet {
 
@@ -43,11 +45,23 @@ void EndRun(DownloadRun& run, RunEnd why);
 // is to be asked for again by the next run.
 enum class Fetched { kCounted, kDuplicate, kUnfinished };
 
+// What became of one request for a part of an article. kDropped: the server or its size speak
+// against it. kUnfinished: the run ends.
+enum class Part { kTaken, kDropped, kUnfinished };
+// `which` is what HEAD and BODY name: empty for the article the server stands at, else a
+// Message-ID. The head comes into run.head; the body into run.body, or the notice that stands for
+// it.
+Part TakeHead(DownloadRun& run, std::string_view which);
+Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number);
+
 // `number` is shown to the user; the stored number is the one of the server's reply. An article
 // that is going to be stored has come in whole when `before_storing` is called: what is sent to the
 // server there is answered while the article is stored. It returns false when the connection is
 // lost: the article is stored, and the run ends.
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
                         const std::function<bool()>& before_storing);
+
+// Counts the article's texts against the free space.
+void CountUsedSpace(DownloadRun& run, const AsciiArticle& article);
 
 }  // namespace quillet
