@@ -201,7 +201,6 @@ void ReachArticle(DownloadRun& run, GroupWalk& walk) {
     LogTransaction(gConnection.reply);
   }
   walk.wanted = number;
-  SetProgressDetail(FormatWide(u"article %lu", number));
 }
 
 // Asks for the next article when it is certain to be wanted. The server looks it up while the last

@@ -41,11 +41,14 @@ bool EndsDownload(std::int32_t status) {
 }
 
 // Sends HEAD or BODY and reads the status line; `text` holds what came with it.
-Part AskFor(DownloadRun& run, std::string command, std::string_view which, std::string& text) {
+Part AskFor(DownloadRun& run, std::string command, std::string_view which, std::string& text,
+            const Meanwhile& meanwhile) {
   text.clear();
   if (Ended(run.end)) return Part::kUnfinished;
   if (!which.empty()) command.append(" ").append(which);
-  if (!SendCommand(command) || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
+  const bool sent = SendCommand(command);
+  meanwhile();
+  if (!sent || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
   const std::int32_t status = gConnection.last_status;
   if (EndsDownload(status)) {
     LogError(FormatWide(u"The server ended the download: %ls\r\n", Widen(gConnection.status_line)));
@@ -55,8 +58,8 @@ Part AskFor(DownloadRun& run, std::string command, std::string_view which, std::
 }
 
 Part ReadBody(DownloadRun& run, std::string_view which, std::uint32_t number,
-              std::uint32_t estimated_k) {
-  const Part asked = AskFor(run, "BODY", which, run.body);
+              std::uint32_t estimated_k, const Meanwhile& meanwhile) {
+  const Part asked = AskFor(run, "BODY", which, run.body, meanwhile);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.body, run.body_capacity, true, number, estimated_k);
   if (Ended(run.end)) return Part::kUnfinished;
@@ -96,8 +99,8 @@ void EndRun(DownloadRun& run, RunEnd why) {
   if (run.end == RunEnd::kGoOn) run.end = why == RunEnd::kLost ? LostOrAsked() : why;
 }
 
-Part TakeHead(DownloadRun& run, std::string_view which) {
-  const Part asked = AskFor(run, "HEAD", which, run.head);
+Part TakeHead(DownloadRun& run, std::string_view which, const Meanwhile& meanwhile) {
+  const Part asked = AskFor(run, "HEAD", which, run.head, meanwhile);
   if (asked != Part::kTaken) return asked;
   const BlockResult result = ReadMultiline(&run.head, kHeadCapacity, false, 0, 0);
   if (Ended(run.end)) return Part::kUnfinished;
@@ -106,14 +109,17 @@ Part TakeHead(DownloadRun& run, std::string_view which) {
   return result == BlockResult::kComplete ? Part::kTaken : Unfinished(run, RunEnd::kLost);
 }
 
-Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number) {
+Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number,
+              const Meanwhile& meanwhile) {
   const std::uint32_t estimated_k = EstimatedK(run.head);
   if (estimated_k > gPrefs->maxarticlesize) {
+    meanwhile();
     SetProgressDetail(FormatWide(u"Skipping large article %lu (%luk)", number, estimated_k));
     run.body = kTooLarge;
     return Part::kTaken;
   }
-  if (gPrefs->downloadfull != 0) return ReadBody(run, which, number, estimated_k);
+  if (gPrefs->downloadfull != 0) return ReadBody(run, which, number, estimated_k, meanwhile);
+  meanwhile();
   run.body.clear();
   return Part::kTaken;
 }
@@ -132,16 +138,17 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
     EndRun(run, RunEnd::kNoMemory);
     return Fetched::kUnfinished;
   }
-  const Part head = TakeHead(run, {});
+  const Part head =
+      TakeHead(run, {}, [number] { SetProgressDetail(FormatWide(u"article %lu", number)); });
   if (head != Part::kTaken) return NotTaken(head);
-  article->headers = run.head;
-  ExtractHeaders(*article, gPrefs->keepheaders != 0);
+  ExtractFields(*article, run.head);
   if (ArticleIsKilled(*gPrefs, GroupAt(group), *article)) {
     SetProgressDetail(FormatWide(u"Killed article %lu", number));
     return Fetched::kCounted;
   }
   if (ArticleExists(*article->messageId)) return Fetched::kDuplicate;
-  const Part body = TakeBody(run, {}, number);
+  const Part body = TakeBody(
+      run, {}, number, [&] { article->headers = KeptHeaders(run.head, gPrefs->keepheaders != 0); });
   if (body != Part::kTaken) return NotTaken(body);
   article->body = run.body;
   article->articleNumber = gConnection.last_article_number;

@@ -50,9 +50,12 @@ enum class Fetched { kCounted, kDuplicate, kUnfinished };
 enum class Part { kTaken, kDropped, kUnfinished };
 // `which` is what HEAD and BODY name: empty for the article the server stands at, else a
 // Message-ID. The head comes into run.head; the body into run.body, or the notice that stands for
-// it.
-Part TakeHead(DownloadRun& run, std::string_view which);
-Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number);
+// it. `meanwhile` is called once unless the run ends first, and while the server looks the text up
+// when it is asked for one.
+using Meanwhile = std::function<void()>;
+Part TakeHead(DownloadRun& run, std::string_view which, const Meanwhile& meanwhile);
+Part TakeBody(DownloadRun& run, std::string_view which, std::uint32_t number,
+              const Meanwhile& meanwhile);
 
 // `number` is shown to the user; the stored number is the one of the server's reply. An article
 // that is going to be stored has come in whole when `before_storing` is called: what is sent to the

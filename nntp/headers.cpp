@@ -34,7 +34,7 @@ bool HasOwnField(std::string_view line) {
 }
 
 // The lines without a field of their own, joined by line feeds; each keeps its own CR.
-std::string KeptHeaders(std::string_view head) {
+std::string LinesWithoutOwnField(std::string_view head) {
   std::string kept;
   kept.reserve(head.size() + 1);
   while (!head.empty()) {
@@ -51,6 +51,15 @@ std::string KeptHeaders(std::string_view head) {
 
 void ExtractHeaders(AsciiArticle& article, bool keep_headers) {
   const std::string head = std::move(article.headers).value_or("");
+  ExtractFields(article, head);
+  article.headers = KeptHeaders(head, keep_headers);
+}
+
+std::string KeptHeaders(std::string_view head, bool keep_headers) {
+  return keep_headers ? LinesWithoutOwnField(head) : "";
+}
+
+void ExtractFields(AsciiArticle& article, std::string_view head) {
   article.messageId = GetHeaderValue("Message-ID:", head).value_or("<error-extracting-messageid>");
   article.subject = GetHeaderValue("Subject:", head).value_or("<no subject>");
   article.from = GetHeaderValue("From:", head).value_or("<nobody>");
@@ -61,7 +70,6 @@ void ExtractHeaders(AsciiArticle& article, bool keep_headers) {
   article.source = gConnection.server_name ? Narrow(*gConnection.server_name) : "<import>";
   article.reserved1 = 1;
   article.reserved2 = 0;
-  article.headers = keep_headers ? KeptHeaders(head) : "";
 }
 
 std::optional<std::string> GetHeaderValue(std::string_view name, std::string_view text) {

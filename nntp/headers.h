@@ -12,6 +12,9 @@ namespace quillet {
 // `article.headers` holds the raw head; fills the fields and replaces the header text by what is
 // kept of it (nothing unless `keep_headers`).
 void ExtractHeaders(AsciiArticle& article, bool keep_headers);
+// The same in two steps: the fields, which decide about the article, and what is kept of the head.
+void ExtractFields(AsciiArticle& article, std::string_view head);
+std::string KeptHeaders(std::string_view head, bool keep_headers);
 
 // The first physical line of a header's value. Meant: the name is found anywhere in the text, not
 // only at the start of a line. Subjects, authors and parents of stored articles were taken so;

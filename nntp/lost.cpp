@@ -52,12 +52,13 @@ bool PutOnChains(const Groups& groups, std::string_view message_id, bool looking
 
 // The article as the server has it. kDropped also when it is another one.
 Part Fetch(DownloadRun& run, AsciiArticle& article, const std::string& message_id) {
-  const Part head = TakeHead(run, message_id);
+  const Part head = TakeHead(run, message_id, [] {});
   if (head != Part::kTaken) return head;
-  article.headers = run.head;
-  ExtractHeaders(article, gPrefs->keepheaders != 0);
+  ExtractFields(article, run.head);
   if (*article.messageId != message_id) return Part::kDropped;
-  const Part body = TakeBody(run, message_id, gConnection.last_article_number);
+  const Part body = TakeBody(run, message_id, gConnection.last_article_number, [&] {
+    article.headers = KeptHeaders(run.head, gPrefs->keepheaders != 0);
+  });
   if (body != Part::kTaken) return body;
   article.body = run.body;
   article.articleNumber = gConnection.last_article_number;

@@ -107,6 +107,16 @@ TEST_F(DownloadTest, OneArticleFromWireToStore) {
   EXPECT_EQ(end_, RunEnd::kGoOn);
 }
 
+TEST_F(DownloadTest, ArticleIsShownWhileTheServerLooksItUp) {
+  Enters(3, 3);
+  Exchange("STAT 3", "223 3 <a@x>");
+  Client("HEAD\r\n");
+  fake.sockets.Then([this] { EXPECT_EQ(Details(), std::vector<std::u16string>{u"article 3"}); });
+  Server("430 gone\r\n");
+  Run();
+  EXPECT_EQ(Details(), (std::vector<std::u16string>{u"article 3", u"article 3"}));
+}
+
 TEST_F(DownloadTest, GroupsAreVisitedInListOrder) {
   ChooseGroups({1, 0});
   Exchange("GROUP alt.test", "211 0 5 4 alt.test");
