@@ -45,10 +45,16 @@ void QtDevice::AnswerAll() {
 int QtDevice::Run(const std::function<int()>& program) {
   int result = 0;
   program_ended_ = false;
+  program_running_ = true;  // no other thread yet
   QEventLoop loop;
   std::thread thread([&] {
     program_thread_ = std::this_thread::get_id();
     result = program();
+    {
+      const std::lock_guard lock(mutex_);
+      program_running_ = false;
+      program_left_.notify_all();
+    }
     jobs_.Post([&] {
       program_ended_ = true;
       loop.quit();
@@ -59,6 +65,12 @@ int QtDevice::Run(const std::function<int()>& program) {
   jobs_.Close();
   thread.join();
   return result;
+}
+
+bool QtDevice::EndWithoutDisplay(std::chrono::milliseconds limit) {
+  jobs_.Abandon();
+  std::unique_lock lock(mutex_);
+  return program_left_.wait_for(lock, limit, [this] { return !program_running_; });
 }
 
 bool QtDevice::WaitForProgram(int timeout_ms) {

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "port/common/thread_queues.h"
@@ -54,6 +57,11 @@ class QtDevice {
   // here until it returns; its result. Display thread.
   int Run(const std::function<int()>& program);
 
+  // The display thread has lost the screen and never comes back: every call of the display returns
+  // at once from now on, and this one waits for the program to end. False after that time. Any
+  // thread but the program's.
+  bool EndWithoutDisplay(std::chrono::milliseconds limit);
+
   // The thread of the running program. Any thread, while Run runs.
   std::thread::id ProgramThread() const { return program_thread_; }
 
@@ -75,6 +83,9 @@ class QtDevice {
   std::unique_ptr<QtFileDialogs> file_dialogs_;
   KeyFilter keys_;
   bool program_ended_ = false;  // display thread
+  std::mutex mutex_;
+  std::condition_variable program_left_;
+  bool program_running_ = false;  // guarded by mutex_
   std::atomic<std::thread::id> program_thread_;
 };
 

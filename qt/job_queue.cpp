@@ -105,6 +105,7 @@ void JobQueue::RunWaiting() {
     if (jobs_.empty()) return;
     job = std::move(jobs_.front());
     jobs_.pop_front();
+    running_ = job.completion;
     if (!jobs_.empty()) Ring();
   }
   job.run();
@@ -121,6 +122,16 @@ void JobQueue::KeepWaiting(const std::shared_ptr<Completion>& completion) {
   }
   std::erase_if(waiting_, [](const auto& waiter) { return waiter.expired(); });
   waiting_.push_back(completion);
+}
+
+void JobQueue::Abandon() {
+  Close();
+  std::shared_ptr<Completion> running;
+  {
+    const std::lock_guard lock(mutex_);
+    running = running_.lock();
+  }
+  if (running) running->Drop();
 }
 
 void JobQueue::Close() {

@@ -55,6 +55,10 @@ class JobQueue {
   // Idempotent.
   void Close();
 
+  // The same when the display thread never comes back: the caller of the job that it is in the
+  // middle of returns false as well, though the job may have run in part. Any thread.
+  void Abandon();
+
   bool OnDisplayThread() const { return std::this_thread::get_id() == display_thread_; }
 
  private:
@@ -74,6 +78,7 @@ class JobQueue {
   std::mutex mutex_;
   std::deque<Job> jobs_;
   std::vector<std::weak_ptr<Completion>> waiting_;
+  std::weak_ptr<Completion> running_;  // of the job under way
   bool closed_ = false;
 };
 

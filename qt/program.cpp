@@ -2,6 +2,9 @@
 
 #include <QApplication>
 #include <QSessionManager>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
 
 #include "app/startup.h"
 #include "base/messages.h"
@@ -12,11 +15,37 @@ namespace {
 
 // Time the program has for its last writes at the end of a session.
 constexpr int kSessionEndMs = 5000;
+// The same when nobody waits for it.
+constexpr std::chrono::seconds kDisplayLostLimit(60);
+constexpr int kExitDisplayLost = 1;
 
 // The desktop may end this process as soon as the answer is given: not before all is saved.
 void EndSession(QtDevice& device, port::LinuxServices& services) {
   services.EndSession();
   device.WaitForProgram(kSessionEndMs);
+}
+
+// The run that the end of the process would cut short.
+struct Run {
+  QtDevice& device;
+  port::LinuxServices& services;
+};
+std::atomic<Run*> gRun = nullptr;
+
+// When the connection to the display breaks, the toolkit ends the process from inside its event
+// loop. That is an end of the session: the program thread still lives and saves everything. Then
+// without the rest of the clean-up, which would take the toolkit apart below its own feet.
+void SaveAtExit() {
+  Run* run = gRun.exchange(nullptr);
+  if (run == nullptr) return;  // an ordinary end
+  run->services.EndSession();
+  run->device.EndWithoutDisplay(kDisplayLostLimit);
+  std::_Exit(kExitDisplayLost);
+}
+
+void SaveWhenTheProcessEnds(Run* run) {
+  static const bool kRegistered = std::atexit(SaveAtExit) == 0;
+  if (kRegistered) gRun = run;
 }
 
 }  // namespace
@@ -45,7 +74,10 @@ int RunQuilletOn(QtDevice& device, port::LinuxServices& services) {
   const auto session = QObject::connect(
       qApp, &QGuiApplication::commitDataRequest, qApp,
       [&](QSessionManager& /*manager*/) { EndSession(device, services); }, Qt::DirectConnection);
+  Run run{device, services};
+  SaveWhenTheProcessEnds(&run);
   const int result = device.Run(RunQuillet);
+  gRun = nullptr;
   QObject::disconnect(session);
   services.SetOnEndSession({});
   services.Detach();

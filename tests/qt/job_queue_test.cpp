@@ -99,6 +99,23 @@ TEST_F(JobQueueTest, CloseReleasesACallThatWaitsForItsFinish) {
   caller.join();
 }
 
+// As when the toolkit ends the process from inside a job.
+TEST_F(JobQueueTest, AbandonReleasesTheCallerOfAJobThatNeverReturns) {
+  std::promise<void> begun;
+  std::promise<void> returned;
+  std::thread caller([&] {
+    EXPECT_FALSE(queue->Call([&] {
+      begun.set_value();
+      returned.get_future().wait();
+    }));
+    EXPECT_FALSE(queue->Post([] {}));
+    returned.set_value();
+  });
+  begun.get_future().wait();
+  queue->Abandon();
+  caller.join();
+}
+
 TEST_F(JobQueueTest, FinishMayComeLater) {
   std::shared_ptr<Completion> kept;
   std::promise<void> begun;

@@ -221,6 +221,38 @@ class Frame(UnderX):
         self.close()
 
 
+class DisplayLost(UnderX):
+    """The connection to the screen breaks: what has changed is saved."""
+
+    def lose_display(self):
+        self.server.kill()
+        self.server.wait(LIMIT)
+        self.assertEqual(self.program.wait(LIMIT), 1)
+
+    def test_ticks_are_saved(self):
+        registry = self.prepare_groups()
+        self.start()
+        self.do("key", "ctrl+a")
+        self.lose_display()
+        self.assertEqual(struct.unpack("<3I", registry.get("checked")), (1, 1, 1))
+
+    def test_open_box_is_answered(self):
+        registry = self.prepare_groups()
+        self.start()
+        self.do("key", "ctrl+a")
+        self.tool("key", "ctrl+1")  # no server yet: a box says so
+        wait_for("box", lambda: self.tool("search", "--onlyvisible", "--name", "^Quillet CE not configured$"))
+        self.lose_display()
+        self.assertEqual(struct.unpack("<3I", registry.get("checked")), (1, 1, 1))
+
+    def test_next_start_finds_the_store_whole(self):
+        self.prepare_articles()
+        self.open_threads()
+        self.do("key", "Home", "Return")
+        self.lose_display()
+        self.assertEqual(self.counts(), "2/3")
+
+
 class Reading(UnderX):
     def test_click_on_a_box_is_saved(self):
         registry = self.prepare_groups()
