@@ -4,6 +4,7 @@
 #include <array>
 
 #include "nntp/connection.h"
+#include "store/counts.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -60,7 +61,8 @@ std::string KeptHeaders(std::string_view head, bool keep_headers) {
 }
 
 void ExtractFields(AsciiArticle& article, std::string_view head) {
-  article.messageId = GetHeaderValue("Message-ID:", head).value_or("<error-extracting-messageid>");
+  article.messageId =
+      StoredMessageId(GetHeaderValue("Message-ID:", head).value_or("<error-extracting-messageid>"));
   article.subject = GetHeaderValue("Subject:", head).value_or("<no subject>");
   article.from = GetHeaderValue("From:", head).value_or("<nobody>");
   article.parentId = ParentIdIn(head);

@@ -4,6 +4,7 @@
 // are.
 #include "store/counts.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/guarded.h"
@@ -16,6 +17,7 @@
 #include "store/databases.h"
 #include "store/node.h"
 #include "util/little_endian.h"
+#include "util/text.h"
 
 namespace quillet {
 
@@ -119,6 +121,15 @@ void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name) {
 void UpdateGlobalGDBMArticleCountCache(std::size_t group_index) {
   if (group_index >= gReadInfo.size()) return;
   StoreCacheOrReport(*gReadInfo[group_index], u"UpdateGlobalGDBMArticleCountCache");
+}
+
+std::string StoredMessageId(std::string_view message_id) {
+  const std::string_view id = UntilNul(message_id);
+  const auto is_id = [id](const std::u16string& group) {
+    return group.size() == id.size() && GroupKey(group).starts_with(id);
+  };
+  const bool taken = gPrefs && std::ranges::any_of(gPrefs->groups, is_id);
+  return taken ? '<' + std::string(id) + '>' : std::string(message_id);
 }
 
 std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read) {

@@ -30,6 +30,9 @@ void RecountCaches();
 void DropCountCaches();
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);
 void UpdateGlobalGDBMArticleCountCache(std::size_t group_index);
+// The Message-ID under which an article is stored: as it came, but in angle brackets where it is
+// the name of a subscribed group, since the group's cached counts have that key.
+std::string StoredMessageId(std::string_view message_id);
 std::uint32_t CountGroupArticles(std::u16string_view group_name, bool only_read);
 // `node` may be null. An index beyond the array changes the article only.
 void SetArticleReadById(std::string_view message_id, Node* node, bool read,

@@ -117,6 +117,32 @@ TEST_F(DownloadTest, ArticleIsShownWhileTheServerLooksItUp) {
   EXPECT_EQ(Details(), (std::vector<std::u16string>{u"article 3", u"article 3"}));
 }
 
+// The groups' cached counts stand under their names, in the same file.
+class NamedAsAGroup : public DownloadTest, public testing::WithParamInterface<std::string> {};
+INSTANTIATE_TEST_SUITE_P(ThisOrAnother, NamedAsAGroup,
+                         testing::Values("comp.lang.misc", "alt.test"));
+
+TEST_P(NamedAsAGroup, TheArticleIsStoredBesideTheCounts) {
+  const std::string id = '<' + GetParam() + '>';
+  UpdateGlobalGDBMArticleCountCache(0);
+  UpdateGlobalGDBMArticleCountCache(1);
+  Enters(1, 1);
+  Exchange("STAT 1", "223 1 status");
+  Client("HEAD\r\n");
+  Server("221 1 head\r\nMessage-ID: " + GetParam() + "\r\nSubject: odd\r\n.\r\n");
+  Client("BODY\r\n");
+  Server("222 1 body\r\none\r\n.\r\n");
+  Run();
+  const auto article = Stored(id);
+  ASSERT_NE(article, nullptr);
+  EXPECT_EQ(article->messageId, id);
+  EXPECT_EQ(article->subject, "odd");
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{id});
+  CountArticles();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+  EXPECT_EQ(gReadInfo[1]->totalCount, 0U);
+}
+
 TEST_F(DownloadTest, GroupsAreVisitedInListOrder) {
   ChooseGroups({1, 0});
   Exchange("GROUP alt.test", "211 0 5 4 alt.test");

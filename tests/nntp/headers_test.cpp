@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/subscriptions.h"
 #include "nntp/connection.h"
 #include "nntp/text_log.h"
 
@@ -48,6 +49,19 @@ TEST_F(HeadersTest, MissingHeadersHaveTheirFallbacks) {
   EXPECT_EQ(article.date, std::nullopt);
   EXPECT_EQ(article.replyTo, "<nobody>");
   EXPECT_EQ(article.source, "<import>");
+}
+
+TEST_F(HeadersTest, OnlyTheNameOfAGroupIsNoMessageId) {
+  gPrefs = std::make_unique<Prefs>();
+  AddGroup(*gPrefs, u"comp.test");
+  AddGroup(*gPrefs, u"caf\u00E9");
+  EXPECT_EQ(Extracted("Message-ID: comp.test\r\n").messageId, "<comp.test>");
+  EXPECT_EQ(Extracted("Message-ID: caf\xE9").messageId, "<caf\xE9>");
+  EXPECT_EQ(Extracted(std::string("Message-ID: comp.test\0more", 26)).messageId, "<comp.test>");
+  for (const std::string id : {"<comp.test>", "comp.tes", "comp.test2", "Comp.test", "comp.test ",
+                               " comp.test", "", "<1@x>", "caf\xE8"}) {
+    EXPECT_EQ(Extracted("Message-ID: " + id + "\r\n").messageId, id);
+  }
 }
 
 TEST_F(HeadersTest, NoHeadAtAllIsLikeAnEmptyOne) {
