@@ -16,11 +16,18 @@ constexpr QChar kBreakMark(0x200B);  // a blank without width
 constexpr int kLongestWord = 1000;
 
 // The toolkit never comes back from laying out a page of some twenty million pixels. A page stays
-// below that in the largest font on the narrowest window, where eight characters fill a row.
-constexpr int kMostRows = 300000;
+// below that in the largest font on the narrowest window, where eight characters fill a row: a line
+// end counts as many.
+constexpr qsizetype kMostCharacters = 2400000;
 constexpr qsizetype kRowCharacters = 8;
 constexpr QLatin1String kRestNotShown(
     "\n[The rest of this long article is not shown. Save it to read it.]");
+constexpr QLatin1String kRestWithHitNotShown(
+    "\n[The rest of this long article is not shown, and what was searched for is only found there. "
+    "Save it to read it.]");
+
+// How the fragment opens a hit of a search; text of an article is never written so.
+constexpr QLatin1String kHitStart("<span style=\"background: #FFFF00\">");
 
 constexpr QLatin1String kLineEnd("&nbsp;<br>");
 constexpr QLatin1String kBreak("<br>");
@@ -63,7 +70,7 @@ class TextWriter {
  private:
   QString out_;
   int word_ = 0;
-  qsizetype room_ = kMostRows * kRowCharacters;
+  qsizetype room_ = kMostCharacters;
 };
 
 // Length of the entity that the text begins with, 0 for a lone ampersand.
@@ -84,12 +91,17 @@ class PageWriter {
   QString Write() {
     out_.Markup(u"<div style=\"white-space:pre-wrap\">");
     while (at_ < all_.size() && !out_.Full()) WriteNext();
-    if (at_ < all_.size()) out_.Markup(QString(kRestNotShown));
+    if (at_ < all_.size())
+      out_.Markup(QString(OnlyRestHasHits() ? kRestWithHitNotShown : kRestNotShown));
     out_.Markup(u"</div>");
     return out_.Take();
   }
 
  private:
+  bool OnlyRestHasHits() const {
+    return all_.first(at_).indexOf(kHitStart) < 0 && all_.indexOf(kHitStart, at_) >= 0;
+  }
+
   void WriteNext() {
     const QStringView rest = all_.sliced(at_);
     const QChar first = rest.front();

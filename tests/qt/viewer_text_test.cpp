@@ -31,6 +31,45 @@ TEST(ViewerTextTest, OnlyVeryLongWordsGetBreakMarks) {
   EXPECT_FALSE(TextPageOf(pair.repeated(2000)).contains(pair[0] + QString(QChar(0x200B))));
 }
 
+// --- Very long articles --------------------------------------------------------------------------
+
+constexpr qsizetype kMostCharacters = 2400000;
+
+constexpr QLatin1String kHit("<b><span style=\"background: #FFFF00\">hit</span></b>");
+constexpr QLatin1String kNotice(
+    "\n[The rest of this long article is not shown. Save it to read it.]</div>");
+constexpr QLatin1String kHitNotice(
+    "\n[The rest of this long article is not shown, and what was searched for is only found there. "
+    "Save it to read it.]</div>");
+
+TEST(ViewerTextTest, ALongArticleEndsAfterSoManyCharacters) {
+  const QString words = QStringLiteral("12345678 ").repeated(kMostCharacters / 9 + 1);
+  EXPECT_FALSE(PageOf(words.first(kMostCharacters)).contains(QLatin1String("not shown")));
+  const QString page = PageOf(words.first(kMostCharacters + 1));
+  EXPECT_TRUE(page.endsWith(kNotice));
+  EXPECT_EQ(page.count(QLatin1String("12345678 ")), kMostCharacters / 9);
+}
+
+TEST(ViewerTextTest, ALineEndCountsEightCharacters) {
+  const QString lines = QStringLiteral("&nbsp;<br>").repeated(kMostCharacters / 8);
+  EXPECT_FALSE(PageOf(lines).contains(QLatin1String("not shown")));
+  EXPECT_TRUE(PageOf(lines + QLatin1Char('x')).endsWith(kNotice));
+  EXPECT_TRUE(TextPageOf(QString(kMostCharacters / 8, QLatin1Char('\n')) + QLatin1Char('x'))
+                  .endsWith(QLatin1String(
+                      "[The rest of this long article is not shown. Save it to read it.]")));
+}
+
+TEST(ViewerTextTest, TheNoticeTellsWhenOnlyTheRestHasHits) {
+  const QString shown = QStringLiteral("12345678 ").repeated(kMostCharacters / 9 + 1);
+  EXPECT_TRUE(PageOf(shown + kHit).endsWith(kHitNotice));
+  EXPECT_TRUE(PageOf(kHit + shown + kHit).endsWith(kNotice));
+  EXPECT_TRUE(PageOf(kHit + shown).endsWith(kNotice));
+  EXPECT_FALSE(PageOf(kHit).contains(QLatin1String("not shown")));
+  // The mark-up as the text of an article.
+  const QString text = QString(kHit).toHtmlEscaped();
+  EXPECT_TRUE(PageOf(shown + text).endsWith(kNotice));
+}
+
 TEST(ViewerTextTest, UnfinishedMarkUpIsText) {
   EXPECT_EQ(PageOf(QStringLiteral("a < b")), QStringLiteral("<div style=\"white-space:pre-wrap\">"
                                                             "a &lt; b</div>"));
