@@ -5,6 +5,7 @@
 #include "nntp/connection.h"
 #include "port/platform.h"
 #include "store/bulk_store.h"
+#include "store/databases.h"
 #include "store/maintenance.h"
 
 namespace quillet {
@@ -12,6 +13,14 @@ namespace {
 
 // How many articles may come before the volume is asked again.
 constexpr int kArticlesBetweenAsking = 50;
+
+void StopForRoom(DownloadRun& run) {
+  if (!run.has_room) return;
+  run.has_room = false;
+  LogError(
+      u"Store too full to continue. Adjust preferences or delete articles to download more "
+      u"news.\r\n");
+}
 
 }  // namespace
 
@@ -28,14 +37,11 @@ void AskForSpaceNowAndThen(DownloadRun& run) {
 }
 
 void CheckRoom(DownloadRun& run) {
-  if (!run.has_room || !run.space || UsedPercent(*run.space) <= gPrefs->maxstore) return;
-  run.has_room = false;
-  LogError(
-      u"Store too full to continue. Adjust preferences or delete articles to download more "
-      u"news.\r\n");
+  if (run.space && UsedPercent(*run.space) > gPrefs->maxstore) StopForRoom(run);
 }
 
 void SayWhetherFull(DownloadRun& run) {
+  if (StoreLacksRoom()) return StopForRoom(run);
   AskForSpace(run);
   CheckRoom(run);
 }

@@ -13,7 +13,7 @@ void AskForSpace(DownloadRun& run);
 void AskForSpaceNowAndThen(DownloadRun& run);
 // Clears `has_room`, with a line in the error log, when more than the allowed percentage is in use.
 void CheckRoom(DownloadRun& run);
-// A store that failed may have done so for lack of room.
+// A store that failed may have done so for lack of room, or while room is short.
 void SayWhetherFull(DownloadRun& run);
 
 }  // namespace quillet

@@ -67,6 +67,10 @@ int GrowthSteps() {
   return gSteps;
 }
 
+bool BulkStoring() {
+  return gActive;
+}
+
 void NoteArticleStored(std::size_t bytes) {
   if (!gActive || ++gStored < kFewArticles) return;
   gRoomLeft -= bytes < gRoomLeft ? bytes : gRoomLeft;

@@ -22,6 +22,9 @@ class BulkStore {
 // So often the file was made larger by a step since the last BulkStore began.
 int GrowthSteps();
 
+// Whether a BulkStore stands.
+[[nodiscard]] bool BulkStoring();
+
 // An article of that many bytes, key and value, was stored. Only for store/.
 void NoteArticleStored(std::size_t bytes);
 

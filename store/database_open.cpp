@@ -30,11 +30,6 @@ void TellSetAside(const std::u16string& path, const std::u16string& aside,
                  LastComponent(path), LastComponent(aside), what_now));
 }
 
-// Where the library keeps the file as it was while it puts the recovered one in its place.
-std::u16string BackupPath(const std::u16string& path) {
-  return path + u".~1~";
-}
-
 // A recovery that was killed between its two renamings leaves the backup alone.
 void TakeBackUpAgain(const std::u16string& path) {
   const std::u16string backup = BackupPath(path);
@@ -140,6 +135,10 @@ OpenedFile SetAsideAndCreate(const std::u16string& path) {
 }
 
 }  // namespace
+
+std::u16string BackupPath(const std::u16string& path) {
+  return path + u".~1~";
+}
 
 std::u16string DatedName(const std::u16string& path) {
   const port::CalendarTime now = gPlatform->clock.LocalTime();

@@ -39,6 +39,9 @@ OpenedFile SettleDatabaseFile(const std::u16string& path, OpenedFile looked_at, 
 // be read then. Without room there is no other way to what is in it.
 OpenedFile CorrectInPlace(const std::u16string& path, std::uint64_t size);
 
+// Where the library keeps the file as it was while it puts the recovered one in its place.
+std::u16string BackupPath(const std::u16string& path);
+
 // A free name beside the path that says when it was taken: "Quillet articles.gdb 2026-11-21
 // 120315".
 std::u16string DatedName(const std::u16string& path);

@@ -143,8 +143,12 @@ bool DatabasesOpen() {
 
 bool DeleteDatabases(bool include_pending) {
   CloseDatabases();
+  // The articles go first: an opening that finds the rest without them goes on with the deletion.
   const bool articles = DeleteFile(DatabaseIndex::kArticles);
   const bool newsgroups = DeleteFile(DatabaseIndex::kNewsgroups);
+  for (const std::u16string_view list : {kLostArticlesName, kDeletedCrossPostsName}) {
+    gPlatform->files.Delete(FormatWide(u"%ls\\%ls", gDatabaseFolder, list));
+  }
   const bool pending = !include_pending || DeleteFile(DatabaseIndex::kPendingPosts);
   return articles && newsgroups && pending;
 }

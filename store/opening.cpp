@@ -135,7 +135,20 @@ bool IsLarge() {
          DatabaseFileSize(DatabaseIndex::kNewsgroups) >= kLargeGroups;
 }
 
+// A deletion of all articles that was killed between the two files: the chains name nothing.
+void FinishDeletion(OpenedFiles& files, const UseMark& mark) {
+  const std::u16string articles = DatabasePath(DatabaseIndex::kArticles);
+  const std::u16string newsgroups = DatabasePath(DatabaseIndex::kNewsgroups);
+  const bool only_chains = !gPlatform->files.FileSize(articles) &&
+                           !gPlatform->files.FileSize(BackupPath(articles)) &&
+                           gPlatform->files.FileSize(newsgroups);
+  if (mark.found || !only_chains) return;
+  files[static_cast<std::size_t>(DatabaseIndex::kNewsgroups)] = {};
+  DeleteDatabases(false);
+}
+
 bool Settle(OpenedFiles& files, const UseMark& mark, bool damaged) {
+  FinishDeletion(files, mark);
   // So that a kill from here on is seen.
   if (damaged) SetUseMark();
   if (!SettleAll(files, mark.found)) return false;

@@ -246,7 +246,8 @@ bool StoreArticle(AsciiArticle& article) {
     NoteArticleStored(key.size() + value->size());
     return true;
   }
-  ShowMessage(u"Error inserting GDBM article.");
+  // A download tells of a full store in its own words.
+  if (!StoreLacksRoom() || !BulkStoring()) ShowMessage(u"Error inserting GDBM article.");
   return false;
 }
 

@@ -336,6 +336,18 @@ TEST_F(MakeWholeTest, WithTheCopyItComesBackWhole) {
   EXPECT_EQ(Chain(kGroup), Ids(50, 1));
 }
 
+TEST_F(MakeWholeTest, ADeletionOfAllThatWasKilledIsFinished) {
+  Fill(5);
+  ASSERT_TRUE(AddLostArticles({{IdOf(9), {}}}));
+  CloseDatabases();
+  ASSERT_TRUE(fake.files.Delete(DatabasePath(kArticles)));
+  ASSERT_TRUE(OpenGDBMDatabases());
+  EXPECT_EQ(FirstKey(kNewsgroups), std::nullopt);
+  EXPECT_THAT(Lost(), IsEmpty());
+  EXPECT_EQ(gReadInfo[1]->totalCount, 0U);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
 // --- whole points ---
 
 class WholePointsTest : public MakeWholeTest {};
