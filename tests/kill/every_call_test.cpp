@@ -85,9 +85,9 @@ TEST_P(DeedTest, LeavesAStoreThatTheNextOpeningMakesWhole) {
 
 INSTANTIATE_TEST_SUITE_P(Kill, DeedTest,
                          ::testing::Values(Deed::kStore, Deed::kDelete, Deed::kMark,
-                                           Deed::kDeleteRead, Deed::kDeleteAll, Deed::kPost,
-                                           Deed::kUnpost, Deed::kCompact, Deed::kConvert,
-                                           Deed::kWhole),
+                                           Deed::kDeleteRead, Deed::kDeleteAll, Deed::kEmpty,
+                                           Deed::kPost, Deed::kUnpost, Deed::kCompact,
+                                           Deed::kConvert, Deed::kWhole),
                          [](const auto& test) {
                            std::string name = NameOf(test.param);
                            std::erase(name, ' ');

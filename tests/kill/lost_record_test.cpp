@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kArticlesFile = "Quillet articles.gdb";
 constexpr const char* kNewsgroupsFile = "Quillet newsgroups.gdb";
+constexpr const char* kPostsFile = "Quillet pending posts.gdb";
 
 class LostRecordTest : public KillTest {
  protected:
@@ -64,6 +65,17 @@ TEST_F(LostRecordTest, OfAnArticlePutsItOnTheList) {
 
 TEST_F(LostRecordTest, OfAChainIsFoundAgain) {
   EachIsMadeGood(kNewsgroupsFile, 13);
+}
+
+TEST_F(LostRecordTest, OfAPostIsFoundAgain) {
+  const Kept start = UnclosedStore();
+  // A post that came after the store was whole the last time is nowhere else.
+  for (const std::string& key : Keys(kPostsFile)) {
+    if (key == KillPostIdOf(3) + '\0') continue;
+    PutBack(start);
+    TakeOut(kPostsFile, key);
+    OpenAndLook("without the post " + key);
+  }
 }
 
 TEST_F(LostRecordTest, OfAChainIsFoundAgainWithoutHeads) {

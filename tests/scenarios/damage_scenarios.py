@@ -3,6 +3,7 @@
 import fcntl
 import os
 import random
+import signal
 import socket
 import stat
 
@@ -166,6 +167,27 @@ class DatabaseFiles(Damage):
         with self.run_quillet(wrapper=wrapper) as q:
             self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
         self.assert_silent(q)
+
+    @for_each(0, 5000)
+    def test_a_file_cut_under_the_running_program_ends_it_with_a_message(self, size):
+        q = self.run_quillet()
+        q.do("wait")
+        os.truncate(self.path(ARTICLES), size)
+        for number in (1, 2, 3):
+            q.send("article <a%d@example.org>" % number)
+        q.process.wait(timeout=60)
+        while q.next_event() is not None:
+            pass
+        q.kill()
+        self.assertIn(ARTICLES, q.errors())
+        self.assertNotIn(q.status, (0, -signal.SIGBUS))
+        # Said once more where there is a display, and not again.
+        for times in (1, 0):
+            with self.run_quillet() as q:
+                q.do("wait")
+            self.assert_fine(q)
+            said = [text for _, text, _ in q.boxes() if ARTICLES in text and "shorter" in text]
+            self.assertEqual(len(said), times, q.boxes())
 
     def put_a_folder(self, name):
         """Nothing that the program could recover."""
