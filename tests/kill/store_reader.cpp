@@ -279,7 +279,8 @@ class StoreReader {
                                                     "Quillet pending posts.gdb",
                                                     "#Quillet articles.gdb#",
                                                     kLostName,
-                                                    "Quillet newsgroups.gdb.copy"};
+                                                    "Quillet newsgroups.gdb.copy",
+                                                    "Quillet pending posts.gdb.copy"};
     for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
       const std::string name = entry.path().filename();
       if (kExpected.count(name) == 0) Fault("the file \"" + name + "\" was left behind");
