@@ -270,6 +270,43 @@ TEST_F(ConnectTest, NoServerOpensThePreferences) {
   ExpectNoNetwork();
 }
 
+// Each check comes before those that would say something else.
+TEST_F(ConnectTest, GroupsAreCheckedBeforeTheVolumeAndTheServer) {
+  gPrefs->numservers = 0;
+  gPrefs->conxmethod.clear();
+  fake.files.SetFreeSpace({1, 100});
+  CheckGroups({0, 0});
+  ConnectCommand(true);
+  CheckGroups({1, 1});
+  ConnectCommand(true);
+  fake.files.SetFreeSpace({100, 100});
+  ConnectCommand(true);
+  std::vector<std::u16string> beginnings;
+  for (const std::u16string& text : BoxTexts()) beginnings.push_back(text.substr(0, 24));
+  EXPECT_EQ(beginnings,
+            (std::vector<std::u16string>{u"There are no groups sele", u"There is not enough free",
+                                         u"In order to connect, you"}));
+  EXPECT_EQ(opened_pages, std::vector{PreferencesPage::kServer});  // not that of the method
+  ExpectNoNetwork();
+}
+
+TEST_F(ConnectTest, FullGroupsAreSaidBeforeAFullVolume) {
+  gReadInfo[0]->totalCount = 50;
+  gReadInfo[1]->totalCount = 50;
+  fake.files.SetFreeSpace({1, 100});
+  ConnectCommand(true);
+  ASSERT_EQ(BoxTexts().size(), 1U);
+  EXPECT_EQ(BoxTexts()[0].substr(0, 30), u"Your preferences are set to st");
+}
+
+TEST_F(ConnectTest, LimitOfNoArticlesMakesEveryGroupFull) {
+  gPrefs->maxarticles = 0;
+  ConnectCommand(true);
+  ASSERT_EQ(BoxTexts().size(), 1U);
+  EXPECT_EQ(BoxTexts()[0].substr(0, 54), u"Your preferences are set to store 0 articles per group");
+  ExpectNoNetwork();
+}
+
 // --- dialling ---
 
 class DialTest : public ConnectTest {
@@ -368,6 +405,16 @@ TEST_F(DialTest, FailedDialIsReportedAndItsHandleHungUp) {
   EXPECT_EQ(gDialHandle, 0U);
   EXPECT_EQ(fake.sockets.startups(), 0);
   EXPECT_EQ(fake.sockets.cleanups(), 1);
+}
+
+TEST_F(DialTest, FailedDialBeepsLikeAnyEnd) {
+  for (const std::uint32_t beep : {0U, 1U}) {
+    gPrefs->beepafter = beep;
+    fake.dialler.dial_result = 691;
+    ConnectCommand(true);
+    EXPECT_EQ(fake.display.beeps(), static_cast<int>(beep));
+    EXPECT_EQ(fake.sockets.calls(port::SocketCall::kOpen), 0);
+  }
 }
 
 TEST_F(DialTest, FailedDialWithoutAHandleHangsNothingUp) {

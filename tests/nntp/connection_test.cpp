@@ -474,6 +474,23 @@ TEST_F(ConnectionTest, CommandIsOneLineWhateverItsText) {
 
 // --- login ---
 
+TEST_F(ConnectionTest, SecondServerIsLoggedInToAsItsOwnSettingsSay) {
+  gPrefs->numservers = 2;
+  gPrefs->selectedserver = 1;
+  gPrefs->servers = {u"news.example.org", u"10.1.2.3"};
+  gPrefs->port = {119, 119};
+  gPrefs->useauths = {0, 1};
+  gPrefs->usentlms = {1, 0};
+  gPrefs->authusers = {u"first", u"second"};
+  gPrefs->authpasses = {u"one", u"two"};
+  Server("200 welcome\r\n");
+  Exchange("AUTHINFO USER second", "381 more");
+  Exchange("AUTHINFO PASS two", "281 ok");
+  Quits();
+  Run();
+  EXPECT_EQ(end_, RunEnd::kGoOn);
+}
+
 class LoginTest : public ConnectionTest {
  protected:
   LoginTest() {

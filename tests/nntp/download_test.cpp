@@ -4,6 +4,7 @@
 
 #include "base/multi_string.h"
 #include "tests/nntp/nntp_fixture.h"
+#include "tests/support/failing_new.h"
 
 namespace quillet {
 namespace {
@@ -358,6 +359,18 @@ TEST_F(DownloadTest, FullGroupIsVisitedButNotWalked) {
   EXPECT_EQ(gPrefs->lastonserver[0], 100U);
 }
 
+TEST_F(DownloadTest, LimitOfNoArticlesGetsNothing) {
+  gPrefs->maxarticles = 0;
+  for (const std::uint32_t newest : {0U, 1U}) {
+    gPrefs->downloadnewest = newest;
+    Enters(1, 100);
+    Run();
+  }
+  EXPECT_NE(TransactionLog().find("max: 0 last: 0; starting with 1 getting 0)"), std::string::npos);
+  EXPECT_NE(TransactionLog().find("max: 0 last: 0; starting with 101 getting 0)"),
+            std::string::npos);
+}
+
 TEST_F(DownloadTest, OverfullGroupGetsNothing) {
   HasStored(60);
   Enters(1, 100);
@@ -371,6 +384,38 @@ TEST_F(DownloadTest, EmptyGroupGetsNothing) {
   Exchange("GROUP comp.lang.misc", "211 0 8 7 comp.lang.misc");
   Run();
   EXPECT_NE(TransactionLog().find(" last: 7; starting with 8 getting 0)"), std::string::npos);
+}
+
+TEST_F(DownloadTest, GroupThatWasEmptyAndIsRenumberedSkipsItsFirst) {
+  gPrefs->lastdownloaded[0] = 70;
+  gPrefs->lastonserver[0] = 70;
+  Exchange("GROUP comp.lang.misc", "211 0 0 0 comp.lang.misc");
+  Run();
+  EXPECT_EQ(gPrefs->lastdownloaded[0], 0U);
+  EXPECT_EQ(gPrefs->lastonserver[0], 0U);
+  EXPECT_NE(TransactionLog().find("(rollover) last: 0; starting with 1 getting 0)"),
+            std::string::npos);
+  // What comes then is fetched from its first number on.
+  Enters(1, 2);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Fetches(1, "<a@x>");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (Ids{"<b@x>", "<a@x>"}));
+}
+
+TEST_F(DownloadTest, EmptyGroupWhoseNumbersStayIsNotRenumbered) {
+  gPrefs->lastdownloaded[0] = 70;
+  gPrefs->lastonserver[0] = 70;
+  Exchange("GROUP comp.lang.misc", "211 0 71 70 comp.lang.misc");
+  Exchange("GROUP comp.lang.misc", "211 1 71 71 comp.lang.misc");
+  Exchange("STAT 71", "223 71 <a@x>");
+  Fetches(71, "<a@x>");
+  ChooseGroups({0, 0});
+  Run();
+  EXPECT_EQ(TransactionLog().find("rollover"), std::string::npos);
+  EXPECT_EQ(SavedProgress(), (Numbers{71, 0}));
 }
 
 TEST_F(DownloadTest, NumbersNearTheTopWrapAsOnTheDevice) {
@@ -408,6 +453,16 @@ TEST_F(DownloadTest, RefusedGroupIsReportedAndTheNextVisited) {
   EXPECT_EQ(LogLine("#(IS last count:9)"), "#(IS last count:9)");
   EXPECT_EQ(Details()[0], u"411 no such group\r\n");
   EXPECT_EQ(end_, RunEnd::kGoOn);
+}
+
+TEST_F(DownloadTest, CountsOfARefusedGroupAreCachedToo) {
+  HasStored(7);
+  gReadInfo[0]->readCount = 3;
+  Exchange("GROUP comp.lang.misc", "411 no such group");
+  Run();
+  CountArticles();  // reads the cache
+  EXPECT_EQ(gReadInfo[0]->totalCount, 7U);
+  EXPECT_EQ(gReadInfo[0]->readCount, 3U);
 }
 
 TEST_F(DownloadTest, OtherGroupRepliesDoNothing) {
@@ -1094,6 +1149,27 @@ TEST_F(DownloadTest, KilledArticleIsDroppedWithoutItsBody) {
   EXPECT_EQ(TransactionLog().find("Killed"), std::string::npos);
 }
 
+TEST_F(DownloadTest, KilledArticlesCountAgainstTheRestAndNotAsStored) {
+  gPrefs->killfilecount = 1;
+  gPrefs->killfilegroups = {1};
+  gPrefs->killfiletexts = {"spam"};
+  gPrefs->killfilekills = {1};
+  gPrefs->killfileauthors = {0};
+  gPrefs->maxarticles = 10;
+  HasStored(7);  // three to get
+  Enters(1, 100);
+  Exchange("STAT 1", "223 1 <a@x>");
+  FetchesHead(1, "<a@x>", "spam");
+  Exchange("NEXT", "223 2 <b@x>");
+  Fetches(2, "<b@x>");
+  Exchange("NEXT", "223 3 <c@x>");
+  FetchesHead(3, "<c@x>", "more spam");
+  Run();
+  EXPECT_EQ(gReadInfo[0]->totalCount, 8U);
+  EXPECT_EQ(gReadInfo[0]->readCount, 0U);
+  EXPECT_EQ(SavedProgress(), (Numbers{3, 0}));
+}
+
 TEST_F(DownloadTest, ArticleStoredAlreadyDoesNotCount) {
   gPrefs->maxarticles = 1;
   ChooseGroups({1, 0});
@@ -1223,6 +1299,19 @@ TEST_F(DownloadTest, HeadsOnlyStoresAnEmptyBody) {
   EXPECT_EQ(article->articleNumber, 6U);
 }
 
+TEST_F(DownloadTest, HeadsOnlyStillSayThatAnArticleIsTooLarge) {
+  gPrefs->downloadfull = 0;
+  Enters(6, 6);
+  Exchange("STAT 6", "223 6 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 6 <a@x>\r\nMessage-ID: <a@x>\r\nX: y\r\nLines: 72\r\n.\r\n");
+  Run();
+  ASSERT_NE(Stored("<a@x>"), nullptr);
+  EXPECT_EQ(Stored("<a@x>")->body, kTooLarge);
+  EXPECT_EQ(Stored("<a@x>")->headers, "X: y\r\nLines: 72");
+  EXPECT_EQ(Details().back(), u"Skipping large article 6 (5k)");
+}
+
 TEST_F(DownloadTest, HeadersAreDroppedWhenNotKept) {
   gPrefs->keepheaders = 0;
   Enters(1, 1);
@@ -1313,7 +1402,95 @@ TEST_F(DownloadTest, BodyProgressShowsTheEstimate) {
                                          u"article 1: 9k / 14k"}));
 }
 
+TEST_F(DownloadTest, BarRunsOverTheArticlesToGet) {
+  struct Bar {
+    int upper;
+    int position;
+    bool operator==(const Bar&) const = default;
+  };
+  std::vector<Bar> bars;  // at each STAT, NEXT and HEAD
+  const auto look = [&] {
+    const auto dialog = fake.display.FindDialog(gProgressDialog);
+    ASSERT_TRUE(dialog);
+    for (const port::ShownControl& control : dialog->controls) {
+      if (control.id == 1004) bars.push_back({control.upper, control.position});
+    }
+  };
+  gPrefs->maxarticles = 4;
+  HasStored(1);
+  Enters(1, 9);  // three to get
+  Client("STAT 1\r\n");
+  fake.sockets.Then(look);
+  Server("423 none\r\n");  // missing ones do not move it
+  Exchange("STAT 1", "423 none");
+  Exchange("NEXT", "223 3 <c@x>");
+  Client("STAT 3\r\n");
+  fake.sockets.Then(look);
+  Server("223 3 <c@x>\r\n");
+  Client("HEAD\r\n");
+  fake.sockets.Then(look);
+  Server("430 gone\r\n");
+  Client("NEXT\r\n");
+  fake.sockets.Then(look);
+  Server("223 4 <d@x>\r\n");
+  Fetches(4, "<d@x>");
+  Exchange("NEXT", "223 5 <e@x>");
+  Client("HEAD\r\n");
+  fake.sockets.Then(look);
+  Server("430 gone\r\n");
+  Run();
+  EXPECT_EQ(bars, (std::vector<Bar>{{3, 0}, {3, 0}, {3, 0}, {3, 1}, {3, 2}}));
+}
+
+TEST_F(DownloadTest, BarOfAGroupWithNothingToGetHasOneUnit) {
+  gPrefs->lastonserver[0] = gPrefs->lastdownloaded[0] = 9;
+  Enters(1, 9);
+  int upper = 0;
+  Client("GROUP alt.test\r\n");
+  fake.sockets.Then([&] {
+    for (const port::ShownControl& control : fake.display.FindDialog(gProgressDialog)->controls) {
+      if (control.id == 1004) upper = control.upper;
+    }
+  });
+  Server("411 no\r\n");
+  ChooseGroups({0, 1});
+  Run();
+  EXPECT_EQ(upper, 1);
+}
+
 // --- the store ---
+
+TEST_F(DownloadTest, NoMemoryForAnArticleEndsTheRun) {
+  Enters(1, 2);
+  Client("STAT 1\r\n");
+  Server("223 1 <a@x>\r\n");
+  fake.sockets.Then([] { testing::FailNthNothrowNew(1); });
+  Run();
+  testing::FailNthNothrowNew(0);
+  EXPECT_EQ(end_, RunEnd::kNoMemory);
+  EXPECT_EQ(ErrorLog(), u"out of memory\r\n");
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{
+                            u"A critical error (out of memory) occurred in NewAsciiArticle."});
+  EXPECT_EQ(SavedProgress(), (Numbers{0, 0}));
+}
+
+TEST_F(DownloadTest, ArticleWithoutAMessageIdTextIsStoredOnce) {
+  Enters(1, 3);
+  Exchange("STAT 1", "223 1 <a@x>");
+  Client("HEAD\r\n");
+  Server("221 1 <a@x>\r\nMessage-ID: \r\nSubject: \r\nFrom: f\r\n.\r\n");
+  Client("BODY\r\n");
+  Server("222 1 <a@x>\r\ntext\r\n.\r\n");
+  Exchange("NEXT", "223 2 <b@x>");
+  Client("HEAD\r\n");
+  Server("221 2 <b@x>\r\nMessage-ID: \r\nSubject: other\r\nFrom: f\r\n.\r\n");
+  Exchange("NEXT", "421 none");
+  Run();
+  ASSERT_NE(Stored(""), nullptr);
+  EXPECT_EQ(Stored("")->subject, "");
+  EXPECT_EQ(Chain(u"comp.lang.misc"), Ids{""});
+  EXPECT_EQ(gReadInfo[0]->totalCount, 1U);
+}
 
 TEST_F(DownloadTest, FailedStoreEndsTheRun) {
   ChooseGroups({0, 1});

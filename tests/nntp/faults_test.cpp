@@ -149,6 +149,12 @@ class FaultsTest : public NntpTest {
       EXPECT_EQ(gReadInfo[group]->totalCount, ids.size());
       for (const std::string& id : ids) ExpectWholeArticle(id);
     }
+    // No article that nobody sees and that would be taken for a duplicate.
+    const Ids misc = IdsOf(u"comp.lang.misc");
+    const Ids test = IdsOf(u"alt.test");
+    for (const auto& [id, body] : Bodies()) {
+      EXPECT_EQ(ArticleExists(id), misc.contains(id) || test.contains(id)) << id;
+    }
     if (gDatabaseErrorFlag || stores_may_fail_) return;
     const std::vector<std::uint32_t> counts = {gReadInfo[0]->totalCount, gReadInfo[1]->totalCount};
     CountArticles();  // from the cache

@@ -64,6 +64,18 @@ TEST_F(HeadersTest, OnlyTheNameOfAGroupIsNoMessageId) {
   }
 }
 
+TEST_F(HeadersTest, HeadersWithEmptyValuesAreNotMissing) {
+  const AsciiArticle article =
+      Extracted("Message-ID: \r\nSubject: \r\nFrom: \r\nReferences: \r\nDate: \r\nTo: t");
+  EXPECT_EQ(article.messageId, "");
+  EXPECT_EQ(article.subject, "");
+  EXPECT_EQ(article.from, "");
+  EXPECT_EQ(article.parentId, "");
+  EXPECT_EQ(article.date, "");
+  EXPECT_EQ(article.replyTo, "");  // the author's
+  EXPECT_EQ(article.headers, "References: \r\nTo: t");
+}
+
 TEST_F(HeadersTest, NoHeadAtAllIsLikeAnEmptyOne) {
   AsciiArticle article;
   ExtractHeaders(article, true);

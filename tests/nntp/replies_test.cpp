@@ -392,6 +392,15 @@ TEST_F(BlockProgressTest, ShownAfterMoreThan4096Bytes) {
             (std::vector<std::u16string>{u"article 77: 4k", u"article 77: 8k"}));
 }
 
+TEST_F(BlockProgressTest, NotYetShownAt4096Bytes) {
+  std::vector<std::size_t> shown;  // texts at the start of each receive
+  fake.sockets.on_call = [&](port::SocketCall call, int) {
+    if (call == port::SocketCall::kReceive) shown.push_back(Details().size());
+  };
+  DetailsOf({4096, 1}, 100'000, 0);
+  EXPECT_EQ(shown, (std::vector<std::size_t>{0, 0, 1}));
+}
+
 TEST_F(BlockProgressTest, ShownWithTheEstimateWhenThereIsOne) {
   EXPECT_EQ(DetailsOf({5120, 5120}, 100'000, 12),
             (std::vector<std::u16string>{u"article 77: 5k / 12k", u"article 77: 10k / 12k"}));
