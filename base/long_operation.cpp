@@ -40,7 +40,10 @@ constexpr std::chrono::milliseconds kLongestLook(100);
 // What the waiters sleep on; the words they wait for are the atomics above.
 std::mutex gProgressMutex;
 std::condition_variable gProgressChanged;
-bool gProgressFailed = false;  // guarded by gProgressMutex: the dialog could not be created
+// Guarded by gProgressMutex.
+bool gProgressFailed = false;   // the dialog could not be created
+bool gOperationOver = false;    // the dialog goes anyway: the timer comes too late
+bool gDialogGoneEarly = false;  // the timer has taken it away
 
 bool gRunning = false;             // program thread only
 std::uint64_t gProgressUnits = 1;  // program thread only
@@ -49,6 +52,8 @@ const ResetAtEnd kReset([] {
   gAbortRequested = 0;
   gProgressDialog = 0;
   gProgressFailed = false;
+  gOperationOver = false;
+  gDialogGoneEarly = false;
   gRunning = false;
   gProgressUnits = 1;
 });
@@ -75,6 +80,24 @@ void DestroyDialogOnItsThread(port::WindowHandle dialog, std::optional<BoxOwner>
   gPlatform->messages.PostQuit(0);
 }
 
+// Ten seconds after Cancel. From then on the main window must not look as if it answered.
+void AbortTimerFired(port::WindowHandle dialog, std::optional<BoxOwner>& owner) {
+  {
+    const std::lock_guard lock(gProgressMutex);
+    if (gOperationOver) return;
+    gDialogGoneEarly = true;
+  }
+  gPlatform->windows.SetBusy(true);
+  DestroyDialogOnItsThread(dialog, owner);
+}
+
+// Whether the dialog has gone early.
+bool NoteOperationOver() {
+  const std::lock_guard lock(gProgressMutex);
+  gOperationOver = true;
+  return gDialogGoneEarly;
+}
+
 void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
                      const port::Message& message) {
   switch (message.kind) {
@@ -87,6 +110,7 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
       gPlatform->messages.SetTimer(dialog, kAbortTimer, kAbortTimerMs);
       return;
     case port::MessageKind::kTimer:
+      return AbortTimerFired(dialog, owner);
     case port::MessageKind::kClose:
       DestroyDialogOnItsThread(dialog, owner);
       return;
@@ -97,7 +121,7 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
 
 void ProgressThread(const std::u16string& title) {
   const port::WindowHandle dialog =
-      gPlatform->dialogs.Create(kDialogProgress, gMainWindow, port::DialogKind::kModal);
+      gPlatform->dialogs.Create(kDialogProgress, gMainWindow, port::DialogKind::kProgress);
   if (dialog == 0) {
     PublishDialog(0);
     return;
@@ -115,7 +139,7 @@ void ProgressThread(const std::u16string& title) {
 }
 
 std::thread StartProgressThread(std::u16string_view title) {
-  gProgressFailed = false;  // no other thread yet
+  gProgressFailed = gOperationOver = gDialogGoneEarly = false;  // no other thread yet
   try {
     return std::thread(ProgressThread, std::u16string(title));
   } catch (const std::system_error&) {
@@ -154,13 +178,16 @@ int RunWithProgress(std::u16string_view title, const std::function<int()>& opera
   if (thread.joinable()) {
     WaitForProgressThread([] { return gProgressDialog != 0 || gProgressFailed; });
   }
+  const bool no_dialog = gProgressDialog == 0;
+  if (no_dialog) gPlatform->windows.SetBusy(true);
   const int result = operation();
-  // Meant: the main window treats this key like Escape, and while the dialog is up the dialog has
-  // the focus and ignores it. So the view is left only after a run whose dialog has gone early, as
-  // in every version.
-  gPlatform->windows.InjectKeyUp(port::kKeyF24);
+  // Meant: the dialog has the focus and ignores this key, as in every version. Without the dialog
+  // the main window would get it, which takes it for Escape and leaves the view.
+  const bool alone = NoteOperationOver() || no_dialog;
+  if (!alone) gPlatform->windows.InjectKeyUp(port::kKeyF24);
   DestroyProgressDialog();
   if (thread.joinable()) thread.join();
+  if (alone) gPlatform->windows.SetBusy(false);
   gRunning = false;
   return result;
 }

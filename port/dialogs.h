@@ -30,10 +30,12 @@
 namespace quillet::port {
 
 enum class DialogKind {
-  kModal,   // while it is shown its owner (0: every window) takes no input but keeps painting
-  kWindow,  // a window of its own beside all others: it can be resized, has the size it had when
-            // the last one of that form went, and fills a phone's screen. Its owner does not
-            // matter.
+  kModal,     // while it is shown its owner (0: every window) takes no input but keeps painting
+  kProgress,  // the same, but its owner, the main window, can still be closed: its close button is
+              // kCommand 2 of the dialog and then the window's kClose
+  kWindow,    // a window of its own beside all others: it can be resized, has the size it had when
+              // the last one of that form went, and fills a phone's screen. Its owner does not
+              // matter.
 };
 
 // --- what can be written into a control ----------------------------------------------------------
@@ -146,7 +148,7 @@ class Dialogs {
   // Creates the dialog of resource `form` (res/resource.h), hidden; 0 on failure.
   virtual WindowHandle Create(std::uint32_t form, WindowHandle owner, DialogKind kind) = 0;
   virtual void Show(WindowHandle dialog) = 0;
-  // Any thread. Idempotent.
+  // A box over it stays open and lies over the dialog's owner from then on. Any thread. Idempotent.
   virtual void Destroy(WindowHandle dialog) = 0;
 
   virtual void WriteMany(WindowHandle dialog, std::vector<ControlWrite> writes) = 0;

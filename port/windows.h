@@ -1,5 +1,6 @@
 // The main window with its tabs, menu bar and status line. Values go in, values come out; nothing
-// is shared with the display. Program thread only, except Raise and InjectKeyUp (any thread).
+// is shared with the display. Program thread only, except Raise, SetBusy and InjectKeyUp (any
+// thread).
 #pragma once
 
 #include <cstdint>
@@ -59,6 +60,11 @@ class Windows {
 
   // One line below the group list.
   virtual void SetStatusText(std::u16string_view text) = 0;
+
+  // The program works on and answers nothing meanwhile, without a dialog that says so: the window
+  // is greyed under a wait cursor and takes no input but from its close button, whose kClose waits
+  // as all messages do. Boxes over it are as usual. Any thread.
+  virtual void SetBusy(bool busy) = 0;
 
   // A silent release of a key goes to the window (main window or dialog) that has the focus now,
   // as its kKeyUp message.

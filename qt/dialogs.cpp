@@ -4,6 +4,7 @@
 #include "qt/dialogs.h"
 
 #include <QDialog>
+#include <QMessageBox>
 #include <utility>
 
 #include "qt/controls.h"
@@ -38,7 +39,20 @@ std::uint32_t FormOf(const QWidget& dialog) {
 }
 
 bool IsWindow(const QWidget& dialog) {
-  return dialog.windowModality() == Qt::NonModal;
+  return dialog.windowType() == Qt::Window;
+}
+
+// They wait for an answer, whether or not what they lie over is still there.
+void HandBoxesOn(const QWidget& dialog, QWidget* owner) {
+  for (QMessageBox* box :
+       dialog.findChildren<QMessageBox*>(QString(), Qt::FindDirectChildrenOnly)) {
+    const Qt::WindowFlags flags = box->windowFlags();
+    const bool visible = box->isVisible();
+    box->setParent(owner, flags);
+    box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+    box->setWindowFlags(flags);  // the modality has reset them
+    if (visible) box->show();
+  }
 }
 
 }  // namespace
@@ -98,6 +112,7 @@ void QtDialogs::DestroyNow(port::WindowHandle dialog) {
   if (widget != nullptr && IsWindow(*widget) && widget->isVisible() && !widget->isMaximized()) {
     display_.sizes.Remember(FormOf(*widget), widget->size());
   }
+  if (widget != nullptr) HandBoxesOn(*widget, widget->parentWidget());
   delete widget;
   display_.windows.erase(found);
   display_.queues.RemoveWindow(dialog);

@@ -26,7 +26,8 @@ using port::DialogKind;
 // Never closes by itself: the program destroys it.
 class FormDialog final : public QDialog, public FormControls {
  public:
-  FormDialog(QWidget* owner, Tell tell) : QDialog(owner), tell_(std::move(tell)) {}
+  FormDialog(QWidget* owner, DialogKind kind, Tell tell)
+      : QDialog(owner), kind_(kind), tell_(std::move(tell)) {}
 
   // A form with `coversOwner` (dynamic property) lies exactly over its owner, or fills the screen.
   void setVisible(bool visible) override {
@@ -38,6 +39,8 @@ class FormDialog final : public QDialog, public FormControls {
       if (!over || owner->isMaximized()) setWindowState(windowState() | Qt::WindowMaximized);
     }
     QDialog::setVisible(visible);
+    auto* main = dynamic_cast<MainWindow*>(parentWidget());
+    if (visible && kind_ == DialogKind::kProgress && main != nullptr) main->BlockBy(*this);
   }
   void reject() override { TellCancel(); }
   void accept() override {}
@@ -63,6 +66,7 @@ class FormDialog final : public QDialog, public FormControls {
  private:
   void TellCancel() const { tell_({0, port::MessageKind::kCommand, kControlCancel, 0, {}}); }
 
+  const DialogKind kind_;
   const Tell tell_;
 };
 
@@ -110,7 +114,7 @@ void LimitToScreen(QDialog& dialog, DialogKind kind) {
   const int columns = dialog.property("columns").toInt();
   const int wanted = columns * dialog.fontMetrics().averageCharWidth();
   dialog.setMinimumWidth(std::min(wanted, screen.width()));
-  if (kind == DialogKind::kModal) dialog.setMaximumSize(screen);
+  if (kind != DialogKind::kWindow) dialog.setMaximumSize(screen);
 }
 
 void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
@@ -121,8 +125,10 @@ void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
   DrawIcons(form);
 }
 
-// Before the flags, which it would reset.
-void MakeModal(QDialog& dialog, const QWidget* owner) {
+// Before the flags, which it would reset. The dialog of a long operation blocks the main window
+// otherwise (qt/blocked_input.h).
+void MakeModal(QDialog& dialog, const QWidget* owner, DialogKind kind) {
+  if (kind == DialogKind::kProgress && owner != nullptr) return;
   dialog.setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
 }
 
@@ -137,9 +143,9 @@ void NameWindow(QDialog& dialog) {
 QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, DialogKind kind, const Tell& tell) {
   const FormEntry* entry = FindForm(form);
   if (entry == nullptr || entry->is_page) return nullptr;
-  auto* dialog = new FormDialog(kind == DialogKind::kModal ? owner : nullptr, tell);
+  auto* dialog = new FormDialog(kind == DialogKind::kWindow ? nullptr : owner, kind, tell);
   entry->set_up(*dialog);
-  if (kind == DialogKind::kModal) MakeModal(*dialog, owner);
+  if (kind != DialogKind::kWindow) MakeModal(*dialog, owner, kind);
   NameWindow(*dialog);
   if (kind == DialogKind::kWindow) dialog->setWindowFlags(Qt::Window);
   Prepare(*dialog, *dialog, tell);

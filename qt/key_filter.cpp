@@ -37,11 +37,13 @@ bool KeyFilter::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool KeyFilter::Pressed(port::WindowHandle window, const QKeyEvent& event) {
+  const bool is_main = display_.main && display_.main->Handle() == window;
+  if (is_main && !display_.main->TakesInput()) return true;
   const auto key = VirtualKey(event);
   if (!key) return false;
   // Repeated here may be a press that another window got.
   if (!event.isAutoRepeat()) down_.emplace(window, *key);
-  if (!display_.main || display_.main->Handle() != window) return false;
+  if (!is_main) return false;
   const std::uint32_t modifiers = Modifiers(event);
   display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
   return FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;

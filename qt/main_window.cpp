@@ -127,7 +127,21 @@ bool MainWindow::event(QEvent* event) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program decides, and destroys the window
+  if (QDialog* progress = Blocker()) progress->reject();
   Post(port::MessageKind::kClose, 0);
+}
+
+// What is disabled looks it, and takes nothing; the frame belongs to the window itself, which stays
+// enabled.
+void MainWindow::SetBusy(bool busy) {
+  if (busy == busy_) return;
+  busy_ = busy;
+  if (busy) focus_before_ = focusWidget();
+  menuBar()->setEnabled(!busy);
+  inside_->setEnabled(!busy);
+  if (busy) return setCursor(Qt::WaitCursor);
+  unsetCursor();
+  if (focus_before_) focus_before_->setFocus();
 }
 
 // What no control of the view has taken: F10 opens the menus, as in every window of the desktop.

@@ -14,6 +14,7 @@
 #include "port/message.h"
 #include "port/windows.h"
 #include "qt/article_pane.h"
+#include "qt/blocked_input.h"
 #include "qt/group_table.h"
 #include "qt/image_tabs.h"
 #include "qt/thread_pane.h"
@@ -52,6 +53,15 @@ class MainWindow final : public QMainWindow {
   bool CreateToolbar(const std::vector<port::ToolbarButton>& buttons);
   QWidget* Toolbar() const { return toolbar_; }
 
+  // The dialog of a long operation, while it is shown: the window takes no input but from its close
+  // button, which cancels the operation as well.
+  void BlockBy(QDialog& dialog) { blocked_.BlockBy(dialog); }
+  QDialog* Blocker() const { return blocked_.Blocker(); }
+  // As in port/windows.h.
+  void SetBusy(bool busy);
+  // Whether keys and clicks are the window's; dialogs of the toolkit that block it aside.
+  bool TakesInput() const { return !busy_ && Blocker() == nullptr; }
+
  protected:
   bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
@@ -76,6 +86,9 @@ class MainWindow final : public QMainWindow {
   QSize wanted_size_;           // frame included
   bool frame_awaited_ = false;  // shown without the frame that the desktop will add
   Inside* inside_;
+  BlockedInput blocked_{*this};
+  bool busy_ = false;
+  QPointer<QWidget> focus_before_;  // what had the focus when the window became busy
   QPointer<TabControl> tabs_;
   QPointer<QWidget> group_pane_;
   QPointer<GroupTable> list_;

@@ -187,7 +187,7 @@ class Photographer {
   std::optional<WindowHandle> OpenProgress() {
     auto& dialogs = device_.dialogs();
     const WindowHandle dialog =
-        dialogs.Create(quillet::kDialogProgress, main_, quillet::port::DialogKind::kModal);
+        dialogs.Create(quillet::kDialogProgress, main_, quillet::port::DialogKind::kProgress);
     if (dialog == 0) return std::nullopt;
     using namespace quillet::port;
     dialogs.WriteMany(

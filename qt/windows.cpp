@@ -26,6 +26,7 @@ class QtWindows final : public port::Windows {
   void SelectTab(int tab) override;
   void LayOut(port::Size inside, port::Size tabs) override;
   void SetStatusText(std::u16string_view text) override;
+  void SetBusy(bool busy) override;
   void InjectKeyUp(std::uint32_t virtual_key) override;
 
  private:
@@ -56,6 +57,9 @@ class QtListView final : public port::ListView {
 port::WindowHandle FocusedWindow(const Display& display) {
   // A dialog takes the input of what it stands over, also before the desktop has activated it.
   if (const QWidget* modal = QApplication::activeModalWidget()) return display.HandleOf(modal);
+  if (display.main && display.main->Blocker() != nullptr) {
+    return display.HandleOf(display.main->Blocker());
+  }
   return display.HandleOf(QApplication::activeWindow());
 }
 
@@ -130,6 +134,10 @@ void QtWindows::LayOut(port::Size inside, port::Size tabs) {
 
 void QtWindows::SetStatusText(std::u16string_view text) {
   WithMain([&](MainWindow& main) { main.SetStatusText(ToQt(text)); });
+}
+
+void QtWindows::SetBusy(bool busy) {
+  WithMain([busy](MainWindow& main) { main.SetBusy(busy); });
 }
 
 void QtWindows::InjectKeyUp(std::uint32_t virtual_key) {

@@ -168,7 +168,7 @@ JsonObject DescribeBox(const port::ShownBox& box, std::string_view owner, int an
 }
 
 JsonObject DescribeDialog(const port::FakeDisplay& display, const port::ShownDialog& dialog) {
-  const bool modal = dialog.kind == port::DialogKind::kModal && dialog.form != kDialogProgress;
+  const bool modal = dialog.kind == port::DialogKind::kModal;
   JsonObject object;
   object.Add("handle", dialog.handle).Add("form", dialog.form).Add("caption", dialog.caption);
   object.Add("owner", OwnerKind(display, dialog.owner)).Add("modal", modal);

@@ -124,6 +124,8 @@ void Close(ScriptContext& context, Words /*words*/) {
 void CloseNow(ScriptContext& context, Words /*words*/) {
   const port::WindowHandle window = context.run.display.main_window().handle;
   if (window == 0) throw RefusedFailure(u"there is no window");
+  // Also while a dialog or box lies over it, which no user could.
+  if (context.run.display.CloseMainWindow()) return;
   context.run.display.Inject({window, port::MessageKind::kClose, 0, 0, {}});
 }
 

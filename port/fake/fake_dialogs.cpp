@@ -66,7 +66,7 @@ WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner, DialogK
     if (screen_.gone) return 0;
     handle = Add(std::move(dialog));
     if (form == kDialogProgress) cancel_.DialogCreated(handle);
-    screen_.AddDialog(handle, owner, kind == DialogKind::kModal);
+    screen_.AddDialog(handle, owner, kind);
   }
   screen_.observer().OnDialogCreated(handle, form);
   return handle;
@@ -156,7 +156,7 @@ WindowHandle FakeDialogs::CreateSheet(std::u16string_view title, std::span<const
     page.values.sheet = page.values.owner = handle;
     dialogs_[handle].values.pages.push_back(Add(std::move(page)));
   }
-  screen_.AddDialog(handle, owner, true);
+  screen_.AddDialog(handle, owner, DialogKind::kModal);
   return handle;
 }
 

@@ -81,6 +81,15 @@ WindowHandle FakeScreen::Focus() const {
   return FocusLocked();
 }
 
+void FakeScreen::RemoveDialog(WindowHandle dialog) {
+  const auto found = dialogs_.find(dialog);
+  if (found == dialogs_.end()) return;
+  for (auto& [number, owner] : open_boxes_) {
+    if (owner == dialog) owner = found->second.owner;
+  }
+  dialogs_.erase(found);
+}
+
 // A box without an owner, or whose owner has gone, lies over the whole program.
 bool FakeScreen::BoxBlocks(WindowHandle covered) const {
   return std::any_of(open_boxes_.begin(), open_boxes_.end(), [&](const auto& open) {
@@ -95,12 +104,30 @@ bool FakeScreen::TakesInputLocked(WindowHandle asked) const {
   if (!is_dialog && (asked == 0 || asked != window.handle)) return false;
   const std::uint64_t shown_at = is_dialog ? dialog->second.shown_at : 0;
   if (is_dialog ? shown_at == 0 : !window.shown) return false;
-  if (gone || BoxBlocks(asked)) return false;
+  if (gone || BoxBlocks(asked) || (!is_dialog && window.busy)) return false;
   return std::none_of(dialogs_.begin(), dialogs_.end(), [&](const auto& entry) {
     const auto& [handle, other] = entry;
-    if (handle == asked || other.shown_at == 0 || !other.modal) return false;
+    if (handle == asked || other.shown_at == 0 || other.kind == DialogKind::kWindow) return false;
     return other.owner == asked || (other.owner == 0 && other.shown_at > shown_at);
   });
+}
+
+// Shown over the main window, 0: none.
+WindowHandle FakeScreen::ProgressDialog() const {
+  for (const auto& [handle, dialog] : dialogs_) {
+    if (dialog.kind == DialogKind::kProgress && dialog.shown_at != 0) return handle;
+  }
+  return 0;
+}
+
+bool FakeScreen::CanBeClosed(WindowHandle& progress) const {
+  progress = 0;
+  if (window.handle == 0 || !window.shown || gone) return false;
+  if (TakesInputLocked(window.handle)) return true;
+  if (window.busy) return !BoxBlocks(window.handle);
+  progress = ProgressDialog();
+  // A box over the dialog lies over the window below as well.
+  return progress != 0 && TakesInputLocked(progress);
 }
 
 bool FakeScreen::TakesInput(WindowHandle asked) const {

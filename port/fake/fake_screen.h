@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "port/common/thread_queues.h"
+#include "port/dialogs.h"
 #include "port/fake/display_observer.h"
 #include "port/fake/failure.h"
 #include "port/windows.h"
@@ -25,6 +26,7 @@ struct ShownMainWindow {
   WindowHandle handle = 0;  // 0: there is none
   MainWindowTraits traits;
   bool shown = false;
+  bool busy = false;
   int raised = 0;  // times
   bool has_tabs = false;
   TabPlacement placement = TabPlacement::kBottom;
@@ -87,16 +89,20 @@ class FakeScreen {
   bool gone = false;
 
   // A modal one takes the input of its owner, or of all that was there before when it has none.
-  void AddDialog(WindowHandle dialog, WindowHandle owner, bool modal) {
-    dialogs_[dialog] = {owner, 0, modal};
+  void AddDialog(WindowHandle dialog, WindowHandle owner, DialogKind kind) {
+    dialogs_[dialog] = {owner, 0, kind};
   }
   void ShowDialog(WindowHandle dialog) { dialogs_[dialog].shown_at = ++last_shown_; }
-  void RemoveDialog(WindowHandle dialog) { dialogs_.erase(dialog); }
+  // What lay over it lies over its owner from then on.
+  void RemoveDialog(WindowHandle dialog);
   // The number by which the box is closed.
   std::uint64_t OpenBox(WindowHandle owner);
   void CloseBox(std::uint64_t number);
   WindowHandle FocusLocked() const;
   bool TakesInputLocked(WindowHandle window) const;
+  // Whether the main window's close button answers; the dialog of a long operation that is told as
+  // well, else 0, is left in `progress`.
+  bool CanBeClosed(WindowHandle& progress) const;
   // Whether the user can use what lies on that tab's pane.
   bool PaneTakesInput(int tab) const;
 
@@ -121,10 +127,11 @@ class FakeScreen {
   struct Dialog {
     WindowHandle owner = 0;
     std::uint64_t shown_at = 0;  // order of showing; 0: not shown yet
-    bool modal = true;
+    DialogKind kind = DialogKind::kModal;
   };
 
   bool BoxBlocks(WindowHandle window) const;
+  WindowHandle ProgressDialog() const;
 
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "res/commands.h"
+#include "res/resource.h"
 
 namespace quillet::port {
 namespace {
@@ -131,6 +132,13 @@ void FakeWindows::SetStatusText(std::u16string_view text) {
   screen_.observer().OnStatusText(text);
 }
 
+void FakeWindows::SetBusy(bool busy) {
+  const auto lock = screen_.Locked();
+  if (screen_.window.handle == 0) return;
+  screen_.window.busy = busy;
+  screen_.Changed();
+}
+
 void FakeWindows::InjectKeyUp(std::uint32_t virtual_key) {
   const auto lock = screen_.Locked();
   const WindowHandle target = screen_.FocusLocked();
@@ -211,7 +219,9 @@ bool FakeWindows::ResizeMainWindow(Size inside) {
 
 bool FakeWindows::CloseMainWindow() {
   const auto lock = screen_.Locked();
-  if (!screen_.TakesInputLocked(screen_.window.handle)) return false;
+  WindowHandle progress = 0;
+  if (!screen_.CanBeClosed(progress)) return false;
+  if (progress != 0) screen_.queues.Post({progress, MessageKind::kCommand, kControlCancel, 0, {}});
   screen_.queues.Post({screen_.window.handle, MessageKind::kClose, 0, 0, {}});
   return true;
 }

@@ -52,6 +52,7 @@ class FakeWindows : public Windows {
   void SelectTab(int tab) override;
   void LayOut(Size inside, Size tabs) override;
   void SetStatusText(std::u16string_view text) override;
+  void SetBusy(bool busy) override;
   void InjectKeyUp(std::uint32_t virtual_key) override;
 
  private:

@@ -167,10 +167,31 @@ TEST_F(Runner, TenSecondsAfterCancelTheDialogVanishesAndTheOperationGoesOn) {
     fake_.clock.Advance(20);
     EXPECT_TRUE(Soon([] { return gProgressDialog == 0; }));
     SetProgressDetail(u"nobody sees this");
+    EXPECT_TRUE(fake_.display.main_window().busy);
+    EXPECT_FALSE(fake_.display.TakesInput(window_));
+    EXPECT_TRUE(fake_.display.CloseMainWindow());
     return 7;
   });
   EXPECT_EQ(result, 7);
   EXPECT_EQ(CurrentBoxOwner(), window_);
+  EXPECT_FALSE(fake_.display.main_window().busy);
+  EXPECT_TRUE(fake_.display.injected_keys().empty()) << "the main window would go back a view";
+  port::Message message;
+  ASSERT_TRUE(fake_.queues.Get(message));
+  EXPECT_EQ(message.kind, port::MessageKind::kClose);
+}
+
+TEST_F(Runner, ClosingTheWindowCancelsAndClosesAfterwards) {
+  RunWithProgress(u"title", [&] {
+    EXPECT_TRUE(fake_.display.CloseMainWindow());
+    EXPECT_TRUE(Soon([] { return AbortRequested(); }));
+    EXPECT_TRUE(fake_.display.CloseMainWindow()) << "again";
+    return 0;
+  });
+  port::Message message;
+  ASSERT_TRUE(fake_.queues.Get(message));
+  EXPECT_EQ(message.window, window_);
+  EXPECT_EQ(message.kind, port::MessageKind::kClose);
 }
 
 TEST_F(Runner, SilentKeyUpGoesToTheDialogWhileItIsUp) {
@@ -227,11 +248,14 @@ TEST_F(Runner, ANestedRunUsesTheDialogThatIsUp) {
 TEST_F(Runner, WithoutADialogTheOperationRunsAllTheSame) {
   fake_.display.FailNextDialog();
   EXPECT_EQ(RunWithProgress(u"title",
-                            [] {
+                            [this] {
                               EXPECT_EQ(gProgressDialog, 0U);
+                              EXPECT_TRUE(fake_.display.main_window().busy);
                               return 5;
                             }),
             5);
+  EXPECT_TRUE(fake_.display.injected_keys().empty());
+  EXPECT_FALSE(fake_.display.main_window().busy);
 }
 
 TEST_F(Runner, TheOperationMayTakeTheDialogDownItself) {

@@ -367,6 +367,28 @@ TEST_P(ControlContract, WindowLeavesTheOthersTheirInput) {
   EXPECT_EQ(user->Dialogs().Read(window, kControlButton).text, u"");
 }
 
+TEST_P(ControlContract, WindowBelowALongOperationCanBeClosed) {
+  const WindowHandle main = user->Windows().CreateMainWindow({u"q", u"q", 103, {400, 300}});
+  user->Windows().ShowMainWindow();
+  const WindowHandle progress =
+      user->Dialogs().Create(kDialogEveryKind, main, DialogKind::kProgress);
+  user->Dialogs().Show(progress);
+  user->Await(progress);
+  Take();
+  EXPECT_TRUE(user->CloseMain());
+  std::vector<port::Message> messages = Take();
+  ASSERT_EQ(messages.size(), 2U);
+  EXPECT_EQ(CountOf(messages, {progress, MessageKind::kCommand, 2, 0, {}}), 1);
+  EXPECT_EQ(CountOf(messages, {main, MessageKind::kClose, 0, 0, {}}), 1);
+  EXPECT_EQ(messages[1].window, main) << "first the operation is cancelled";
+  user->Dialogs().Destroy(progress);
+  user->Windows().SetBusy(true);
+  EXPECT_TRUE(user->CloseMain());
+  messages = Take();
+  EXPECT_EQ(CountOf(messages, {main, MessageKind::kClose, 0, 0, {}}), 1);
+  EXPECT_EQ(CountOf(messages, {progress, MessageKind::kCommand, 2, 0, {}}), 0);
+}
+
 // --- sheets --------------------------------------------------------------------------------------
 
 class SheetContract : public ControlContract {

@@ -161,13 +161,32 @@ TEST_F(MessageBoxTest, BoxesOfSeveralThreadsAnswerTheirOwnCaller) {
   EXPECT_EQ(second.get(), 7);
 }
 
-TEST_F(MessageBoxTest, OwnerThatIsDestroyedAnswersLikeEscape) {
-  const port::WindowHandle dialog = device->dialogs().Create(120, 0, port::DialogKind::kModal);
-  device->dialogs().Show(dialog);
-  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"Text", dialog);
+TEST_F(MessageBoxTest, MainWindowThatIsDestroyedAnswersLikeEscape) {
+  const port::WindowHandle main = ShowWindow();
+  auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, false}, u"Text", main);
   ASSERT_TRUE(WaitForBoxes(1));
-  device->dialogs().Destroy(dialog);
+  device->windows().DestroyMainWindow();
   EXPECT_EQ(answer.get(), 7);
+}
+
+TEST_F(MessageBoxTest, DialogThatIsDestroyedLeavesItsBoxToItsOwner) {
+  const port::WindowHandle main = ShowWindow();
+  for (const port::WindowHandle owner : {main, port::WindowHandle{0}}) {
+    const port::WindowHandle dialog =
+        device->dialogs().Create(121, owner, port::DialogKind::kModal);
+    device->dialogs().Show(dialog);
+    auto answer = ShowLater({BoxButtons::kYesNo, BoxIcon::kNone, true}, u"Text", dialog);
+    ASSERT_TRUE(WaitForBoxes(1));
+    device->dialogs().Destroy(dialog);
+    OnDisplay([&] {
+      EXPECT_EQ(device->boxes().OpenBoxes().size(), 1U);
+      EXPECT_EQ(Box().parentWidget(), device->display().WidgetOf(owner));
+      EXPECT_EQ(Box().windowModality(), owner != 0 ? Qt::WindowModal : Qt::ApplicationModal);
+      EXPECT_TRUE(Box().windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+      Box().button(QMessageBox::Yes)->click();
+    });
+    EXPECT_EQ(answer.get(), 6);
+  }
 }
 
 TEST_F(MessageBoxTest, EndOfSessionAnswersOpenAndLaterBoxes) {

@@ -1,6 +1,8 @@
 // Long operations with their dialog on the real display.
 #include <QApplication>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 
 #include <algorithm>
@@ -47,14 +49,118 @@ TEST_F(RunnerTest, DialogIsUpWhileTheOperationRuns) {
     EXPECT_EQ(Text(kControlProgressTitle), QStringLiteral("Compacting databases"));
     OnDisplay([&] {
       EXPECT_TRUE(Dialog()->isVisible());
-      EXPECT_EQ(QApplication::activeModalWidget(), Dialog());
+      EXPECT_EQ(Main().Blocker(), Dialog());
     });
     return 42;
   });
   EXPECT_EQ(result, 42);
   EXPECT_EQ(gProgressDialog, 0u);
   EXPECT_EQ(CurrentBoxOwner(), gMainWindow);
-  OnDisplay([&] { EXPECT_EQ(QApplication::activeModalWidget(), nullptr); });
+  OnDisplay([&] { EXPECT_EQ(Main().Blocker(), nullptr); });
+}
+
+// What a user does with the main window: a click on a tab, an accelerator, a step in the list.
+void UseMain(MainWindow& main) {
+  QWindow* window = main.windowHandle();
+  ImageTabBar& bar = main.Tabs()->Bar();
+  const QPoint tab = bar.mapTo(&main, bar.tabRect(1).center());
+  QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, tab);
+  QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+  QTest::keyClick(window, Qt::Key_F10);
+  QTest::keyClick(window, Qt::Key_Down);
+}
+
+TEST_F(RunnerTest, TheWindowBelowTakesNothingButItsCloseButton) {
+  FillRows(3);
+  RunWithProgress(u"Marking", [&] {
+    OnDisplay([&] {
+      UseMain(Main());
+      EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+      EXPECT_TRUE(Main().menuBar()->isEnabled()) << "a short operation makes nothing flicker";
+    });
+    EXPECT_EQ(device->group_list().SelectedRow(), -1);
+    EXPECT_EQ(device->windows().SelectedTab(), port::kGroupTab);
+    EXPECT_FALSE(AbortRequested());
+    OnDisplay([&] { Main().close(); });
+    EXPECT_TRUE(WaitOnDisplay([] { return AbortRequested(); }));
+    return 0;
+  });
+  const auto messages = TakeMessages(queues);
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_EQ(messages[0].kind, port::MessageKind::kClose);
+  EXPECT_EQ(messages[0].window, gMainWindow);
+  OnDisplay([&] { UseMain(Main()); });
+  EXPECT_FALSE(TakeMessages(queues).empty());
+}
+
+TEST_F(RunnerTest, ClickOnTheWindowBelowBringsTheDialogForward) {
+  RunWithProgress(u"Marking", [&] {
+    OnDisplay([&] {
+      Main().activateWindow();
+      EXPECT_TRUE(QTest::qWaitForWindowActive(Dialog()));
+    });
+    return 0;
+  });
+}
+
+TEST_F(RunnerTest, OpenMenuIsClosedByAnOperation) {
+  OnDisplay([&] {
+    Main().menuBar()->actions()[0]->menu()->popup(Main().mapToGlobal(QPoint(5, 25)));
+    ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+  });
+  RunWithProgress(u"Marking", [&] {
+    OnDisplay([] { EXPECT_EQ(QApplication::activePopupWidget(), nullptr); });
+    return 0;
+  });
+}
+
+TEST_F(RunnerTest, WindowWhoseDialogHasGoneIsGreyUntilTheEnd) {
+  FillRows(3);
+  OnDisplay([&] { List().setFocus(); });
+  RunWithProgress(u"Marking", [&] {
+    PressCancel();
+    EXPECT_TRUE(WaitOnDisplay([] { return AbortRequested(); }));
+    queues.Post({gProgressDialog, port::MessageKind::kTimer, 1, 0, {}});  // ten seconds later
+    EXPECT_TRUE(WaitOnDisplay([] { return gProgressDialog == 0; }));
+    OnDisplay([&] {
+      EXPECT_FALSE(Main().menuBar()->isEnabled());
+      EXPECT_FALSE(List().isEnabled());
+      EXPECT_EQ(Main().cursor().shape(), Qt::WaitCursor);
+      EXPECT_TRUE(Main().isEnabled()) << "its frame is its own";
+      UseMain(Main());
+      Main().close();
+    });
+    return 0;
+  });
+  const auto messages = TakeMessages(queues);
+  ASSERT_EQ(messages.size(), 1U) << "and no key that goes back a view";
+  EXPECT_EQ(messages[0].kind, port::MessageKind::kClose);
+  OnDisplay([&] {
+    EXPECT_TRUE(Main().menuBar()->isEnabled());
+    EXPECT_EQ(Main().focusWidget(), &List());
+    EXPECT_EQ(Main().cursor().shape(), Qt::ArrowCursor);
+  });
+}
+
+TEST_F(RunnerTest, BoxOutlastsTheDialogThatTheTimerTakes) {
+  RunWithProgress(u"Marking", [&] {
+    auto answer = std::async(std::launch::async, [&] { return AskYesNo(u"Go on?"); });
+    EXPECT_TRUE(WaitOnDisplay([&] { return device->boxes().OpenBoxes().size() == 1; }));
+    const port::WindowHandle dialog = gProgressDialog;
+    queues.Post({dialog, port::MessageKind::kTimer, 1, 0, {}});
+    EXPECT_TRUE(WaitOnDisplay([] { return gProgressDialog == 0; }));
+    OnDisplay([&] {
+      EXPECT_EQ(device->display().WidgetOf(dialog), nullptr);
+      EXPECT_EQ(device->boxes().OpenBoxes().size(), 1U);
+      QMessageBox* box = device->boxes().OpenBoxes()[0];
+      EXPECT_EQ(box->parentWidget(), &Main());
+      EXPECT_EQ(box->windowModality(), Qt::WindowModal);
+      EXPECT_TRUE(QTest::qWaitForWindowExposed(box));
+      box->button(QMessageBox::Yes)->click();
+    });
+    EXPECT_TRUE(answer.get());
+    return 1;
+  });
 }
 
 TEST_F(RunnerTest, CancelAnswersWhileTheProgramIsBusy) {

@@ -3,13 +3,16 @@
 
 Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb, xdotool or openbox is missing.
 """
+import contextlib
 import os
 import shutil
+import socket
 import sqlite3
 import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import zlib
 
@@ -168,6 +171,9 @@ class UnderX(side_by_side.Test):
         wait_for("end after Ctrl+W", ended)
         self.end()
 
+    def shown_windows(self):
+        return len(self.tool("search", "--onlyvisible", "--pid", self.program.pid))
+
     def prepare_groups(self):
         self.start()
         self.close()
@@ -219,6 +225,43 @@ class Frame(UnderX):
         below = 600 - 26 - (top + height)
         self.assertIn(below, range(1, 10))
         self.close()
+
+
+class SlowServer:
+    """Takes one connection and says nothing for a while."""
+
+    SILENCE = 3.0
+
+    def __init__(self):
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.address = self.listener.getsockname()
+        self.greeted = False
+        self.thread = threading.Thread(target=self.serve, daemon=True)
+        self.thread.start()
+
+    def serve(self):
+        with self.listener, self.listener.accept()[0] as client:
+            time.sleep(self.SILENCE)
+            self.greeted = True
+            with contextlib.suppress(OSError):
+                client.sendall(b"200 here at last\r\n")
+                client.recv(1)
+
+
+class Closing(UnderX):
+    def test_close_button_during_an_operation_cancels_and_closes(self):
+        server = SlowServer()
+        with quillet_script.Quillet(SCRIPT, self.profile, hold=True) as q:
+            q.configure(servers=[server.address], groups=[THREADS])
+        window = self.start()
+        left, top, width, _ = self.place(window)
+        windows = self.shown_windows()
+        self.do("key", "ctrl+1")
+        wait_for("progress dialog", lambda: self.shown_windows() > windows)
+        self.assertFalse(server.greeted)
+        self.tool("mousemove", left + width - 8, top // 2)  # the right end of the title
+        self.tool("click", 1)
+        self.end()
 
 
 class DisplayLost(UnderX):
@@ -334,9 +377,6 @@ class Reading(UnderX):
         self.do("key", "Escape")  # back to the threads
         self.close()
         self.assertEqual(self.counts(), "2/3")
-
-    def shown_windows(self):
-        return len(self.tool("search", "--onlyvisible", "--pid", self.program.pid))
 
     def opened_links(self):
         try:
