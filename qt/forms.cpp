@@ -11,6 +11,7 @@
 #include <QStylePainter>
 #include <algorithm>
 
+#include "qt/fit_screen.h"
 #include "qt/form_list.h"
 #include "qt/form_table.h"
 #include "qt/icons.h"
@@ -150,6 +151,7 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, DialogKind kind, cons
   if (kind == DialogKind::kWindow) dialog->setWindowFlags(Qt::Window);
   Prepare(*dialog, *dialog, tell);
   LimitToScreen(*dialog, kind);
+  if (kind != DialogKind::kWindow) FitControls(*dialog, RoomForDialog(owner));
   return dialog;
 }
 

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "port/common/box_buttons.h"
+#include "qt/fit_screen.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -98,6 +99,7 @@ int Boxes::Show(port::WindowHandle owner, std::u16string_view caption, std::u16s
 void Boxes::Open(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
                  const port::BoxStyle& style, const std::function<void(int answer)>& answered) {
   QMessageBox* box = NewBox(display_.WidgetOf(owner), caption, text, style);
+  FitText(*box, RoomForDialog(display_.main));
   std::erase_if(open_, [](const auto& other) { return other.isNull(); });
   open_.emplace_back(box);
   const int escape = port::EscapeAnswer(style.buttons);

@@ -3,6 +3,9 @@
 #include <QApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTextEdit>
 
 #include "tests/qt/display_fixture.h"
 
@@ -100,6 +103,72 @@ TEST_F(MessageBoxTest, TextIsNeverMarkUp) {
     Box().button(QMessageBox::Ok)->click();
   });
   EXPECT_EQ(answer.get(), 1);
+}
+
+// What a box looks like whose text is too long for the screen.
+std::u16string Lines(int count, const std::u16string& line = u"500 line of an error log") {
+  std::u16string text;
+  for (int i = 0; i < count; ++i) text += line + u"\r\n";
+  return text;
+}
+
+void ExpectLongText(QMessageBox& box) {
+  const QRect work = box.screen()->availableGeometry();
+  EXPECT_LE(box.frameGeometry().height(), work.height());
+  EXPECT_LE(box.frameGeometry().width(), work.width());
+  auto* view = box.findChild<QTextEdit*>();
+  ASSERT_NE(view, nullptr);
+  EXPECT_TRUE(view->isVisible());
+  EXPECT_TRUE(view->isReadOnly());
+  EXPECT_EQ(view->toPlainText(), box.text().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+  EXPECT_EQ(view->horizontalScrollBar()->maximum(), 0);
+  for (const QAbstractButton* button : box.buttons()) {
+    const QRect place(button->mapTo(&box, QPoint(0, 0)), button->size());
+    EXPECT_TRUE(box.rect().contains(place));
+  }
+}
+
+TEST_F(MessageBoxTest, LongTextScrollsInABoxNoHigherThanTheScreen) {
+  ShowWindow();
+  for (const BoxIcon icon : {BoxIcon::kNone, BoxIcon::kExclamation}) {
+    auto answer = ShowLater({BoxButtons::kOk, icon, true}, Lines(60));
+    ASSERT_TRUE(WaitForBoxes(1));
+    OnDisplay([&] {
+      ASSERT_TRUE(QTest::qWaitForWindowExposed(&Box()));
+      ExpectLongText(Box());
+      auto* view = Box().findChild<QTextEdit*>();
+      EXPECT_GT(view->verticalScrollBar()->maximum(), 0);
+      view->setFocus();
+      QTest::keyClick(view, Qt::Key_End, Qt::ControlModifier);
+      EXPECT_EQ(view->verticalScrollBar()->value(), view->verticalScrollBar()->maximum());
+      QTest::keyClick(view, Qt::Key_Tab);
+      EXPECT_FALSE(view->hasFocus());
+    });
+    PressEnter();
+    EXPECT_EQ(answer.get(), 1);
+  }
+}
+
+TEST_F(MessageBoxTest, WordWiderThanTheScreenIsBroken) {
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, true}, std::u16string(2000, u'w'));
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&Box()));
+    ExpectLongText(Box());
+  });
+  PressEnter();
+  answer.get();
+}
+
+TEST_F(MessageBoxTest, ShortTextStandsInItsLabel) {
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, true}, Lines(3));
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().findChild<QTextEdit*>(), nullptr);
+    EXPECT_TRUE(Box().findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))->isVisible());
+  });
+  PressEnter();
+  answer.get();
 }
 
 TEST_F(MessageBoxTest, StyleShowsIconAndStaysOnTop) {

@@ -5,6 +5,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTemporaryDir>
+#include <QTextEdit>
 
 #include "qt/form_list.h"
 #include "qt/forms.h"
@@ -255,6 +256,48 @@ TEST_F(SmallScreenTest, NothingOfASheetIsClipped) {
 TEST_F(SmallScreenTest, AFormWithEveryKindIsNoWiderThanTheScreen) {
   const WindowHandle window = NewWindow();
   OnDisplay([&] { EXPECT_LE(device->display().WidgetOf(window)->minimumSizeHint().width(), 240); });
+}
+
+// A form of every kind of control does not fit a phone's height.
+TEST_F(SmallScreenTest, DialogHigherThanTheScreenScrolls) {
+  const WindowHandle main = ShowWindow();
+  const WindowHandle dialog = device->dialogs().Create(kDialogEveryKind, main, DialogKind::kModal);
+  device->dialogs().Show(dialog);
+  OnDisplay([&] {
+    QWidget& widget = *device->display().WidgetOf(dialog);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));
+    EXPECT_LE(widget.frameGeometry().height(), 320);
+    EXPECT_LE(widget.frameGeometry().width(), 240);
+    auto* area = widget.findChild<QScrollArea*>();
+    ASSERT_NE(area, nullptr);
+    EXPECT_GT(area->verticalScrollBar()->maximum(), 0);
+    for (QWidget* control :
+         area->widget()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+      if ((control->focusPolicy() & Qt::TabFocus) == 0) continue;
+      EXPECT_GE(control->height(), control->minimumSizeHint().height());
+    }
+  });
+}
+
+TEST_F(SmallScreenTest, LongTextOfABoxScrolls) {
+  const WindowHandle main = ShowWindow();
+  const std::u16string text(1500, u'w');
+  auto answer = std::async(std::launch::async, [&] {
+    return device->boxes().Show(main, u"Quillet", text, {port::BoxButtons::kYesNo});
+  });
+  ASSERT_TRUE(WaitOnDisplay([&] { return device->boxes().OpenBoxes().size() == 1; }));
+  OnDisplay([&] {
+    QMessageBox& box = *device->boxes().OpenBoxes()[0];
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
+    EXPECT_LE(box.frameGeometry().height(), 320);
+    EXPECT_LE(box.frameGeometry().width(), 240);
+    EXPECT_GT(box.findChild<QTextEdit*>()->verticalScrollBar()->maximum(), 0);
+    for (QAbstractButton* button : box.buttons()) {
+      EXPECT_TRUE(box.rect().contains(QRect(button->mapTo(&box, QPoint(0, 0)), button->size())));
+    }
+    box.button(QMessageBox::Yes)->click();
+  });
+  EXPECT_EQ(answer.get(), 6);
 }
 
 TEST_F(SmallScreenTest, WindowsFillTheScreen) {
