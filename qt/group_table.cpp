@@ -239,6 +239,8 @@ void GroupTable::ApplyWidths() {
 void GroupTable::Fill(std::vector<port::ListRow> rows, int selected) {
   const int scrolled = verticalScrollBar()->value();
   model_->SetRows(std::move(rows));
+  // At once: until then the scroll bar has no range that would hold its value.
+  doItemsLayout();
   const QModelIndex row = model_->index(selected, 0);
   if (row.isValid()) {
     setCurrentIndex(row);

@@ -130,8 +130,13 @@ TEST_F(ArticleInputTest, ScrollStepsGoByPagesAndToTheEnds) {
   EXPECT_EQ(Scrolled(), 0);
   article().ScrollViewer(ScrollStep::kPageDown);
   int page = 0;
-  OnDisplay([&] { page = Text().viewport()->height(); });
-  EXPECT_LE(Scrolled(), page);
+  int line = 0;
+  OnDisplay([&] {
+    page = Text().viewport()->height();
+    line = Text().fontMetrics().height();
+  });
+  // The last line is seen again: it may have been cut at the edge.
+  EXPECT_LE(Scrolled(), page - line);
   EXPECT_GT(Scrolled(), page / 2);
   article().ScrollViewer(ScrollStep::kPageUp);
   EXPECT_EQ(Scrolled(), 0);

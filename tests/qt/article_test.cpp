@@ -160,6 +160,11 @@ TEST_F(ArticleTest, HeaderFontFollowsItsPixelsAndStaysReadable) {
     EXPECT_EQ(HeaderFont(u"", 14, base).pixelSize(), 28);
     EXPECT_EQ(HeaderFont(u"", 8, base).pixelSize(), 18);  // never below nine tenths
     EXPECT_EQ(HeaderFont(u"", -5, base).pixelSize(), 18);
+    QFont odd = base;
+    odd.setPixelSize(15);
+    EXPECT_EQ(HeaderFont(u"", 9, odd).pixelSize(), 14);  // 13.5, rounded
+    odd.setPixelSize(16);
+    EXPECT_EQ(HeaderFont(u"", 14, odd).pixelSize(), 22);  // 22.4
     EXPECT_EQ(HeaderFont(u"DejaVu Sans", 10, base).family(), QStringLiteral("DejaVu Sans"));
     EXPECT_EQ(HeaderFont(u"No such face", 10, base).family(), base.family());
   });

@@ -335,6 +335,18 @@ TEST_P(ControlContract, WritesOfABatchTakeEffectInOrder) {
   EXPECT_EQ(Read(kControlDropDown).choice, 1);
 }
 
+// What is written in a stream is shown with a delay, but never read so.
+TEST_P(ControlContract, ReadsSeeEveryEarlierWrite) {
+  Show();
+  for (int i = 0; i < 20; ++i) {
+    const bool checked = i % 2 == 0;
+    Write(kControlCheckBox, port::Checked{checked});
+    EXPECT_EQ(Read(kControlCheckBox).checked, checked);
+    Write(kControlCheckBox, port::Checked{!checked});
+    EXPECT_EQ(user->Dialogs().ReadAll(dialog).at(kControlCheckBox).checked, !checked);
+  }
+}
+
 TEST_P(ControlContract, AllOfADialogIsReadInOneCall) {
   Write(kControlEdit, port::Text{u"abc"});
   Write(kControlSlider, port::Position{7});

@@ -111,6 +111,16 @@ TEST_F(WindowTest, DestroyIsIdempotentAndTakesTheDialogsAlong) {
   windows().Raise();
 }
 
+TEST_F(WindowTest, RaisedWindowIsNoLongerMinimized) {
+  ShowWindow();
+  OnDisplay([&] {
+    Main().showMinimized();
+    ASSERT_TRUE(Main().isMinimized());
+  });
+  windows().Raise();
+  EXPECT_TRUE(WaitOnDisplay([&] { return !Main().isMinimized() && Main().isVisible(); }));
+}
+
 TEST_F(WindowTest, StatusTextStandsBelowTheList) {
   ShowWindow();
   windows().SetStatusText(u"2 articles queued for posting");

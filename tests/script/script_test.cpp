@@ -7,6 +7,7 @@
 #include "port/fake/fake_clock.h"
 #include "port/message.h"
 #include "res/resource.h"
+#include "script/commands.h"
 #include "script/json.h"
 #include "script/observer.h"
 #include "script/options.h"
@@ -519,6 +520,18 @@ TEST_F(ObserverTest, DropDownListsTellTheirChoices) {
   EXPECT_NE(output.find(R"({"id":1010,"kind":"choice",)"), std::string::npos) << output;
   EXPECT_NE(output.find(R"("choices":["kill","require"],"choice":1})"), std::string::npos);
   EXPECT_NE(output.find(R"("text_selected":true})"), std::string::npos);
+}
+
+TEST_F(ObserverTest, ProgressTextsAreToldOnce) {
+  RunUnderDialog([] {});
+  ScriptContext context{run_, observer_, {}};
+  const Words ask{u"progress"};
+  CarryOut(context, ask);
+  EXPECT_NE(Output().find(R"("texts":[{"control":1020,"text":"Working"}])"), std::string::npos)
+      << Output();
+  const std::size_t told = Output().size();
+  CarryOut(context, ask);
+  EXPECT_NE(Output().substr(told).find(R"("texts":[])"), std::string::npos) << Output();
 }
 
 TEST_F(ObserverTest, TheFirstFailureDecidesTheStatus) {
