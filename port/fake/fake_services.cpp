@@ -55,6 +55,7 @@ std::uint32_t FakeDialler::ConnectStatus(DialHandle handle, std::uint32_t& statu
 }
 
 void FakeDialler::HangUp(DialHandle handle) {
+  if (on_hang_up) on_hang_up();
   calls.push_back("HangUp " + std::to_string(handle));
   std::erase(dialled, handle);
 }

@@ -1,6 +1,7 @@
 // Dialler, scheduler and shell with canned results; every call is recorded.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -32,6 +33,9 @@ class FakeDialler final : public Dialler {
   bool handle_on_failure = true;  // a failed Dial hands out a handle that must be hung up
   std::uint32_t status_result = 0;
   std::uint32_t state = kDialStateConnected;
+
+  // Called before a line is hung up.
+  std::function<void()> on_hang_up;
 
   // What happened: "EnumerateEntries", "EnumerateConnections 1", "EntryParameters gprs",
   // "Dial gprs user password", "ConnectStatus 1", "HangUp 1".

@@ -3,6 +3,7 @@
 
 #include "app/startup.h"
 #include "base/prefs.h"
+#include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
 
 namespace quillet {
@@ -14,10 +15,13 @@ constexpr std::u16string_view kReinstall =
 
 void ExpectRefused(port::FakePlatform& fake) {
   fake.display.ForgetBoxes();
+  fake.registry.PutDword(kRegistryPath, u"sidetabs", 2);
   EXPECT_EQ(RunQuillet(), 0);
   ASSERT_EQ(fake.display.boxes().size(), 1U);
   EXPECT_EQ(fake.display.boxes()[0].text, kReinstall);
   EXPECT_EQ(fake.display.main_window().handle, 0U);
+  EXPECT_EQ(fake.registry.sets(), 0);
+  EXPECT_EQ(fake.registry.Open(kRegistryPath)->Values().size(), 1U);
   EXPECT_FALSE(fake.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
 }
 

@@ -1,4 +1,5 @@
 // What else may happen while somebody reads: downloads, changed preferences, the end.
+#include "base/long_operation.h"
 #include "base/messages.h"
 #include "tests/app/reading_fixture.h"
 
@@ -408,6 +409,35 @@ TEST_F(Ending, ACriticalErrorLeavesTheTreeToWhoWorksOnIt) {
   });
   Join();
   EXPECT_EQ(ids, "<1@x><2@x><3@x>");
+}
+
+TEST_F(Ending, ACriticalErrorDeletesOnTheWayOutAsQuittingDoes) {
+  SetDword(u"autodelete", 10);  // read articles
+  StartReading(u"Bob");
+  fake_.queues.PostCall(id_, [] { ReportCriticalError(u"out of memory", u"NewNode"); });
+  Join();
+  OpenStoreAgain();
+  EXPECT_FALSE(ArticleExists("<2@x>"));
+  EXPECT_EQ(CountGroupArticles(u"a", false), 3U);
+  EXPECT_EQ(CountGroupArticles(u"b", false), 1U);
+  CloseDatabases();
+}
+
+// The operation still works on what would be deleted.
+TEST_F(Ending, ACriticalErrorInAnOperationDeletesNothing) {
+  SetDword(u"autodelete", 8);
+  StartReading(u"Bob");
+  fake_.queues.PostCall(id_, [] {
+    RunWithProgress(u"Working...", [] {
+      ReportCriticalError(u"out of memory", u"NewNode");
+      return 0;
+    });
+  });
+  Join();
+  OpenStoreAgain();
+  EXPECT_EQ(CountGroupArticles(u"a", false), 4U);
+  EXPECT_EQ(CountGroupArticles(u"b", false), 1U);
+  CloseDatabases();
 }
 
 }  // namespace

@@ -16,16 +16,19 @@ class SecondRun : public ReadingTest {
  protected:
   struct FindShown {
     std::u16string text;
-    bool match_case = false;
+    std::vector<bool> ticks = {};
   };
-  // What the Find dialog shows first; it is left with this text and a tick.
+  // What the Find dialog shows first; it is left with this text and every tick.
   FindShown AskToFind(const std::u16string& text) {
     FindShown shown;
     fake_.display.WhenShown(kDialogFind, [&](port::WindowHandle dialog) {
-      shown = {fake_.display.Control(dialog, kControlFindText)->text,
-               fake_.display.Control(dialog, kControlMatchCase)->checked};
+      shown = {fake_.display.Control(dialog, kControlFindText)->text};
       fake_.display.Type(dialog, kControlFindText, text);
-      fake_.display.Tick(dialog, kControlMatchCase, true);
+      for (const std::uint32_t tick :
+           {kControlMatchCase, kControlWholeWord, kControlSearchHeaders}) {
+        shown.ticks.push_back(fake_.display.Control(dialog, tick)->checked);
+        fake_.display.Tick(dialog, tick, true);
+      }
       fake_.display.Press(dialog, kControlOk);
     });
     Command(kCommandFind);
@@ -69,6 +72,7 @@ TEST_F(SecondRun, NothingIsLeftOfTheFirst) {
 TEST_F(SecondRun, ShowsWhatTheFirstOneDidAtItsBeginning) {
   StartReading(u"Ann");
   EXPECT_EQ(AskToFind(u"Text").text, u"");
+  EXPECT_EQ(AskToFind(u"Text").ticks, (std::vector<bool>{true, true, true}));
   Command(kCommandTogglePlainText);
   EXPECT_TRUE(fake_.display.article().plain_text);
   End();
@@ -76,7 +80,7 @@ TEST_F(SecondRun, ShowsWhatTheFirstOneDidAtItsBeginning) {
   EXPECT_FALSE(fake_.display.article().plain_text);
   const FindShown find = AskToFind(u"other");
   EXPECT_EQ(find.text, u"");
-  EXPECT_FALSE(find.match_case);
+  EXPECT_EQ(find.ticks, (std::vector<bool>{false, false, false}));
   ExpectInStep();
   End();
 }

@@ -67,6 +67,17 @@ TEST_F(Messages, AskOkCancelReturnsTheButton) {
   EXPECT_TRUE(LastBox().style.topmost);
 }
 
+TEST_F(Messages, AtTheEndOfTheSessionEveryQuestionIsAnsweredAsEscapeWould) {
+  BeginSessionEnd();
+  EXPECT_FALSE(AskYesNo(u"question"));
+  EXPECT_FALSE(ConfirmAction(u"question", true));
+  EXPECT_EQ(AskOkCancel(u"question"), port::kIdCancel);
+  EXPECT_EQ(ShowMessage(u"text"), port::kIdOk);
+  EXPECT_EQ(ShowBox(0, u"caption", u"question", {BoxButtons::kYesNo}), port::kIdNo);
+  EXPECT_EQ(ShowBox(0, u"caption", u"question", {BoxButtons::kYesNoCancel}), port::kIdCancel);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+}
+
 TEST_F(Messages, AskYesNoIsNotTopmostAndHasNoIcon) {
   fake_.display.Expect(u"question", port::kIdYes);
   EXPECT_TRUE(AskYesNo(u"question"));

@@ -52,6 +52,18 @@ TEST(FindMatches, OnlyAsciiLettersAreFolded) {
   EXPECT_EQ(FindMatches(u"AZaz", u"az", {}), (Ranges{{0, 2}, {2, 4}}));
 }
 
+TEST(FindMatches, LettersAndDigitsOfAsciiMakeWords) {
+  for (char16_t c = 1; c < 0x180; ++c) {
+    const bool letter =
+        (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+    const std::u16string before = std::u16string(1, c) + u"+";
+    const std::u16string after = u"+" + std::u16string(1, c);
+    if (c == u'+') continue;
+    EXPECT_EQ(FindMatches(before, u"+", kWord).empty(), letter) << static_cast<int>(c);
+    EXPECT_EQ(FindMatches(after, u"+", kWord).empty(), letter) << static_cast<int>(c);
+  }
+}
+
 TEST(FindMatches, EveryUnitIsFound) {
   std::u16string text;
   for (int c = 0; c < 0x10000; ++c) text += static_cast<char16_t>(c);

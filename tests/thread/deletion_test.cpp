@@ -406,6 +406,23 @@ TEST_F(TreeDeletionTest, AnOutdatedTreeIsNotTrusted) {
   ExpectInStep();
 }
 
+// The index would lead to a node that is in the tree no more.
+TEST_F(TreeDeletionTest, WhatWasDeletedIsFoundByNoMessageId) {
+  ShowNine();
+  DeleteThreadNode(NodeOf("<6@x>"));
+  for (const char* id : {"<6@x>", "<7@x>", "<8@x>", "<9@x>"}) {
+    EXPECT_EQ(gReading.tree->FindNodeByMessageId(id), nullptr) << id;
+  }
+  DeleteArticleNode(NodeOf("<3@x>"));
+  EXPECT_EQ(gReading.tree->FindNodeByMessageId("<3@x>"), nullptr);
+  ASSERT_TRUE(DeleteReadOfShownTree());
+  for (const char* id : {"<1@x>", "<4@x>"}) {
+    EXPECT_EQ(gReading.tree->FindNodeByMessageId(id), nullptr) << id;
+  }
+  EXPECT_NE(gReading.tree->FindNodeByMessageId("<2@x>"), nullptr);
+  EXPECT_NE(gReading.tree->FindNodeByMessageId("<5@x>"), nullptr);
+}
+
 // It lacks articles that are to go.
 TEST_F(TreeDeletionTest, TheTreeOfAnAbortedBuildIsNotTrusted) {
   PutNine();

@@ -259,6 +259,24 @@ TEST_F(GroupTreeTest, AfterADatabaseErrorNothingIsRemovedOrComplete) {
   EXPECT_THAT(Chain(kGroup), ElementsAre("<2@x>", "<1@x>"));
 }
 
+// What is asked for may be what shows that the file has failed.
+TEST_F(GroupTreeTest, WhenTheQuestionItselfFailsTheStoreNothingIsRemoved) {
+  OpenStore();
+  Add(kGroup, "<1@x>");
+  Add(kGroup, "<2@x>");
+  DeleteArticle("<1@x>");
+  const auto exists = gGdbm.exists;
+  gGdbm.exists = [](GDBM_FILE, datum) {
+    gDatabaseErrorFlag = true;
+    return 0;
+  };
+  const BuiltTree built = BuildNodeTree(kGroup);
+  gGdbm.exists = exists;
+  gDatabaseErrorFlag = false;
+  EXPECT_FALSE(built.complete);
+  EXPECT_THAT(Chain(kGroup), ElementsAre("<2@x>", "<1@x>"));
+}
+
 TEST_F(GroupTreeTest, WhatIsThereButCannotBeReadStaysOnTheChain) {
   OpenStore();
   Add(kGroup, "<1@x>");
