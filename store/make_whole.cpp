@@ -70,8 +70,8 @@ bool ReadArticleKeys(Pass& pass) {
 bool ReadChains(Pass& pass, const std::u16string& copy_path) {
   constexpr DatabaseIndex kGroups = DatabaseIndex::kNewsgroups;
   GdbmFile copy = OpenCopy(copy_path);
-  pass.chains =
-      ReadKeptChains(DatabaseFile(kGroups), SizeOf(DatabasePath(kGroups)), copy, SizeOf(copy_path));
+  const std::uint64_t size = SizeOf(DatabasePath(kGroups));
+  pass.chains = ReadKeptChains(DatabaseFile(kGroups), size, copy, size + SizeOf(copy_path));
   return pass.chains.complete;
 }
 
@@ -220,7 +220,8 @@ void RemoveLeftOvers(Pass& pass) {
 void RestorePosts(Pass& pass, const std::u16string& copy_path) {
   constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
   GdbmFile copy = OpenCopy(copy_path);
-  for (auto key = copy.FirstKey(SizeOf(copy_path)); key; key = copy.NextKey(*key)) {
+  const std::uint64_t size = SizeOf(DatabasePath(kPosts)) + SizeOf(copy_path);
+  for (auto key = copy.FirstKey(size); key; key = copy.NextKey(*key)) {
     const HeldValue value = copy.FetchHeld(*key);
     if (!value || ValueExists(kPosts, *key)) continue;
     if (!StoreValue(kPosts, *key, value.view(), StoreMode::kInsert)) pass.good = false;

@@ -139,7 +139,8 @@ bool IsLarge() {
 void FinishDeletion(OpenedFiles& files, const UseMark& mark) {
   const std::u16string articles = DatabasePath(DatabaseIndex::kArticles);
   const std::u16string newsgroups = DatabasePath(DatabaseIndex::kNewsgroups);
-  const bool only_chains = !gPlatform->files.FileSize(articles) &&
+  constexpr auto kArticles = static_cast<std::size_t>(DatabaseIndex::kArticles);
+  const bool only_chains = !files[kArticles].file && !gPlatform->files.FileSize(articles) &&
                            !gPlatform->files.FileSize(BackupPath(articles)) &&
                            gPlatform->files.FileSize(newsgroups);
   if (mark.found || !only_chains) return;

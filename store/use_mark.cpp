@@ -58,9 +58,13 @@ UseMark FindUseMark() {
   UseMark mark;
   mark.found = gPlatform->files.FileSize(path).has_value();
   if (!mark.found) return mark;
-  const std::string text = gPlatform->files.ReadFile(path, kLongestMark).value_or("");
+  // Nothing is written over it before the files are whole: it names the copies.
+  KeepUseMark();
+  // Of one that cannot be read it is assumed: what a copy has too much does no harm.
+  const auto text = gPlatform->files.ReadFile(path, kLongestMark);
   for (const DatabaseIndex index : kCopied) {
-    mark.has_copy[static_cast<std::size_t>(index)] = text.find(LineOf(index)) != text.npos;
+    const bool named = !text || text->find(LineOf(index)) != text->npos;
+    mark.has_copy[static_cast<std::size_t>(index)] = named;
   }
   return mark;
 }

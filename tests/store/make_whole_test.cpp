@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "store/deletion.h"
 #include "store/group_record.h"
@@ -346,6 +347,94 @@ TEST_F(MakeWholeTest, ADeletionOfAllThatWasKilledIsFinished) {
   EXPECT_THAT(Lost(), IsEmpty());
   EXPECT_EQ(gReadInfo[1]->totalCount, 0U);
   EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+// --- calls that fail on the way ---
+
+class FaultsTest : public MakeWholeTest {
+ protected:
+  FaultsTest() {
+    // What cannot be opened for a failed call is as the user would find it on a failing disk.
+    fake.display.Allow(u"The Quillet CE databases", port::kIdOk);
+    fake.display.Allow(u"Quillet CE may not write", port::kIdOk);
+    fake.display.Allow(u"There is not enough free space", port::kIdOk);
+    fake.display.Allow(u"(unknown error)", port::kIdOk);
+    fake.display.Allow(u"An unexpected error", port::kIdOk);
+    fake.display.Allow(u"Error inserting", port::kIdOk);
+    LoadDatabaseLibrary();
+    bound = gGdbm;
+  }
+  ~FaultsTest() override { gGdbm = bound; }
+
+  // A chain record, an article and a head are missing, one article is on no chain.
+  void Damage() {
+    OpenStore();
+    for (int i = 1; i <= 12; ++i) Add(kGroup, IdOf(i));
+    ASSERT_TRUE(StoreIsWhole());
+    AddWithHead(13, "Newsgroups: de.test", u"");
+    LoseChainRecord(5);
+    LoseArticle(7);
+    ASSERT_TRUE(DeleteValue(kNewsgroups, kGroupKey));
+    Kill();
+  }
+  // Whatever the opening before could not do.
+  void ExpectMendedByTheNextStart(int n) {
+    CloseDatabases();
+    gGdbm = bound;
+    fake.files.FailNth(0);
+    ASSERT_TRUE(OpenGDBMDatabases()) << n;
+    std::vector<std::string> expected = Ids(12, 8);
+    for (const std::string& id : Ids(6, 1)) expected.push_back(id);
+    EXPECT_EQ(Chain(kGroup), expected) << n;
+    EXPECT_THAT(Chain(u"de.test"), ElementsAre(IdOf(13))) << n;
+    EXPECT_THAT(Lost(), ElementsAre(IdOf(7))) << n;
+    CloseDatabases();
+    for (const std::u16string& name : fake.files.FileNames(gDatabaseFolder)) {
+      EXPECT_TRUE(fake.files.Delete(gDatabaseFolder + u"\\" + name));
+    }
+  }
+
+  GdbmLibrary bound;
+};
+
+TEST_F(FaultsTest, WhicheverCallOfTheFilesFailsTheNextStartMendsTheRest) {
+  int n = 0;
+  int calls = 0;
+  do {
+    Damage();
+    const int before = fake.files.calls();
+    fake.files.FailNth(++n);
+    OpenGDBMDatabases();
+    calls = fake.files.calls() - before;
+    ExpectMendedByTheNextStart(n);
+  } while (n < calls && !HasFailure());
+  EXPECT_GT(n, 20);
+}
+
+decltype(&::gdbm_store) gRealStore = nullptr;
+int gStoresLeft = 0;
+int gStores = 0;
+int FailingStore(GDBM_FILE file, datum key, datum value, int flag) {
+  ++gStores;
+  if (--gStoresLeft == 0) {
+    errno = EIO;
+    return -1;
+  }
+  return gRealStore(file, key, value, flag);
+}
+
+TEST_F(FaultsTest, WhicheverStoreFailsTheNextStartMendsTheRest) {
+  int n = 0;
+  do {
+    Damage();
+    gStores = 0;
+    gStoresLeft = ++n;
+    gRealStore = bound.store;
+    gGdbm.store = FailingStore;
+    OpenGDBMDatabases();
+    ExpectMendedByTheNextStart(n);
+  } while (n < gStores && !HasFailure());
+  EXPECT_GT(n, 4);
 }
 
 // --- whole points ---
