@@ -169,6 +169,7 @@ class CancelNow(Interrupted):
         q.do("command 40008")
         q.do('wait-progress "Waiting for response..."')
         q.do("cancel-progress")
+        q.do("wait-for dialog-closed")
         with self.assertRaises(quillet_script.Failed):
             q.do("cancel-progress")
         self.assertEqual(q.await_end(), 1)
