@@ -25,6 +25,7 @@
 #include "base/window_procedures.h"
 #include "groups/group_list.h"
 #include "nntp/connect.h"
+#include "nntp/error_log.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/shell.h"
@@ -45,7 +46,13 @@ constexpr int kMenuBarHeight = 26;
 // The key of an accelerator, until it is released: that release is no key of the article view.
 std::uint32_t gAcceleratorKey = 0;
 
-const ResetAtEnd kReset([] { gAcceleratorKey = 0; });
+// A download is wanted, and its turn has been posted.
+bool gScheduledWaits = false;
+
+const ResetAtEnd kReset([] {
+  gAcceleratorKey = 0;
+  gScheduledWaits = false;
+});
 
 int ShownTab() {
   return gPlatform->windows.SelectedTab();
@@ -169,12 +176,26 @@ void RefillGroupList() {
   RebuildShownThreads();
 }
 
+// Scheduled starts that had to wait, for an operation or an open question, are one: whatever came
+// before the turn is served by it.
+void WantScheduledDownload() {
+  if (gScheduledWaits) return;
+  gScheduledWaits = true;
+  PostToMainWindow(kUserScheduledTurn);
+}
+
+void ScheduledDownload() {
+  gScheduledWaits = false;
+  FillGroupList();
+  ConnectCommand(false);
+}
+
 void HandleUser(std::uint32_t id) {
   switch (id) {
     case kUserScheduledDownload:
-      FillGroupList();
-      ConnectCommand(false);
-      return;
+      return WantScheduledDownload();
+    case kUserScheduledTurn:
+      return ScheduledDownload();
     case kUserRefreshCounts:
       return RefreshCounts();
     case kUserRefillGroupList:
@@ -203,6 +224,7 @@ void DeleteOnQuit() {
 void DestroyQuilletWindow() {
   ShutDown();
   gPlatform->shell.SetInstanceWindow(0, 0);
+  CloseErrorLog();
   DestroyMainWindow();
   gPlatform->messages.PostQuit(0);
 }

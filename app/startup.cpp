@@ -162,7 +162,7 @@ int RunOnce() {
   gPlatform->windows.ShowMainWindow();
   CreateViews();
   if (scheduled) {
-    Dispatch({gMainWindow, port::MessageKind::kUser, kUserScheduledDownload, 0, {}});
+    Dispatch({gMainWindow, port::MessageKind::kUser, kUserScheduledTurn, 0, {}});
   } else {
     ScheduleAutoDownload();
   }

@@ -10,10 +10,12 @@
 
 namespace quillet {
 
-constexpr std::uint32_t kUserScheduledDownload = 2;  // refill the group list, then connect
+constexpr std::uint32_t kUserScheduledDownload = 2;  // a scheduled start: a download is wanted
 constexpr std::uint32_t kUserRefreshCounts = 3;      // counts, status line, queued posts
 constexpr std::uint32_t kUserRefillGroupList = 4;    // the whole group list anew
 constexpr std::uint32_t kUserPostQueued = 5;         // one more post waits to be sent
+// All scheduled starts that came before it: refill the group list, then connect.
+constexpr std::uint32_t kUserScheduledTurn = 6;
 
 inline void PostToMainWindow(std::uint32_t user_message) {
   gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, user_message, 0, {}});

@@ -82,6 +82,7 @@ bool DialSelectedMethod() {
 }  // namespace
 
 void ConnectCommand(bool interactive) {
+  gConnection.nobody_waits = !interactive;
   gDownloadList = CheckedGroups(*gPrefs);
   if (gPrefs->autodeletebefore != 0) DeleteCheckedArticles(gPrefs->autodeleteread != 0);
   if (!CheckDownloadPreconditions(interactive) || !StoreHasRoom()) return;

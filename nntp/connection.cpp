@@ -14,6 +14,7 @@
 #include "base/reset.h"
 #include "nntp/auth.h"
 #include "nntp/download.h"
+#include "nntp/error_log.h"
 #include "nntp/post_queue.h"
 #include "nntp/replies.h"
 #include "port/platform.h"
@@ -75,6 +76,7 @@ void ReportSocketError(std::u16string_view call, std::span<const ErrorText> text
 void StartLogs() {
   gTransactionLog = std::make_unique<TextLog>();
   gConnection.error_log = TextLog();
+  gConnection.errors_shown = 0;
   SetProgressTitle(u"Connecting...");
   SetProgressDetail(u"");
   LogTransaction(FormatNarrow("Quillet CE %s transaction log\r\n", kVersionText));
@@ -213,6 +215,16 @@ RunEnd RunTransaction() {
   return RunEnd::kGoOn;
 }
 
+void ShowErrors() {
+  const std::u16string_view errors = gConnection.error_log.text;
+  if (!gConnection.nobody_waits) {
+    if (!errors.empty()) ShowBox(CurrentBoxOwner(), u"Error log", errors, {});
+  } else if (errors.size() > gConnection.errors_shown) {
+    AddToErrorLogWindow(errors.substr(gConnection.errors_shown));
+    gConnection.errors_shown = errors.size();
+  }
+}
+
 }  // namespace
 
 bool StartInet() {
@@ -242,8 +254,7 @@ void CloseConnection() {
     gPlatform->sockets.AwaitClose(gConnection.wire.socket(), kLongestQuitWait);
   }
   gConnection.wire.Close();
-  const std::u16string& errors = gConnection.error_log.text;
-  if (!errors.empty()) ShowBox(CurrentBoxOwner(), u"Error log", errors, {});
+  ShowErrors();
   gConnection.server_name.reset();
 }
 

@@ -29,8 +29,10 @@ struct NntpConnection {
   // While set, every article stored gets it as its server name.
   std::optional<std::u16string> server_name;
   TextLog error_log;
-  std::string status_line;                // of the last HEAD or BODY reply, without its line end
-  std::int32_t last_status = 0;           // of the last HEAD or BODY reply
+  std::size_t errors_shown = 0;  // characters of the error log, while nobody waits
+  bool nobody_waits = false;     // a scheduled run: its error log must not hold up the next one
+  std::string status_line;       // of the last HEAD or BODY reply, without its line end
+  std::int32_t last_status = 0;  // of the last HEAD or BODY reply
   std::uint32_t last_article_number = 0;  // of the last HEAD or BODY reply
 };
 

@@ -54,6 +54,10 @@ constexpr std::uint32_t kControlSubjectRule = 1012;
 constexpr std::uint32_t kControlSubjectText = 1013;
 constexpr std::uint32_t kControlAllGroups = 1015;
 
+// "Error log" of runs that nobody waits for.
+constexpr std::uint32_t kDialogErrorLog = 126;
+constexpr std::uint32_t kControlErrorLog = 1016;
+
 // Commands, shared by menus, buttons and accelerators.
 constexpr std::uint32_t kCommandClose = 40001;
 constexpr std::uint32_t kCommandConnect = 40008;

@@ -82,6 +82,26 @@ TEST_F(Connected, NewArticlesAppearAtOnceToWhoLooksAtTheThreads) {
   End();
 }
 
+TEST_F(Connected, ScheduledStartsThatWaitAreOne) {
+  StartAndWait();
+  Command(kCommandAbout);
+  for (int i = 0; i < 3; ++i) fake_.shell.ScheduledStartElsewhere();
+  WaitIdle();
+  EXPECT_TRUE(fake_.sockets.connections().empty());
+  ServesOneMore();
+  fake_.display.Press(fake_.display.dialogs().back().handle, kControlOk);
+  WaitIdle();
+  EXPECT_EQ(fake_.sockets.connections().size(), 1U);
+  EXPECT_EQ(Counts(0), u"5/5");
+  // The next one is another.
+  fake_.sockets.Server("200 welcome\r\n");
+  Exchange("GROUP a", "211 5 1 5 a");
+  fake_.sockets.Client("QUIT\r\n");
+  ScheduledDownload();
+  EXPECT_EQ(fake_.sockets.connections().size(), 2U);
+  End();
+}
+
 TEST_F(Connected, WhoReadsAnArticleMeanwhileSeesThemOnTheWayBack) {
   StartReading(u"Dan");
   ServesOneMore();

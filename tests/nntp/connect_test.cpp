@@ -5,6 +5,9 @@
 #include <array>
 
 #include "base/app_messages.h"
+#include "base/window_procedures.h"
+#include "nntp/error_log.h"
+#include "res/resource.h"
 #include "store/pending_posts.h"
 #include "tests/nntp/nntp_fixture.h"
 
@@ -440,6 +443,86 @@ TEST_F(DialTest, UnknownStatusIsAFailedDial) {
 }
 
 // --- the run and its end ---
+
+// --- the error log of a scheduled run ---
+
+class ErrorWindowTest : public ConnectTest {
+ protected:
+  // A connection whose one group is refused so.
+  void RunRefused(const std::string& reply, bool interactive = false) {
+    CheckGroups({1, 0});
+    Server("200 welcome\r\n");
+    Exchange("GROUP comp.lang.misc", reply);
+    Quits();
+    ConnectCommand(interactive);
+  }
+  static std::u16string Refusal(std::u16string_view reply) {
+    return FormatWide(u"comp.lang.misc: server reports error ('%ls\r\n')", reply);
+  }
+  // The open windows with a log.
+  std::vector<port::ShownDialog> Windows() {
+    std::vector<port::ShownDialog> windows;
+    for (const port::ShownDialog& dialog : fake.display.dialogs()) {
+      if (dialog.form == kDialogErrorLog && dialog.shown) windows.push_back(dialog);
+    }
+    return windows;
+  }
+  std::u16string TextOf(const port::ShownDialog& window) {
+    return fake.display.Read(window.handle, kControlErrorLog).text;
+  }
+  void HandleWaiting() {
+    fake.HandleWaiting([](const port::Message& message) { Dispatch(message); });
+  }
+};
+
+TEST_F(ErrorWindowTest, LaterRunsAddToTheWindowThatIsOpen) {
+  RunRefused("411 first");
+  RunRefused("411 second");  // nobody has pressed anything
+  EXPECT_TRUE(fake.display.boxes().empty());
+  ASSERT_EQ(Windows().size(), 1U);
+  EXPECT_EQ(TextOf(Windows()[0]), Refusal(u"411 first") + Refusal(u"411 second"));
+  fake.display.Press(Windows()[0].handle, kControlOk);
+  HandleWaiting();
+  EXPECT_TRUE(Windows().empty());
+  RunRefused("411 third");
+  ASSERT_EQ(Windows().size(), 1U);
+  EXPECT_EQ(TextOf(Windows()[0]), Refusal(u"411 third"));
+  CloseErrorLog();
+  EXPECT_TRUE(Windows().empty());
+}
+
+TEST_F(ErrorWindowTest, RunOfTheUserShowsItsBoxAllTheSame) {
+  RunRefused("411 first");
+  RunRefused("411 second", true);
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{Refusal(u"411 second")});
+  ASSERT_EQ(Windows().size(), 1U);
+  EXPECT_EQ(TextOf(Windows()[0]), Refusal(u"411 first"));
+  CloseErrorLog();
+}
+
+TEST_F(ErrorWindowTest, ConnectionClosedTwiceShowsNothingTwice) {
+  CheckGroups({1, 0});
+  Server("200 we");
+  fake.sockets.Closes();
+  ConnectCommand(false);
+  ASSERT_EQ(Windows().size(), 1U);
+  EXPECT_EQ(TextOf(Windows()[0]), u"socket destroyed\r\n");
+  CloseErrorLog();
+}
+
+TEST_F(ErrorWindowTest, RunWithoutErrorsOpensNone) {
+  ServesEmptyGroups({"comp.lang.misc", "alt.test"});
+  ConnectCommand(false);
+  EXPECT_TRUE(Windows().empty());
+}
+
+TEST_F(ErrorWindowTest, WindowThatCannotBeMadeIsABox) {
+  fake.sockets.on_call = [this](port::SocketCall call, int) {
+    if (call == port::SocketCall::kSend) fake.display.FailNextDialog();
+  };
+  RunRefused("411 first");
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{Refusal(u"411 first")});
+}
 
 TEST_F(ConnectTest, ProgressDialogHasItsTitle) {
   ServesEmptyGroups({"comp.lang.misc", "alt.test"});
