@@ -115,6 +115,30 @@ class ScheduledStart(Instances):
         self.assert_fine(first)
         self.assert_silent(first)
 
+    def test_errors_of_one_do_not_hold_up_the_next(self):
+        """Nobody is there to press OK: the next run comes all the same and adds its errors."""
+        refusal = "a.two: server reports error ('411 no such group\r\n')"
+        with self.server() as server:
+            with self.run_with(servers=[server.address], groups=["a.one", "a.two"]) as first:
+                first.do("wait")
+                for connections in (1, 2):
+                    self.start_second("AppRunAtTime", download=True)
+                    first.do("wait-for beep %d" % connections)
+                    first.do("wait")
+                    self.assertEqual(server.connections, connections)
+                    first.do("dialog")
+                    dialog = first.of("dialog")[-1]
+                    self.assertEqual((dialog["caption"], dialog["modal"]), ("Error log", False))
+                    texts = [c["text"] for c in dialog["controls"] if c["id"] == 1016]
+                    self.assertEqual(texts, [connections * refusal])
+                self.assertEqual(first.groups()[0], ("a.one", "checked", "3/3"))
+                first.do("press 1")
+                first.do("wait")
+                self.start_second("AppRunAtTime", download=True)
+                first.do("wait-for beep 3")
+        self.assert_fine(first)  # it ends with the window open
+        self.assert_silent(first)
+
     def test_without_a_user_manager_the_running_program_keeps_the_time(self):
         at = datetime.datetime.now() + datetime.timedelta(seconds=3)
         with self.server() as server:
