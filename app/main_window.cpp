@@ -303,7 +303,7 @@ void CreateViews() {
 void RebuildViews() {
   ClearArticleView();
   ClearThreadView();
-  gReading.group = -1;
+  gReading.group.reset();
   CreateViews();
 }
 

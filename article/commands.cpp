@@ -74,7 +74,8 @@ void DeleteShownThread() {
 // An article that is not in the tree any more still belongs to its own group.
 void AddToKillfile() {
   const std::size_t index = GroupOfCurrentArticle();
-  const int group = index < gPrefs->groups.size() ? static_cast<int>(index) : gReading.group;
+  const bool listed = index < gPrefs->groups.size();
+  const std::optional<GroupIndex> group = listed ? GroupAt(index) : gReading.group;
   OpenKillfileEntryDialog(group, gReading.article->from.value_or(""),
                           gReading.article->subject.value_or(""));
 }

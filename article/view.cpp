@@ -28,12 +28,12 @@ bool gPlainText = false;
 
 const ResetAtEnd kReset([] { gPlainText = false; });
 
-int GroupOfTree() {
-  return gReading.tree_group >= 0 ? gReading.tree_group : gReading.group;
+std::optional<GroupIndex> GroupOfTree() {
+  return gReading.tree_group ? gReading.tree_group : gReading.group;
 }
 
 void KeepGroupName() {
-  const std::size_t index = static_cast<std::size_t>(GroupOfTree());
+  const std::size_t index = IndexOf(GroupOfTree());
   gReading.article_group = index < gPrefs->groups.size() ? gPrefs->groups[index] : u"";
 }
 
@@ -88,7 +88,7 @@ void TogglePlainTextFlag() {
 
 std::size_t GroupOfCurrentArticle() {
   if (gReading.article && gReading.article->node != nullptr) {
-    return static_cast<std::size_t>(GroupOfTree());
+    return IndexOf(GroupOfTree());
   }
   const auto& groups = gPrefs->groups;
   return static_cast<std::size_t>(std::find(groups.begin(), groups.end(), gReading.article_group) -

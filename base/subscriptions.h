@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,10 @@ enum class ServerIndex : std::uint32_t {};
 
 constexpr std::size_t IndexOf(GroupIndex group) {
   return static_cast<std::size_t>(group);
+}
+// Of no group a place beyond every list.
+constexpr std::size_t IndexOf(std::optional<GroupIndex> group) {
+  return group ? IndexOf(*group) : std::numeric_limits<std::size_t>::max();
 }
 constexpr std::size_t IndexOf(ServerIndex server) {
   return static_cast<std::size_t>(server);

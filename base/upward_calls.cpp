@@ -14,9 +14,9 @@ const ResetAtEnd kReset([] { gUpwardCalls = {}; });
 
 namespace up {
 
-int GroupOfShownTree() {
+std::optional<GroupIndex> GroupOfShownTree() {
   const auto group = gUpwardCalls.shown_tree.group;
-  return group != nullptr ? group() : -1;
+  return group != nullptr ? group() : std::nullopt;
 }
 
 std::optional<RunEnd> DeleteReadOfShownTree() {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/run_end.h"
+#include "base/subscriptions.h"
 
 namespace quillet {
 
@@ -16,8 +17,8 @@ struct Node;
 enum class PreferencesPage { kFirst = 0, kServer = 1, kConnection = 2 };
 
 struct ShownTreeCalls {
-  // Index of the group whose tree is shown, -1 for none.
-  int (*group)() = nullptr;
+  // The group whose tree is shown.
+  std::optional<GroupIndex> (*group)() = nullptr;
   // Deletes every read article of the shown tree, as its own delete command does, with progress and
   // abort, and fills the tree control anew; tells what ended it. Nothing, and nothing is done, when
   // the tree does not show what the store holds.
@@ -44,8 +45,8 @@ extern UpwardCalls gUpwardCalls;
 // The calls as they are made: each does nothing while its member is null.
 namespace up {
 
-int GroupOfShownTree();                         // then -1
-std::optional<RunEnd> DeleteReadOfShownTree();  // then nothing
+std::optional<GroupIndex> GroupOfShownTree();   // then nothing
+std::optional<RunEnd> DeleteReadOfShownTree();  // likewise
 void ClearThreadView();
 bool DisplayArticle(Node* node, std::u16string_view search_text);  // then false
 void ClearArticleView();

@@ -97,8 +97,8 @@ Articles Chain(Articles articles) {
   return articles;
 }
 
-void Show(int group) {
-  gReading.group = group;
+void Show(std::size_t group) {
+  gReading.group = GroupAt(group);
   ShowThreadView();
   Require(gReading.tree != nullptr, "building");
 }

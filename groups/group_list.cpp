@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,16 +66,21 @@ void FillRows(int selected) {
   gPlatform->group_list.Fill(std::move(rows), selected);
 }
 
-// The selected row's group, else the current one; -1 for neither.
-int SelectedOrCurrentGroup() {
+std::optional<GroupIndex> SelectedGroup() {
   const int row = gPlatform->group_list.SelectedRow();
-  return row >= 0 && static_cast<std::uint32_t>(row) < gPrefs->numgroups ? row : gReading.group;
+  if (row < 0 || static_cast<std::uint32_t>(row) >= gPrefs->numgroups) return std::nullopt;
+  return GroupAt(static_cast<std::size_t>(row));
+}
+
+// As the list counts rows.
+int RowOf(std::optional<GroupIndex> group) {
+  return group ? static_cast<int>(IndexOf(*group)) : -1;
 }
 
 // After a command that changed articles of the checked groups.
 void NoteShownGroupTouched() {
-  const auto shown = GroupAt(static_cast<std::size_t>(gReading.tree_group));
-  if (gReading.tree_group >= 0 && IsChecked(*gPrefs, shown)) NoteChange(Change::kStore);
+  const std::optional<GroupIndex> shown = gReading.tree_group;
+  if (shown && IsChecked(*gPrefs, *shown)) NoteChange(Change::kStore);
 }
 
 // --- Commands --------------------------------------------------------------------------------
@@ -190,7 +196,8 @@ void ServerUnread() {
 }
 
 void AddToKillfile() {
-  OpenKillfileEntryDialog(SelectedOrCurrentGroup(), {}, {});
+  const std::optional<GroupIndex> selected = SelectedGroup();
+  OpenKillfileEntryDialog(selected ? selected : gReading.group, {}, {});
 }
 
 struct GroupCommand {
@@ -221,7 +228,7 @@ void CreateGroupList() {
       {u"Unread", gPrefs->columnWidths[1], true},
   }};
   gPlatform->group_list.Create(columns, gPrefs->groupfont, static_cast<int>(gPrefs->groupfontsize));
-  FillRows(gReading.group);
+  FillRows(RowOf(gReading.group));
 }
 
 void FillGroupList() {
@@ -249,9 +256,9 @@ void HandleColumnSized(std::uint32_t column, std::uint32_t width) {
 }
 
 bool OpenSelectedGroup() {
-  const int row = gPlatform->group_list.SelectedRow();
-  if (row < 0 || static_cast<std::uint32_t>(row) >= gPrefs->numgroups) return false;
-  gReading.group = row;
+  const std::optional<GroupIndex> selected = SelectedGroup();
+  if (!selected) return false;
+  gReading.group = selected;
   ShowThreadView();
   return true;
 }

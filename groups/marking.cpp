@@ -17,8 +17,7 @@ namespace quillet {
 namespace {
 
 bool TreeIsShownOf(std::size_t group) {
-  return gReading.tree && gReading.tree_group >= 0 &&
-         static_cast<std::size_t>(gReading.tree_group) == group;
+  return gReading.tree && gReading.tree_group == GroupAt(group);
 }
 
 // The node of the shown tree, if there is one, is marked with the article; false when the store

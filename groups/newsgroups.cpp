@@ -97,7 +97,7 @@ void AddNewsgroupToPrefs(std::u16string_view name) {
 void RemoveNewsgroupFromPrefs(GroupIndex group) {
   if (IndexOf(group) >= gPrefs->numgroups || !DropGroup(*gPrefs, group)) return;
   // The groups behind it have moved up: no tree knows its group any more.
-  gReading.group = -1;
+  gReading.group.reset();
   ClearThreadView();
   PostToMainWindow(kUserRefillGroupList);
   WritePreferences();

@@ -93,20 +93,20 @@ void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view 
 }
 
 // False when the entry was rejected.
-bool AddEntry(const Entry& entry, std::size_t group) {
-  const auto number = static_cast<std::uint32_t>(group + 1);
+bool AddEntry(const Entry& entry, GroupIndex group) {
+  const auto number = static_cast<std::uint32_t>(IndexOf(group) + 1);
   return AddKillfileEntry(*gPrefs, number, ToStored(entry.text), entry.kill, entry.author);
 }
 
 bool AddToAllGroups(const Entry& entry) {
   for (std::size_t group = 0; group < gPrefs->numgroups; ++group) {
-    if (!AddEntry(entry, group)) return false;
+    if (!AddEntry(entry, GroupAt(group))) return false;
   }
   return true;
 }
 
 // False when one was rejected: those before it stay, those after it are not tried.
-bool AddEntries(const Choices& choices, std::optional<std::size_t> group) {
+bool AddEntries(const Choices& choices, std::optional<GroupIndex> group) {
   for (const Entry& entry : choices.entries) {
     const bool everywhere = choices.all_groups || !group;
     if (!(everywhere ? AddToAllGroups(entry) : AddEntry(entry, *group))) return false;
@@ -153,11 +153,9 @@ int AskForEntries(bool has_group, std::string_view author, std::string_view subj
 
 }  // namespace
 
-void OpenKillfileEntryDialog(int group_index, std::string_view author, std::string_view subject) {
-  std::optional<std::size_t> group;
-  if (group_index >= 0 && static_cast<std::uint32_t>(group_index) < gPrefs->numgroups) {
-    group = static_cast<std::size_t>(group_index);
-  }
+void OpenKillfileEntryDialog(std::optional<GroupIndex> group, std::string_view author,
+                             std::string_view subject) {
+  if (IndexOf(group) >= gPrefs->numgroups) group.reset();
   Choices choices;
   if (AskForEntries(group.has_value(), author, subject, choices) != port::kIdOk) return;
   if (gPrefs->numgroups == 0 && !choices.entries.empty()) {

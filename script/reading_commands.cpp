@@ -2,6 +2,7 @@
 #include "script/reading_commands.h"
 
 #include <array>
+#include <optional>
 
 #include "script/commands.h"
 #include "script/input_commands.h"
@@ -141,12 +142,17 @@ void AskToolbar(ScriptContext& context, Words /*words*/) {
   context.run.reporter.Report("toolbar", DescribeToolbar(context.run.display.article()));
 }
 
+// -1 for no group.
+int PlaceOf(std::optional<GroupIndex> group) {
+  return group ? static_cast<int>(IndexOf(*group)) : -1;
+}
+
 void AskCurrent(ScriptContext& context, Words /*words*/) {
   JsonObject answer;
   context.run.CallOnProgram([&] {
     const AsciiArticle* article = gReading.article.get();
     const Node* node = article != nullptr ? article->node : nullptr;
-    answer.Add("group", gReading.group).Add("tree_group", gReading.tree_group);
+    answer.Add("group", PlaceOf(gReading.group)).Add("tree_group", PlaceOf(gReading.tree_group));
     answer.Add("exists", article != nullptr);
     if (article == nullptr) return;
     answer.Add("id", Widen(article->messageId.value_or("")));

@@ -42,7 +42,7 @@ void LowerCount(std::uint32_t& count) {
 }
 
 bool IsShown(std::size_t group) {
-  return up::GroupOfShownTree() == static_cast<int>(group);
+  return up::GroupOfShownTree() == GroupAt(group);
 }
 
 // Asks the store alone: what is shown of the group may be out of date.

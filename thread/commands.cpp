@@ -28,7 +28,7 @@ namespace quillet {
 namespace {
 
 bool TreeShown() {
-  return gReading.tree && gReading.tree_group == gReading.group && IsGroupIndex(gReading.group);
+  return gReading.tree && gReading.tree_group == gReading.group && IsInList(gReading.group);
 }
 
 // Nothing is done with nodes that may not stand for what the store holds.
@@ -45,7 +45,7 @@ bool Open(Node* node) {
 
 void DeleteInCurrentGroup(bool only_read, std::u16string_view question) {
   if (!ConfirmAction(question, true)) return;
-  DeleteArticlesOf(only_read, GroupAt(static_cast<std::size_t>(gReading.group)));
+  DeleteArticlesOf(only_read, *gReading.group);
   if (gReading.tree_state.OutOfDate()) ShowThreadView();
   PostToMainWindow(kUserRefreshCounts);
 }
@@ -64,7 +64,7 @@ void MakeCurrent(Node* node) {
     gReading.article = FetchArticle(node->messageId);
     if (!gReading.article) continue;
     gReading.article->node = node;
-    gReading.article_group = gPrefs->groups[static_cast<std::size_t>(gReading.tree_group)];
+    gReading.article_group = gPrefs->groups[IndexOf(gReading.tree_group)];
   }
   ShowThreadView();
 }
@@ -99,8 +99,7 @@ void MarkSelectedUnread() {
 }
 
 void SetDownloadPosition(ServerIndex server, bool read) {
-  const auto group = GroupAt(static_cast<std::size_t>(gReading.group));
-  if (const auto progress = Progress(*gPrefs, server, group)) {
+  if (const auto progress = Progress(*gPrefs, server, *gReading.group)) {
     progress->downloaded = read ? progress->on_server : 0;
   }
 }
@@ -141,8 +140,8 @@ void Find() {
 }
 
 void Rethread() {
-  const auto index = static_cast<std::size_t>(gReading.group);
-  BuildThreadList(gReading.group, index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0);
+  const std::size_t index = IndexOf(gReading.group);
+  BuildThreadList(*gReading.group, index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0);
 }
 
 enum class Needs { kNothing, kGroup, kTree };
@@ -182,7 +181,7 @@ constexpr auto kCommands = std::to_array<ThreadCommand>({
 
 bool Has(Needs needs) {
   if (needs == Needs::kTree) return TreeShown();
-  return needs == Needs::kNothing || IsGroupIndex(gReading.group);
+  return needs == Needs::kNothing || IsInList(gReading.group);
 }
 
 template <std::size_t kCount>

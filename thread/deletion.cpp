@@ -29,7 +29,7 @@ bool Stopped(RunEnd& end) {
 }
 
 bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
-  const auto group = static_cast<std::size_t>(gReading.tree_group);
+  const std::size_t group = IndexOf(gReading.tree_group);
   return record.messageId == node.messageId && group < gReadInfo.size() &&
          record.groupName == gReadInfo[group]->groupName;
 }
@@ -39,7 +39,7 @@ bool NamesArticleOf(const GDBMGroup& record, const Node& node) {
 bool DeleteFromStore(const Node& node) {
   const auto record = ReadChainRecord(node.chainNumber);
   if (record && NamesArticleOf(*record, node)) {
-    const auto group = static_cast<std::size_t>(gReading.tree_group);
+    const std::size_t group = IndexOf(gReading.tree_group);
     if (DeleteGroupArticle(group, *record, node.read != 0)) return true;
     if (!ArticleExists(node.messageId)) gReading.tree_state.Invalidate();
   } else if (DatabasesOpen() && !gDatabaseErrorFlag) {

@@ -13,7 +13,7 @@ namespace quillet {
 namespace {
 
 std::size_t ShownGroup() {
-  return static_cast<std::size_t>(gReading.tree_group);
+  return IndexOf(gReading.tree_group);
 }
 
 // Meant: the articles directly below the node are not counted. The sum is exact for the root, whose

@@ -18,7 +18,7 @@ const ResetAtEnd kReset([] {
 void Reading::ForgetTree() {
   if (article) article->node = nullptr;
   tree.reset();
-  tree_group = -1;
+  tree_group.reset();
   rebuild_pending = false;
 }
 
@@ -31,7 +31,7 @@ void Reading::Leave() {
   ForgetArticle();
   ForgetTree();
   tree_state.BringUpToDate();
-  group = -1;
+  group.reset();
 }
 
 void BringCurrentArticleInStep() {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/changes.h"
+#include "base/subscriptions.h"
 #include "store/records.h"
 #include "thread/thread_tree.h"
 
@@ -19,13 +21,13 @@ struct FindChoices {
 };
 
 struct Reading {
-  // The current group by its index in the group list, -1 for none.
-  int group = -1;
+  // The current group. Its place in the group list may have gone with the group.
+  std::optional<GroupIndex> group;
 
-  // The current thread tree and the index of its group; null and -1 when none is shown. Every node
-  // pointer ends with the tree.
+  // The current thread tree and its group; neither is there when none is shown. Every node pointer
+  // ends with the tree.
   std::unique_ptr<ThreadTree> tree;
-  int tree_group = -1;
+  std::optional<GroupIndex> tree_group;
   // Out of date when the tree does not show what the store holds any more, or not in the order that
   // is wanted: it is built anew when it is shown next.
   SeenChanges tree_state{Change::kStore};

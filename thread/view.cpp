@@ -15,7 +15,6 @@
 #include "base/views.h"
 #include "port/platform.h"
 #include "store/counts.h"
-#include "store/databases.h"
 #include "thread/deletion.h"
 #include "thread/group_tree.h"
 #include "thread/labels.h"
@@ -31,19 +30,20 @@ bool gControlForgotten = false;
 const ResetAtEnd kReset([] { gControlForgotten = false; });
 
 struct ThreadBuild {
-  int group_index = -1;
+  GroupIndex group{};
   std::uint32_t total_count = 0;
 };
 
-std::uint32_t StoredArticles(int group_index) {
-  const auto index = static_cast<std::size_t>(group_index);
+std::uint32_t StoredArticles(GroupIndex group) {
+  const std::size_t index = IndexOf(group);
   return index < gReadInfo.size() ? gReadInfo[index]->totalCount : 0;
 }
 
-// Counts of a tree that lacks articles, because the store could not be read, say nothing.
-void CopyCounts(int group_index, const Node& root) {
-  const auto index = static_cast<std::size_t>(group_index);
-  if (index >= gReadInfo.size() || !DatabasesOpen() || gDatabaseErrorFlag) return;
+// Of a complete tree: counts of one that lacks articles, because the store could not be read or the
+// build was ended, say nothing.
+void CopyCounts(GroupIndex group, const Node& root) {
+  const std::size_t index = IndexOf(group);
+  if (index >= gReadInfo.size()) return;
   ReadInfo& info = *gReadInfo[index];
   if (info.totalCount == root.descendantCount && info.readCount == root.readDescendantCount) return;
   info.totalCount = root.descendantCount;
@@ -52,35 +52,35 @@ void CopyCounts(int group_index, const Node& root) {
   PostToMainWindow(kUserRefreshCounts);
 }
 
-void TakeTree(std::unique_ptr<ThreadTree> tree, int group_index) {
+void TakeTree(std::unique_ptr<ThreadTree> tree, GroupIndex group) {
   gReading.tree = std::move(tree);
-  gReading.tree_group = group_index;
+  gReading.tree_group = group;
   gReading.tree_state.BringUpToDate();
   if (!gReading.article) return;
   gReading.article->node =
       gReading.tree->FindNodeByMessageId(gReading.article->messageId.value_or(""));
 }
 
-bool ArticleIsOf(int group_index) {
-  if (gReading.article->node != nullptr) return gReading.tree_group == group_index;
-  return gReading.article_group == gPrefs->groups[static_cast<std::size_t>(group_index)];
+bool ArticleIsOf(GroupIndex group) {
+  if (gReading.article->node != nullptr) return gReading.tree_group == group;
+  return gReading.article_group == gPrefs->groups[IndexOf(group)];
 }
 
 int BuildAndShow(const ThreadBuild& build) {
   ProgressMeter meter(std::uint64_t{4} * build.total_count);
-  if (gReading.article && !ArticleIsOf(build.group_index)) up::ClearArticleView();
+  if (gReading.article && !ArticleIsOf(build.group)) up::ClearArticleView();
   // The items of the same group stay on the screen until the new ones replace them in one call, so
   // that what the user has expanded stays expanded.
-  if (gReading.tree_group != build.group_index) gPlatform->thread_tree.FillTree({});
+  if (gReading.tree_group != build.group) gPlatform->thread_tree.FillTree({});
   gReading.ForgetTree();
-  const std::u16string name = gPrefs->groups[static_cast<std::size_t>(build.group_index)];
+  const std::u16string name = gPrefs->groups[IndexOf(build.group)];
   BuiltTree built = BuildNodeTree(name, [&](std::uint64_t units) { meter.Add(units); });
   if (!built.tree) {
     ClearThreadView();
     return 1;
   }
-  if (built.complete) CopyCounts(build.group_index, built.tree->root());
-  TakeTree(std::move(built.tree), build.group_index);
+  if (built.complete) CopyCounts(build.group, built.tree->root());
+  TakeTree(std::move(built.tree), build.group);
   gReading.rebuild_pending = built.end != RunEnd::kGoOn;
   FillTreeControl(gReading.tree->root(), [&] { meter.Add(1); });
   ShowThreadCaption();
@@ -96,10 +96,10 @@ void CreateThreadControl() {
 }
 
 void BringTreeUpToDate() {
-  if (!IsGroupIndex(gReading.group)) return ClearThreadView();
+  if (!IsInList(gReading.group)) return ClearThreadView();
   if (!gReading.tree || gReading.tree_group != gReading.group || gReading.rebuild_pending ||
       gReading.tree_state.OutOfDate()) {
-    return BuildThreadList(gReading.group, StoredArticles(gReading.group));
+    return BuildThreadList(*gReading.group, StoredArticles(*gReading.group));
   }
   RefreshThreadLabels(gReading.tree->root());
   ShowThreadCaption();
@@ -107,20 +107,19 @@ void BringTreeUpToDate() {
 
 }  // namespace
 
-int GroupOfShownTree() {
-  return gReading.tree ? gReading.tree_group : -1;
+std::optional<GroupIndex> GroupOfShownTree() {
+  return gReading.tree ? gReading.tree_group : std::nullopt;
 }
 
-bool IsGroupIndex(int group_index) {
-  return gPrefs && group_index >= 0 &&
-         static_cast<std::size_t>(group_index) < gPrefs->groups.size();
+bool IsInList(std::optional<GroupIndex> group) {
+  return gPrefs && IndexOf(group) < gPrefs->groups.size();
 }
 
-void BuildThreadList(int group_index, std::uint32_t total_count) {
-  if (!IsGroupIndex(group_index)) return;
+void BuildThreadList(GroupIndex group, std::uint32_t total_count) {
+  if (!IsInList(group)) return;
   const auto build = NewRecord<ThreadBuild>(u"BuildThreadList");
   if (!build) return;
-  *build = {group_index, total_count};
+  *build = {group, total_count};
   RunWithProgress(gPrefs->usethreading != 0 ? u"Threading..." : u"Building article list...",
                   [&build] { return BuildAndShow(*build); });
 }
@@ -147,20 +146,20 @@ void ForgetThreadControl() {
   gControlForgotten = true;
 }
 
-std::u16string ThreadCaption(int group_index) {
-  if (!IsGroupIndex(group_index)) return {};
-  const auto group = static_cast<std::size_t>(group_index);
-  const auto progress = Progress(*gPrefs, CountingServer(*gPrefs), GroupAt(group));
-  if (!progress) return gPrefs->groups[group];
+std::u16string ThreadCaption(GroupIndex group) {
+  if (!IsInList(group)) return {};
+  const std::u16string& name = gPrefs->groups[IndexOf(group)];
+  const auto progress = Progress(*gPrefs, CountingServer(*gPrefs), group);
+  if (!progress) return name;
   const std::uint32_t newest = progress->on_server;
   const std::uint32_t last = progress->downloaded;
-  return FormatWide(u"%s: %lu on server", gPrefs->groups[group], newest > last ? newest - last : 0);
+  return FormatWide(u"%s: %lu on server", name, newest > last ? newest - last : 0);
 }
 
 void ShowThreadCaption() {
   const bool shown = gReading.tree && gReading.tree->root().firstChild != nullptr;
-  gPlatform->thread_tree.SetCaption(shown && IsGroupIndex(gReading.tree_group)
-                                        ? ThreadCaption(gReading.tree_group)
+  gPlatform->thread_tree.SetCaption(shown && IsInList(gReading.tree_group)
+                                        ? ThreadCaption(*gReading.tree_group)
                                         : u"No threads, or no current group selected");
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "port/tree_view.h"
@@ -13,7 +14,7 @@ namespace quillet {
 // Builds the tree of a group under the runner ("Threading..." or "Building article list...") and
 // shows it; the current article is found again in the new tree by its Message-ID. That of another
 // group is cleared. After an abort what was read is shown, and a rebuild is pending.
-void BuildThreadList(int group_index, std::uint32_t total_count);
+void BuildThreadList(GroupIndex group, std::uint32_t total_count);
 // Shows the current group in the thread tab: built when another group was chosen or a rebuild is
 // pending, otherwise with its labels brought up to date. Selects the current article's item.
 void ShowThreadView();
@@ -26,14 +27,14 @@ void ClearThreadView();
 void ForgetThreadControl();
 
 // "%s: %lu on server" or the group's name alone.
-std::u16string ThreadCaption(int group_index);
+std::u16string ThreadCaption(GroupIndex group);
 // The caption of what is shown now.
 void ShowThreadCaption();
 
 // Whether the group list has such a group.
-bool IsGroupIndex(int group_index);
-// Index of the group whose tree is shown, -1 for none.
-int GroupOfShownTree();
+bool IsInList(std::optional<GroupIndex> group);
+// The group whose tree is shown.
+std::optional<GroupIndex> GroupOfShownTree();
 
 // The node of an item of the shown tree, or null.
 Node* NodeOfItem(port::TreeItem item);

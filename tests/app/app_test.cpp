@@ -231,7 +231,7 @@ TEST_F(Program, DoubleClickOpensTheGroup) {
   EXPECT_TRUE(fake_.display.ActivateRow(1));
   WaitIdle();
   EXPECT_EQ(fake_.display.main_window().tab, 1);
-  EXPECT_EQ(gReading.group, 1);
+  EXPECT_EQ(gReading.group, GroupAt(1));
   End();
 }
 
@@ -484,7 +484,7 @@ TEST_F(Applying, ChangedTabPlacementRebuildsTheViewsAndKeepsTheBoxes) {
   Apply([](Prefs& prefs) { prefs.sidetabs = 1; });
   EXPECT_EQ(fake_.display.main_window().placement, port::TabPlacement::kLeft);
   EXPECT_EQ(fake_.display.list().rows[0].check, port::CheckState::kChecked);
-  EXPECT_EQ(gReading.group, -1);
+  EXPECT_EQ(gReading.group, std::nullopt);
   EXPECT_EQ(Dword(u"sidetabs"), 1U);
   End();
 }

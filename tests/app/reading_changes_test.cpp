@@ -290,7 +290,7 @@ TEST_F(ReadingTest, ChangedTabPlacementStartsAtTheGroupsWithNothingOpen) {
   EXPECT_EQ(ShownTab(), 0);
   EXPECT_FALSE(ArticleIsCurrent());
   EXPECT_FALSE(TreeIsThere());
-  EXPECT_EQ(CurrentGroup(), -1);
+  EXPECT_EQ(CurrentGroup(), std::nullopt);
   EXPECT_FALSE(fake_.display.tree().created);
   Tab(2);
   EXPECT_EQ(fake_.display.article().source, kNoArticle);
@@ -360,7 +360,7 @@ class Ending : public ReadingTest {
   ~Ending() override {
     EXPECT_EQ(gReading.tree, nullptr);
     EXPECT_EQ(gReading.article, nullptr);
-    EXPECT_EQ(gReading.tree_group, -1);
+    EXPECT_EQ(gReading.tree_group, std::nullopt);
   }
 };
 

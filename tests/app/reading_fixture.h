@@ -137,7 +137,7 @@ class ReadingTest : public Program {
   bool TreeIsThere() {
     return OnProgram([] { return gReading.tree != nullptr; });
   }
-  int CurrentGroup() {
+  std::optional<GroupIndex> CurrentGroup() {
     return OnProgram([] { return gReading.group; });
   }
   bool Stored(std::string_view id) {
@@ -156,7 +156,7 @@ class ReadingTest : public Program {
         EXPECT_EQ(cached.totalCount, info.totalCount);
         EXPECT_EQ(CountGroupArticles(info.groupName, true), info.readCount);
         EXPECT_EQ(CountGroupArticles(info.groupName, false), info.totalCount);
-        if (gReading.tree && static_cast<std::size_t>(gReading.tree_group) == i) {
+        if (gReading.tree && gReading.tree_group == GroupAt(i)) {
           EXPECT_EQ(gReading.tree->root().readDescendantCount, info.readCount);
           EXPECT_EQ(gReading.tree->root().descendantCount, info.totalCount);
         }

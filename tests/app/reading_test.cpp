@@ -13,7 +13,7 @@ TEST_F(ReadingTest, ActivatingAGroupShowsItsThreads) {
   EXPECT_EQ(BoldRows(), Rows());
   EXPECT_EQ(Caption(), u"a");
   EXPECT_TRUE(fake_.display.tree().focused);
-  EXPECT_EQ(CurrentGroup(), 0);
+  EXPECT_EQ(CurrentGroup(), GroupAt(0));
   End();
 }
 
@@ -88,7 +88,7 @@ TEST_F(ReadingTest, TheThreadTabOpensTheSelectedGroup) {
   fake_.display.SelectRow(1);
   Tab(1);
   EXPECT_EQ(Rows(), (Texts{u"Elsewhere", u"Eve"}));
-  EXPECT_EQ(CurrentGroup(), 1);
+  EXPECT_EQ(CurrentGroup(), GroupAt(1));
   End();
 }
 
@@ -458,7 +458,7 @@ TEST_F(ReadingTest, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
   Command(kCommandRemoveGroups);
   EXPECT_FALSE(ArticleIsCurrent());
   EXPECT_FALSE(TreeIsThere());
-  EXPECT_EQ(CurrentGroup(), -1);
+  EXPECT_EQ(CurrentGroup(), std::nullopt);
   EXPECT_EQ(Caption(), kNoThreads);
   Tab(1);
   EXPECT_EQ(Caption(), kNoThreads);
@@ -511,7 +511,7 @@ TEST_F(ReadingTest, TheGroupListAddsEntriesForTheSelectedGroup) {
 
 TEST_F(ReadingTest, WithoutASelectedRowTheCurrentGroupIsMeant) {
   StartAndWait();
-  OnProgramThread([] { gReading.group = 1; });
+  OnProgramThread([] { gReading.group = GroupAt(1); });
   fake_.display.WhenShown(125, [this](port::WindowHandle dialog) {
     EXPECT_FALSE(fake_.display.Control(dialog, 1015)->checked);
     fake_.display.Type(dialog, 1011, u"Ann");

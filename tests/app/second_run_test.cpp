@@ -62,7 +62,7 @@ TEST_F(SecondRun, NothingIsLeftOfTheFirst) {
   EXPECT_EQ(gPendingPostCount, 0U);
   EXPECT_TRUE(gDownloadList.empty());
   EXPECT_EQ(gTransactionLog, nullptr);
-  EXPECT_EQ(gReading.group, -1);
+  EXPECT_EQ(gReading.group, std::nullopt);
   EXPECT_EQ(gReading.tree, nullptr);
   EXPECT_EQ(gReading.article, nullptr);
   EXPECT_EQ(gReading.article_group, u"");

@@ -76,12 +76,12 @@ class ArticleTest : public StoreTest {
     OpenGroup(1);
   }
 
-  void OpenGroup(int group) {
+  void OpenGroup(std::size_t group) {
     CountArticles();
-    gReading.group = group;
+    gReading.group = GroupAt(group);
     ShowThreadView();
     ASSERT_NE(gReading.tree, nullptr);
-    ASSERT_EQ(gReading.tree_group, group);
+    ASSERT_EQ(gReading.tree_group, GroupAt(group));
     PostedToMainWindow();
   }
 

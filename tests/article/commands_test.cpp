@@ -15,9 +15,9 @@ using ::testing::IsEmpty;
 class ArticleCommands : public ArticleTest {
  protected:
   // The article is on the screen and in no tree, and the user has chosen another group.
-  static void LeaveTreeOfArticle(int chosen_group) {
+  static void LeaveTreeOfArticle(std::size_t chosen_group) {
     gReading.ForgetTree();
-    gReading.group = chosen_group;
+    gReading.group = GroupAt(chosen_group);
   }
   static std::vector<std::string> SeenIn(std::size_t steps, std::uint32_t command) {
     std::vector<std::string> seen(steps);

@@ -23,7 +23,7 @@ class UpwardCallsTest : public testing::Test {
 };
 
 TEST_F(UpwardCallsTest, DoNothingWhileNobodyHasFilledThem) {
-  EXPECT_EQ(up::GroupOfShownTree(), -1);
+  EXPECT_EQ(up::GroupOfShownTree(), std::nullopt);
   EXPECT_EQ(up::DeleteReadOfShownTree(), std::nullopt);
   EXPECT_FALSE(up::DisplayArticle(nullptr, u""));
   up::ClearThreadView();
@@ -32,7 +32,7 @@ TEST_F(UpwardCallsTest, DoNothingWhileNobodyHasFilledThem) {
 }
 
 TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
-  gUpwardCalls.shown_tree = {[] { return 3; },
+  gUpwardCalls.shown_tree = {[] { return std::optional(GroupAt(3)); },
                              [] {
                                Made().emplace_back("delete read");
                                return std::optional(RunEnd::kCancelled);
@@ -44,7 +44,7 @@ TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
   gUpwardCalls.open_preferences = [](PreferencesPage page) {
     Made().push_back("page " + std::to_string(static_cast<int>(page)));
   };
-  EXPECT_EQ(up::GroupOfShownTree(), 3);
+  EXPECT_EQ(up::GroupOfShownTree(), GroupAt(3));
   EXPECT_EQ(up::DeleteReadOfShownTree(), RunEnd::kCancelled);
   EXPECT_TRUE(up::DisplayArticle(nullptr, u"text"));
   up::ClearThreadView();

@@ -217,7 +217,7 @@ TEST_F(GroupList, WidthsOfTheDisplaysOwnAndOfTheUsersAreRemembered) {
 }
 
 TEST_F(GroupList, ANewListShowsTheCurrentGroupAndRefillsKeepTheSelection) {
-  gReading.group = 1;
+  gReading.group = GroupAt(1);
   SetUpGroups({{u"a"}, {u"b"}});
   EXPECT_EQ(fake_.display.list().selected, 1);
   fake_.display.SelectRow(0);
@@ -298,14 +298,14 @@ TEST_F(GroupList, RemovingTwoAdjacentCheckedGroupsRemovesBoth) {
   Toggle(0);
   Toggle(3);
   fake_.display.SelectRow(2);
-  gReading.group = 2;
+  gReading.group = GroupAt(2);
   fake_.display.Expect(u"Really delete the checked groups?", port::kIdYes);
   HandleGroupCommand(40021);
   ASSERT_EQ(gPrefs->groups, (std::vector<std::u16string>{u"a", u"d"}));
   EXPECT_EQ(States(), (Boxes{CheckState::kUnchecked, CheckState::kUnchecked}));
   EXPECT_EQ(Counts(0), u"1/1");
   EXPECT_EQ(Counts(1), u"4/4");
-  EXPECT_EQ(gReading.group, -1);
+  EXPECT_EQ(gReading.group, std::nullopt);
   EXPECT_EQ(fake_.display.list().selected, -1);
   EXPECT_FALSE(GroupChainFirst(u"b"));
   EXPECT_FALSE(ArticleExists(IdOf(u"c", 0)));
@@ -412,13 +412,13 @@ TEST_F(GroupList, OtherCommandsAreIgnored) {
 TEST_F(GroupList, OpeningShowsTheThreadsOfTheSelectedRow) {
   SetUpGroups({{u"a", 1}, {u"b", 2}});
   EXPECT_FALSE(OpenSelectedGroup());
-  EXPECT_EQ(gReading.group, -1);
+  EXPECT_EQ(gReading.group, std::nullopt);
   EXPECT_EQ(fake_.display.main_window().tab, 0);
   fake_.display.SelectRow(1);
   EXPECT_TRUE(OpenSelectedGroup());
   EXPECT_EQ(fake_.display.main_window().tab, 1);
-  EXPECT_EQ(gReading.group, 1);
-  EXPECT_EQ(gReading.tree_group, 1);
+  EXPECT_EQ(gReading.group, GroupAt(1));
+  EXPECT_EQ(gReading.tree_group, GroupAt(1));
   ASSERT_NE(gReading.tree, nullptr);
   EXPECT_EQ(gReading.tree->root().descendantCount, 2U);
 }

@@ -196,21 +196,21 @@ TEST_F(Newsgroups, RemovingTheLastGroupLeavesEmptyLists) {
 
 TEST_F(Newsgroups, RemovingClearsTheCurrentGroupAndRefreshesTheList) {
   SetGroups({u"a", u"b"});
-  gReading.group = 1;
+  gReading.group = GroupAt(1);
   RemoveNewsgroupFromPrefs(GroupAt(0));
-  EXPECT_EQ(gReading.group, -1);
+  EXPECT_EQ(gReading.group, std::nullopt);
   EXPECT_THAT(PostedUserMessages(), ElementsAre(kUserRefillGroupList));
 }
 
 TEST_F(Newsgroups, RemovingForgetsTheThreadsSinceTheGroupsBehindMoveUp) {
   SetGroups({u"a", u"b"});
   gReading.tree = std::make_unique<ThreadTree>();
-  gReading.tree_group = 1;
+  gReading.tree_group = GroupAt(1);
   RemoveNewsgroupFromPrefs(GroupAt(7));
   EXPECT_NE(gReading.tree, nullptr);
   RemoveNewsgroupFromPrefs(GroupAt(0));
   EXPECT_EQ(gReading.tree, nullptr);
-  EXPECT_EQ(gReading.tree_group, -1);
+  EXPECT_EQ(gReading.tree_group, std::nullopt);
 }
 
 TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
@@ -228,10 +228,10 @@ TEST_F(Newsgroups, RemovingMovesTheKillfileWithTheGroups) {
 
 TEST_F(Newsgroups, RemovingBeyondTheListDoesNothing) {
   SetGroups({u"a"});
-  gReading.group = 0;
+  gReading.group = GroupAt(0);
   RemoveNewsgroupFromPrefs(GroupAt(1));
   EXPECT_THAT(gPrefs->groups, ElementsAre(u"a"));
-  EXPECT_EQ(gReading.group, 0);
+  EXPECT_EQ(gReading.group, GroupAt(0));
   EXPECT_THAT(PostedUserMessages(), IsEmpty());
   EXPECT_FALSE(fake.registry.KeyExists(kRegistryPath));
 }
@@ -242,7 +242,7 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
   gPrefs->killfilegroups = {2};
   gPrefs->killfiletexts = {"k"};
   gPrefs->killfilekills = gPrefs->killfileauthors = {1};
-  gReading.group = 0;
+  gReading.group = GroupAt(0);
   for (int n = 1; n <= 3; ++n) {
     fake.display.ForgetBoxes();
     testing::FailNthNew(n);
@@ -254,7 +254,7 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
     EXPECT_EQ(gPrefs->numgroups, 2U);
     EXPECT_EQ(gPrefs->killfilecount, 1U);
     EXPECT_EQ(gReadInfo.size(), 2U);
-    EXPECT_EQ(gReading.group, 0);
+    EXPECT_EQ(gReading.group, GroupAt(0));
   }
 }
 

@@ -118,20 +118,20 @@ TEST_F(EntryDialog, ShowsItsListsTextsAndCaption) {
     EXPECT_FALSE(Control(dialog, 1015).checked);
     fake.display.Press(dialog, kControlCancel);
   });
-  OpenKillfileEntryDialog(0, "Ann \x80 <ann@x>", "Caf\xE9");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann \x80 <ann@x>", "Caf\xE9");
   EXPECT_TRUE(fake.display.dialogs().empty());
 }
 
 TEST_F(EntryDialog, AddsAKillEntryForEachTextToTheGroupAuthorFirst) {
   Answer(u"bob@x", u"money");
-  OpenKillfileEntryDialog(1, "", "");
+  OpenKillfileEntryDialog(GroupAt(1), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}, {2, "money", true, false}}));
   EXPECT_TRUE(fake.display.boxes().empty());
 }
 
 TEST_F(EntryDialog, SavesAtOnce) {
   Answer(u"bob@x", u"");
-  OpenKillfileEntryDialog(2, "", "");
+  OpenKillfileEntryDialog(GroupAt(2), "", "");
   EXPECT_EQ(SavedEntries(), (std::vector<Entry>{{3, "bob@x", true, true}}));
 }
 
@@ -141,14 +141,14 @@ TEST_F(EntryDialog, TheSecondItemRequires) {
     fake.display.Choose(dialog, 1012, 1);
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(0, "Ann", "Linux");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Linux");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", false, true}, {1, "Linux", false, false}}));
 }
 
 // A "?" in their place would kill what nobody named.
 TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefused) {
   Answer(u"bob@x", u"\u0416\u20AC \u0417");
-  OpenKillfileEntryDialog(1, "", "");
+  OpenKillfileEntryDialog(GroupAt(1), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}}));
   EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{
                             u"Some characters of this text cannot be used here: \u0416 \u0417"}));
@@ -160,30 +160,30 @@ TEST_F(EntryDialog, CharactersOfATextThatIsNotCheckedDoNotMatter) {
     fake.display.Choose(dialog, 1012, 2);
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(0, "Ann", "");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", true, true}}));
   EXPECT_TRUE(BoxTexts().empty());
 }
 
 TEST_F(EntryDialog, EmptyTextsAddNothing) {
   Answer(u"", u"");
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_TRUE(Entries().empty());
   Answer(u"", u"money");
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "money", true, false}}));
 }
 
 // An entry without text would throw away every article of the group.
 TEST_F(EntryDialog, ATextThatBeginsWithANulAddsNothing) {
   Answer(std::u16string(u"\0bob", 4), std::u16string(u"mon\0ey", 6));
-  OpenKillfileEntryDialog(0, "", "");
+  OpenKillfileEntryDialog(GroupAt(0), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "mon", true, false}}));
 }
 
 TEST_F(EntryDialog, TextsAreNarrowed) {
   Answer(u"J\u00FCrgen \u20AC ?", u"");
-  OpenKillfileEntryDialog(0, "", "");
+  OpenKillfileEntryDialog(GroupAt(0), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "J\xFCrgen \x80 ?", true, true}}));
 }
 
@@ -193,13 +193,13 @@ TEST_F(EntryDialog, DontCheckHidesTheTextAndAddsNothing) {
     fake.display.Choose(dialog, 1012, 2);
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_TRUE(Entries().empty());
 }
 
 TEST_F(EntryDialog, CancelAddsAndSavesNothing) {
   Answer(u"bob", u"money", kControlCancel);
-  OpenKillfileEntryDialog(0, "", "");
+  OpenKillfileEntryDialog(GroupAt(0), "", "");
   EXPECT_TRUE(Entries().empty());
   EXPECT_FALSE(Saved());
 }
@@ -209,7 +209,7 @@ TEST_F(EntryDialog, AllGroupsAddsEachEntryToEveryGroupInTurn) {
     EXPECT_TRUE(fake.display.Tick(dialog, 1015, true));
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(1, "Ann", "money");
+  OpenKillfileEntryDialog(GroupAt(1), "Ann", "money");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", true, true},
                                            {2, "Ann", true, true},
                                            {3, "Ann", true, true},
@@ -224,7 +224,7 @@ TEST_F(EntryDialog, DuplicatesAreSilentlyAccepted) {
     fake.display.Tick(dialog, 1015, true);
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(0, "Ann", "");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "");
   EXPECT_EQ(
       Entries(),
       (std::vector<Entry>{{1, "Ann", true, true}, {2, "Ann", true, true}, {3, "Ann", true, true}}));
@@ -241,7 +241,7 @@ TEST_F(EntryDialog, ARejectedEntryEndsTheAddingAndKeepsWhatCameBefore) {
   });
   // Two of 1,000 characters take 4,004 bytes with the list's end; a third does not fit.
   const std::string author(1000, 'a');
-  OpenKillfileEntryDialog(0, author, "money");
+  OpenKillfileEntryDialog(GroupAt(0), author, "money");
   const std::vector<Entry> expected = {{1, author, true, true}, {2, author, true, true}};
   EXPECT_EQ(Entries(), expected);
   EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{std::u16string(kFull)}));
@@ -251,14 +251,15 @@ TEST_F(EntryDialog, ARejectedEntryEndsTheAddingAndKeepsWhatCameBefore) {
 
 TEST_F(EntryDialog, ARejectedAuthorKeepsTheSubjectOut) {
   Answer(std::u16string(3000, u'a'), u"money");
-  OpenKillfileEntryDialog(0, "", "");
+  OpenKillfileEntryDialog(GroupAt(0), "", "");
   EXPECT_TRUE(Entries().empty());
   EXPECT_FALSE(Saved());
   EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{std::u16string(kFull)}));
 }
 
 TEST_F(EntryDialog, WithoutAGroupTheBoxIsTickedAndStaysSo) {
-  for (const int group : {-1, 3, 2000000000}) {
+  using Group = std::optional<GroupIndex>;
+  for (const Group group : {Group(), Group(GroupAt(3)), Group(GroupAt(2000000000))}) {
     gPrefs->killfilecount = 0;
     gPrefs->killfilegroups.clear();
     gPrefs->killfiletexts.clear();
@@ -283,7 +284,7 @@ TEST_F(EntryDialog, WithOneGroupTheBoxIsShownToo) {
     EXPECT_TRUE(Control(dialog, 1015).visible);
     fake.display.Press(dialog, kControlCancel);
   });
-  OpenKillfileEntryDialog(0, "", "");
+  OpenKillfileEntryDialog(GroupAt(0), "", "");
 }
 
 TEST_F(EntryDialog, WithoutAnyGroupTheUserIsToldThatThereIsNone) {
@@ -292,7 +293,7 @@ TEST_F(EntryDialog, WithoutAnyGroupTheUserIsToldThatThereIsNone) {
     EXPECT_FALSE(Control(dialog, 1015).visible);
     fake.display.Press(dialog, kControlOk);
   });
-  OpenKillfileEntryDialog(-1, "Ann", "");
+  OpenKillfileEntryDialog(std::nullopt, "Ann", "");
   EXPECT_TRUE(Entries().empty());
   EXPECT_EQ(BoxTexts(),
             (std::vector<std::u16string>{
@@ -302,13 +303,13 @@ TEST_F(EntryDialog, WithoutAnyGroupTheUserIsToldThatThereIsNone) {
 
 TEST_F(EntryDialog, AFormThatCannotBeShownAddsNothing) {
   fake.display.FailNextDialog();
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_TRUE(Entries().empty());
 }
 
 TEST_F(EntryDialog, TheEndOfTheSessionEndsItAndAddsNothing) {
   WhenShown([this](port::WindowHandle) { fake.display.EndSession(); });
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_TRUE(Entries().empty());
   EXPECT_TRUE(fake.display.dialogs().empty());
 }
@@ -334,7 +335,7 @@ TEST_F(EntryDialog, ChoosingDontCheckHidesThatTextAndAnotherItemShowsItAgain) {
               EXPECT_TRUE(Control(dialog, 1013).visible);
               fake.display.Press(dialog, kControlOk);
             }});
-  OpenKillfileEntryDialog(0, "Ann", "Subject");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "Subject");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", false, true}, {1, "Subject", true, false}}));
 }
 
@@ -344,7 +345,7 @@ TEST_F(EntryDialog, TheTickCannotBeTakenAwayWithoutAGroup) {
               EXPECT_TRUE(Control(dialog, 1015).checked);
               fake.display.Press(dialog, kControlCancel);
             }});
-  OpenKillfileEntryDialog(-1, "", "");
+  OpenKillfileEntryDialog(std::nullopt, "", "");
 }
 
 TEST_F(EntryDialog, WithAGroupTheBoxCanBeTickedAndUntickedAgain) {
@@ -357,7 +358,7 @@ TEST_F(EntryDialog, WithAGroupTheBoxCanBeTickedAndUntickedAgain) {
               EXPECT_FALSE(Control(dialog, 1015).checked);
               fake.display.Press(dialog, kControlOk);
             }});
-  OpenKillfileEntryDialog(0, "Ann", "");
+  OpenKillfileEntryDialog(GroupAt(0), "Ann", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "Ann", true, true}}));
 }
 

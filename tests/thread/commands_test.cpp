@@ -256,7 +256,7 @@ TEST_F(ThreadCommandTest, AStoreThatRefusesAnArticleIsToldOnce) {
 TEST_F(ThreadCommandTest, TheKillfileDialogOfTheGroupIsEmpty) {
   ShowNine();
   Click(NodeOf("<2@x>"));
-  for (const int group : {kGroup, -1}) {
+  for (const std::optional<GroupIndex> group : {std::optional(GroupAt(kGroup)), {}}) {
     gReading.group = group;
     std::u16string author = u"?";
     std::u16string subject = u"?";
@@ -277,7 +277,7 @@ TEST_F(ThreadCommandTest, CommandsThatNeedATreeDoNothingWithoutOne) {
       kCommandDeleteRead, kCommandDeleteAll,    kCommandMarkRead,     kCommandMarkUnread,
       kCommandServerRead, kCommandServerUnread, kCommandDeleteThread, kCommandDeleteSelectedArticle,
       kCommandFind,       kCommandRethread,     kCommandNewArticle};
-  for (const int group : {-1, 3}) {
+  for (const std::optional<GroupIndex> group : {{}, std::optional(GroupAt(3))}) {
     gReading.group = group;
     ShowThreadView();
     for (const std::uint32_t command : commands) HandleThreadCommand(command);

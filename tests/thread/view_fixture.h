@@ -84,7 +84,7 @@ class ThreadViewTest : public StoreTest {
       ++clears();
       gReading.ForgetArticle();
     };
-    gReading.group = kGroup;
+    gReading.group = GroupAt(kGroup);
   }
   ~ThreadViewTest() override { fake.display.SetObserver(nullptr); }
 

@@ -54,7 +54,7 @@ TEST_F(ViewMemoryTest, LabelsThatCouldNotBeHandedOverAreHandedOverNextTime) {
 
 TEST_F(ViewMemoryTest, ABuildThatCannotBeginIsACriticalError) {
   FailNthNothrowNew(1);
-  BuildThreadList(kGroup, 3);
+  BuildThreadList(GroupAt(kGroup), 3);
   FailNthNothrowNew(0);
   EXPECT_EQ(BoxTexts().front(), u"A critical error (out of memory) occurred in BuildThreadList.");
   EXPECT_EQ(gReading.tree->root().descendantCount, 3U);

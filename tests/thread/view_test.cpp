@@ -27,7 +27,7 @@ TEST_F(ViewTest, AGroupIsShownWithItsThreads) {
   EXPECT_EQ(fake.display.tree().font_size_index, 3);
   EXPECT_TRUE(fake.display.tree().focused);
   EXPECT_EQ(Rows(), kNineRows);
-  EXPECT_EQ(gReading.tree_group, kGroup);
+  EXPECT_EQ(gReading.tree_group, GroupAt(kGroup));
   ExpectInStep();
 }
 
@@ -79,24 +79,24 @@ TEST_F(ViewTest, AnotherGroupIsBuilt) {
   ShowNine();
   Put({"<d@x>", "", "Deutsch", "zoe", 1, false}, u"de.test");
   Recount();
-  gReading.group = 2;
+  gReading.group = GroupAt(2);
   ShowThreadView();
   EXPECT_THAT(Rows(), ElementsAre("*Deutsch", "  *zoe"));
-  EXPECT_EQ(gReading.tree_group, 2);
-  gReading.group = kGroup;
+  EXPECT_EQ(gReading.tree_group, GroupAt(2));
+  gReading.group = GroupAt(kGroup);
   ShowThreadView();
   EXPECT_EQ(Rows(), kNineRows);
 }
 
 TEST_F(ViewTest, WithoutAGroupThereIsAnEmptyTree) {
   ShowNine();
-  gReading.group = -1;
+  gReading.group.reset();
   ShowThreadView();
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
   EXPECT_EQ(gReading.tree, nullptr);
   EXPECT_EQ(fake.display.SelectedTab(), port::kThreadTab);
-  gReading.group = 3;  // beyond the list
+  gReading.group = GroupAt(3);  // beyond the list
   ShowThreadView();
   EXPECT_EQ(Caption(), kNothing);
 }
@@ -232,7 +232,7 @@ TEST_F(ViewTest, AnotherGroupTakesTheArticleOfTheFormerOneAway) {
   ShowThreadView();
   EXPECT_EQ(CurrentId(), "<5@x>");
   EXPECT_EQ(clears(), 0);
-  gReading.group = 2;
+  gReading.group = GroupAt(2);
   ShowThreadView();
   EXPECT_EQ(CurrentId(), "none");
   EXPECT_EQ(clears(), 1);
@@ -247,7 +247,7 @@ TEST_F(ViewTest, AnArticleThatIsInNoTreeGoesWithItsGroup) {
   ShowThreadView();
   EXPECT_EQ(CurrentId(), "<5@x>");
   gReading.article->node = nullptr;
-  gReading.group = 2;
+  gReading.group = GroupAt(2);
   ShowThreadView();
   EXPECT_EQ(CurrentId(), "none");
 }
@@ -259,7 +259,7 @@ TEST_F(ViewTest, ClearingForgetsTheTreeAndItsArticle) {
   EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_EQ(Caption(), kNothing);
   EXPECT_EQ(gReading.tree, nullptr);
-  EXPECT_EQ(gReading.tree_group, -1);
+  EXPECT_EQ(gReading.tree_group, std::nullopt);
   EXPECT_EQ(clears(), 1);
   EXPECT_EQ(gReading.article, nullptr);
 }
@@ -370,38 +370,37 @@ class CaptionTest : public ThreadViewTest {
 };
 
 TEST_F(CaptionTest, CountsWhatTheSelectedServerHasBeyondTheLastDownload) {
-  EXPECT_EQ(ThreadCaption(1), u"alt.test: 18 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test: 18 on server");
   gPrefs->selectedserver = 1;
-  EXPECT_EQ(ThreadCaption(1), u"alt.test: 45 on server");
-  EXPECT_EQ(ThreadCaption(2), u"de.test: 54 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test: 45 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(2)), u"de.test: 54 on server");
 }
 
 TEST_F(CaptionTest, AllServersAreOneWhenThePreferenceSaysSo) {
   gPrefs->selectedserver = 1;
   gPrefs->allserversareone = 1;
-  EXPECT_EQ(ThreadCaption(1), u"alt.test: 18 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test: 18 on server");
 }
 
 TEST_F(CaptionTest, BelowZeroIsZero) {
   gPrefs->lastdownloaded[1] = 21;
-  EXPECT_EQ(ThreadCaption(1), u"alt.test: 0 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test: 0 on server");
   gPrefs->lastdownloaded[1] = 0;
   gPrefs->lastonserver[1] = 4294967295U;
-  EXPECT_EQ(ThreadCaption(1), u"alt.test: 4294967295 on server");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test: 4294967295 on server");
 }
 
 TEST_F(CaptionTest, WithoutCountersThereIsTheNameAlone) {
   gPrefs->selectedserver = 2;
-  EXPECT_EQ(ThreadCaption(1), u"alt.test");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test");
   gPrefs->selectedserver = 0;
   gPrefs->lastonserver.resize(1);
-  EXPECT_EQ(ThreadCaption(1), u"alt.test");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test");
   gPrefs->numservers = 0;
   gPrefs->lastonserver.clear();
   gPrefs->lastdownloaded.clear();
-  EXPECT_EQ(ThreadCaption(1), u"alt.test");
-  EXPECT_EQ(ThreadCaption(3), u"");
-  EXPECT_EQ(ThreadCaption(-1), u"");
+  EXPECT_EQ(ThreadCaption(GroupAt(1)), u"alt.test");
+  EXPECT_EQ(ThreadCaption(GroupAt(3)), u"");
 }
 
 TEST_F(CaptionTest, IsShownAfterABuild) {
