@@ -328,6 +328,49 @@ TEST_F(Moving, APlaceThatCannotBeStoredIsNotTaken) {
   End();
 }
 
+// The report closes the window, and the program ends.
+TEST_F(Moving, ACriticalErrorOnTheWayEndsTheProgramWithEverythingInPlace) {
+  StartAndWait();
+  AddArticle("<1@a>");
+  fake_.registry.FailCreate(2);
+  fake_.queues.PostCall(id_, [] {
+    auto edited = CopyPrefs(*gPrefs);
+    edited->databasestore = kOnCard;
+    ApplyPrefsChanges(std::move(edited));
+    EXPECT_EQ(gMainWindow, 0U);
+    EXPECT_FALSE(DatabasesOpen());
+    EXPECT_EQ(gPrefs->databasestore, u"");
+  });
+  Join();
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"A critical error (unable to create registry key) occurred in WritePreferences.");
+  EXPECT_EQ(Bytes(u"databasestore"), std::string(2, '\0'));
+  ExpectNothingOnCard();
+  EXPECT_TRUE(fake_.files.FileSize(In(kHome, u"Quillet articles.gdb")));
+}
+
+// Neither here nor there.
+TEST_F(Moving, DatabasesThatCannotBeOpenedAnywhereAreACriticalError) {
+  StartAndWait();
+  AddArticle("<1@a>");
+  fake_.files.FailNth(FileCall::kCopy, 3);
+  port::FileDescriptor held;
+  fake_.files.BeforeNth(FileCall::kCopy, 3, [&] {
+    const std::string path = fake_.files.NativePath(In(kHome, u"Quillet articles.gdb"));
+    held = port::FileDescriptor(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    EXPECT_EQ(flock(held.get(), LOCK_EX | LOCK_NB), 0);
+  });
+  fake_.queues.PostCall(id_, [] {
+    auto edited = CopyPrefs(*gPrefs);
+    edited->databasestore = kOnCard;
+    ApplyPrefsChanges(std::move(edited));
+  });
+  Join();
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"A critical error (unable to re-open databases) occurred in ApplyPrefsChanges.");
+  EXPECT_TRUE(fake_.files.FileSize(In(kHome, u"Quillet articles.gdb")));
+}
+
 // Both names lead to one folder: removing the old files would remove the new ones.
 TEST_F(Moving, OneFolderUnderTwoNamesLosesNothing) {
   fake_.files.CreateFolder(kCard);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/open_prefs.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "nntp/connect.h"
@@ -105,6 +106,10 @@ class SaysNo final : public port::DisplayObserver {
     if (box.style.buttons != port::BoxButtons::kYesNo) return std::nullopt;
     return port::kIdNo;
   }
+  void OnWindowShown() override { ++seen; }
+  void OnTabsCreated(port::TabPlacement /*placement*/) override { ++seen; }
+
+  int seen = 0;
 };
 
 class FailedStart : public Program {
@@ -153,12 +158,64 @@ TEST_F(FailedStart, WithoutAWindowLeavesTheRegistryAlone) {
   ExpectUntouched();
 }
 
+// The report has closed the window while the store was being opened.
+TEST_F(FailedStart, ByACriticalErrorShowsNothingAndSavesNothing) {
+  fake_.files.BeforeNth(port::FileCall::kFileSize, 1, [] {
+    EXPECT_NE(gMainWindow, 0U);
+    ReportCriticalError(u"out of memory", u"CountArticles");
+  });
+  EXPECT_EQ(RunQuillet(), 0);
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.display.boxes()[0].text,
+            u"A critical error (out of memory) occurred in CountArticles.");
+  EXPECT_EQ(user_.seen, 0);
+  ExpectUntouched();
+}
+
 TEST_F(FailedStart, WithoutDatabasesLeavesTheRegistryAlone) {
   fake_.files.CreateFolder(u"\\Quillet CE News");
   fake_.files.CreateFolder(u"\\Quillet CE News\\Quillet newsgroups.gdb");  // a folder, no file
   EXPECT_EQ(RunQuillet(), 0);
   ExpectUntouched();
   EXPECT_EQ(fake_.shell.instance_window, 0U);
+}
+
+TEST_F(Program, ADownloadThatCannotBeScheduledIsTold) {
+  SetDword(u"useautodownload", 1);
+  fake_.scheduler.result = false;
+  StartAndWait();
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.display.boxes()[0].text,
+            u"The scheduled download could not be registered with the system. Quillet CE will not "
+            u"start by itself at that time.");
+  End();
+}
+
+TEST_F(Program, ACancelledScheduleThatFailsIsNoMatter) {
+  fake_.scheduler.result = false;
+  StartAndWait();
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  End();
+}
+
+// There is no window yet that could be told.
+TEST_F(Program, ASessionThatEndsDuringTheStartEndsTheProgram) {
+  fake_.files.BeforeNth(port::FileCall::kFolderExists, 1, [] {
+    EXPECT_EQ(gMainWindow, 0U);
+    BeginSessionEnd();
+  });
+  Start();
+  Join();
+  EXPECT_EQ(Dword(u"version"), 2U);
+}
+
+TEST_F(Program, NoPreferencesToPutInForceChangeNothing) {
+  StartAndWait();
+  OnProgramThread([] {
+    ApplyPrefsChanges(nullptr);
+    EXPECT_NE(gPrefs, nullptr);
+  });
+  End();
 }
 
 // --- The end -------------------------------------------------------------------------------------
