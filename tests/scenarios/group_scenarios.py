@@ -116,12 +116,20 @@ class NewGroup(Scenario):
         self.assertNotEqual(seen["empty"], seen["present"])
         self.assertEqual(seen["empty"], seen["only blanks"])
 
-    def test_names_of_any_script_survive_a_restart(self):
-        name = "\u65e5\u672c.\u20ac.\U0001f600"
+    def test_names_beyond_ascii_survive_a_restart(self):
+        name = "de.caf\u00e9.\u20ac"
         with self.run_with() as q:
             self.add(q, name)
         with self.run_quillet() as q:
             self.assertEqual(names(q), [name])
+
+    def test_names_that_the_store_cannot_hold_are_refused(self):
+        with self.run_with() as q:
+            self.add(q, "\u65e5\u672c.\u20ac.\U0001f600")
+            self.assertEqual(names(q), [])
+        self.assertEqual([text for _, text, _ in q.boxes()], [
+            "Some characters of this text cannot be used here: \u65e5 \u672c \U0001f600"])
+        self.assert_fine(q)
 
     def test_the_window_takes_no_input_while_the_dialog_is_open(self):
         for refused in ("command 40012", "tick a.one", "select a.one", "tab thread", "close"):
