@@ -90,17 +90,9 @@ void CountArticles() {
   }
 }
 
-void RecountCaches() {
-  if (!gPrefs) return;
-  for (const std::u16string& group : gPrefs->groups) {
-    ReadInfo info;
-    info.groupName = group;
-    for (auto record = GroupChainFirst(group); record; record = GroupChainNext()) {
-      ++info.totalCount;
-      if (IsArticleRead(record->messageId)) ++info.readCount;
-    }
-    StoreCache(info);
-  }
+void CacheCounts(std::u16string_view group_name, std::uint32_t read, std::uint32_t total) {
+  ReadInfo info{std::u16string(group_name), read, total};
+  StoreCache(info);
 }
 
 void DropCountCaches() {

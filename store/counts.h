@@ -23,9 +23,9 @@ std::unique_ptr<ReadInfo> NewReadInfoPtr();
 extern std::vector<std::unique_ptr<ReadInfo>> gReadInfo;
 
 void CountArticles();
-// Counts all groups and caches the counts: after a session that was killed the cached ones may be
-// older than the chains. A cache that cannot be written is left to the next CountArticles.
-void RecountCaches();
+// Caches counts that were taken elsewhere. One that cannot be written is left to the next
+// CountArticles.
+void CacheCounts(std::u16string_view group_name, std::uint32_t read, std::uint32_t total);
 // Deletes the cached counts of all groups, so that they are counted anew.
 void DropCountCaches();
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);

@@ -29,6 +29,7 @@ namespace {
 
 constexpr int kReadOnly = GDBM_READER | GDBM_NOLOCK | GDBM_CLOEXEC;
 constexpr std::uint64_t kSteps = 5;
+constexpr std::size_t kReadOffset = 4;
 
 // An article that no chain names.
 struct LooseArticle {
@@ -37,9 +38,15 @@ struct LooseArticle {
   std::vector<std::string> groups;
 };
 
+// What lies under a key of the articles file.
+struct StoredKey {
+  const KeptChain* chain = nullptr;  // on which it was seen last
+  bool is_article = false;           // else a count
+  bool is_read = false;
+};
+
 struct Pass {
-  // By what stands before the NUL of a key; the group on whose chain it was seen last.
-  std::unordered_map<std::string, const KeptChain*> articles;
+  std::unordered_map<std::string, StoredKey> articles;  // by what stands before the NUL of a key
   KeptChains chains;
   std::vector<LostArticle> lost;
   std::vector<LooseArticle> loose;
@@ -62,7 +69,13 @@ bool ReadArticleKeys(Pass& pass) {
   constexpr DatabaseIndex kArticles = DatabaseIndex::kArticles;
   GdbmFile& file = DatabaseFile(kArticles);
   for (auto key = file.FirstKey(SizeOf(DatabasePath(kArticles))); key; key = file.NextKey(*key)) {
-    if (key->ends_with('\0')) pass.articles.emplace(key->substr(0, key->size() - 1), nullptr);
+    if (!key->ends_with('\0')) continue;
+    const HeldValue value = file.FetchHeld(*key);
+    if (!value) return false;
+    StoredKey stored;
+    stored.is_article = IsArticleValue(value.view());
+    stored.is_read = stored.is_article && GetU32(value.view(), kReadOffset) != 0;
+    pass.articles.emplace(key->substr(0, key->size() - 1), stored);
   }
   return file.WalkComplete();
 }
@@ -92,8 +105,8 @@ void JudgeChain(Pass& pass, const std::string& group, KeptChain& chain, bool lis
   for (ChainLink& link : chain.links) {
     const auto article = pass.articles.find(link.message_id);
     const bool there = article != pass.articles.end();
-    if (there && article->second != &chain) {
-      article->second = &chain;
+    if (there && article->second.chain != &chain) {
+      article->second.chain = &chain;
       kept.push_back(std::move(link));
       continue;
     }
@@ -144,9 +157,10 @@ std::vector<std::string> GroupsOf(std::string_view head, const std::vector<std::
 
 void JudgeLooseArticles(Pass& pass, ChainsFile chains) {
   const std::vector<std::string> with_gap = ChainWithGap(pass);
-  for (const auto& [id, chain] : pass.articles) {
+  for (const auto& [id, stored] : pass.articles) {
     AsciiArticle article;
-    if (chain != nullptr || !ReadLoose(id, article)) continue;
+    const bool is_loose = stored.is_article && stored.chain == nullptr;
+    if (!is_loose || !ReadLoose(id, article)) continue;
     LooseArticle loose{id, article.articleNumber, GroupsOf(*article.headers, with_gap)};
     if (!loose.groups.empty()) {
       pass.loose.push_back(std::move(loose));
@@ -228,6 +242,25 @@ void RestorePosts(Pass& pass, const std::u16string& copy_path) {
   }
 }
 
+// Those that were cached may be older than the chains.
+void CacheAllCounts(const Pass& pass) {
+  if (!gPrefs) return;
+  for (const std::u16string& group : gPrefs->groups) {
+    const std::string key = GroupKey(group);
+    const auto chain = pass.chains.groups.find(key.substr(0, key.size() - 1));
+    std::uint32_t read = 0;
+    std::uint32_t total = 0;
+    if (chain != pass.chains.groups.end()) {
+      total = static_cast<std::uint32_t>(chain->second.links.size());
+      for (const ChainLink& link : chain->second.links) {
+        const auto article = pass.articles.find(link.message_id);
+        if (article != pass.articles.end() && article->second.is_read) ++read;
+      }
+    }
+    CacheCounts(group, read, total);
+  }
+}
+
 }  // namespace
 
 WholeOutcome MakeStoreWhole(const std::u16string& chains_copy, const std::u16string& posts_copy,
@@ -248,7 +281,7 @@ WholeOutcome MakeStoreWhole(const std::u16string& chains_copy, const std::u16str
   RemoveLeftOvers(pass);
   SetProgressPosition(4);
   RestorePosts(pass, posts_copy);
-  RecountCaches();
+  CacheAllCounts(pass);
   return pass.good ? WholeOutcome::kWhole : WholeOutcome::kNotWhole;
 }
 

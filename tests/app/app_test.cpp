@@ -149,10 +149,25 @@ TEST_F(Program, UnopenableDatabasesOfferDeletionAndNoEndsTheProgram) {
   EXPECT_TRUE(fake_.files.FolderExists(u"\\Quillet CE News\\Quillet articles.gdb"));
 }
 
+TEST_F(Program, DeletionSetsTheFilesAsideAndNoIsTheDefault) {
+  fake_.files.CreateFolder(u"\\Quillet CE News");
+  fake_.files.CreateFolder(u"\\Quillet CE News\\Quillet articles.gdb");
+  fake_.display.Expect(u"Quillet CE was unable to open", port::kIdYes);
+  EXPECT_EQ(RunQuillet(), 0);
+  const auto& boxes = fake_.display.boxes();
+  EXPECT_EQ(boxes.back().text,
+            u"Done. You will need to re-launch Quillet CE to create new databases.");
+  EXPECT_EQ(boxes[boxes.size() - 2].style.default_button, port::kIdNo);
+  EXPECT_FALSE(fake_.files.FolderExists(u"\\Quillet CE News\\Quillet articles.gdb"));
+  EXPECT_TRUE(
+      fake_.files.FolderExists(u"\\Quillet CE News\\Quillet articles.gdb 2024-01-02 120000"));
+}
+
 TEST_F(Program, DeletionThatFailsSaysSoAndEnds) {
   fake_.files.CreateFolder(u"\\Quillet CE News");
   fake_.files.CreateFolder(u"\\Quillet CE News\\Quillet articles.gdb");
   fake_.display.Expect(u"Quillet CE was unable to open", port::kIdYes);
+  fake_.files.FailNth(port::FileCall::kRename, 4);  // after a try to create each of the three
   EXPECT_EQ(RunQuillet(), 0);
   EXPECT_EQ(fake_.display.boxes().back().text,
             u"There was an error deleting one or more of the databases. Your CE device may need to "

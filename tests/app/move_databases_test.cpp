@@ -17,6 +17,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "port/linux/file_descriptor.h"
+#include "store/chains.h"
 #include "store/database_files.h"
 #include "store/databases.h"
 #include "store/records.h"
@@ -147,6 +148,7 @@ TEST_F(Moving, WhatLiesBesideTheDatabasesGoesAlong) {
   StartAndWait();
   AddArticle("<1@a>");
   OnProgramThread([this] {
+    AddArticleToGroup(u"alt.test", "<1@a>");  // one on no chain would not survive the mark
     CloseDatabases();
     for (const FolderFile& file : kFolderFiles) {
       if (!file.always_there) fake_.files.WriteFile(In(kHome, file.name), "beside");

@@ -30,5 +30,14 @@ TEST(BoxButtonsTest, EveryBoxHasItsButtonsAndOneThatEscapeMeans) {
   }
 }
 
+TEST(BoxButtonsTest, EnterMeansTheFirstButtonUnlessTheStyleNamesAnother) {
+  EXPECT_EQ(DefaultButton({BoxButtons::kYesNo}), kIdYes);
+  BoxStyle style{BoxButtons::kYesNo};
+  style.default_button = kIdNo;
+  EXPECT_EQ(DefaultButton(style), kIdNo);
+  style.default_button = kIdOk;  // the box has none
+  EXPECT_EQ(DefaultButton(style), kIdYes);
+}
+
 }  // namespace
 }  // namespace quillet::port
