@@ -47,6 +47,10 @@ class LostRecordTest : public KillTest {
     gdbm_close(file);
   }
 
+  void RemoveCopy() {
+    EXPECT_TRUE(std::filesystem::remove(folder + "/Quillet newsgroups.gdb.copy"));
+  }
+
   void EachIsMadeGood(const std::string& name, std::size_t fewest) {
     const Kept start = UnclosedStore();
     const std::vector<std::string> keys = Keys(name);
@@ -87,13 +91,27 @@ TEST_F(LostRecordTest, OfAChainIsFoundAgainWithoutACopyOfTheFile) {
   const Kept start = UnclosedStore();
   for (const std::string& key : Keys(kNewsgroupsFile)) {
     PutBack(start);
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-      if (entry.path().filename() == "Quillet newsgroups.gdb.copy")
-        std::filesystem::remove(entry.path());
-    }
+    RemoveCopy();
     TakeOut(kNewsgroupsFile, key);
     OpenAndLook("no copy, without " + ::testing::PrintToString(key));
     if (HasFailure()) return;
+  }
+}
+
+TEST_F(LostRecordTest, OfTwoChainsWithoutHeadsOrCopyPutsTheArticlesOnTheList) {
+  expected = ExpectedStore(false);
+  const Kept start = UnclosedStore();
+  const std::vector<std::string> keys = Keys(kNewsgroupsFile);
+  for (std::size_t i = 0; i < keys.size() && !HasFailure(); ++i) {
+    for (const std::size_t step : {1, 4}) {
+      const std::string& other = keys[(i + step) % keys.size()];
+      PutBack(start);
+      RemoveCopy();
+      TakeOut(kNewsgroupsFile, keys[i]);
+      TakeOut(kNewsgroupsFile, other);
+      OpenAndLook("no copy, without " + ::testing::PrintToString(keys[i]) + " and " +
+                  ::testing::PrintToString(other));
+    }
   }
 }
 
