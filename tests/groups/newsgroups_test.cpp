@@ -4,11 +4,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <new>
+
 #include "base/app_messages.h"
 #include "base/prefs_damage.h"
 #include "base/prefs_registry.h"
 #include "groups/group_list.h"
 #include "port/fake/fake_platform.h"
+#include "res/resource.h"
 #include "store/counts.h"
 #include "tests/support/failing_new.h"
 #include "thread/reading.h"
@@ -256,6 +260,33 @@ TEST_F(Newsgroups, RemovingOutOfMemoryNamesTheAddingFunctionAndKeepsTheGroups) {
     EXPECT_EQ(gReadInfo.size(), 2U);
     EXPECT_EQ(gReading.group, GroupAt(0));
   }
+}
+
+// Going on with the next one would leave a gap that nobody asked for.
+TEST_F(Newsgroups, AGroupThatCannotBeRemovedEndsTheCommand) {
+  const std::vector<std::u16string> all = {u"a.group.with.a.long.name", u"another.group.with.one",
+                                           u"the.last.group.of.the.list"};
+  gPrefs->skipverifications = 1;
+  int stopped = 0;
+  for (int n = 1; n < 300; ++n) {
+    while (gPrefs->numgroups != 0) RemoveGroup(*gPrefs, GroupAt(0));
+    SetGroups(all);
+    for (const auto& info : gReadInfo) *info = {info->groupName, 0, 0};
+    SetAllChecked(*gPrefs, true);
+    fake.display.ForgetBoxes();
+    testing::FailNthNew(n);
+    try {
+      HandleGroupCommand(kCommandRemoveGroups);
+    } catch (const std::bad_alloc&) {
+    }
+    testing::FailNthNew(0);
+    const std::vector<std::u16string>& left = gPrefs->groups;
+    ASSERT_TRUE(std::equal(left.rbegin(), left.rend(), all.rbegin())) << n;
+    for (const std::u16string& text : BoxTexts()) {
+      if (text.ends_with(u"occurred in AddNewsgroupToPrefs.")) ++stopped;
+    }
+  }
+  EXPECT_GE(stopped, 3);
 }
 
 // --- Judging names -------------------------------------------------------------------------------
