@@ -93,7 +93,7 @@ Step MoveOn(DownloadRun& run, GroupWalk& walk) {
 // Remembers the article reached before anything of it is fetched.
 void ReachArticle(DownloadRun& run, GroupWalk& walk) {
   const std::uint32_t number = GetNumericField(gConnection.reply, 1);
-  NoteSaved(run, run.under_way.Add(*run.key, walk.server, gPrefs->groups[walk.group]));
+  NoteSaved(run, run.under_way.Add(walk.server, gPrefs->groups[walk.group]));
   if (number > walk.progress.on_server) {
     walk.progress.on_server = number;
     SaveOnServer(run);
@@ -195,7 +195,7 @@ RunEnd DownloadNews() {
     ReportCriticalError(u"unable to create registry key", u"DownloadNews");
     return RunEnd::kStoreFailed;
   }
-  run.under_way.Read(*run.key);
+  run.under_way.Read();
   // However the download ends, articles may have come.
   NoteChange(Change::kStore);
   const BulkStore bulk;
@@ -206,7 +206,7 @@ RunEnd DownloadNews() {
     if (Ended(run.end)) break;
     DownloadGroup(run, group);
   }
-  NoteSaved(run, run.under_way.End(*run.key));
+  NoteSaved(run, run.under_way.End());
   return run.end;
 }
 

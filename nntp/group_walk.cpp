@@ -64,7 +64,7 @@ void TakeServerNumbers(DownloadRun& run, const GroupWalk& walk) {
   UpdateServerNumbers(walk);
   NoteSaved(run, downloaded != before ? WriteProgressNumbers(*run.key, *gPrefs)
                                       : WriteLastOnServer(*run.key, *gPrefs));
-  if (try_last_again) NoteSaved(run, run.under_way.NoteTried(*run.key, walk.server, group));
+  if (try_last_again) NoteSaved(run, run.under_way.NoteTried(walk.server, group));
 }
 
 }  // namespace

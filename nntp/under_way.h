@@ -4,6 +4,7 @@
 // of servers and groups may change in between. Program thread only.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,19 +13,23 @@
 
 namespace quillet {
 
+// Beside the settings, which stay what they are.
+inline constexpr std::u16string_view kUnderWayPath =
+    u"Software\\Brindle\\Quillet\\Extensions\\Download";
+
 class GroupsUnderWay {
  public:
   // What an earlier run left behind.
-  void Read(port::RegistryKey& key);
+  void Read();
   // Whether the group's last number is to be tried once more.
   bool LeftBehind(std::u16string_view server, std::u16string_view group) const;
   // It is being tried, and needs no more. False when that could not be written.
-  bool NoteTried(port::RegistryKey& key, std::u16string_view server, std::u16string_view group);
+  bool NoteTried(std::u16string_view server, std::u16string_view group);
   // The group is going to be moved forward; written the first time. False when that failed.
-  bool Add(port::RegistryKey& key, std::u16string_view server, std::u16string_view group);
+  bool Add(std::u16string_view server, std::u16string_view group);
   // The run is at its end, and nothing is under way: only groups that were left behind and not
   // visited stay in the registry. False when that could not be written.
-  bool End(port::RegistryKey& key);
+  bool End();
 
  private:
   // Server and group.
@@ -34,8 +39,9 @@ class GroupsUnderWay {
     bool operator==(const Name&) const = default;
   };
 
-  bool Write(port::RegistryKey& key) const;
+  bool Write();
 
+  std::unique_ptr<port::RegistryKey> key_;  // null until it exists
   std::vector<Name> left_behind_;
   std::vector<Name> moved_;
 };

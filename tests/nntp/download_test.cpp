@@ -1115,7 +1115,7 @@ TEST_F(KilledTest, RunThatIsCutOffIsNotAKill) {
 TEST_F(KilledTest, ValueThatIsNoListOfPairsIsTakenAsFarAsItGoes) {
   gPrefs->lastdownloaded = {2, 5};
   gPrefs->lastonserver = {2, 5};
-  const auto key = fake.registry.Create(kRegistryPath);
+  const auto key = fake.registry.Create(kUnderWayPath);
   const std::vector<std::u16string> odd = {u"news.example.org", u"comp.lang.misc", u"x"};
   key->Set(u"groupsunderway", port::RegistryType::kMultiString, CreateMultiString(odd));
   ChooseGroups({0, 1});
