@@ -50,9 +50,9 @@ std::u16string ListPath() {
 }
 
 Deletions& List() {
-  std::u16string path = ListPath();
-  if (gDeletions.path == path) return gDeletions;
-  gDeletions = {std::move(path), {}, false};
+  // An opening of other files has released it.
+  if (!gDeletions.path.empty()) return gDeletions;
+  gDeletions = {ListPath(), {}, false};
   const auto text = gPlatform->files.ReadFile(gDeletions.path, kLongestFile);
   for (LostArticle& article : ParseLostArticles(text.value_or(""))) {
     gDeletions.ids.insert(std::move(article.message_id));

@@ -16,7 +16,7 @@ constexpr std::uint64_t kReserve = 256 * 1024;
 constexpr std::uint64_t kPercent = 100;
 constexpr std::uint64_t kBlock = 4096;
 // Other programs write to the volume, too.
-constexpr int kStoresBetweenLooks = 16;
+constexpr int kStoresBetweenLooks = 64;
 
 int gStoresLeft = 0;
 std::uint64_t gBlocksLeft = 0;
