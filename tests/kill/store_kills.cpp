@@ -249,6 +249,10 @@ int RunAll(const Options& options) {
   for (std::uint32_t number = 0; totals.kills < options.kills && totals.wrong < 20; ++number) {
     Profile profile(options, options.seed + number, totals);
     profile.Run(std::min(kKillsOfAProfile, options.kills - totals.kills));
+    if (number % 10 == 9) {
+      std::printf("%d kills so far\n", totals.kills);
+      std::fflush(stdout);
+    }
   }
   std::printf(
       "%d kills, %d of them while opening; %d articles lost and fetched again, %d late "
