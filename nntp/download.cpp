@@ -7,7 +7,6 @@
 // there. The server's last number is written along: a number beyond it would be taken for wrong.
 #include "nntp/download.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <utility>
 
