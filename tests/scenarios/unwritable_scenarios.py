@@ -1,4 +1,4 @@
-"""Volumes that are full or read-only at a start: what is told, and what is there afterwards."""
+"""Volumes that are full or read-only: what is told, and what is there afterwards."""
 
 import errno
 
@@ -9,6 +9,8 @@ NO_ACCESS = ('Quillet CE may not write its databases in the folder "\\Quillet CE
              "permissions of the folder and its files and start Quillet CE again.")
 NO_ROOM = ("There is not enough free space to open the Quillet CE databases. Please free some space "
            "and start Quillet CE again.")
+TOO_FULL = ("Store too full to continue. Adjust preferences or delete articles to download more "
+            "news.\r\n")
 MEGABYTE = 1 << 20
 
 
@@ -53,6 +55,17 @@ class UnwritableVolume(Scenario):
         return {path.name: path.read_bytes() for path in self.news_folder.iterdir()
                 if path.is_file()}
 
+    def start_server(self, megabytes):
+        """Articles of several sizes, twice as much as the volume holds."""
+        count = 400
+        mean = 2 * megabytes * MEGABYTE // count
+        line = "x" * 70 + "\r\n"
+        self.bodies = {n: line * (mean * (1 + n % 7) // 4 // len(line)) for n in range(1, count + 1)}
+        server = NewsServer({"a.one": {n: article(n, "a.one", body=body)
+                                       for n, body in self.bodies.items()}})
+        self.addCleanup(server.close)
+        return server
+
     def body_of(self, message_id):
         return self.bodies[int(message_id[2:-len("@example.org>")])]
 
@@ -66,6 +79,30 @@ class UnwritableVolume(Scenario):
             self.assertTrue(stored["body"] + "\r\n" == self.body_of(message_id), message_id)
         self.assertEqual(q.groups(), [("a.one", "checked", "%d/%d" % (len(ids), len(ids)))])
         return ids
+
+    @for_each(*((kind, size) for kind in ("tmpfs", "ext4") for size in (8, 40)))
+    def test_a_store_that_refuses_for_lack_of_room_stops_the_download(self, kind, megabytes):
+        self.use_volume(kind, megabytes)
+        server = self.start_server(megabytes)
+        with self.run_with(servers=[server.address], groups=["a.one"],
+                           values={"maxarticles": 5000, "maxarticlesize": 4000,
+                                   "maxstore": 100}) as q:
+            q.connect()
+            before = self.stored(q)
+        self.assert_fine(q)
+        self.assertEqual(q.boxes(), [("Error log", TOO_FULL, "ok")])
+        # Half of the volume at least: it did not stop at the first article.
+        size = sum(len(self.body_of(message_id)) for message_id in before)
+        self.assertGreater(size, megabytes * MEGABYTE // 2)
+        fill(self.profile / "filling")
+        with self.run_quillet() as q:
+            self.assertEqual(self.stored(q), before)
+        self.assert_fine(q)
+        (self.profile / "filling").unlink()
+        with self.run_quillet() as q:
+            self.assertEqual(self.stored(q), before)
+        self.assert_fine(q)
+        self.assert_silent(q)
 
     def fill_store(self, count, **values):
         """A store with that many articles."""
