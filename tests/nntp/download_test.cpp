@@ -896,6 +896,21 @@ TEST_F(PutBackTest, CancelAndTheEndOfTheSession) {
   }
 }
 
+TEST_F(PutBackTest, CancelWhileTheReplyIsWaitedForIsNoLoss) {
+  for (const bool body : {false, true}) {
+    gPrefs->lastonserver[0] = 4;
+    Connected();
+    StandsAtFive();
+    if (body) FetchesHead(5, "<a@x>");
+    Client(body ? "BODY\r\n" : "HEAD\r\n");
+    fake.sockets.Then([] { RequestAbort(); });
+    fake.sockets.Stalls();
+    ExpectPutBack(RunEnd::kCancelled);
+    EXPECT_EQ(ErrorLog(), u"");
+    ReleaseConnection();
+  }
+}
+
 TEST_F(PutBackTest, LostConnection) {
   for (const bool body : {false, true}) {
     for (const bool status_came : {false, true}) {
@@ -1617,9 +1632,12 @@ TEST_F(SpaceTest, VolumeIsAskedAgainEveryFiftyArticles) {
   EXPECT_EQ(SavedProgress(), (Numbers{50, 0}));
 }
 
-TEST_F(SpaceTest, VolumeThatStaysAsItIsStopsNothing) {
+TEST_F(SpaceTest, VolumeThatStaysAsItIsStopsNothingAndIsAskedNowAndThen) {
   fake.files.SetFreeSpace({50'000'000, 100'000'000});
+  const int before = fake.files.calls(port::FileCall::kFreeSpace);
   Download(120);
+  // At the start, twice after fifty, and by the store where it would grow in steps.
+  EXPECT_LT(fake.files.calls(port::FileCall::kFreeSpace), before + 20);
   EXPECT_EQ(gReadInfo[0]->totalCount, 120U);
   EXPECT_EQ(ErrorLog(), u"");
 }
