@@ -26,6 +26,7 @@
 #include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "nntp/error_log.h"
+#include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/shell.h"
@@ -42,6 +43,10 @@ namespace quillet {
 namespace {
 
 constexpr int kMenuBarHeight = 26;
+
+std::u16string ProgramName() {
+  return FormatWide(u"Quillet CE %s", kVersionText);
+}
 
 // The key of an accelerator, until it is released: that release is no key of the article view.
 std::uint32_t gAcceleratorKey = 0;
@@ -133,7 +138,12 @@ void PreferencesCommand() {
   OpenPreferences(PreferencesPage::kFirst);
 }
 void AboutCommand() {
-  RunModalDialog(kDialogAbout, nullptr, EndOnOkOrCancel);
+  RunModalDialog(
+      kDialogAbout,
+      [](port::WindowHandle dialog) {
+        gPlatform->dialogs.Write(dialog, kControlAboutProgram, port::Text{ProgramName()});
+      },
+      EndOnOkOrCancel);
 }
 void LaterCommand() {}
 
@@ -281,8 +291,8 @@ void MainWindowProcedure(const port::Message& message) {
 bool CreateQuilletWindow() {
   const port::Size area = gPlatform->windows.WorkArea();
   const port::Size inside{area.width, area.height - kMenuBarHeight};
-  const port::WindowHandle window = gPlatform->windows.CreateMainWindow(
-      {u"Quillet CE", FormatWide(u"Quillet CE %s", kVersionText), kIconMain, inside});
+  const port::WindowHandle window =
+      gPlatform->windows.CreateMainWindow({u"Quillet CE", ProgramName(), kIconMain, inside});
   if (window == 0) return false;
   KeepInsideSize(inside);
   SetProcedure(window, MainWindowProcedure);

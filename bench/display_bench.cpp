@@ -46,7 +46,7 @@ class Bench {
   Bench(QtDevice& device, int rounds) : device_(device), rounds_(rounds) {}
 
   bool Run() {
-    device_.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {1280, 800}});
+    device_.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE", 103, {1280, 800}});
     device_.windows().ShowMainWindow();
     device_.windows().CreateTabs(port::TabPlacement::kBottom);
     device_.windows().SelectTab(port::kThreadTab);

@@ -118,7 +118,7 @@ void MeasureCancel(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
 int Trial(quillet::qt::QtDevice& device, PaintWatcher& watcher) {
   std::printf("%-44s %10s %10s %8s\n", "microseconds", "median", "p99", "samples");
   quillet::gMainWindow =
-      device.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE 1.14r3", 103, {640, 480}});
+      device.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE", 103, {640, 480}});
   device.windows().ShowMainWindow();
   device.windows().CreateTabs(quillet::port::TabPlacement::kBottom);
   MeasureCalls(device);

@@ -107,13 +107,26 @@ void DrawIcons(const QWidget& form) {
   }
 }
 
+// What the desktop draws in the frame beside the caption, in heights of its text: buttons, an icon.
+constexpr int kCaptionButtons = 8;
+
+// So that the whole caption can be seen: the desktop draws it bold, and cuts it to the window.
+int CaptionWidth(const QDialog& dialog) {
+  if (dialog.windowFlags().testFlag(Qt::FramelessWindowHint)) return 0;
+  QFont bold = dialog.font();
+  bold.setBold(true);
+  const QFontMetrics caption(bold);
+  return caption.horizontalAdvance(dialog.windowTitle()) + kCaptionButtons * caption.height();
+}
+
 // `columns` (dynamic property of the form) is the least width in average characters, as far as the
 // screen has it.
 void LimitToScreen(QDialog& dialog, DialogKind kind) {
   const QSize screen = WorkAreaOf(&dialog).size();
   if (screen.isEmpty()) return;
   const int columns = dialog.property("columns").toInt();
-  const int wanted = columns * dialog.fontMetrics().averageCharWidth();
+  const int wanted =
+      std::max(columns * dialog.fontMetrics().averageCharWidth(), CaptionWidth(dialog));
   dialog.setMinimumWidth(std::min(wanted, screen.width()));
   if (kind != DialogKind::kWindow) dialog.setMaximumSize(screen);
 }

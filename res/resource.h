@@ -26,6 +26,7 @@ constexpr std::uint32_t kControlProgressDetail = 1022;
 
 // About box.
 constexpr std::uint32_t kDialogAbout = 121;
+constexpr std::uint32_t kControlAboutProgram = 1021;  // its name and version
 
 // "Subscribe to newsgroup".
 constexpr std::uint32_t kDialogNewGroup = 122;

@@ -1,4 +1,4 @@
-// The version that users see. The about box's form has it too, and a test holds them together.
+// The version that users see, for every place that shows it.
 #pragma once
 
 #include <string_view>

@@ -8,6 +8,7 @@
 
 #include "qt/forms.h"
 #include "res/dialog_templates.h"
+#include "res/resource.h"
 #include "tests/qt/display_fixture.h"
 
 namespace quillet::qt {
@@ -83,10 +84,15 @@ TEST_F(DialogTest, AboutBoxShowsIconAndProgramName) {
     bool name = false;
     for (const QLabel* label : WidgetOf(dialog).findChildren<QLabel*>()) {
       icon = icon || !label->pixmap().isNull();
-      name = name || label->text().contains(QStringLiteral("Quillet CE"));
+      name = name || label->property("controlId").toUInt() == kControlAboutProgram;
     }
     EXPECT_TRUE(icon);
     EXPECT_TRUE(name);
+    QFont bold = WidgetOf(dialog).font();
+    bold.setBold(true);
+    // The caption with its cut-off mark would begin where no button of the frame fits any more.
+    EXPECT_GE(WidgetOf(dialog).minimumWidth(),
+              QFontMetrics(bold).horizontalAdvance(WidgetOf(dialog).windowTitle()) + 100);
     EXPECT_EQ(Control<QPushButton>(dialog, 1).text(), QStringLiteral("OK"));
   });
 }

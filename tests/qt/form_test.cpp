@@ -176,6 +176,7 @@ TEST_F(FormTest, OnlyTheUsersChoicesAreTold) {
   const WindowHandle dialog = Shown(125);
   dialogs().Write(dialog, 1010, port::Choices{kAuthorRules});
   dialogs().Write(dialog, 1010, port::Choice{1});
+  EXPECT_EQ(dialogs().Read(dialog, 1010).choice, 1);  // shown by now: the key goes on from there
   EXPECT_TRUE(TakeCommands().empty());
   OnDisplay([&] { Control<QComboBox>(dialog, 1010).setFocus(); });
   Key(Qt::Key_Down);
