@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <utility>
 
+#include "qt/activation.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -19,7 +20,7 @@ class QtWindows final : public port::Windows {
   port::WindowHandle CreateMainWindow(const port::MainWindowTraits& traits) override;
   void ShowMainWindow() override;
   // Does not wait for the display.
-  void Raise() override;
+  void Raise(const std::string& token) override;
   void DestroyMainWindow() override;
   void CreateTabs(port::TabPlacement placement) override;
   int SelectedTab() override;
@@ -96,12 +97,10 @@ void QtWindows::ShowMainWindow() {
   WithMain([](MainWindow& main) { main.ShowFirst(); });
 }
 
-void QtWindows::Raise() {
-  display_.jobs.Post([this] {
+void QtWindows::Raise(const std::string& token) {
+  display_.jobs.Post([this, token] {
     if (!display_.main) return;
-    if (display_.main->isMinimized()) display_.main->showNormal();
-    display_.main->raise();
-    display_.main->activateWindow();
+    ComeForward(*display_.main, token);
   });
 }
 

@@ -27,7 +27,8 @@ struct ShownMainWindow {
   MainWindowTraits traits;
   bool shown = false;
   bool busy = false;
-  int raised = 0;  // times
+  int raised = 0;                // times
+  std::string activation_token;  // of the last one
   bool has_tabs = false;
   TabPlacement placement = TabPlacement::kBottom;
   int tab = kGroupTab;

@@ -55,12 +55,13 @@ void FakeWindows::ShowMainWindow() {
   screen_.observer().OnWindowShown();
 }
 
-void FakeWindows::Raise() {
+void FakeWindows::Raise(const std::string& token) {
   {
     const auto lock = screen_.Locked();
     if (screen_.window.handle == 0) return;
     screen_.window.shown = true;
     ++screen_.window.raised;
+    screen_.window.activation_token = token;
     screen_.Changed();
   }
   screen_.observer().OnWindowRaised();

@@ -45,7 +45,7 @@ class FakeWindows : public Windows {
   Size WorkArea() override;
   WindowHandle CreateMainWindow(const MainWindowTraits& traits) override;
   void ShowMainWindow() override;
-  void Raise() override;
+  void Raise(const std::string& token) override;
   void DestroyMainWindow() override;
   void CreateTabs(TabPlacement placement) override;
   int SelectedTab() override;

@@ -15,7 +15,7 @@
 namespace quillet::port {
 namespace {
 
-constexpr std::size_t kLineLimit = 64;
+constexpr std::size_t kLineLimit = 512;
 constexpr int kBacklog = 8;
 
 FileDescriptor NewSocket() {

@@ -26,7 +26,7 @@ Platform& LinuxServices::Attach(const DisplayServices& display) {
   Detach();
   platform_.emplace(Platform{display, queues, registry, sockets, libraries, files, clock, shell,
                              scheduler, dialler});
-  shell.SetRaise([&windows = display.windows] { windows.Raise(); });
+  shell.SetRaise([&windows = display.windows](const std::string& token) { windows.Raise(token); });
   gPlatform = &*platform_;
   return *platform_;
 }

@@ -9,10 +9,14 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "port/linux/child_process.h"
 #include "port/linux/instance_socket.h"
@@ -32,6 +36,7 @@ constexpr auto kForwardLimit = 1500ms;
 constexpr auto kRetryAfter = 50ms;
 constexpr int kRequestLimitMs = 500;
 constexpr std::size_t kPathLimit = 4096;
+constexpr std::size_t kTokenLimit = 400;  // bytes; a line of the socket holds more
 
 FileDescriptor OpenLockFile(const Profile& profile) {
   if (!MakeFolders(profile.config_folder)) return {};
@@ -74,10 +79,57 @@ bool SendRequest(const std::string& path, std::string_view request, int limit_ms
   return ReceiveLine(owner.get(), limit_ms) == kAnswer;
 }
 
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+int MillisecondsUntil(SteadyTime end) {
+  const auto left = end - std::chrono::steady_clock::now();
+  return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(left).count());
+}
+
+// Each in turn until one is answered.
+bool SendAny(const std::string& path, const std::vector<std::string>& requests, SteadyTime end) {
+  return std::any_of(requests.begin(), requests.end(), [&](const std::string& request) {
+    const int limit_ms = MillisecondsUntil(end);
+    return limit_ms > 0 && SendRequest(path, request, limit_ms);
+  });
+}
+
+bool HasControlCharacter(std::string_view text) {
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) return true;
+  }
+  return false;
+}
+
+// What the desktop gave this start with, when it fits into a line of the socket.
+std::string ActivationToken() {
+  for (const char* name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+    const char* value = std::getenv(name);
+    const std::string_view token = value != nullptr ? value : "";
+    if (!token.empty() && token.size() <= kTokenLimit && !HasControlCharacter(token)) {
+      return std::string(token);
+    }
+  }
+  return {};
+}
+
+// The token behind "raise" and a blank; nothing when the request is another one.
+std::optional<std::string> TokenOf(const std::string& request) {
+  if (request == kRaise) return std::string();
+  if (!request.starts_with(kRaise) || request[kRaise.size()] != ' ') return std::nullopt;
+  std::string token = request.substr(kRaise.size() + 1);
+  if (HasControlCharacter(token)) return std::nullopt;
+  return token;
+}
+
 }  // namespace
 
 LinuxShell::LinuxShell(Profile profile, std::u16string command_line, MessageQueue& messages)
-    : profile_(std::move(profile)), command_line_(std::move(command_line)), messages_(messages) {}
+    : profile_(std::move(profile)),
+      command_line_(std::move(command_line)),
+      activation_token_(ActivationToken()),
+      messages_(messages) {}
 
 LinuxShell::~LinuxShell() {
   if (!listening_.joinable()) return;
@@ -88,7 +140,7 @@ LinuxShell::~LinuxShell() {
   if (!path.empty()) unlink(path.c_str());
 }
 
-void LinuxShell::SetRaise(std::function<void()> raise) {
+void LinuxShell::SetRaise(std::function<void(const std::string& token)> raise) {
   const std::lock_guard lock(raise_mutex_);
   raise_ = std::move(raise);
 }
@@ -96,7 +148,11 @@ void LinuxShell::SetRaise(std::function<void()> raise) {
 bool LinuxShell::ForwardToOtherInstance(bool scheduled_download) {
   FileDescriptor file = OpenLockFile(profile_);
   if (!file.valid()) return false;
-  const std::string_view request = scheduled_download ? kRaiseAndDownload : kRaise;
+  std::vector<std::string> requests{std::string(scheduled_download ? kRaiseAndDownload : kRaise)};
+  // First with the token. An owner of an earlier version hangs up on that one.
+  if (!scheduled_download && !activation_token_.empty()) {
+    requests.insert(requests.begin(), std::string(kRaise) + " " + activation_token_);
+  }
   const auto end = std::chrono::steady_clock::now() + kForwardLimit;
   // The owner may be about to listen, or about to end: both are tried until one holds.
   for (;;) {
@@ -107,11 +163,9 @@ bool LinuxShell::ForwardToOtherInstance(bool scheduled_download) {
       Listen();
       return false;
     }
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        end - std::chrono::steady_clock::now());
-    if (left.count() <= 0) return true;
+    if (MillisecondsUntil(end) <= 0) return true;
     const std::string path = ReadSocketPath(file.get());
-    if (!path.empty() && SendRequest(path, request, static_cast<int>(left.count()))) return true;
+    if (!path.empty() && SendAny(path, requests, end)) return true;
     std::this_thread::sleep_for(kRetryAfter);
   }
 }
@@ -139,28 +193,32 @@ void LinuxShell::Serve() {
 
 void LinuxShell::Answer(int client) {
   const std::string request = ReceiveLine(client, kRequestLimitMs);
-  if (request != kRaise && request != kRaiseAndDownload) return;
+  const std::optional<std::string> token = TokenOf(request);
+  if (!token && request != kRaiseAndDownload) return;
   SendLine(client, kAnswer);
   {
     const std::lock_guard lock(mutex_);
     raise_wanted_ = true;
+    raise_token_ = token.value_or(std::string());
     if (request == kRaiseAndDownload) ++downloads_wanted_;
   }
   Deliver();
 }
 
-void LinuxShell::Raise() {
+void LinuxShell::Raise(const std::string& token) {
   const std::lock_guard lock(raise_mutex_);
-  if (raise_) raise_();
+  if (raise_) raise_(token);
 }
 
 // Hands waiting requests over when there is a window for them.
 void LinuxShell::Deliver() {
   bool raise = false;
+  std::string token;
   {
     const std::lock_guard lock(mutex_);
     if (window_ == 0) return;
     raise = std::exchange(raise_wanted_, false);
+    token = std::exchange(raise_token_, {});
     for (; downloads_wanted_ > 0; --downloads_wanted_) {
       messages_.Post({window_, MessageKind::kUser, scheduled_message_, 0, {}});
     }
@@ -168,7 +226,7 @@ void LinuxShell::Deliver() {
       messages_.Post({window_, MessageKind::kEndSession, 0, 0, {}});
     }
   }
-  if (raise) Raise();
+  if (raise) Raise(token);
 }
 
 void LinuxShell::SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) {

@@ -2,7 +2,10 @@
 //
 // The owner of a profile holds a lock on "instance.lock" in its configuration folder; the lock goes
 // with the process. It listens on the socket whose path stands in the lock file; a later instance
-// sends it one line, "raise" or "raise+download", and waits a moment for its "ok".
+// sends it one line, "raise" or "raise+download", and waits a moment for its "ok". Behind "raise"
+// and a blank may stand the desktop's token for the start of the later instance
+// (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID): without it a desktop that guards the focus leaves
+// the window where it is.
 #pragma once
 
 #include <functional>
@@ -24,9 +27,10 @@ class LinuxShell final : public Shell {
   LinuxShell(Profile profile, std::u16string command_line, MessageQueue& messages);
   ~LinuxShell() override;
 
-  // How a window is raised; called on the shell's own thread. An empty function: not at all, and
-  // no call is under way any more when this returns. Any thread.
-  void SetRaise(std::function<void()> raise);
+  // How a window is raised, with the token or without one (empty); called on the shell's own
+  // thread. An empty function: not at all, and no call is under way any more when this returns. Any
+  // thread.
+  void SetRaise(std::function<void(const std::string& token)> raise);
 
   std::u16string CommandLine() override { return command_line_; }
   // Takes two seconds at most, also when the owner does not answer. False also when no lock can be
@@ -47,20 +51,23 @@ class LinuxShell final : public Shell {
   void Listen();
   void Serve();
   void Answer(int client);
-  void Raise();
+  void Raise(const std::string& token);
   void Deliver();
 
   const Profile profile_;
   const std::u16string command_line_;
+  // Of this start; read before any toolkit takes it out of the environment.
+  const std::string activation_token_;
   MessageQueue& messages_;
 
   std::mutex raise_mutex_;  // held while a window is raised
-  std::function<void()> raise_;
+  std::function<void(const std::string& token)> raise_;
 
   std::mutex mutex_;  // guards the requests and the window
   WindowHandle window_ = 0;
   std::uint32_t scheduled_message_ = 0;
   bool raise_wanted_ = false;
+  std::string raise_token_;
   bool end_wanted_ = false;
   int downloads_wanted_ = 0;
 

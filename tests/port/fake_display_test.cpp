@@ -289,7 +289,7 @@ TEST_F(Display, AHiddenMainWindowTakesNoInput) {
   EXPECT_FALSE(display.SendCommand(kCommandConnect));
   EXPECT_FALSE(display.PressKey(kKeyEscape));
   EXPECT_FALSE(display.UserSelectTab(1));
-  display.Raise();
+  display.Raise("");
   EXPECT_EQ(display.Focus(), window);
   EXPECT_EQ(display.main_window().raised, 1);
 }
@@ -300,7 +300,7 @@ TEST_F(Display, OtherThreadsMayNotUseTheWindow) {
   EXPECT_EQ(failures,
             std::vector<std::string>{"display: SetStatusText called off the program thread"});
   std::thread([&] {
-    display.Raise();
+    display.Raise("");
     display.InjectKeyUp(kKeyF24);
   }).join();
   EXPECT_EQ(failures.size(), 1U);
@@ -747,7 +747,7 @@ TEST_F(Display, EveryChangeIsSeenByTheObserver) {
   display.UserSelectTab(1);
   display.SelectTab(0);
   display.SetStatusText(u"");
-  display.Raise();
+  display.Raise("");
   const WindowHandle dialog = ShowDialog(kDialogProgress, window);
   display.Write(dialog, 1020, Text{u"x"});
   display.Write(dialog, 2, Visible{false});

@@ -1,6 +1,7 @@
 #include "port/linux/linux_shell.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -8,6 +9,8 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include "port/common/thread_queues.h"
@@ -27,7 +30,10 @@ constexpr std::uint32_t kScheduled = 2;
 struct Instance {
   explicit Instance(const std::string& folder, std::u16string command_line = {})
       : shell(LocateProfile(folder), std::move(command_line), queues) {
-    shell.SetRaise([this] { ++raised; });
+    shell.SetRaise([this](const std::string& token) {
+      raised_with = token;
+      ++raised;
+    });
   }
   // The next message of this thread's window; kNone when none comes soon.
   MessageKind Next() {
@@ -47,6 +53,7 @@ struct Instance {
   ThreadQueues queues{clock};
   const WindowHandle window = queues.AddWindow();
   std::atomic<int> raised{0};
+  std::string raised_with;  // the token; looked at once `raised` has told of it
   LinuxShell shell;
 };
 
@@ -89,6 +96,67 @@ TEST_F(LinuxShellTest, SecondInstanceRaisesTheFirstAndNothingElse) {
   EXPECT_TRUE(Eventually([&] { return first.raised == 1; }));
   EXPECT_EQ(first.Next(), MessageKind::kNone);
   EXPECT_EQ(second.raised, 0);
+}
+
+// A start by the desktop, whose token stands in the environment.
+class Token {
+ public:
+  Token(const char* name, const std::string& token) : name_(name) {
+    setenv(name, token.c_str(), 1);
+  }
+  Token(const Token&) = delete;
+  Token& operator=(const Token&) = delete;
+  ~Token() { unsetenv(name_); }
+
+ private:
+  const char* name_;
+};
+
+TEST_F(LinuxShellTest, TokenOfTheDesktopIsHandedOver) {
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, kScheduled);
+  struct Case {
+    const char* name;
+    std::string token;
+    std::string handed_over;
+  };
+  int times = 0;
+  for (const Case& c : {Case{"XDG_ACTIVATION_TOKEN", "a1-b2", "a1-b2"},
+                        Case{"DESKTOP_STARTUP_ID", "host-7 x_TIME4711", "host-7 x_TIME4711"},
+                        Case{"XDG_ACTIVATION_TOKEN", "two\nlines", ""},
+                        Case{"XDG_ACTIVATION_TOKEN", std::string(10000, 'x'), ""}}) {
+    const Token token(c.name, c.token);
+    Instance second(profile_);
+    EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+    EXPECT_TRUE(Eventually([&] { return first.raised == times + 1; }));
+    EXPECT_EQ(first.raised_with, c.handed_over);
+    ++times;
+  }
+}
+
+// An owner of an earlier version knows no tokens, and hangs up.
+TEST_F(LinuxShellTest, OwnerThatKnowsNoTokenIsAskedWithoutOne) {
+  Instance owner(profile_);
+  owner.shell.ForwardToOtherInstance(false);  // holds the lock
+  const std::string path = profile_ + "/instance.sock";
+  const FileDescriptor listener = ListenAt(path);
+  ASSERT_TRUE(listener.valid());
+  std::vector<std::string> heard;
+  std::thread earlier([&] {
+    while (heard.size() < 2) {
+      pollfd waiting{listener.get(), POLLIN, 0};
+      if (poll(&waiting, 1, 5000) != 1) return;
+      const FileDescriptor client = AcceptFrom(listener.get());
+      heard.push_back(ReceiveLine(client.get(), 500));
+      if (heard.back() == "raise") SendLine(client.get(), "ok");
+    }
+  });
+  const Token token("XDG_ACTIVATION_TOKEN", "a1");
+  Instance second(profile_);
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+  earlier.join();
+  EXPECT_EQ(heard, (std::vector<std::string>{"raise a1", "raise"}));
 }
 
 TEST_F(LinuxShellTest, ScheduledSecondInstanceHandsTheDownloadOver) {
@@ -177,7 +245,7 @@ TEST_F(LinuxShellTest, HungOwnerHoldsNobodyUpForLong) {
 TEST_F(LinuxShellTest, BusyOwnerIsNotWaitedFor) {
   Instance first(profile_);
   std::atomic<bool> go_on{false};
-  first.shell.SetRaise([&] {
+  first.shell.SetRaise([&](const std::string&) {
     while (!go_on) std::this_thread::sleep_for(1ms);
   });
   first.shell.ForwardToOtherInstance(false);
@@ -308,7 +376,7 @@ TEST_F(LinuxShellTest, DownloadDueInThisProgramGoesToTheWindow) {
 TEST_F(LinuxShellTest, NoRaiseIsUnderWayWhenItWasTakenBack) {
   Instance first(profile_);
   std::atomic<int> inside{0};
-  first.shell.SetRaise([&] {
+  first.shell.SetRaise([&](const std::string&) {
     ++inside;
     std::this_thread::sleep_for(50ms);
     --inside;

@@ -108,7 +108,7 @@ TEST_F(WindowTest, DestroyIsIdempotentAndTakesTheDialogsAlong) {
   EXPECT_EQ(windows().SelectedTab(), 0);
   windows().SetStatusText(u"x");
   windows().InjectKeyUp(0x87);
-  windows().Raise();
+  windows().Raise("");
 }
 
 TEST_F(WindowTest, RaisedWindowIsNoLongerMinimized) {
@@ -117,7 +117,7 @@ TEST_F(WindowTest, RaisedWindowIsNoLongerMinimized) {
     Main().showMinimized();
     ASSERT_TRUE(Main().isMinimized());
   });
-  windows().Raise();
+  windows().Raise("");
   EXPECT_TRUE(WaitOnDisplay([&] { return !Main().isMinimized() && Main().isVisible(); }));
 }
 

@@ -4,6 +4,7 @@
 Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb, xdotool or openbox is missing.
 """
 import contextlib
+import ctypes
 import os
 import shutil
 import socket
@@ -262,6 +263,90 @@ class Closing(UnderX):
         self.tool("mousemove", left + width - 8, top // 2)  # the right end of the title
         self.tool("click", 1)
         self.end()
+
+
+class Layouts(UnderX):
+    """Accelerators on keyboards whose keys carry another level or script."""
+
+    def use(self, layout):
+        subprocess.run(["setxkbmap", layout], env=self.environment, check=True, timeout=LIMIT)
+
+    def test_digit_of_a_french_keyboard_needs_no_shift(self):
+        self.use("fr")
+        self.start()
+        self.do("key", "ctrl+ampersand")  # the key of the 1: no groups yet, a box says so
+        wait_for("box", lambda: self.tool("search", "--onlyvisible", "--name", "^Quillet$"))
+        self.do("key", "Return")
+        self.close()
+
+    def test_letter_of_a_cyrillic_keyboard_is_known_by_its_place(self):
+        self.use("ru")
+        self.start()
+
+        def ended():
+            self.tool("key", "ctrl+Cyrillic_tse")  # the key of the W
+            return self.program.poll() is not None
+        wait_for("end", ended)
+        self.end()
+
+    def test_menus_by_f10(self):
+        self.start()
+        windows = self.shown_windows()
+        self.do("key", "F10")
+        self.assertGreater(self.shown_windows(), windows)
+        self.do("key", "Escape")
+        self.close()
+
+
+class FocusRequests:
+    """What windows send to the window manager when they ask for the focus."""
+
+    CLIENT_MESSAGE = 33
+    SUBSTRUCTURE_NOTIFY = 1 << 19
+    # In units of a long: type, serial, sent, display, window, message type, format, data.
+    MESSAGE_TYPE, DATA, EVENT_LONGS = 5, 7, 24
+
+    def __init__(self, display):
+        self.x = ctypes.CDLL("libX11.so.6")
+        pointer, number = ctypes.c_void_p, ctypes.c_ulong
+        self.x.XOpenDisplay.restype = pointer
+        self.x.XDefaultRootWindow.argtypes = [pointer]
+        self.x.XDefaultRootWindow.restype = number
+        self.x.XInternAtom.argtypes = [pointer, ctypes.c_char_p, ctypes.c_int]
+        self.x.XInternAtom.restype = number
+        self.x.XSelectInput.argtypes = [pointer, number, ctypes.c_long]
+        self.x.XPending.argtypes = [pointer]
+        self.x.XNextEvent.argtypes = [pointer, pointer]
+        self.display = self.x.XOpenDisplay(display.encode())
+        self.atom = self.x.XInternAtom(self.display, b"_NET_ACTIVE_WINDOW", 0)
+        self.x.XSelectInput(self.display, self.x.XDefaultRootWindow(self.display),
+                            self.SUBSTRUCTURE_NOTIFY)
+        self.x.XPending(self.display)
+        self.seen = []
+
+    def times(self):
+        """The times in milliseconds of the server."""
+        event = (ctypes.c_ulong * self.EVENT_LONGS)()
+        while self.x.XPending(self.display):
+            self.x.XNextEvent(self.display, event)
+            kind = event[0] & 0xFFFFFFFF
+            if kind == self.CLIENT_MESSAGE and event[self.MESSAGE_TYPE] == self.atom:
+                self.seen.append(event[self.DATA + 1])
+        return self.seen
+
+
+class SecondStart(UnderX):
+    def start_again(self, **environment):
+        subprocess.run([QUILLET, "--profile", self.profile], check=True, timeout=LIMIT,
+                       env=dict(self.environment, **environment))
+
+    def test_window_asks_for_the_focus_with_the_time_of_the_users_act(self):
+        self.start()
+        requests = FocusRequests(self.environment["DISPLAY"])
+        now = int(time.monotonic() * 1000) % 2**32  # the clock of the X server
+        self.start_again(DESKTOP_STARTUP_ID="launcher-1_TIME%d" % now)
+        wait_for("request", lambda: now in requests.times())
+        self.close()
 
 
 class DisplayLost(UnderX):
