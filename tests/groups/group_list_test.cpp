@@ -15,7 +15,9 @@
 #include "store/chains.h"
 #include "store/counts.h"
 #include "store/databases.h"
+#include "store/gdbm_library.h"
 #include "store/records.h"
+#include "thread/view.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -491,6 +493,26 @@ TEST_F(ShownGroup, HasItsNodesMarkedWithItsArticles) {
   EXPECT_EQ(gReading.tree->root().read, 0U);
   EXPECT_EQ(gReading.article->read, 0U);
   gReading.article.reset();
+}
+
+// It would refuse every article after it, each with a box of its own.
+TEST_F(ShownGroup, IsMarkedNoFurtherWhenTheStoreRefuses) {
+  Show(0);
+  Run(40025, u"Mark articles in checked groups as unread?");
+  ShowThreadView();
+  fake_.display.SelectTab(0);
+  ASSERT_EQ(gReading.tree->root().readDescendantCount, 0U);
+  fake_.display.ForgetBoxes();
+  const auto store = gGdbm.store;
+  gGdbm.store = [](GDBM_FILE, datum, datum, int) { return -1; };
+  Run(40024, u"Mark articles in checked groups as read?");
+  gGdbm.store = store;
+  int refusals = 0;
+  for (const port::ShownBox& box : fake_.display.boxes()) {
+    if (box.text == u"Error inserting GDBM article.") ++refusals;
+  }
+  EXPECT_EQ(refusals, 1);
+  EXPECT_EQ(gReading.tree->root().readDescendantCount, 0U);
 }
 
 // An article of two groups was marked read in the other one: here it still counts as unread.

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "store/deletion.h"
+#include "store/gdbm_library.h"
 #include "tests/thread/view_fixture.h"
 #include "thread/commands.h"
 
@@ -173,6 +174,21 @@ TEST_F(TreeDeletionTest, AClosedStoreRefuses) {
   EXPECT_EQ(gReadInfo[kGroup]->totalCount, 9U);
   EXPECT_EQ(IdOf(DeleteThreadNode(node)), "<1@x>");
   EXPECT_THAT(Rows(), SizeIs(12));
+}
+
+// What cannot be read then may well be there.
+TEST_F(TreeDeletionTest, AStoreThatHasFailedRefuses) {
+  ShowNine();
+  const auto fetch = gGdbm.fetch;
+  gGdbm.fetch = [](GDBM_FILE, datum) { return datum{nullptr, 0}; };
+  gDatabaseErrorFlag = true;
+  Node& node = NodeOf("<2@x>");
+  EXPECT_EQ(DeleteArticleNode(node), &node);
+  gGdbm.fetch = fetch;
+  gDatabaseErrorFlag = false;
+  EXPECT_THAT(BoxTexts(), ElementsAre(kRefused));
+  EXPECT_THAT(Rows(), SizeIs(12));
+  EXPECT_FALSE(gReading.tree_state.OutOfDate());
 }
 
 TEST_F(TreeDeletionTest, TheRootIsNotDeleted) {

@@ -75,6 +75,14 @@ TEST_F(SearchTest, TheDialogStartsWithTheLastChoices) {
   EXPECT_TRUE(gReading.find.match_case);
 }
 
+// In the store a NUL stands between the texts of an article.
+TEST_F(SearchTest, ATextWithANulIsInNoArticle) {
+  ShowBodies();
+  const std::u16string across(u"Other\0eve", 9);
+  EXPECT_EQ(SearchForward(nullptr, {across, false, false, true}), nullptr);
+  EXPECT_EQ(IdOf(SearchForward(nullptr, {u"eve", false, false, true})), "<5@x>");
+}
+
 // A "?" in its place would find what nobody looks for.
 TEST_F(SearchTest, CharactersThatNoArticleHasAreToldAndNotSearched) {
   ShowBodies();
