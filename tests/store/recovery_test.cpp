@@ -1,5 +1,7 @@
 // What a recovery needs before it begins, and what it takes from a header that a killed writer
 // left.
+#include <gmock/gmock.h>
+
 #include <array>
 #include <bit>
 #include <cstdint>
