@@ -248,7 +248,7 @@ TEST_F(DeletionTest, DeletingReadOnesNeverTakesTheFastWay) {
 
 // --- deletion and the shown tree ---
 
-int gShownGroup = -1;
+std::optional<GroupIndex> gShownGroup;
 int gTreeDeletions = 0;
 int gClearings = 0;
 RunEnd gTreeEnd = RunEnd::kGoOn;
@@ -267,7 +267,7 @@ class ShownTreeTest : public DeletionTest {
  protected:
   ShownTreeTest() {
     gUpwardCalls.shown_tree = {[] { return gShownGroup; }, DeleteReadOfTree, ClearTree};
-    gShownGroup = 1;
+    gShownGroup = GroupAt(1);
     gTreeDeletions = 0;
     gClearings = 0;
     gTreeEnd = RunEnd::kGoOn;
@@ -335,7 +335,7 @@ TEST_F(ShownTreeTest, TheCheckedGroupsTakeTheTreeAlong) {
 
 TEST_F(ShownTreeTest, GroupsAfterOneWhoseTreeWasRefusedStay) {
   CheckGroups({1, 1, 0});
-  gShownGroup = 0;
+  gShownGroup = GroupAt(0);
   gTreeEnd = RunEnd::kStoreFailed;
   EXPECT_EQ(DeleteCheckedArticles(true), RunEnd::kStoreFailed);
   EXPECT_EQ(gTreeDeletions, 1);
