@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "base/multi_string.h"
+#include "nntp/under_way.h"
 #include "tests/nntp/nntp_fixture.h"
 #include "tests/support/failing_new.h"
 
@@ -119,9 +120,9 @@ TEST_F(DownloadTest, ArticleIsShownWhileTheServerLooksItUp) {
 }
 
 // The groups' cached counts stand under their names, in the same file.
-class NamedAsAGroup : public DownloadTest, public testing::WithParamInterface<std::string> {};
+class NamedAsAGroup : public DownloadTest, public ::testing::WithParamInterface<std::string> {};
 INSTANTIATE_TEST_SUITE_P(ThisOrAnother, NamedAsAGroup,
-                         testing::Values("comp.lang.misc", "alt.test"));
+                         ::testing::Values("comp.lang.misc", "alt.test"));
 
 TEST_P(NamedAsAGroup, TheArticleIsStoredBesideTheCounts) {
   const std::string id = '<' + GetParam() + '>';
