@@ -44,7 +44,8 @@ bool gLibraryFound = false;  // at the last try, whatever it lacked
 
 const ResetAtEnd kReset([] {
   UnloadCompressionLibrary();
-  gLibraryFound = false;
+  gLibrary = {};
+  gCompressionAvailable = gLibraryFound = false;
 });
 
 template <class Function>

@@ -8,11 +8,15 @@
 #include <cstdlib>
 #include <memory>
 
+#include "base/reset.h"
+
 namespace quillet {
 namespace {
 
 // What the system said to the last call that may write.
 int gSystemError = 0;
+
+const ResetAtEnd kReset([] { gSystemError = 0; });
 
 template <class Call>
 auto Watched(Call call) {

@@ -1464,7 +1464,9 @@ TEST_F(DownloadTest, BarOfAGroupWithNothingToGetHasOneUnit) {
   int upper = 0;
   Client("GROUP alt.test\r\n");
   fake.sockets.Then([&] {
-    for (const port::ShownControl& control : fake.display.FindDialog(gProgressDialog)->controls) {
+    const auto dialog = fake.display.FindDialog(gProgressDialog);
+    ASSERT_TRUE(dialog);
+    for (const port::ShownControl& control : dialog->controls) {
       if (control.id == 1004) upper = control.upper;
     }
   });
