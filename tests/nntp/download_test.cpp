@@ -1,6 +1,7 @@
 #include "nntp/download.h"
 
 #include <functional>
+#include <map>
 
 #include "base/multi_string.h"
 #include "nntp/under_way.h"
@@ -1020,8 +1021,10 @@ class KilledTest : public DownloadTest {
     Server(FormatNarrow("221 %lu <k@x>\r\n", number));
     fake.sockets.Closes();
     Run();
-    for (const auto& [name, value] : remembered_) {
-      fake.registry.Create(kRegistryPath)->Set(name, value.type, value.data);
+    for (const auto& [path, values] : remembered_) {
+      for (const auto& [name, value] : values) {
+        fake.registry.Create(path)->Set(name, value.type, value.data);
+      }
     }
     gPrefs->lastdownloaded = SavedProgress();
     gPrefs->lastonserver = SavedNumbers(u"lastonserver");
@@ -1031,8 +1034,13 @@ class KilledTest : public DownloadTest {
   }
 
  private:
-  void Remember() { remembered_ = fake.registry.Open(kRegistryPath)->Values(); }
-  std::vector<port::NamedRegistryValue> remembered_;
+  void Remember() {
+    for (const std::u16string_view path : {kRegistryPath, kUnderWayPath}) {
+      remembered_[path] = fake.registry.Open(path)->Values();
+    }
+  }
+
+  std::map<std::u16string_view, std::vector<port::NamedRegistryValue>> remembered_;
 };
 
 TEST_F(KilledTest, LastNumberOfEachGroupIsTriedOnceMore) {
