@@ -98,18 +98,18 @@ bool AddEntry(const Entry& entry, GroupIndex group) {
   return AddKillfileEntry(*gPrefs, number, ToStored(entry.text), entry.kill, entry.author);
 }
 
-bool AddToAllGroups(const Entry& entry) {
-  for (std::size_t group = 0; group < gPrefs->numgroups; ++group) {
-    if (!AddEntry(entry, GroupAt(group))) return false;
-  }
-  return true;
-}
+// Places in the list of groups.
+struct GroupRange {
+  std::size_t first = 0;
+  std::size_t end = 0;
+};
 
 // False when one was rejected: those before it stay, those after it are not tried.
-bool AddEntries(const Choices& choices, std::optional<GroupIndex> group) {
-  for (const Entry& entry : choices.entries) {
-    const bool everywhere = choices.all_groups || !group;
-    if (!(everywhere ? AddToAllGroups(entry) : AddEntry(entry, *group))) return false;
+bool AddEntries(const std::vector<Entry>& entries, GroupRange groups) {
+  for (const Entry& entry : entries) {
+    for (std::size_t group = groups.first; group < groups.end; ++group) {
+      if (!AddEntry(entry, GroupAt(group))) return false;
+    }
   }
   return true;
 }
@@ -155,9 +155,10 @@ int AskForEntries(bool has_group, std::string_view author, std::string_view subj
 
 void OpenKillfileEntryDialog(std::optional<GroupIndex> group, std::string_view author,
                              std::string_view subject) {
-  if (IndexOf(group) >= gPrefs->numgroups) group.reset();
+  const std::size_t place = IndexOf(group);
+  const bool has_group = place < gPrefs->numgroups;
   Choices choices;
-  if (AskForEntries(group.has_value(), author, subject, choices) != port::kIdOk) return;
+  if (AskForEntries(has_group, author, subject, choices) != port::kIdOk) return;
   if (gPrefs->numgroups == 0 && !choices.entries.empty()) {
     ShowMessage(
         u"You do not have any groups in the group list. Please add some groups (using "
@@ -166,7 +167,11 @@ void OpenKillfileEntryDialog(std::optional<GroupIndex> group, std::string_view a
   }
   RefuseUnusable(choices);
   const std::uint32_t before = gPrefs->killfilecount;
-  if (AddEntries(choices, group) || gPrefs->killfilecount != before) WritePreferences();
+  const bool everywhere = choices.all_groups || !has_group;
+  const GroupRange groups =
+      everywhere ? GroupRange{0, gPrefs->numgroups} : GroupRange{place, place + 1};
+  const bool added = AddEntries(choices.entries, groups);
+  if (added || gPrefs->killfilecount != before) WritePreferences();
 }
 
 }  // namespace quillet
