@@ -42,8 +42,8 @@ class Windows {
   // Creates the one main window, still hidden, owned by the calling thread; 0 on failure.
   virtual WindowHandle CreateMainWindow(const MainWindowTraits& traits) = 0;
   virtual void ShowMainWindow() = 0;
-  // Shows it above the others and asks the desktop for the focus. The token says that the user
-  // wants it (port/linux/linux_shell.h), ASCII; empty: without one.
+  // Shows it above the others and asks the desktop for the focus. The desktop's token says that the
+  // user wants it, ASCII; empty: without one.
   virtual void Raise(const std::string& token) = 0;
   // Takes the window with its tabs, panes and list off the screen. Idempotent.
   virtual void DestroyMainWindow() = 0;

@@ -152,6 +152,12 @@ bool ParseGroup(std::string_view value, GDBMGroup& group) {
   return true;
 }
 
+std::string NarrowGroupName(std::u16string_view group_name) {
+  std::string key = GroupKey(group_name);
+  key.pop_back();
+  return key;
+}
+
 std::string GroupKey(std::u16string_view group_name) {
   return StringKey(Narrow(group_name));
 }

@@ -27,6 +27,8 @@ bool ParseGroup(std::string_view value, GDBMGroup& group);
 
 // A group's key: its name in code page 1252 with its NUL (also the key of its cached counts).
 std::string GroupKey(std::u16string_view group_name);
+// The same without its NUL: the name as chains and articles have it.
+std::string NarrowGroupName(std::u16string_view group_name);
 
 // False only when the chain record or the head could not be written.
 bool AddArticleToGroup(std::u16string_view group_name, std::string_view message_id);

@@ -95,13 +95,6 @@ void CacheCounts(std::u16string_view group_name, std::uint32_t read, std::uint32
   StoreCache(info);
 }
 
-void DropCountCaches() {
-  if (!gPrefs) return;
-  for (const std::u16string& group : gPrefs->groups) {
-    DeleteValue(DatabaseIndex::kArticles, GroupKey(group));
-  }
-}
-
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name) {
   info.groupName = group_name;
   if (TakeCached(info)) return;
@@ -118,7 +111,7 @@ void UpdateGlobalGDBMArticleCountCache(std::size_t group_index) {
 std::string StoredMessageId(std::string_view message_id) {
   const std::string_view id = UntilNul(message_id);
   const auto is_id = [id](const std::u16string& group) {
-    return group.size() == id.size() && GroupKey(group).starts_with(id);
+    return group.size() == id.size() && NarrowGroupName(group) == id;
   };
   const bool taken = gPrefs && std::ranges::any_of(gPrefs->groups, is_id);
   return taken ? '<' + std::string(id) + '>' : std::string(message_id);

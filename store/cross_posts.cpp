@@ -13,6 +13,7 @@
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/database_files.h"
+#include "store/device_path.h"
 #include "store/group_record.h"
 #include "store/lost_articles.h"
 
@@ -46,7 +47,7 @@ Deletions gDeletions;
 const ResetAtEnd kReset(ReleaseDeletions);
 
 std::u16string ListPath() {
-  return gDatabaseFolder + u"\\" + std::u16string(kDeletedCrossPostsName);
+  return PathIn(gDatabaseFolder, kDeletedCrossPostsName);
 }
 
 Deletions& List() {

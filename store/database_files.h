@@ -10,6 +10,13 @@
 
 namespace quillet {
 
+inline constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
+                                             DatabaseIndex::kPendingPosts};
+// Those of which a copy is kept while they are in use. The articles are too many for that, and can
+// be asked for again.
+inline constexpr std::array kCopiedDatabases = {DatabaseIndex::kNewsgroups,
+                                                DatabaseIndex::kPendingPosts};
+
 // What lies in the database folder. All of it moves when the folder changes; what is no database is
 // not always there.
 struct FolderFile {

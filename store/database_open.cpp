@@ -169,7 +169,7 @@ void RemoveUnfinishedFiles(const std::u16string& path) {
   for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
     if (IsTemporaryOf(name_of_file + u".", name) || IsTemporaryOf(port::kReplacementStem, name) ||
         name == name_of_file + std::u16string(kUnfinishedSuffix)) {
-      gPlatform->files.Delete(FormatWide(u"%ls\\%ls", FolderOf(path), name));
+      gPlatform->files.Delete(PathIn(FolderOf(path), name));
     }
   }
 }

@@ -15,13 +15,14 @@
 #include "port/platform.h"
 #include "store/database_files.h"
 #include "store/database_open.h"
+#include "store/device_path.h"
 #include "store/opening.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
 #include "store/store_room.h"
 #include "store/use_mark.h"
 #include "store/whole_points.h"
-#include "util/format.h"
+#include "util/text.h"
 
 namespace quillet {
 
@@ -53,9 +54,6 @@ const ResetAtEnd kReset([] {
   gDatabaseErrorFlag = false;
   gLackedRoom = false;
 });
-
-constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
-                                      DatabaseIndex::kPendingPosts};
 
 Database& Of(DatabaseIndex index) {
   return gDatabases[static_cast<std::size_t>(index)];
@@ -115,7 +113,7 @@ std::u16string_view DatabaseFileName(DatabaseIndex index) {
 }
 
 std::u16string DatabasePath(DatabaseIndex index) {
-  return FormatWide(u"%ls\\%ls", gDatabaseFolder, DatabaseFileName(index));
+  return PathIn(gDatabaseFolder, DatabaseFileName(index));
 }
 
 bool LoadDatabaseLibrary() {
@@ -147,7 +145,7 @@ bool DeleteDatabases(bool include_pending) {
   const bool articles = DeleteFile(DatabaseIndex::kArticles);
   const bool newsgroups = DeleteFile(DatabaseIndex::kNewsgroups);
   for (const std::u16string_view list : {kLostArticlesName, kDeletedCrossPostsName}) {
-    gPlatform->files.Delete(FormatWide(u"%ls\\%ls", gDatabaseFolder, list));
+    gPlatform->files.Delete(PathIn(gDatabaseFolder, list));
   }
   const bool pending = !include_pending || DeleteFile(DatabaseIndex::kPendingPosts);
   return articles && newsgroups && pending;

@@ -35,9 +35,6 @@ bool OpenGDBMDatabases();
 // Why the last opening failed. Only damaged files may be offered for deletion.
 enum class OpenTrouble { kNone, kInUse, kNoAccess, kNoRoom, kDamaged };
 [[nodiscard]] OpenTrouble OpeningTrouble();
-// True from an opening that found the files left by a writer that did not get to its end, until the
-// program ends.
-[[nodiscard]] bool StoreEndedUncleanly();
 void CloseDatabases();
 bool DatabasesOpen();  // all three
 bool DeleteDatabases(bool include_pending);

@@ -14,6 +14,7 @@
 #include "port/platform.h"
 #include "store/chains.h"
 #include "store/database_files.h"
+#include "store/device_path.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -34,7 +35,7 @@ LostList gList;
 const ResetAtEnd kReset([] { gList = {}; });
 
 std::u16string ListPath() {
-  return gDatabaseFolder + u"\\" + std::u16string(kLostArticlesName);
+  return PathIn(gDatabaseFolder, kLostArticlesName);
 }
 
 LostList& List() {
@@ -201,15 +202,14 @@ std::vector<std::string> GroupsOfHead(std::string_view head) {
   if (!gPrefs) return groups;
   const std::string line = NewsgroupsLine(head);
   for (const std::u16string& group : gPrefs->groups) {
-    std::string key = GroupKey(group);
-    key.pop_back();
+    std::string subscribed = NarrowGroupName(group);
     for (std::string_view rest = line; !rest.empty();) {
       std::string_view name = Cut(rest, ',');
       const auto is_blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
       while (!name.empty() && is_blank(name.front())) name.remove_prefix(1);
       while (!name.empty() && is_blank(name.back())) name.remove_suffix(1);
-      if (name != key) continue;
-      groups.push_back(std::move(key));
+      if (name != subscribed) continue;
+      groups.push_back(std::move(subscribed));
       break;
     }
   }

@@ -23,6 +23,7 @@
 #include "store/record_strings.h"
 #include "store/stored_article.h"
 #include "util/little_endian.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -91,10 +92,7 @@ bool ReadChains(Pass& pass, const std::u16string& copy_path) {
 std::vector<std::string> ListedGroups() {
   std::vector<std::string> groups;
   if (!gPrefs) return groups;
-  for (const std::u16string& group : gPrefs->groups) {
-    groups.push_back(GroupKey(group));
-    groups.back().pop_back();
-  }
+  for (const std::u16string& group : gPrefs->groups) groups.push_back(NarrowGroupName(group));
   return groups;
 }
 
@@ -246,8 +244,7 @@ void RestorePosts(Pass& pass, const std::u16string& copy_path) {
 void CacheAllCounts(const Pass& pass) {
   if (!gPrefs) return;
   for (const std::u16string& group : gPrefs->groups) {
-    const std::string key = GroupKey(group);
-    const auto chain = pass.chains.groups.find(key.substr(0, key.size() - 1));
+    const auto chain = pass.chains.groups.find(NarrowGroupName(group));
     std::uint32_t read = 0;
     std::uint32_t total = 0;
     if (chain != pass.chains.groups.end()) {

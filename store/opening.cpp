@@ -27,13 +27,9 @@
 namespace quillet {
 namespace {
 
-bool gEndedUncleanly = false;
 OpenTrouble gTrouble = OpenTrouble::kNone;
 
-const ResetAtEnd kReset([] {
-  gEndedUncleanly = false;
-  gTrouble = OpenTrouble::kNone;
-});
+const ResetAtEnd kReset([] { gTrouble = OpenTrouble::kNone; });
 
 using OpenedFiles = std::array<OpenedFile, kDatabaseCount>;
 
@@ -156,7 +152,6 @@ bool Settle(OpenedFiles& files, const UseMark& mark, bool damaged) {
   const bool recovered = std::ranges::any_of(
       files, [](const OpenedFile& file) { return file.recovered || file.corrected; });
   if (mark.found || recovered) {
-    gEndedUncleanly = true;
     MakeWhole(mark, files);
   } else if (damaged) {
     ReleaseUseMark();
@@ -177,10 +172,6 @@ bool OpenAll() {
 }
 
 }  // namespace
-
-bool StoreEndedUncleanly() {
-  return gEndedUncleanly;
-}
 
 OpenTrouble OpeningTrouble() {
   return gTrouble;

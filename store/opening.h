@@ -2,8 +2,6 @@
 // store/databases.h. Only for store/.
 #pragma once
 
-#include <array>
-
 #include "store/database_open.h"
 #include "store/databases.h"
 

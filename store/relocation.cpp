@@ -8,15 +8,12 @@
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/database_files.h"
+#include "store/device_path.h"
 
 namespace quillet {
 namespace {
 
-std::u16string PathIn(std::u16string_view folder, std::u16string_view name) {
-  return std::u16string(folder) + u"\\" + std::u16string(name);
-}
-
-std::u16string CopyPath(std::u16string_view folder, std::u16string_view name) {
+std::u16string MovedPath(std::u16string_view folder, std::u16string_view name) {
   return PathIn(folder, name) + u".moved";
 }
 
@@ -54,10 +51,10 @@ bool Relocation::CopyBeside() {
   for (const FolderFile& file : kFolderFiles) {
     const std::u16string source = PathIn(from_, file.name);
     if (!file.always_there && !Exists(source)) continue;
-    if (!gPlatform->files.Copy(source, CopyPath(to_, file.name))) return false;
+    if (!gPlatform->files.Copy(source, MovedPath(to_, file.name))) return false;
     copied_.push_back(file.name);
     // Then both are one folder under two names, and removing the old files would remove all.
-    if (Exists(CopyPath(from_, file.name))) return false;
+    if (Exists(MovedPath(from_, file.name))) return false;
   }
   return true;
 }
@@ -72,7 +69,7 @@ bool Relocation::PutInPlace() {
     replaced_.push_back(file.name);
   }
   for (const std::u16string_view name : copied_) {
-    if (!files.Rename(CopyPath(to_, name), PathIn(to_, name))) return false;
+    if (!files.Rename(MovedPath(to_, name), PathIn(to_, name))) return false;
     in_place_.push_back(name);
   }
   return true;
@@ -82,7 +79,7 @@ void Relocation::TakeBack() {
   port::Files& files = gPlatform->files;
   for (const std::u16string_view name : copied_) {
     const bool in_place = std::ranges::find(in_place_, name) != in_place_.end();
-    files.Delete(in_place ? PathIn(to_, name) : CopyPath(to_, name));
+    files.Delete(in_place ? PathIn(to_, name) : MovedPath(to_, name));
   }
   for (const std::u16string_view name : replaced_) {
     files.Rename(ReplacedPath(to_, name), PathIn(to_, name));

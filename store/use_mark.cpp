@@ -9,13 +9,13 @@
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/database_files.h"
+#include "store/device_path.h"
 #include "util/text.h"
 
 namespace quillet {
 namespace {
 
 constexpr std::uint64_t kLongestMark = 256;
-constexpr std::array kCopied = {DatabaseIndex::kNewsgroups, DatabaseIndex::kPendingPosts};
 
 struct OwnMark {
   // The folder may be another one by the time they are taken away.
@@ -30,7 +30,7 @@ OwnMark gMark;
 const ResetAtEnd kReset([] { gMark = {}; });
 
 std::u16string MarkPath() {
-  return gDatabaseFolder + u"\\" + std::u16string(kUseMarkName);
+  return PathIn(gDatabaseFolder, kUseMarkName);
 }
 
 bool& Named(DatabaseIndex index) {
@@ -43,7 +43,7 @@ std::string LineOf(DatabaseIndex index) {
 
 void WriteMark() {
   std::string text;
-  for (const DatabaseIndex index : kCopied) {
+  for (const DatabaseIndex index : kCopiedDatabases) {
     if (Named(index)) text += LineOf(index);
   }
   const std::u16string path = MarkPath();
@@ -62,7 +62,7 @@ UseMark FindUseMark() {
   KeepUseMark();
   // Of one that cannot be read it is assumed: what a copy has too much does no harm.
   const auto text = gPlatform->files.ReadFile(path, kLongestMark);
-  for (const DatabaseIndex index : kCopied) {
+  for (const DatabaseIndex index : kCopiedDatabases) {
     const bool named = !text || text->find(LineOf(index)) != text->npos;
     mark.has_copy[static_cast<std::size_t>(index)] = named;
   }
@@ -103,7 +103,7 @@ void ReleaseUseMark() {
 void ClearUseMark() {
   ReleaseUseMark();
   gPlatform->files.Delete(MarkPath());
-  for (const DatabaseIndex index : kCopied) gPlatform->files.Delete(CopyPath(index));
+  for (const DatabaseIndex index : kCopiedDatabases) gPlatform->files.Delete(CopyPath(index));
 }
 
 }  // namespace quillet

@@ -1,5 +1,6 @@
 #include "store/whole_points.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -34,9 +35,8 @@ FileState& Of(DatabaseIndex index) {
   return gState.files[static_cast<std::size_t>(index)];
 }
 
-// The articles are too many for that, and their records can be asked for again.
 bool IsCopied(DatabaseIndex index) {
-  return index != DatabaseIndex::kArticles;
+  return std::ranges::find(kCopiedDatabases, index) != kCopiedDatabases.end();
 }
 
 // Room that is left to the articles: a copy is worth less than the store going on.
@@ -63,9 +63,6 @@ bool SyncFile(DatabaseIndex index) {
   Of(index).changed = false;
   return true;
 }
-
-constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
-                                      DatabaseIndex::kPendingPosts};
 
 }  // namespace
 

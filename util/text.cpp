@@ -147,6 +147,13 @@ bool EndsWith(std::string_view text, std::string_view suffix) {
 bool EndsWith(std::u16string_view text, std::u16string_view suffix) {
   return text.ends_with(suffix);
 }
+bool HasControlCharacter(std::string_view text) {
+  return std::ranges::any_of(text, [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte == 0x7F;
+  });
+}
+
 bool StartsWithNoCase(std::string_view text, std::string_view prefix) {
   return StartsWithFolded(text, prefix);
 }

@@ -30,6 +30,8 @@ bool StartsWith(std::string_view text, std::string_view prefix);
 bool StartsWith(std::u16string_view text, std::u16string_view prefix);
 bool EndsWith(std::string_view text, std::string_view suffix);
 bool EndsWith(std::u16string_view text, std::u16string_view suffix);
+// Bytes below a blank, and 7F.
+bool HasControlCharacter(std::string_view text);
 // Letters A-Z equal a-z, every other byte or unit must be equal.
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 bool StartsWithNoCase(std::u16string_view text, std::u16string_view prefix);

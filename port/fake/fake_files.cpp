@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -43,25 +44,21 @@ FakeFiles::~FakeFiles() {
 }
 
 bool FakeFiles::Fails(FileCall kind) {
-  if (before_call) before_call(kind);
+  // A copy: it may put another one in its place.
+  if (const auto act = before_call) act(kind);
+  const std::lock_guard lock(mutex_);
   bool fails = false;
-  std::function<void()> act;
-  {
-    const std::lock_guard lock(mutex_);
-    for (const std::size_t index : {Index(FileCall::kAny), Index(kind)}) {
-      ++calls_[index];
-      if (fail_in_[index] > 0 && --fail_in_[index] == 0) fails = true;
-      if (act_in_[index] > 0 && --act_in_[index] == 0) act = std::exchange(acts_[index], {});
-    }
+  for (const std::size_t index : {Index(FileCall::kAny), Index(kind)}) {
+    ++calls_[index];
+    if (fail_in_[index] > 0 && --fail_in_[index] == 0) fails = true;
   }
-  if (act) act();
   return fails;
 }
 
 void FakeFiles::BeforeNth(FileCall kind, int n, std::function<void()> act) {
-  const std::lock_guard lock(mutex_);
-  act_in_[Index(kind)] = n;
-  acts_[Index(kind)] = std::move(act);
+  before_call = [kind, act = std::move(act), left = std::make_shared<int>(n)](FileCall made) {
+    if ((kind == FileCall::kAny || kind == made) && --*left == 0) act();
+  };
 }
 
 void FakeFiles::FailNth(FileCall kind, int n) {

@@ -61,7 +61,8 @@ class FakeFiles final : public Files {
   // The nth call from now on (1: the next), of that kind, fails once; 0 takes that back.
   void FailNth(int n) { FailNth(FileCall::kAny, n); }
   void FailNth(FileCall kind, int n);
-  // Runs on the calling thread just before the nth call of that kind from now on, once.
+  // Sets before_call to run on the calling thread just before the nth call of that kind from now
+  // on, once.
   void BeforeNth(FileCall kind, int n, std::function<void()> act);
   std::uint32_t create_error = kErrorDiskFull;
   // Calls so far.
@@ -93,8 +94,6 @@ class FakeFiles final : public Files {
   std::optional<VolumeSpace> space_;
   std::array<int, kFileCallCount> calls_{};
   std::array<int, kFileCallCount> fail_in_{};
-  std::array<int, kFileCallCount> act_in_{};
-  std::array<std::function<void()>, kFileCallCount> acts_;
 };
 
 }  // namespace quillet::port

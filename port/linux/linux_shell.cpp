@@ -94,14 +94,6 @@ bool SendAny(const std::string& path, const std::vector<std::string>& requests, 
   });
 }
 
-bool HasControlCharacter(std::string_view text) {
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) return true;
-  }
-  return false;
-}
-
 // What the desktop gave this start with, when it fits into a line of the socket.
 std::string ActivationToken() {
   for (const char* name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {

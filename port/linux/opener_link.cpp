@@ -14,14 +14,6 @@ bool IsLetter(char c) {
   return ToLowerAscii(c) >= 'a' && ToLowerAscii(c) <= 'z';
 }
 
-bool HasControlCharacter(std::string_view text) {
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) return true;
-  }
-  return false;
-}
-
 // The letters before the first colon; empty when there is no such beginning.
 std::string_view SchemeOf(std::string_view target) {
   std::size_t end = 0;
