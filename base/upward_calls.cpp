@@ -43,5 +43,9 @@ void OpenPreferences(PreferencesPage page) {
   if (gUpwardCalls.open_preferences != nullptr) gUpwardCalls.open_preferences(page);
 }
 
+bool IsBeingEdited(std::string_view post_key) {
+  return gUpwardCalls.is_being_edited != nullptr && gUpwardCalls.is_being_edited(post_key);
+}
+
 }  // namespace up
 }  // namespace quillet

@@ -39,6 +39,8 @@ struct UpwardCalls {
   ShownTreeCalls shown_tree;
   ArticleViewCalls article_view;
   void (*open_preferences)(PreferencesPage page) = nullptr;
+  // Whether an editor is open with that queued post.
+  bool (*is_being_edited)(std::string_view post_key) = nullptr;
 };
 extern UpwardCalls gUpwardCalls;
 
@@ -51,6 +53,7 @@ void ClearThreadView();
 bool DisplayArticle(Node* node, std::u16string_view search_text);  // then false
 void ClearArticleView();
 void OpenPreferences(PreferencesPage page);
+bool IsBeingEdited(std::string_view post_key);  // then false
 
 }  // namespace up
 }  // namespace quillet

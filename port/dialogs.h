@@ -92,6 +92,8 @@ struct Position {
 struct Row {
   std::vector<std::u16string> texts;
   bool checked = false;
+  bool marked = false;           // something is wrong with it: a sign in front of its text
+  std::u16string tool_tip = {};  // empty: its texts
 };
 struct Rows {
   std::vector<Row> rows;

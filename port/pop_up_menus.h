@@ -10,8 +10,9 @@
 namespace quillet::port {
 
 struct PopUpEntry {
-  std::uint32_t command = 0;
-  std::u16string text;
+  std::uint32_t command = 0;  // 0: a separator, without a text
+  std::u16string text;        // with its mnemonic
+  bool checked = false;       // it has a check mark
 };
 
 class PopUpMenus {

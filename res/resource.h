@@ -59,6 +59,38 @@ constexpr std::uint32_t kControlAllGroups = 1015;
 constexpr std::uint32_t kDialogErrorLog = 126;
 constexpr std::uint32_t kControlErrorLog = 1016;
 
+// "Post Message": the whole article as one text.
+constexpr std::uint32_t kDialogPostMessage = 127;
+constexpr std::uint32_t kControlArticleText = 1014;
+constexpr std::uint32_t kControlRoute = 1048;
+
+// "Post Message": one header field at a time, and the body.
+constexpr std::uint32_t kDialogSimplePost = 128;
+constexpr std::uint32_t kControlPostBody = 1014;
+constexpr std::uint32_t kControlPostField = 1063;
+constexpr std::uint32_t kControlPostValue = 1065;
+constexpr std::uint32_t kControlPickRecipients = 1066;
+
+// "Pending Posts".
+constexpr std::uint32_t kDialogPendingPosts = 129;
+constexpr std::uint32_t kControlPendingPosts = 1067;
+constexpr std::uint32_t kControlPendingStatus = 1068;
+
+// "Choose your email transport".
+constexpr std::uint32_t kDialogChooseTransport = 130;
+constexpr std::uint32_t kControlTransport = 1069;
+constexpr std::uint32_t kControlAlwaysTransport = 1070;
+
+// "Choose Recipients".
+constexpr std::uint32_t kDialogChooseRecipients = 131;
+constexpr std::uint32_t kControlContactSearch = 1071;
+constexpr std::uint32_t kControlContacts = 1072;
+
+// "Readdress email".
+constexpr std::uint32_t kDialogReaddressEmail = 132;
+constexpr std::uint32_t kControlRecipients = 1073;
+constexpr std::uint32_t kControlReaddressPick = 1074;
+
 // Commands, shared by menus, buttons and accelerators.
 constexpr std::uint32_t kCommandClose = 40001;
 constexpr std::uint32_t kCommandConnect = 40008;
@@ -84,7 +116,14 @@ constexpr std::uint32_t kCommandServerUnread = 40027;
 constexpr std::uint32_t kCommandDeleteThread = 40028;
 constexpr std::uint32_t kCommandViewPostQueue = 40029;
 constexpr std::uint32_t kCommandNewArticle = 40030;
+constexpr std::uint32_t kCommandEditPost = 40031;
+constexpr std::uint32_t kCommandDeletePost = 40032;
 constexpr std::uint32_t kCommandForward = 40033;
+constexpr std::uint32_t kCommandRoutePost = 40034;
+constexpr std::uint32_t kCommandRouteEmail = 40035;
+constexpr std::uint32_t kCommandRouteBoth = 40036;
+constexpr std::uint32_t kCommandReaddressEmail = 40037;
+constexpr std::uint32_t kCommandRouteForward = 40038;
 constexpr std::uint32_t kCommandFind = 40048;
 constexpr std::uint32_t kCommandAddToKillfile = 40049;
 constexpr std::uint32_t kCommandCheckUncheckAll = 40050;

@@ -1,0 +1,18 @@
+// What the server answered when it refused a queued post, kept beside the settings: the post's own
+// record has only a flag for it. Program thread only.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+// The server's reply in place of an earlier one. One that cannot be written is lost, and nothing
+// else.
+void KeepRefusal(std::string_view post_key, std::u16string_view reply);
+// Empty when there is none.
+std::u16string RefusalOfPost(std::string_view post_key);
+// With the post, or when it is stored again. Idempotent.
+void ForgetRefusal(std::string_view post_key);
+
+}  // namespace quillet
