@@ -17,6 +17,9 @@ constexpr std::uint32_t kUserPostQueued = 5;         // one more post waits to b
 // All scheduled starts that came before it: refill the group list, then connect.
 constexpr std::uint32_t kUserScheduledTurn = 6;
 
+constexpr std::uint32_t kUserDraftNotSaved = 7;  // what is being written is not safe
+constexpr std::uint32_t kUserShowPostQueue = 8;  // the list of queued posts again
+
 inline void PostToMainWindow(std::uint32_t user_message) {
   gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, user_message, 0, {}});
 }
