@@ -37,6 +37,7 @@ class NoKey final : public port::RegistryKey {
     return false;
   }
   bool DeleteSubkey(std::u16string_view /*name*/) override { return false; }
+  std::vector<std::u16string> Subkeys() override { return {}; }
   std::vector<port::NamedRegistryValue> Values() override { return {}; }
   bool Begin() override { return false; }
   bool Commit() override { return false; }

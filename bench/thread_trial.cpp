@@ -144,9 +144,9 @@ int main(int argc, char** argv) {
   quillet::port::LinuxClock clock;
   quillet::port::ThreadQueues queues(clock);
   quillet::qt::QtDevice device(queues);
-  quillet::port::Platform platform{device.Services(), queues,      fake.registry, fake.sockets,
-                                   fake.libraries,    fake.files,  clock,         fake.shell,
-                                   fake.scheduler,    fake.dialler};
+  quillet::port::Platform platform{device.Services(), queues,       fake.registry, fake.sockets,
+                                   fake.libraries,    fake.files,   clock,         fake.shell,
+                                   fake.scheduler,    fake.dialler, fake.mail,     fake.contacts};
   quillet::gPlatform = &platform;
   PaintWatcher watcher;
   const int result = device.Run([&] { return Trial(device, watcher); });

@@ -75,7 +75,9 @@ struct Device {
                           fake.clock,
                           fake.shell,
                           fake.scheduler,
-                          fake.dialler};
+                          fake.dialler,
+                          fake.mail,
+                          fake.contacts};
 };
 
 // The round that was disturbed least.

@@ -23,6 +23,7 @@ struct WaitingMail {
   std::u16string subject;
   std::u16string message;  // the whole message, as it will be handed over; 8-bit text is widened
   std::u16string reason;   // why it could not be handed over, for the user; empty: not tried yet
+  bool held = false;       // it is not tried again by itself: it may have left already
 };
 
 class MailStore {
@@ -34,7 +35,10 @@ class MailStore {
   // Begins a message in place of one that was begun before. `id` names it for ever (letters, digits
   // and "-"); `service` by name.
   virtual void Begin(std::u16string_view id, std::u16string_view service) = 0;
-  // A header field. What cannot stand in one (a line end, a NUL) becomes a blank.
+  // The user's own address: the author, while no field "From" is set.
+  virtual void SetSender(std::u16string_view address) = 0;
+  // A header field in place of an earlier one of that name. What cannot stand in one (a line end, a
+  // NUL, another control character) becomes a blank. "Bcc" is left out: it would be seen.
   virtual void SetField(std::u16string_view name, std::u16string_view value) = 0;
   // The lines may end with CR LF, LF or CR.
   virtual void SetBody(std::u16string_view text) = 0;

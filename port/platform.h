@@ -6,12 +6,14 @@ namespace quillet::port {
 
 class ArticlePanes;
 class Clock;
+class Contacts;
 class Dialler;
 class Dialogs;
 class FileDialogs;
 class Files;
 class Libraries;
 class ListView;
+class MailStore;
 class MessageBoxes;
 class MessageQueue;
 class PopUpMenus;
@@ -46,6 +48,8 @@ struct Platform : DisplayServices {
   Shell& shell;
   Scheduler& scheduler;
   Dialler& dialler;
+  MailStore& mail;
+  Contacts& contacts;
 };
 
 }  // namespace quillet::port

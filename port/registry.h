@@ -37,6 +37,8 @@ class RegistryKey {
   // Removes the subkey of that name with all below it; false when there is none. Never touches a
   // value, also when a value has that name.
   virtual bool DeleteSubkey(std::u16string_view name) = 0;
+  // Names of the keys directly below, as they were first written, sorted without regard to case.
+  virtual std::vector<std::u16string> Subkeys() = 0;
   // All values, ordered by name.
   virtual std::vector<NamedRegistryValue> Values() = 0;
 

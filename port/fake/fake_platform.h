@@ -9,9 +9,11 @@
 #include "port/common/thread_queues.h"
 #include "port/fake/failure.h"
 #include "port/fake/fake_clock.h"
+#include "port/fake/fake_contacts.h"
 #include "port/fake/fake_display.h"
 #include "port/fake/fake_files.h"
 #include "port/fake/fake_libraries.h"
+#include "port/fake/fake_mail_store.h"
 #include "port/fake/fake_registry.h"
 #include "port/fake/fake_services.h"
 #include "port/fake/fake_sockets.h"
@@ -44,9 +46,11 @@ class FakePlatform {
   FakeDialler dialler;
   FakeScheduler scheduler;
   FakeShell shell{queues};
+  FakeMailStore mail;
+  FakeContacts contacts;
 
-  Platform platform{display.Services(), queues, registry, sockets, libraries, files, clock, shell,
-                    scheduler,          dialler};
+  Platform platform{display.Services(), queues,  registry, sockets, libraries, files, clock, shell,
+                    scheduler,          dialler, mail,     contacts};
 
   // Handles every message that waits for this thread until there is none; false when the quit
   // message was among them.

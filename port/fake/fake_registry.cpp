@@ -77,6 +77,7 @@ class FakeRegistryKey final : public RegistryKey {
   std::optional<RegistryValue> Get(std::u16string_view name) override;
   bool Set(std::u16string_view name, RegistryType type, std::string_view data) override;
   bool DeleteSubkey(std::u16string_view name) override;
+  std::vector<std::u16string> Subkeys() override;
   std::vector<NamedRegistryValue> Values() override;
   bool Begin() override;
   bool Commit() override;
@@ -161,6 +162,20 @@ void FakeRegistryKey::Apply(const Write& write) {
   } else {
     PutValue(key_->values, write.name, write.value.type, write.value.data);
   }
+}
+
+std::vector<std::u16string> FakeRegistryKey::Subkeys() {
+  const std::lock_guard lock(store_->mutex);
+  std::vector<std::u16string> names;
+  if (!Alive()) return names;
+  const std::size_t below = key_->path.size() + 1;
+  const std::u16string prefix = Fold(key_->path) + u"\\";
+  for (auto entry = store_->keys.upper_bound(prefix);
+       entry != store_->keys.end() && entry->first.starts_with(prefix); ++entry) {
+    const std::u16string name = entry->second->path.substr(below);
+    if (name.find(u'\\') == name.npos && !Deleted(entry->first)) names.push_back(name);
+  }
+  return names;
 }
 
 std::vector<NamedRegistryValue> FakeRegistryKey::Values() {

@@ -14,6 +14,8 @@ LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line
       registry(profile.RegistryFile()),
       shell(profile, std::move(command_line), queues),
       scheduler(profile, program, clock, [this] { shell.RequestDownload(); }),
+      mail(profile.data_folder, [this] { return sockets.interrupts(); }),
+      contacts(profile.data_folder),
       signals_([this] { EndSession(); }) {
   TellOfCutFiles(files.NativePath(kCutFileNote));
 }
@@ -25,7 +27,7 @@ LinuxServices::~LinuxServices() {
 Platform& LinuxServices::Attach(const DisplayServices& display) {
   Detach();
   platform_.emplace(Platform{display, queues, registry, sockets, libraries, files, clock, shell,
-                             scheduler, dialler});
+                             scheduler, dialler, mail, contacts});
   shell.SetRaise([&windows = display.windows](const std::string& token) { windows.Raise(token); });
   gPlatform = &*platform_;
   return *platform_;

@@ -9,9 +9,11 @@
 
 #include "port/common/thread_queues.h"
 #include "port/linux/linux_clock.h"
+#include "port/linux/linux_contacts.h"
 #include "port/linux/linux_dialler.h"
 #include "port/linux/linux_files.h"
 #include "port/linux/linux_libraries.h"
+#include "port/linux/linux_mail_store.h"
 #include "port/linux/linux_registry.h"
 #include "port/linux/linux_scheduler.h"
 #include "port/linux/linux_shell.h"
@@ -53,6 +55,8 @@ class LinuxServices {
   LinuxDialler dialler;
   LinuxShell shell;
   LinuxScheduler scheduler;
+  LinuxMailStore mail;
+  LinuxContacts contacts;
 
  private:
   std::optional<Platform> platform_;

@@ -14,6 +14,9 @@
 namespace quillet::port {
 namespace {
 
+// Between a folded path with a backslash and the same with this lie all paths below it.
+constexpr char kAfterBackslash = '\\' + 1;
+
 // Names are compared in this form.
 std::string Fold(std::u16string_view name) {
   std::string folded = ToUtf8(name);
@@ -70,6 +73,7 @@ class LinuxRegistryKey final : public RegistryKey {
   std::optional<RegistryValue> Get(std::u16string_view name) override;
   bool Set(std::u16string_view name, RegistryType type, std::string_view data) override;
   bool DeleteSubkey(std::u16string_view name) override;
+  std::vector<std::u16string> Subkeys() override;
   std::vector<NamedRegistryValue> Values() override;
   bool Begin() override;
   bool Commit() override;
@@ -119,13 +123,29 @@ bool LinuxRegistryKey::DeleteSubkey(std::u16string_view name) {
   if (tidy.empty()) return false;
   const std::string key = folded_ + "\\" + Fold(tidy);
   const std::string below = key + "\\";
-  const std::string beyond = key + "]";  // the character after the backslash
+  const std::string beyond = key + kAfterBackslash;
   const std::lock_guard lock(database_->mutex());
   if (!MayWrite()) return false;
   const auto found = FindKey(*database_, key);
   if (!found) return false;
   RegistryStatement remove(database_->Statement(RegistrySql::kDeleteKeys));
   return remove.BindText(key).BindText(below).BindText(beyond).StepDone();
+}
+
+std::vector<std::u16string> LinuxRegistryKey::Subkeys() {
+  const std::string below = folded_ + "\\";
+  const std::string beyond = folded_ + kAfterBackslash;
+  std::vector<std::u16string> names;
+  const std::lock_guard lock(database_->mutex());
+  RegistryStatement list(database_->Statement(RegistrySql::kListKeys));
+  list.BindText(below).BindText(beyond);
+  while (list.StepRow()) {
+    const auto path = list.Text(0);
+    if (!path || path->size() <= below.size()) continue;
+    const std::string name = path->substr(below.size());
+    if (name.find('\\') == name.npos) names.push_back(FromUtf8(name));
+  }
+  return names;
 }
 
 std::vector<NamedRegistryValue> LinuxRegistryKey::Values() {

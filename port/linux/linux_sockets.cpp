@@ -337,6 +337,7 @@ void LinuxSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
 void LinuxSockets::Interrupt(InterruptReason reason) {
   const std::lock_guard lock(mutex_);
   (reason == InterruptReason::kCancel ? cancelled_ : session_ended_) = true;
+  ++interrupts_;
   eventfd_write(interrupt_event_.get(), 1);
   // Wakes a blocked receive, which so needs no poll of its own. A socket that is not connected yet
   // refuses it and is ended through the event.

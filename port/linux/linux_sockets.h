@@ -47,6 +47,8 @@ class LinuxSockets final : public Sockets {
 
   // What fails because of it reports ECANCELED.
   void Interrupt(InterruptReason reason) override;
+  // How often that came. Any thread.
+  std::uint32_t interrupts() const { return interrupts_; }
 
  private:
   struct Socket {
@@ -74,6 +76,7 @@ class LinuxSockets final : public Sockets {
   // Written under the mutex.
   std::atomic<bool> cancelled_{false};
   std::atomic<bool> session_ended_{false};
+  std::atomic<std::uint32_t> interrupts_{0};
   int startups_ = 0;
   int last_error_ = 0;
 };

@@ -58,6 +58,7 @@ constexpr const char* kSql[] = {
        ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data)",
     "DELETE FROM registry_key WHERE folded = ?1 OR (folded > ?2 AND folded < ?3)",
     "SELECT name, type, data FROM registry_value WHERE key = ?1 ORDER BY folded",
+    "SELECT path FROM registry_key WHERE folded > ?1 AND folded < ?2 ORDER BY folded",
     "BEGIN IMMEDIATE",
     "COMMIT",
     "ROLLBACK",

@@ -21,6 +21,7 @@ enum class RegistrySql {
   kSetValue,
   kDeleteKeys,
   kListValues,
+  kListKeys,
   kBegin,
   kCommit,
   kRollback,

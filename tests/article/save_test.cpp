@@ -113,9 +113,9 @@ class PathKeeper final : public port::Files {
 
 TEST_F(SavingArticles, ThePathIsCorrectedAtItsBeginningAndItsEnd) {
   PathKeeper keeper;
-  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, fake.sockets,
-                          fake.libraries,          keeper,      fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler};
+  port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, fake.sockets,
+                          fake.libraries,          keeper,       fake.clock,    fake.shell,
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
   gPlatform = &platform;
   for (const char16_t* path :
        {u"\\\\a.txt", u"\\\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt", u"\\name.",

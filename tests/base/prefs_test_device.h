@@ -123,6 +123,7 @@ class NotingKey final : public port::RegistryKey {
     Note(u"delete key ", name);
     return key_->DeleteSubkey(name);
   }
+  std::vector<std::u16string> Subkeys() override { return key_->Subkeys(); }
   std::vector<port::NamedRegistryValue> Values() override { return key_->Values(); }
   bool Begin() override {
     Note(u"begin", u"");
@@ -173,7 +174,7 @@ class OtherRegistry {
       : before_(gPlatform), platform_{*before_,         before_->messages,  registry,
                                       before_->sockets, before_->libraries, before_->files,
                                       before_->clock,   before_->shell,     before_->scheduler,
-                                      before_->dialler} {
+                                      before_->dialler, before_->mail,      before_->contacts} {
     gPlatform = &platform_;
   }
   OtherRegistry(const OtherRegistry&) = delete;

@@ -79,9 +79,9 @@ void CheckReadAndWrite() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static port::FakePlatform fake;
   port::FakeRegistry registry;
-  port::Platform platform{fake.display.Services(), fake.queues, registry,   fake.sockets,
-                          fake.libraries,          fake.files,  fake.clock, fake.shell,
-                          fake.scheduler,          fake.dialler};
+  port::Platform platform{fake.display.Services(), fake.queues,  registry,   fake.sockets,
+                          fake.libraries,          fake.files,   fake.clock, fake.shell,
+                          fake.scheduler,          fake.dialler, fake.mail,  fake.contacts};
   gPlatform = &platform;
   PutValues(registry, {reinterpret_cast<const char*>(data), size});
   CheckReadAndWrite();

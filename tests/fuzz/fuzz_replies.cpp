@@ -56,9 +56,9 @@ struct Device {
   Device() { gPlatform = &platform; }
   port::FakePlatform fake;
   FuzzedSockets sockets;
-  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, sockets,
-                          fake.libraries,          fake.files,  fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler};
+  port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, sockets,
+                          fake.libraries,          fake.files,   fake.clock,    fake.shell,
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
 };
 
 void ReadReplies() {

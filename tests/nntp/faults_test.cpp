@@ -194,7 +194,9 @@ class FaultsTest : public NntpTest {
                            fake.clock,
                            fake.shell,
                            fake.scheduler,
-                           fake.dialler};
+                           fake.dialler,
+                           fake.mail,
+                           fake.contacts};
 };
 
 TEST_F(FaultsTest, UndisturbedRunGetsEverything) {

@@ -40,9 +40,9 @@ class LoopbackTest : public NntpTest {
     address = {127, 0, 0, 1};
     return 0;
   }};
-  port::Platform platform_{fake.display.Services(), fake.queues, fake.registry, sockets_,
-                           fake.libraries,          fake.files,  fake.clock,    fake.shell,
-                           fake.scheduler,          fake.dialler};
+  port::Platform platform_{fake.display.Services(), fake.queues,  fake.registry, sockets_,
+                           fake.libraries,          fake.files,   fake.clock,    fake.shell,
+                           fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
 };
 
 void LayOneArticle(TranscriptServer& server) {

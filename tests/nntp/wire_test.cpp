@@ -371,9 +371,9 @@ class OverviewSockets final : public port::Sockets {
 
 TEST_F(WireTest, OverviewOfAHundredThousandLinesTakesNoMemoryAtAll) {
   OverviewSockets sockets;
-  port::Platform platform{fake.display.Services(), fake.queues, fake.registry, sockets,
-                          fake.libraries,          fake.files,  fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler};
+  port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, sockets,
+                          fake.libraries,          fake.files,   fake.clock,    fake.shell,
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
   wire.Close();
   gPlatform = &platform;
   wire.Open(sockets.Open());

@@ -232,5 +232,25 @@ TYPED_TEST(RegistryContract, KeyOutlivesTheCallsThatMadeOthers) {
   EXPECT_EQ(this->Data(*second, u"x"), "2");
 }
 
+TYPED_TEST(RegistryContract, SubkeysAreTheDirectOnesInTheOrderOfTheirFoldedNames) {
+  this->Create(u"PMail\\ServiceInfo\\work");
+  this->Create(u"PMail\\ServiceInfo\\Home\\deep\\deeper");
+  this->Create(u"PMail\\ServiceInfo\\ABROAD");
+  this->Create(u"PMail\\ServiceInfo2\\other");
+  const auto key = this->Create(u"pmail\\serviceinfo");
+  key->Set(u"value", RegistryType::kString, "x");
+  EXPECT_EQ(key->Subkeys(), (std::vector<std::u16string>{u"ABROAD", u"Home", u"work"}));
+  ASSERT_TRUE(key->DeleteSubkey(u"home"));
+  EXPECT_EQ(key->Subkeys(), (std::vector<std::u16string>{u"ABROAD", u"work"}));
+  EXPECT_TRUE(this->Open(u"PMail\\ServiceInfo\\work")->Subkeys().empty());
+}
+
+TYPED_TEST(RegistryContract, SubkeysOfAKeyThatWasDeletedAreNone) {
+  this->Create(u"PMail\\ServiceInfo\\work");
+  const auto key = this->Open(u"PMail\\ServiceInfo");
+  this->Open(u"PMail")->DeleteSubkey(u"ServiceInfo");
+  EXPECT_TRUE(key->Subkeys().empty());
+}
+
 }  // namespace
 }  // namespace quillet::port

@@ -40,8 +40,9 @@ class RunnerTest : public DisplayTest {
   }
 
   port::FakePlatform fake;
-  port::Platform platform{device->Services(), queues, fake.registry, fake.sockets,   fake.libraries,
-                          fake.files,         clock,  fake.shell,    fake.scheduler, fake.dialler};
+  port::Platform platform{device->Services(), queues,       fake.registry, fake.sockets,
+                          fake.libraries,     fake.files,   clock,         fake.shell,
+                          fake.scheduler,     fake.dialler, fake.mail,     fake.contacts};
 };
 
 TEST_F(RunnerTest, DialogIsUpWhileTheOperationRuns) {
