@@ -1,0 +1,12 @@
+// The text of a post once more, character by character and without regard to time: what the quick
+// way is compared with.
+#pragma once
+
+#include <string>
+
+namespace quillet {
+
+std::string PlainlyWrapped(const std::string& body);
+std::string PlainlyBuilt(const std::string& header, const std::string& body);
+
+}  // namespace quillet
