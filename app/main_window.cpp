@@ -6,6 +6,9 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "app/open_prefs.h"
 #include "app/startup.h"
@@ -14,6 +17,7 @@
 #include "article/panes.h"
 #include "article/view.h"
 #include "base/app_messages.h"
+#include "base/guarded.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
@@ -30,6 +34,8 @@
 #include "port/message_queue.h"
 #include "port/platform.h"
 #include "port/shell.h"
+#include "post/editor.h"
+#include "post/queue.h"
 #include "res/commands.h"
 #include "res/resource.h"
 #include "store/databases.h"
@@ -54,9 +60,13 @@ std::uint32_t gAcceleratorKey = 0;
 // A download is wanted, and its turn has been posted.
 bool gScheduledWaits = false;
 
+// Nobody was there to be asked about a draft when the program started.
+bool gDraftWaits = false;
+
 const ResetAtEnd kReset([] {
   gAcceleratorKey = 0;
   gScheduledWaits = false;
+  gDraftWaits = false;
 });
 
 int ShownTab() {
@@ -152,14 +162,62 @@ struct CommonCommand {
   void (*run)();
 };
 
-// Import and Quick Setup are claimed here, so that they never reach a view's handler.
-constexpr std::array<CommonCommand, 6> kCommonCommands = {{
+// --- Writing -------------------------------------------------------------------------------------
+
+// The names of the groups whose boxes are ticked; of the shown group anywhere else.
+std::u16string NewsgroupsToWriteTo() {
+  std::u16string names;
+  if (ShownTab() != port::kGroupTab) {
+    return IsInList(gReading.group) ? gPrefs->groups[IndexOf(gReading.group)] : names;
+  }
+  for (const GroupIndex group : CheckedGroups(*gPrefs)) {
+    if (!names.empty()) names += u',';
+    names += gPrefs->groups[IndexOf(group)];
+  }
+  return names;
+}
+
+// The group view's and the thread view's.
+void NewArticleCommand() {
+  if (ShownTab() == port::kArticleTab) return;
+  if (const auto names =
+          Guarded(u"HandleGroupCommand", [] { return std::optional(NewsgroupsToWriteTo()); })) {
+    StartNewArticle(*names);
+  }
+}
+
+void ViewPostQueueCommand() {
+  if (ShownTab() == port::kGroupTab) ShowPendingPosts();
+}
+
+// Of the article that is shown, if one is.
+bool ArticleIsShown() {
+  return ShownTab() == port::kArticleTab && gReading.article != nullptr;
+}
+void NewArticleFromArticleCommand() {
+  if (ArticleIsShown()) StartNewArticle(gReading.article_group);
+}
+void ReplyCommand() {
+  if (ArticleIsShown()) StartReply(*gReading.article, gReading.article_group);
+}
+void ForwardCommand() {
+  if (ArticleIsShown()) StartForward(*gReading.article, gReading.article_group);
+}
+
+// Import and Quick Setup are claimed here, so that they never reach a view's handler; and what
+// writes articles, since the views stand below the editors.
+constexpr std::array<CommonCommand, 11> kCommonCommands = {{
     {kCommandAbout, AboutCommand},
     {kCommandClose, CloseCommand},
     {kCommandConnect, ConnectByUser},
     {kCommandPreferences, PreferencesCommand},
     {kCommandImport, LaterCommand},
     {kCommandQuickSetup, LaterCommand},
+    {kCommandNewArticle, NewArticleCommand},
+    {kCommandNewArticleFromArticle, NewArticleFromArticleCommand},
+    {kCommandReply, ReplyCommand},
+    {kCommandForward, ForwardCommand},
+    {kCommandViewPostQueue, ViewPostQueueCommand},
 }};
 
 void HandleCommand(std::uint32_t command) {
@@ -214,6 +272,12 @@ void HandleUser(std::uint32_t id) {
       RefreshCounts();
       if (ShownTab() == port::kGroupTab) RefillGroupList();
       return;
+    case kUserDraftNotSaved:
+      return TellOfUnsavedDraft();
+    case kUserShowPostQueue:
+      return ShowPendingPosts();
+    case kUserOfferDraft:
+      return OfferDraft();
     default:
       return;
   }
@@ -232,6 +296,7 @@ void DeleteOnQuit() {
 }
 
 void DestroyQuilletWindow() {
+  CloseEditorForQuit();
   ShutDown();
   gPlatform->shell.SetInstanceWindow(0, 0);
   CloseErrorLog();
@@ -239,7 +304,9 @@ void DestroyQuilletWindow() {
   gPlatform->messages.PostQuit(0);
 }
 
-void CloseMainWindow() {
+// `asks`: the user closes it, and may change his mind.
+void CloseMainWindow(bool asks) {
+  if (asks && !EditorLetsQuit()) return;
   DeleteOnQuit();
   // A critical error during the deletion has closed the window already.
   if (gMainWindow != 0) DestroyQuilletWindow();
@@ -247,7 +314,13 @@ void CloseMainWindow() {
 
 // --- Messages ---------------------------------------------------------------------------------
 
+bool IsOfTheUser(port::MessageKind kind) {
+  return kind == port::MessageKind::kCommand || kind == port::MessageKind::kTabChanged ||
+         kind == port::MessageKind::kRowChecked || kind == port::MessageKind::kItemActivated;
+}
+
 void MainWindowProcedure(const port::Message& message) {
+  if (IsOfTheUser(message.kind) && std::exchange(gDraftWaits, false)) OfferDraftSoon();
   switch (message.kind) {
     case port::MessageKind::kCommand:
       return HandleCommand(message.id);
@@ -278,7 +351,7 @@ void MainWindowProcedure(const port::Message& message) {
     case port::MessageKind::kUser:
       return HandleUser(message.id);
     case port::MessageKind::kClose:
-      return CloseMainWindow();
+      return CloseMainWindow(message.detail != kCloseAfterCriticalError);
     case port::MessageKind::kEndSession:
       return DestroyQuilletWindow();
     default:
@@ -308,6 +381,14 @@ void CreateViews() {
   ForgetArticlePanes();
   CreateGroupList();
   LayOutWindow();
+}
+
+void OfferDraftSoon() {
+  PostToMainWindow(kUserOfferDraft);
+}
+
+void OfferDraftWhenSomebodyIsThere() {
+  gDraftWaits = true;
 }
 
 void RebuildViews() {

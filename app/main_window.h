@@ -13,5 +13,8 @@ void CreateViews();
 bool TranslateAccelerator(const port::Message& message);
 // Takes the views down and builds them again in the placement of `sidetabs`.
 void RebuildViews();
+// What a crash has left of an article is offered to the user: soon, or once he does something.
+void OfferDraftSoon();
+void OfferDraftWhenSomebodyIsThere();
 
 }  // namespace quillet

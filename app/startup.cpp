@@ -23,6 +23,7 @@
 #include "port/scheduler.h"
 #include "port/shell.h"
 #include "port/windows.h"
+#include "post/editor.h"
 #include "store/compression.h"
 #include "store/databases.h"
 #include "thread/deletion.h"
@@ -78,6 +79,7 @@ void ConnectUpwardCalls() {
   gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
   gUpwardCalls.article_view = {DisplayArticle, ClearArticleView};
   gUpwardCalls.open_preferences = OpenPreferences;
+  gUpwardCalls.is_being_edited = IsBeingEdited;
 }
 
 int MainLoop() {
@@ -161,11 +163,15 @@ int RunOnce() {
   if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
   gPlatform->windows.ShowMainWindow();
   CreateViews();
+  // Before a connection: what was finished is in the queue, and what was not is held back there.
+  SettleDraft();
   if (scheduled) {
     Dispatch({gMainWindow, port::MessageKind::kUser, kUserScheduledTurn, 0, {}});
   } else {
     ScheduleAutoDownload();
   }
+  // A question would keep the next scheduled connections waiting for somebody to answer it.
+  scheduled ? OfferDraftWhenSomebodyIsThere() : OfferDraftSoon();
   // A session that ended while there was no window to tell.
   if (SessionEnding()) BeginSessionEnd();
   return MainLoop();

@@ -18,6 +18,7 @@ constexpr std::uint32_t kUserPostQueued = 5;         // one more post waits to b
 constexpr std::uint32_t kUserScheduledTurn = 6;
 
 constexpr std::uint32_t kUserDraftNotSaved = 7;  // what is being written is not safe
+constexpr std::uint32_t kUserOfferDraft = 9;     // what a crash has left of an article
 constexpr std::uint32_t kUserShowPostQueue = 8;  // the list of queued posts again
 
 inline void PostToMainWindow(std::uint32_t user_message) {

@@ -118,7 +118,7 @@ void ReportCriticalError(std::u16string_view reason, std::u16string_view locatio
     gPlatform->messages.PostQuit(0);
     return;
   }
-  Dispatch({main_window, port::MessageKind::kClose, 0, 0, {}});
+  Dispatch({main_window, port::MessageKind::kClose, 0, kCloseAfterCriticalError, {}});
   DestroyMainWindow();
 }
 

@@ -45,6 +45,8 @@ std::u16string RefusalOf(std::u16string_view text);
 int ReportError(std::u16string_view reason, std::u16string_view location);
 // "A critical error (%ls) occurred in %ls."; then the main window is closed and destroyed. Before
 // there is a main window the quit message is posted instead. Returns to the caller in any case.
+// The window's kClose has kCloseAfterCriticalError as detail: nothing can be asked any more.
+inline constexpr std::uint32_t kCloseAfterCriticalError = 1;
 void ReportCriticalError(std::u16string_view reason, std::u16string_view location);
 
 }  // namespace quillet
