@@ -5,7 +5,10 @@
 //                               selected a row; a slider or a time was moved
 //   kTextEdited (id: control)   the user changed the text of an edit or an editable list; no more
 //                               than one a second for a control, and one after the last key
-//   kItemActivated, kContextMenu, kRowChecked (id: row, control: the list)
+//   kItemActivated, kContextMenu, kRowChecked (id: row, control: the list); in a list with the
+//   form's
+//                               property `tapOpens` a tap on the selected row that was tapped
+//                               before is kItemActivated too, and a double click no second one
 //   kKeyUp, kTimer and kClose
 // What the program writes sends none of them. Closing a dialog by its frame or with Escape is
 // kCommand 2.
@@ -18,6 +21,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -30,7 +34,8 @@
 namespace quillet::port {
 
 enum class DialogKind {
-  kModal,     // while it is shown its owner (0: every window) takes no input but keeps painting
+  kModal,     // while it is shown its owner (0 or a kWindow: every window) takes no input but keeps
+              // painting
   kProgress,  // the same, but its owner, the main window, can still be closed: its close button is
               // kCommand 2 of the dialog and then the window's kClose
   kWindow,    // a window of its own beside all others: it can be resized, has the size it had when
@@ -107,6 +112,14 @@ struct TimeOfDay {
   bool operator==(const TimeOfDay&) const = default;
 };
 
+// Of a multi-line edit, as that of a list or pane: a face, empty for the default, and a size index
+// from 1 to 8.
+struct FontChoice {
+  std::u16string face;
+  int size_index = 4;
+  bool operator==(const FontChoice&) const = default;
+};
+
 // Every control. A hidden or disabled one takes no input.
 struct Visible {
   bool visible = true;
@@ -119,7 +132,7 @@ struct Enabled {
 struct Focus {};
 
 using ControlValue = std::variant<Text, TextState, Checked, Choices, Choice, Range, Position, Rows,
-                                  TimeOfDay, Visible, Enabled, Focus>;
+                                  TimeOfDay, FontChoice, Visible, Enabled, Focus>;
 
 struct ControlWrite {
   std::uint32_t control = 0;
@@ -155,6 +168,13 @@ class Dialogs {
 
   virtual void WriteMany(WindowHandle dialog, std::vector<ControlWrite> writes) = 0;
   virtual ControlState Read(WindowHandle dialog, std::uint32_t control) = 0;
+  // `edited` is called at once, on the display's thread (or whichever plays the user), whenever the
+  // user has changed a text, box, choice or row of the dialog; it must not block nor call the
+  // device. It replaces an earlier one, and an empty one ends it: when this returns, none that was
+  // there before is running. Goes with the dialog; nothing for a page or what does not exist. Any
+  // thread.
+  virtual void WatchEdits(WindowHandle dialog, std::function<void()> edited) = 0;
+
   // By control id; empty for a dialog that does not exist.
   virtual std::map<std::uint32_t, ControlState> ReadAll(WindowHandle dialog) = 0;
 

@@ -24,8 +24,17 @@ constexpr std::chrono::seconds kTextPeriod(1);
 struct Source {
   std::uint32_t id = 0;
   Tell tell;
+  std::shared_ptr<std::function<void()>> edited;
 
   void Command() const { tell({0, MessageKind::kCommand, id, 0, {}}); }
+  // The user has changed the control's value.
+  void Edited() const {
+    if (*edited) (*edited)();
+  }
+  void Chosen() const {
+    Edited();
+    Command();
+  }
   void Row(MessageKind kind, int row, bool detail = false) const {
     tell({0, kind, static_cast<std::uint32_t>(row), detail ? 1U : 0U, {}, id});
   }
@@ -40,7 +49,8 @@ std::function<void()> EditedCall(QWidget& control, const Source& source) {
   QObject::connect(timer, &QTimer::timeout, &control, [source] {
     source.tell({0, MessageKind::kTextEdited, source.id, 0, {}});
   });
-  return [timer] {
+  return [timer, source] {
+    source.Edited();
     if (!timer->isActive()) timer->start();
   };
 }
@@ -48,13 +58,14 @@ std::function<void()> EditedCall(QWidget& control, const Source& source) {
 void Connect(QAbstractButton& button, FormControls& controls, const Source& source) {
   QObject::connect(&button, &QAbstractButton::clicked, &button, [&button, &controls, source] {
     controls.menu_place = {button.mapToGlobal(button.rect().bottomLeft()), false};
+    if (button.isCheckable()) source.Edited();
     source.Command();
   });
 }
 
 // Not what is typed ahead: the text is what the user typed.
 void Connect(QComboBox& list, const Source& source) {
-  QObject::connect(&list, &QComboBox::activated, &list, [source] { source.Command(); });
+  QObject::connect(&list, &QComboBox::activated, &list, [source] { source.Chosen(); });
   if (!list.isEditable()) return;
   list.setInsertPolicy(QComboBox::NoInsert);
   list.setCompleter(nullptr);
@@ -62,18 +73,20 @@ void Connect(QComboBox& list, const Source& source) {
 }
 
 void Connect(FormList& list, FormControls& controls, const Source& source) {
-  list.Tell(
-      {[source](int /*row*/) { source.Command(); },
-       [source](int row) { source.Row(MessageKind::kItemActivated, row); },
-       [source](int row, bool checked) { source.Row(MessageKind::kRowChecked, row, checked); },
-       [source, &controls](int row, const MenuPlace& where) {
-         controls.menu_place = where;
-         source.Row(MessageKind::kContextMenu, row);
-       }});
+  list.Tell({[source](int /*row*/) { source.Chosen(); },
+             [source](int row) { source.Row(MessageKind::kItemActivated, row); },
+             [source](int row, bool checked) {
+               source.Edited();
+               source.Row(MessageKind::kRowChecked, row, checked);
+             },
+             [source, &controls](int row, const MenuPlace& where) {
+               controls.menu_place = where;
+               source.Row(MessageKind::kContextMenu, row);
+             }});
 }
 
 void ConnectControl(QWidget& control, FormControls& controls, const Source& source) {
-  const auto command = [source] { source.Command(); };
+  const auto chosen = [source] { source.Chosen(); };
   if (auto* button = qobject_cast<QAbstractButton*>(&control)) {
     Connect(*button, controls, source);
   } else if (auto* list = qobject_cast<QComboBox*>(&control)) {
@@ -85,16 +98,18 @@ void ConnectControl(QWidget& control, FormControls& controls, const Source& sour
   } else if (auto* lines = qobject_cast<QPlainTextEdit*>(&control)) {
     QObject::connect(lines, &QPlainTextEdit::textChanged, lines, EditedCall(control, source));
   } else if (auto* slider = qobject_cast<QAbstractSlider*>(&control)) {
-    QObject::connect(slider, &QAbstractSlider::valueChanged, slider, command);
+    QObject::connect(slider, &QAbstractSlider::valueChanged, slider, chosen);
   } else if (auto* picker = qobject_cast<QTimeEdit*>(&control)) {
-    QObject::connect(picker, &QTimeEdit::timeChanged, picker, command);
+    QObject::connect(picker, &QTimeEdit::timeChanged, picker, chosen);
   }
 }
 
 }  // namespace
 
 void ConnectControls(FormControls& controls, const Tell& tell) {
-  for (const auto& [id, control] : controls.All()) ConnectControl(*control, controls, {id, tell});
+  for (const auto& [id, control] : controls.All()) {
+    ConnectControl(*control, controls, {id, tell, controls.edited});
+  }
 }
 
 }  // namespace quillet::qt

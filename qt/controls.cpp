@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
+#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -14,6 +15,7 @@
 #include <algorithm>
 
 #include "qt/edit_lines.h"
+#include "qt/fonts.h"
 #include "qt/form_list.h"
 #include "qt/text.h"
 
@@ -21,6 +23,7 @@ namespace quillet::qt {
 namespace {
 
 constexpr int kLargestRange = 65535;
+constexpr int kTabColumns = 8;
 
 // The line of an edit or of an editable list; null for others.
 QLineEdit* LineOf(QWidget& control) {
@@ -115,6 +118,16 @@ void Set(QWidget& control, const port::TimeOfDay& value) {
   const QSignalBlocker quiet(picker);
   picker->setTime({std::clamp(value.hour, 0, 23), std::clamp(value.minute, 0, 59),
                    std::clamp(value.second, 0, 59)});
+}
+
+// The same columns for tabs in every font.
+void Set(QWidget& control, const port::FontChoice& value) {
+  auto* lines = qobject_cast<QPlainTextEdit*>(&control);
+  if (lines == nullptr) return;
+  const QSignalBlocker quiet(lines);
+  const QFont font = FontFor(value.face, value.size_index, QApplication::font());
+  lines->setFont(font);
+  lines->setTabStopDistance(kTabColumns * QFontMetricsF(font).horizontalAdvance(QLatin1Char(' ')));
 }
 
 void Set(QWidget& control, const port::Visible& value) {

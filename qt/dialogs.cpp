@@ -49,7 +49,7 @@ void HandBoxesOn(const QWidget& dialog, QWidget* owner) {
     const Qt::WindowFlags flags = box->windowFlags();
     const bool visible = box->isVisible();
     box->setParent(owner, flags);
-    box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+    box->setWindowModality(ModalityOver(owner));
     box->setWindowFlags(flags);  // the modality has reset them
     if (visible) box->show();
   }
@@ -79,6 +79,8 @@ port::WindowHandle QtDialogs::Create(std::uint32_t form, port::WindowHandle owne
         NewFormDialog(form, display_.WidgetOf(owner), kind, TellWindow(display_.queues, handle));
     if (dialog == nullptr) return;
     display_.windows[handle] = dialog;
+    watches_.Add(handle);
+    *ControlsOf(dialog)->edited = [this, handle] { watches_.Tell(handle); };
     created = true;
   });
   if (created) return handle;
@@ -112,6 +114,7 @@ void QtDialogs::DestroyNow(port::WindowHandle dialog) {
   if (widget != nullptr && IsWindow(*widget) && widget->isVisible() && !widget->isMaximized()) {
     display_.sizes.Remember(FormOf(*widget), widget->size());
   }
+  watches_.Remove(dialog);
   if (widget != nullptr) HandBoxesOn(*widget, widget->parentWidget());
   delete widget;
   display_.windows.erase(found);
@@ -141,6 +144,10 @@ void QtDialogs::AddPending(port::WindowHandle dialog, port::ControlWrite write) 
   }
   last->second = pending_.size();
   pending_.push_back({dialog, std::move(write)});
+}
+
+void QtDialogs::WatchEdits(port::WindowHandle dialog, std::function<void()> edited) {
+  watches_.Watch(dialog, std::move(edited));
 }
 
 port::ControlState QtDialogs::Read(port::WindowHandle dialog, std::uint32_t control) {

@@ -4,11 +4,13 @@
 #include <QTimer>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <utility>
 #include <vector>
 
+#include "port/common/edit_watches.h"
 #include "port/dialogs.h"
 #include "qt/control_messages.h"
 #include "qt/display.h"
@@ -25,6 +27,7 @@ class QtDialogs final : public port::Dialogs {
   void Destroy(port::WindowHandle dialog) override;
   void WriteMany(port::WindowHandle dialog, std::vector<port::ControlWrite> writes) override;
   port::ControlState Read(port::WindowHandle dialog, std::uint32_t control) override;
+  void WatchEdits(port::WindowHandle dialog, std::function<void()> edited) override;
   std::map<std::uint32_t, port::ControlState> ReadAll(port::WindowHandle dialog) override;
 
  private:
@@ -41,6 +44,7 @@ class QtDialogs final : public port::Dialogs {
   void DestroyNow(port::WindowHandle dialog);
 
   Display& display_;
+  port::EditWatches watches_;
 
   // Writes not shown yet, in their order, and the last one to each control.
   std::mutex mutex_;

@@ -3,7 +3,9 @@
 
 #include <QWidget>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 #include "qt/menu_place.h"
@@ -31,6 +33,9 @@ class FormControls {
 
   // Where a menu of this form belongs: at the row it was asked for, or at the button pressed last.
   std::optional<MenuPlace> menu_place;
+
+  // Called at once when the user has changed something; shared, since controls may outlive this.
+  std::shared_ptr<std::function<void()>> edited = std::make_shared<std::function<void()>>();
 
  private:
   std::map<std::uint32_t, QWidget*> controls_;

@@ -3,21 +3,34 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScroller>
 #include <QSignalBlocker>
 #include <algorithm>
+#include <utility>
 
+#include "qt/icons.h"
 #include "qt/one_line.h"
 #include "qt/row_steps.h"
 #include "qt/text.h"
+#include "res/resource.h"
 
 namespace quillet::qt {
 
-FormList::FormList(QWidget* parent) : QTreeWidget(parent) {
+FormList::FormList(QWidget* parent)
+    : QTreeWidget(parent), hold_([this](QPoint place) {
+        setState(QAbstractItemView::NoState);
+        if (QTreeWidgetItem* item = itemAt(place)) {
+          AskMenu(*item, {viewport()->mapToGlobal(place), false});
+        }
+      }) {
   setRootIsDecorated(false);
   setUniformRowHeights(true);
   setAllColumnsShowFocus(true);
   setSelectionMode(QAbstractItemView::SingleSelection);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
+  setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+  QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   header()->setSectionsMovable(false);
   header()->setStretchLastSection(false);
   header()->setSectionResizeMode(QHeaderView::ResizeToContents);
@@ -30,14 +43,26 @@ FormList::FormList(QWidget* parent) : QTreeWidget(parent) {
   });
 }
 
+namespace {
+
+// A reader of the screen says what the sign means.
+void Mark(QTreeWidgetItem& item) {
+  item.setIcon(0, PaletteIcon(kIconRefused));
+  item.setData(0, Qt::AccessibleTextRole, QStringLiteral("refused: %1").arg(item.text(0)));
+}
+
+}  // namespace
+
 QTreeWidgetItem* FormList::NewItem(const port::Row& row) const {
   auto* item = new QTreeWidgetItem;
   const int columns = std::min(columnCount(), static_cast<int>(row.texts.size()));
   for (int column = 0; column < columns; ++column) {
     const QString text = OneLine(ToQt(row.texts[static_cast<std::size_t>(column)]));
     item->setText(column, text);
-    item->setToolTip(column, PlainToolTip(text));
+    const QString tip = row.tool_tip.empty() ? text : ToQt(row.tool_tip);
+    item->setToolTip(column, PlainToolTip(tip));
   }
+  if (row.marked) Mark(*item);
   item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren);
   if (HasBoxes()) {
     item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
@@ -49,6 +74,7 @@ QTreeWidgetItem* FormList::NewItem(const port::Row& row) const {
 void FormList::Fill(const std::vector<port::Row>& rows) {
   const QSignalBlocker quiet(this);
   clear();
+  pressed_ = tapped_ = -1;
   QList<QTreeWidgetItem*> items;
   for (const port::Row& row : rows) items.append(NewItem(row));
   addTopLevelItems(items);
@@ -87,10 +113,14 @@ void FormList::Toggle(int row) {
 void FormList::contextMenuEvent(QContextMenuEvent* event) {
   const bool by_key = event->reason() == QContextMenuEvent::Keyboard;
   QTreeWidgetItem* item = by_key ? topLevelItem(SelectedRow()) : itemAt(event->pos());
-  if (item == nullptr || !told_.menu) return;
-  setCurrentItem(item);
+  if (item == nullptr) return;
   const QPoint place = by_key ? visualItemRect(item).bottomLeft() : event->pos();
-  told_.menu(indexOfTopLevelItem(item), {viewport()->mapToGlobal(place), by_key});
+  AskMenu(*item, {viewport()->mapToGlobal(place), by_key});
+}
+
+void FormList::AskMenu(QTreeWidgetItem& item, const MenuPlace& where) {
+  setCurrentItem(&item);
+  if (told_.menu) told_.menu(indexOfTopLevelItem(&item), where);
 }
 
 // Enter is the row's here, not the dialog's default button.
@@ -107,10 +137,53 @@ void FormList::keyPressEvent(QKeyEvent* event) {
   }
 }
 
+int FormList::RowAt(const QMouseEvent& event) const {
+  return indexOfTopLevelItem(itemAt(event.position().toPoint()));
+}
+
+// A press that moves away, or rests until the menu comes, is no tap.
+void FormList::mousePressEvent(QMouseEvent* event) {
+  pressed_ = event->button() == Qt::LeftButton ? RowAt(*event) : -1;
+  opens_ = pressed_ >= 0 && pressed_ == tapped_ && pressed_ == SelectedRow();
+  opened_ = false;
+  down_ = true;
+  hold_.Pressed(*event);
+  QTreeWidget::mousePressEvent(event);
+}
+
+void FormList::mouseMoveEvent(QMouseEvent* event) {
+  hold_.Moved(*event);
+  // A finger that moves scrolls; it does not take the selection along.
+  if (!ByFinger(*event)) QTreeWidget::mouseMoveEvent(event);
+}
+
+void FormList::mouseReleaseEvent(QMouseEvent* event) {
+  const bool held = hold_.Released();
+  const bool was_down = std::exchange(down_, false);
+  QTreeWidget::mouseReleaseEvent(event);
+  const int row = std::exchange(pressed_, -1);
+  // The toolkit keeps the press of a finger's second tap to itself, if it is quick.
+  if (!was_down && ByFinger(*event)) return DoubleTapped(RowAt(*event));
+  if (!held && row >= 0 && row == RowAt(*event)) Tapped(row);
+}
+
+void FormList::Tapped(int row) {
+  tapped_ = row;
+  opened_ = opens_ && property("tapOpens").toBool();
+  if (opened_ && told_.activated) told_.activated(row);
+}
+
+// The first of the two taps may have opened the row already.
+void FormList::DoubleTapped(int row) {
+  const bool opened = std::exchange(opened_, false);
+  if (!opened && row >= 0 && told_.activated) told_.activated(row);
+}
+
+// The release that follows is no tap.
 void FormList::mouseDoubleClickEvent(QMouseEvent* event) {
+  down_ = true;
   QTreeWidget::mouseDoubleClickEvent(event);
-  const int row = indexOfTopLevelItem(itemAt(event->position().toPoint()));
-  if (row >= 0 && event->button() == Qt::LeftButton && told_.activated) told_.activated(row);
+  if (event->button() == Qt::LeftButton) DoubleTapped(RowAt(*event));
 }
 
 }  // namespace quillet::qt

@@ -1,5 +1,6 @@
 // A list in a form: rows of texts in the columns that the form gives it, with a box in front of
-// each row when the form says so (dynamic property `checkBoxes`). Display thread only.
+// each row when the form says so (dynamic property `checkBoxes`). With the dynamic property
+// `tapOpens` a tap on the row that was tapped before activates it. Display thread only.
 #pragma once
 
 #include <QTreeWidget>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "port/dialogs.h"
+#include "qt/finger_hold.h"
 #include "qt/menu_place.h"
 
 namespace quillet::qt {
@@ -16,7 +18,7 @@ class FormList final : public QTreeWidget {
   // What the user did; what is written is not told.
   struct Told {
     std::function<void(int row)> selected;
-    std::function<void(int row)> activated;  // a double click or Enter
+    std::function<void(int row)> activated;  // a double click, Enter, a tap that opens
     std::function<void(int row, bool checked)> checked;
     std::function<void(int row, const MenuPlace& where)> menu;  // the row is selected
   };
@@ -34,14 +36,27 @@ class FormList final : public QTreeWidget {
  protected:
   void contextMenuEvent(QContextMenuEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
 
  private:
   bool HasBoxes() const { return property("checkBoxes").toBool(); }
   QTreeWidgetItem* NewItem(const port::Row& row) const;
+  int RowAt(const QMouseEvent& event) const;
   void Toggle(int row);
+  void Tapped(int row);
+  void DoubleTapped(int row);
+  void AskMenu(QTreeWidgetItem& item, const MenuPlace& where);
 
   Told told_;
+  bool down_ = false;    // a press was seen, its release not yet
+  int pressed_ = -1;     // the row under the button or finger that is down
+  bool opens_ = false;   // that row is the one that was tapped before
+  int tapped_ = -1;      // the row that was tapped last
+  bool opened_ = false;  // by the tap before a double click
+  FingerHold hold_;
 };
 
 }  // namespace quillet::qt

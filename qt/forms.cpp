@@ -143,7 +143,7 @@ void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
 // otherwise (qt/blocked_input.h).
 void MakeModal(QDialog& dialog, const QWidget* owner, DialogKind kind) {
   if (kind == DialogKind::kProgress && owner != nullptr) return;
-  dialog.setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  dialog.setWindowModality(ModalityOver(owner));
 }
 
 void NameWindow(QDialog& dialog) {
@@ -175,6 +175,12 @@ QWidget* NewFormPage(std::uint32_t form, const Tell& tell) {
   entry->set_up(*page);
   Prepare(*page, *page, tell);
   return page;
+}
+
+Qt::WindowModality ModalityOver(const QWidget* owner) {
+  const bool is_main = dynamic_cast<const MainWindow*>(owner) != nullptr;
+  const bool covers_one = owner != nullptr && (is_main || owner->windowType() != Qt::Window);
+  return covers_one ? Qt::WindowModal : Qt::ApplicationModal;
 }
 
 FormControls* ControlsOf(QWidget* form) {

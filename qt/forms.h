@@ -18,6 +18,11 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, port::DialogKind kind
 // The same of the form of a page; without a window, which it gets as a child of another.
 QWidget* NewFormPage(std::uint32_t form, const Tell& tell);
 
+// What a dialog or box over that owner (null: none) takes the input of. One over a window with a
+// form takes everybody's: the program waits for its answer, and what is clicked elsewhere meanwhile
+// would be carried out later.
+Qt::WindowModality ModalityOver(const QWidget* owner);
+
 // The controls of such a dialog or page; null for any other widget.
 FormControls* ControlsOf(QWidget* form);
 // The widget with that control id; null when there is none.

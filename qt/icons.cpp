@@ -31,6 +31,7 @@ constexpr auto kImages = std::to_array<ImageEntry>({
     {kBitmapGroupSideTab, "tab-group-side"},
     {kBitmapThreadSideTab, "tab-thread-side"},
     {kBitmapArticleSideTab, "tab-article-side"},
+    {kIconRefused, "refused"},
     {kCommandConnect, "button-connect"},
     {kCommandCheckUncheckAll, "button-check-all"},
     {kCommandFind, "button-find"},
@@ -62,7 +63,8 @@ class PaletteIconEngine final : public QIconEngine {
 
   void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
     const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
-    const QColor ink = QGuiApplication::palette().color(group, QPalette::ButtonText);
+    const auto role = mode == QIcon::Selected ? QPalette::HighlightedText : QPalette::ButtonText;
+    const QColor ink = QGuiApplication::palette().color(group, role);
     QSvgRenderer(Drawing(file_, ink)).render(painter, rect);
   }
 

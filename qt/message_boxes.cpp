@@ -14,6 +14,7 @@
 
 #include "port/common/box_buttons.h"
 #include "qt/fit_screen.h"
+#include "qt/forms.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -71,7 +72,7 @@ QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_
   for (const int id : port::ButtonsOf(style.buttons)) box->addButton(ButtonOf(id));
   box->setDefaultButton(ButtonOf(port::DefaultButton(style)));
   box->setEscapeButton(ButtonOf(port::EscapeAnswer(style.buttons)));
-  box->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  box->setWindowModality(ModalityOver(owner));
   // After the modality, which resets the flags.
   if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
   for (QAbstractButton* button : box->buttons()) {

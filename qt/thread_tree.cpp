@@ -10,7 +10,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPointingDevice>
 #include <QScrollBar>
 #include <QScroller>
 #include <QStyleHints>
@@ -19,6 +18,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "qt/finger_hold.h"
 #include "qt/one_line.h"
 #include "qt/row_steps.h"
 
@@ -60,11 +60,6 @@ class ThreadRow final : public QStyledItemDelegate {
  private:
   ThreadTree* tree_;
 };
-
-bool ByFinger(const QMouseEvent& event) {
-  return event.deviceType() == QInputDevice::DeviceType::TouchScreen ||
-         event.source() != Qt::MouseEventNotSynthesized;
-}
 
 // "12/34 subject" without its counts.
 QStringView WithoutCounts(QStringView text) {

@@ -143,6 +143,17 @@ MenuPlace Menus::PlaceFor(port::WindowHandle owner) const {
   return pane != nullptr ? pane->LastMenuPlace() : MenuPlace{};
 }
 
+void AddEntry(QMenu& menu, const port::PopUpEntry& entry) {
+  if (entry.command == 0) {
+    menu.addSeparator();
+    return;
+  }
+  QAction* action = menu.addAction(ToQt(entry.text));
+  action->setData(entry.command);
+  action->setCheckable(entry.checked);
+  action->setChecked(entry.checked);
+}
+
 // A menu hides before it tells what was chosen: only what has not been answered by the next turn
 // of the event loop was dismissed.
 void Menus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& entries,
@@ -151,7 +162,7 @@ void Menus::Open(port::WindowHandle owner, const std::vector<port::PopUpEntry>& 
   auto* menu = new QMenu(over != nullptr ? over : display_.main.data());
   menu->setAccessibleName(QStringLiteral("Menu of the selected row"));
   for (const port::PopUpEntry& entry : entries) {
-    menu->addAction(ToQt(entry.text))->setData(entry.command);
+    AddEntry(*menu, entry);
   }
   const auto answer_once = [answered, done = std::make_shared<bool>(false)](std::uint32_t command) {
     if (!std::exchange(*done, true)) answered(command);

@@ -73,7 +73,7 @@ void WriteControls(QTextStream& out, const Form& form) {
   for (const FormControl& control : form.controls) {
     out << "    {" << control.id << ", ControlKind::" << KindOf(form, control) << ", "
         << Literal(control.text) << ", " << Literal(control.accessible_name) << ", "
-        << control.container << "},\n";
+        << control.container << (control.tap_opens ? ", true" : ", false") << "},\n";
   }
   out << "});\n\n";
 }

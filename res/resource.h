@@ -13,6 +13,7 @@ constexpr std::uint32_t kBitmapArticleTab = 176;
 constexpr std::uint32_t kBitmapGroupSideTab = 179;
 constexpr std::uint32_t kBitmapThreadSideTab = 180;
 constexpr std::uint32_t kBitmapArticleSideTab = 181;
+constexpr std::uint32_t kIconRefused = 182;
 
 // Controls that every dialog may have.
 constexpr std::uint32_t kControlOk = 1;

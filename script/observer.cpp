@@ -113,6 +113,18 @@ void ScriptObserver::OnViewerCopied() {
   run_.reporter.Report("viewer-copied");
 }
 
+namespace {
+
+JsonObject Described(const port::PopUpEntry& entry) {
+  JsonObject described;
+  if (entry.command == 0) return described.Add("separator", true);
+  described.Add("command", entry.command).Add("text", entry.text);
+  if (entry.checked) described.Add("checked", true);
+  return described;
+}
+
+}  // namespace
+
 std::optional<std::uint32_t> ScriptObserver::OnPopUp(const std::vector<port::PopUpEntry>& entries) {
   const std::optional<std::u16string> wanted = run_.menu_answers.Take();
   const std::u16string text = wanted.value_or(u"");
@@ -120,7 +132,7 @@ std::optional<std::uint32_t> ScriptObserver::OnPopUp(const std::vector<port::Pop
   const std::uint32_t command = entry == entries.end() ? 0 : entry->command;
   JsonList texts;
   for (const port::PopUpEntry& one : entries) {
-    texts.Add(JsonObject().Add("command", one.command).Add("text", one.text));
+    texts.Add(Described(one));
   }
   run_.reporter.Report("pop-up", JsonObject()
                                      .AddRaw("entries", texts.Finish())

@@ -44,6 +44,9 @@ struct ShownControl {
   int choice = -1;  // of a list the selected row
   std::vector<Row> rows;
   TimeOfDay time;
+  FontChoice font;
+  bool tap_opens = false;
+  int tapped = -1;  // the row of a list that the user tapped last
 
   // Its whole text is selected, and the focus is in it.
   bool text_selected() const { return focused && text_state.selected == text.size(); }

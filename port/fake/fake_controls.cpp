@@ -42,6 +42,7 @@ constexpr std::array<Names, std::variant_size_v<ControlValue>> kValues = {{
     {"Position", kRanges},
     {"Rows", kLists},
     {"TimeOfDay", Bit(ControlKind::kTimePicker)},
+    {"FontChoice", Bit(ControlKind::kMultiLineEdit)},
     {"Visible", kAll},
     {"Enabled", kAll},
     {"Focus", kAll & ~kUnfocused},
@@ -126,13 +127,18 @@ Problem Set(Controls& /*controls*/, ShownControl& one, const Position& value) {
 
 Problem Set(Controls& /*controls*/, ShownControl& one, const Rows& value) {
   one.rows = value.rows;
-  one.choice = -1;
+  one.choice = one.tapped = -1;
   return {};
 }
 
 Problem Set(Controls& /*controls*/, ShownControl& one, const TimeOfDay& value) {
   one.time = {std::clamp(value.hour, 0, 23), std::clamp(value.minute, 0, 59),
               std::clamp(value.second, 0, 59)};
+  return {};
+}
+
+Problem Set(Controls& /*controls*/, ShownControl& one, const FontChoice& value) {
+  one.font = value;
   return {};
 }
 
@@ -173,6 +179,7 @@ std::vector<ShownControl> ControlsOf(const DialogTemplate& form) {
     control.text = from.text;
     control.accessible_name = from.accessible_name;
     control.container = from.container;
+    control.tap_opens = from.tap_opens;
     controls.push_back(std::move(control));
   }
   return controls;

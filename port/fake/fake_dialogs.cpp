@@ -65,6 +65,7 @@ WindowHandle FakeDialogs::Create(std::uint32_t form, WindowHandle owner, DialogK
     }
     if (screen_.gone) return 0;
     handle = Add(std::move(dialog));
+    watches_.Add(handle);
     if (form == kDialogProgress) cancel_.DialogCreated(handle);
     screen_.AddDialog(handle, owner, kind);
   }
@@ -119,6 +120,7 @@ void FakeDialogs::Destroy(WindowHandle dialog) {
     cancel_.DialogDestroyed(dialog);
     screen_.Changed();
   }
+  watches_.Remove(dialog);
   screen_.observer().OnDialogDestroyed(dialog);
 }
 
@@ -224,6 +226,10 @@ void FakeDialogs::Write(WindowHandle dialog, const ControlWrite& write) {
     screen_.observer().OnControlChanged(dialog, write.control);
   }
   cancel_.AwaitHandled(dialog);
+}
+
+void FakeDialogs::WatchEdits(WindowHandle dialog, std::function<void()> edited) {
+  watches_.Watch(dialog, std::move(edited));
 }
 
 ControlState FakeDialogs::Read(WindowHandle dialog, std::uint32_t control) {
@@ -361,11 +367,12 @@ bool FakeDialogs::Press(WindowHandle dialog, std::uint32_t control) {
 }
 
 bool FakeDialogs::Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown = UsableControl(dialog, control,
                                       {ControlKind::kEdit, ControlKind::kMultiLineEdit,
                                        ControlKind::kPassword, ControlKind::kEditableDropDown});
   if (shown == nullptr) return false;
+  act.edited = true;
   TypeInto(FindOpen(dialog)->values.controls, *shown, text);
   screen_.queues.Post({dialog, MessageKind::kTextEdited, control, 0, {}});
   screen_.Changed();
@@ -373,12 +380,13 @@ bool FakeDialogs::Type(WindowHandle dialog, std::uint32_t control, std::u16strin
 }
 
 bool FakeDialogs::Tick(WindowHandle dialog, std::uint32_t control, bool checked) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown =
       UsableControl(dialog, control, {ControlKind::kCheckBox, ControlKind::kRadioButton});
   if (shown == nullptr) return false;
   if (shown->kind == ControlKind::kRadioButton && !checked) return false;  // another is ticked
   if (shown->checked == checked) return true;
+  act.edited = true;
   CheckShown(FindOpen(dialog)->values.controls, *shown, checked);
   Command(dialog, control);
   return true;
@@ -391,11 +399,22 @@ void FakeDialogs::ChooseLocked(WindowHandle dialog, ShownControl& control, int i
   Command(dialog, control.id);
 }
 
+// Locked.
+void FakeDialogs::TapLocked(WindowHandle dialog, ShownControl& list, int row) {
+  const bool opens = list.tap_opens && list.tapped == row && list.choice == row;
+  list.tapped = row;
+  ChooseLocked(dialog, list, row);
+  if (!opens) return;
+  screen_.queues.Post(
+      {dialog, MessageKind::kItemActivated, static_cast<std::uint32_t>(row), 0, {}, list.id});
+}
+
 bool FakeDialogs::Choose(WindowHandle dialog, std::uint32_t control, int index) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   if (ShownControl* list =
           UsableRow(dialog, control, index, {ControlKind::kList, ControlKind::kCheckList})) {
-    ChooseLocked(dialog, *list, index);
+    act.edited = true;
+    TapLocked(dialog, *list, index);
     return true;
   }
   ShownControl* shown =
@@ -403,33 +422,39 @@ bool FakeDialogs::Choose(WindowHandle dialog, std::uint32_t control, int index) 
   if (shown == nullptr || index < 0 || std::cmp_greater_equal(index, shown->choices.size())) {
     return false;
   }
+  act.edited = true;
   ChooseLocked(dialog, *shown, index);
   return true;
 }
 
 bool FakeDialogs::Slide(WindowHandle dialog, std::uint32_t control, int position) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown = UsableControl(dialog, control, {ControlKind::kSlider});
   if (shown == nullptr || position < shown->lower || position > shown->upper) return false;
-  if (std::exchange(shown->position, position) != position) Command(dialog, control);
+  if (std::exchange(shown->position, position) == position) return true;
+  act.edited = true;
+  Command(dialog, control);
   return true;
 }
 
 bool FakeDialogs::PickTime(WindowHandle dialog, std::uint32_t control, TimeOfDay time) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown = UsableControl(dialog, control, {ControlKind::kTimePicker});
   if (shown == nullptr) return false;
   ShownControl picked = *shown;
   WriteShown(FindOpen(dialog)->values.controls, picked, ControlValue(time));
   if (picked.time != time) return false;
-  if (std::exchange(shown->time, time) != time) Command(dialog, control);
+  if (std::exchange(shown->time, time) == time) return true;
+  act.edited = true;
+  Command(dialog, control);
   return true;
 }
 
 bool FakeDialogs::TickListRow(WindowHandle dialog, std::uint32_t control, int row, bool checked) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown = UsableRow(dialog, control, row, {ControlKind::kCheckList});
   if (shown == nullptr) return false;
+  act.edited = true;
   ChooseLocked(dialog, *shown, row);
   bool& box = shown->rows[static_cast<std::size_t>(row)].checked;
   if (std::exchange(box, checked) == checked) return true;
@@ -444,10 +469,12 @@ bool FakeDialogs::TickListRow(WindowHandle dialog, std::uint32_t control, int ro
 }
 
 bool FakeDialogs::ActivateListRow(WindowHandle dialog, std::uint32_t control, int row) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown =
       UsableRow(dialog, control, row, {ControlKind::kList, ControlKind::kCheckList});
   if (shown == nullptr) return false;
+  act.edited = true;
+  shown->tapped = row;
   ChooseLocked(dialog, *shown, row);
   screen_.queues.Post(
       {dialog, MessageKind::kItemActivated, static_cast<std::uint32_t>(row), 0, {}, control});
@@ -455,10 +482,11 @@ bool FakeDialogs::ActivateListRow(WindowHandle dialog, std::uint32_t control, in
 }
 
 bool FakeDialogs::AskListMenu(WindowHandle dialog, std::uint32_t control, int row) {
-  const auto lock = screen_.Locked();
+  Act act(*this, dialog);
   ShownControl* shown =
       UsableRow(dialog, control, row, {ControlKind::kList, ControlKind::kCheckList});
   if (shown == nullptr) return false;
+  act.edited = true;
   ChooseLocked(dialog, *shown, row);
   screen_.queues.Post(
       {dialog, MessageKind::kContextMenu, static_cast<std::uint32_t>(row), 0, {}, control});

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "port/common/edit_watches.h"
 #include "port/dialogs.h"
 #include "port/fake/cancel_after.h"
 #include "port/fake/fake_screen.h"
@@ -60,6 +61,7 @@ class FakeDialogs : public Dialogs {
   // --- what the user does: false when a real display would not allow it now ---
 
   bool Press(WindowHandle dialog, std::uint32_t control);
+  // A row of a list by a single tap.
   bool Choose(WindowHandle dialog, std::uint32_t control, int index);
   bool Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked);
@@ -84,6 +86,7 @@ class FakeDialogs : public Dialogs {
   void Destroy(WindowHandle dialog) override;
   void WriteMany(WindowHandle dialog, std::vector<ControlWrite> writes) override;
   ControlState Read(WindowHandle dialog, std::uint32_t control) override;
+  void WatchEdits(WindowHandle dialog, std::function<void()> edited) override;
   std::map<std::uint32_t, ControlState> ReadAll(WindowHandle dialog) override;
 
   // --- sheets: dialogs with pages in front of each other ---
@@ -107,6 +110,27 @@ class FakeDialogs : public Dialogs {
     std::function<void(WindowHandle)> act;
   };
 
+  // What the user does: the display is locked as long as it lasts, and whoever watches the dialog
+  // is told after that when something has changed.
+  class Act {
+   public:
+    Act(FakeDialogs& dialogs, WindowHandle dialog)
+        : dialogs_(dialogs), dialog_(dialog), lock_(dialogs.screen_.Locked()) {}
+    ~Act() {
+      lock_.unlock();
+      if (edited) dialogs_.watches_.Tell(dialog_);
+    }
+    Act(const Act&) = delete;
+    Act& operator=(const Act&) = delete;
+
+    bool edited = false;
+
+   private:
+    FakeDialogs& dialogs_;
+    const WindowHandle dialog_;
+    FakeScreen::Lock lock_;
+  };
+
   Dialog* FindOpen(WindowHandle dialog);
   const Dialog* FindOpen(WindowHandle dialog) const;
   ShownControl* FindControl(Dialog& dialog, std::uint32_t control, bool add);
@@ -115,6 +139,7 @@ class FakeDialogs : public Dialogs {
   ShownControl* UsableControl(WindowHandle dialog, std::uint32_t control, Kinds kinds);
   ShownControl* UsableRow(WindowHandle dialog, std::uint32_t control, int row, Kinds kinds);
   void ChooseLocked(WindowHandle dialog, ShownControl& control, int index);
+  void TapLocked(WindowHandle dialog, ShownControl& list, int row);
   void Command(WindowHandle dialog, std::uint32_t control);
   WindowHandle Add(Dialog dialog);
   void BringPageLocked(Dialog& sheet, int page);
@@ -123,6 +148,7 @@ class FakeDialogs : public Dialogs {
   void NoteProgressText(const Dialog& dialog, const ProgressText& text);
 
   FakeScreen& screen_;
+  EditWatches watches_;
   std::map<WindowHandle, Dialog> dialogs_;
   std::deque<ShowAction> show_actions_;
   std::vector<ProgressText> progress_texts_;

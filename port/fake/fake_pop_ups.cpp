@@ -13,7 +13,12 @@ namespace {
 std::string WrongMenu(const std::vector<PopUpEntry>& entries) {
   std::set<std::uint32_t> commands;
   for (const PopUpEntry& entry : entries) {
-    if (entry.command == 0) return "a menu entry that cannot be told from no choice";
+    const bool separator = entry.command == 0;
+    if (separator && !entry.text.empty()) {
+      return "a menu entry that cannot be told from no choice";
+    }
+    if (separator && entry.checked) return "a separator with a check mark";
+    if (separator) continue;
     if (entry.text.empty()) return "a menu entry without a text";
     if (!commands.insert(entry.command).second) return "a menu with one command twice";
   }

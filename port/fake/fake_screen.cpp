@@ -90,11 +90,18 @@ void FakeScreen::RemoveDialog(WindowHandle dialog) {
   dialogs_.erase(found);
 }
 
+// What lies over a window with a form takes the input of all, as what lies over none.
+bool FakeScreen::IsWindowForm(WindowHandle owner) const {
+  const auto dialog = dialogs_.find(owner);
+  return dialog != dialogs_.end() && dialog->second.kind == DialogKind::kWindow;
+}
+
 // A box without an owner, or whose owner has gone, lies over the whole program.
 bool FakeScreen::BoxBlocks(WindowHandle covered) const {
   return std::any_of(open_boxes_.begin(), open_boxes_.end(), [&](const auto& open) {
     const WindowHandle owner = open.second;
-    return owner == covered || (owner != window.handle && !dialogs_.contains(owner));
+    const bool over_one = owner == window.handle || dialogs_.contains(owner);
+    return owner == covered || !over_one || IsWindowForm(owner);
   });
 }
 
@@ -108,7 +115,8 @@ bool FakeScreen::TakesInputLocked(WindowHandle asked) const {
   return std::none_of(dialogs_.begin(), dialogs_.end(), [&](const auto& entry) {
     const auto& [handle, other] = entry;
     if (handle == asked || other.shown_at == 0 || other.kind == DialogKind::kWindow) return false;
-    return other.owner == asked || (other.owner == 0 && other.shown_at > shown_at);
+    const bool over_all = other.owner == 0 || IsWindowForm(other.owner);
+    return other.owner == asked || (over_all && other.shown_at > shown_at);
   });
 }
 

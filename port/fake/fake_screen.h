@@ -89,7 +89,8 @@ class FakeScreen {
   std::thread::id window_thread;
   bool gone = false;
 
-  // A modal one takes the input of its owner, or of all that was there before when it has none.
+  // A modal one takes the input of its owner, or of all that was there before when it has none or a
+  // window with a form.
   void AddDialog(WindowHandle dialog, WindowHandle owner, DialogKind kind) {
     dialogs_[dialog] = {owner, 0, kind};
   }
@@ -131,6 +132,7 @@ class FakeScreen {
     DialogKind kind = DialogKind::kModal;
   };
 
+  bool IsWindowForm(WindowHandle owner) const;
   bool BoxBlocks(WindowHandle window) const;
   WindowHandle ProgressDialog() const;
 

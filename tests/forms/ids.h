@@ -22,6 +22,7 @@ constexpr std::uint32_t kControlCheckList = 9112;
 constexpr std::uint32_t kControlList = 9113;
 constexpr std::uint32_t kControlTime = 9114;
 constexpr std::uint32_t kControlButton = 9115;
+constexpr std::uint32_t kControlTapList = 9116;
 
 // Pages of a sheet.
 constexpr std::uint32_t kDialogFirstPage = 9002;

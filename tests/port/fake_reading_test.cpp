@@ -527,12 +527,12 @@ TEST_F(Reading, AnnouncedEntriesAreChosen) {
   ShowMain(kThreadTab);
   display.ExpectPopUp(u"Mark Read");
   display.ExpectPopUp(u"");
-  EXPECT_EQ(display.ShowPopUp(window, {{7, u"Delete"}, {8, u"Mark Read"}}), 8U);
+  EXPECT_EQ(display.ShowPopUp(window, {{7, u"Delete", true}, {0, u""}, {8, u"Mark Read"}}), 8U);
   EXPECT_EQ(display.ShowPopUp(window, {{7, u"Delete"}}), 0U) << "dismissed";
   EXPECT_EQ(display.ShowPopUp(window, {}), 0U);
   EXPECT_TRUE(failures.empty());
   ASSERT_EQ(display.pop_ups().size(), 2U);
-  EXPECT_EQ(display.pop_ups()[0][1].text, u"Mark Read");
+  EXPECT_EQ(display.pop_ups()[0][2].text, u"Mark Read");
 }
 
 TEST_F(Reading, MenusThatNobodyAnnouncedFail) {

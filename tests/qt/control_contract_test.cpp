@@ -278,6 +278,116 @@ TEST_P(ControlContract, ListTellsSelectionActivationAndMenu) {
   EXPECT_TRUE(Take().empty());
 }
 
+TEST_P(ControlContract, SecondTapOnARowOpensItWhereTheFormSaysSo) {
+  Show();
+  const port::Rows rows{{{{u"one"}}, {{u"two"}}}};
+  Write(kControlTapList, rows);
+  const auto opened = [&](std::uint32_t row) {
+    return CountOf(Take(), Row(MessageKind::kItemActivated, row, 0, kControlTapList));
+  };
+  EXPECT_TRUE(user->Choose(dialog, kControlTapList, 0));
+  EXPECT_TRUE(user->Choose(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 0) << "another row was tapped before";
+  EXPECT_TRUE(user->Choose(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 1);
+  Write(kControlTapList, port::Choice{0});
+  EXPECT_TRUE(user->Choose(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 0) << "it was not selected any more";
+  Write(kControlTapList, rows);
+  EXPECT_TRUE(user->Choose(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 0) << "new rows";
+  EXPECT_TRUE(user->ActivateRow(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 1) << "a double click on the row tapped before opens once";
+  EXPECT_TRUE(user->ActivateRow(dialog, kControlTapList, 0));
+  EXPECT_EQ(opened(0), 1) << "a double click on another row opens once";
+  EXPECT_TRUE(user->AskRowMenu(dialog, kControlTapList, 1));
+  EXPECT_EQ(opened(1), 0);
+}
+
+TEST_P(ControlContract, TapsOpenNothingInOtherLists) {
+  Show();
+  Write(kControlList, port::Rows{{{{u"one", u"", u""}}}});
+  EXPECT_TRUE(user->Choose(dialog, kControlList, 0));
+  EXPECT_TRUE(user->Choose(dialog, kControlList, 0));
+  EXPECT_EQ(CountOf(Take(), Row(MessageKind::kItemActivated, 0, 0, kControlList)), 0);
+}
+
+TEST_P(ControlContract, MarkedRowsAreRowsLikeTheOthers) {
+  Show();
+  Write(kControlList, port::Rows{{{{u"refused", u"", u""}, false, true, u"441 no"}, {{u"x"}}}});
+  EXPECT_TRUE(user->Choose(dialog, kControlList, 0));
+  EXPECT_EQ(Read(kControlList).choice, 0);
+}
+
+TEST_P(ControlContract, FontOfLinesChangesNothingOfTheText) {
+  Show();
+  Write(kControlLines, port::Text{u"a\tb\r\nc"});
+  Write(kControlLines, TextState{2, 1, false});
+  Write(kControlLines, port::FontChoice{u"no such face", 7});
+  EXPECT_EQ(Read(kControlLines).text, u"a\tb\r\nc");
+  EXPECT_EQ(Read(kControlLines).text_state, (TextState{2, 1, false}));
+  EXPECT_EQ(EditsTold(kControlLines), 0);
+}
+
+TEST_P(ControlContract, WatcherIsToldOfEveryChangeOfTheUserAtOnce) {
+  Show();
+  Write(kControlDropDown, port::Choices{{u"x", u"y"}});
+  Write(kControlCheckList, port::Rows{{{{u"a.b", u"1"}, true}}});
+  std::atomic<int> edits = 0;
+  user->Dialogs().WatchEdits(dialog, [&] { ++edits; });
+  const auto told = [&] { return edits.exchange(0) > 0; };
+  Write(kControlEdit, port::Text{u"written"});
+  Write(kControlLines, port::Text{u"written"});
+  Write(kControlDropDown, port::Choice{1});
+  Write(kControlLeft, port::Checked{true});
+  Write(kControlCheckList, port::Choice{0});
+  Read(kControlEdit);
+  EXPECT_FALSE(told()) << "what the program writes";
+  user->Press(dialog, kControlButton);
+  EXPECT_FALSE(told()) << "a button has no value";
+  user->Type(dialog, kControlEdit, u"a");
+  EXPECT_TRUE(told()) << "edit";
+  user->Type(dialog, kControlLines, u"a");
+  EXPECT_TRUE(told()) << "lines";
+  user->Type(dialog, kControlEditableDropDown, u"a");
+  EXPECT_TRUE(told()) << "editable list";
+  user->Choose(dialog, kControlDropDown, 0);
+  EXPECT_TRUE(told()) << "list";
+  user->Tick(dialog, kControlCheckBox, true);
+  EXPECT_TRUE(told()) << "box";
+  user->Tick(dialog, kControlRight, true);
+  EXPECT_TRUE(told()) << "radio button";
+  user->Slide(dialog, kControlSlider, 3);
+  EXPECT_TRUE(told()) << "slider";
+  user->PickTime(dialog, kControlTime, {1, 2, 3});
+  EXPECT_TRUE(told()) << "time";
+  user->TickRow(dialog, kControlCheckList, 0, false);
+  EXPECT_TRUE(told()) << "row's box";
+}
+
+TEST_P(ControlContract, WatcherIsReplacedEndedAndGoesWithTheDialog) {
+  Show();
+  int first = 0;
+  int second = 0;
+  user->Dialogs().WatchEdits(dialog, [&] { ++first; });
+  user->Dialogs().WatchEdits(dialog, [&] { ++second; });
+  user->Type(dialog, kControlEdit, u"a");
+  EXPECT_EQ(first, 0);
+  EXPECT_GT(second, 0);
+  user->Dialogs().WatchEdits(dialog, {});
+  second = 0;
+  user->Type(dialog, kControlEdit, u"b");
+  EXPECT_EQ(second, 0);
+  // What it holds is let go with the dialog.
+  auto held = std::make_shared<int>(0);
+  user->Dialogs().WatchEdits(dialog, [held] { ++*held; });
+  EXPECT_EQ(held.use_count(), 2);
+  user->Dialogs().Destroy(dialog);
+  EXPECT_EQ(held.use_count(), 1);
+  user->Dialogs().WatchEdits(dialog, [held] { ++*held; });
+  EXPECT_EQ(held.use_count(), 1) << "the dialog has gone";
+}
+
 TEST_P(ControlContract, TimeGoesToTheLastSecondOfTheDay) {
   Show();
   Write(kControlTime, TimeOfDay{6, 30, 15});
@@ -350,7 +460,7 @@ TEST_P(ControlContract, AllOfADialogIsReadInOneCall) {
   Write(kControlEdit, port::Text{u"abc"});
   Write(kControlSlider, port::Position{7});
   const auto states = user->Dialogs().ReadAll(dialog);
-  EXPECT_EQ(states.size(), 17u);
+  EXPECT_EQ(states.size(), 18u);
   EXPECT_EQ(states.at(kControlEdit).text, u"abc");
   EXPECT_EQ(states.at(kControlSlider).position, 7);
   EXPECT_EQ(states.at(1).text, u"OK");
@@ -376,6 +486,32 @@ TEST_P(ControlContract, WindowLeavesTheOthersTheirInput) {
   EXPECT_EQ(CountOf(messages, {window, MessageKind::kCommand, 2, 0, {}}), 1);
   user->Dialogs().Destroy(window);
   EXPECT_EQ(user->Dialogs().Read(window, kControlButton).text, u"");
+}
+
+TEST_P(ControlContract, DialogOverAWindowTakesTheInputOfAll) {
+  const WindowHandle main = user->Windows().CreateMainWindow({u"q", u"q", 103, {400, 300}});
+  user->Windows().ShowMainWindow();
+  const WindowHandle window = user->Dialogs().Create(kDialogEveryKind, 0, DialogKind::kWindow);
+  const WindowHandle other = user->Dialogs().Create(kDialogEveryKind, 0, DialogKind::kWindow);
+  user->Dialogs().Show(other);
+  user->Await(other);
+  user->Dialogs().Show(window);
+  user->Await(window);
+  const WindowHandle over = user->Dialogs().Create(kDialogEveryKind, window, DialogKind::kModal);
+  user->Dialogs().Show(over);
+  user->Await(over);
+  Take();
+  EXPECT_FALSE(user->CloseMain());
+  EXPECT_FALSE(user->PressInWindow(window, kControlButton));
+  EXPECT_FALSE(user->PressInWindow(other, kControlButton));
+  EXPECT_TRUE(user->PressInWindow(over, kControlButton));
+  std::vector<port::Message> messages = Take();
+  EXPECT_EQ(CountOf(messages, {over, MessageKind::kCommand, kControlButton, 0, {}}), 1);
+  EXPECT_EQ(messages.size(), 1U);
+  user->Dialogs().Destroy(over);
+  EXPECT_TRUE(user->PressInWindow(other, kControlButton));
+  EXPECT_TRUE(user->CloseMain());
+  EXPECT_EQ(CountOf(Take(), {main, MessageKind::kClose, 0, 0, {}}), 1);
 }
 
 TEST_P(ControlContract, WindowBelowALongOperationCanBeClosed) {

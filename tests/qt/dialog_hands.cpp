@@ -34,6 +34,9 @@ class FakeHands final : public DialogHands {
   bool Press(WindowHandle dialog, std::uint32_t control) override {
     return display().Press(dialog, control);
   }
+  bool PressInWindow(WindowHandle dialog, std::uint32_t control) override {
+    return display().Press(dialog, control);
+  }
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked) override {
     return display().Tick(dialog, control, checked);
   }
@@ -105,6 +108,18 @@ class QtHands final : public DialogHands {
     return Use<QAbstractButton>(dialog, control, [](QAbstractButton& button) {
       QTest::mouseClick(&button, Qt::LeftButton);
     });
+  }
+  bool PressInWindow(WindowHandle dialog, std::uint32_t control) override {
+    bool pressed = false;
+    OnDisplay([&] {
+      auto* button = qobject_cast<QAbstractButton*>(ControlOf(WidgetOf(dialog), control));
+      const auto seen = QObject::connect(button, &QAbstractButton::clicked, button,
+                                         [&pressed] { pressed = true; });
+      QTest::mouseClick(WidgetOf(dialog).windowHandle(), Qt::LeftButton, Qt::NoModifier,
+                        button->mapTo(&WidgetOf(dialog), button->rect().center()));
+      QObject::disconnect(seen);
+    });
+    return pressed;
   }
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked) override {
     return Use<QAbstractButton>(dialog, control, [&](QAbstractButton& box) {
@@ -193,7 +208,7 @@ class QtHands final : public DialogHands {
     bool takes_input = false;
     OnDisplay([&] {
       takes_input = QApplication::activeModalWidget() == nullptr;
-      device_->display().main->close();
+      if (takes_input) device_->display().main->close();
     });
     return takes_input;
   }

@@ -23,6 +23,8 @@ class DialogHands {
   virtual void Await(port::WindowHandle dialog) = 0;
 
   virtual bool Press(port::WindowHandle dialog, std::uint32_t control) = 0;
+  // The same by a click that comes to the window from the desktop.
+  virtual bool PressInWindow(port::WindowHandle dialog, std::uint32_t control) = 0;
   virtual bool Tick(port::WindowHandle dialog, std::uint32_t control, bool checked) = 0;
   // In place of the text; CR LF is the Enter key.
   virtual bool Type(port::WindowHandle dialog, std::uint32_t control, std::u16string_view text) = 0;

@@ -63,6 +63,23 @@ TEST_F(PopUpTest, ClickedEntryIsItsCommand) {
   EXPECT_TRUE(Gone());
 }
 
+TEST_F(PopUpTest, MenuShowsCheckMarksAndSeparatorsAndTakesMnemonics) {
+  auto answer = std::async(std::launch::async, [this] {
+    return device->pop_ups().ShowPopUp(
+        main, {{40034, u"Reply via &post", true}, {0, u""}, {40038, u"&Forward via email"}});
+  });
+  ASSERT_TRUE(WaitOnDisplay([&] { return device->pop_ups().OpenMenu() != nullptr; }));
+  OnDisplay([&] {
+    const QList<QAction*> actions = Menu().actions();
+    ASSERT_EQ(actions.size(), 3);
+    EXPECT_TRUE(actions[0]->isCheckable() && actions[0]->isChecked());
+    EXPECT_TRUE(actions[1]->isSeparator());
+    EXPECT_FALSE(actions[2]->isCheckable());
+  });
+  PressKey(Qt::Key_F);
+  EXPECT_EQ(answer.get(), 40038u);
+}
+
 TEST_F(PopUpTest, EntryIsChosenByKeys) {
   Key(Qt::Key_F10, Qt::ShiftModifier);
   auto answer = ShowLater();
