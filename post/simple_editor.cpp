@@ -173,7 +173,7 @@ bool EmailAndPostSimpleMessage(Editor& editor, const std::u16string& body) {
   draft.info.text = body;
   if (UserGoesBack(editor, draft)) return false;
   const auto article =
-      Guarded(u"EmailAndPostSimpleMessage", [&] { return std::optional(Article(draft)); });
+      Guarded(u"EmailAndPostSimpleMessage", [&] { return std::make_optional(Article(draft)); });
   if (!article) return false;
   const bool mails = !draft.info.recipients.empty();
   if (*article) ChoosePostKey(editor);

@@ -109,9 +109,9 @@ TEST_F(DraftFile, DamagedOneIsKeptAside) {
   fake.files.WriteFile(kDraftPath, "rubbish");
   EXPECT_FALSE(LoadDraft());
   ASSERT_EQ(fake.display.boxes().size(), 1U);
-  EXPECT_THAT(fake.display.boxes()[0].text,
-              ::testing::StartsWith(u"The article that you were writing when Quillet CE ended "
-                                    u"could not be read. It has been kept as \""));
+  EXPECT_TRUE(fake.display.boxes()[0].text.starts_with(
+      u"The article that you were writing when Quillet CE ended could not be read. It has been "
+      u"kept as \""));
   EXPECT_EQ(fake.files.ReadFile(kDamagedDraftPath, 100), "rubbish");
   EXPECT_FALSE(LoadDraft());
   EXPECT_EQ(fake.display.boxes().size(), 1U);
