@@ -24,6 +24,7 @@
 #include "port/shell.h"
 #include "port/windows.h"
 #include "post/editor.h"
+#include "post/mail.h"
 #include "store/compression.h"
 #include "store/databases.h"
 #include "thread/deletion.h"
@@ -165,10 +166,12 @@ int RunOnce() {
   CreateViews();
   // Before a connection: what was finished is in the queue, and what was not is held back there.
   SettleDraft();
+  PublishMailServices();
   if (scheduled) {
     Dispatch({gMainWindow, port::MessageKind::kUser, kUserScheduledTurn, 0, {}});
   } else {
     ScheduleAutoDownload();
+    HandOverMail();  // a scheduled start has its connection for that
   }
   // A question would keep the next scheduled connections waiting for somebody to answer it.
   scheduled ? OfferDraftWhenSomebodyIsThere() : OfferDraftSoon();

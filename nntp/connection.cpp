@@ -15,6 +15,7 @@
 #include "nntp/auth.h"
 #include "nntp/download.h"
 #include "nntp/error_log.h"
+#include "nntp/outbox.h"
 #include "nntp/post_queue.h"
 #include "nntp/replies.h"
 #include "port/platform.h"
@@ -201,18 +202,14 @@ bool WasAskedFor(RunEnd end) {
   return end == RunEnd::kCancelled || end == RunEnd::kSessionEnds;
 }
 
-// Runs the steps up to the one that ends the run. An end that was asked for early leaves without a
-// word; any other, the regular one too, closes the connection as a session is closed.
-RunEnd RunTransaction() {
-  for (const TransactionStep& step : kTransaction) {
-    RunEnd end = step.work();
-    if (end == RunEnd::kLost) end = LostOrAsked();
-    if (end == RunEnd::kGoOn) continue;
-    if (!step.silent_when_asked_to_stop || !WasAskedFor(end)) CloseConnection();
-    return end;
+void SayQuit() {
+  if (gConnection.wire.IsOpen()) {
+    constexpr std::string_view kQuit = "QUIT\r\n";
+    LogTransaction(kQuit);
+    gConnection.wire.Send(kQuit);
+    gPlatform->sockets.AwaitClose(gConnection.wire.socket(), kLongestQuitWait);
   }
-  CloseConnection();
-  return RunEnd::kGoOn;
+  gConnection.wire.Close();
 }
 
 void ShowErrors() {
@@ -223,6 +220,28 @@ void ShowErrors() {
     AddToErrorLogWindow(errors.substr(gConnection.errors_shown));
     gConnection.errors_shown = errors.size();
   }
+}
+
+// The end of the transaction. The line is up until it returns, and mail that waits can leave.
+void EndConnection() {
+  SayQuit();
+  HandOverMailOnLine();
+  ShowErrors();
+  gConnection.server_name.reset();
+}
+
+// Runs the steps up to the one that ends the run. An end that was asked for early leaves without a
+// word; any other, the regular one too, closes the connection as a session is closed.
+RunEnd RunTransaction() {
+  for (const TransactionStep& step : kTransaction) {
+    RunEnd end = step.work();
+    if (end == RunEnd::kLost) end = LostOrAsked();
+    if (end == RunEnd::kGoOn) continue;
+    if (!step.silent_when_asked_to_stop || !WasAskedFor(end)) EndConnection();
+    return end;
+  }
+  EndConnection();
+  return RunEnd::kGoOn;
 }
 
 }  // namespace
@@ -247,13 +266,7 @@ RunEnd OpenConnection() {
 }
 
 void CloseConnection() {
-  if (gConnection.wire.IsOpen()) {
-    constexpr std::string_view kQuit = "QUIT\r\n";
-    LogTransaction(kQuit);
-    gConnection.wire.Send(kQuit);
-    gPlatform->sockets.AwaitClose(gConnection.wire.socket(), kLongestQuitWait);
-  }
-  gConnection.wire.Close();
+  SayQuit();
   ShowErrors();
   gConnection.server_name.reset();
 }

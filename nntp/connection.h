@@ -45,7 +45,8 @@ extern std::unique_ptr<TextLog> gTransactionLog;
 bool StartInet();
 void StopInet();
 
-// The connection transaction: logs, connecting, greeting, login, queued posts, download, QUIT.
+// The connection transaction: logs, connecting, greeting, login, queued posts, download, QUIT, and
+// between QUIT and the showing of the error log the mail that waits, unless the run was cancelled.
 // Reports its own failures and leaves nothing open. kGoOn when the download came to its end.
 RunEnd OpenConnection();
 

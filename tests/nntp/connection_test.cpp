@@ -23,6 +23,11 @@ class ConnectionTest : public NntpTest {
     EXPECT_FALSE(gConnection.server_name.has_value());
   }
 
+  // A message that waits in the outbox.
+  void Put(const std::u16string& id, const std::u16string& to, const std::u16string& subject) {
+    fake.mail.mails.push_back({id, u"work", u"", {{u"To", to}, {u"Subject", subject}}, u"Hello"});
+  }
+
   void RunAbortedAt(SocketCall kind) {
     fake.sockets.on_call = [kind](SocketCall call, int) {
       if (call == kind) RequestAbort();
@@ -410,6 +415,82 @@ TEST_F(ConnectionTest, ClosingTwiceShowsTheErrorLogTwice) {
   CloseConnection();
   EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{u"trouble\r\n", u"trouble\r\n"}));
   EXPECT_EQ(TransactionLog(), "QUIT\r\n");
+}
+
+// --- mail that waits ---
+
+TEST_F(ConnectionTest, WaitingMailLeavesBetweenQuitAndTheErrorLog) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  fake.mail.refuse = [&](const port::FakeMail&) {
+    EXPECT_TRUE(EndsWith(fake.sockets.sent(), "QUIT\r\n"));
+    EXPECT_FALSE(gConnection.wire.IsOpen());
+    EXPECT_TRUE(fake.display.boxes().empty());
+    return u"the mail program says no";
+  };
+  Server("200 welcome\r\n");
+  Quits();
+  Run();
+  EXPECT_EQ(ErrorLog(),
+            u"The e-mail 'Tea' to ann@example.com could not be sent: the mail program says no\r\n");
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{ErrorLog()});
+  EXPECT_EQ(Titles().back(), u"Sending e-mail...");
+}
+
+TEST_F(ConnectionTest, MailThatHasLeftIsNotSpokenOf) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  Put(u"m-2", u"bob@example.com", u"Cake");
+  fake.mail.refuse = [](const port::FakeMail& mail) -> std::u16string {
+    return mail.id == u"m-2" ? u"no such user" : u"";
+  };
+  Server("200 welcome\r\n");
+  Quits();
+  Run();
+  EXPECT_EQ(ErrorLog(),
+            u"The e-mail 'Cake' to bob@example.com could not be sent: no such user\r\n");
+}
+
+TEST_F(ConnectionTest, MailLeavesAlsoWhenTheNewsServerIsAway) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  fake.sockets.FailConnect(port::kErrorRefused);
+  Run();
+  EXPECT_TRUE(fake.mail.mails[0].handed_over);
+}
+
+TEST_F(ConnectionTest, AfterALostConnectionMailIsTriedOnce) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  fake.mail.refuse = [](const port::FakeMail&) { return u"no"; };
+  Server("200 we");
+  fake.sockets.Closes();
+  Run();
+  EXPECT_EQ(fake.mail.calls, std::vector<std::string>{"HandOver"});
+  EXPECT_EQ(ErrorLog(),
+            u"socket destroyed\r\n"
+            u"The e-mail 'Tea' to ann@example.com could not be sent: no\r\n");
+}
+
+TEST_F(ConnectionTest, NoMailLeavesAfterACancelledRun) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  ChooseGroups({1});
+  Server("200 welcome\r\n");
+  Client("GROUP alt.test\r\n");
+  fake.sockets.Then([] { RequestAbort(); });
+  fake.sockets.Stalls();
+  Run();
+  EXPECT_EQ(end_, RunEnd::kCancelled);
+  EXPECT_EQ(fake.mail.calls, std::vector<std::string>());
+}
+
+TEST_F(ConnectionTest, ACancelDuringTheHandOverIsNoFailureOfTheMail) {
+  Put(u"m-1", u"ann@example.com", u"Tea");
+  fake.mail.refuse = [](const port::FakeMail&) {
+    RequestAbort();
+    return u"cancelled";
+  };
+  Server("200 welcome\r\n");
+  Quits();
+  Run();
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_TRUE(fake.display.boxes().empty());
 }
 
 TEST_F(ConnectionTest, FailedQuitIsNoError) {
