@@ -2,7 +2,11 @@
 // below Software\Brindle\Quillet\Extensions. Program thread only.
 #pragma once
 
+#include <string_view>
+
 namespace quillet {
+
+inline constexpr std::u16string_view kExtensionsPath = u"Software\\Brindle\\Quillet\\Extensions";
 
 struct Extensions {
   // Queued posts are sent with a Message-ID of their own, so that a second attempt is known for

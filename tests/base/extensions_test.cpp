@@ -1,0 +1,45 @@
+#include "base/extensions.h"
+
+#include <gtest/gtest.h>
+
+#include "port/fake/fake_platform.h"
+#include "port/fake/gtest_failures.h"
+
+namespace quillet {
+namespace {
+
+class ExtensionsTest : public ::testing::Test {
+ protected:
+  port::FakePlatform fake;
+};
+
+TEST_F(ExtensionsTest, AreOnWithoutAValue) {
+  EXPECT_TRUE(ReadExtensions().postmessageids);
+  fake.registry.PutDword(kExtensionsPath, u"another", 0);
+  EXPECT_TRUE(ReadExtensions().postmessageids);
+}
+
+TEST_F(ExtensionsTest, NumberOtherThanZeroIsOn) {
+  fake.registry.PutDword(u"Software\\Brindle\\Quillet\\Extensions", u"postmessageids", 0);
+  EXPECT_FALSE(ReadExtensions().postmessageids);
+  for (const std::uint32_t number : {1U, 2U, 0xFFFFFFFFU}) {
+    fake.registry.PutDword(kExtensionsPath, u"postmessageids", number);
+    EXPECT_TRUE(ReadExtensions().postmessageids);
+  }
+}
+
+TEST_F(ExtensionsTest, ValueOfAnotherTypeOrSizeIsTheDefault) {
+  fake.registry.PutString(kExtensionsPath, u"postmessageids", u"0");
+  EXPECT_TRUE(ReadExtensions().postmessageids);
+  fake.registry.Put(kExtensionsPath, u"postmessageids", port::RegistryType::kDword, "\0\0");
+  EXPECT_TRUE(ReadExtensions().postmessageids);
+}
+
+TEST_F(ExtensionsTest, RegistryThatCannotBeReadIsTheDefault) {
+  fake.registry.PutDword(kExtensionsPath, u"postmessageids", 0);
+  fake.registry.FailOpen(1);
+  EXPECT_TRUE(ReadExtensions().postmessageids);
+}
+
+}  // namespace
+}  // namespace quillet
