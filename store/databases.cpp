@@ -19,6 +19,7 @@
 #include "store/opening.h"
 #include "store/pending_posts.h"
 #include "store/records.h"
+#include "store/refusals.h"
 #include "store/store_room.h"
 #include "store/use_mark.h"
 #include "store/whole_points.h"
@@ -177,6 +178,7 @@ bool ResetPendingPostsDatabase() {
       SettleDatabaseFile(DatabasePath(DatabaseIndex::kPendingPosts), {}, false).file;
   Of(DatabaseIndex::kPendingPosts).failure_told = false;
   gPendingPostCount = CountPendingPosts();
+  ForgetAllRefusals();
   return static_cast<bool>(Of(DatabaseIndex::kPendingPosts).file);
 }
 

@@ -2,8 +2,12 @@
 
 #include "base/app_messages.h"
 #include "base/messages.h"
+#include "base/reset.h"
+#include "port/clock.h"
+#include "port/platform.h"
 #include "store/databases.h"
 #include "store/record_strings.h"
+#include "store/refusals.h"
 #include "store/stored_article.h"
 #include "store/whole_points.h"
 #include "util/little_endian.h"
@@ -13,6 +17,21 @@ namespace {
 
 constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
 constexpr std::size_t kMarkOffset = 4;
+constexpr std::uint64_t kLongestUnsafe = 1000;  // milliseconds, while a ManyPosts lives
+
+// When the queue was made safe last, while a ManyPosts lives.
+std::optional<std::uint64_t> gSafeSince;
+
+const ResetAtEnd kReset([] { gSafeSince.reset(); });
+
+void MakeSafe() {
+  if (gSafeSince) {
+    const std::uint64_t now = gPlatform->clock.Ticks();
+    if (now - *gSafeSince < kLongestUnsafe) return;
+    gSafeSince = now;
+  }
+  StoreIsWhole();
+}
 
 void NoteNewPost() {
   ++gPendingPostCount;
@@ -48,8 +67,23 @@ bool StoreAsciiGDBMPost(AsciiArticle& article) {
   } else if (!StoreValue(kPosts, key, *value, StoreMode::kReplace)) {
     return FailToStore();
   }
+  // Also of a new one: a kill may have come between an earlier post of that key and its refusal.
+  ForgetRefusal(*article.messageId);
   // No server has it yet.
   StoreIsWhole();
+  return true;
+}
+
+bool MarkPostRefused(std::string_view message_id, std::u16string_view reply) {
+  const std::unique_ptr<AsciiArticle> post = FetchPendingPost(message_id);
+  if (!post) return true;
+  post->read = 1;
+  const auto value = SerializeArticle(*post, SerializeMode::kByPreference);
+  if (!value || !StoreValue(kPosts, StringKey(message_id), *value, StoreMode::kReplace)) {
+    return FailToStore();
+  }
+  KeepRefusal(message_id, reply);
+  MakeSafe();
   return true;
 }
 
@@ -60,8 +94,9 @@ std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id) {
 void DeletePendingPost(std::string_view message_id) {
   if (!DeleteValue(kPosts, StringKey(message_id))) return;
   if (gPendingPostCount > 0) --gPendingPostCount;
+  ForgetRefusal(message_id);
   // So that it does not come back from the copy.
-  StoreIsWhole();
+  MakeSafe();
   PostToMainWindow(kUserRefreshCounts);
 }
 
@@ -90,6 +125,15 @@ void ClearPendingFlags() {
     // A store may reorder the iteration, so the walk begins anew after one.
     key = ClearMark(*key) ? FirstKey(kPosts) : NextKey(kPosts, *key);
   }
+}
+
+ManyPosts::ManyPosts() {
+  gSafeSince = gPlatform->clock.Ticks();
+}
+
+ManyPosts::~ManyPosts() {
+  gSafeSince.reset();
+  StoreIsWhole();
 }
 
 }  // namespace quillet

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "store/pending_posts.h"
+#include "store/refusals.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {
@@ -495,6 +496,75 @@ TEST_F(PendingPostsTest, MarksThatCannotBeClearedDoNotHang) {
   Queue("<p1@x>", 1);
   gDatabaseErrorFlag = true;
   ClearPendingFlags();
+}
+
+TEST_F(PendingPostsTest, ARefusedPostIsMarkedWhereItLies) {
+  Queue("<p1@x>");
+  PostedToMainWindow();
+  EXPECT_TRUE(MarkPostRefused("<p1@x>", u"441 no such group\r\n"));
+  EXPECT_EQ(FetchPendingPost("<p1@x>")->read, 1U);
+  EXPECT_EQ(FetchPendingPost("<p1@x>")->body, "text\r\n");
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"441 no such group");
+  EXPECT_EQ(gPendingPostCount, 1U);
+  EXPECT_THAT(PostedToMainWindow(), IsEmpty());
+  EXPECT_TRUE(MarkPostRefused("<p1@x>", u"441 too long"));
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"441 too long");
+}
+
+TEST_F(PendingPostsTest, ARefusedPostThatIsGoneStaysAway) {
+  EXPECT_TRUE(MarkPostRefused("<p1@x>", u"441 no"));
+  EXPECT_EQ(CountPendingPosts(), 0U);
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+}
+
+TEST_F(PendingPostsTest, AMarkThatCannotBeStoredIsReported) {
+  Queue("<p1@x>");
+  gDatabaseErrorFlag = true;
+  EXPECT_FALSE(MarkPostRefused("<p1@x>", u"441 no"));
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"An unexpected error (Error inserting GDBM post.) occurred "
+                                      u"in StoreAsciiGDBMPost."));
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+}
+
+TEST_F(PendingPostsTest, StoringAgainClearsMarkAndReply) {
+  Queue("<p1@x>");
+  Queue("<p2@x>");
+  MarkPostRefused("<p1@x>", u"441 no");
+  MarkPostRefused("<p2@x>", u"441 neither");
+  Queue("<p1@x>");
+  EXPECT_EQ(FetchPendingPost("<p1@x>")->read, 0U);
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+  EXPECT_EQ(RefusalOfPost("<p2@x>"), u"441 neither");
+}
+
+TEST_F(PendingPostsTest, TheReplyGoesWithThePost) {
+  Queue("<p1@x>");
+  MarkPostRefused("<p1@x>", u"441 no");
+  DeletePendingPost("<p1@x>");
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+  Queue("<p1@x>");
+  MarkPostRefused("<p1@x>", u"441 no");
+  ResetPendingPostsDatabase();
+  EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+}
+
+TEST_F(PendingPostsTest, ManyDeletionsAreMadeSafeOnceASecondAndAtTheEnd) {
+  for (const char* id : {"<p1@x>", "<p2@x>", "<p3@x>", "<p4@x>"}) Queue(id);
+  const std::u16string copy = gDatabaseFolder + u"\\Quillet pending posts.gdb.copy";
+  const auto deletes = [&](std::string_view id) {
+    fake.files.Delete(copy);
+    DeletePendingPost(id);
+    return fake.files.FileSize(copy).has_value();
+  };
+  EXPECT_TRUE(deletes("<p1@x>"));
+  {
+    const ManyPosts many;
+    EXPECT_FALSE(deletes("<p2@x>"));
+    fake.clock.Advance(1000);
+    EXPECT_TRUE(deletes("<p3@x>"));
+    EXPECT_FALSE(deletes("<p4@x>"));
+  }
+  EXPECT_TRUE(fake.files.FileSize(copy).has_value());
 }
 
 TEST_F(PendingPostsTest, ResettingEmptiesTheQueue) {
