@@ -19,8 +19,10 @@
 #include "post/article_text.h"
 #include "post/compose.h"
 #include "post/editor_window.h"
+#include "post/full_editor.h"
 #include "post/mail.h"
 #include "post/recipients.h"
+#include "post/simple_editor.h"
 #include "res/resource.h"
 #include "store/pending_posts.h"
 #include "util/format.h"
@@ -259,6 +261,7 @@ bool OpenEditor(std::unique_ptr<PostInfo> info) {
   if (IsWriting()) return false;
   Draft draft;
   draft.simple = gPrefs->simplepost != 0;
+  draft.field = kSubjectField;
   draft.info = std::move(*info);
   return OpenWith(std::move(draft), false);
 }

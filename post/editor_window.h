@@ -22,6 +22,11 @@ struct Editor {
   std::unique_ptr<DraftKeeper> keeper;
 };
 
+// Fields of the simple editor by their place in its selector.
+inline constexpr int kEmailField = 0;
+inline constexpr int kNewsgroupsField = 1;
+inline constexpr int kSubjectField = 2;
+
 // What each of the two brings.
 struct EditorKind {
   std::uint32_t form = 0;
@@ -34,8 +39,6 @@ struct EditorKind {
   // What OK would store, or nothing when it would not.
   std::optional<CheckedArticle> (*article)(const Draft& draft) = nullptr;
 };
-const EditorKind& FullEditor();
-const EditorKind& SimpleEditor();
 
 // The whole text of a control, its lines ended by CR LF, without NULs; nothing when memory ran out
 // (reported, "CaptureDlgItemText") or the window does not exist.

@@ -1,4 +1,6 @@
 // The editor that has the whole article as one text: header lines, the separator, the body.
+#include "post/full_editor.h"
+
 #include <array>
 
 #include "base/box_owner.h"
@@ -9,7 +11,6 @@
 #include "port/platform.h"
 #include "port/pop_up_menus.h"
 #include "post/article_text.h"
-#include "post/editor_window.h"
 #include "res/resource.h"
 
 namespace quillet {

@@ -2,6 +2,8 @@
 // value box that shows the chosen field. The values are kept in the draft. Whoever reads the window
 // - the keeper's thread too, while the program thread is busy - brings the value box in step with
 // the selector, so that what the user types goes into the field that he has chosen.
+#include "post/simple_editor.h"
+
 #include <algorithm>
 #include <array>
 
@@ -13,7 +15,6 @@
 #include "port/platform.h"
 #include "post/article_text.h"
 #include "post/compose.h"
-#include "post/editor_window.h"
 #include "post/recipients.h"
 #include "res/resource.h"
 
@@ -21,10 +22,6 @@ namespace quillet {
 namespace {
 
 constexpr std::u16string_view kQuestionCaption = u"Quillet CE";
-
-constexpr int kEmailField = 0;
-constexpr int kNewsgroupsField = 1;
-constexpr int kSubjectField = 2;
 
 struct Field {
   std::u16string_view label;

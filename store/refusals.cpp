@@ -15,7 +15,7 @@ namespace {
 constexpr std::u16string_view kValueName = u"reply";
 
 std::u16string NameOf(std::string_view post_key) {
-  return Widen(SafeName(post_key));
+  return FromUtf8(SafeName(post_key));
 }
 
 std::u16string PathOf(std::string_view post_key) {

@@ -74,9 +74,9 @@ TEST_F(Compose, GroupNamesBringNoHeaderLines) {
   EXPECT_NE(ComposeNewArticle(u"g\r\nApproved: me")->text.find(u"Newsgroups: g  Approved: me\r\n"),
             std::u16string::npos);
   source.headers = "";
-  EXPECT_NE(ComposeReply(source, u"g\r\nApproved: me")
-                ->text.find(u"Newsgroups: g  Approved: me\r\n"),
-            std::u16string::npos);
+  EXPECT_NE(
+      ComposeReply(source, u"g\r\nApproved: me")->text.find(u"Newsgroups: g  Approved: me\r\n"),
+      std::u16string::npos);
 }
 
 TEST_F(Compose, SubjectWithReStaysAsItIs) {

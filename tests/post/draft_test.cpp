@@ -78,8 +78,7 @@ TEST(DraftBytes, LayoutIsForEver) {
   Draft draft;
   draft.info.text = u"a";
   EXPECT_EQ(SerializeDraft(draft), std::string("Quillet draft 1\n", 16) + std::string(24, '\0') +
-                                       std::string(4 * 8, '\0') +
-                                       std::string("\x02\0\0\0a\0", 6));
+                                       std::string(4 * 8, '\0') + std::string("\x02\0\0\0a\0", 6));
 }
 
 class DraftFile : public ::testing::Test {

@@ -1,0 +1,10 @@
+// The editor that has the whole article as one text. Only for post/.
+#pragma once
+
+#include "post/editor_window.h"
+
+namespace quillet {
+
+const EditorKind& FullEditor();
+
+}  // namespace quillet
