@@ -15,7 +15,8 @@ namespace {
 constexpr std::u16string_view kValueName = u"reply";
 
 std::u16string NameOf(std::string_view post_key) {
-  return FromUtf8(SafeName(post_key));
+  const std::string name = SafeName(post_key);  // ASCII
+  return {name.begin(), name.end()};
 }
 
 std::u16string PathOf(std::string_view post_key) {

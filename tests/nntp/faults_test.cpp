@@ -1,11 +1,10 @@
 // What a download promises however it is disturbed: nothing stored is lost, chains, counts and the
 // count cache agree, the progress is saved before each fetch, nothing stays open, and a later run
 // gets what is still missing.
-#include <gdbm.h>
-
 #include <set>
 
 #include "nntp/connection.h"
+#include "tests/nntp/faulty_libraries.h"
 #include "tests/nntp/model_sockets.h"
 #include "tests/nntp/nntp_fixture.h"
 
@@ -13,34 +12,6 @@ namespace quillet {
 namespace {
 
 using Ids = std::set<std::string>;
-
-// Lets the nth store of the database library fail, alone or with all that follow.
-int gFailingStore = 0;
-bool gFailingForGood = false;
-bool gStoreFailed = false;
-int (*gRealStore)(GDBM_FILE, datum, datum, int) = nullptr;
-
-int FaultyStore(GDBM_FILE file, datum key, datum value, int flag) {
-  if (gFailingStore > 0 && --gFailingStore == 0) gStoreFailed = true;
-  if (!gStoreFailed) return gRealStore(file, key, value, flag);
-  gStoreFailed = gFailingForGood;
-  return -1;
-}
-
-class FaultyLibraries final : public port::Libraries {
- public:
-  port::LibraryHandle Load(std::u16string_view name) override { return real_.Load(name); }
-  void* Resolve(port::LibraryHandle library, const char* name) override {
-    void* const found = real_.Resolve(library, name);
-    if (std::string_view(name) != "gdbm_store" || found == nullptr) return found;
-    gRealStore = reinterpret_cast<decltype(gRealStore)>(found);
-    return reinterpret_cast<void*>(&FaultyStore);
-  }
-  void Unload(port::LibraryHandle library) override { real_.Unload(library); }
-
- private:
-  port::LinuxLibraries real_;
-};
 
 const Ids kMisc = {"<a@x>", "<b@x>", "<c@x>", "<d@x>"};
 const Ids kTest = {"<e@x>", "<f@x>"};
@@ -69,7 +40,7 @@ class FaultsTest : public NntpTest {
  protected:
   FaultsTest() {
     gPlatform = &platform_;
-    gFailingStore = 0;
+    gFaultyStore = {};
     OpenStore();
   }
   ~FaultsTest() override {
@@ -107,9 +78,7 @@ class FaultsTest : public NntpTest {
     sockets_.calls = 0;
     sockets_.replies = 0;
     sockets_.delivered = 0;
-    gFailingStore = 0;
-    gFailingForGood = false;
-    gStoreFailed = false;
+    gFaultyStore = {};
   }
 
   // The progress in memory is the saved one when an article is asked for.
@@ -388,10 +357,9 @@ TEST_F(FaultsTest, AnyFailingStoreLeavesChainsAndCountsInOrder) {
     for (int n = 1; failed; ++n) {
       SCOPED_TRACE(FormatNarrow("store %d fails%s", n, for_good ? " for good" : ""));
       StartAfresh();
-      gFailingForGood = for_good;
-      gFailingStore = n;
+      gFaultyStore = {n, for_good};
       Run();
-      failed = gFailingStore == 0;
+      failed = gFaultyStore.in == 0;
       EXPECT_EQ(MissingAfterResuming(), 0U);
       ASSERT_LT(n, 1000);
       if (HasFailure()) return;

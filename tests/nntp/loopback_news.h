@@ -47,14 +47,14 @@ class TranscriptServer {
 // Serves the model to one client after the other. The model must not change meanwhile.
 class ModelServer {
  public:
-  explicit ModelServer(const NewsModel& model)
+  explicit ModelServer(NewsModel& model)
       : model_(model), server_([this](int client) { Serve(client); }) {}
   std::uint16_t port() const { return server_.port(); }
 
  private:
   void Serve(int client) const;
 
-  const NewsModel& model_;
+  NewsModel& model_;
   port::LoopbackServer server_;
 };
 

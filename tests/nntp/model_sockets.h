@@ -17,11 +17,12 @@ namespace quillet {
 
 class ModelSockets final : public port::Sockets {
  public:
-  explicit ModelSockets(const NewsModel& model) : model_(model) {}
+  explicit ModelSockets(NewsModel& model) : model_(model) {}
 
   // --- faults; 0 or empty: none ---
   std::size_t chunk = 0;                     // bytes a Receive
   int fail_send = 0;                         // the nth from now on
+  std::size_t failed_send_delivers = 0;      // bytes of it that arrive all the same
   int fail_receive = 0;                      // the nth from now on
   std::optional<std::uint64_t> close_after;  // bytes
   // May replace the nth reply (from 1, the greeting).
@@ -74,16 +75,16 @@ class ModelSockets final : public port::Sockets {
   }
   bool Send(port::SocketHandle, std::string_view data) override {
     Called();
-    if (fail_send > 0 && --fail_send == 0) return false;
-    line_ += data;
+    const bool fails = fail_send > 0 && --fail_send == 0;
+    line_ += fails ? data.substr(0, failed_send_delivers) : data;
     std::size_t end = 0;
     while ((end = line_.find("\r\n")) != std::string::npos) {
       const std::string line = line_.substr(0, end);
       line_.erase(0, end + 2);
       if (on_line) on_line(line);
-      Answer(session_->Reply(line));
+      if (const std::string reply = session_->Reply(line); !reply.empty()) Answer(reply);
     }
-    return true;
+    return !fails;
   }
   void Close(port::SocketHandle) override { --open; }
   int LastError() override { return 0; }
@@ -103,7 +104,7 @@ class ModelSockets final : public port::Sockets {
     pending_ += reply;
   }
 
-  const NewsModel& model_;
+  NewsModel& model_;
   std::unique_ptr<NewsSession> session_;
   std::string pending_;
   std::size_t read_ = 0;

@@ -1,6 +1,7 @@
 #include "tests/nntp/news_model.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quillet {
 
@@ -16,7 +17,31 @@ void NewsModel::Add(const std::string& group, std::uint32_t number, const std::s
                              body});
 }
 
+std::string NewsSession::TakeText(std::string_view line) {
+  if (line != ".") {
+    posted_.append(line).append("\r\n");
+    return "";
+  }
+  in_text_ = false;
+  ModelPost post{"", std::exchange(posted_, "")};
+  constexpr std::string_view kName = "\r\nMessage-ID: ";
+  const std::size_t field = ("\r\n" + post.text).find(kName);
+  if (field < post.text.find("\r\n\r\n")) {
+    const std::size_t value = field + kName.size() - 2;
+    post.id = post.text.substr(value, post.text.find('\r', value) - value);
+  }
+  const auto same = [&](const ModelPost& other) { return !post.id.empty() && other.id == post.id; };
+  if (std::any_of(model_.posts.begin(), model_.posts.end(), same)) return "441 435 Duplicate\r\n";
+  model_.posts.push_back(std::move(post));
+  return "240 taken\r\n";
+}
+
 std::string NewsSession::Reply(std::string_view line) {
+  if (in_text_) return TakeText(line);
+  if (line == "POST") {
+    in_text_ = true;
+    return "340 send it\r\n";
+  }
   if (line.starts_with("GROUP ")) return Enter(line.substr(6));
   if (line.starts_with("STAT ")) {
     return Stat(static_cast<std::uint32_t>(std::stoul(std::string(line.substr(5)))));

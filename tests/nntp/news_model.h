@@ -1,5 +1,5 @@
-// A small news server as plain values: groups with articles, and one session that answers command
-// lines. Used in memory and behind a real socket.
+// A small news server as plain values: groups with articles, what was posted, and one session that
+// answers command lines. Used in memory and behind a real socket.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +22,16 @@ struct ModelGroup {
   std::vector<ModelArticle> articles;  // by ascending number
 };
 
+// A text that a client posted, as it came, without its terminator.
+struct ModelPost {
+  std::string id;  // empty when it has none
+  std::string text;
+};
+
 struct NewsModel {
   std::vector<ModelGroup> groups;
+  // What was taken. A text with a Message-ID that is here already is refused as a duplicate.
+  std::vector<ModelPost> posts;
 
   // An article with the usual headers.
   void Add(const std::string& group, std::uint32_t number, const std::string& id,
@@ -32,10 +40,10 @@ struct NewsModel {
 
 class NewsSession {
  public:
-  explicit NewsSession(const NewsModel& model) : model_(model) {}
+  explicit NewsSession(NewsModel& model) : model_(model) {}
 
   static std::string Greeting() { return "200 model news server ready\r\n"; }
-  // The whole answer to a line (without its CR LF).
+  // The whole answer to a line (without its CR LF); empty to a line of a text but its last.
   std::string Reply(std::string_view line);
   bool quit() const { return quit_; }
 
@@ -46,7 +54,11 @@ class NewsSession {
   std::string Stand(std::size_t at);
   std::string Text(const char* code, const std::string ModelArticle::*text) const;
 
-  const NewsModel& model_;
+  std::string TakeText(std::string_view line);
+
+  NewsModel& model_;
+  std::string posted_;    // so far
+  bool in_text_ = false;  // the client is sending one
   const ModelGroup* group_ = nullptr;
   std::size_t at_ = 0;  // beyond the last article: there is no current one
   bool quit_ = false;
