@@ -105,10 +105,13 @@ def wait_for_greeting(port, process, seconds=60):
 
 
 class InnServer:
-    """The two processes: innd takes the feed, nnrpd serves readers on `port`."""
+    """The two processes: innd takes the feed, nnrpd serves readers on `port`. Further keywords are
+    settings of inn.conf; `moderated` groups' posts go by mail to the file `moderated_mail`."""
 
-    def __init__(self, cache, groups):
+    def __init__(self, cache, groups, moderated=(), **settings):
         self.host = HOST
+        self.moderated = set(moderated)
+        self.settings = settings
         self.port = 0
         self.feed_port = 0
         self.groups = list(groups)
@@ -141,6 +144,7 @@ class InnServer:
             os.makedirs(self.path(folder), exist_ok=True)
         self.write_settings()
         self.write_groups()
+        self.write_moderation()
         if os.geteuid() == 0:
             self.give_to_user()
         self.run_tool("makedbz", "-i", "-o")
@@ -150,6 +154,8 @@ class InnServer:
             text = file.read()
         values = {name: self.path(folder) for name, folder in PATHS.items()}
         values.update(SETTINGS)
+        values.update(self.settings)
+        values["mta"] = '"%s %%s"' % self.path("mta")
         values["port"] = str(self.feed_port)
         values["mailcmd"] = "/bin/true"
         values["runasuser"] = self.user.pw_name
@@ -165,11 +171,22 @@ class InnServer:
     def write_groups(self):
         active = ""
         for name in (*SYSTEM_GROUPS, *self.groups):
-            active += "%s 0000000000 0000000001 %s\n" % (name, "n" if name in SYSTEM_GROUPS else "y")
+            flag = "n" if name in SYSTEM_GROUPS else "m" if name in self.moderated else "y"
+            active += "%s 0000000000 0000000001 %s\n" % (name, flag)
         self.write("db/active", active)
         self.write("db/active.times", "")
         self.write("db/newsgroups", "".join("%s\tA test group\n" % g for g in self.groups))
         self.write("db/history", "")
+
+    def write_moderation(self):
+        """What goes to a moderator is kept in a file instead of being mailed."""
+        self.write("etc/news/moderators", "*:moderator@example.net\n")
+        self.write("mta", "#!/bin/sh\ncat >> '%s'\n" % self.moderated_mail)
+        os.chmod(self.path("mta"), 0o755)
+
+    @property
+    def moderated_mail(self):
+        return self.path("run/moderated")
 
     def write(self, name, text):
         with open(self.path(name), "w", encoding="utf-8") as file:
@@ -211,7 +228,7 @@ class InnServer:
             raise InnError("%s failed: %s" % (name, done.stdout.strip()))
 
     def spawn(self, name, *arguments):
-        log = open(self.path("log", name + ".out"), "wb")  # pylint: disable=consider-using-with
+        log = open(self.path("log", name + ".out"), "ab")  # pylint: disable=consider-using-with
         process = subprocess.Popen(  # pylint: disable=consider-using-with
             [self.path("usr/lib/news/bin", name), *arguments], cwd=self.root,
             env=self.environment(), stdin=subprocess.DEVNULL, stdout=log,
@@ -229,10 +246,23 @@ class InnServer:
         self.start_reader()
 
     def start_reader(self):
-        self.port = free_port()
-        nnrpd = self.spawn("nnrpd", "-D", "-f", "-4", HOST, "-p", str(self.port))
-        if not wait_for_greeting(self.port, nnrpd):
+        self.port = self.another_reader()
+
+    def another_reader(self, *arguments):
+        """The port of one more nnrpd, with further arguments."""
+        port = free_port()
+        nnrpd = self.spawn("nnrpd", "-D", "-f", "-4", HOST, "-p", str(port), *arguments)
+        if not wait_for_greeting(port, nnrpd):
             raise InnError("nnrpd does not answer: " + self.logs())
+        return port
+
+    def reader_without_posting(self):
+        """The port of a reader that greets with 201."""
+        self.write("etc/news/readonly.conf",
+                   'auth "all" {\n  hosts: "*"\n  default: "<all>"\n}\n'
+                   'access "all" {\n  users: "<all>"\n  newsgroups: "*"\n  access: "R"\n}\n')
+        os.chmod(self.path("etc/news/readonly.conf"), 0o644)
+        return self.another_reader("-c", self.path("etc/news/readonly.conf"))
 
     def logs(self):
         texts = []
