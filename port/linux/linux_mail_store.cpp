@@ -10,6 +10,8 @@ namespace quillet::port {
 namespace {
 
 constexpr std::uint32_t kErrorNotOpen = 6;
+// A mail program of the desktop may go on for as long as its window is open.
+constexpr int kLongestShowMs = 10000;
 
 // UTF-8 in one line.
 std::string FieldText(std::u16string_view value) {
@@ -89,19 +91,88 @@ std::vector<WaitingMail> LinuxMailStore::Waiting() {
     mail.to = FromUtf8(info.to);
     mail.subject = FromUtf8(info.subject);
     mail.message = Widen(Outbox::Read(entry.file).value_or(""));
-    mail.reason = FromUtf8(info.reason);
+    mail.reason = FromUtf8(ReasonToWait(entry, info));
     mail.held = entry.state != OutboxState::kWaiting;
     waiting.push_back(std::move(mail));
   }
   return waiting;
 }
 
+std::string LinuxMailStore::ReasonToWait(const OutboxEntry& entry, const OutboxInfo& info) const {
+  if (entry.state == OutboxState::kWaiting) return info.reason;
+  if (entry.state == OutboxState::kUnderWay) return "it is being handed over";
+  const std::string why = info.held.empty()
+                              ? "its sending was cut short, and it is not known whether it was sent"
+                              : info.held;
+  return why + ". To send it again, move the file " + entry.file + " to " + outbox_.NewFolder() +
+         "; to give it up, delete the file";
+}
+
 std::vector<WaitingMail> LinuxMailStore::HandOver() {
+  const std::uint32_t before = interrupts_();
+  const auto interrupted = [&] { return interrupts_() != before; };
+  const std::vector<MailProgram> programs = FindMailPrograms();
+  for (const OutboxEntry& entry : outbox_.Entries()) {
+    if (interrupted()) break;
+    if (entry.state == OutboxState::kWaiting) HandOverOne(entry, programs, interrupted);
+  }
   return Waiting();
 }
 
+void LinuxMailStore::HandOverOne(const OutboxEntry& entry, const std::vector<MailProgram>& programs,
+                                 const std::function<bool()>& interrupted) {
+  OutboxInfo info = outbox_.Info(entry.id);
+  const HandOverResult result = TryToSend(entry, info, programs, interrupted);
+  switch (result.end) {
+    case HandOverEnd::kSent:
+      outbox_.ForgetInfo(entry.id);
+      return;
+    case HandOverEnd::kBusy:
+      return;
+    case HandOverEnd::kFailed:
+      if (info.reason == result.reason) return;
+      info.reason = result.reason;
+      break;
+    case HandOverEnd::kUnknown:
+      info.held = result.reason;
+      break;
+  }
+  outbox_.SetInfo(entry.id, info);
+}
+
+HandOverResult LinuxMailStore::TryToSend(const OutboxEntry& entry, const OutboxInfo& info,
+                                         const std::vector<MailProgram>& programs,
+                                         const std::function<bool()>& interrupted) const {
+  const auto message = Outbox::Read(entry.file);
+  if (!message) return {HandOverEnd::kFailed, "its file in the outbox cannot be read"};
+  MailSummary mail = ReadMail(*message);
+  if (!info.subject.empty()) mail.subject = info.subject;  // as it was before it was encoded
+  if (mail.recipients.empty()) return {HandOverEnd::kFailed, "it has no recipient"};
+  const MailProgram* program = ProgramOf(programs, info.service);
+  if (program == nullptr) {
+    return {HandOverEnd::kFailed,
+            "there is no mail program for the transport '" + info.service + "'"};
+  }
+  MailCommand command = CommandFor(*program, mail);
+  if (!command.refusal.empty()) return {HandOverEnd::kFailed, command.refusal};
+  HandOverOrder order;
+  order.program = program->program;
+  order.arguments = std::move(command.arguments);
+  order.reads_message = program->kind != MailProgram::Kind::kDesktop;
+  order.shows_message = !order.reads_message;
+  if (order.shows_message) order.limit_ms = kLongestShowMs;
+  order.waiting = entry.file;
+  order.under_way = outbox_.UnderWayFile(entry.id);
+  order.sent = outbox_.SentFile(entry.id);
+  return HandOverMessage(order, interrupted);
+}
+
 std::vector<MailService> LinuxMailStore::Services() {
-  return {};
+  std::vector<MailService> services;
+  for (const MailProgram& program : FindMailPrograms()) {
+    services.push_back({FromUtf8(program.name), FromUtf8(program.return_address)});
+  }
+  return services;
 }
 
 }  // namespace quillet::port

@@ -5,7 +5,9 @@
 #include <functional>
 #include <string>
 
+#include "port/linux/mail_hand_over.h"
 #include "port/linux/mail_message.h"
+#include "port/linux/mail_programs.h"
 #include "port/linux/outbox.h"
 #include "port/mail_store.h"
 
@@ -31,6 +33,12 @@ class LinuxMailStore final : public MailStore {
 
  private:
   bool Note(std::uint32_t error);
+  std::string ReasonToWait(const OutboxEntry& entry, const OutboxInfo& info) const;
+  void HandOverOne(const OutboxEntry& entry, const std::vector<MailProgram>& programs,
+                   const std::function<bool()>& interrupted);
+  HandOverResult TryToSend(const OutboxEntry& entry, const OutboxInfo& info,
+                           const std::vector<MailProgram>& programs,
+                           const std::function<bool()>& interrupted) const;
 
   Outbox outbox_;
   const std::function<std::uint32_t()> interrupts_;

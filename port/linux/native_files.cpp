@@ -1,9 +1,13 @@
 #include "port/linux/native_files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
+
+#include "port/linux/descriptor_io.h"
+#include "port/linux/file_descriptor.h"
 
 namespace quillet::port {
 
@@ -14,6 +18,16 @@ bool MakeFolders(const std::string& folder) {
   const std::string above = path.parent_path().string();
   if (!above.empty() && above != folder && !MakeFolders(above)) return false;
   return mkdir(folder.c_str(), 0700) == 0 || std::filesystem::is_directory(path, error);
+}
+
+std::optional<std::string> ReadBoundedFile(const std::string& path, std::uint64_t limit) {
+  const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (!fd.valid() || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (static_cast<std::uint64_t>(status.st_size) > limit) return std::nullopt;
+  std::string data(static_cast<std::size_t>(status.st_size), '\0');
+  if (!ReadAllAt(fd.get(), 0, data)) return std::nullopt;
+  return data;
 }
 
 bool ReplaceTextFile(const std::string& path, std::string_view text) {

@@ -2,6 +2,8 @@
 // Any thread.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +11,10 @@ namespace quillet::port {
 
 // Creates the folder and all missing ones above it, each with mode 0700. True when it is there.
 bool MakeFolders(const std::string& folder);
+
+// A regular file of at most `limit` bytes; nothing when it is none, larger or cannot be read. Never
+// waits at a pipe.
+std::optional<std::string> ReadBoundedFile(const std::string& path, std::uint64_t limit);
 
 // Replaces a small text file; it is complete or unchanged.
 bool ReplaceTextFile(const std::string& path, std::string_view text);

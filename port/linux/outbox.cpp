@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <tuple>
 #include <utility>
@@ -51,17 +52,6 @@ int MoveSynced(const std::string& from, const std::string& to) {
   return SyncFolder(to.substr(0, to.rfind('/'))) ? 0 : errno;
 }
 
-std::optional<std::string> ReadWhole(const std::string& file, std::uint64_t limit) {
-  // Never waits at a pipe that somebody has put there.
-  const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!fd.valid() || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  if (static_cast<std::uint64_t>(status.st_size) > limit) return std::nullopt;
-  std::string data(static_cast<std::size_t>(status.st_size), '\0');
-  if (!ReadAllAt(fd.get(), 0, data)) return std::nullopt;
-  return data;
-}
-
 // Names and times of the messages in a folder.
 struct Found {
   std::string name;
@@ -80,6 +70,26 @@ std::vector<Found> ListFolder(const std::string& path) {
     found.push_back({name, status.st_mtim});
   }
   return found;
+}
+
+bool HasMessage(const std::string& path, const std::string& id) {
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  if (!folder) return false;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string_view name = entry->d_name;
+    if (name.substr(0, name.find(':')) == id) return true;
+  }
+  return false;
+}
+
+// Removes what a kill has left behind: half a message, and what is known of one that has gone.
+void RemoveLeftOvers(const std::string& path, const std::function<bool(const std::string&)>& keep) {
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  if (!folder) return;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != ".." && !keep(name)) unlink((path + "/" + name).c_str());
+  }
 }
 
 bool SomebodyHolds(const std::string& file) {
@@ -143,6 +153,15 @@ std::uint32_t Outbox::Prepare() {
   if (made && !(SyncFolder(outbox_) && SyncFolder(sent_) && SyncFolder(data_folder_))) {
     return FileErrorNumber(errno);
   }
+  RemoveLeftOvers(outbox_ + "/tmp", [](const std::string&) { return false; });
+  const std::vector<OutboxEntry> entries = Entries();
+  const auto has = [&](const std::string& id) {
+    return std::ranges::any_of(entries, [&](const OutboxEntry& entry) { return entry.id == id; });
+  };
+  // While another process moves a file nobody can say which one has gone.
+  const bool moving = std::ranges::any_of(
+      entries, [](const OutboxEntry& entry) { return entry.state == OutboxState::kUnderWay; });
+  if (!moving) RemoveLeftOvers(outbox_ + "/info", has);
   return 0;
 }
 
@@ -163,19 +182,14 @@ std::uint32_t Outbox::Put(const std::string& id, std::string_view message, const
 
 bool Outbox::Has(const std::string& id) const {
   if (!IsMailId(id)) return false;
-  if (Exists(NewFolder() + "/" + id) || Exists(UnderWayFile(id)) || Exists(SentFile(id))) {
+  // A hand-over that fails puts the file back where it was, so that place is looked at twice.
+  const std::string waiting = NewFolder() + "/" + id;
+  if (Exists(waiting) || Exists(UnderWayFile(id)) || Exists(SentFile(id)) || Exists(waiting)) {
     return true;
   }
-  // A mail reader has touched it: it is known by its name up to the colon.
-  for (const std::string& folder : {NewFolder(), UnderWayFolder(), SentFolder(), sent_ + "/new"}) {
-    const std::vector<Found> found = ListFolder(folder);
-    if (std::ranges::any_of(found, [&](const Found& each) {
-          return each.name.substr(0, each.name.find(':')) == id;
-        })) {
-      return true;
-    }
-  }
-  return false;
+  // A mail reader may have touched it: the name up to the colon stays.
+  return HasMessage(NewFolder(), id) || HasMessage(UnderWayFolder(), id) ||
+         HasMessage(SentFolder(), id) || HasMessage(sent_ + "/new", id);
 }
 
 std::vector<OutboxEntry> Outbox::Entries() const {
@@ -205,7 +219,7 @@ std::vector<OutboxEntry> Outbox::Entries() const {
 
 OutboxInfo Outbox::Info(const std::string& id) const {
   OutboxInfo info;
-  const std::optional<std::string> text = ReadWhole(InfoFile(id), kLongestInfo);
+  const std::optional<std::string> text = ReadBoundedFile(InfoFile(id), kLongestInfo);
   if (!text) return info;
   const std::array<std::pair<std::string_view, std::string*>, 5> kinds = {{
       {"service=", &info.service},
@@ -239,8 +253,12 @@ bool Outbox::SetInfo(const std::string& id, const OutboxInfo& info) const {
   return error == 0;
 }
 
+void Outbox::ForgetInfo(const std::string& id) const {
+  unlink(InfoFile(id).c_str());
+}
+
 std::optional<std::string> Outbox::Read(const std::string& file) {
-  return ReadWhole(file, kLongestMessage);
+  return ReadBoundedFile(file, kLongestMessage);
 }
 
 }  // namespace quillet::port

@@ -52,6 +52,7 @@ class Outbox {
 
   OutboxInfo Info(const std::string& id) const;
   bool SetInfo(const std::string& id, const OutboxInfo& info) const;
+  void ForgetInfo(const std::string& id) const;
   // Of at most kLongestMessage bytes; nothing when it cannot be read.
   static std::optional<std::string> Read(const std::string& file);
   static constexpr std::uint64_t kLongestMessage = 256ULL * 1024 * 1024;

@@ -27,18 +27,6 @@ std::string FolderFromEnvironment(const char* variable) {
   return value != nullptr && value[0] == '/' ? value : "";
 }
 
-std::string HomeFolder() {
-  std::string home = FolderFromEnvironment("HOME");
-  if (!home.empty()) return home;
-  const passwd* user = getpwuid(getuid());
-  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
-}
-
-std::string XdgFolder(const char* variable, const char* below_home) {
-  const std::string folder = FolderFromEnvironment(variable);
-  return folder.empty() ? HomeFolder() + below_home : folder;
-}
-
 std::string Absolute(const std::string& folder) {
   std::error_code error;
   const std::filesystem::path path = std::filesystem::absolute(folder, error).lexically_normal();
@@ -56,9 +44,26 @@ Arguments Wrong(std::string error) {
 
 }  // namespace
 
+std::string HomeFolder() {
+  std::string home = FolderFromEnvironment("HOME");
+  if (!home.empty()) return home;
+  const passwd* user = getpwuid(getuid());
+  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
+}
+
+std::string ConfigHome() {
+  const std::string folder = FolderFromEnvironment("XDG_CONFIG_HOME");
+  return folder.empty() ? HomeFolder() + "/.config" : folder;
+}
+
+std::string DataHome() {
+  const std::string folder = FolderFromEnvironment("XDG_DATA_HOME");
+  return folder.empty() ? HomeFolder() + "/.local/share" : folder;
+}
+
 Profile LocateProfile(const std::string& folder) {
   Profile profile;
-  profile.config_home = XdgFolder("XDG_CONFIG_HOME", "/.config");
+  profile.config_home = ConfigHome();
   if (!folder.empty()) {
     profile.name = Absolute(folder);
     profile.config_folder = profile.name;
@@ -67,7 +72,7 @@ Profile LocateProfile(const std::string& folder) {
     return profile;
   }
   profile.config_folder = profile.config_home + "/quillet";
-  profile.data_folder = XdgFolder("XDG_DATA_HOME", "/.local/share") + "/quillet";
+  profile.data_folder = DataHome() + "/quillet";
   const std::string runtime = FolderFromEnvironment("XDG_RUNTIME_DIR");
   profile.runtime_folder = runtime.empty() ? profile.config_folder : runtime + "/quillet";
   return profile;

@@ -49,6 +49,12 @@ constexpr int kExitUsage = 2;
 std::string HelpText(std::string_view program);
 std::string VersionText(std::string_view program);
 
+// The user's home folder and where the desktop keeps settings and data there: absolute, without a
+// slash at the end.
+std::string HomeFolder();
+std::string ConfigHome();
+std::string DataHome();
+
 // Native path of the running executable; empty when it cannot be told.
 std::string OwnExecutable();
 
