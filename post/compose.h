@@ -37,7 +37,8 @@ std::u16string FromLine();
 // The editable text of a stored post, without its References.
 std::u16string PostToEditText(const AsciiArticle& post);
 
-// The composition records; null when memory ran out (reported).
+// The composition records; null when memory ran out in one of the above (reported), std::bad_alloc
+// when it ran out elsewhere.
 std::unique_ptr<PostInfo> ComposeNewArticle(std::u16string_view newsgroups);
 std::unique_ptr<PostInfo> ComposeReply(const AsciiArticle& article, std::u16string_view group);
 std::unique_ptr<PostInfo> ComposeForward(const AsciiArticle& article, std::u16string_view group);

@@ -88,7 +88,8 @@ void HandleMessage(const port::Message& message) {
   if (IsCancel(message)) {
     CancelEditor(*editor);
   } else if (message.kind == port::MessageKind::kCommand) {
-    const bool done = KindOf(*editor).command(*editor, message.id);
+    const EditorKind& kind = KindOf(*editor);
+    const bool done = Guarded(kind.procedure, [&] { return kind.command(*editor, message.id); });
     if (done && gEditor == editor) FinishEditor();
   } else if (message.kind == port::MessageKind::kTextEdited && !editor->keeper->Works()) {
     editor->keeper->Save();
@@ -132,8 +133,12 @@ bool OpenWith(Draft draft, bool restored) {
   return true;
 }
 
-void Start(std::unique_ptr<PostInfo> info) {
-  if (info) OpenEditor(std::move(info));
+template <class Compose>
+void Start(std::u16string_view starter, const Compose& compose) {
+  if (IsWriting()) return;
+  Guarded(starter, [&] {
+    if (auto info = compose()) OpenEditor(std::move(info));
+  });
 }
 
 bool IsToBeMailed(const Draft& draft) {
@@ -246,15 +251,15 @@ void Readdress(Editor& editor) {
 }
 
 void StartNewArticle(std::u16string_view newsgroups) {
-  if (!IsWriting()) Start(ComposeNewArticle(newsgroups));
+  Start(u"StartNewArticle", [&] { return ComposeNewArticle(newsgroups); });
 }
 
 void StartReply(const AsciiArticle& article, std::u16string_view group) {
-  if (!IsWriting()) Start(ComposeReply(article, group));
+  Start(u"StartReply", [&] { return ComposeReply(article, group); });
 }
 
 void StartForward(const AsciiArticle& article, std::u16string_view group) {
-  if (!IsWriting()) Start(ComposeForward(article, group));
+  Start(u"StartForward", [&] { return ComposeForward(article, group); });
 }
 
 bool OpenEditor(std::unique_ptr<PostInfo> info) {
@@ -272,7 +277,7 @@ bool EditorIsOpen() {
 
 bool IsBeingEdited(std::string_view post_key) {
   if (post_key.empty()) return false;
-  return post_key == (gEditor ? gEditor->keeper->Read().info.key : gKeyOfDraft);
+  return post_key == (gEditor ? gEditor->begun_with.key : gKeyOfDraft);
 }
 
 void WhenEditorCloses(void (*call)()) {

@@ -29,6 +29,7 @@ inline constexpr int kSubjectField = 2;
 
 // What each of the two brings.
 struct EditorKind {
+  std::u16string_view procedure;  // its name, for reports
   std::uint32_t form = 0;
   std::uint32_t text_control = 0;
   // Fills the window. Before it is shown.

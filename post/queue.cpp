@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/app_messages.h"
+#include "base/guarded.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "mime/shown_text.h"
@@ -148,8 +149,10 @@ void ShowPendingPosts() {
 }
 
 void EditPendingPost(std::string_view key) {
-  const auto post = FetchPendingPost(key);
-  auto info = post ? ComposeQueuedPost(*post) : nullptr;
+  auto info = Guarded(u"EditPendingPost", [&] {
+    const auto post = FetchPendingPost(key);
+    return post ? ComposeQueuedPost(*post) : nullptr;
+  });
   if (!info) return;
   // A damaged record may name another key than the one it lies under.
   info->key = key;

@@ -196,8 +196,13 @@ bool Command(Editor& editor, std::uint32_t control) {
 }  // namespace
 
 const EditorKind& SimpleEditor() {
-  static constexpr EditorKind kKind{kDialogSimplePost, kControlPostBody, SetUp, Reader,
-                                    Command,           Article};
+  static constexpr EditorKind kKind{u"SimplePostDialogProc",
+                                    kDialogSimplePost,
+                                    kControlPostBody,
+                                    SetUp,
+                                    Reader,
+                                    Command,
+                                    Article};
   return kKind;
 }
 

@@ -7,6 +7,7 @@
 #include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "post/article_text.h"
+#include "tests/support/failing_new.h"
 
 namespace quillet {
 namespace {
@@ -249,6 +250,23 @@ TEST_F(Compose, DamagedQueuedPostsCanBeEdited) {
   post.headers = std::string("no colon\n\nA: b\0C: d", 18);
   post.body = std::string("x\0y", 3);
   EXPECT_EQ(PostToEditText(post), u"no colon\nA: b\n--- Begin body here ---\r\nx");
+}
+
+TEST_F(Compose, WithoutMemoryNothingIsComposed) {
+  gPrefs->extraheaders = std::u16string(100000, u'x');
+  testing::FailNewOfAtLeast(100000);
+  EXPECT_EQ(ComposeNewArticle(u"g"), nullptr);
+  testing::FailNewOfAtLeast(0);
+  ASSERT_EQ(fake.display.boxes().size(), 1U);
+  EXPECT_EQ(fake.display.boxes()[0].text,
+            u"An unexpected error (out of memory) occurred in CreateBlankHeader.");
+  source.subject = std::string(100000, 'x');
+  testing::FailNewOfAtLeast(100000);
+  EXPECT_EQ(ComposeReply(source, u"g"), nullptr);
+  testing::FailNewOfAtLeast(0);
+  ASSERT_EQ(fake.display.boxes().size(), 2U);
+  EXPECT_EQ(fake.display.boxes()[1].text,
+            u"An unexpected error (out of memory) occurred in MakeReLine.");
 }
 
 }  // namespace
