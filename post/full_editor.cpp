@@ -155,7 +155,7 @@ std::optional<CheckedArticle> Article(const Draft& draft) {
 
 const EditorKind& FullEditor() {
   static constexpr EditorKind kKind{
-      kDialogPostMessage, kControlArticleText, SetUp, Reader, Command, Article};
+      u"PostDialogProc", kDialogPostMessage, kControlArticleText, SetUp, Reader, Command, Article};
   return kKind;
 }
 
