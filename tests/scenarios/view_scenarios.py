@@ -132,15 +132,6 @@ class Showing(Reading):
             self.assertNotIn("\r\nReply-To: Zoe", self.control(dialog, 1009)["text"])
             q.do("press 2")
 
-    def test_what_is_not_there_yet_says_where_it_is_not(self):
-        with self.open() as q:
-            q.open_node("1")
-            source = q.viewer()["source"]
-            for command in (40055, 40023, 40033):
-                q.command(command)
-            self.assertEqual((q.viewer()["source"], q.tab()), (source, "article"))
-        self.assert_fine(q)
-
 
 class Finding(Reading):
     def find(self, q, text, tick=(), untick=()):
