@@ -162,6 +162,7 @@ class Dialogs {
 
   // Creates the dialog of resource `form` (res/resource.h), hidden; 0 on failure.
   virtual WindowHandle Create(std::uint32_t form, WindowHandle owner, DialogKind kind) = 0;
+  // A kWindow that is shown already comes to the front.
   virtual void Show(WindowHandle dialog) = 0;
   // A box over it stays open and lies over the dialog's owner from then on. Any thread. Idempotent.
   virtual void Destroy(WindowHandle dialog) = 0;

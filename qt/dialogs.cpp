@@ -7,7 +7,9 @@
 #include <QMessageBox>
 #include <utility>
 
+#include "qt/article_edit.h"
 #include "qt/controls.h"
+#include "qt/fit_screen.h"
 #include "qt/forms.h"
 
 namespace quillet::qt {
@@ -24,12 +26,13 @@ bool TakesPlaceOf(const port::ControlValue& later, const port::ControlValue& ear
   return stream && later.index() == earlier.index();
 }
 
-// The size it had last, or the screen of a phone.
+// The size it had last or that its form wants, or the screen of a phone.
 void ShowWindow(QWidget& window, QSize size) {
   if (FillsScreen(&window)) {
     window.resize(WorkAreaOf(&window).size());
     return window.showMaximized();
   }
+  if (!size.isValid()) size = FirstSizeOf(window, RoomForDialog(nullptr));
   if (size.isValid()) window.resize(size.boundedTo(WorkAreaOf(&window).size()));
   window.show();
 }
@@ -94,7 +97,10 @@ void QtDialogs::Show(port::WindowHandle dialog) {
     QWidget* widget = display_.WidgetOf(dialog);
     if (widget == nullptr || widget == display_.main || !widget->isWindow()) return;
     if (!IsWindow(*widget)) return widget->show();
-    if (!widget->isVisible()) ShowWindow(*widget, display_.sizes.Of(FormOf(*widget)));
+    if (!widget->isVisible()) return ShowWindow(*widget, display_.sizes.Of(FormOf(*widget)));
+    widget->setWindowState(widget->windowState() & ~Qt::WindowMinimized);
+    widget->raise();
+    widget->activateWindow();
   });
 }
 

@@ -9,6 +9,10 @@
 namespace quillet::qt {
 namespace {
 
+// Where the toolkit's frames begin and end in the raw text.
+constexpr QChar kFrameBegin(0xFDD0);
+constexpr QChar kFrameEnd(0xFDD1);
+
 bool EndsLine(QChar unit) {
   return unit == QChar::ParagraphSeparator || unit == QChar::LineSeparator;
 }
@@ -37,21 +41,37 @@ int PlaceAt(const QString& raw, std::size_t units) {
 
 }  // namespace
 
-std::u16string ReadLines(const QPlainTextEdit& edit) {
-  std::u16string text;
-  for (const QChar unit : RawText(edit)) {
-    if (EndsLine(unit)) {
-      text += u"\r\n";
-    } else {
-      text += unit.unicode();
-    }
+QString LinesForEdit(QStringView text) {
+  QString lines;
+  lines.reserve(text.size());
+  for (qsizetype i = 0; i < text.size(); ++i) {
+    const QChar unit = text[i];
+    if (unit == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue;
+    const bool own = unit == kFrameBegin || unit == kFrameEnd;
+    lines += unit == u'\r' || EndsLine(unit) ? QChar(u'\n') : own ? QChar(u'\uFFFD') : unit;
   }
-  return text;
+  return lines;
+}
+
+// Line by line: long texts are read while the user types.
+std::u16string ReadLines(const QPlainTextEdit& edit) {
+  const QString raw = RawText(edit);
+  std::u16string text;
+  text.reserve(static_cast<std::size_t>(raw.size() + edit.document()->blockCount()));
+  auto line = raw.begin();
+  for (;;) {
+    const auto end = std::find_if(line, raw.end(), EndsLine);
+    const auto* units = reinterpret_cast<const char16_t*>(line);
+    text.append(units, static_cast<std::size_t>(end - line));
+    if (end == raw.end()) return text;
+    text += u"\r\n";
+    line = end + 1;
+  }
 }
 
 void WriteLines(QPlainTextEdit& edit, const std::u16string& text) {
   const QSignalBlocker quiet(edit);
-  edit.setPlainText(ToQt(text));
+  edit.setPlainText(LinesForEdit(ToQt(text)));
   edit.document()->setModified(false);
 }
 

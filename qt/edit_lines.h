@@ -3,11 +3,18 @@
 #pragma once
 
 #include <QPlainTextEdit>
+#include <QString>
+#include <QStringView>
 #include <string>
 
 #include "port/dialogs.h"
 
 namespace quillet::qt {
+
+// The text as an edit takes it: a line feed at the end of every line, whether it had CR LF, LF, CR
+// or a line or paragraph separator; two units that the toolkit keeps for itself become replacement
+// characters. All others stay, NUL and lone surrogates too.
+QString LinesForEdit(QStringView text);
 
 std::u16string ReadLines(const QPlainTextEdit& edit);
 // Unchanged, the caret at the beginning.

@@ -2,8 +2,10 @@
 // icons, places that stay, sizes that fit the screen, and who hears of the controls.
 #include "qt/forms.h"
 
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLayout>
 #include <QRadioButton>
@@ -47,6 +49,15 @@ class FormDialog final : public QDialog, public FormControls {
   void accept() override {}
 
  protected:
+  // In a window, where Enter is a line end, Ctrl+Enter is OK.
+  void keyPressEvent(QKeyEvent* event) override {
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool control = (event->modifiers() & ~Qt::KeypadModifier) == Qt::ControlModifier;
+    if (kind_ != DialogKind::kWindow || !enter || !control) return QDialog::keyPressEvent(event);
+    auto* ok = qobject_cast<QAbstractButton*>(Find(kControlOk));
+    if (ok != nullptr && !event->isAutoRepeat()) ok->click();
+  }
+
   void closeEvent(QCloseEvent* event) override {
     event->ignore();
     TellCancel();

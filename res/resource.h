@@ -14,6 +14,13 @@ constexpr std::uint32_t kBitmapGroupSideTab = 179;
 constexpr std::uint32_t kBitmapThreadSideTab = 180;
 constexpr std::uint32_t kBitmapArticleSideTab = 181;
 constexpr std::uint32_t kIconRefused = 182;
+constexpr std::uint32_t kIconUndo = 183;
+constexpr std::uint32_t kIconRedo = 184;
+constexpr std::uint32_t kIconCut = 185;
+constexpr std::uint32_t kIconCopy = 186;
+constexpr std::uint32_t kIconPaste = 187;
+constexpr std::uint32_t kIconDelete = 188;
+constexpr std::uint32_t kIconSelectAll = 189;
 
 // Controls that every dialog may have.
 constexpr std::uint32_t kControlOk = 1;

@@ -87,8 +87,10 @@ void FakeDialogs::Show(WindowHandle dialog) {
   {
     const auto lock = screen_.Locked();
     Dialog* open = FindOpen(dialog);
-    if (open == nullptr || open->values.shown || open->values.sheet != 0) return;
-    open->values.shown = true;
+    if (open == nullptr || open->values.sheet != 0) return;
+    const bool shown = std::exchange(open->values.shown, true);
+    if (shown && open->values.kind == DialogKind::kWindow) screen_.ShowDialog(dialog);
+    if (shown) return;
     screen_.ShowDialog(dialog);
     if (!open->values.pages.empty()) BringPageLocked(*open, open->values.page);
     const std::uint32_t form = open->values.form;

@@ -74,6 +74,17 @@ bool Is(const Message& message, WindowHandle window, MessageKind kind, std::uint
 
 // --- boxes ---
 
+TEST_F(Display, WindowShownAgainComesToTheFront) {
+  ShowMain();
+  const WindowHandle first = display.Create(kUnknownForm, 0, DialogKind::kWindow);
+  const WindowHandle second = display.Create(kUnknownForm, 0, DialogKind::kWindow);
+  display.Show(first);
+  display.Show(second);
+  EXPECT_EQ(display.Focus(), second);
+  display.Show(first);
+  EXPECT_EQ(display.Focus(), first);
+}
+
 TEST_F(Display, BoxesAreRecordedWithTheirAnswers) {
   EXPECT_EQ(display.Show(7, u"Quillet", u"Hello.", kOk), kIdOk);
   display.Expect(u"Delete", kIdYes);
