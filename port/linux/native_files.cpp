@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -40,6 +41,21 @@ bool ReplaceTextFile(const std::string& path, std::string_view text) {
   if (file && !error) return true;
   std::filesystem::remove(draft, error);
   return false;
+}
+
+std::string SqliteUri(const std::string& path, bool immutable) {
+  std::string uri = "file:";
+  for (const char c : path) {
+    char code[4];
+    if (c == '%' || c == '?' || c == '#') {
+      std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned>(c));
+      uri += code;
+    } else {
+      uri += c;
+    }
+  }
+  if (immutable) uri += "?immutable=1";
+  return uri;
 }
 
 }  // namespace quillet::port

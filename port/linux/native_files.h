@@ -16,6 +16,10 @@ bool MakeFolders(const std::string& folder);
 // waits at a pipe.
 std::optional<std::string> ReadBoundedFile(const std::string& path, std::uint64_t limit);
 
+// A file as SQLite's URI, with what has a meaning in one escaped. `immutable`: it is read as if
+// nobody could write to it.
+std::string SqliteUri(const std::string& path, bool immutable);
+
 // Replaces a small text file; it is complete or unchanged.
 bool ReplaceTextFile(const std::string& path, std::string_view text);
 

@@ -65,22 +65,6 @@ constexpr const char* kSql[] = {
 };
 static_assert(std::size(kSql) == static_cast<std::size_t>(RegistrySql::kCount));
 
-// A URI path for SQLite, with what has a meaning in it escaped.
-std::string FileUri(const std::string& path, bool immutable) {
-  std::string uri = "file:";
-  for (const char c : path) {
-    char code[4];
-    if (c == '%' || c == '?' || c == '#') {
-      std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned>(c));
-      uri += code;
-    } else {
-      uri += c;
-    }
-  }
-  if (immutable) uri += "?immutable=1";
-  return uri;
-}
-
 std::string Quoted(const std::string& file) {
   return '"' + file + '"';
 }
@@ -245,7 +229,7 @@ std::string RegistryDatabase::ReasonOf(Condition condition) const {
 }
 
 RegistryDatabase::Condition RegistryDatabase::OpenFile(int flags, bool immutable) {
-  const std::string uri = FileUri(file_, immutable);
+  const std::string uri = SqliteUri(file_, immutable);
   const int result = sqlite3_open_v2(uri.c_str(), &connection_,
                                      flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX |
                                          SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE,
