@@ -32,7 +32,8 @@ struct ControlTemplate {
   std::u16string_view text;
   std::u16string_view accessible_name;
   int container = 0;  // controls in the same one have the same number: a group of radio buttons
-  bool tap_opens = false;  // a tap on the list's row that was tapped before opens it
+  bool never_default = false;  // a button that Enter does not press
+  bool tap_opens = false;      // a tap on the list's row that was tapped before opens it
 };
 
 struct DialogTemplate {

@@ -32,6 +32,7 @@ void SetOfControl(FormControl& control, const Property& property) {
   if (name == QLatin1String("accessibleName")) control.accessible_name = value;
   if (name == QLatin1String("editable")) control.editable = on;
   if (name == QLatin1String("checkBoxes")) control.check_boxes = on;
+  if (name == QLatin1String("autoDefault")) control.never_default = !on;
   if (name == QLatin1String("tapOpens")) control.tap_opens = on;
   if (name == QLatin1String("echoMode")) {
     control.password = value.endsWith(QLatin1String("Password"));
@@ -49,13 +50,19 @@ void ReadCustomWidget(QXmlStreamReader& xml, Form& form) {
   }
 }
 
+FormControl NewControl(const QString& widget_class, int container) {
+  FormControl control;
+  control.widget_class = widget_class;
+  control.container = container;
+  return control;
+}
+
 // `depth` 0 is the dialog itself, deeper widgets are its controls.
 void ReadWidget(QXmlStreamReader& xml, Form& form, int depth, int container) {
   const QString widget_class = xml.attributes().value(QLatin1String("class")).toString();
   const qsizetype own = form.controls.size();
   if (depth == 0) form.root_class = widget_class;
-  if (depth > 0)
-    form.controls.append({widget_class, 0, {}, {}, container, false, false, false, false});
+  if (depth > 0) form.controls.append(NewControl(widget_class, container));
   int open = 1;
   while (open > 0 && !xml.atEnd()) {
     const QXmlStreamReader::TokenType token = xml.readNext();

@@ -16,7 +16,8 @@ struct FormControl {
   bool editable = false;     // a combo box that takes any text
   bool check_boxes = false;  // a list whose rows have boxes
   bool password = false;
-  bool tap_opens = false;  // a list in which a tap on the row tapped before opens it
+  bool never_default = false;  // a button that Enter does not press
+  bool tap_opens = false;      // a list in which a tap on the row tapped before opens it
 };
 
 struct Form {

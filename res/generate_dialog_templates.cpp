@@ -68,12 +68,16 @@ QString Literal(const QString& text) {
   return literal + QLatin1Char('"');
 }
 
+const char* Flag(bool on) {
+  return on ? ", true" : ", false";
+}
+
 void WriteControls(QTextStream& out, const Form& form) {
   out << "constexpr auto kForm" << form.id << " = std::to_array<ControlTemplate>({\n";
   for (const FormControl& control : form.controls) {
     out << "    {" << control.id << ", ControlKind::" << KindOf(form, control) << ", "
         << Literal(control.text) << ", " << Literal(control.accessible_name) << ", "
-        << control.container << (control.tap_opens ? ", true" : ", false") << "},\n";
+        << control.container << Flag(control.never_default) << Flag(control.tap_opens) << "},\n";
   }
   out << "});\n\n";
 }

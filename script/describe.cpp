@@ -58,6 +58,8 @@ void AddRows(JsonObject& object, const port::ShownControl& control) {
     JsonObject one;
     one.AddRaw("texts", texts.Finish());
     if (control.kind == ControlKind::kCheckList) one.Add("checked", row.checked);
+    if (row.marked) one.Add("marked", true);
+    if (!row.tool_tip.empty()) one.Add("tool_tip", row.tool_tip);
     rows.Add(one);
   }
   object.AddRaw("rows", rows.Finish()).Add("selected", control.choice);

@@ -50,6 +50,27 @@ void SetText(ScriptContext& context, Words words) {
        u"takes no text in control ", words[0]);
 }
 
+// At the caret, or at a place to which the caret goes first.
+void TypeText(ScriptContext& context, Words words) {
+  const OpenControl open = Find(context, words[0]);
+  port::FakeDisplay& display = context.run.display;
+  if (words.size() > 2) {
+    const std::size_t place = words[2] == u"end" ? port::kWholeText : NumberOf(words[2]);
+    Take(display.PlaceCaret(open.dialog, open.control.id, place), u"takes no text in control ",
+         words[0]);
+  }
+  Take(display.TypeAtCaret(open.dialog, open.control.id, words[1]), u"takes no text in control ",
+       words[0]);
+}
+
+void PlaceCaret(ScriptContext& context, Words words) {
+  const OpenControl open = Find(context, words[0]);
+  const std::size_t place = words[1] == u"end" ? port::kWholeText : NumberOf(words[1]);
+  const std::size_t selected = words.size() > 2 ? NumberOf(words[2]) : 0;
+  Take(context.run.display.PlaceCaret(open.dialog, open.control.id, place, selected),
+       u"has no caret in control ", words[0]);
+}
+
 int RowIn(const OpenControl& list, const std::u16string& text) {
   const auto row = std::ranges::find_if(list.control.rows, [&](const port::Row& one) {
     return !one.texts.empty() && one.texts.front() == text;
@@ -149,8 +170,20 @@ void CloseDialog(ScriptContext& context, Words /*words*/) {
   Require(context, context.run.display.CloseDialog(RequireDialog(context)));
 }
 
+// "main", or the form of a window.
+void BringToFront(ScriptContext& context, Words words) {
+  context.run.WaitReadyForInput();
+  port::FakeDisplay& display = context.run.display;
+  const port::WindowHandle window =
+      words[0] == u"main" ? display.main_window().handle : display.DialogOfForm(NumberOf(words[0]));
+  if (window == 0) throw MissingFailure(u"no such window is open: " + words[0]);
+  Require(context, display.BringToFront(window));
+}
+
 constexpr auto kDialog = std::to_array<ScriptCommand>({
     {u"set", 2, 2, false, SetText},
+    {u"type", 2, 3, false, TypeText},
+    {u"caret", 2, 3, false, PlaceCaret},
     {u"choose", 2, 2, false, ChooseEntry},
     {u"press", 1, 1, false, PressControl},
     {u"slide", 2, 2, false, Slide},
@@ -161,6 +194,7 @@ constexpr auto kDialog = std::to_array<ScriptCommand>({
     {u"row-menu", 2, 2, false, AskRowMenu},
     {u"page", 1, 1, false, ChoosePage},
     {u"close-dialog", 0, 0, false, CloseDialog},
+    {u"front", 1, 1, false, BringToFront},
 });
 
 }  // namespace
@@ -178,8 +212,7 @@ void TickControl(ScriptContext& context, const std::u16string& control, bool che
 }
 
 port::WindowHandle OpenDialog(const port::FakeDisplay& display) {
-  const port::WindowHandle focus = display.Focus();
-  return focus == display.main_window().handle ? 0 : focus;
+  return display.DialogInFront();
 }
 
 }  // namespace quillet

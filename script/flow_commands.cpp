@@ -5,6 +5,7 @@
 
 #include "res/resource.h"
 #include "script/commands.h"
+#include "script/dialog_commands.h"
 #include "script/words.h"
 #include "util/text.h"
 
@@ -38,8 +39,9 @@ void WaitDialog(ScriptContext& context, Words words) {
   const std::uint32_t form = words.empty() ? 0 : NumberOf(words[0]);
   port::FakeDisplay& display = context.run.display;
   context.run.WaitFor(form == 0 ? "a dialog" : "dialog " + std::to_string(form), [&] {
-    const auto dialog = display.FindDialog(display.Focus());
-    return dialog && dialog->form != kDialogProgress && (form == 0 || dialog->form == form);
+    const auto dialog =
+        display.FindDialog(form == 0 ? OpenDialog(display) : display.DialogOfForm(form));
+    return dialog && dialog->shown && dialog->form != kDialogProgress;
   });
 }
 

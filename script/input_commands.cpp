@@ -19,7 +19,7 @@ void Require(ScriptContext& context, bool taken) {
   if (taken) return;
   const port::FakeDisplay& display = context.run.display;
   const auto dialog = display.FindDialog(OpenDialog(display));
-  if (dialog) {
+  if (dialog && !display.TakesInput(display.main_window().handle)) {
     throw RefusedFailure(u"a dialog takes the input: " + FromUtf8(std::to_string(dialog->form)) +
                          u" " + dialog->caption);
   }
@@ -94,12 +94,15 @@ void SetBox(ScriptContext& context, const std::u16string& group, bool checked) {
   Require(context, display.ToggleRow(row));
 }
 
-// With a dialog open the words are control ids: a group cannot be reached then.
+// With a dialog open the words are control ids: a group cannot be reached then. Beside a window
+// with a form it can, and only numbers are ids.
 void SetBoxes(ScriptContext& context, Words words, bool checked) {
   context.run.WaitReadyForInput();
-  const port::WindowHandle dialog = OpenDialog(context.run.display);
+  const port::FakeDisplay& display = context.run.display;
+  const port::WindowHandle dialog = OpenDialog(display);
   for (const std::u16string& word : words) {
-    if (dialog == 0) {
+    const bool beside = !ParseNumber(word) && display.TakesInput(display.main_window().handle);
+    if (dialog == 0 || beside) {
       SetBox(context, word, checked);
     } else {
       TickControl(context, word, checked);

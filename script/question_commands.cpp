@@ -1,6 +1,7 @@
 // What a script asks, and its settings.
 #include "script/question_commands.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -10,6 +11,7 @@
 #include "port/platform.h"
 #include "script/commands.h"
 #include "script/describe.h"
+#include "script/dialog_commands.h"
 #include "script/registry_text.h"
 #include "util/text.h"
 
@@ -53,10 +55,11 @@ void AskMenu(ScriptContext& context, Words words) {
   throw UsageFailure(u"no such view: " + words[0]);
 }
 
-void AskDialog(ScriptContext& context, Words /*words*/) {
+void AskDialog(ScriptContext& context, Words words) {
   context.run.WaitIdle();
   const port::FakeDisplay& display = context.run.display;
-  const auto dialog = display.FindDialog(display.Focus());
+  const auto dialog = display.FindDialog(words.empty() ? OpenDialog(display)
+                                                       : display.DialogOfForm(NumberOf(words[0])));
   if (!dialog) throw RefusedFailure(u"no dialog is open");
   context.run.reporter.Report("dialog", DescribeDialog(display, *dialog));
 }
@@ -75,9 +78,29 @@ void AskProgress(ScriptContext& context, Words /*words*/) {
 
 // --- the registry --------------------------------------------------------------------------------
 
-std::optional<port::RegistryValue> ReadValue(std::u16string_view name) {
-  const auto key = gPlatform->registry.Open(kRegistryPath);
-  return key ? key->Get(name) : std::nullopt;
+// A value by its path below the program's own key, or, with a backslash in front, below the root.
+struct ValuePath {
+  std::u16string key;
+  std::u16string name;
+};
+
+ValuePath PathOf(std::u16string_view word) {
+  const bool from_root = word.starts_with(u'\\');
+  const std::size_t last = word.rfind(u'\\');
+  const std::u16string_view name = last == word.npos ? word : word.substr(last + 1);
+  std::u16string key(kRegistryPath);
+  if (from_root) {
+    key = word.substr(1, std::max<std::size_t>(last, 1) - 1);
+  } else if (last != word.npos) {
+    key += u'\\' + std::u16string(word.substr(0, last));
+  }
+  return {std::move(key), std::u16string(name)};
+}
+
+std::optional<port::RegistryValue> ReadValue(std::u16string_view word) {
+  const ValuePath path = PathOf(word);
+  const auto key = gPlatform->registry.Open(path.key);
+  return key ? key->Get(path.name) : std::nullopt;
 }
 
 void AskRegistry(ScriptContext& context, Words words) {
@@ -89,11 +112,23 @@ void AskRegistry(ScriptContext& context, Words words) {
   context.run.reporter.Report("registry", answer);
 }
 
+// The values of the key, then those of the keys below it, their names being paths from here on.
+void CollectValues(const std::u16string& path, const std::u16string& prefix,
+                   std::vector<port::NamedRegistryValue>& values) {
+  const auto key = gPlatform->registry.Open(path);
+  if (!key) return;
+  for (port::NamedRegistryValue& value : key->Values()) {
+    value.name.insert(0, prefix);
+    values.push_back(std::move(value));
+  }
+  for (const std::u16string& below : key->Subkeys()) {
+    CollectValues(path + u'\\' + below, prefix + below + u'\\', values);
+  }
+}
+
 void DumpRegistry(ScriptContext& context, Words /*words*/) {
   std::vector<port::NamedRegistryValue> values;
-  context.run.CallOnProgram([&] {
-    if (const auto key = gPlatform->registry.Open(kRegistryPath)) values = key->Values();
-  });
+  context.run.CallOnProgram([&] { CollectValues(std::u16string(kRegistryPath), u"", values); });
   for (const port::NamedRegistryValue& value : values) {
     context.run.reporter.Report("registry", DescribeRegistryValue(value.name, &value.value));
   }
@@ -103,10 +138,11 @@ void DumpRegistry(ScriptContext& context, Words /*words*/) {
 void SetRegistry(ScriptContext& context, Words words) {
   const auto value = MakeRegistryValue(words.subspan(1));
   if (!value) throw UsageFailure(u"not a registry value");
+  const ValuePath path = PathOf(words[0]);
   bool written = false;
   context.run.CallOnProgram([&] {
-    const auto key = gPlatform->registry.Create(kRegistryPath);
-    written = key && key->Set(words[0], value->type, value->data);
+    const auto key = gPlatform->registry.Create(path.key);
+    written = key && key->Set(path.name, value->type, value->data);
   });
   if (!written) throw RefusedFailure(u"the registry could not be written");
 }
@@ -158,7 +194,7 @@ constexpr std::array<ScriptCommand, 15> kQuestions = {{
     {u"tabs", 0, 0, false, AskTabs},
     {u"window", 0, 0, false, AskWindow},
     {u"menu", 0, 1, false, AskMenu},
-    {u"dialog", 0, 0, false, AskDialog},
+    {u"dialog", 0, 1, false, AskDialog},
     {u"progress", 0, 0, true, AskProgress},
     {u"registry", 1, 1, true, AskRegistry},
     {u"registry-dump", 0, 0, true, DumpRegistry},

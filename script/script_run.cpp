@@ -127,9 +127,11 @@ bool ScriptRun::WaitEnded(const std::function<void()>& nudge) {
 bool ScriptRun::CloseProgram() {
   return WaitEnded([this] {
     if (!queues.WaitIdle(program_id_, kLookMs)) return;
-    const port::WindowHandle focus = display.Focus();
-    if (focus != 0 && focus != display.main_window().handle) {
-      display.CloseDialog(focus);
+    const auto dialog = display.FindDialog(display.DialogInFront());
+    const bool modal = dialog && dialog->kind != port::DialogKind::kWindow;
+    // The program itself closes its windows with forms, and asks where something would be lost.
+    if (dialog && (modal || display.main_window().handle == 0)) {
+      display.CloseDialog(dialog->handle);
     } else {
       display.CloseMainWindow();
     }

@@ -1,13 +1,24 @@
-// What is stored: a group's chain and single articles. 8-bit texts are shown widened, unit by byte.
+// What is stored: a group's chain and single articles, queued posts, mail in the outbox. 8-bit
+// texts are shown widened, unit by byte.
 #include "script/store_commands.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
+#include "port/files.h"
+#include "port/mail_store.h"
+#include "port/platform.h"
+#include "post/draft.h"
 #include "script/commands.h"
 #include "store/chains.h"
 #include "store/compression.h"
 #include "store/maintenance.h"
+#include "store/pending_posts.h"
 #include "store/records.h"
+#include "store/refusals.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -84,9 +95,95 @@ void MaintainStore(ScriptContext& context, Words words) {
   throw UsageFailure(u"no such maintenance: " + words[0]);
 }
 
-constexpr std::array<ScriptCommand, 4> kStored = {{
+// Far more than a draft may have.
+constexpr std::uint64_t kLongestDraft = 1ULL << 30;
+
+// --- what waits to leave -------------------------------------------------------------------------
+
+// The value of the first "Newsgroups:" line of stored headers.
+std::string NewsgroupsOf(std::string_view headers) {
+  constexpr std::u16string_view kName = u"newsgroups:";
+  while (!headers.empty()) {
+    const std::size_t end = std::min(headers.find('\n'), headers.size() - 1);
+    std::string_view line = headers.substr(0, end + 1);
+    headers.remove_prefix(end + 1);
+    if (!EqualsNoCase(Widen(line.substr(0, kName.size())), kName)) continue;
+    line.remove_prefix(kName.size());
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    return std::string(line.substr(0, line.find_last_not_of("\r\n") + 1));
+  }
+  return {};
+}
+
+JsonObject DescribePost(const std::string& key, const AsciiArticle& post) {
+  return JsonObject()
+      .Add("key", Widen(key))
+      .Add("subject", Wide(post.subject))
+      .Add("newsgroups", Widen(NewsgroupsOf(post.headers.value_or(""))))
+      .Add("headers", Wide(post.headers))
+      .Add("body", Wide(post.body))
+      .Add("refused", post.read != 0)
+      .Add("refusal", RefusalOfPost(key));
+}
+
+void AskQueue(ScriptContext& context, Words /*words*/) {
+  JsonList posts;
+  AskStore(context, [&] {
+    for (auto key = NextPendingPostKey(std::nullopt); key; key = NextPendingPostKey(key)) {
+      const auto post = FetchPendingPost(*key);
+      posts.Add(post ? DescribePost(*key, *post) : JsonObject().Add("key", Widen(*key)));
+    }
+  });
+  context.run.reporter.Report("queue", JsonObject().AddRaw("posts", posts.Finish()));
+}
+
+void AskOutbox(ScriptContext& context, Words /*words*/) {
+  JsonList mails;
+  context.run.CallOnProgram([&] {
+    for (const port::WaitingMail& mail : gPlatform->mail.Waiting()) {
+      mails.Add(JsonObject()
+                    .Add("id", mail.id)
+                    .Add("service", mail.service)
+                    .Add("to", mail.to)
+                    .Add("subject", mail.subject)
+                    .Add("message", mail.message)
+                    .Add("reason", mail.reason)
+                    .Add("held", mail.held));
+    }
+  });
+  context.run.reporter.Report("outbox", JsonObject().AddRaw("mails", mails.Finish()));
+}
+
+JsonObject DescribeDraft(const Draft& draft) {
+  return JsonObject()
+      .Add("simple", draft.simple)
+      .Add("text", draft.info.text)
+      .Add("subject", draft.info.subject)
+      .Add("newsgroups", draft.info.newsgroups)
+      .Add("recipients", draft.info.recipients)
+      .Add("key", Widen(draft.info.key))
+      .Add("caret", draft.caret);
+}
+
+void AskDraft(ScriptContext& context, Words /*words*/) {
+  JsonObject answer;
+  context.run.CallOnProgram([&] {
+    const auto data = gPlatform->files.ReadFile(kDraftPath, kLongestDraft);
+    answer.Add("exists", data.has_value());
+    if (!data) return;
+    const auto draft = ParseDraft(*data);
+    answer.Add("readable", draft.has_value());
+    if (draft) answer.Append(DescribeDraft(*draft));
+  });
+  context.run.reporter.Report("draft", answer);
+}
+
+constexpr std::array<ScriptCommand, 7> kStored = {{
     {u"chain", 1, 1, false, AskChain},
     {u"article", 1, 1, false, AskArticle},
+    {u"queue", 0, 0, false, AskQueue},
+    {u"outbox", 0, 0, false, AskOutbox},
+    {u"draft", 0, 0, false, AskDraft},
     {u"delete-stored", 1, 1, false, DeleteStored},
     {u"maintain", 1, 1, false, MaintainStore},
 }};

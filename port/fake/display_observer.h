@@ -45,6 +45,7 @@ struct ShownControl {
   std::vector<Row> rows;
   TimeOfDay time;
   FontChoice font;
+  bool never_default = false;  // a button that Enter does not press
   bool tap_opens = false;
   int tapped = -1;  // the row of a list that the user tapped last
 

@@ -180,6 +180,7 @@ std::vector<ShownControl> ControlsOf(const DialogTemplate& form) {
     control.accessible_name = from.accessible_name;
     control.container = from.container;
     control.tap_opens = from.tap_opens;
+    control.never_default = from.never_default;
     controls.push_back(std::move(control));
   }
   return controls;
@@ -214,6 +215,15 @@ ControlState StateOf(const ShownControl& control) {
 void TypeInto(std::vector<ShownControl>& controls, ShownControl& one, std::u16string_view text) {
   SetText(one, text);
   one.text_state = {one.text.size(), 0, true};
+  FocusShown(controls, one);
+}
+
+void InsertInto(std::vector<ShownControl>& controls, ShownControl& one, std::u16string_view text) {
+  const std::u16string typed =
+      one.kind == ControlKind::kMultiLineEdit ? CrLfLines(text) : std::u16string(text);
+  const TextState before = one.text_state;
+  one.text.replace(before.caret, before.selected, typed);
+  one.text_state = {before.caret + typed.size(), 0, true};
   FocusShown(controls, one);
 }
 

@@ -23,6 +23,8 @@ ControlState StateOf(const ShownControl& control);
 
 // The user replaces the text; the focus is in the control then.
 void TypeInto(std::vector<ShownControl>& controls, ShownControl& one, std::u16string_view text);
+// The user types at the caret, in place of what is selected.
+void InsertInto(std::vector<ShownControl>& controls, ShownControl& one, std::u16string_view text);
 // The others of its group of radio buttons are unchecked.
 void CheckShown(std::vector<ShownControl>& controls, ShownControl& one, bool checked);
 void FocusShown(std::vector<ShownControl>& controls, ShownControl& one);

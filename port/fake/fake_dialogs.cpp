@@ -313,17 +313,21 @@ WindowHandle FakeDialogs::WaitForDialog(std::uint32_t form, int timeout_ms) cons
 std::uint32_t FakeDialogs::DefaultButton(const Dialog& dialog) const {
   for (const std::uint32_t id : {kControlOk, kControlCancel}) {
     for (const ShownControl& control : dialog.values.controls) {
-      if (control.id == id && control.visible) return id;
+      if (control.id == id && control.visible && !control.never_default) return id;
     }
   }
   return dialog.has_template ? 0 : kControlOk;
 }
 
-void FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key) {
+void FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key,
+                                 std::uint32_t modifiers) {
   const Dialog* open = FindOpen(dialog);
+  if (open == nullptr) return;
+  const bool window = open->values.kind == DialogKind::kWindow;
   std::uint32_t button = 0;
-  if (open != nullptr && virtual_key == kKeyEscape) button = kControlCancel;
-  if (open != nullptr && virtual_key == kKeyReturn) button = DefaultButton(*open);
+  if (modifiers == 0 && virtual_key == kKeyEscape) button = kControlCancel;
+  if (modifiers == 0 && virtual_key == kKeyReturn) button = DefaultButton(*open);
+  if (window && modifiers == kModifierControl && virtual_key == kKeyReturn) button = kControlOk;
   if (button != 0) screen_.queues.Post({dialog, MessageKind::kCommand, button, 0, {}});
 }
 
@@ -368,15 +372,43 @@ bool FakeDialogs::Press(WindowHandle dialog, std::uint32_t control) {
   return true;
 }
 
+ShownControl* FakeDialogs::UsableEdit(WindowHandle dialog, std::uint32_t control) {
+  return UsableControl(dialog, control,
+                       {ControlKind::kEdit, ControlKind::kMultiLineEdit, ControlKind::kPassword,
+                        ControlKind::kEditableDropDown});
+}
+
 bool FakeDialogs::Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text) {
   Act act(*this, dialog);
-  ShownControl* shown = UsableControl(dialog, control,
-                                      {ControlKind::kEdit, ControlKind::kMultiLineEdit,
-                                       ControlKind::kPassword, ControlKind::kEditableDropDown});
+  ShownControl* shown = UsableEdit(dialog, control);
   if (shown == nullptr) return false;
   act.edited = true;
   TypeInto(FindOpen(dialog)->values.controls, *shown, text);
   screen_.queues.Post({dialog, MessageKind::kTextEdited, control, 0, {}});
+  screen_.Changed();
+  return true;
+}
+
+bool FakeDialogs::TypeAtCaret(WindowHandle dialog, std::uint32_t control,
+                              std::u16string_view text) {
+  Act act(*this, dialog);
+  ShownControl* shown = UsableEdit(dialog, control);
+  if (shown == nullptr) return false;
+  act.edited = true;
+  InsertInto(FindOpen(dialog)->values.controls, *shown, text);
+  screen_.queues.Post({dialog, MessageKind::kTextEdited, control, 0, {}});
+  screen_.Changed();
+  return true;
+}
+
+bool FakeDialogs::PlaceCaret(WindowHandle dialog, std::uint32_t control, std::size_t caret,
+                             std::size_t selected) {
+  const auto lock = screen_.Locked();
+  ShownControl* shown = UsableEdit(dialog, control);
+  if (shown == nullptr) return false;
+  auto& controls = FindOpen(dialog)->values.controls;
+  WriteShown(controls, *shown, TextState{caret, selected, shown->text_state.changed});
+  FocusShown(controls, *shown);
   screen_.Changed();
   return true;
 }

@@ -64,6 +64,11 @@ class FakeDialogs : public Dialogs {
   // A row of a list by a single tap.
   bool Choose(WindowHandle dialog, std::uint32_t control, int index);
   bool Type(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
+  // At the caret, in place of what is selected; the focus is there then.
+  bool TypeAtCaret(WindowHandle dialog, std::uint32_t control, std::u16string_view text);
+  // A click, or a drag over that many units.
+  bool PlaceCaret(WindowHandle dialog, std::uint32_t control, std::size_t caret,
+                  std::size_t selected = 0);
   bool Tick(WindowHandle dialog, std::uint32_t control, bool checked);
   bool Slide(WindowHandle dialog, std::uint32_t control, int position);
   bool PickTime(WindowHandle dialog, std::uint32_t control, TimeOfDay time);
@@ -97,8 +102,9 @@ class FakeDialogs : public Dialogs {
   bool BringPage(WindowHandle sheet, int page);
 
  protected:
-  // Locked. What the dialog itself does with a key: Escape is Cancel, Return the default button.
-  void PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key);
+  // Locked. What the dialog itself does with a key: Escape is Cancel, Return the default button,
+  // and Control and Return OK in a window.
+  void PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key, std::uint32_t modifiers);
 
  private:
   struct Dialog {
@@ -137,6 +143,7 @@ class FakeDialogs : public Dialogs {
   using Kinds = std::initializer_list<ControlKind>;
   bool DialogTakesInput(WindowHandle dialog) const;
   ShownControl* UsableControl(WindowHandle dialog, std::uint32_t control, Kinds kinds);
+  ShownControl* UsableEdit(WindowHandle dialog, std::uint32_t control);
   ShownControl* UsableRow(WindowHandle dialog, std::uint32_t control, int row, Kinds kinds);
   void ChooseLocked(WindowHandle dialog, ShownControl& control, int index);
   void TapLocked(WindowHandle dialog, ShownControl& list, int row);

@@ -31,8 +31,8 @@ bool FakeDisplay::PressKey(std::uint32_t virtual_key, std::uint32_t modifiers) {
     if (told) queues.Post({focus, MessageKind::kKeyDown, virtual_key, modifiers, {}});
     if (modifiers == 0) PressListKey(virtual_key);
     if (modifiers == 0) PressTreeKey(virtual_key);
-  } else if (modifiers == 0) {
-    PressDialogKey(focus, virtual_key);
+  } else {
+    PressDialogKey(focus, virtual_key, modifiers);
   }
   if (told) queues.Post({focus, MessageKind::kKeyUp, virtual_key, modifiers, {}});
   return true;

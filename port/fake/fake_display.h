@@ -45,6 +45,8 @@ class FakeDisplay final : private FakeScreen,
   }
 
   using FakeScreen::BoxOpen;
+  using FakeScreen::BringToFront;
+  using FakeScreen::DialogInFront;
   using FakeScreen::Focus;
   using FakeScreen::Inject;
   using FakeScreen::Leave;

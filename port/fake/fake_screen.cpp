@@ -67,6 +67,7 @@ bool FakeScreen::BoxOpen() const {
 
 WindowHandle FakeScreen::FocusLocked() const {
   WindowHandle focus = window.shown ? window.handle : 0;
+  if (main_in_front_ && TakesInputLocked(window.handle)) return window.handle;
   std::uint64_t latest = 0;
   for (const auto& [handle, dialog] : dialogs_) {
     if (dialog.shown_at <= latest) continue;
@@ -79,6 +80,34 @@ WindowHandle FakeScreen::FocusLocked() const {
 WindowHandle FakeScreen::Focus() const {
   const Lock lock(mutex_);
   return FocusLocked();
+}
+
+// Of the windows with forms, or of all other dialogs; 0: none.
+WindowHandle FakeScreen::LastShown(bool windows) const {
+  WindowHandle last = 0;
+  std::uint64_t latest = 0;
+  for (const auto& [handle, dialog] : dialogs_) {
+    const bool is_window = dialog.kind == DialogKind::kWindow;
+    if (is_window != windows || dialog.shown_at <= latest) continue;
+    latest = dialog.shown_at;
+    last = handle;
+  }
+  return last;
+}
+
+WindowHandle FakeScreen::DialogInFront() const {
+  const Lock lock(mutex_);
+  const WindowHandle modal = LastShown(false);
+  return modal != 0 ? modal : LastShown(true);
+}
+
+bool FakeScreen::BringToFront(WindowHandle clicked) {
+  const Lock lock(mutex_);
+  if (!TakesInputLocked(clicked)) return false;
+  if (clicked != window.handle) ShowDialog(clicked);
+  main_in_front_ = clicked == window.handle;
+  Changed();
+  return true;
 }
 
 void FakeScreen::RemoveDialog(WindowHandle dialog) {

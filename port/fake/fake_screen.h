@@ -52,9 +52,15 @@ class FakeScreen {
   // Before the program runs. The observer must outlive the display.
   void SetObserver(DisplayObserver* observer) { observer_ = observer; }
   bool BoxOpen() const;
-  // The dialog or main window that has the focus: the last dialog shown, else the main window; 0
-  // when nothing is shown.
+  // The dialog or main window that has the focus: the last dialog shown unless the main
+  // window was brought to the front, else the main window; 0 when nothing is shown.
   WindowHandle Focus() const;
+  // The modal dialog on top, else the window with a form that was brought to the front last; 0 when
+  // there is none.
+  WindowHandle DialogInFront() const;
+  // A click on the main window or on one with a form, which has the focus then. False when it takes
+  // no input.
+  bool BringToFront(WindowHandle window);
   // True when the window exists, is shown, and neither a dialog nor a box takes its input away.
   bool TakesInput(WindowHandle window) const;
   // Waits until the condition holds; it is tested after every change of the display. False after
@@ -94,7 +100,10 @@ class FakeScreen {
   void AddDialog(WindowHandle dialog, WindowHandle owner, DialogKind kind) {
     dialogs_[dialog] = {owner, 0, kind};
   }
-  void ShowDialog(WindowHandle dialog) { dialogs_[dialog].shown_at = ++last_shown_; }
+  void ShowDialog(WindowHandle dialog) {
+    dialogs_[dialog].shown_at = ++last_shown_;
+    main_in_front_ = false;
+  }
   // What lay over it lies over its owner from then on.
   void RemoveDialog(WindowHandle dialog);
   // The number by which the box is closed.
@@ -134,6 +143,7 @@ class FakeScreen {
 
   bool IsWindowForm(WindowHandle owner) const;
   bool BoxBlocks(WindowHandle window) const;
+  WindowHandle LastShown(bool windows) const;
   WindowHandle ProgressDialog() const;
 
   mutable std::mutex mutex_;
@@ -142,6 +152,7 @@ class FakeScreen {
   std::uint64_t changes_ = 0;
   std::map<WindowHandle, Dialog> dialogs_;
   std::uint64_t last_shown_ = 0;
+  bool main_in_front_ = false;                        // since the last dialog was shown
   std::map<std::uint64_t, WindowHandle> open_boxes_;  // number, owner
   std::uint64_t last_box_ = 0;
   std::vector<std::function<void()>> forget_panes_;

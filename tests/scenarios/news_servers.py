@@ -163,6 +163,8 @@ class NewsServer(_Server):
         self.groups = {name: dict(articles) for name, articles in groups.items()}
         self.greeting = greeting
         self.fetched = []  # (group, number) of every BODY served
+        self.posted = []  # the text of every article sent, without terminator and added dots
+        self.post_reply = "240 article posted"
         super().__init__()
 
     def serve(self, client):
@@ -203,6 +205,13 @@ class NewsServer(_Server):
                     self.fetched.append((group, current))
                 text = self.groups[group][current][0 if verb == "HEAD" else 1]
                 reply = "%d %d %s\r\n%s.\r\n" % (code, current, self._id(group, current), text)
+            elif verb == "POST":
+                client.sendall(b"340 send it\r\n")
+                lines = []
+                while (text := reader.line()) not in (None, b"."):
+                    lines.append(text[1:] if text.startswith(b".") else text)
+                self.posted.append(b"".join(text + b"\r\n" for text in lines))
+                reply = self.post_reply + "\r\n"
             else:
                 reply = "500 what?\r\n"
             client.sendall(reply.encode("latin-1"))

@@ -233,6 +233,67 @@ class Quillet:
         """Message-IDs stored in the group, newest first."""
         return self.ask("chain " + quoted(group))["articles"]
 
+    def queue(self):
+        """The queued posts as dictionaries, in the database's order."""
+        return self.ask("queue")["posts"]
+
+    def outbox(self):
+        """The mail that has not left, as dictionaries."""
+        return self.ask("outbox")["mails"]
+
+    def draft(self):
+        """The draft of the article that is being written, None when there is none."""
+        event = self.ask("draft")
+        return event if event["exists"] else None
+
+    # Dialogs and windows with forms, the editors among them.
+
+    def dialog(self, form=None):
+        """The whole answer to `dialog`, with `controls` as a dictionary by id."""
+        event = dict(self.ask("dialog" + ("" if form is None else " %d" % form)))
+        event["controls"] = {one["id"]: one for one in event["controls"]}
+        return event
+
+    def control(self, control, form=None):
+        return self.dialog(form)["controls"][control]
+
+    def text_of(self, control, form=None):
+        return self.control(control, form)["text"]
+
+    def set(self, control, text):
+        return self.do("set %d %s" % (control, quoted(text)))
+
+    def type(self, control, text, place=None):
+        """Types at the caret, or at a place first clicked on: a number or "end"."""
+        return self.do("type %d %s%s" % (control, quoted(text),
+                                         "" if place is None else " %s" % place))
+
+    def caret(self, control, place, selected=0):
+        return self.do("caret %d %s %d" % (control, place, selected))
+
+    def press(self, control):
+        """Presses a button of the open dialog and waits."""
+        return self.do("press %d" % control) + self.do("wait")
+
+    def choose(self, control, text):
+        return self.do("choose %d %s" % (control, quoted(text))) + self.do("wait")
+
+    def press_for_menu(self, control, entry):
+        """Presses a button that opens a menu, and chooses the entry; returns the menu's entries."""
+        self.do("expect-menu " + quoted(entry))
+        return [event for event in self.press(control) if event["event"] == "pop-up"][-1]["entries"]
+
+    def row_menu(self, control, text, entry):
+        """Chooses an entry of the menu of a list's row, and waits."""
+        self.do("expect-menu " + quoted(entry))
+        return self.do("row-menu %d %s" % (control, quoted(text))) + self.do("wait")
+
+    def front(self, window):
+        return self.do("front %s" % window)
+
+    def wait_dialog(self, form):
+        return self.do("wait-dialog %d" % form)
+
     def article(self, message_id):
         """The stored article as a dictionary, None when there is none."""
         event = self.ask("article " + quoted(message_id))

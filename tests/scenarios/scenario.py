@@ -18,8 +18,10 @@ PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
 DEMO_SERVER = os.environ.get("QUILLET_DEMO_SERVER", "quillet-demo-server")
 FOLDER = pathlib.Path(os.environ.get("QUILLET_SCENARIOS") or tempfile.mkdtemp(prefix="quillet-"))
 
-# No scenario reaches the user's own settings, session bus or user manager.
+# No scenario reaches the user's own settings, contacts, mail, session bus or user manager.
+os.environ["HOME"] = str(FOLDER / "home")
 os.environ["XDG_CONFIG_HOME"] = str(FOLDER / "config")
+os.environ["XDG_DATA_HOME"] = str(FOLDER / "share")
 for variable in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
     os.environ.pop(variable, None)
 
