@@ -1,14 +1,16 @@
-// The keys are taken before the walk: a store changes the order of the keys. An abort ends the run
+// The keys are taken before the walk: a store changes the order of the keys. What the store has to
+// do is done while the server works: a post is fetched while it takes the one before, and that one
+// is deleted while it answers the next POST. An abort ends the run
 // between two posts and in every wait. While the server waits for a text, or has a part of it, the
 // connection is then closed without QUIT, which would be a line of that text: a text without its
 // end is thrown away by the server, and the post stays in the queue.
 #include "nntp/post_queue.h"
 
-#include <algorithm>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/extensions.h"
@@ -28,6 +30,22 @@ namespace {
 using Keys = std::vector<std::string>;
 
 constexpr std::u16string_view kEnd = u"\r\n";
+
+// A post whose turn comes.
+struct Outgoing {
+  std::size_t place = 0;  // from 1
+  std::string key;
+  std::unique_ptr<AsciiArticle> post;  // null: there is no more
+  std::u16string left_out;  // lines of the error log for those that were passed over before it
+};
+
+struct Posting {
+  Keys keys;
+  std::size_t taken = 0;             // of the keys
+  std::optional<PostIdParts> parts;  // of the Message-IDs, if the posts are given any
+  Outgoing next;
+  std::optional<std::string> delivered;  // the key of a post that is still in the queue
+};
 
 Keys QueuedKeys() {
   Keys keys;
@@ -56,39 +74,6 @@ RunEnd DropText() {
   return RequestedEnd();
 }
 
-RunEnd AskToPost() {
-  if (!SendCommand("POST") || !ReadResponse()) {
-    return AbortRequested() ? DropText() : RunEnd::kLost;
-  }
-  if (StartsWith(gConnection.reply, "3")) return RunEnd::kGoOn;
-  // Meant: the wording. Users and their helpers know this line.
-  return Refuse(
-      u"An error occurred while posting articles. I send POST, and the server replied: %ls%ls");
-}
-
-// Nothing when memory runs out.
-std::optional<std::string> TextOf(AsciiArticle& post, const std::string& message_id) {
-  try {
-    const std::string body = WrapPostBody(*std::move(post.body));
-    return BuildPostText(*post.headers, body, HasMessageId(*post.headers) ? "" : message_id);
-  } catch (const std::bad_alloc&) {
-    LogError(u"Quillet ran out of memory while posting articles. Skipping queued articles.\r\n");
-    return std::nullopt;
-  }
-}
-
-RunEnd SendText(AsciiArticle& post, const std::string& message_id) {
-  const std::optional<std::string> text = TextOf(post, message_id);
-  if (!text) return RunEnd::kNoMemory;
-  if (AbortRequested()) return DropText();
-  if (!gConnection.wire.Send(*text)) {
-    if (AbortRequested()) return DropText();
-    LogLoss();
-    return RunEnd::kLost;
-  }
-  return ReadResponse() ? RunEnd::kGoOn : LostOrAsked();
-}
-
 bool HasNumber(std::string_view text, std::string_view number) {
   const auto is_digit = [&](std::size_t at) {
     return at < text.size() && text[at] >= '0' && text[at] <= '9';
@@ -105,14 +90,83 @@ bool SaysDuplicate(std::string_view reply) {
   return HasNumber(reply, "435") || reply.find("uplicate") != std::string_view::npos;
 }
 
-RunEnd JudgeReply(const std::string& key, bool knows_attempts) {
+// Nothing when memory runs out.
+std::optional<std::string> TextOf(const Posting& run, Outgoing& current) {
+  AsciiArticle& post = *current.post;
+  try {
+    const std::string body = WrapPostBody(*std::move(post.body));
+    const bool gets_id = run.parts && !HasMessageId(*post.headers);
+    return BuildPostText(*post.headers, body,
+                         gets_id ? MessageIdLine(*run.parts, current.key) : "");
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+// A post that the server has, and the queue too.
+void Settle(Posting& run) {
+  if (run.delivered) DeletePendingPost(*run.delivered);
+  run.delivered.reset();
+}
+
+void NoteDelivered(Posting& run, const std::string& key) {
+  run.delivered = key;
+  // Only a server that knows a second attempt makes a kill in between harmless.
+  if (!run.parts) Settle(run);
+}
+
+// The next post that can be sent. After a POST for one that cannot be fetched the server would wait
+// for a text that is not there.
+Outgoing TakeNext(Posting& run) {
+  Outgoing next;
+  while (run.taken < run.keys.size()) {
+    next.key = run.keys[run.taken++];
+    next.place = run.taken;
+    next.post = FetchPendingPost(next.key);
+    if (!next.post) continue;
+    if (!up::IsBeingEdited(next.key)) break;
+    // Else two versions of it would go out.
+    next.left_out += FormatWide(u"The article '%s' is being edited and was not posted.\r\n",
+                                *next.post->subject);
+    next.post.reset();
+  }
+  return next;
+}
+
+RunEnd AskToPost(Posting& run, Outgoing& current, std::optional<std::string>& text) {
+  const bool sent = SendCommand("POST");
+  Settle(run);
+  if (sent) text = TextOf(run, current);
+  if (!sent || !ReadResponse()) return AbortRequested() ? DropText() : RunEnd::kLost;
+  if (StartsWith(gConnection.reply, "3")) return RunEnd::kGoOn;
+  // Meant: the wording. Users and their helpers know this line.
+  return Refuse(
+      u"An error occurred while posting articles. I send POST, and the server replied: %ls%ls");
+}
+
+RunEnd SendText(Posting& run, const std::optional<std::string>& text) {
+  if (!text) {
+    LogError(u"Quillet ran out of memory while posting articles. Skipping queued articles.\r\n");
+    return RunEnd::kNoMemory;
+  }
+  if (AbortRequested()) return DropText();
+  if (!gConnection.wire.Send(*text)) {
+    if (AbortRequested()) return DropText();
+    LogLoss();
+    return RunEnd::kLost;
+  }
+  run.next = TakeNext(run);
+  return ReadResponse() ? RunEnd::kGoOn : LostOrAsked();
+}
+
+RunEnd JudgeReply(Posting& run, const std::string& key) {
   if (StartsWith(gConnection.reply, "2")) {
-    DeletePendingPost(key);
+    NoteDelivered(run, key);
     return RunEnd::kGoOn;
   }
-  if (knows_attempts && SaysDuplicate(gConnection.reply)) {
+  if (run.parts && SaysDuplicate(gConnection.reply)) {
     LogTransaction("The server has this article already: it leaves the queue.\r\n");
-    DeletePendingPost(key);
+    NoteDelivered(run, key);
     return RunEnd::kGoOn;
   }
   MarkPostRefused(key, Widen(gConnection.reply));
@@ -125,48 +179,43 @@ RunEnd JudgeReply(const std::string& key, bool knows_attempts) {
                     : u"An error occurred while posting articles: %ls%ls");
 }
 
-// The way of one post, which leaves the queue or stays there. `parts`: of the Message-ID that it
-// is given, if it is to have one.
-RunEnd PostOne(const std::string& key, const std::optional<PostIdParts>& parts) {
-  const std::unique_ptr<AsciiArticle> post = FetchPendingPost(key);
-  // After a POST the server would wait for a text that is not there.
-  if (!post) return RunEnd::kGoOn;
-  if (up::IsBeingEdited(key)) {
-    // Else two versions of it would go out.
-    LogError(
-        FormatWide(u"The article '%s' is being edited and was not posted.\r\n", *post->subject));
-    return RunEnd::kGoOn;
-  }
-  ShowPost(*post);
-  if (const RunEnd end = AskToPost(); end != RunEnd::kGoOn) return end;
-  const RunEnd end = SendText(*post, parts ? MessageIdLine(*parts, key) : "");
-  return end == RunEnd::kGoOn ? JudgeReply(key, parts.has_value()) : end;
+RunEnd PostOne(Posting& run) {
+  Outgoing current = std::exchange(run.next, {});
+  LogError(current.left_out);
+  if (!current.post) return RunEnd::kGoOn;
+  SetProgressPosition(current.place);
+  ShowPost(*current.post);
+  std::optional<std::string> text;
+  RunEnd end = AskToPost(run, current, text);
+  if (end == RunEnd::kGoOn) end = SendText(run, text);
+  return end == RunEnd::kGoOn ? JudgeReply(run, current.key) : end;
+}
+
+RunEnd PostAll(Posting& run) {
+  RunEnd end = RunEnd::kGoOn;
+  run.next = TakeNext(run);
+  while (!Ended(end) && (run.next.post || !run.next.left_out.empty())) end = PostOne(run);
+  Settle(run);
+  return end;
 }
 
 }  // namespace
 
 RunEnd PostQueuedArticles() {
-  const Keys keys = QueuedKeys();
-  if (keys.empty()) return RunEnd::kGoOn;
+  Posting run;
+  run.keys = QueuedKeys();
+  if (run.keys.empty()) return RunEnd::kGoOn;
   if (!gConnection.posting_allowed) {
     LogError(u"The news server does not allow posting. Skipping queued posts.\r\n");
     return RunEnd::kGoOn;
   }
   SetProgressTitle(u"Posting queued articles");
-  SetProgressRange(keys.size());
-  std::optional<PostIdParts> parts;
-  std::optional<ManyPosts> many;
-  if (ReadExtensions().postmessageids) {
-    parts = TakePostIdParts();
-    // A post that a kill brings back is known to the server.
-    many.emplace();
-  }
-  RunEnd end = RunEnd::kGoOn;
-  for (std::size_t i = 0; i < keys.size() && !Ended(end); ++i) {
-    SetProgressPosition(i + 1);
-    end = PostOne(keys[i], parts);
-  }
-  return end;
+  SetProgressRange(run.keys.size());
+  if (!ReadExtensions().postmessageids) return PostAll(run);
+  run.parts = TakePostIdParts();
+  // Posts that a kill brings back are known to the server.
+  const ManyPosts many;
+  return PostAll(run);
 }
 
 }  // namespace quillet

@@ -3,6 +3,7 @@
 #include "nntp/post_text.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "util/first_place.h"
 #include "util/format.h"
@@ -13,6 +14,19 @@ namespace quillet {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
+
+// As rfind, which goes byte by byte all the way: what is looked for is mostly near the end.
+std::size_t LastOf(std::string_view text, char c) {
+  constexpr std::size_t kNear = 12;
+  std::size_t end = text.size();
+  const std::size_t near = end - std::min(end, kNear);
+  for (; end > near; --end) {
+    if (text[end - 1] == c) return end - 1;
+  }
+  const void* const found = end == 0 ? nullptr : memrchr(text.data(), c, end);
+  if (found == nullptr) return std::string_view::npos;
+  return static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+}
 
 // --- the columns of the body; a column counts its own character, so the first is 1 ---
 
@@ -49,7 +63,7 @@ std::size_t NextBreak(std::string_view text, Columns& line, std::size_t end) {
   }
   if (end - line.start < kFull) return std::string_view::npos;
   const std::size_t nearest = kFull - 1 - kNearestBlank;
-  const std::size_t blank = text.substr(line.start, nearest + 1).rfind(' ');
+  const std::size_t blank = LastOf(text.substr(line.start, nearest + 1), ' ');
   if (blank == std::string_view::npos) return blank;
   const std::size_t at = line.start + blank;
   line = {at + 1, line.start + kFull};
@@ -65,7 +79,7 @@ enum class Part { kHeader, kBody };
 
 // The last blank that a piece may end before, not at index 0; npos: none.
 std::size_t SplitPlace(std::string_view piece) {
-  const std::size_t blank = piece.substr(0, kLongestPiece).rfind(' ');
+  const std::size_t blank = LastOf(piece.substr(0, kLongestPiece), ' ');
   return blank == 0 ? std::string_view::npos : blank;
 }
 
@@ -88,24 +102,25 @@ void AppendLine(std::string& text, std::string_view line, Part part) {
   text.append(line.substr(folded ? 1 : 0)).append(line.back() == '\r' ? "\n" : kLineEnd);
 }
 
-bool GoesAsItIs(std::string_view line) {
-  return line.size() <= kLongestPiece && line.front() != '.' && line.back() == '\r';
-}
-
 // Meant: line feeds that follow each other give no empty lines; an empty line has its CR.
 void AppendLines(std::string& text, std::string_view lines, Part part) {
-  std::size_t copied = 0;
-  for (std::size_t start = 0; start < lines.size();) {
-    const std::size_t end = std::min(lines.find('\n', start), lines.size());
-    const std::string_view line = lines.substr(start, end - start);
-    if (line.empty() || end == lines.size() || !GoesAsItIs(line)) {
-      text.append(lines, copied, start - copied);
-      if (!line.empty()) AppendLine(text, line, part);
-      copied = std::min(end + 1, lines.size());
+  const char* const begin = lines.data();
+  const char* const end = begin + lines.size();
+  const char* copied = begin;
+  for (const char* start = begin; start < end;) {
+    const auto* feed =
+        static_cast<const char*>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)));
+    if (feed != nullptr && feed > start && feed[-1] == '\r' && *start != '.' &&
+        feed - start <= static_cast<std::ptrdiff_t>(kLongestPiece)) {
+      start = feed + 1;
+      continue;
     }
-    start = end + 1;
+    text.append(copied, start);
+    const char* const line_end = feed != nullptr ? feed : end;
+    if (line_end > start) AppendLine(text, {start, line_end}, part);
+    copied = start = feed != nullptr ? feed + 1 : end;
   }
-  text.append(lines, copied);
+  text.append(copied, end);
 }
 
 }  // namespace
@@ -115,13 +130,12 @@ std::string WrapPostBody(std::string body) {
   const std::string_view text = body;
   std::string wrapped;
   std::size_t copied = 0;
-  std::size_t feed = 0;
   for (std::size_t start = 0; start < text.size();) {
-    // The quick way past lines that are too short for all of this. Looked for once each: behind a
-    // lone CR the line feed may be far away.
-    if (feed <= start) feed = std::min(text.find('\n', start), text.size());
-    if (feed - start < kFirstBreak) {
-      start = feed + 1;
+    // The quick way past lines that are too short for all of this: where a line ends so near,
+    // nothing before its end stands in a column that counts.
+    const std::size_t feed = LastOf(text.substr(start, kFirstBreak + 1), '\n');
+    if (feed < kFirstBreak || (feed == kFirstBreak && text[start + feed - 1] == '\r')) {
+      start += feed + 1;
       continue;
     }
     const std::size_t end = LineEndFrom(text, start);

@@ -19,16 +19,20 @@ constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
 constexpr std::size_t kMarkOffset = 4;
 constexpr std::uint64_t kLongestUnsafe = 1000;  // milliseconds, while a ManyPosts lives
 
-// When the queue was made safe last, while a ManyPosts lives.
-std::optional<std::uint64_t> gSafeSince;
+// While a ManyPosts lives.
+struct Many {
+  std::uint64_t safe_since = 0;  // when the queue was made safe last
+  bool refusals = true;          // whether any post has a reply to forget
+};
+std::optional<Many> gMany;
 
-const ResetAtEnd kReset([] { gSafeSince.reset(); });
+const ResetAtEnd kReset([] { gMany.reset(); });
 
 void MakeSafe() {
-  if (gSafeSince) {
+  if (gMany) {
     const std::uint64_t now = gPlatform->clock.Ticks();
-    if (now - *gSafeSince < kLongestUnsafe) return;
-    gSafeSince = now;
+    if (now - gMany->safe_since < kLongestUnsafe) return;
+    gMany->safe_since = now;
   }
   StoreIsWhole();
 }
@@ -83,6 +87,7 @@ bool MarkPostRefused(std::string_view message_id, std::u16string_view reply) {
     return FailToStore();
   }
   KeepRefusal(message_id, reply);
+  if (gMany) gMany->refusals = true;
   MakeSafe();
   return true;
 }
@@ -94,7 +99,7 @@ std::unique_ptr<AsciiArticle> FetchPendingPost(std::string_view message_id) {
 void DeletePendingPost(std::string_view message_id) {
   if (!DeleteValue(kPosts, StringKey(message_id))) return;
   if (gPendingPostCount > 0) --gPendingPostCount;
-  ForgetRefusal(message_id);
+  if (!gMany || gMany->refusals) ForgetRefusal(message_id);
   // So that it does not come back from the copy.
   MakeSafe();
   PostToMainWindow(kUserRefreshCounts);
@@ -128,12 +133,16 @@ void ClearPendingFlags() {
 }
 
 ManyPosts::ManyPosts() {
-  gSafeSince = gPlatform->clock.Ticks();
+  gMany = {gPlatform->clock.Ticks(), AnyRefusals()};
 }
 
 ManyPosts::~ManyPosts() {
-  gSafeSince.reset();
-  StoreIsWhole();
+  gMany.reset();
+  if (FirstKey(kPosts)) {
+    StoreIsWhole();
+  } else {
+    DropCopyOfEmptyQueue();
+  }
 }
 
 }  // namespace quillet

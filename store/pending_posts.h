@@ -33,8 +33,8 @@ std::unique_ptr<AsciiArticle> FirstWaitingPendingPost();
 void ClearPendingFlags();
 
 // While one lives, deletions and marks are made safe together, once a second and at its end: for
-// many in a row. What a kill brings back in between must be known for sent by whoever sends it
-// again. One at a time.
+// many in a row. What a kill brings back in between, or the loss of power after a queue was
+// emptied, must be known for sent by whoever sends it again. One at a time.
 class ManyPosts {
  public:
   ManyPosts();

@@ -45,6 +45,10 @@ void ForgetRefusal(std::string_view post_key) {
   if (key) key->DeleteSubkey(NameOf(post_key));
 }
 
+bool AnyRefusals() {
+  return gPlatform->registry.Open(kRefusalsPath) != nullptr;
+}
+
 void ForgetAllRefusals() {
   const std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Open(kExtensionsPath);
   if (key) key->DeleteSubkey(kRefusalsPath.substr(kExtensionsPath.size() + 1));

@@ -21,6 +21,8 @@ void KeepRefusal(std::string_view post_key, std::u16string_view reply);
 std::u16string RefusalOfPost(std::string_view post_key);
 // With the post, or when it is stored again. Idempotent.
 void ForgetRefusal(std::string_view post_key);
+// False when no post has one, or none can be read.
+bool AnyRefusals();
 // With the whole queue.
 void ForgetAllRefusals();
 

@@ -47,9 +47,15 @@ bool RoomForCopy(DatabaseIndex index) {
   return !space || space->free_bytes >= size + kSpare;
 }
 
+// A queue without posts has nothing that a copy could save.
+bool WorthACopy(DatabaseIndex index) {
+  return index != DatabaseIndex::kPendingPosts || FirstKey(index).has_value();
+}
+
 void MakeCopy(DatabaseIndex index) {
   Of(index).copy_settled = true;
-  if (RoomForCopy(index) && gPlatform->files.Copy(DatabasePath(index), CopyPath(index))) {
+  if (WorthACopy(index) && RoomForCopy(index) &&
+      gPlatform->files.Copy(DatabasePath(index), CopyPath(index))) {
     NameCopyInMark(index);
   } else if (index == DatabaseIndex::kPendingPosts) {
     // An older copy of the chains is as valid; posts that were sent since would come back from it.
@@ -79,6 +85,13 @@ bool StoreIsWhole() {
     }
   }
   return whole;
+}
+
+void DropCopyOfEmptyQueue() {
+  constexpr DatabaseIndex kPosts = DatabaseIndex::kPendingPosts;
+  if (!gState.old_copies && !gState.torn && !WorthACopy(kPosts)) {
+    gPlatform->files.Delete(CopyPath(kPosts));
+  }
 }
 
 void BeginWholePoints() {

@@ -1,6 +1,7 @@
 // The points at which the store is whole: no article, chain record or count is under way. There the
-// files are synced, and the two smaller ones, newsgroups and pending posts, are copied beside
-// themselves, so that what a later kill takes out of them can be put back. Program thread only.
+// files are synced, and the two smaller ones, newsgroups and (unless it is empty) pending posts,
+// are copied beside themselves, so that what a later kill takes out of them can be put back.
+// Program thread only.
 #pragma once
 
 #include "store/databases.h"
@@ -11,6 +12,10 @@ namespace quillet {
 // nothing was written since the last one. False when a file could not be synced, or when the open
 // files are known to be damaged; nobody needs to be told: what was stored is stored.
 bool StoreIsWhole();
+
+// What StoreIsWhole does for a queue that was emptied, without the sync: a kill then brings nothing
+// back.
+void DropCopyOfEmptyQueue();
 
 // --- Only for store/ -----------------------------------------------------------------------------
 

@@ -387,6 +387,41 @@ TEST_F(PostQueueTest, PostUnderEditIsLeftOutAndSaid) {
   EXPECT_EQ(ErrorLog(), u"The article 'no. 2' is being edited and was not posted.\r\n");
 }
 
+TEST_F(PostQueueTest, LinesOfTheErrorLogStandInTheOrderOfThePosts) {
+  gUpwardCalls.is_being_edited = [](std::string_view key) {
+    return key != *NextPendingPostKey({});
+  };
+  const Keys keys = QueueThree();
+  Posts(keys[0], "441 no");
+  EXPECT_EQ(Run(), RunEnd::kGoOn);
+  std::u16string log = u"Article rejected by server: 441 no\r\n\r\n";
+  for (const std::string& key : {keys[1], keys[2]}) {
+    log += u"The article 'no. " + Widen(key) + u"' is being edited and was not posted.\r\n";
+  }
+  EXPECT_EQ(ErrorLog(), log);
+}
+
+TEST_F(PostQueueTest, DeliveredPostLeavesTheQueueWhateverComesNext) {
+  const Keys keys = QueueThree();
+  Posts(keys[0], "240 got it");
+  fake.sockets.FailNth(SocketCall::kSend, 3, 10054);  // the next POST
+  EXPECT_EQ(Run(), RunEnd::kLost);
+  EXPECT_EQ(Queued(), (Keys{keys[1], keys[2]}));
+}
+
+TEST_F(PostQueueTest, WithoutTheExtensionADeliveredPostLeavesAtOnce) {
+  WithoutIds();
+  const Keys keys = QueueThree();
+  Posts(keys[0], "240 got it");
+  bool there = true;
+  fake.sockets.on_call = [&](SocketCall call, int n) {
+    if (call == SocketCall::kSend && n == 3) there = FetchPendingPost(keys[0]) != nullptr;
+  };
+  Exchange("POST", "500 what?");
+  EXPECT_EQ(Run(), RunEnd::kRefused);
+  EXPECT_FALSE(there);
+}
+
 TEST_F(PostQueueTest, CountOfPostsHoldsThoseThatAreLeftOut) {
   gUpwardCalls.is_being_edited = [](std::string_view key) { return key != "2"; };
   const Keys keys = QueueThree();
@@ -613,7 +648,8 @@ TEST_F(PostQueueTest, TextThatMemoryDoesNotHoldEndsTheRun) {
   Queue("1", "s", std::string(1'000'000, '.'));
   Exchange("POST", kGoAhead);
   fake.sockets.on_call = [](SocketCall call, int n) {
-    if (call == SocketCall::kReceive && n == 1) testing::LimitNew(900'000);
+    if (call == SocketCall::kSend && n == 1) testing::LimitNew(900'000);
+    if (call == SocketCall::kReceive) testing::LimitNew(0);
   };
   EXPECT_EQ(Run(), RunEnd::kNoMemory);
   testing::LimitNew(0);

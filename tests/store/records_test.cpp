@@ -549,7 +549,7 @@ TEST_F(PendingPostsTest, TheReplyGoesWithThePost) {
 }
 
 TEST_F(PendingPostsTest, ManyDeletionsAreMadeSafeOnceASecondAndAtTheEnd) {
-  for (const char* id : {"<p1@x>", "<p2@x>", "<p3@x>", "<p4@x>"}) Queue(id);
+  for (const char* id : {"<p1@x>", "<p2@x>", "<p3@x>", "<p4@x>", "<p5@x>"}) Queue(id);
   const std::u16string copy = gDatabaseFolder + u"\\Quillet pending posts.gdb.copy";
   const auto deletes = [&](std::string_view id) {
     fake.files.Delete(copy);
@@ -565,6 +565,37 @@ TEST_F(PendingPostsTest, ManyDeletionsAreMadeSafeOnceASecondAndAtTheEnd) {
     EXPECT_FALSE(deletes("<p4@x>"));
   }
   EXPECT_TRUE(fake.files.FileSize(copy).has_value());
+}
+
+TEST_F(PendingPostsTest, AnEmptyQueueHasNoCopy) {
+  const std::u16string copy = gDatabaseFolder + u"\\Quillet pending posts.gdb.copy";
+  for (const bool many_at_once : {false, true}) {
+    Queue("<p1@x>");
+    EXPECT_TRUE(fake.files.FileSize(copy).has_value());
+    std::optional<ManyPosts> many;
+    if (many_at_once) many.emplace();
+    DeletePendingPost("<p1@x>");
+    many.reset();
+    EXPECT_FALSE(fake.files.FileSize(copy).has_value());
+  }
+}
+
+TEST_F(PendingPostsTest, ManyDeletionsForgetTheirReplies) {
+  Queue("<p1@x>");
+  Queue("<p2@x>");
+  MarkPostRefused("<p1@x>", u"441 no");
+  {
+    const ManyPosts many;
+    DeletePendingPost("<p1@x>");
+    EXPECT_EQ(RefusalOfPost("<p1@x>"), u"");
+  }
+  ForgetAllRefusals();
+  {
+    const ManyPosts many;
+    MarkPostRefused("<p2@x>", u"441 no");
+    DeletePendingPost("<p2@x>");
+    EXPECT_EQ(RefusalOfPost("<p2@x>"), u"");
+  }
 }
 
 TEST_F(PendingPostsTest, ResettingEmptiesTheQueue) {
