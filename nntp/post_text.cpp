@@ -83,6 +83,11 @@ std::size_t SplitPlace(std::string_view piece) {
   return blank == 0 ? std::string_view::npos : blank;
 }
 
+// A continuation that would be the end of the article.
+bool IsLoneDot(std::string_view rest) {
+  return rest == "." || rest == ".\r";
+}
+
 // `line` without its LF.
 void AppendLine(std::string& text, std::string_view line, Part part) {
   if (line.front() == '.') text += '.';
@@ -91,15 +96,17 @@ void AppendLine(std::string& text, std::string_view line, Part part) {
     const std::size_t blank = SplitPlace(line);
     const bool found = blank != std::string_view::npos;
     const std::string_view piece = line.substr(0, found ? blank : kHardSplit);
-    if (folded) text += '\t';
-    text.append(piece.substr(folded ? 1 : 0)).append(kLineEnd);
+    text.append(folded ? "\t" : "").append(piece.substr(folded ? 1 : 0)).append(kLineEnd);
     line.remove_prefix(piece.size());
     folded = found && part == Part::kHeader;
-    // Meant: a rest that begins with a dot gets none before it. Only whole lines are stuffed.
     if (found && part == Part::kBody) line.remove_prefix(1);
+    // Meant: any other rest that begins with a dot gets none before it. Only whole lines are
+    // stuffed.
+    const bool more = line.size() > kLongestPiece;
+    if (!folded && IsLoneDot(more ? line.substr(0, SplitPlace(line)) : line)) text += '.';
   }
-  if (folded) text += '\t';
-  text.append(line.substr(folded ? 1 : 0)).append(line.back() == '\r' ? "\n" : kLineEnd);
+  text.append(folded ? "\t" : "").append(line.substr(folded ? 1 : 0));
+  text.append(line.back() == '\r' ? "\n" : kLineEnd);
 }
 
 // Meant: line feeds that follow each other give no empty lines; an empty line has its CR.

@@ -36,8 +36,11 @@ void TakeSentLine(std::string_view& sent, std::string line, bool is_header) {
   if (line.front() == '.') TakePrefix(sent, ".");
   std::string_view rest = line;
   bool folded = false;
-  for (;;) {
+  for (bool continues = false;; continues = true) {
     std::string_view piece = TakeLine(sent);
+    Require(!continues || piece != ".\r");
+    if (continues && !folded && piece == "..\r" && rest.substr(0, 2) != "..")
+      TakePrefix(piece, ".");
     Require(piece.size() <= kLongestPiece + 1);  // the CR may be an added one
     if (folded) {
       TakePrefix(piece, "\t");
@@ -94,5 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   TakePrefix(sent, "Message-ID: <1@x.y>\r\nX-Newsreader: Quillet CE 1.14r3\r\n\r\n");
   TakeSentLines(sent, wrapped, false);
   Require(sent == "\r\n.\r\n");
+  Require(text.find("\r\n.\r\n") == text.size() - 5);
   return 0;
 }

@@ -28,15 +28,19 @@ std::string Sent(const std::string& text, bool is_header) {
   std::string sent;
   for (std::string line : LinesOf(text)) {
     if (line[0] == '.') sent += ".";
+    bool continues = false;
     while (line.size() > 500) {
       int at = 499;
       while (at > 0 && line[static_cast<std::size_t>(at)] != ' ') --at;
       const std::size_t cut = at > 0 ? static_cast<std::size_t>(at) : 499;
+      if (continues && line.substr(0, cut) == ".") sent += ".";
       sent += line.substr(0, cut) + "\r\n";
       line = line.substr(cut);
       if (at > 0 && is_header) line[0] = '\t';
       if (at > 0 && !is_header) line = line.substr(1);
+      continues = true;
     }
+    if (continues && (line == "." || line == ".\r")) sent += ".";
     sent += line;
     sent += line[line.size() - 1] == '\r' ? "\n" : "\r\n";
   }

@@ -168,6 +168,30 @@ TEST(BuildPostTextTest, DotAtTheStartOfAContinuationIsNot) {
   EXPECT_EQ(HeaderSent(X(499) + ".yy"), X(499) + "\r\n.yy\r\n");
 }
 
+TEST(BuildPostTextTest, ContinuationThatIsALoneDotWouldEndTheArticle) {
+  EXPECT_EQ(BodySent(X(499) + " ."), X(499) + "\r\n..\r\n");
+  EXPECT_EQ(BodySent(X(499) + " .\r\n"), X(499) + "\r\n..\r\n");
+  EXPECT_EQ(BodySent(X(499) + " .\r\nPOST\r\n"), X(499) + "\r\n..\r\nPOST\r\n");
+  EXPECT_EQ(BodySent(X(500) + ".\r\n"), X(499) + "\r\nx.\r\n");
+  EXPECT_EQ(BodySent(X(499) + ".\r\n"), X(499) + "\r\n..\r\n");
+  // In the middle of a line that is split once more.
+  EXPECT_EQ(BodySent(X(499) + " . " + X(600)),
+            X(499) + "\r\n..\r\n" + X(499) + "\r\n" + X(101) + "\r\n");
+  EXPECT_EQ(HeaderSent(X(499) + ".\r\n"), X(499) + "\r\n..\r\n");
+  EXPECT_EQ(HeaderSent(X(499) + " .\r\n"), X(499) + "\r\n\t.\r\n");
+}
+
+TEST(BuildPostTextTest, NothingBeforeTheEndLooksLikeIt) {
+  for (const std::string unit : {".", " .", ". ", ".\r\n", ". . ", "x .", " .\r\n", ".\n", ".\r"}) {
+    std::string text;
+    for (int i = 0; i < 350; ++i) {
+      text += unit + unit;
+      const std::string sent = BuildPostText(X(499) + text, X(499) + " " + text);
+      ASSERT_EQ(sent.find("\r\n.\r\n"), sent.size() - 5) << unit << " " << i;
+    }
+  }
+}
+
 TEST(BuildPostTextTest, LineOf500StaysAndOneOf501IsSplit) {
   EXPECT_EQ(BodySent(X(100) + " " + X(399)), X(100) + " " + X(399) + "\r\n");
   EXPECT_EQ(BodySent(X(100) + " " + X(400)), X(100) + "\r\n" + X(400) + "\r\n");
@@ -265,7 +289,7 @@ TEST(PostTextTest, MegabytesOfEveryKindPass) {
   for (const std::string unit :
        {"x", " ", "\r", "\n", ".", "x ", "\r\n", "x\r", ".\n", "x       "}) {
     std::string text;
-    while (text.size() < kSize) text += unit;
+    while (text.size() < kSize) text += unit + unit;
     EXPECT_EQ(WrapPostBody(text), PlainlyWrapped(text));
     EXPECT_EQ(BuildPostText(text, text), PlainlyBuilt(text, text));
   }
