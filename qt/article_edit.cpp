@@ -44,6 +44,8 @@ void SetIcons(const QMenu& menu) {
   }
 }
 
+constexpr int kLongestWrappedLine = 10000;
+
 // What only comes with mark-up is taken without it.
 QString PlainTextOf(const QMimeData& source) {
   if (source.hasText()) return source.text();
@@ -55,8 +57,20 @@ QString PlainTextOf(const QMimeData& source) {
 ArticleEdit::ArticleEdit(QWidget* parent)
     : QPlainTextEdit(parent), hold_([this](QPoint place) { ShowMenu(place); }) {
   setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+  connect(document(), &QTextDocument::contentsChange, this,
+          [this](int place, int /*removed*/, int added) { WrapChanged(place, added); });
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
+}
+
+// The toolkit looks for a place to break in a long word again and again: a megabyte without a blank
+// would take minutes. Before it is laid out.
+void ArticleEdit::WrapChanged(int place, int added) {
+  if (wordWrapMode() == QTextOption::WrapAnywhere) return;
+  QTextBlock line = document()->findBlock(place);
+  for (; line.isValid() && line.position() <= place + added; line = line.next()) {
+    if (line.length() > kLongestWrappedLine) return setWordWrapMode(QTextOption::WrapAnywhere);
+  }
 }
 
 // --- pasting -------------------------------------------------------------------------------------

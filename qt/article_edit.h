@@ -1,7 +1,7 @@
 // The box in which an article is written: plain text, whatever is pasted; undone, redone, cut,
 // copied and pasted by keys and by a menu that a long press of a finger opens too. Lines wrap on
-// the screen only. Tab is a character of the text, Ctrl+Tab and Shift+Tab leave the box, and
-// Ctrl+Enter is left to the window. Display thread only.
+// the screen only, those of a text with very long ones anywhere. Tab is a character of the text,
+// Ctrl+Tab and Shift+Tab leave the box, and Ctrl+Enter is left to the window. Display thread only.
 #pragma once
 
 #include <QPlainTextEdit>
@@ -26,6 +26,7 @@ class ArticleEdit final : public QPlainTextEdit {
  private:
   bool LeavesByKey(const QKeyEvent& event);
   void ShowMenu(QPoint place);
+  void WrapChanged(int place, int added);
 
   FingerHold hold_;
 };

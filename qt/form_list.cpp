@@ -2,10 +2,12 @@
 
 #include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScroller>
 #include <QSignalBlocker>
+#include <QToolTip>
 #include <algorithm>
 #include <utility>
 
@@ -45,6 +47,8 @@ FormList::FormList(QWidget* parent)
 
 namespace {
 
+constexpr int kToolTipRole = Qt::UserRole;
+
 // A reader of the screen says what the sign means.
 void Mark(QTreeWidgetItem& item) {
   item.setIcon(0, PaletteIcon(kIconRefused));
@@ -59,9 +63,8 @@ QTreeWidgetItem* FormList::NewItem(const port::Row& row) const {
   for (int column = 0; column < columns; ++column) {
     const QString text = OneLine(ToQt(row.texts[static_cast<std::size_t>(column)]));
     item->setText(column, text);
-    const QString tip = row.tool_tip.empty() ? text : ToQt(row.tool_tip);
-    item->setToolTip(column, PlainToolTip(tip));
   }
+  if (!row.tool_tip.empty()) item->setData(0, kToolTipRole, ToQt(row.tool_tip));
   if (row.marked) Mark(*item);
   item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren);
   if (HasBoxes()) {
@@ -108,6 +111,21 @@ std::vector<bool> FormList::Checks() const {
 void FormList::Toggle(int row) {
   QTreeWidgetItem& item = *topLevelItem(row);
   item.setCheckState(0, item.checkState(0) == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+}
+
+QString FormList::ToolTipAt(QPoint place) const {
+  const QTreeWidgetItem* item = itemAt(place);
+  if (item == nullptr) return {};
+  const QVariant own = item->data(0, kToolTipRole);
+  return PlainToolTip(own.isValid() ? own.toString() : item->text(columnAt(place.x())));
+}
+
+// Made when it is asked for: 10,000 rows are filled while the user types.
+bool FormList::viewportEvent(QEvent* event) {
+  if (event->type() != QEvent::ToolTip) return QTreeWidget::viewportEvent(event);
+  const auto& help = static_cast<const QHelpEvent&>(*event);
+  QToolTip::showText(help.globalPos(), ToolTipAt(help.pos()), viewport());
+  return true;
 }
 
 void FormList::contextMenuEvent(QContextMenuEvent* event) {

@@ -32,8 +32,11 @@ class FormList final : public QTreeWidget {
   void SelectRow(int row);
   int SelectedRow() const;  // -1: none
   std::vector<bool> Checks() const;
+  // What is shown when the mouse rests there: the row's own tip, else the text of the cell.
+  QString ToolTipAt(QPoint place) const;
 
  protected:
+  bool viewportEvent(QEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;

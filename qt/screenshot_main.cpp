@@ -9,6 +9,8 @@
 #include <QProcess>
 #include <QStyleFactory>
 #include <QTemporaryDir>
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <functional>
 #include <optional>
@@ -31,13 +33,35 @@ constexpr int kExitUsage = 2;
 struct Request {
   QString profile;
   QString folder;
-  QString dialog;  // "", "about", "newgroup" or "progress"
+  QString dialog;  // "" or one of kDialogs
+  QString name;    // of the pictures; empty: by what they show
   int tab = 0;
   QSize size;
   QString group;        // to be opened; empty: none
   bool expand = false;  // all of its threads
   int article = 0;      // the row of its tree to be opened, from 1; 0: none
 };
+
+struct DialogEntry {
+  const char* name;
+  std::uint32_t command;  // that opens it; 0: it is made here
+  bool window;            // beside the main window, not over it
+};
+constexpr auto kDialogs = std::to_array<DialogEntry>({
+    {"about", quillet::kCommandAbout, false},
+    {"newgroup", quillet::kCommandNewGroup, false},
+    {"progress", 0, false},
+    {"queue", quillet::kCommandViewPostQueue, false},
+    {"new", quillet::kCommandNewArticle, true},
+    {"reply", quillet::kCommandReply, true},
+});
+
+// Null when there is none of that name.
+const DialogEntry* FindDialog(const QString& name) {
+  const auto found = std::ranges::find_if(
+      kDialogs, [&](const DialogEntry& one) { return name == QLatin1String(one.name); });
+  return found == kDialogs.end() ? nullptr : &*found;
+}
 
 QPalette LightPalette() {
   return QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette();
@@ -168,19 +192,26 @@ class Photographer {
   std::optional<WindowHandle> OpenDialog() {
     if (request_.dialog.isEmpty()) return 0;
     if (request_.dialog == QLatin1String("progress")) return OpenProgress();
-    const bool about = request_.dialog == QLatin1String("about");
-    queues_.Post({main_,
-                  MessageKind::kCommand,
-                  about ? quillet::kCommandAbout : quillet::kCommandNewGroup,
-                  0,
-                  {}});
+    const DialogEntry& entry = *FindDialog(request_.dialog);
+    queues_.Post({main_, MessageKind::kCommand, entry.command, 0, {}});
     for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
       WindowHandle dialog = 0;
-      OnDisplay([&] { dialog = device_.display().HandleOf(QApplication::activeModalWidget()); });
+      OnDisplay([&] {
+        const QWidget* shown = entry.window ? OpenWindow() : QApplication::activeModalWidget();
+        dialog = device_.display().HandleOf(shown);
+      });
       if (dialog != 0 && WaitIdle()) return dialog;
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return std::nullopt;
+  }
+
+  // Display thread. The window beside the main one, null while there is none.
+  const QWidget* OpenWindow() const {
+    for (const auto& [handle, widget] : device_.display().windows) {
+      if (widget && handle != main_ && widget->isVisible()) return widget;
+    }
+    return nullptr;
   }
 
   // With texts as a download shows them.
@@ -200,6 +231,13 @@ class Photographer {
     return dialog;
   }
 
+  // A window of its own stands in the middle: no desktop has placed it.
+  static QPoint PlaceOver(const QWidget& main, const QWidget& over) {
+    if (over.parentWidget() != nullptr) return over.pos() - main.pos();
+    const QSize rest = main.size() - over.size();
+    return {std::max(rest.width() / 2, 0), std::max(rest.height() / 2, 0)};
+  }
+
   // Display thread.
   bool Save(WindowHandle dialog, const QString& colours) {
     QApplication::processEvents();  // all that is still to be laid out
@@ -210,7 +248,7 @@ class Photographer {
     QPixmap picture = main.grab();
     if (QWidget* over = device_.display().WidgetOf(dialog)) {
       QPainter painter(&picture);
-      painter.drawPixmap(over->pos() - main.pos(), over->grab());
+      painter.drawPixmap(PlaceOver(main, *over), over->grab());
     }
     const QString name =
         QStringLiteral("%1-%2-%3.png").arg(SubjectName(), SizeText(request_.size), colours);
@@ -221,6 +259,7 @@ class Photographer {
   }
 
   QString SubjectName() const {
+    if (!request_.name.isEmpty()) return request_.name;
     if (!request_.dialog.isEmpty()) return request_.dialog;
     if (request_.tab != 0) return QStringLiteral("tab%1").arg(request_.tab);
     if (request_.article != 0) return QStringLiteral("article");
@@ -321,16 +360,16 @@ std::optional<Request> RequestOf(const QCommandLineParser& parser) {
   Request request{parser.value(QStringLiteral("profile")),
                   parser.value(QStringLiteral("out")),
                   parser.value(QStringLiteral("dialog")),
+                  parser.value(QStringLiteral("name")),
                   parser.value(QStringLiteral("tab")).toInt(),
                   ParseSize(parser.value(QStringLiteral("size"))),
                   parser.value(QStringLiteral("open")),
                   parser.isSet(QStringLiteral("expand")),
                   parser.value(QStringLiteral("article")).toInt()};
-  const QStringList dialogs{QString(), QStringLiteral("about"), QStringLiteral("newgroup"),
-                            QStringLiteral("progress")};
+  const bool dialog_known = request.dialog.isEmpty() || FindDialog(request.dialog) != nullptr;
   const bool size_fine = !parser.isSet(QStringLiteral("size")) || !request.size.isEmpty();
-  if (!dialogs.contains(request.dialog) || request.profile.isEmpty() || !size_fine ||
-      request.tab < 0 || request.tab > 2 || request.article < 0 ||
+  if (!dialog_known || request.profile.isEmpty() || !size_fine || request.tab < 0 ||
+      request.tab > 2 || request.article < 0 ||
       (request.group.isEmpty() && (request.expand || request.article != 0)) ||
       !QDir().mkpath(request.folder)) {
     return std::nullopt;
@@ -350,7 +389,10 @@ int main(int argc, char** argv) {
        QStringLiteral(".")},
       {QStringLiteral("size"), QStringLiteral("Only this size, e.g. 240x320."),
        QStringLiteral("size")},
-      {QStringLiteral("dialog"), QStringLiteral("With about, newgroup or progress shown."),
+      {QStringLiteral("dialog"),
+       QStringLiteral("With about, newgroup, progress, queue, new or reply shown."),
+       QStringLiteral("name")},
+      {QStringLiteral("name"), QStringLiteral("What the pictures' names begin with."),
        QStringLiteral("name")},
       {QStringLiteral("tab"), QStringLiteral("0 groups, 1 threads, 2 article."),
        QStringLiteral("number"), QStringLiteral("0")},

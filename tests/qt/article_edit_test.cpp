@@ -245,6 +245,20 @@ TEST_F(EditorTest, LongLinesWrapOnTheScreenOnly) {
   EXPECT_EQ(Text(), line);
 }
 
+// Looking for places to break in it would take minutes.
+TEST_F(EditorTest, VeryLongLinesWrapAnywhere) {
+  const std::u16string word(300000, u'w');
+  Show(kDialogPostMessage, u"short");
+  OnDisplay([&] { EXPECT_EQ(Edit().wordWrapMode(), QTextOption::WrapAtWordBoundaryOrAnywhere); });
+  PasteText(QString::fromStdU16String(word));
+  EXPECT_EQ(Text(), word + u"short");
+  OnDisplay([&] { EXPECT_EQ(Edit().wordWrapMode(), QTextOption::WrapAnywhere); });
+  device->dialogs().Destroy(window);
+  Show(kDialogPostMessage, u"short\r\n" + word);
+  EXPECT_EQ(Text(), u"short\r\n" + word);
+  OnDisplay([&] { EXPECT_EQ(Edit().wordWrapMode(), QTextOption::WrapAnywhere); });
+}
+
 // --- menu ----------------------------------------------------------------------------------------
 
 class MenuOfText {

@@ -75,9 +75,10 @@ TEST_F(FormListTest, MarkedRowHasASignAndSaysSoToReaders) {
     EXPECT_EQ(marked.data(0, Qt::AccessibleTextRole).toString(), QStringLiteral("refused: Hello"));
     EXPECT_FALSE(plain.data(0, Qt::AccessibleTextRole).isValid());
     EXPECT_EQ(marked.text(0), QStringLiteral("Hello"));
-    EXPECT_TRUE(marked.toolTip(0).contains(QStringLiteral("441 &lt;b&gt;no&lt;/b&gt;")))
-        << marked.toolTip(0).toStdString();
-    EXPECT_TRUE(plain.toolTip(0).contains(QStringLiteral("World")));
+    const QString tip = List().ToolTipAt(PlaceOf(0));
+    EXPECT_TRUE(tip.contains(QStringLiteral("441 &lt;b&gt;no&lt;/b&gt;"))) << tip.toStdString();
+    EXPECT_TRUE(List().ToolTipAt(PlaceOf(1)).contains(QStringLiteral("World")));
+    EXPECT_EQ(List().ToolTipAt({5, List().viewport()->height() - 1}), QString()) << "no row";
   });
 }
 
