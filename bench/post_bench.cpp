@@ -264,9 +264,9 @@ int Run(unsigned posts, unsigned rounds) {
   bool good = false;
   {
     port::LinuxRegistry registry(std::string(folder) + "/registry.db");
-    port::Platform platform{fake.display.Services(), fake.queues, registry,   sockets,
-                            fake.libraries,          fake.files,  fake.clock, fake.shell,
-                            fake.scheduler,          fake.dialler};
+    port::Platform platform{fake.display.Services(), fake.queues,  registry,   sockets,
+                            fake.libraries,          fake.files,   fake.clock, fake.shell,
+                            fake.scheduler,          fake.dialler, fake.mail,  fake.contacts};
     gPlatform = &platform;
     gPrefs = std::make_unique<Prefs>();
     gPrefs->returnmailaddress = u"writer@example.org";

@@ -101,7 +101,9 @@ class PostFaultsTest : public NntpTest {
                            fake.clock,
                            fake.shell,
                            fake.scheduler,
-                           fake.dialler};
+                           fake.dialler,
+                           fake.mail,
+                           fake.contacts};
 };
 
 TEST_F(PostFaultsTest, UndisturbedRunPostsAll) {
