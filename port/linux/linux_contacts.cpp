@@ -41,7 +41,11 @@ using GlibText = std::unique_ptr<char, FreeText>;
 // What two texts have in common that differ in case only. With `for_order` the letters come first
 // and their marks after them, so that accents do not tear names apart.
 std::string Folded(std::u16string_view text, bool for_order) {
-  const std::string utf8 = ToUtf8(text);
+  std::string utf8 = ToUtf8(text);
+  if (utf8.size() == text.size()) {  // ASCII, as most are
+    std::ranges::transform(utf8, utf8.begin(), [](char c) { return ToLowerAscii(c); });
+    return utf8;
+  }
   const GlibText folded(g_utf8_casefold(utf8.data(), static_cast<gssize>(utf8.size())));
   if (!folded) return utf8;
   if (!for_order) return folded.get();

@@ -1,6 +1,7 @@
 #include "port/linux/vcard.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <utility>
 
@@ -39,30 +40,37 @@ bool IsQuotedPrintable(std::string_view line) {
   return FindNoCase(line.substr(0, colon), "QUOTED-PRINTABLE") != line.npos && colon != line.npos;
 }
 
-// The same with the lines into which it was folded. A soft line break of quoted-printable stays, as
-// "=" and LF.
-std::string TakeUnfolded(std::string_view& text) {
-  std::string line(TakeLine(text));
+// The same with the lines into which it was folded, which are joined in `joined`. A soft line break
+// of quoted-printable stays, as "=" and LF.
+std::string_view TakeUnfolded(std::string_view& text, std::string& joined) {
+  const std::string_view line = TakeLine(text);
+  const auto is_folded = [&] {
+    return !text.empty() && (text.front() == ' ' || text.front() == '\t');
+  };
+  if (!is_folded() && !EndsWith(line, "=")) return line;
+  joined = line;
   std::optional<bool> quoted;  // found out once: the line may be long
   while (!text.empty()) {
-    if (text.front() == ' ' || text.front() == '\t') {
+    if (is_folded()) {
       text.remove_prefix(1);
-      line += TakeLine(text);
+      joined += TakeLine(text);
       continue;
     }
-    if (!EndsWith(line, "=")) break;
-    if (!quoted) quoted = IsQuotedPrintable(line);
+    if (!EndsWith(joined, "=")) break;
+    if (!quoted) quoted = IsQuotedPrintable(joined);
     if (!*quoted) break;
-    line += '\n';
-    line += TakeLine(text);
+    joined += '\n';
+    joined += TakeLine(text);
   }
-  return line;
+  return joined;
 }
 
 // --- Properties ----------------------------------------------------------------------------------
 
+enum class PropertyName { kOther, kBegin, kEnd, kAgent, kName, kFullName, kOrganization, kEmail };
+
 struct Property {
-  std::string name;  // upper case, without its group
+  PropertyName name = PropertyName::kOther;
   bool quoted_printable = false;
   bool code_page = false;  // its charset is said to be Latin-1 or 1252
   std::string_view value;
@@ -74,6 +82,25 @@ std::string Upper(std::string_view text) {
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
   }
   return upper;
+}
+
+// The group in front of it does not matter, nor does case.
+PropertyName NameOf(std::string_view text) {
+  constexpr std::array<std::pair<std::string_view, PropertyName>, 7> kNames = {{
+      {"BEGIN", PropertyName::kBegin},
+      {"END", PropertyName::kEnd},
+      {"AGENT", PropertyName::kAgent},
+      {"N", PropertyName::kName},
+      {"FN", PropertyName::kFullName},
+      {"ORG", PropertyName::kOrganization},
+      {"EMAIL", PropertyName::kEmail},
+  }};
+  const std::size_t dot = text.rfind('.');
+  if (dot != text.npos) text.remove_prefix(dot + 1);
+  for (const auto& [name, property] : kNames) {
+    if (text.size() == name.size() && StartsWithNoCase(text, name)) return property;
+  }
+  return PropertyName::kOther;
 }
 
 // Position of the character outside quotes.
@@ -102,10 +129,8 @@ std::optional<Property> ParseProperty(std::string_view line) {
   property.value = line.substr(colon + 1);
   std::string_view head = line.substr(0, colon);
   const std::size_t name_end = std::min(FindOutsideQuotes(head, ';'), head.size());
-  std::string_view name = head.substr(0, name_end);
-  const std::size_t dot = name.rfind('.');
-  if (dot != name.npos) name.remove_prefix(dot + 1);
-  property.name = Upper(name);
+  property.name = NameOf(head.substr(0, name_end));
+  if (property.name == PropertyName::kOther) return property;
   head.remove_prefix(name_end);
   while (!head.empty()) {
     head.remove_prefix(1);
@@ -191,14 +216,14 @@ void AddAddress(std::u16string_view value, Card& card) {
 }
 
 void NoteProperty(const Property& property, Card& card) {
-  card.agent_follows = property.name == "AGENT" && property.value.empty();
-  if (property.name == "EMAIL") {
+  card.agent_follows = property.name == PropertyName::kAgent && property.value.empty();
+  if (property.name == PropertyName::kEmail) {
     AddAddress(ValueOf(property), card);
-  } else if (property.name == "FN" && card.full_name.empty()) {
+  } else if (property.name == PropertyName::kFullName && card.full_name.empty()) {
     card.full_name = CleanName(Unescaped(ValueOf(property)));
-  } else if (property.name == "ORG" && card.organization.empty()) {
+  } else if (property.name == PropertyName::kOrganization && card.organization.empty()) {
     card.organization = CleanName(Components(ValueOf(property)).front());
-  } else if (property.name == "N") {
+  } else if (property.name == PropertyName::kName) {
     const std::vector<std::u16string> parts = Components(ValueOf(property));
     card.contact.last = CleanName(parts[0]);
     if (parts.size() > 1) card.contact.first = CleanName(parts[1]);
@@ -220,12 +245,13 @@ std::vector<Contact> ReadVcards(std::string_view text) {
   if (StartsWith(text, kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   std::vector<Contact> contacts;
   Card card;
+  std::string joined;
   while (!text.empty()) {
-    const std::string line = TakeUnfolded(text);
+    const std::string_view line = TakeUnfolded(text, joined);
     const std::optional<Property> property = ParseProperty(line);
     if (!property) continue;
     const bool is_card = StartsWithNoCase(property->value, "VCARD");
-    if (property->name == "BEGIN" && is_card) {
+    if (property->name == PropertyName::kBegin && is_card) {
       if (card.open && (card.agent_follows || card.inner > 0)) {
         card.agent_follows = false;
         ++card.inner;
@@ -233,7 +259,7 @@ std::vector<Contact> ReadVcards(std::string_view text) {
       }
       if (card.open) Finish(card, contacts);  // its end is missing
       card.open = true;
-    } else if (property->name == "END" && is_card) {
+    } else if (property->name == PropertyName::kEnd && is_card) {
       if (card.inner > 0) {
         --card.inner;
       } else if (card.open) {
