@@ -21,11 +21,12 @@ class MailMachine {
 
   // `end`: what the stub does after it has taken the message.
   void AddStub(const std::string& name, const std::string& end = "exit 0") {
-    WriteScript(folder / ("bin/" + name),
-                "#!/bin/sh\nfor each in \"$@\"; do printf '%s\\n' \"$each\"; done > " +
-                    (folder / (name + ".arguments")) + "\ncat > " + (folder / (name + ".tmp")) +
-                    "\nmv " + (folder / (name + ".tmp")) + " " + (folder / (name + ".message")) +
-                    "\nprintf 'x' >> " + (folder / (name + ".count")) + "\n" + end + "\n");
+    WriteScript(
+        folder / ("bin/" + name),
+        "#!/bin/sh\nPATH=/usr/bin:/bin\nfor each in \"$@\"; do printf '%s\\n' \"$each\"; done > " +
+            (folder / (name + ".arguments")) + "\ncat > " + (folder / (name + ".tmp")) + "\nmv " +
+            (folder / (name + ".tmp")) + " " + (folder / (name + ".message")) + "\nprintf 'x' >> " +
+            (folder / (name + ".count")) + "\n" + end + "\n");
   }
   std::string Arguments(const std::string& name) { return ReadAll(folder / (name + ".arguments")); }
   std::string Message(const std::string& name) { return ReadAll(folder / (name + ".message")); }
@@ -38,7 +39,7 @@ class MailMachine {
   Environment data{"XDG_DATA_HOME", folder / "home/.local/share"};
   Environment config_dirs{"XDG_CONFIG_DIRS", folder / "none"};
   Environment data_dirs{"XDG_DATA_DIRS", folder / "none"};
-  Environment path{"PATH", (folder / "bin") + ":/usr/bin:/bin"};
+  Environment path{"PATH", folder / "bin"};  // what is installed here does not count
 };
 
 struct TestMail {

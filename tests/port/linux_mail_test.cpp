@@ -480,8 +480,8 @@ TEST_F(MailPrograms, AServantThatKeepsTheOutputOpenIsNotWaitedFor) {
 
 TEST_F(MailPrograms, AnInterruptEndsTheProgramAndTheRest) {
   // It has read nothing: certainly not sent.
-  WriteScript(machine.folder / "bin/sendmail",
-              "#!/bin/sh\necho $$ > " + (machine.folder / "pid") + "\nexec sleep 100\n");
+  WriteScript(machine.folder / "bin/sendmail", "#!/bin/sh\nPATH=/usr/bin:/bin\necho $$ > " +
+                                                   (machine.folder / "pid") + "\nexec sleep 100\n");
   ASSERT_TRUE(PutMail(store, {}));
   TestMail second;
   second.id = u"m-2";
@@ -534,7 +534,7 @@ class HandingOver : public MailPrograms {
  protected:
   HandOverResult Run(const std::string& script, int limit_ms = 500) {
     EXPECT_TRUE(PutMail(store, {}));
-    WriteScript(machine.folder / "bin/sendmail", "#!/bin/sh\n" + script + "\n");
+    WriteScript(machine.folder / "bin/sendmail", "#!/bin/sh\nPATH=/usr/bin:/bin\n" + script + "\n");
     order.program = machine.folder / "bin/sendmail";
     order.arguments = {"sendmail"};
     order.limit_ms = limit_ms;
