@@ -18,6 +18,7 @@
 #include "qt/form_table.h"
 #include "qt/icons.h"
 #include "qt/main_window.h"
+#include "qt/search_field.h"
 #include "qt/window_style.h"
 #include "res/resource.h"
 
@@ -146,6 +147,7 @@ void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
   controls.Collect(form);
   ConnectControls(controls, tell);
   KeepPlaces(form);
+  LeadDownFromSearchFields(form);
   MakeBoxesVisible(form);
   DrawIcons(form);
 }

@@ -439,6 +439,16 @@ TEST_F(SmallScreenEditor, EveryControlIsInsideAndWhole) {
   });
 }
 
+TEST_F(SmallScreenEditor, DialogsOfPostsAndMailAreInsideAndWhole) {
+  for (const std::uint32_t form : {kDialogPendingPosts, kDialogChooseTransport,
+                                   kDialogChooseRecipients, kDialogReaddressEmail}) {
+    window = device->dialogs().Create(form, 0, port::DialogKind::kModal);
+    device->dialogs().Show(window);
+    ExpectAllInside();
+    device->dialogs().Destroy(window);
+  }
+}
+
 TEST_F(SmallScreenEditor, FillsAPhonesScreen) {
   Show(kDialogPostMessage);
   OnDisplay([&] {

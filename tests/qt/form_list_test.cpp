@@ -172,6 +172,29 @@ TEST_F(FormListTest, PressThatEndsOnAnotherRowIsNoTap) {
   EXPECT_TRUE(Taken(MessageKind::kItemActivated).empty());
 }
 
+TEST_F(FormListTest, DownGoesFromASearchFieldIntoItsList) {
+  device->dialogs().Destroy(dialog);
+  dialog = device->dialogs().Create(kDialogChooseRecipients, 0, port::DialogKind::kModal);
+  device->dialogs().Write(dialog, kControlContactSearch, port::Focus{});
+  device->dialogs().Show(dialog);
+  OnDisplay([&] { EXPECT_TRUE(QTest::qWaitForWindowActive(&Widget())); });
+  const auto focused = [&](std::uint32_t control) {
+    return device->dialogs().Read(dialog, control).focused;
+  };
+  Key(Qt::Key_Down);
+  EXPECT_TRUE(focused(kControlContactSearch)) << "the list is empty";
+  OnDisplay([&] { QTest::keyClicks(ControlOf(Widget(), kControlContactSearch), "ann"); });
+  device->dialogs().Write(dialog, kControlContacts, port::Rows{{{{u"Ann"}}, {{u"Anna"}}}});
+  EXPECT_TRUE(focused(kControlContactSearch)) << "while the list is filled anew";
+  Key(Qt::Key_Down);
+  EXPECT_TRUE(focused(kControlContacts));
+  EXPECT_EQ(device->dialogs().Read(dialog, kControlContacts).choice, 0);
+  Key(Qt::Key_Space);
+  EXPECT_EQ(device->dialogs().Read(dialog, kControlContacts).row_checks,
+            (std::vector<bool>{true, false}));
+  EXPECT_EQ(device->dialogs().Read(dialog, kControlContactSearch).text, u"ann");
+}
+
 TEST_F(FormListTest, DeleteKeyIsTold) {
   OnDisplay([&] { List().setFocus(); });
   Key(Qt::Key_Delete);
