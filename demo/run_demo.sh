@@ -11,6 +11,8 @@ groups=(quillet.welcome quillet.test.threads rec.gardens.balcony comp.lang.misc.
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/quillet-demo.XXXXXX")
 profile=$work/profile
+writer='A Reader'
+reply=40023
 server=
 
 clean_up() {
@@ -76,11 +78,12 @@ connect_by_script() {
 # tree_rows FILE: the rows of the last tree that was told, indented, the unread ones with a star.
 tree_rows() {
   grep '^{"event":"tree",' "$1" | tail -n 1 |
-    grep -o '"depth":[0-9]*,"text":"[^"]*","bold":[a-z]*' |
+    grep -o '"depth":[0-9]*,"text":"\([^"\\]\|\\.\)*","bold":[a-z]*' |
     while IFS= read -r row; do
       local depth=${row#*:} text=${row#*\"text\":\"} star=' '
       depth=${depth%%,*}
       text=${text%\",\"bold\"*}
+      text=${text//\\\"/\"}
       case $row in *true) star='*' ;; esac
       printf '  %s %*s%s\n' "$star" $((depth * 3)) '' "$text"
     done
@@ -161,7 +164,56 @@ drive_by_script() {
     exit 1
   fi
   read_by_script
+  write_by_script
   take_pictures
+}
+
+# post_rows FILE: "subject (groups)" of every queued post that was told last.
+post_rows() {
+  grep '^{"event":"queue",' "$1" | tail -n 1 |
+    grep -o '"subject":"[^"]*","newsgroups":"[^"]*"' |
+    sed 's/^"subject":"\([^"]*\)","newsgroups":"\([^"]*\)"$/  | \1 (\2)/'
+}
+
+# Answers an article, looks at what waits, sends it on a second connection and finds it again.
+write_by_script() {
+  local log=$work/writing.log group=comp.lang.misc.demo
+  set_value fullname string "$writer"
+  set_value returnmailaddress string reader@demo.example.net
+  printf '\nAnswering the joke...\n'
+  run_script "$log" "open-group $group" 'open-node <l.joke.1@demo.example.net>' \
+    "command $reply" wait 'wait-dialog 128' \
+    'type 1014 "I have told it at breakfast, and am still being looked at.\r\n" end' \
+    'press 1' wait queue
+  post_rows "$log"
+  [ -n "$(post_rows "$log")" ] || { printf 'Nothing waits to be posted.\n' >&2; exit 1; }
+  take_writing_pictures
+  printf '\nConnecting to post it...\n'
+  connect_by_script "$work/third.log"
+  run_script "$log" 'command "File/Connect"' wait queue "open-group $group" tree
+  [ -z "$(post_rows "$log")" ] || { printf 'The article was not posted.\n' >&2; exit 1; }
+  printf '  it is among the threads, below what it answers:\n'
+  tree_rows "$log" | grep -B 4 "^  [* ] \{10\}\"$writer\"" || {
+    printf 'The answer did not come back in its place.\n' >&2
+    exit 1
+  }
+}
+
+# set_value NAME TYPE VALUE: a setting of the profile.
+set_value() {
+  printf 'registry-set %s %s "%s"\n' "$@" |
+    "$build/script/quillet-script" --profile "$profile" --hold > "$work/setting.log"
+}
+
+# Both editors on an answer, and the queue.
+take_writing_pictures() {
+  local answer=(--open comp.lang.misc.demo --expand --article 3 --dialog reply)
+  mkdir -p out
+  set_value simplepost dword 0
+  take_picture "${answer[@]}" --name post-full
+  set_value simplepost dword 1
+  take_picture "${answer[@]}" --name post-simple
+  take_picture --dialog queue --name queue
 }
 
 # take_picture OPTION...: pictures of the window in every size.

@@ -247,6 +247,8 @@ class Photographer {
     }
     QPixmap picture = main.grab();
     if (QWidget* over = device_.display().WidgetOf(dialog)) {
+      // The platform in memory keeps a frame around it.
+      if (over->isMaximized()) over->resize(main.size());
       QPainter painter(&picture);
       painter.drawPixmap(PlaceOver(main, *over), over->grab());
     }
