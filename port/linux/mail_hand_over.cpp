@@ -17,6 +17,7 @@
 
 #include "port/linux/file_descriptor.h"
 #include "port/linux/mail_supervisor.h"
+#include "port/linux/shared_mappings.h"
 
 namespace quillet::port {
 namespace {
@@ -232,6 +233,8 @@ HandOverResult HandOverMessage(const HandOverOrder& order,
   if (!opened.valid()) return Failed("the hand-over cannot begin");
   const std::vector<char*> arguments = Pointers(order.arguments);
   const MailPlan plan = PlanOf(order, opened, arguments);
+  // The databases are locked; killed now, the program must be able to start anew at once.
+  KeepSharedMappingsFromChildren();
   const pid_t child = fork();
   if (child == 0) SuperviseMailProgram(plan);
   if (child < 0) return Failed("no process can be started");
