@@ -7,7 +7,9 @@ Every worker has a profile, and a line to the server that can be cut after any b
 server when its packages are there, else a strict model of one. In every round an article is typed,
 stored and sent; the program is killed at a random moment in between, or its line is cut. Then it is
 started again, finishes what it offers, and connects until its queue is empty. The server must then
-have every article once, as it was typed; one that nobody had time to keep may be missing.
+have every article once, as it was typed; one that nobody had time to keep may be missing. Every
+other profile writes in the simple editor and mails its articles too, by a stand-in for sendmail,
+which must have got each once as well.
 
 First one post is cut off after every byte (or every Nth) that the program sends, and that it gets.
 Prints the seed of every profile that was wrong; exits 1 when there was one.
@@ -15,6 +17,7 @@ Prints the seed of every profile that was wrong; exits 1 when there was one.
 
 import argparse
 import concurrent.futures
+import email
 import os
 import pathlib
 import random
@@ -37,11 +40,13 @@ import quillet_script  # noqa: E402
 PROGRAM = os.environ.get("QUILLET_SCRIPT", "quillet-script")
 ROUNDS_OF_A_PROFILE = 10
 CONNECT, NEW_ARTICLE = 40008, 40030
-EDITOR, TEXT, OK = 127, 1014, 1
+EDITOR, SIMPLE_EDITOR, TEXT, FIELD, VALUE, OK = 127, 128, 1014, 1063, 1065, 1
 OFFER = "An article that you were writing was not finished."
 SEPARATOR = "--- Begin body here ---\r\n"
-# Boxes that a cut line and a second attempt may bring.
+# What a cut line brings.
 LOSSES = ("socket destroyed\r\n",)
+# What a killed run began goes on by itself, and is told of meanwhile.
+HAND_OVER = "could not be sent: it is being handed over\r\n"
 
 
 class Wrong(Exception):
@@ -184,6 +189,7 @@ class Article:
         self.head = ('From: "Me" <me@x.example>\r\nSubject: %s\r\nNewsgroups: %s\r\n' %
                      (token, group))
         self.token = token
+        self.group = group
         self.pieces = pieces  # as they are typed, one after the other
         self.must = False     # nothing may lose it any more
 
@@ -198,25 +204,45 @@ class Article:
 
 
 class Profile:
-    def __init__(self, folder, seed, server, group):
+    def __init__(self, folder, seed, server, group, mails=False):
         self.folder = folder
+        self.mails = mails
+        self.machine = folder.with_name(folder.name + ".machine")
         self.random = random.Random(seed)
         self.server = server
         self.group = group
         self.line = Line(server.address)
         self.articles = {}  # token: Article
         self.took = {}      # seconds of the deeds when nothing kills them
-        shutil.rmtree(folder, ignore_errors=True)
+        self.remove()
+        self.make_machine()
         with self.start(hold=True) as q:
             q.configure(servers=[self.line.address], groups=[group], maxarticles=5000,
-                        simplepost=0, skipverifications=1, fullname="Me",
-                        returnmailaddress="me@x.example", signature="")
+                        simplepost=int(mails), skipverifications=1, fullname="Me",
+                        returnmailaddress="me@x.example", signature="", alwaystransport=1,
+                        transport="sendmail")
+
+    def make_machine(self):
+        """A home without a mail program but the stand-in, which keeps what it gets."""
+        (self.machine / "bin").mkdir(parents=True)
+        (self.machine / "sent").mkdir()
+        stub = self.machine / "bin/sendmail"
+        stub.write_text("#!/bin/sh\ncd '%s' && cat > .$$ && mv .$$ sent/$$.$(date +%%s%%N)\n" %
+                        self.machine)
+        stub.chmod(0o755)
+
+    def remove(self):
+        for folder in (self.folder, self.machine):
+            shutil.rmtree(folder, ignore_errors=True)
 
     def close(self):
         self.line.close()
 
     def start(self, **keywords):
-        return quillet_script.Quillet(PROGRAM, self.folder, **keywords)
+        home = {name: str(self.machine) for name in (
+            "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CONFIG_DIRS", "XDG_DATA_DIRS")}
+        home["PATH"] = "%s:/usr/bin:/bin" % (self.machine / "bin")
+        return quillet_script.Quillet(PROGRAM, self.folder, env=home, **keywords)
 
     def new_article(self):
         token = "t%d.%s" % (len(self.articles), self.group)
@@ -232,9 +258,19 @@ class Profile:
 
     # The deeds. Nothing is waited for: the program may be killed at any moment of them.
 
+    def send_fields(self, q, article):
+        for field, value in (("Email to:", "ann@x.example"), ("Newsgroups:", article.group),
+                             ("Subject:", article.token)):
+            q.send("choose %d %s" % (FIELD, quillet_script.quoted(field)))
+            q.send("set %d %s" % (VALUE, quillet_script.quoted(value)))
+
     def send_typing(self, q, article):
         q.send("command %d" % NEW_ARTICLE)
-        q.send("set %d %s" % (TEXT, quillet_script.quoted(article.head + SEPARATOR)))
+        if self.mails:
+            self.send_fields(q, article)
+            q.send('set %d ""' % TEXT)
+        else:
+            q.send("set %d %s" % (TEXT, quillet_script.quoted(article.head + SEPARATOR)))
         for piece in article.pieces:
             q.send("type %d %s end" % (TEXT, quillet_script.quoted(piece)))
 
@@ -324,21 +360,60 @@ class Profile:
             q.start()
             q.do("wait")
             if any(text.startswith(OFFER) for _, text, _ in q.boxes()):
-                q.wait_dialog(EDITOR)
-                shown = q.text_of(TEXT, EDITOR)
-                if article.must and article.pieces[-1] not in shown:
-                    raise Wrong("the draft of %s lacks its end" % article.token)
-                q.set(TEXT, article.text)
-                q.press(OK)
+                self.finish_draft(q, article)
                 article.must = True
             elif not article.must:
                 article.must = article.token in [post["subject"] for post in q.queue()]
             self.connect_until_empty(q)
+            self.await_mail(q)
         if (q.status, q.failure(), q.errors()) != (0, None, ""):
             raise Wrong("the start after it was not fine: %s" % [q.status, q.failure(), q.errors()])
-        boxes = [text for _, text, _ in q.boxes() if not text.startswith(OFFER)]
+        boxes = [text for _, text, _ in q.boxes()
+                 if not text.startswith(OFFER) and not text.endswith(HAND_OVER)]
         if boxes:
             raise Wrong("boxes came: %s" % boxes)
+
+    def finish_draft(self, q, article):
+        form = SIMPLE_EDITOR if self.mails else EDITOR
+        q.wait_dialog(form)
+        if article.must and article.pieces[-1] not in q.text_of(TEXT, form):
+            raise Wrong("the draft of %s lacks its end" % article.token)
+        if self.mails:
+            self.send_fields(q, article)
+        q.set(TEXT, "".join(article.pieces) if self.mails else article.text)
+        q.press(OK)
+
+    def await_mail(self, q):
+        """Nothing of the mail stays behind; what a kill interrupted goes on by itself."""
+        end = time.monotonic() + 30
+        while mails := q.outbox():
+            if time.monotonic() > end:
+                raise Wrong("mail stays in the outbox: %s" % mails)
+            time.sleep(0.1)
+            q.connect()
+
+    def sent_mail(self):
+        """{subject: [body]} of what the stand-in has got."""
+        sent = {}
+        for path in (self.machine / "sent").iterdir():
+            message = email.message_from_bytes(path.read_bytes())
+            charset = message.get_content_charset("ascii")
+            body = message.get_payload(decode=True).decode(charset)
+            sent.setdefault(message["Subject"], []).append(body.replace("\r\n", "\n").rstrip("\n"))
+        return sent
+
+    def compare_mail(self, posted):
+        sent = self.sent_mail()
+        for token, article in self.articles.items():
+            bodies = sent.pop(token, [])
+            if len(bodies) != posted[token]:
+                raise Wrong("%s was mailed %d times and posted %d times" % (
+                    token, len(bodies), posted[token]))
+            wanted = "".join(article.pieces).replace("\r\n", "\n").rstrip("\n")
+            if bodies and bodies[0] != wanted:
+                raise Wrong("%s was not mailed as it was typed: %r" % (token, bodies[0]))
+        if sent:
+            raise Wrong("mail that nobody wrote: %s" % sorted(sent))
 
     def connect_until_empty(self, q):
         for _ in range(4):
@@ -350,8 +425,10 @@ class Profile:
     def compare(self):
         """Every article is there once."""
         bodies = self.server.bodies(self.group)
+        posted = {}
         for token, article in self.articles.items():
             found = [body for body in bodies if body.startswith(token.encode() + b"\r\n")]
+            posted[token] = len(found)
             if len(found) > 1:
                 raise Wrong("%s is there %d times" % (token, len(found)))
             if not found and article.must:
@@ -360,6 +437,8 @@ class Profile:
                 raise Wrong("%s is not what was typed: %r" % (token, found[0]))
         if len(bodies) > len(self.articles):
             raise Wrong("the server has articles that nobody wrote")
+        if self.mails:
+            self.compare_mail(posted)
 
     def run(self, kills):
         for number in range(1, kills + 1):
@@ -432,14 +511,14 @@ def work(tally, folder, seeds, make_server, groups):
     while (share := tally.take()) and tally.wrong < 20:
         seed, group = seeds.pop(), groups.pop()
         server = make_server()
-        profile = Profile(folder / str(seed), seed, server, group)
+        profile = Profile(folder / str(seed), seed, server, group, mails=seed % 2 == 1)
         try:
             made, fault = profile.run(share)
         finally:
             profile.close()
         tally.count(made, fault, seed, profile.folder)
         if not fault:
-            shutil.rmtree(profile.folder, ignore_errors=True)
+            profile.remove()
 
 
 def run_all(options, folder, make_server, groups):
@@ -447,7 +526,7 @@ def run_all(options, folder, make_server, groups):
     cut = Profile(folder / "cut", options.seed, make_server(), groups.pop())
     try:
         print("%d cuts of one dialogue" % cut.cut_everywhere(options.cut_every), flush=True)
-        shutil.rmtree(cut.folder, ignore_errors=True)
+        cut.remove()
     except (Wrong, quillet_script.Failed) as fault:
         tally.count(0, fault, options.seed, cut.folder)
     finally:
