@@ -36,6 +36,8 @@ FormList::FormList(QWidget* parent)
   header()->setSectionsMovable(false);
   header()->setStretchLastSection(false);
   header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  // Texts are measured by laying them out: of a long list only what is seen counts.
+  header()->setResizeContentsPrecision(100);
   connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
     if (told_.selected && SelectedRow() >= 0) told_.selected(SelectedRow());
   });
