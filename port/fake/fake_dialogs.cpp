@@ -319,15 +319,28 @@ std::uint32_t FakeDialogs::DefaultButton(const Dialog& dialog) const {
   return dialog.has_template ? 0 : kControlOk;
 }
 
+// Return ends a line in an edit of several; then it is no button's.
+bool FakeDialogs::EndLine(Dialog& dialog) {
+  auto& controls = dialog.values.controls;
+  const auto lines = std::ranges::find_if(controls, [](const ShownControl& one) {
+    return one.focused && one.kind == ControlKind::kMultiLineEdit && one.visible && one.enabled;
+  });
+  if (lines == controls.end()) return false;
+  InsertInto(controls, *lines, u"\r\n");
+  screen_.queues.Post({dialog.values.handle, MessageKind::kTextEdited, lines->id, 0, {}});
+  return true;
+}
+
 void FakeDialogs::PressDialogKey(WindowHandle dialog, std::uint32_t virtual_key,
                                  std::uint32_t modifiers) {
-  const Dialog* open = FindOpen(dialog);
+  Dialog* open = FindOpen(dialog);
   if (open == nullptr) return;
   const bool window = open->values.kind == DialogKind::kWindow;
+  const bool enter = virtual_key == kKeyReturn;
   std::uint32_t button = 0;
   if (modifiers == 0 && virtual_key == kKeyEscape) button = kControlCancel;
-  if (modifiers == 0 && virtual_key == kKeyReturn) button = DefaultButton(*open);
-  if (window && modifiers == kModifierControl && virtual_key == kKeyReturn) button = kControlOk;
+  if (modifiers == 0 && enter && !EndLine(*open)) button = DefaultButton(*open);
+  if (window && modifiers == kModifierControl && enter) button = kControlOk;
   if (button != 0) screen_.queues.Post({dialog, MessageKind::kCommand, button, 0, {}});
 }
 

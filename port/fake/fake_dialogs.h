@@ -152,6 +152,7 @@ class FakeDialogs : public Dialogs {
   void BringPageLocked(Dialog& sheet, int page);
   void Write(WindowHandle dialog, const ControlWrite& write);
   std::uint32_t DefaultButton(const Dialog& dialog) const;
+  bool EndLine(Dialog& dialog);
   void NoteProgressText(const Dialog& dialog, const ProgressText& text);
 
   FakeScreen& screen_;

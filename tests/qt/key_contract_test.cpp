@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "port/fake/fake_platform.h"
+#include "res/resource.h"
 #include "tests/qt/display_fixture.h"
 
 namespace quillet::qt {
@@ -245,6 +246,27 @@ TEST_P(KeyContract, EscapeInADialogIsCancelAndReturnItsDefaultButton) {
   Press(port::kKeyReturn);
   EXPECT_EQ(Take(), (Messages{{progress, MessageKind::kCommand, 2},
                               {progress, MessageKind::kKeyUp, port::kKeyReturn}}));
+}
+
+TEST_P(KeyContract, ReturnIsALineEndInAnEditorsWindowAndOkWithControl) {
+  port::Dialogs& dialogs = keyboard->Services().dialogs;
+  for (const std::uint32_t form : {kDialogPostMessage, kDialogSimplePost}) {
+    const WindowHandle window = dialogs.Create(form, 0, port::DialogKind::kWindow);
+    dialogs.Write(window, kControlArticleText, port::Focus{});
+    dialogs.Show(window);
+    TakeMessages(keyboard->Queues());
+    Press(port::kKeyReturn);
+    EXPECT_EQ(Take(), (Messages{{window, MessageKind::kKeyUp, port::kKeyReturn}}));
+    EXPECT_EQ(dialogs.Read(window, kControlArticleText).text, u"\r\n");
+    Press(port::kKeyReturn, port::kModifierControl);
+    Press(port::kKeyEscape);
+    EXPECT_EQ(Take(), (Messages{{window, MessageKind::kCommand, kControlOk},
+                                {window, MessageKind::kKeyUp, port::kKeyReturn},
+                                {window, MessageKind::kCommand, kControlCancel},
+                                {window, MessageKind::kKeyUp, port::kKeyEscape}}));
+    EXPECT_EQ(dialogs.Read(window, kControlArticleText).text, u"\r\n");
+    dialogs.Destroy(window);
+  }
 }
 
 // --- the group list ------------------------------------------------------------------------------
