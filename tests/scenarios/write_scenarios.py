@@ -1,5 +1,6 @@
 """Writing articles: both editors, what is checked, the draft, the queue, and life beside an editor."""
 
+import shutil
 import signal
 import time
 
@@ -378,6 +379,157 @@ class Queue(Writing):
             self.assertEqual(q.queue(), [])
             self.assertEqual(len(self.server.posted), 4)
         self.assertEqual(q.status, 0, q.failure())
+
+
+class Mail(Writing):
+    """With a home of its own, and stubs in place of mail programs."""
+
+    def machine(self, programs=(), accounts=(), contacts=""):
+        """The environment of a machine with these mail programs, accounts and one address book."""
+        home = self.profile.parent / (self.profile.name + " home")
+        shutil.rmtree(home, ignore_errors=True)
+        (home / "bin").mkdir(parents=True)
+        (home / ".contacts").mkdir()
+        (home / ".contacts" / "book.vcf").write_text(contacts)
+        for program in programs:
+            stub = home / "bin" / program
+            stub.write_text("#!/bin/sh\necho \"$@\" >> '%s/arguments'\ncat >> '%s/%s.sent'\n"
+                            % (home, home, program))
+            stub.chmod(0o755)
+        if accounts:
+            config = home / ".msmtprc"
+            config.write_text("".join("account %s\nhost mail.example\nfrom %s@x.example\n"
+                                      % (name, name) for name in accounts))
+            config.chmod(0o600)
+        self.home = home
+        return {"HOME": str(home), "XDG_CONFIG_HOME": str(home / ".config"),
+                "XDG_DATA_HOME": str(home / ".local/share"), "XDG_DATA_DIRS": str(home / "none"),
+                "XDG_CONFIG_DIRS": str(home / "none"), "PATH": "%s/bin:/usr/bin:/bin" % home}
+
+    def sent(self, program):
+        path = self.home / (program + ".sent")
+        return path.read_text() if path.exists() else ""
+
+    def forward_to(self, q, recipients, body="See below.\r\n"):
+        """Writes a forward of dora's article and presses OK, without waiting."""
+        q.do("tab thread")
+        q.open_node("<dora@x>")
+        q.command(FORWARD)
+        q.do("expect-menu " + quillet_script.quoted("&Readdress email"))
+        q.do("press %d" % ROUTE)
+        q.wait_dialog(READDRESS)
+        q.set(1073, recipients)
+        q.press(OK)
+        q.type(TEXT, body, "end")
+        q.do("press %d" % OK)
+
+    def test_a_forward_leaves_by_the_only_mail_program(self):
+        with self.full(env=self.machine(["sendmail"])) as q:
+            self.forward_to(q, "ann@y.example")
+            q.do("wait")
+            self.assertEqual(q.outbox(), [])
+            self.assertEqual(q.queue(), [])
+            self.assert_silent(q)
+        self.assert_fine(q)
+        mail = self.sent("sendmail")
+        for part in ("To: ann@y.example\n", "Subject: Re: Other\n", "See below.\n",
+                     "X-Newsreader: Quillet CE 1.14r3\n", "> > quoted\n"):
+            self.assertIn(part, mail.replace("\r\n", "\n"))
+        self.assertNotIn("Newsgroups:", mail)
+
+    def test_without_a_mail_program_it_waits_with_a_warning(self):
+        with self.full(env=self.machine()) as q:
+            self.forward_to(q, "ann@y.example")
+            q.do("wait")
+            self.assertTrue(q.boxes()[0][1].startswith(
+                "Quillet CE cannot find any user-defined email transports"), q.boxes())
+            mails = q.outbox()
+            self.assertEqual([(mail["service"], mail["to"], mail["subject"]) for mail in mails],
+                             [("Internet Mail", "ann@y.example", "Re: Other")])
+            self.assertIn("See below.", mails[0]["message"])
+            self.assertNotEqual(mails[0]["reason"], "")
+
+    def test_the_transport_is_asked_for_until_always_is_ticked(self):
+        with self.full(env=self.machine(["msmtp"], accounts=["home", "work"])) as q:
+            self.forward_to(q, "ann@y.example")
+            q.wait_dialog(130)
+            dialog = q.dialog()
+            choice = [one for one in dialog["controls"].values() if one["kind"] == "choice"][0]
+            box = [one for one in dialog["controls"].values() if one["kind"] == "check"][0]
+            self.assertEqual(len(choice["choices"]), 2, choice)
+            self.assertEqual(choice["choice"], 0)
+            work = [name for name in choice["choices"] if "work" in name][0]
+            q.choose(choice["id"], work)
+            q.do("tick %d" % box["id"])
+            q.press(OK)
+            self.assertEqual(q.outbox(), [])
+            self.forward_to(q, "bob@y.example")
+            q.do("wait")
+            self.assertEqual(len({one["handle"] for one in q.of("dialog") if one["form"] == 130}), 1)
+            self.assertEqual(q.outbox(), [])
+        self.assert_fine(q)
+        self.assertEqual(self.sent("msmtp").count("From: work@x.example"), 2)
+
+    def test_recipients_are_found_and_ticked_in_the_contacts(self):
+        book = "".join("BEGIN:VCARD\r\nVERSION:3.0\r\nN:%s;%s;;;\r\nFN:x\r\nEMAIL:%s\r\n"
+                       "END:VCARD\r\n" % entry for entry in (
+                           ("Zola", "Ann", "ann@y.example"), ("Abel", "Bob", "bob@y.example"),
+                           ("Marsh", "Carl", "carl@y.example")))
+        with self.full(env=self.machine(contacts=book)) as q:
+            q.open_node("<dora@x>")
+            q.command(FORWARD)
+            q.do("expect-menu " + quillet_script.quoted("&Readdress email"))
+            q.do("press %d" % ROUTE)
+            q.wait_dialog(READDRESS)
+            q.do("press 1074")
+            q.wait_dialog(RECIPIENTS)
+            self.assertEqual([row["texts"] for row in q.control(1072)["rows"]], [
+                ["Abel, Bob", "bob@y.example"], ["Marsh, Carl", "carl@y.example"],
+                ["Zola, Ann", "ann@y.example"]])
+            q.do('tick-row 1072 "Abel, Bob"')
+            q.set(1071, "zol")
+            q.do("wait")
+            self.assertEqual([row["texts"][0] for row in q.control(1072)["rows"]], ["Zola, Ann"])
+            q.do('tick-row 1072 "Zola, Ann"')
+            q.press(OK)
+            self.assertEqual(q.text_of(1073), "bob@y.example, ann@y.example")
+            q.press(OK)
+            self.close_editor(q)
+        self.assert_fine(q)
+
+    def test_mail_wants_a_subject_and_a_separator_and_no_more(self):
+        with self.full(env=self.machine(["sendmail"])) as q:
+            q.open_node("<dora@x>")
+            q.command(FORWARD)
+            for text, complaint in (
+                    ("From: x\r\n" + SEPARATOR + "b",
+                     "The 'Subject:' header could not be found."),
+                    ("Subject: s\r\nb", "The '--- Begin body here ---' line is missing.")):
+                q.set(TEXT, text)
+                q.press(OK)
+                self.assertEqual(q.boxes()[-1], ("Quillet: header error", complaint, "ok"))
+                self.assertEqual(q.text_of(TEXT), text)
+            q.set(TEXT, "Subject: s\r\n" + SEPARATOR + "b")
+            q.press(OK)
+            self.assertEqual(q.of("dialog-closed")[-1]["form"], FULL)
+        self.assert_fine(q)
+        self.assertEqual(self.sent("sendmail").count("Subject: s"), 1)
+
+    def test_the_simple_editor_mails_and_posts_and_remembers(self):
+        with self.simple(env=self.machine(["sendmail"])) as q:
+            q.open_node("<ann@x>")
+            q.command(REPLY)
+            q.choose(FIELD, EMAIL_FIELD)
+            q.set(VALUE, "ann@x.example")
+            q.press(OK)
+            self.assertEqual([post["subject"] for post in q.queue()], ["Re: Hello"])
+            self.assertEqual(q.outbox(), [])
+            q.command(REPLY)
+            q.choose(FIELD, EMAIL_FIELD)
+            self.assertEqual(q.control(VALUE)["choices"], ["ann@x.example"])
+            q.press(CANCEL)
+        self.assert_fine(q)
+        self.assertIn("> Text of ann.", self.sent("sendmail"))
 
 
 class BesideAnEditor(Writing):
