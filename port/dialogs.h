@@ -112,11 +112,11 @@ struct TimeOfDay {
   bool operator==(const TimeOfDay&) const = default;
 };
 
-// Of a multi-line edit, as that of a list or pane: a face, empty for the default, and a size index
-// from 1 to 8.
+// Of a multi-line edit, as an article is shown in it: a face, empty for the default, and a size
+// index from 1 to 8, of which 2 is the display's usual size.
 struct FontChoice {
   std::u16string face;
-  int size_index = 4;
+  int size_index = 2;
   bool operator==(const FontChoice&) const = default;
 };
 

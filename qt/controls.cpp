@@ -125,7 +125,7 @@ void Set(QWidget& control, const port::FontChoice& value) {
   auto* lines = qobject_cast<QPlainTextEdit*>(&control);
   if (lines == nullptr) return;
   const QSignalBlocker quiet(lines);
-  const QFont font = FontFor(value.face, value.size_index, QApplication::font());
+  const QFont font = ArticleFontFor(value.face, value.size_index, QApplication::font());
   lines->setFont(font);
   lines->setTabStopDistance(kTabColumns * QFontMetricsF(font).horizontalAdvance(QLatin1Char(' ')));
 }

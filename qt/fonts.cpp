@@ -13,6 +13,19 @@ namespace {
 // tiny, very small, small, medium, large, very large, huge, enormous.
 constexpr std::array<double, 8> kSizeFactors{0.7, 0.8, 0.9, 1.0, 1.2, 1.45, 1.75, 2.1};
 
+// Sizes of the mark-up that an article is shown in, where 2 is the application's font.
+constexpr std::array<double, 8> kArticleFactors{0.875, 1.0, 1.25, 1.5, 1.875, 2.5, 3.0, 3.0};
+
+QFont Sized(std::u16string_view face, int size_index, const std::array<double, 8>& factors,
+            const QFont& base) {
+  QFont font = WithFace(face, base);
+  const int last = static_cast<int>(factors.size());
+  const auto index = static_cast<std::size_t>(std::clamp(size_index, 1, last) - 1);
+  // A base font may be sized in pixels; QFontInfo knows its points in either case.
+  font.setPointSizeF(QFontInfo(base).pointSizeF() * factors[index]);
+  return font;
+}
+
 }  // namespace
 
 QFont WithFace(std::u16string_view face, const QFont& base) {
@@ -23,12 +36,11 @@ QFont WithFace(std::u16string_view face, const QFont& base) {
 }
 
 QFont FontFor(std::u16string_view face, int size_index, const QFont& base) {
-  QFont font = WithFace(face, base);
-  const int last = static_cast<int>(kSizeFactors.size());
-  const auto index = static_cast<std::size_t>(std::clamp(size_index, 1, last) - 1);
-  // A base font may be sized in pixels; QFontInfo knows its points in either case.
-  font.setPointSizeF(QFontInfo(base).pointSizeF() * kSizeFactors[index]);
-  return font;
+  return Sized(face, size_index, kSizeFactors, base);
+}
+
+QFont ArticleFontFor(std::u16string_view face, int size_index, const QFont& base) {
+  return Sized(face, size_index, kArticleFactors, base);
 }
 
 }  // namespace quillet::qt

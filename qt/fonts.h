@@ -12,5 +12,7 @@ QFont WithFace(std::u16string_view face, const QFont& base);
 // `size_index` runs from 1 (tiny) over 4 (medium, the size of `base`) to 8 (enormous); others are
 // brought into that range. An empty or unknown face, or "<default>", is the face of `base`.
 QFont FontFor(std::u16string_view face, int size_index, const QFont& base);
+// The same for the text of articles, as their viewer shows it: 2 is the size of `base`.
+QFont ArticleFontFor(std::u16string_view face, int size_index, const QFont& base);
 
 }  // namespace quillet::qt

@@ -28,7 +28,7 @@ class EditorTest : public DisplayTest {
   void Show(std::uint32_t form, std::u16string text = {}) {
     window = device->dialogs().Create(form, 0, port::DialogKind::kWindow);
     device->dialogs().WriteMany(window, {{kControlArticleText, port::Text{std::move(text)}},
-                                         {kControlArticleText, port::FontChoice{u"Monospace", 4}},
+                                         {kControlArticleText, port::FontChoice{u"Monospace", 2}},
                                          {kControlArticleText, port::Focus{}}});
     device->dialogs().Show(window);
     OnDisplay([&] {

@@ -340,6 +340,11 @@ TEST_F(ListTest, SizesOutOfRangeAreBroughtIntoItForDisplay) {
     EXPECT_EQ(FontFor(u"", -7, base), FontFor(u"", 1, base));
     EXPECT_EQ(FontFor(u"", 99, base), FontFor(u"", 8, base));
     EXPECT_DOUBLE_EQ(FontFor(u"", 4, base).pointSizeF(), QFontInfo(base).pointSizeF());
+    EXPECT_DOUBLE_EQ(ArticleFontFor(u"", 2, base).pointSizeF(), QFontInfo(base).pointSizeF());
+    EXPECT_DOUBLE_EQ(ArticleFontFor(u"", 3, base).pointSizeF(),
+                     QFontInfo(base).pointSizeF() * 1.25);
+    EXPECT_EQ(ArticleFontFor(u"", 0, base), ArticleFontFor(u"", 1, base));
+    EXPECT_EQ(ArticleFontFor(u"", 99, base), ArticleFontFor(u"", 8, base));
     EXPECT_EQ(FontFor(u"DejaVu Serif", 4, base).family(), QStringLiteral("DejaVu Serif"));
     EXPECT_EQ(FontFor(u"No Such Face", 4, base).family(), base.family());
     EXPECT_EQ(FontFor(u"<default>", 4, base).family(), base.family());
