@@ -42,7 +42,8 @@
 namespace quillet {
 namespace {
 
-constexpr double kWireTarget = 0.8, kCopyTarget = 10;
+// A text that is broken or split in every line is no copy of itself any more.
+constexpr double kWireTarget = 0.8, kCopyTarget = 10, kRewrittenTarget = 20;
 constexpr port::Ipv4Address kLoopback = {127, 0, 0, 1};
 
 // --- the server ---
@@ -221,7 +222,7 @@ bool MeasureWire(unsigned posts, unsigned rounds, std::uint16_t port) {
 
 // --- one large text ---
 
-bool MeasureText(const char* name, const std::string& body, unsigned rounds) {
+bool MeasureText(const char* name, const std::string& body, unsigned rounds, double target) {
   constexpr std::string_view kHeader = "From: writer@example.org\r\nNewsgroups: bench.post\r\n";
   std::vector<double> copy, text;
   for (unsigned i = 0; i < 20 * rounds; ++i) {
@@ -233,8 +234,8 @@ bool MeasureText(const char* name, const std::string& body, unsigned rounds) {
   }
   const double ratio = Median(text) / Median(copy);
   std::printf("text of %zu bytes, %s: copy %.3f ms, built %.3f ms: ratio %.1f (target %.0f)\n",
-              body.size(), name, Median(copy), Median(text), ratio, kCopyTarget);
-  return ratio <= kCopyTarget;
+              body.size(), name, Median(copy), Median(text), ratio, target);
+  return ratio <= target;
 }
 
 std::string Repeated(std::string_view unit, std::size_t size) {
@@ -246,11 +247,14 @@ std::string Repeated(std::string_view unit, std::size_t size) {
 bool MeasureTexts(unsigned rounds) {
   constexpr std::size_t kSize = 1 << 20;
   const std::string line(71, 'x');
-  bool good = MeasureText("lines of 73", Repeated(line + "\r\n", kSize), rounds);
-  good = MeasureText("quoted words", Repeated("> " + Words(70) + "\r\n", kSize), rounds) && good;
-  good = MeasureText("one paragraph", Repeated("some words ", kSize), rounds) && good;
+  bool good = MeasureText("lines of 73", Repeated(line + "\r\n", kSize), rounds, kCopyTarget);
+  good = MeasureText("quoted words", Repeated("> " + Words(70) + "\r\n", kSize), rounds,
+                     kCopyTarget) &&
+         good;
+  good = MeasureText("one paragraph", Repeated("some words ", kSize), rounds, kRewrittenTarget) &&
+         good;
   good = MeasureText("lines of 1,000 without a blank",
-                     Repeated(std::string(1000, 'x') + "\r\n", kSize), rounds) &&
+                     Repeated(std::string(1000, 'x') + "\r\n", kSize), rounds, kRewrittenTarget) &&
          good;
   return good;
 }

@@ -1,4 +1,5 @@
-// Queued posts: article records of their own database, with `read` as the posting run's mark.
+// Queued posts: article records of their own database, with `read` as the mark of those that a
+// server has refused.
 //
 // Keys that are strings include their terminating NUL. Program thread only.
 #pragma once

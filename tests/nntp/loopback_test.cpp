@@ -5,7 +5,9 @@
 #include <thread>
 
 #include "nntp/connection.h"
+#include "nntp/post_text.h"
 #include "port/linux/linux_sockets.h"
+#include "store/pending_posts.h"
 #include "tests/nntp/loopback_news.h"
 #include "tests/nntp/nntp_fixture.h"
 
@@ -154,6 +156,74 @@ TEST_F(AbortTest, ServerThatFallsSilentInABody) {
     EXPECT_EQ(FetchArticle("<a@x>"), nullptr);
     EXPECT_EQ(SavedProgress(), (std::vector<std::uint32_t>{0, 0}));
     ChooseGroups({0});
+  }
+}
+
+void Queue(const std::string& key, const std::string& body) {
+  AsciiArticle post;
+  post.messageId = key;
+  post.headers = "Newsgroups: a.b\r\n";
+  post.body = body;
+  ASSERT_TRUE(StoreAsciiGDBMPost(post));
+}
+
+// The server takes the beginning of a text that is larger than all buffers on the way.
+TEST_F(AbortTest, ServerThatStopsTakingAPost) {
+  constexpr std::string_view kBeginning = "Newsgroups: a.b\r\n";
+  for (const bool session_ends : {false, true}) {
+    std::atomic<bool> in_text{false}, asked{false}, gone{false};
+    std::string rest;  // read here when `gone`
+    Queue("1", std::string(20'000'000, 'x'));
+    const port::LoopbackServer server([&](int client) {
+      port::SendAll(client, "200 ready\r\n");
+      EXPECT_EQ(port::ReceiveExactly(client, 6), "POST\r\n");
+      port::SendAll(client, "340 send it\r\n");
+      EXPECT_EQ(port::ReceiveExactly(client, kBeginning.size()), kBeginning);
+      in_text = true;
+      while (!asked) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      rest = port::ReceiveExactly(client, 30'000'000);
+      gone = true;
+    });
+    std::thread asking([&] {
+      while (!in_text) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+      session_ends ? BeginSessionEnd() : RequestAbort();
+    });
+    Run(server.port());
+    asking.join();
+    asked = true;
+    for (int i = 0; i < 1000 && !gone; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_TRUE(gone);
+    // Some more of it, and then the end of the connection: no end of the text, no command behind.
+    EXPECT_LT(rest.size(), 20'000'000U);
+    EXPECT_EQ(rest.find_first_not_of("x\r\n", rest.find("\r\n\r\n")), std::string::npos);
+    EXPECT_EQ(ErrorLog(), u"");
+    EXPECT_EQ(CountPendingPosts(), 1U);
+    EXPECT_EQ(FetchPendingPost("1")->read, 0U);
+  }
+}
+
+TEST_F(LoopbackTest, PostsOfEverySizeArriveWhole) {
+  ChooseGroups({});
+  NewsModel model;
+  std::vector<std::string> bodies = {"", ".\r\n", "one\r\n"};
+  std::string large;
+  while (large.size() < 2'000'000) large += "> a line of " + std::to_string(large.size()) + "\r\n";
+  bodies.push_back(large);
+  for (std::size_t i = 0; i < bodies.size(); ++i) Queue(std::to_string(i), bodies[i]);
+  {
+    const ModelServer server(model);
+    Run(server.port());
+  }
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_EQ(CountPendingPosts(), 0U);
+  ASSERT_EQ(model.posts.size(), bodies.size());
+  for (const ModelPost& post : model.posts) {
+    const std::string& body = bodies[static_cast<std::size_t>(post.id[1] - '0')];
+    EXPECT_EQ(post.text + ".\r\n",
+              BuildPostText("Newsgroups: a.b\r\n", body, "Message-ID: " + post.id));
   }
 }
 
