@@ -147,7 +147,12 @@ HandOverResult LinuxMailStore::TryToSend(const OutboxEntry& entry, const OutboxI
   if (!message) return {HandOverEnd::kFailed, "its file in the outbox cannot be read"};
   MailSummary mail = ReadMail(*message);
   if (!info.subject.empty()) mail.subject = info.subject;  // as it was before it was encoded
-  if (mail.recipients.empty()) return {HandOverEnd::kFailed, "it has no recipient"};
+  const bool no_text = info.to.find_first_not_of(" ,;") == info.to.npos;
+  if (mail.recipients.empty() && no_text) return {HandOverEnd::kFailed, "it has no recipient"};
+  // Better to none of them than to some: nobody would notice.
+  if (mail.recipients.empty() || CountAddressSigns(info.to) > mail.to_count) {
+    return {HandOverEnd::kFailed, "its recipients '" + info.to + "' cannot be read"};
+  }
   const MailProgram* program = ProgramOf(programs, info.service);
   if (program == nullptr) {
     return {HandOverEnd::kFailed,

@@ -41,6 +41,40 @@ std::string TextOf(const char* text) {
   return text == nullptr ? std::string() : std::string(text);
 }
 
+// Calls with each character that stands outside quotes and comments, by its place.
+template <class Visit>
+void VisitPlain(std::string_view text, const Visit& visit) {
+  bool quoted = false;
+  int comments = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '\\' && (quoted || comments > 0)) {
+      ++i;
+    } else if (c == '"' && comments == 0) {
+      quoted = !quoted;
+    } else if (!quoted && c == '(') {
+      ++comments;
+    } else if (!quoted && comments > 0 && c == ')') {
+      --comments;
+    } else if (!quoted && comments == 0) {
+      visit(i, c);
+    }
+  }
+}
+
+// Many write semicolons between addresses. They end a list of a named group, which has a colon, and
+// would be the end of all addresses here.
+std::string WithCommas(std::string_view text) {
+  std::string commas(text);
+  bool group = false;
+  VisitPlain(text, [&](std::size_t at, char c) {
+    group = group || c == ':';
+    if (c == ';' && !group) commas[at] = ',';
+    if (c == ';') group = false;
+  });
+  return commas;
+}
+
 Owned<InternetAddressList> ParseAddresses(const std::string& text) {
   return Owned<InternetAddressList>(
       text.empty() ? nullptr : internet_address_list_parse(nullptr, text.c_str()));
@@ -145,7 +179,7 @@ Owned<GMimeObject> TextPart(std::string_view body) {
 }
 
 bool AddAddresses(GMimeMessage* message, GMimeAddressType type, const std::string& text) {
-  const Owned<InternetAddressList> list = ParseAddresses(text);
+  const Owned<InternetAddressList> list = ParseAddresses(WithCommas(text));
   if (!list || internet_address_list_length(list.get()) == 0) return false;
   std::vector<InternetAddressMailbox*> mailboxes;
   CollectMailboxes(list.get(), mailboxes);
@@ -225,6 +259,9 @@ MailSummary ReadMail(std::string_view text) {
   if (!message) return summary;
   InternetAddressList* to = g_mime_message_get_addresses(message.get(), GMIME_ADDRESS_TYPE_TO);
   summary.to = BareAddresses(to);
+  std::vector<InternetAddressMailbox*> mailboxes;
+  CollectMailboxes(to, mailboxes);
+  summary.to_count = mailboxes.size();
   const Owned<InternetAddressList> all(g_mime_message_get_all_recipients(message.get()));
   summary.recipients = BareAddresses(all.get());
   const std::vector<std::string> from =
@@ -235,6 +272,12 @@ MailSummary ReadMail(std::string_view text) {
   summary.subject = TextOf(g_mime_message_get_subject(message.get()));
   summary.body = DecodedBody(message.get());
   return summary;
+}
+
+std::size_t CountAddressSigns(std::string_view recipients) {
+  std::size_t count = 0;
+  VisitPlain(recipients, [&](std::size_t, char c) { count += c == '@' ? 1 : 0; });
+  return count;
 }
 
 }  // namespace quillet::port

@@ -3,6 +3,7 @@
 // end of its lines. Program thread only.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,11 +28,15 @@ std::string ComposeMail(const MailParts& parts);
 struct MailSummary {
   std::vector<std::string> recipients;  // bare addresses of To and Cc, each once
   std::vector<std::string> to;          // likewise of To alone
+  std::size_t to_count = 0;             // in To, also those that stand there again
   std::string from;                     // the bare address; empty without one
   std::string shown_to;                 // the fields as a reader sees them
   std::string subject;
   std::string body;  // decoded, lines end with LF
 };
 MailSummary ReadMail(std::string_view message);
+
+// How many addresses a text of recipients seems to hold, by its "@" outside quotes and comments.
+std::size_t CountAddressSigns(std::string_view recipients);
 
 }  // namespace quillet::port

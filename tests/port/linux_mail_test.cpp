@@ -149,6 +149,17 @@ TEST(MailText, RecipientsAreTheBareAddressesOfToAndCcEachOnce) {
   EXPECT_THAT(mail.to, ElementsAre("ann@example.com", "bob@example.com"));
 }
 
+TEST(MailText, SemicolonsMaySeparateAddressesOutsideGroups) {
+  MailParts parts = Parts("x");
+  parts.fields[0].second =
+      "ann@example.com; \"a;b\" <bob@example.com>;team: c@x, d@x; e@x (f;g@x); \"h@x\" <i@x>";
+  const MailSummary mail = ReadMail(ComposeMail(parts));
+  EXPECT_THAT(mail.recipients,
+              ElementsAre("ann@example.com", "bob@example.com", "c@x", "d@x", "e@x", "i@x"));
+  EXPECT_EQ(mail.to_count, 6U);
+  EXPECT_EQ(CountAddressSigns(parts.fields[0].second), 6U);
+}
+
 TEST(MailText, WithoutRecipientsThereAreNone) {
   MailParts parts = Parts("x");
   for (const char* to : {"", " ", ",", ";", "<>"}) {
@@ -409,6 +420,30 @@ TEST_F(MailPrograms, WithoutARecipientItStaysAndSaysWhy) {
   EXPECT_EQ(left[0].reason, u"it has no recipient");
   EXPECT_FALSE(left[0].held);
   EXPECT_EQ(machine.Count("sendmail"), 0U);
+}
+
+TEST_F(MailPrograms, RecipientsOfWhichSomeCannotBeReadGetNothing) {
+  machine.AddStub("sendmail");
+  TestMail mail;
+  mail.to = u"Ann Doe ann@example.com";
+  ASSERT_TRUE(PutMail(store, mail));
+  store.HandOver();
+  EXPECT_EQ(Reason(), "its recipients 'Ann Doe ann@example.com' cannot be read");
+  mail.id = u"m-2";
+  mail.to = u"<@bad,@route:ann@example.com>, bob@example.com";
+  ASSERT_TRUE(PutMail(store, mail));
+  EXPECT_EQ(store.HandOver().size(), 2U);
+  EXPECT_EQ(machine.Count("sendmail"), 0U);
+}
+
+TEST_F(MailPrograms, ARecipientThatStandsThereTwiceGetsItOnce) {
+  machine.AddStub("sendmail");
+  TestMail mail;
+  mail.to = u"ann@example.com, Ann <ann@example.com>; bob@example.com";
+  ASSERT_TRUE(PutMail(store, mail));
+  EXPECT_THAT(store.HandOver(), IsEmpty());
+  EXPECT_EQ(machine.Arguments("sendmail"),
+            "-i\n-f\nme@example.org\n--\nann@example.com\nbob@example.com\n");
 }
 
 TEST_F(MailPrograms, AnAccountThatIsGoneKeepsItsMail) {
