@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <tuple>
@@ -35,15 +36,24 @@ bool SyncFolder(const std::string& folder) {
   return fd.valid() && fsync(fd.get()) == 0;
 }
 
+int RemoveAfter(const std::string& file, int error) {
+  unlink(file.c_str());
+  return error == 0 ? EIO : error;
+}
+
 // 0, or the error's number; nothing is left then.
 int WriteSynced(const std::string& file, std::string_view data) {
   unlink(file.c_str());
   FileDescriptor fd(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!fd.valid()) return errno;
-  if (WriteAll(fd.get(), data) && fsync(fd.get()) == 0 && fd.Close()) return 0;
-  const int error = errno;
-  unlink(file.c_str());
-  return error == 0 ? EIO : error;
+  if (!WriteAll(fd.get(), data)) return RemoveAfter(file, errno);
+  // The system's own time of a write is that of its last tick; the order of two messages is finer.
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  const std::array<timespec, 2> times = {now, now};
+  futimens(fd.get(), times.data());
+  if (fsync(fd.get()) != 0 || !fd.Close()) return RemoveAfter(file, errno);
+  return 0;
 }
 
 // Renames and syncs the target's folder. 0, or the error's number.

@@ -72,12 +72,14 @@ TYPED_TEST(MailStoreContract, TheSecondMessageOfAnIdIsTheFirst) {
 
 TYPED_TEST(MailStoreContract, TheOldestIsTheFirst) {
   ASSERT_TRUE(this->store.Open());
-  ASSERT_TRUE(this->Put(u"z"));
-  ASSERT_TRUE(this->Put(u"a"));
-  ASSERT_TRUE(this->Put(u"m"));
-  const auto waiting = this->store.Waiting();
-  ASSERT_EQ(waiting.size(), 3U);
-  EXPECT_EQ(waiting[0].id + waiting[1].id + waiting[2].id, u"zam");
+  std::u16string order;
+  for (char16_t id = u'z'; id >= u'a'; --id) {
+    ASSERT_TRUE(this->Put(std::u16string(1, id)));
+    order += id;
+  }
+  std::u16string seen;
+  for (const WaitingMail& mail : this->store.Waiting()) seen += mail.id;
+  EXPECT_EQ(seen, order);
 }
 
 TYPED_TEST(MailStoreContract, PuttingWithoutAnOpenStoreFails) {
