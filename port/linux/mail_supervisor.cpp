@@ -14,6 +14,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "port/linux/native_files.h"
+
 namespace quillet::port {
 namespace {
 
@@ -55,7 +57,7 @@ void CloseAllBut(std::array<int, 8> kept) {
 
 bool MoveSynced(const char* from, const char* to, int to_folder, int from_folder) {
   if (rename(from, to) != 0) return false;
-  if (fsync(to_folder) == 0 && fsync(from_folder) == 0) return true;
+  if (Sync(to_folder) && Sync(from_folder)) return true;
   const int error = errno;
   rename(to, from);
   errno = error;
@@ -162,8 +164,8 @@ void MoveOn(const MailPlan& plan, bool sent, MailReport& report) {
     // Not synced is still sent: a power cut brings the file back under way, never to where it
     // waits.
     if (rename(plan.under_way, plan.sent) != 0) return;
-    fsync(plan.sent_folder);
-    fsync(plan.under_way_folder);
+    Sync(plan.sent_folder);
+    Sync(plan.under_way_folder);
     report.outcome = MailOutcome::kSent;
   } else if (CertainlyNotSent(plan, report) &&
              MoveSynced(plan.under_way, plan.waiting, plan.waiting_folder, plan.under_way_folder)) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -29,6 +30,10 @@ std::optional<std::string> ReadBoundedFile(const std::string& path, std::uint64_
   std::string data(static_cast<std::size_t>(status.st_size), '\0');
   if (!ReadAllAt(fd.get(), 0, data)) return std::nullopt;
   return data;
+}
+
+bool Sync(int fd) {
+  return fsync(fd) == 0 || errno == EINVAL || errno == ENOTSUP || errno == ENOSYS;
 }
 
 bool ReplaceTextFile(const std::string& path, std::string_view text) {

@@ -20,6 +20,10 @@ std::optional<std::string> ReadBoundedFile(const std::string& path, std::uint64_
 // nobody could write to it.
 std::string SqliteUri(const std::string& path, bool immutable);
 
+// Brings a file or folder to the disk; true also where the file system does not offer that.
+// Async-signal-safe.
+bool Sync(int fd);
+
 // Replaces a small text file; it is complete or unchanged.
 bool ReplaceTextFile(const std::string& path, std::string_view text);
 

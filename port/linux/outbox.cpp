@@ -33,7 +33,7 @@ struct CloseFolder {
 
 bool SyncFolder(const std::string& folder) {
   const FileDescriptor fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return fd.valid() && fsync(fd.get()) == 0;
+  return fd.valid() && Sync(fd.get());
 }
 
 int RemoveAfter(const std::string& file, int error) {
@@ -52,7 +52,7 @@ int WriteSynced(const std::string& file, std::string_view data) {
   clock_gettime(CLOCK_REALTIME, &now);
   const std::array<timespec, 2> times = {now, now};
   futimens(fd.get(), times.data());
-  if (fsync(fd.get()) != 0 || !fd.Close()) return RemoveAfter(file, errno);
+  if (!Sync(fd.get()) || !fd.Close()) return RemoveAfter(file, errno);
   return 0;
 }
 
