@@ -112,7 +112,10 @@ std::vector<WaitingMail> LinuxMailStore::HandOver() {
   const std::uint32_t before = interrupts_();
   const auto interrupted = [&] { return interrupts_() != before; };
   const std::vector<MailProgram> programs = FindMailPrograms();
-  for (const OutboxEntry& entry : outbox_.Entries()) {
+  const std::vector<OutboxEntry> entries = outbox_.Entries();
+  // The user may have cleared the sent messages away with their folder.
+  if (!entries.empty()) Note(outbox_.Prepare());
+  for (const OutboxEntry& entry : entries) {
     if (interrupted()) break;
     if (entry.state == OutboxState::kWaiting) HandOverOne(entry, programs, interrupted);
   }

@@ -687,6 +687,17 @@ TEST_F(MailPrograms, IdsThatAreNoNamesAreRefused) {
   }
 }
 
+TEST_F(MailPrograms, FoldersThatWereClearedAwayAreMadeAnew) {
+  machine.AddStub("sendmail");
+  ASSERT_TRUE(PutMail(store, {}));
+  std::filesystem::remove_all(Data("sent"));
+  std::filesystem::remove_all(Data("outbox/cur"));
+  std::filesystem::remove_all(Data("outbox/info"));
+  EXPECT_THAT(store.HandOver(), IsEmpty());
+  EXPECT_EQ(machine.Count("sendmail"), 1U);
+  EXPECT_THAT(NamesIn(Data("sent/cur")), ElementsAre("m-1:2,S"));
+}
+
 TEST_F(MailPrograms, StrangeFilesInTheOutboxDoNoHarm) {
   machine.AddStub("sendmail");
   ASSERT_TRUE(PutMail(store, {}));
