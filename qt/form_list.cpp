@@ -9,6 +9,7 @@
 #include <QSignalBlocker>
 #include <QToolTip>
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "qt/icons.h"
@@ -35,9 +36,7 @@ FormList::FormList(QWidget* parent)
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   header()->setSectionsMovable(false);
   header()->setStretchLastSection(false);
-  header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-  // Texts are measured by laying them out: of a long list only what is seen counts.
-  header()->setResizeContentsPrecision(100);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
     if (told_.selected && SelectedRow() >= 0) told_.selected(SelectedRow());
   });
@@ -83,8 +82,35 @@ void FormList::Fill(const std::vector<port::Row>& rows) {
   QList<QTreeWidgetItem*> items;
   for (const port::Row& row : rows) items.append(NewItem(row));
   addTopLevelItems(items);
-  // The long texts are in the first column; the others show theirs whole.
+  wanted_.clear();
+  for (int column = 1; column < columnCount(); ++column) {
+    wanted_.push_back(std::max(sizeHintForColumn(column), header()->sectionSizeHint(column)));
+  }
+  FitColumns();
+}
+
+// The long texts are in the first column. The others show theirs whole as far as half of the list
+// has room for them.
+void FormList::FitColumns() {
+  if (wanted_.empty()) return;
+  const int all = std::accumulate(wanted_.begin(), wanted_.end(), 0);
+  const int room = viewport()->width() / 2;
+  for (std::size_t i = 0; i < wanted_.size(); ++i) {
+    const int width = all <= room ? wanted_[i] : wanted_[i] * room / std::max(all, 1);
+    header()->resizeSection(static_cast<int>(i) + 1, width);
+  }
+}
+
+void FormList::resizeEvent(QResizeEvent* event) {
+  QTreeWidget::resizeEvent(event);
+  FitColumns();
+}
+
+void FormList::showEvent(QShowEvent* event) {
+  QTreeWidget::showEvent(event);
+  header()->setSectionResizeMode(QHeaderView::Fixed);
   header()->setSectionResizeMode(0, QHeaderView::Stretch);
+  FitColumns();
 }
 
 void FormList::SelectRow(int row) {

@@ -38,6 +38,8 @@ class FormList final : public QTreeWidget {
  protected:
   bool viewportEvent(QEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
@@ -48,17 +50,19 @@ class FormList final : public QTreeWidget {
   bool HasBoxes() const { return property("checkBoxes").toBool(); }
   QTreeWidgetItem* NewItem(const port::Row& row) const;
   int RowAt(const QMouseEvent& event) const;
+  void FitColumns();
   void Toggle(int row);
   void Tapped(int row);
   void DoubleTapped(int row);
   void AskMenu(QTreeWidgetItem& item, const MenuPlace& where);
 
   Told told_;
-  bool down_ = false;    // a press was seen, its release not yet
-  int pressed_ = -1;     // the row under the button or finger that is down
-  bool opens_ = false;   // that row is the one that was tapped before
-  int tapped_ = -1;      // the row that was tapped last
-  bool opened_ = false;  // by the tap before a double click
+  std::vector<int> wanted_;  // the widths of all columns but the first
+  bool down_ = false;        // a press was seen, its release not yet
+  int pressed_ = -1;         // the row under the button or finger that is down
+  bool opens_ = false;       // that row is the one that was tapped before
+  int tapped_ = -1;          // the row that was tapped last
+  bool opened_ = false;      // by the tap before a double click
   FingerHold hold_;
 };
 

@@ -6,12 +6,15 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QInputMethodEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QStyleHints>
 #include <QTextBlock>
+#include <QTreeWidget>
 
 #include "qt/edit_lines.h"
 #include "qt/forms.h"
@@ -445,8 +448,32 @@ TEST_F(SmallScreenEditor, DialogsOfPostsAndMailAreInsideAndWhole) {
     window = device->dialogs().Create(form, 0, port::DialogKind::kModal);
     device->dialogs().Show(window);
     ExpectAllInside();
+    OnDisplay([&] {
+      EXPECT_EQ(Widget().findChild<QScrollArea*>(), nullptr) << form << " does not fit";
+      for (const QLabel* label : Widget().findChildren<QLabel*>()) {
+        const QRect text = label->fontMetrics().boundingRect(QRect(0, 0, label->width(), 10000),
+                                                             Qt::TextWordWrap, label->text());
+        EXPECT_LE(text.height(), label->height()) << label->text().toStdString();
+      }
+    });
     device->dialogs().Destroy(window);
   }
+}
+
+TEST_F(SmallScreenEditor, NamesOfContactsKeepHalfOfTheList) {
+  window = device->dialogs().Create(kDialogChooseRecipients, 0, port::DialogKind::kModal);
+  device->dialogs().Show(window);
+  device->dialogs().Write(
+      window, kControlContacts,
+      port::Rows{{{{u"Abel, Bob", u"a.very.long.address@somewhere.far.away.example.org"}}}});
+  device->dialogs().Read(window, kControlContacts);
+  OnDisplay([&] {
+    QCoreApplication::processEvents();
+    const auto& list = dynamic_cast<const QTreeWidget&>(*Of(kControlContacts));
+    const int room = list.viewport()->width();
+    EXPECT_GE(list.columnWidth(0), room / 2 - 1);
+    EXPECT_EQ(list.columnWidth(0) + list.columnWidth(1), room);
+  });
 }
 
 TEST_F(SmallScreenEditor, FillsAPhonesScreen) {
