@@ -54,7 +54,8 @@ class MailStore {
   // What is in the outbox, the oldest first.
   virtual std::vector<WaitingMail> Waiting() = 0;
   // Hands over what is in the outbox, each message once; what stays is returned with its reason.
-  // Ends early when the sockets are interrupted (port/sockets.h).
+  // What an earlier run is still handing over is neither touched nor returned. Ends early when the
+  // sockets are interrupted (port/sockets.h).
   virtual std::vector<WaitingMail> HandOver() = 0;
   // What the machine has now, in the order in which it is offered to the user.
   virtual std::vector<MailService> Services() = 0;

@@ -82,8 +82,13 @@ bool LinuxMailStore::WasPut(std::u16string_view id) {
 }
 
 std::vector<WaitingMail> LinuxMailStore::Waiting() {
+  return List(true);
+}
+
+std::vector<WaitingMail> LinuxMailStore::List(bool under_way_too) {
   std::vector<WaitingMail> waiting;
   for (const OutboxEntry& entry : outbox_.Entries()) {
+    if (entry.state == OutboxState::kUnderWay && !under_way_too) continue;
     const OutboxInfo info = outbox_.Info(entry.id);
     WaitingMail mail;
     mail.id = FromUtf8(entry.id);
@@ -119,7 +124,7 @@ std::vector<WaitingMail> LinuxMailStore::HandOver() {
     if (interrupted()) break;
     if (entry.state == OutboxState::kWaiting) HandOverOne(entry, programs, interrupted);
   }
-  return Waiting();
+  return List(false);
 }
 
 void LinuxMailStore::HandOverOne(const OutboxEntry& entry, const std::vector<MailProgram>& programs,

@@ -33,6 +33,7 @@ class LinuxMailStore final : public MailStore {
 
  private:
   bool Note(std::uint32_t error);
+  std::vector<WaitingMail> List(bool under_way_too);
   std::string ReasonToWait(const OutboxEntry& entry, const OutboxInfo& info) const;
   void HandOverOne(const OutboxEntry& entry, const std::vector<MailProgram>& programs,
                    const std::function<bool()>& interrupted);

@@ -208,9 +208,8 @@ std::vector<OutboxEntry> Outbox::Entries() const {
     for (const Found& found : ListFolder(folder)) {
       OutboxEntry entry{found.name.substr(0, found.name.find(':')), OutboxState::kWaiting,
                         folder + "/" + found.name};
-      if (!waits) {
-        entry.state = SomebodyHolds(entry.file) ? OutboxState::kUnderWay : OutboxState::kUnknown;
-      }
+      if (!waits) entry.state = OutboxState::kUnknown;
+      if (SomebodyHolds(entry.file)) entry.state = OutboxState::kUnderWay;
       dated.emplace_back(found.written, std::move(entry));
     }
   }

@@ -197,7 +197,8 @@ TEST_F(MailSteps, AKillOfTheProgramWhileHandingOverSendsExactlyOnce) {
     waitpid(child, nullptr, 0);
     AwaitSupervisors();
     // One that was started and has not moved the message yet still holds it, and is left alone.
-    EXPECT_TRUE(Eventually([&] { return store.HandOver().empty(); })) << wait_ms;
+    EXPECT_TRUE(Eventually([&] { return store.HandOver().empty() && store.Waiting().empty(); }))
+        << wait_ms;
     EXPECT_EQ(machine.Count("sendmail"), 1U) << wait_ms;
     EXPECT_TRUE(IsSent()) << wait_ms;
   }
@@ -216,7 +217,8 @@ TEST_F(MailSteps, AKillOfTheProgramAtAnyOfItsStepsSendsExactlyOnce) {
       LinuxMailStore store = Store();
       ASSERT_TRUE(PutMail(store, {}));
       AwaitSupervisors();
-      EXPECT_TRUE(Eventually([&] { return store.HandOver().empty(); })) << step;
+      EXPECT_TRUE(Eventually([&] { return store.HandOver().empty() && store.Waiting().empty(); }))
+          << step;
       EXPECT_EQ(machine.Count("sendmail"), 1U) << step;
       EXPECT_TRUE(IsSent()) << step;
       if (!killed) break;

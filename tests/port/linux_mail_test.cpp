@@ -536,9 +536,13 @@ TEST_F(MailPrograms, WhatAnotherProcessHandsOverIsLeftAlone) {
   ASSERT_TRUE(PutMail(store, {}));
   const int fd = open(Data("outbox/new/m-1").c_str(), O_RDONLY);
   ASSERT_EQ(flock(fd, LOCK_EX), 0);
-  EXPECT_EQ(store.HandOver().size(), 1U);
+  EXPECT_THAT(store.HandOver(), IsEmpty());
   EXPECT_EQ(machine.Count("sendmail"), 0U);
+  EXPECT_EQ(Reason(), "it is being handed over");
+  EXPECT_TRUE(store.Waiting().at(0).held);
   close(fd);
+  ASSERT_EQ(store.Waiting().size(), 1U);
+  EXPECT_EQ(store.Waiting()[0].reason, u"");
   EXPECT_THAT(store.HandOver(), IsEmpty());
 }
 
