@@ -258,6 +258,33 @@ class Drafts(Writing):
             self.assertEqual(len(q.queue()), 1)
         self.assert_fine(q)
 
+    def test_the_simple_editor_comes_back_with_all_its_fields(self):
+        with self.simple() as q:
+            q.do("tab group")
+            q.command(NEW_ARTICLE)
+            q.set(VALUE, "Unfinished business")
+            q.choose(FIELD, GROUPS_FIELD)
+            q.set(VALUE, "misc.test")
+            q.set(TEXT, "Half.")
+            q.caret(TEXT, 2)
+            end = time.monotonic() + 20
+            while (q.draft() or {"text": ""})["text"] != "Half.":
+                self.assertLess(time.monotonic(), end)
+                time.sleep(0.1)
+            q.kill()
+        with self.start_expecting(OFFER, "yes") as q:
+            q.wait_dialog(SIMPLE)
+            control = q.control(FIELD)
+            self.assertEqual(control["choices"][control["choice"]], GROUPS_FIELD)
+            self.assertEqual(q.text_of(VALUE), "misc.test")
+            self.assertEqual(q.text_of(TEXT), "Half.")
+            q.choose(FIELD, SUBJECT_FIELD)
+            self.assertEqual(q.text_of(VALUE), "Unfinished business")
+            q.press(OK)
+            self.assertEqual([(post["subject"], post["newsgroups"]) for post in q.queue()],
+                             [("Unfinished business", "misc.test")])
+        self.assert_fine(q)
+
     def test_an_offer_that_is_declined_is_not_made_again(self):
         self.write_and_die()
         with self.start_expecting(OFFER, "no") as q:
@@ -549,6 +576,33 @@ class BesideAnEditor(Writing):
             self.assertEqual(len(q.chain(GROUP)), 7)
             self.assertEqual(self.server.posted, [], "what is being written is not sent")
             self.assertTrue(q.text_of(TEXT).endswith("Mine."))
+            q.press(OK)
+            self.assertEqual(len(q.queue()), 1)
+        self.assertEqual(q.status, 0, q.failure())
+
+    def test_a_scheduled_connection_leaves_the_editor_alone(self):
+        with self.full() as q:
+            for node in ("<ann@x>", "<bob@x>"):
+                q.do("tab thread")
+                q.open_node(node)
+                q.command(REPLY)
+                if node == "<ann@x>":
+                    q.press(OK)
+            q.type(TEXT, "Half a sen", "end")
+            self.server.groups[GROUP][7] = post("gus", "New")
+            second = self.run_quillet("AppRunAtTime")
+            second.do("wait-for exit")
+            self.assertEqual(second.finish(), 0)
+            end = time.monotonic() + 20
+            while (GROUP, 7) not in self.server.fetched:
+                self.assertLess(time.monotonic(), end)
+                time.sleep(0.05)
+            q.do("wait")
+            self.assertEqual(len(self.server.posted), 1)
+            self.assertEqual(q.queue(), [])
+            self.assertEqual(len(q.chain(GROUP)), 7)
+            q.type(TEXT, "tence", "end")
+            self.assertTrue(q.text_of(TEXT).endswith("Half a sentence"))
             q.press(OK)
             self.assertEqual(len(q.queue()), 1)
         self.assertEqual(q.status, 0, q.failure())
