@@ -226,9 +226,9 @@ HandOverResult HandOverMessage(const HandOverOrder& order,
                                const std::function<bool()>& interrupted) {
   FileDescriptor lock = OpenFile(order.waiting, O_RDONLY | O_NONBLOCK);
   if (!lock.valid()) return Failed("its file in the outbox cannot be read");
-  if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0 || !IsStillThere(order.waiting, lock.get())) {
-    return {HandOverEnd::kBusy, {}};
-  }
+  // Where there are no locks the move of the file alone decides who hands it over.
+  const bool locked_out = flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  if (locked_out || !IsStillThere(order.waiting, lock.get())) return {HandOverEnd::kBusy, {}};
   Opened opened = OpenAll(order, std::move(lock));
   if (!opened.valid()) return Failed("the hand-over cannot begin");
   const std::vector<char*> arguments = Pointers(order.arguments);

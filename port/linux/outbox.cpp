@@ -104,7 +104,7 @@ void RemoveLeftOvers(const std::string& path, const std::function<bool(const std
 
 bool SomebodyHolds(const std::string& file) {
   const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  return fd.valid() && flock(fd.get(), LOCK_EX | LOCK_NB) != 0;
+  return fd.valid() && flock(fd.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 bool Exists(const std::string& file) {

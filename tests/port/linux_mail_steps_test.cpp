@@ -26,6 +26,7 @@ Whose gWhose = Whose::kOwn;
 int gAtStep = 0;
 int gStep = 0;
 pid_t gOwn = 0;
+bool gNoLocks = false;
 // True in the process that a test has started as the program.
 std::atomic<bool> gCounting = false;
 
@@ -66,6 +67,12 @@ ssize_t write(int descriptor, const void* data, size_t size) {
   return Step([&] { return syscall(SYS_write, descriptor, data, size); });
 }
 
+int flock(int descriptor, int operation) noexcept {
+  if (!gNoLocks) return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+  errno = ENOLCK;
+  return -1;
+}
+
 int unlink(const char* path) noexcept {
   return static_cast<int>(Step([&] { return syscall(SYS_unlink, path); }));
 }
@@ -79,7 +86,7 @@ constexpr int kMostSteps = 60;
 
 class MailSteps : public testing::Test {
  protected:
-  void TearDown() override { gCounting = false; }
+  void TearDown() override { gCounting = gNoLocks = false; }
 
   std::string Data(const std::string& name) { return machine.folder / ("data/" + name); }
   LinuxMailStore Store() {
@@ -224,6 +231,16 @@ TEST_F(MailSteps, AKillOfTheProgramAtAnyOfItsStepsSendsExactlyOnce) {
       if (!killed) break;
     }
   }
+}
+
+TEST_F(MailSteps, AFileSystemWithoutLocksKeepsNoMail) {
+  machine.AddStub("sendmail");
+  gNoLocks = true;
+  LinuxMailStore store = Store();
+  ASSERT_TRUE(PutMail(store, {}));
+  EXPECT_THAT(store.HandOver(), testing::IsEmpty());
+  EXPECT_EQ(machine.Count("sendmail"), 1U);
+  EXPECT_TRUE(IsSent());
 }
 
 // Whoever supervises the mail program is killed: nothing is sent twice and nothing is lost.
