@@ -67,7 +67,9 @@ ssize_t write(int descriptor, const void* data, size_t size) {
   return Step([&] { return syscall(SYS_write, descriptor, data, size); });
 }
 
-int flock(int descriptor, int operation) noexcept {
+// Under its own name it would hide a structure of that name.
+int TakenOverLock(int descriptor, int operation) noexcept __asm__("flock");
+int TakenOverLock(int descriptor, int operation) noexcept {
   if (!gNoLocks) return static_cast<int>(syscall(SYS_flock, descriptor, operation));
   errno = ENOLCK;
   return -1;
