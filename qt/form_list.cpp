@@ -36,6 +36,7 @@ FormList::FormList(QWidget* parent)
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   header()->setSectionsMovable(false);
   header()->setStretchLastSection(false);
+  header()->setResizeContentsPrecision(100);  // rows whose texts are looked at
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
     if (told_.selected && SelectedRow() >= 0) told_.selected(SelectedRow());

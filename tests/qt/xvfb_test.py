@@ -502,6 +502,61 @@ class Reading(UnderX):
         self.close()
         self.assertEqual(self.counts(), "0/3")
 
+    def editor(self):
+        return self.tool("search", "--onlyvisible", "--name", "^Post Message$")
+
+    def question(self):
+        return self.tool("search", "--onlyvisible", "--name", "^Quillet confirmation$")
+
+    def begin_answer(self):
+        """Opens an article and answers it; the windows of program and editor."""
+        window = self.open_threads()
+        self.do("key", "Home", "Return")
+        self.tool("key", "ctrl+r")
+        editor = wait_for("editor", self.editor)[0]
+        self.tool("windowfocus", "--sync", editor)
+        self.settle()
+        return window, editor
+
+    def queue(self):
+        with quillet_script.Quillet(SCRIPT, self.profile) as q:
+            return q.queue()
+
+    def test_writes_an_answer_by_keys(self):
+        self.prepare_articles()
+        window, _ = self.begin_answer()
+        self.tool("key", "ctrl+End")
+        self.tool("type", "Tab")
+        self.tool("key", "Tab", "Return")
+        self.do("type", "End")
+        self.tool("key", "ctrl+Return")
+        wait_for("end of the editor", lambda: not self.editor())
+        self.tool("windowfocus", "--sync", window)
+        self.close()
+        posts = self.queue()
+        self.assertEqual(len(posts), 1)
+        self.assertTrue(posts[0]["body"].endswith("Tab\t\r\nEnd"), posts[0]["body"])
+
+    def test_question_over_the_editor_takes_the_input_of_all(self):
+        self.prepare_articles()
+        window, _ = self.begin_answer()
+        self.do("type", "x")
+        self.tool("key", "Escape")
+        wait_for("question", self.question)
+        self.settle()
+        self.tool("windowactivate", window)
+        self.tool("key", "--window", window, "ctrl+w")
+        self.tool("key", "ctrl+w")
+        self.settle()
+        self.assertIsNone(self.program.poll(), "nothing below is closed")
+        question = wait_for("question", self.question)[0]
+        self.tool("windowfocus", "--sync", question)
+        self.tool("key", "Return")
+        wait_for("end of the editor", lambda: not self.editor())
+        self.tool("windowfocus", "--sync", window)
+        self.close()
+        self.assertEqual(self.queue(), [])
+
     def about(self):
         return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
 
