@@ -17,7 +17,7 @@ void KeepSharedMappingsFromChildren() {
     std::uintptr_t end = 0;
     char rights[5] = "";  // such as "rw-s"
     if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s", &first, &end, rights) != 3 ||
-        rights[3] != 's') {
+        rights[1] != 'w' || rights[3] != 's') {
       continue;
     }
     // One that has gone meanwhile, or belongs to a device, is no loss.

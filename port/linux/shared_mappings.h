@@ -3,9 +3,10 @@
 
 namespace quillet::port {
 
-// Children forked from now on do not get the shared mappings that this process has now. A mapping
-// keeps its file open, and a lock on that file held: a child that goes on without another program
-// in its place would hold the locks of the databases for as long as it lives.
+// Children forked from now on do not get the mappings that this process shares and writes to now;
+// those that it only reads, such as the C library's own tables, they need. A mapping keeps its file
+// open, and a lock on that file held: a child that goes on without another program in its place
+// would hold the locks of the databases for as long as it lives.
 void KeepSharedMappingsFromChildren();
 
 }  // namespace quillet::port

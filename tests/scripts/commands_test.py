@@ -144,10 +144,12 @@ class Test(Commands):
         self.assertEqual(self.ran("ninja"),
                          ["-C build/quick quillet-kill-store quillet-script quillet-store-check"])
         self.assertEqual(self.ran("quillet-kill-store"), ["--keep build/kill --seed 3 70"])
-        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py --seed 3 7"])
+        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py --seed 3 7",
+                                               "-B tests/kill/writing_kills.py --seed 3 7"])
         self.write("build/quick/tests/kill/quillet-kill-store", "#!/bin/sh\nexit 1\n")
         self.assertEqual(self.call("test", "--kill", "7"), 1)
-        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py 7"])
+        self.assertEqual(self.ran("python3"), ["-B tests/kill/program_kills.py 7",
+                                               "-B tests/kill/writing_kills.py 7"])
 
     def test_what_does_not_go_together_is_refused(self):
         for words in (["--quick", "--coverage"], ["--quick", "--tsan"], ["--only", "store", "--lint"],
