@@ -95,5 +95,23 @@ TEST(SharedMappingsTest, TheProcessItselfKeepsItsMappings) {
   close(fd);
 }
 
+// The C library shares the tables of its conversions, which a child may need.
+TEST(SharedMappingsTest, ChildrenKeepWhatIsOnlyRead) {
+  const TempFolder folder;
+  const int fd = open((folder / "file").c_str(), O_RDWR | O_CREAT, 0600);
+  ASSERT_EQ(write(fd, "x", 1), 1);
+  auto* const place = static_cast<char*>(mmap(nullptr, 1, PROT_READ, MAP_SHARED, fd, 0));
+  ASSERT_NE(place, MAP_FAILED);
+  KeepSharedMappingsFromChildren();
+  const pid_t child = fork();
+  if (child == 0) _exit(*static_cast<volatile char*>(place));
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 'x');
+  munmap(place, 1);
+  close(fd);
+}
+
 }  // namespace
 }  // namespace quillet::port
