@@ -15,8 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "port/common/thread_queues.h"
-#include "port/linux/linux_clock.h"
+#include "bench/on_display.h"
 #include "qt/device.h"
 #include "qt/forms.h"
 #include "res/resource.h"
@@ -168,23 +167,9 @@ class Bench {
   port::WindowHandle window_ = 0;
 };
 
-// The offscreen platform has something to say of every window.
-void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
-                          const QString& text) {
-  if (type == QtFatalMsg) std::fprintf(stderr, "%s\n", qPrintable(text));
-}
-
 }  // namespace
 }  // namespace quillet::qt
 
 int main(int argc, char** argv) {
-  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-  qInstallMessageHandler(quillet::qt::HandleToolkitMessage);
-  QApplication::setStyle(QStringLiteral("Fusion"));
-  const QApplication application(argc, argv);
-  quillet::port::LinuxClock clock;
-  quillet::port::ThreadQueues queues(clock);
-  quillet::qt::QtDevice device(queues);
-  const int rounds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 9;
-  return device.Run([&] { return quillet::qt::Bench(device, rounds).Run() ? 0 : 1; });
+  return quillet::qt::RunOnDisplay<quillet::qt::Bench>(argc, argv);
 }

@@ -17,7 +17,10 @@ constexpr std::uint64_t kLongestDraft = 1U << 30;
 
 class Writer {
  public:
-  void Number(std::size_t value) { AppendU32(data_, static_cast<std::uint32_t>(value)); }
+  template <class Value>
+  void Number(Value value, std::uint32_t /*end*/ = 0) {
+    AppendU32(data_, static_cast<std::uint32_t>(value));
+  }
   void Text(std::string_view text) {
     Number(text.size());
     data_ += text;
@@ -35,17 +38,12 @@ class Reader {
   explicit Reader(std::string_view data) : rest_(data), good_(data.starts_with(kLayout)) {
     rest_.remove_prefix(good_ ? kLayout.size() : rest_.size());
   }
-  std::uint32_t Number() {
-    if (!Has(4)) return 0;
-    const std::uint32_t value = GetU32(rest_, 0);
-    rest_.remove_prefix(4);
-    return value;
-  }
-  // One of those below `end`.
-  int Choice(int end) {
-    const std::uint32_t value = Number();
-    good_ = good_ && value < static_cast<std::uint32_t>(end);
-    return good_ ? static_cast<int>(value) : 0;
+  // One of those below `end`; 0: any.
+  template <class Value>
+  void Number(Value& value, std::uint32_t end = 0) {
+    const std::uint32_t number = Take();
+    good_ = good_ && (end == 0 || number < end);
+    value = static_cast<Value>(good_ ? number : 0);
   }
   void Text(std::string& text) { text = Bytes(); }
   void Text(std::u16string& text) { text = Utf16Text(Bytes()); }
@@ -57,8 +55,14 @@ class Reader {
     good_ = good_ && rest_.size() >= count;
     return good_;
   }
+  std::uint32_t Take() {
+    if (!Has(4)) return 0;
+    const std::uint32_t number = GetU32(rest_, 0);
+    rest_.remove_prefix(4);
+    return number;
+  }
   std::string_view Bytes() {
-    const std::size_t length = Number();
+    const std::size_t length = Take();
     if (!Has(length)) return {};
     const std::string_view bytes = rest_.substr(0, length);
     rest_.remove_prefix(length);
@@ -69,46 +73,38 @@ class Reader {
   bool good_;
 };
 
+// All of a draft in the order of the file: to a Writer, or from a Reader.
+template <class Stream, class AnyDraft>
+void Pass(Stream& stream, AnyDraft& draft) {
+  stream.Number(draft.simple, 2);
+  stream.Number(draft.info.reply, 3);
+  stream.Number(draft.info.mode, 4);
+  stream.Number(draft.field, 3);
+  stream.Number(draft.caret);
+  stream.Number(draft.mailed, 2);
+  stream.Text(draft.info.key);
+  stream.Text(draft.storing_key);
+  stream.Text(draft.mail_id);
+  stream.Text(draft.info.subject);
+  stream.Text(draft.info.newsgroups);
+  stream.Text(draft.info.references);
+  stream.Text(draft.info.recipients);
+  stream.Text(draft.info.copy_to);
+  stream.Text(draft.info.text);
+}
+
 }  // namespace
 
 std::string SerializeDraft(const Draft& draft) {
   Writer out;
-  out.Number(draft.simple ? 1 : 0);
-  out.Number(static_cast<std::size_t>(draft.info.reply));
-  out.Number(static_cast<std::size_t>(draft.info.mode));
-  out.Number(static_cast<std::size_t>(draft.field));
-  out.Number(draft.caret);
-  out.Number(draft.mailed ? 1 : 0);
-  out.Text(draft.info.key);
-  out.Text(draft.storing_key);
-  out.Text(draft.mail_id);
-  out.Text(draft.info.subject);
-  out.Text(draft.info.newsgroups);
-  out.Text(draft.info.references);
-  out.Text(draft.info.recipients);
-  out.Text(draft.info.copy_to);
-  out.Text(draft.info.text);
+  Pass(out, draft);
   return out.Take();
 }
 
 std::optional<Draft> ParseDraft(std::string_view data) {
   Reader in(data);
   Draft draft;
-  draft.simple = in.Choice(2) != 0;
-  draft.info.reply = static_cast<ReplyFlag>(in.Choice(3));
-  draft.info.mode = static_cast<RouteMode>(in.Choice(4));
-  draft.field = in.Choice(3);
-  draft.caret = in.Number();
-  draft.mailed = in.Choice(2) != 0;
-  in.Text(draft.info.key);
-  in.Text(draft.storing_key);
-  in.Text(draft.mail_id);
-  in.Text(draft.info.subject);
-  in.Text(draft.info.newsgroups);
-  in.Text(draft.info.references);
-  in.Text(draft.info.recipients);
-  in.Text(draft.info.copy_to);
-  in.Text(draft.info.text);
+  Pass(in, draft);
   if (!in.AtEnd()) return std::nullopt;
   return draft;
 }
