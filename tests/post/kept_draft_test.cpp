@@ -95,10 +95,10 @@ TEST_F(KeptDraftTest, RouteIsKept) {
 
 TEST_F(KeptDraftTest, ThatCannotBeWrittenIsToldOnce) {
   UseFull();
-  StartNewArticle(u"comp.test");
   fake.files.before_call = [this](port::FileCall call) {
     if (call == port::FileCall::kWriteFile) fake.files.FailNth(port::FileCall::kWriteFile, 1);
   };
+  StartNewArticle(u"comp.test");
   const auto told = [this] {
     bool posted = false;
     fake.HandleWaiting(
@@ -120,6 +120,8 @@ TEST_F(KeptDraftTest, ThatCannotBeWrittenIsToldOnce) {
               ElementsAre(u"The article that you are writing could not be kept safe, because its "
                           u"draft could not be written to the disk. If Quillet CE or the device "
                           u"should end now, it would be lost."));
+  // Its thread looks at the hook.
+  CloseEditorForQuit();
   fake.files.before_call = {};
 }
 
