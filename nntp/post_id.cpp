@@ -36,7 +36,7 @@ std::uint64_t HashOfNow() {
   const port::CalendarTime now = gPlatform->clock.UtcTime();
   const std::int64_t second = ((now.day * 24LL + now.hour) * 60 + now.minute) * 60 + now.second;
   const std::string text = HexDigits(static_cast<std::uint64_t>(second), 16) +
-                           HexDigits(static_cast<std::uint64_t>(now.year * 12 + now.month), 8) +
+                           HexDigits(static_cast<std::uint64_t>(now.year * 12LL + now.month), 8) +
                            HexDigits(static_cast<std::uint64_t>(now.millisecond), 8) +
                            HexDigits(gPlatform->clock.Ticks(), 16);
   return StableHash(text, HashOfSettings());

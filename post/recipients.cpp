@@ -54,7 +54,7 @@ class Picker {
       for (const std::u16string& address : contact.addresses) {
         if (address.empty()) continue;
         // No word that is looked for has a blank, so none reaches from one into the other.
-        candidates_.push_back({name, address, Folded(name + u" " + address)});
+        candidates_.push_back({name, address, Folded(FormatWide(u"%ls %ls", name, address))});
       }
     }
   }

@@ -55,6 +55,7 @@ void ShowField(port::WindowHandle window, Draft& draft, const Offers& offers, in
 void SetUp(port::WindowHandle window, const Draft& draft) {
   Draft shown = draft;
   std::vector<std::u16string> labels;
+  labels.reserve(kFields.size());
   for (const Field& field : kFields) labels.emplace_back(field.label);
   gPlatform->dialogs.WriteMany(window, {{kControlPostField, port::Choices{std::move(labels)}},
                                         {kControlPostField, port::Choice{draft.field}}});

@@ -92,7 +92,8 @@ bool ArticleEdit::LeavesByKey(const QKeyEvent& event) {
   const bool control = event.modifiers().testFlag(Qt::ControlModifier);
   if (!back && !(control && event.key() == Qt::Key_Tab)) return false;
   const bool backwards = back || event.modifiers().testFlag(Qt::ShiftModifier);
-  return QWidget::focusNextPrevChild(!backwards);
+  // Past the edit's own, which would take the tab for a character.
+  return QWidget::focusNextPrevChild(!backwards);  // NOLINT(bugprone-parent-virtual-call)
 }
 
 void ArticleEdit::keyPressEvent(QKeyEvent* event) {

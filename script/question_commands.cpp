@@ -13,6 +13,7 @@
 #include "script/describe.h"
 #include "script/dialog_commands.h"
 #include "script/registry_text.h"
+#include "util/format.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -122,7 +123,8 @@ void CollectValues(const std::u16string& path, const std::u16string& prefix,
     values.push_back(std::move(value));
   }
   for (const std::u16string& below : key->Subkeys()) {
-    CollectValues(path + u'\\' + below, prefix + below + u'\\', values);
+    const std::u16string step = below + u'\\';
+    CollectValues(FormatWide(u"%ls\\%ls", path, below), prefix + step, values);
   }
 }
 

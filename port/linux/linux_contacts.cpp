@@ -166,7 +166,7 @@ std::optional<std::vector<Contact>> Collector::Take() {
     std::string last;
     std::string first;
     std::size_t at;
-    auto operator<=>(const Placed&) const = default;
+    auto operator<=>(const Placed&) const = default;  // NOLINT(modernize-use-nullptr)
   };
   std::vector<Placed> order;
   for (std::size_t i = 0; i < contacts_.size(); ++i) {

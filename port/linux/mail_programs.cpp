@@ -46,7 +46,8 @@ std::string FindProgram(const std::string& name, const std::vector<std::string>&
   std::vector<std::string> folders = SplitFolders(Variable("PATH", "/usr/local/bin:/usr/bin:/bin"));
   folders.insert(folders.end(), more.begin(), more.end());
   for (const std::string& folder : folders) {
-    const std::string path = folder + "/" + name;
+    std::string path = folder;
+    path.append("/").append(name);
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
         access(path.c_str(), X_OK) == 0) {

@@ -62,6 +62,10 @@ int MoveSynced(const std::string& from, const std::string& to) {
   return SyncFolder(to.substr(0, to.rfind('/'))) ? 0 : errno;
 }
 
+std::string FileIn(std::string folder, const std::string& name) {
+  return folder.append("/").append(name);
+}
+
 // Names and times of the messages in a folder.
 struct Found {
   std::string name;
@@ -76,7 +80,8 @@ std::vector<Found> ListFolder(const std::string& path) {
     const std::string name = entry->d_name;
     struct stat status {};
     if (!IsMailId(name.substr(0, name.find(':')))) continue;
-    if (lstat((path + "/" + name).c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+    const std::string file = FileIn(path, name);
+    if (lstat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
     found.push_back({name, status.st_mtim});
   }
   return found;
@@ -98,7 +103,7 @@ void RemoveLeftOvers(const std::string& path, const std::function<bool(const std
   if (!folder) return;
   while (const dirent* entry = readdir(folder.get())) {
     const std::string name = entry->d_name;
-    if (name != "." && name != ".." && !keep(name)) unlink((path + "/" + name).c_str());
+    if (name != "." && name != ".." && !keep(name)) unlink(FileIn(path, name).c_str());
   }
 }
 

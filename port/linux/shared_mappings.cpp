@@ -21,7 +21,8 @@ void KeepSharedMappingsFromChildren() {
       continue;
     }
     // One that has gone meanwhile, or belongs to a device, is no loss.
-    madvise(reinterpret_cast<void*>(first), end - first, MADV_DONTFORK);
+    auto* const place = reinterpret_cast<void*>(first);  // NOLINT(performance-no-int-to-ptr)
+    madvise(place, end - first, MADV_DONTFORK);
   }
 }
 
