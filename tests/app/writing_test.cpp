@@ -18,7 +18,6 @@
 namespace quillet {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr const char16_t* kQuitQuestion = u"The article that you are writing is not finished.";

@@ -17,10 +17,10 @@ std::vector<std::string> LinesOf(const std::string& text) {
       line += c;
       continue;
     }
-    if (line != "") lines.push_back(line);
+    if (!line.empty()) lines.push_back(line);
     line = "";
   }
-  if (line != "") lines.push_back(line);
+  if (!line.empty()) lines.push_back(line);
   return lines;
 }
 

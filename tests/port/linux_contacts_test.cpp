@@ -207,7 +207,7 @@ TEST_F(ContactsTest, FoldersInCirclesHugeFilesAndPipesAreLeftOut) {
   ASSERT_EQ(mkfifo((folder / "data/contacts/pipe.vcf").c_str(), 0600), 0);
   WriteAll(folder / "data/contacts/huge.vcf", Card("N:Huge\r\nEMAIL:huge@x\r\n"));
   std::filesystem::resize_file(folder / "data/contacts/huge.vcf", 33 * 1024 * 1024);
-  WriteAll(folder / "data/contacts/noise.vcf", std::string("\0\xFF\n:::\n;;", 10));
+  WriteAll(folder / "data/contacts/noise.vcf", std::string("\0\xFF\n:::\n;;", 9));
   EXPECT_THAT(All(), ElementsAre("Doe, Ann: ann@x"));
 }
 
@@ -264,6 +264,7 @@ TEST_F(ContactsTest, WhatIsNoBookIsNothing) {
 
 TEST_F(ContactsTest, ADamagedBookEndsNothing) {
   std::vector<std::vector<std::string>> rows;
+  rows.reserve(2000);
   for (int i = 0; i < 2000; ++i) {
     rows.push_back({std::to_string(i), "PrimaryEmail", "a" + std::to_string(i) + "@x"});
   }

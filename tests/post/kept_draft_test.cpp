@@ -9,7 +9,6 @@ namespace quillet {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 const std::u16string kGood =
     u"From: a\r\nSubject: Tea\r\nNewsgroups: comp.test\r\n--- Begin body here ---\r\nHot.\r\n";
