@@ -44,9 +44,10 @@ std::u16string RefusalOf(std::u16string_view text);
 // "An unexpected error (%ls) occurred in %ls.", cut to 255 characters; the program goes on.
 int ReportError(std::u16string_view reason, std::u16string_view location);
 // "A critical error (%ls) occurred in %ls."; then the main window is closed and destroyed. Before
-// there is a main window the quit message is posted instead. Returns to the caller in any case.
-// The window's kClose has kCloseAfterCriticalError as detail: nothing can be asked any more.
-inline constexpr std::uint32_t kCloseAfterCriticalError = 1;
+// there is a main window the quit message is posted instead. Returns to the caller in any case. The
+// window's kClose has kCloseAfterCriticalError as detail.
 void ReportCriticalError(std::u16string_view reason, std::u16string_view location);
+// Nothing can be asked any more.
+inline constexpr std::uint32_t kCloseAfterCriticalError = 1;
 
 }  // namespace quillet

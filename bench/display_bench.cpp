@@ -42,7 +42,7 @@ Rows Threads(TreeItem articles) {
 
 class Bench {
  public:
-  Bench(QtDevice& device, int rounds) : device_(device), rounds_(rounds) {}
+  Bench(QtDevice& device, int rounds) : device_(device), times_(rounds) {}
 
   bool Run() {
     device_.windows().CreateMainWindow({u"Quillet CE", u"Quillet CE", 103, {1280, 800}});
@@ -55,7 +55,7 @@ class Bench {
     ChangeAll(Threads(3));
     SelectDeep();
     device_.windows().DestroyMainWindow();
-    return good_;
+    return times_.good();
   }
 
  private:
@@ -75,23 +75,11 @@ class Bench {
     });
   }
 
-  // The median of the step with its painting; `before` is not counted.
   void Measure(const std::string& what, double target, const Step& before, const Step& step) {
-    std::vector<double> times;
-    for (int i = 0; i < rounds_; ++i) {
-      before();
-      const auto start = std::chrono::steady_clock::now();
+    times_.Measure(what, target, before, [&] {
       step();
       Paint();
-      const std::chrono::duration<double, std::milli> time =
-          std::chrono::steady_clock::now() - start;
-      times.push_back(time.count());
-    }
-    std::sort(times.begin(), times.end());
-    const double median = times[times.size() / 2];
-    good_ = good_ && median <= target;
-    std::printf("%-56s %7.1f ms, longest %7.1f ms (target %.0f ms)\n", what.c_str(), median,
-                times.back(), target);
+    });
   }
 
   void ShowAll(const std::string& shape, const Rows& rows) {
@@ -139,8 +127,7 @@ class Bench {
   }
 
   QtDevice& device_;
-  const int rounds_;
-  bool good_ = true;
+  MedianTimes times_;
 };
 
 }  // namespace

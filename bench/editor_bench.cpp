@@ -42,7 +42,7 @@ std::u16string Quoted(std::size_t size) {
 
 class Bench {
  public:
-  Bench(QtDevice& device, int rounds) : device_(device), rounds_(rounds) {}
+  Bench(QtDevice& device, int rounds) : device_(device), times_(rounds) {}
 
   bool Run() {
     Open("full editor opened", kDialogPostMessage, Quoted(2000), kOpenMs);
@@ -53,7 +53,7 @@ class Bench {
     Keys("1 MB in one line", std::u16string(1 << 20, u'x'), kLongLineKeyMs);
     Paste();
     FillList();
-    return good_;
+    return times_.good();
   }
 
  private:
@@ -71,23 +71,11 @@ class Bench {
     });
   }
 
-  // The median of the step with its painting; `before` is not counted.
   void Measure(const std::string& what, double target, const Step& before, const Step& step) {
-    std::vector<double> times;
-    for (int i = 0; i < rounds_; ++i) {
-      before();
-      const auto start = std::chrono::steady_clock::now();
+    times_.Measure(what, target, before, [&] {
       step();
       Paint();
-      const std::chrono::duration<double, std::milli> time =
-          std::chrono::steady_clock::now() - start;
-      times.push_back(time.count());
-    }
-    std::sort(times.begin(), times.end());
-    const double median = times[times.size() / 2];
-    good_ = good_ && median <= target;
-    std::printf("%-56s %7.1f ms, longest %7.1f ms (target %.0f ms)\n", what.c_str(), median,
-                times.back(), target);
+    });
   }
 
   void Show(std::uint32_t form, const std::u16string& text) {
@@ -162,8 +150,7 @@ class Bench {
   }
 
   QtDevice& device_;
-  const int rounds_;
-  bool good_ = true;
+  MedianTimes times_;
   port::WindowHandle window_ = 0;
 };
 

@@ -5,9 +5,8 @@
 //                               selected a row; a slider or a time was moved
 //   kTextEdited (id: control)   the user changed the text of an edit or an editable list; no more
 //                               than one a second for a control, and one after the last key
-//   kItemActivated, kContextMenu, kRowChecked (id: row, control: the list); in a list with the
-//   form's
-//                               property `tapOpens` a tap on the selected row that was tapped
+//   kItemActivated, kContextMenu, kRowChecked (id: row, control: the list); in a list that has
+//                               `tapOpens` in its form, a tap on the selected row that was tapped
 //                               before is kItemActivated too, and a double click no second one
 //   kKeyUp, kTimer and kClose
 // What the program writes sends none of them. Closing a dialog by its frame or with Escape is

@@ -51,6 +51,13 @@ std::string ToArticleText(std::u16string_view text) {
   return ToStored(ShownInEditor(text));
 }
 
+std::u16string OneLine(std::u16string_view text) {
+  std::u16string line(text);
+  std::ranges::replace_if(
+      line, [](char16_t unit) { return unit == u'\r' || unit == u'\n' || unit == u'\0'; }, u' ');
+  return line;
+}
+
 HeaderLine<char> FindHeaderLine(std::string_view name, std::string_view headers) {
   return FindLine(name, headers);
 }

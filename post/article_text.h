@@ -18,6 +18,10 @@ std::u16string ShownInEditor(std::u16string_view text);
 // code page has for it, "?" when it has nothing.
 std::string ToArticleText(std::u16string_view text);
 
+// Line ends and NULs become blanks: what comes from servers, settings and pasted texts brings no
+// header lines of its own.
+std::u16string OneLine(std::u16string_view text);
+
 // The value of the first line that begins with the name (upper and lower case alike): from one unit
 // after the name to the end of the line. Nothing when no line does.
 template <class Char>

@@ -28,14 +28,6 @@ bool HasRe(std::string_view subject) {
   return StartsWithNoCase(subject, "re:");
 }
 
-// Names of groups come from servers and settings: none may bring header lines of its own.
-std::u16string OneLine(std::u16string_view text) {
-  std::u16string line(text);
-  std::ranges::replace_if(
-      line, [](char16_t c) { return c == u'\r' || c == u'\n' || c == 0; }, u' ');
-  return line;
-}
-
 // What stands for a code of the attribution; nothing for one that is unknown.
 std::string_view ValueOfCode(const AsciiArticle& article, char16_t code) {
   if (code == u'i') return TextOf(article.messageId);

@@ -13,7 +13,6 @@ namespace quillet {
 namespace {
 
 constexpr std::string_view kLayout = "Quillet draft 1\n";
-constexpr std::uint64_t kLongestDraft = 1U << 30;
 
 class Writer {
  public:

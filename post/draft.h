@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,9 @@ namespace quillet {
 inline constexpr std::u16string_view kDraftPath = u"\\Quillet draft";
 // A draft that could not be read is kept under this name.
 inline constexpr std::u16string_view kDamagedDraftPath = u"\\Quillet draft (damaged)";
+
+// Far more than a draft may have.
+inline constexpr std::uint64_t kLongestDraft = 1U << 30;
 
 struct Draft {
   bool simple = false;  // of the editor with one field at a time

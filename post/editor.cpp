@@ -47,8 +47,8 @@ const EditorKind& KindOf(const Editor& editor) {
 }
 
 bool IsChanged(const Editor& editor) {
-  const auto begun_text = gPlatform->dialogs.Read(editor.window, KindOf(editor).text_control);
-  if (editor.restored || begun_text.text_state.changed) return true;
+  const auto text = gPlatform->dialogs.Read(editor.window, KindOf(editor).text_control);
+  if (editor.restored || text.text_state.changed) return true;
   const PostInfo now = editor.keeper->Read().info;
   const PostInfo& before = editor.begun_with;
   return now.mode != before.mode || now.recipients != before.recipients ||
@@ -169,6 +169,16 @@ std::u16string NewMailId() {
   return id;
 }
 
+// A key for a post that is not in the queue yet: the time, or the next one that is free.
+std::string NewPostKey() {
+  port::CalendarTime now = gPlatform->clock.UtcTime();
+  for (;; ++now.millisecond) {
+    std::string key = FormatNarrow("%d%d%d%d%d%d%d", now.year, now.month, now.day, now.hour,
+                                   now.minute, now.second, now.millisecond);
+    if (!FetchPendingPost(key)) return key;
+  }
+}
+
 // After the store: the user still knows the text.
 void TellOfReplaced(const Draft& draft) {
   const std::u16string& text = draft.info.text;
@@ -190,15 +200,6 @@ std::optional<std::u16string> CaptureDlgItemText(port::WindowHandle dialog, std:
     std::erase(text, u'\0');
     return text;
   });
-}
-
-std::string NewPostKey() {
-  port::CalendarTime now = gPlatform->clock.UtcTime();
-  for (;; ++now.millisecond) {
-    std::string key = FormatNarrow("%d%d%d%d%d%d%d", now.year, now.month, now.day, now.hour,
-                                   now.minute, now.second, now.millisecond);
-    if (!FetchPendingPost(key)) return key;
-  }
 }
 
 void ChoosePostKey(Editor& editor) {
@@ -269,10 +270,6 @@ bool OpenEditor(std::unique_ptr<PostInfo> info) {
   draft.field = kSubjectField;
   draft.info = std::move(*info);
   return OpenWith(std::move(draft), false);
-}
-
-bool EditorIsOpen() {
-  return gEditor != nullptr;
 }
 
 bool IsBeingEdited(std::string_view post_key) {

@@ -18,7 +18,6 @@ void StartForward(const AsciiArticle& article, std::u16string_view group);
 // Opens the editor that `simplepost` asks for. True when it is open; false, and nothing is done
 // but a word to the user, while another one is.
 bool OpenEditor(std::unique_ptr<PostInfo> info);
-bool EditorIsOpen();
 // Whether the open editor has that queued post, or a draft that has not been offered yet.
 bool IsBeingEdited(std::string_view post_key);
 

@@ -45,8 +45,6 @@ struct EditorKind {
 // (reported, "CaptureDlgItemText") or the window does not exist.
 std::optional<std::u16string> CaptureDlgItemText(port::WindowHandle dialog, std::uint32_t control);
 
-// A key for a post that is not in the queue yet: the time, or the next one that is free.
-std::string NewPostKey();
 // Chooses what the article will be stored as, before anything of it is sent: that of the queued
 // post while it still waits, else a new one.
 void ChoosePostKey(Editor& editor);

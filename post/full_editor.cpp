@@ -122,6 +122,15 @@ bool CheckHeaderAndMail(Editor& editor, const std::u16string& text) {
   return MailWritten(editor, parts.body, parts.subject);
 }
 
+// The post waits already, its mail could not be placed. What the user posts from here on is another
+// article: the queue may have let this one go by then.
+void LeaveMailToBeDone(const Editor& editor) {
+  editor.keeper->Change([](Draft& draft) {
+    draft.info.mode = RouteMode::kEmail;
+    draft.storing_key.clear();
+  });
+}
+
 // In the mode that does both the second step runs whatever became of the first: a text that cannot
 // be posted is mailed all the same, and the editor closes.
 bool FinishWriting(Editor& editor) {
@@ -134,8 +143,7 @@ bool FinishWriting(Editor& editor) {
   }
   if (mode == RouteMode::kPost || editor.keeper->Read().mailed) return done;
   if (CheckHeaderAndMail(editor, *text)) return true;
-  // The post waits already, its mail could not be placed: that is left to be done.
-  if (done) editor.keeper->Change([](Draft& draft) { draft.info.mode = RouteMode::kEmail; });
+  if (done) LeaveMailToBeDone(editor);
   return false;
 }
 

@@ -17,6 +17,7 @@
 #include "res/resource.h"
 #include "util/format.h"
 #include "util/text.h"
+#include "util/version.h"
 
 namespace quillet {
 namespace {
@@ -29,7 +30,6 @@ constexpr std::u16string_view kPublishedValue = u"published";
 constexpr std::u16string_view kMailKind = u"SMTP";
 
 constexpr std::u16string_view kNoService = u"Internet Mail";
-constexpr std::u16string_view kNewsreader = u"Quillet CE 1.14r3";
 
 std::unique_ptr<port::RegistryKey> OpenService(std::u16string_view name) {
   return gPlatform->registry.Open(FormatWide(u"%ls\\%ls", kServicesPath, name));
@@ -103,7 +103,7 @@ bool PlaceInOutbox(const MailDraft& mail, const std::optional<std::u16string>& t
   store.SetField(u"To", mail.recipients);
   store.SetField(u"cc", mail.copy_to);
   store.SetField(u"Subject", mail.subject);
-  store.SetField(u"X-Newsreader", kNewsreader);
+  store.SetField(u"X-Newsreader", FormatWide(u"Quillet CE %s", kVersionText));
   const auto from = transport ? ReturnAddress(*transport) : std::nullopt;
   if (from) store.SetField(u"From", *from);
   const bool placed = store.Put();

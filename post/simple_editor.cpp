@@ -4,7 +4,6 @@
 // the selector, so that what the user types goes into the field that he has chosen.
 #include "post/simple_editor.h"
 
-#include <algorithm>
 #include <array>
 
 #include "base/box_owner.h"
@@ -127,12 +126,8 @@ bool UserGoesBack(const Editor& editor, const Draft& draft) {
   return false;
 }
 
-// One line, whatever was pasted.
 std::string LineOf(std::u16string_view text) {
-  std::string line = ToArticleText(text);
-  std::ranges::replace_if(
-      line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
-  return line;
+  return ToArticleText(OneLine(text));
 }
 
 std::string HeadersOf(const Draft& draft, const std::string& newsgroups) {
@@ -159,10 +154,14 @@ std::optional<CheckedArticle> Article(const Draft& draft) {
                         LineOf(draft.info.subject)};
 }
 
-// The post waits already, its mail could not be placed.
+// The post waits already, its mail could not be placed. What the user posts from here on is another
+// article: the queue may have let this one go by then.
 void LeaveMailToBeDone(const Editor& editor) {
   ChooseField(editor, kEmailField);
-  editor.keeper->Change([](Draft& draft) { draft.info.newsgroups.clear(); });
+  editor.keeper->Change([](Draft& draft) {
+    draft.info.newsgroups.clear();
+    draft.storing_key.clear();
+  });
 }
 
 // True when all that was asked for is done, which may be nothing.

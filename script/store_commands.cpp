@@ -2,15 +2,14 @@
 // texts are shown widened, unit by byte.
 #include "script/store_commands.h"
 
-#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "port/files.h"
 #include "port/mail_store.h"
 #include "port/platform.h"
+#include "post/article_text.h"
 #include "post/draft.h"
 #include "script/commands.h"
 #include "store/chains.h"
@@ -95,31 +94,14 @@ void MaintainStore(ScriptContext& context, Words words) {
   throw UsageFailure(u"no such maintenance: " + words[0]);
 }
 
-// Far more than a draft may have.
-constexpr std::uint64_t kLongestDraft = 1ULL << 30;
-
 // --- what waits to leave -------------------------------------------------------------------------
 
-// The value of the first "Newsgroups:" line of stored headers.
-std::string NewsgroupsOf(std::string_view headers) {
-  constexpr std::u16string_view kName = u"newsgroups:";
-  while (!headers.empty()) {
-    const std::size_t end = std::min(headers.find('\n'), headers.size() - 1);
-    std::string_view line = headers.substr(0, end + 1);
-    headers.remove_prefix(end + 1);
-    if (!EqualsNoCase(Widen(line.substr(0, kName.size())), kName)) continue;
-    line.remove_prefix(kName.size());
-    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
-    return std::string(line.substr(0, line.find_last_not_of("\r\n") + 1));
-  }
-  return {};
-}
-
 JsonObject DescribePost(const std::string& key, const AsciiArticle& post) {
+  const std::string headers = post.headers.value_or("");
   return JsonObject()
       .Add("key", Widen(key))
       .Add("subject", Wide(post.subject))
-      .Add("newsgroups", Widen(NewsgroupsOf(post.headers.value_or(""))))
+      .Add("newsgroups", Widen(FindHeaderLine("Newsgroups:", headers).value))
       .Add("headers", Wide(post.headers))
       .Add("body", Wide(post.body))
       .Add("refused", post.read != 0)

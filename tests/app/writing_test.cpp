@@ -49,6 +49,21 @@ class Writing : public Program {
     fake_.display.CloseMainWindow();
     WaitIdle();
   }
+  // The post "1", opened from the queue.
+  void EditAQueuedPost() {
+    OnProgramThread([] {
+      AsciiArticle post;
+      post.messageId = "1";
+      post.headers = "Subject: s\r\nNewsgroups: g\r\n";
+      post.body = "Hot.";
+      post.subject = "s";
+      StoreAsciiGDBMPost(post);
+    });
+    fake_.display.WhenShown(kDialogPendingPosts, [this](port::WindowHandle dialog) {
+      fake_.display.ActivateListRow(dialog, kControlPendingPosts, 0);
+    });
+    Command(kCommandViewPostQueue);
+  }
   // An article that is shown in the article view.
   void ReadAnArticle() {
     OnProgramThread([] {
@@ -146,18 +161,7 @@ TEST_F(Writing, QueueOpensFromTheGroupView) {
 
 TEST_F(Writing, QueueComesAgainAfterAnEditedPost) {
   StartAndWait();
-  OnProgramThread([] {
-    AsciiArticle post;
-    post.messageId = "1";
-    post.headers = "Subject: s\r\nNewsgroups: g\r\n";
-    post.body = "Hot.";
-    post.subject = "s";
-    StoreAsciiGDBMPost(post);
-  });
-  fake_.display.WhenShown(kDialogPendingPosts, [this](port::WindowHandle dialog) {
-    fake_.display.ActivateListRow(dialog, kControlPendingPosts, 0);
-  });
-  Command(kCommandViewPostQueue);
+  EditAQueuedPost();
   ASSERT_NE(Editor(), 0U);
   bool came_again = false;
   fake_.display.WhenShown(kDialogPendingPosts, [&](port::WindowHandle dialog) {
@@ -227,17 +231,7 @@ TEST_F(Writing, ScheduledStartOffersItOnceSomebodyIsThere) {
 
 TEST_F(Writing, OpenPostIsKeptOutOfConnections) {
   StartAndWait();
-  OnProgramThread([] {
-    AsciiArticle post;
-    post.messageId = "1";
-    post.headers = "Subject: s\r\nNewsgroups: g\r\n";
-    post.body = "Hot.";
-    StoreAsciiGDBMPost(post);
-  });
-  fake_.display.WhenShown(kDialogPendingPosts, [this](port::WindowHandle dialog) {
-    fake_.display.ActivateListRow(dialog, kControlPendingPosts, 0);
-  });
-  Command(kCommandViewPostQueue);
+  EditAQueuedPost();
   OnProgramThread([] { EXPECT_TRUE(up::IsBeingEdited("1")); });
 }
 

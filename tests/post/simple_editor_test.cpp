@@ -203,6 +203,21 @@ TEST_F(SimpleEditorTest, MailThatFailsIsLeftToBeDoneAlone) {
   EXPECT_EQ(fake.mail.mails.size(), 1U);
 }
 
+TEST_F(SimpleEditorTest, WhatIsPostedAfterAMailThatFailedIsAnotherArticle) {
+  StartReply(Source(), u"comp.test");
+  Fill(kEmail, u"bob@example.invalid");
+  fake.mail.FailNth(1);
+  Press(kControlOk);
+  ASSERT_NE(Simple(), 0U);
+  // Posted meanwhile: under the same key a server would take the new text for the old one.
+  DeletePendingPost("2026123456");
+  SetUtcYear(2027);
+  Fill(kGroups, u"alt.test");
+  Press(kControlOk);
+  EXPECT_EQ(Simple(), 0U);
+  EXPECT_THAT(Keys(), ElementsAre("2027123456"));
+}
+
 TEST_F(SimpleEditorTest, FieldsBringNoHeaderLines) {
   gPrefs->fullname = u"Ann\r\nX-A: 1";
   StartNewArticle(u"g\r\nX-B: 1");
