@@ -10,6 +10,7 @@
 #include "port/clock.h"
 #include "port/platform.h"
 #include "port/registry.h"
+#include "util/domain_name.h"
 #include "util/safe_name.h"
 #include "util/stable_hash.h"
 #include "util/text.h"
@@ -20,7 +21,6 @@ namespace {
 constexpr std::u16string_view kMarkName = u"postmessageidmark";
 constexpr std::string_view kNoHost = "quillet.invalid";
 constexpr std::size_t kLongestHost = 128;  // a Message-ID has 250 characters at most
-constexpr std::size_t kLongestLabel = 63;
 
 std::uint64_t HashOfSettings() {
   std::vector<std::u16string> texts = {gPrefs->returnmailaddress, gPrefs->fullname,
@@ -55,25 +55,6 @@ std::uint32_t TakeMark() {
   return Folded(HashOfSettings());
 }
 
-bool IsLabel(std::string_view label) {
-  const auto fits = [](char c) {
-    return (c >= '0' && c <= '9') || (ToLowerAscii(c) >= 'a' && ToLowerAscii(c) <= 'z') || c == '-';
-  };
-  return !label.empty() && label.size() <= kLongestLabel && label.front() != '-' &&
-         label.back() != '-' && std::all_of(label.begin(), label.end(), fits);
-}
-
-bool IsDomain(std::string_view domain) {
-  if (domain.size() > kLongestHost) return false;
-  std::size_t labels = 0;
-  for (std::size_t start = 0; start <= domain.size(); ++labels) {
-    const std::size_t end = std::min(domain.find('.', start), domain.size());
-    if (!IsLabel(domain.substr(start, end - start))) return false;
-    start = end + 1;
-  }
-  return labels >= 2;
-}
-
 }  // namespace
 
 PostIdParts TakePostIdParts() {
@@ -84,7 +65,8 @@ std::string HostOfAddress(std::string_view address) {
   const std::size_t at = address.rfind('@');
   if (at == std::string_view::npos) return std::string(kNoHost);
   const std::string_view domain = address.substr(at + 1);
-  return std::string(IsDomain(domain) ? domain : kNoHost);
+  const bool good = domain.size() <= kLongestHost && IsPlausibleDomain(domain);
+  return std::string(good ? domain : kNoHost);
 }
 
 std::string MessageIdLine(const PostIdParts& parts, std::string_view post_key) {

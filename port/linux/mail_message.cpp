@@ -10,6 +10,7 @@
 #include <memory>
 #include <random>
 
+#include "util/domain_name.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -107,20 +108,6 @@ std::vector<std::string> BareAddresses(InternetAddressList* list) {
     }
   }
   return addresses;
-}
-
-bool IsPlausibleDomain(std::string_view domain) {
-  if (domain.empty() || domain.size() > 253 || domain.find('.') == domain.npos) return false;
-  char before = '.';
-  for (const char c : domain) {
-    const char low = ToLowerAscii(c);
-    const bool letter = (low >= 'a' && low <= 'z') || (c >= '0' && c <= '9');
-    if (!letter && c != '-' && c != '.') return false;
-    if (c == '.' && (before == '.' || before == '-')) return false;
-    if (c == '-' && before == '.') return false;
-    before = c;
-  }
-  return before != '.' && before != '-';
 }
 
 // A Message-ID without its brackets.
