@@ -1,20 +1,48 @@
 // What the program does beyond its given behaviour, each to be switched off by a value of its own
-// below Software\Brindle\Quillet\Extensions. Program thread only.
+// below Software\Brindle\Quillet\Extensions. One table has them all; the page that shows them, what
+// is read and what is written follow it. Program thread only.
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace quillet {
 
 inline constexpr std::u16string_view kExtensionsPath = u"Software\\Brindle\\Quillet\\Extensions";
 
+// Of a switch any number but 0 is on.
 struct Extensions {
   // Queued posts are sent with a Message-ID of their own, so that a second attempt is known for
   // one.
-  bool postmessageids = true;
+  std::uint32_t postmessageids = 1;
+  // Passwords of news servers are kept by the desktop's password store.
+  std::uint32_t passwordstore = 0;
+  // A long import shows its progress and can be cancelled.
+  std::uint32_t importprogress = 1;
+  bool operator==(const Extensions&) const = default;
 };
+
+enum class ExtensionKind { kSwitch, kNumber };
+
+struct Extension {
+  std::u16string_view name;  // of its value
+  ExtensionKind kind = ExtensionKind::kSwitch;
+  std::uint32_t Extensions::*value = nullptr;
+  std::uint32_t highest = 1;         // of a number; one above it counts as missing
+  std::uint32_t control = 0;         // its box or edit on the page
+  std::uint32_t line_control = 0;    // the line below it
+  std::u16string_view title;         // beside the box, with its accelerator key
+  std::u16string_view what_it_does;  // one line for the user
+};
+
+// In the order of the page.
+std::span<const Extension> AllExtensions();
 
 // As they are stored; what is missing or of another type has its default.
 Extensions ReadExtensions();
+
+// Stores those that differ from `before`, in one step; false when that could not be done.
+bool WriteExtensions(const Extensions& before, const Extensions& after);
 
 }  // namespace quillet

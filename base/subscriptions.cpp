@@ -81,11 +81,9 @@ void RemoveServer(Prefs& prefs, ServerIndex server) {
   EraseRow(prefs.lastdownloaded, prefs.numgroups, position);
   EraseRow(prefs.lastonserver, prefs.numgroups, position);
   --prefs.numservers;
-  if (prefs.selectedserver == position) {
-    prefs.selectedserver = 0;
-  } else if (prefs.selectedserver > position) {
-    --prefs.selectedserver;
-  }
+  if (prefs.selectedserver > position) --prefs.selectedserver;
+  const std::uint32_t last = prefs.numservers == 0 ? 0 : prefs.numservers - 1;
+  prefs.selectedserver = std::min(prefs.selectedserver, last);
 }
 
 void RemoveAllServers(Prefs& prefs) noexcept {

@@ -51,7 +51,8 @@ struct NewsServer {
 // Appends the server; nothing was fetched from it yet.
 void AddServer(Prefs& prefs, NewsServer server);
 // Removes the server with its numbers. The selected one stays selected; when it is the one that
-// goes, the first is. A place beyond the list changes nothing.
+// goes, the next is, and behind the last one the one before. A place beyond the list changes
+// nothing.
 void RemoveServer(Prefs& prefs, ServerIndex server);
 // `selectedserver` is left as it is.
 void RemoveAllServers(Prefs& prefs) noexcept;

@@ -99,6 +99,147 @@ constexpr std::uint32_t kDialogReaddressEmail = 132;
 constexpr std::uint32_t kControlRecipients = 1073;
 constexpr std::uint32_t kControlReaddressPick = 1074;
 
+// "Server" page.
+constexpr std::uint32_t kDialogServerPage = 140;
+constexpr std::uint32_t kControlServers = 1100;
+constexpr std::uint32_t kControlAddServer = 1101;
+constexpr std::uint32_t kControlDeleteServer = 1102;
+constexpr std::uint32_t kControlServerPort = 1103;
+constexpr std::uint32_t kControlExtraLogin = 1104;
+constexpr std::uint32_t kControlServerUser = 1105;
+constexpr std::uint32_t kControlServerPassword = 1106;
+constexpr std::uint32_t kControlEncryptedLogin = 1107;
+constexpr std::uint32_t kControlOneServer = 1108;
+
+// "Add Server".
+constexpr std::uint32_t kDialogAddServer = 141;
+constexpr std::uint32_t kControlServerName = 1110;
+
+// "Connection" page.
+constexpr std::uint32_t kDialogConnectionPage = 142;
+constexpr std::uint32_t kControlConnectionMethod = 1111;
+
+// "Reply information" page.
+constexpr std::uint32_t kDialogReplyPage = 143;
+constexpr std::uint32_t kControlReturnAddress = 1112;
+constexpr std::uint32_t kControlFullName = 1113;
+constexpr std::uint32_t kControlQuoteText = 1114;
+constexpr std::uint32_t kControlAttribution = 1115;
+constexpr std::uint32_t kControlFullPostView = 1116;
+
+// "Signature" page.
+constexpr std::uint32_t kDialogSignaturePage = 144;
+constexpr std::uint32_t kControlSignature = 1117;
+
+// "Download options" page.
+constexpr std::uint32_t kDialogDownloadPage = 145;
+constexpr std::uint32_t kControlBeepAfter = 1118;
+constexpr std::uint32_t kControlDownloadNewest = 1119;
+
+// "Storage options" page.
+constexpr std::uint32_t kDialogStoragePage = 146;
+constexpr std::uint32_t kControlStoreFull = 1120;
+constexpr std::uint32_t kControlMaxStore = 1121;
+constexpr std::uint32_t kControlMaxStorePercent = 1122;
+constexpr std::uint32_t kControlMaxArticleSize = 1123;
+constexpr std::uint32_t kControlMaxArticles = 1124;
+constexpr std::uint32_t kControlDiscardHeaders = 1125;
+
+// "Compression" page.
+constexpr std::uint32_t kDialogCompressionPage = 147;
+constexpr std::uint32_t kControlCompressionLibrary = 1126;
+constexpr std::uint32_t kControlUseCompression = 1127;
+constexpr std::uint32_t kControlCompressNow = 1128;
+constexpr std::uint32_t kControlUncompressNow = 1129;
+
+// "Killfile" page.
+constexpr std::uint32_t kDialogKillfilePage = 148;
+constexpr std::uint32_t kControlKillfileEntries = 1130;
+constexpr std::uint32_t kControlKillSubject = 1131;
+constexpr std::uint32_t kControlKillAuthor = 1132;
+constexpr std::uint32_t kControlKill = 1133;
+constexpr std::uint32_t kControlRequire = 1134;
+constexpr std::uint32_t kControlDeleteEntry = 1135;
+constexpr std::uint32_t kControlDeleteFromAll = 1136;
+constexpr std::uint32_t kControlPropagateToAll = 1137;
+
+// "Group view options" page.
+constexpr std::uint32_t kDialogGroupViewPage = 149;
+constexpr std::uint32_t kControlGroupFont = 1138;
+constexpr std::uint32_t kControlGroupFontSize = 1139;
+
+// "Thread view options" page.
+constexpr std::uint32_t kDialogThreadViewPage = 150;
+constexpr std::uint32_t kControlThreadFont = 1140;
+constexpr std::uint32_t kControlThreadFontSize = 1141;
+constexpr std::uint32_t kControlUseThreading = 1142;
+constexpr std::uint32_t kControlReverseThread = 1143;
+
+// "Article view options" page.
+constexpr std::uint32_t kDialogArticleViewPage = 151;
+constexpr std::uint32_t kControlArticleFont = 1144;
+constexpr std::uint32_t kControlArticleFontSize = 1145;
+constexpr std::uint32_t kControlHeaderFont = 1146;
+constexpr std::uint32_t kControlHeaderFontSize = 1147;
+constexpr std::uint32_t kControlShowHeaders = 1148;
+constexpr std::uint32_t kControlRemoveCrs = 1149;
+constexpr std::uint32_t kControlColorQuoted = 1150;
+
+// "Scheduling" page.
+constexpr std::uint32_t kDialogSchedulingPage = 152;
+constexpr std::uint32_t kControlAutoDownload = 1151;
+constexpr std::uint32_t kControlDownloadTime = 1152;
+constexpr std::uint32_t kControlDeleteRead = 1153;
+constexpr std::uint32_t kControlDeleteAll = 1154;
+constexpr std::uint32_t kControlDeleteBefore = 1155;
+constexpr std::uint32_t kControlDeleteOnQuit = 1156;
+
+// "Database Management" page.
+constexpr std::uint32_t kDialogDatabasesPage = 153;
+constexpr std::uint32_t kControlDatabases = 1157;
+constexpr std::uint32_t kControlDatabaseStore = 1158;
+constexpr std::uint32_t kControlPurge = 1159;
+constexpr std::uint32_t kControlCompact = 1160;
+
+// "Advanced" page.
+constexpr std::uint32_t kDialogAdvancedPage = 154;
+constexpr std::uint32_t kControlSkipVerifications = 1161;
+constexpr std::uint32_t kControlTabsLeft = 1162;
+constexpr std::uint32_t kControlTabsBottom = 1163;
+constexpr std::uint32_t kControlTabsRight = 1164;
+constexpr std::uint32_t kControlClearTransport = 1165;
+constexpr std::uint32_t kControlResetPrefs = 1166;
+
+// "Advanced:headers" page.
+constexpr std::uint32_t kDialogHeadersPage = 155;
+constexpr std::uint32_t kControlExtraHeaders = 1167;
+
+// "Advanced: Debugging" page.
+constexpr std::uint32_t kDialogDebuggingPage = 156;
+constexpr std::uint32_t kControlKeepTransactionLog = 1168;
+constexpr std::uint32_t kControlSaveLog = 1169;
+constexpr std::uint32_t kControlDatabaseVersion = 1170;
+
+// "Extensions" page: of each a box or a number, and the line that tells what it changes.
+constexpr std::uint32_t kDialogExtensionsPage = 157;
+constexpr std::uint32_t kControlPostMessageIds = 1180;
+constexpr std::uint32_t kControlPostMessageIdsLine = 1181;
+constexpr std::uint32_t kControlPasswordStore = 1182;
+constexpr std::uint32_t kControlPasswordStoreLine = 1183;
+constexpr std::uint32_t kControlImportProgress = 1184;
+constexpr std::uint32_t kControlImportProgressLine = 1185;
+
+// "Quillet CE Quick Setup", the first page; its "Next >>" is OK.
+constexpr std::uint32_t kDialogQuickSetup = 158;
+constexpr std::uint32_t kControlSetupServer = 1190;
+constexpr std::uint32_t kControlSetupName = 1191;
+constexpr std::uint32_t kControlSetupAddress = 1192;
+
+// The second; its "Done" is OK.
+constexpr std::uint32_t kDialogQuickSetupConnection = 159;
+constexpr std::uint32_t kControlSetupConnection = 1193;
+constexpr std::uint32_t kControlSetupBack = 1194;
+
 // Commands, shared by menus, buttons and accelerators.
 constexpr std::uint32_t kCommandClose = 40001;
 constexpr std::uint32_t kCommandConnect = 40008;

@@ -13,10 +13,32 @@ class ExtensionsTest : public ::testing::Test {
   port::FakePlatform fake;
 };
 
-TEST_F(ExtensionsTest, AreOnWithoutAValue) {
-  EXPECT_TRUE(ReadExtensions().postmessageids);
-  fake.registry.PutDword(kExtensionsPath, u"another", 0);
-  EXPECT_TRUE(ReadExtensions().postmessageids);
+TEST_F(ExtensionsTest, HaveTheirDefaultsWithoutAValue) {
+  for (const bool others : {false, true}) {
+    if (others) fake.registry.PutDword(kExtensionsPath, u"another", 0);
+    EXPECT_EQ(ReadExtensions().postmessageids, 1U);
+    EXPECT_EQ(ReadExtensions().passwordstore, 0U);
+    EXPECT_EQ(ReadExtensions().importprogress, 1U);
+  }
+}
+
+TEST_F(ExtensionsTest, AreWrittenWhenTheyDiffer) {
+  const Extensions before = ReadExtensions();
+  Extensions after = before;
+  EXPECT_TRUE(WriteExtensions(before, after));
+  EXPECT_EQ(fake.registry.Open(kExtensionsPath), nullptr);
+  after.passwordstore = 1;
+  EXPECT_TRUE(WriteExtensions(before, after));
+  EXPECT_EQ(fake.registry.FindDword(kExtensionsPath, u"passwordstore"), 1U);
+  EXPECT_EQ(fake.registry.FindDword(kExtensionsPath, u"postmessageids"), std::nullopt);
+  EXPECT_EQ(ReadExtensions(), after);
+}
+
+TEST_F(ExtensionsTest, AllAreInTheTableOnce) {
+  EXPECT_EQ(AllExtensions().size(), sizeof(Extensions) / sizeof(std::uint32_t));
+  Extensions all;
+  for (const Extension& extension : AllExtensions()) all.*extension.value = 77;
+  EXPECT_EQ(all, (Extensions{77, 77, 77}));
 }
 
 TEST_F(ExtensionsTest, NumberOtherThanZeroIsOn) {

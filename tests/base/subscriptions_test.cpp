@@ -122,6 +122,15 @@ TEST(Servers, SelectedOneStaysSelectedUntilItIsRemoved) {
   EXPECT_EQ(prefs.selectedserver, 0U);
 }
 
+TEST(Servers, BehindTheSelectedOneThatGoesTheNextIsSelected) {
+  Prefs prefs = TwoByTwo();
+  AddServer(prefs, Server(u"u"));
+  prefs.selectedserver = 1;
+  RemoveServer(prefs, ServerAt(1));
+  EXPECT_EQ(prefs.selectedserver, 1U);
+  EXPECT_EQ(prefs.servers[1], u"u");
+}
+
 TEST(Servers, RemovingAllKeepsTheGroups) {
   Prefs prefs = TwoByTwo();
   RemoveAllServers(prefs);
