@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "app/open_prefs.h"
+#include "app/quick_setup.h"
 #include "app/startup.h"
 #include "article/commands.h"
 #include "article/headers_dialog.h"
@@ -145,7 +146,7 @@ void ConnectByUser() {
   ConnectCommand(true);
 }
 void PreferencesCommand() {
-  OpenPreferences(PreferencesPage::kFirst);
+  OpenPreferences(PreferencesPage::kLastShown);
 }
 void AboutCommand() {
   RunModalDialog(
@@ -212,7 +213,7 @@ constexpr std::array<CommonCommand, 11> kCommonCommands = {{
     {kCommandConnect, ConnectByUser},
     {kCommandPreferences, PreferencesCommand},
     {kCommandImport, LaterCommand},
-    {kCommandQuickSetup, LaterCommand},
+    {kCommandQuickSetup, RunQuickSetup},
     {kCommandNewArticle, NewArticleCommand},
     {kCommandNewArticleFromArticle, NewArticleFromArticleCommand},
     {kCommandReply, ReplyCommand},

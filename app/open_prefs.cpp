@@ -4,12 +4,14 @@
 #include "app/open_prefs.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
 
 #include "app/main_window.h"
 #include "app/move_databases.h"
+#include "app/pages/sheet.h"
 #include "app/startup.h"
 #include "article/panes.h"
 #include "article/view.h"
@@ -72,12 +74,24 @@ void RefreshViews(const Prefs& old) {
   if (article && tab == port::kArticleTab) DisplayCurrentArticle({});
 }
 
+void StoreExtensions(const EditedPrefs& edited) {
+  if (WriteExtensions(edited.stored_extensions, edited.extensions)) return;
+  ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
+}
+
 }  // namespace
 
-void OpenPreferences(PreferencesPage /*start_page*/) {
-  ShowMessage(
-      u"The preferences cannot be edited in the window yet. Please use the program "
-      u"quillet-setup to set the news server and the newsgroups.");
+void OpenPreferences(PreferencesPage start_page) {
+  const bool at_last_page = start_page == PreferencesPage::kLastShown;
+  const int page =
+      at_last_page ? static_cast<int>(gPrefs->prefspage) : static_cast<int>(start_page) - 1;
+  std::optional<EditedPrefs> edited = RunPrefsSheet(*gPrefs, page);
+  // A critical error on the way, of a database, has closed the window and ends the program.
+  if (!edited || gMainWindow == 0) return;
+  gPrefs->prefspage = edited->prefspage;
+  if (!edited->copy) return;
+  StoreExtensions(*edited);
+  ApplyPrefsChanges(std::move(edited->copy));
 }
 
 void ApplyPrefsChanges(std::unique_ptr<Prefs> edited) {

@@ -7,6 +7,7 @@
 
 #include "app/main_window.h"
 #include "app/open_prefs.h"
+#include "app/quick_setup.h"
 #include "article/view.h"
 #include "base/app_messages.h"
 #include "base/messages.h"
@@ -175,6 +176,7 @@ int RunOnce() {
   }
   // A question would keep the next scheduled connections waiting for somebody to answer it.
   scheduled ? OfferDraftWhenSomebodyIsThere() : OfferDraftSoon();
+  if (gPrefs->numservers == 0 && gMainWindow != 0) RunQuickSetup();
   // A session that ended while there was no window to tell.
   if (SessionEnding()) BeginSessionEnd();
   return MainLoop();

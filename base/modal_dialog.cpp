@@ -1,5 +1,6 @@
 #include "base/modal_dialog.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "base/box_owner.h"
@@ -43,17 +44,21 @@ bool HandleOtherWindow(const port::Message& message, WaitingMessages& waiting) {
   return message.kind == port::MessageKind::kEndSession;
 }
 
-int PumpDialog(port::WindowHandle dialog, const DialogProcedure& procedure,
-               WaitingMessages& waiting) {
+// False when the message is not the dialog's.
+using Handler = std::function<bool(const port::Message& message, std::optional<int>& result)>;
+
+int Pump(const Handler& handle) {
+  WaitingMessages waiting;
   port::Message message;
   for (;;) {
     if (!gPlatform->messages.Get(message)) {
       waiting.AddQuit(static_cast<int>(message.id));
       return port::kIdCancel;
     }
-    if (message.window != dialog) {
+    std::optional<int> result;
+    if (!handle(message, result)) {
       if (HandleOtherWindow(message, waiting)) return port::kIdCancel;
-    } else if (const std::optional<int> result = procedure(dialog, message)) {
+    } else if (result) {
       return *result;
     }
   }
@@ -65,13 +70,29 @@ int RunModalDialog(std::uint32_t form, const DialogSetup& setup, const DialogPro
   const port::WindowHandle dialog =
       gPlatform->dialogs.Create(form, CurrentBoxOwner(), port::DialogKind::kModal);
   if (dialog == 0) return port::kIdCancel;
-  WaitingMessages waiting;
   if (setup) setup(dialog);
   gPlatform->dialogs.Show(dialog);
   const BoxOwner owner(dialog);
-  const int result = PumpDialog(dialog, procedure, waiting);
+  const int result = Pump([&](const port::Message& message, std::optional<int>& ends) {
+    if (message.window != dialog) return false;
+    ends = procedure(dialog, message);
+    return true;
+  });
   gPlatform->dialogs.Destroy(dialog);
   return result;
+}
+
+int RunModalSheet(port::WindowHandle sheet, std::span<const port::WindowHandle> pages,
+                  const std::function<std::optional<int>(const port::Message&)>& procedure) {
+  gPlatform->dialogs.Show(sheet);
+  const BoxOwner owner(sheet);
+  return Pump([&](const port::Message& message, std::optional<int>& ends) {
+    if (message.window != sheet && std::ranges::find(pages, message.window) == pages.end()) {
+      return false;
+    }
+    ends = procedure(message);
+    return true;
+  });
 }
 
 std::optional<int> EndOnOkOrCancel(port::WindowHandle /*dialog*/, const port::Message& message) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 
 #include "port/message.h"
 
@@ -21,6 +22,11 @@ using DialogProcedure =
 // once, and the end of the session, which ends the dialog. Other windows that have a procedure live
 // on. kIdCancel when the form cannot be shown.
 int RunModalDialog(std::uint32_t form, const DialogSetup& setup, const DialogProcedure& procedure);
+
+// The same for a sheet that exists, with its pages, and whose messages all come to one procedure.
+// The sheet still exists when it returns.
+int RunModalSheet(port::WindowHandle sheet, std::span<const port::WindowHandle> pages,
+                  const std::function<std::optional<int>(const port::Message&)>& procedure);
 
 // The procedure of a dialog whose buttons just end it: OK and Cancel by their ids.
 std::optional<int> EndOnOkOrCancel(port::WindowHandle dialog, const port::Message& message);

@@ -13,8 +13,8 @@ namespace quillet {
 
 struct Node;
 
-// Pages of the preferences by their place.
-enum class PreferencesPage { kFirst = 0, kServer = 1, kConnection = 2 };
+// Pages of the preferences by their place, counted from 1; kLastShown is where the user was last.
+enum class PreferencesPage { kLastShown = 0, kServer = 1, kConnection = 2 };
 
 struct ShownTreeCalls {
   // The group whose tree is shown.

@@ -195,7 +195,7 @@ constexpr std::uint32_t kControlDeleteBefore = 1155;
 constexpr std::uint32_t kControlDeleteOnQuit = 1156;
 
 // "Database Management" page.
-constexpr std::uint32_t kDialogDatabasesPage = 153;
+constexpr std::uint32_t kDialogDatabasePage = 153;
 constexpr std::uint32_t kControlDatabases = 1157;
 constexpr std::uint32_t kControlDatabaseStore = 1158;
 constexpr std::uint32_t kControlPurge = 1159;

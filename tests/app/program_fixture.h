@@ -26,6 +26,8 @@ namespace quillet {
 
 class Program : public testing::Test {
  protected:
+  // Without a server the program would begin by asking for one.
+  Program() { SetServers({u"news.example.org"}); }
   ~Program() override {
     if (thread_.joinable()) End();
     fake_.display.Verify();
@@ -94,6 +96,10 @@ class Program : public testing::Test {
   void SetGroups(const std::vector<std::u16string>& groups) {
     SetDword(u"numgroups", static_cast<std::uint32_t>(groups.size()));
     SetList(u"groups", groups);
+  }
+  void SetServers(const std::vector<std::u16string>& servers) {
+    SetDword(u"numservers", static_cast<std::uint32_t>(servers.size()));
+    SetList(u"servers", servers);
   }
   void SetNumbers(std::u16string_view name, const std::vector<std::uint32_t>& numbers) {
     std::string data;

@@ -1,0 +1,196 @@
+// One function a kind of field and direction. What cannot be stored as it was typed, a text above
+// its length or a number that is none, is never stored in part without a word: texts are held to
+// their length by the forms already, numbers are refused.
+#include "app/pages/fields.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "port/platform.h"
+#include "port/windows.h"
+#include "util/format.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::u16string_view kDefaultFace = u"<default>";
+constexpr std::array<std::u16string_view, 8> kSizes = {
+    u"tiny", u"very small", u"small", u"medium", u"large", u"very large", u"huge", u"enormous"};
+
+constexpr char16_t kEmptyEntryMark = 0xE000;
+
+using Writes = std::vector<port::ControlWrite>;
+
+// --- Into the controls ---------------------------------------------------------------------------
+
+struct FieldWriter {
+  const Prefs& prefs;
+  std::uint32_t control;
+  Writes& writes;
+
+  void Add(port::ControlValue value) const { writes.push_back({control, std::move(value)}); }
+
+  void operator()(const TextEdit& edit) const { Add(port::Text{prefs.*edit.text}); }
+  void operator()(const NumberEdit& edit) const {
+    Add(port::Text{FormatWide(u"%lu", prefs.*edit.number)});
+  }
+  void operator()(const CheckBox& box) const {
+    Add(port::Checked{(prefs.*box.flag != 0) != box.inverse});
+  }
+  void operator()(const RadioButton& button) const {
+    if (prefs.*button.number == button.value) Add(port::Checked{true});
+  }
+  void operator()(const FaceList& list) const;
+  void operator()(const SizeList& list) const;
+  void operator()(const PercentSlider& slider) const {
+    Add(port::Range{100, 0});
+    Add(port::Position{static_cast<int>(prefs.*slider.percent)});
+  }
+  void operator()(const TimePicker& picker) const {
+    Add(port::TimeOfDay{static_cast<int>(prefs.*picker.hour),
+                        static_cast<int>(prefs.*picker.minute),
+                        static_cast<int>(prefs.*picker.second)});
+  }
+};
+
+int RowOfSize(std::uint32_t size) {
+  return std::clamp(static_cast<int>(size) - 1, 0, static_cast<int>(kSizes.size()) - 1);
+}
+
+void FieldWriter::operator()(const FaceList& list) const {
+  const std::u16string& face = prefs.*list.face;
+  std::vector<std::u16string> faces = gPlatform->windows.Fonts();
+  if (list.offers_default) faces.insert(faces.begin(), std::u16string(kDefaultFace));
+  auto place = std::ranges::find(faces, face);
+  if (place == faces.end()) place = faces.insert(faces.begin(), face);
+  const auto chosen = static_cast<int>(place - faces.begin());
+  Add(port::Choices{std::move(faces)});
+  Add(port::Choice{chosen});
+}
+
+void FieldWriter::operator()(const SizeList& list) const {
+  Add(port::Choices{{kSizes.begin(), kSizes.end()}});
+  Add(port::Choice{RowOfSize(prefs.*list.size)});
+}
+
+// --- And back ------------------------------------------------------------------------------------
+
+struct FieldReader {
+  PrefsSheet& sheet;
+  const port::ControlState& state;
+
+  Prefs& prefs() const { return *sheet.copy; }
+  void Set(std::uint32_t Prefs::*member, std::uint32_t value) const {
+    SetIn(sheet, prefs().*member, value);
+  }
+
+  // False when it is refused.
+  bool operator()(const TextEdit& edit) const {
+    // A text that nobody touched stays as it is stored, whatever an edit makes of it.
+    if (!state.text_state.changed) return true;
+    SetIn(sheet, prefs().*edit.text, StorableText(state.text, edit.many_lines, edit.longest));
+    return true;
+  }
+  bool operator()(const NumberEdit& edit) const {
+    const std::optional<std::uint32_t> number = NumberIn(state.text, edit.highest);
+    if (number) Set(edit.number, std::max(*number, 1U));
+    return number.has_value();
+  }
+  bool operator()(const CheckBox& box) const {
+    // Any number but 0 is a stored "yes", and stays the number that it is.
+    const bool flag = state.checked != box.inverse;
+    if (flag != (prefs().*box.flag != 0)) Set(box.flag, flag ? 1 : 0);
+    return true;
+  }
+  bool operator()(const RadioButton& button) const {
+    if (state.checked) Set(button.number, button.value);
+    return true;
+  }
+  bool operator()(const FaceList& list) const {
+    if (state.choice >= 0) SetIn(sheet, prefs().*list.face, state.text);
+    return true;
+  }
+  bool operator()(const SizeList& list) const {
+    const bool other = state.choice >= 0 && state.choice != RowOfSize(prefs().*list.size);
+    if (other) Set(list.size, static_cast<std::uint32_t>(state.choice) + 1);
+    return true;
+  }
+  bool operator()(const PercentSlider& slider) const {
+    Set(slider.percent, static_cast<std::uint32_t>(state.position));
+    return true;
+  }
+  bool operator()(const TimePicker& picker) const {
+    Set(picker.hour, static_cast<std::uint32_t>(state.time.hour));
+    Set(picker.minute, static_cast<std::uint32_t>(state.time.minute));
+    Set(picker.second, static_cast<std::uint32_t>(state.time.second));
+    return true;
+  }
+};
+
+bool IsBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\t';
+}
+
+bool IsHighSurrogate(char16_t unit) {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+
+}  // namespace
+
+void ShowFields(const PrefsSheet& sheet, port::WindowHandle page,
+                std::span<const PageField> fields) {
+  Writes writes;
+  for (const PageField& field : fields) {
+    std::visit(FieldWriter{*sheet.copy, field.control, writes}, field.edits);
+  }
+  gPlatform->dialogs.WriteMany(page, std::move(writes));
+}
+
+std::optional<Refusal> StoreFields(PrefsSheet& sheet, port::WindowHandle page,
+                                   std::span<const PageField> fields) {
+  const std::map<std::uint32_t, port::ControlState> states = gPlatform->dialogs.ReadAll(page);
+  std::optional<Refusal> refusal;
+  for (const PageField& field : fields) {
+    const auto state = states.find(field.control);
+    if (state == states.end()) continue;  // the display has gone
+    const bool stored = std::visit(FieldReader{sheet, state->second}, field.edits);
+    if (stored || refusal) continue;
+    const auto& edit = std::get<NumberEdit>(field.edits);
+    refusal = RefusedNumber(field.control, edit.name, edit.highest);
+  }
+  return refusal;
+}
+
+Refusal RefusedNumber(std::uint32_t control, std::u16string_view name, std::uint32_t highest) {
+  return {FormatWide(u"The %ls must be a number from 1 to %lu.", name, highest), control};
+}
+
+std::u16string StorableText(std::u16string_view text, bool many_lines, std::size_t longest) {
+  text = text.substr(0, text.find(u'\0'));
+  text.remove_prefix(std::min(text.find_first_not_of(kEmptyEntryMark), text.size()));
+  if (text.size() > longest)
+    text = text.substr(0, longest - (IsHighSurrogate(text[longest - 1]) ? 1 : 0));
+  std::u16string stored(text);
+  if (!many_lines) {
+    std::ranges::replace_if(
+        stored, [](char16_t unit) { return unit == u'\r' || unit == u'\n'; }, u' ');
+  }
+  return stored;
+}
+
+std::optional<std::uint32_t> NumberIn(std::u16string_view text, std::uint32_t highest) {
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  if (text.empty()) return std::nullopt;
+  std::uint64_t number = 0;
+  for (const char16_t unit : text) {
+    if (unit < u'0' || unit > u'9') return std::nullopt;
+    number = number * 10 + static_cast<std::uint64_t>(unit - u'0');
+    if (number > highest) return std::nullopt;
+  }
+  return static_cast<std::uint32_t>(number);
+}
+
+}  // namespace quillet

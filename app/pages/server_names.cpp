@@ -1,0 +1,51 @@
+#include "app/pages/server_names.h"
+
+#include <algorithm>
+
+#include "base/messages.h"
+#include "mime/shown_text.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::size_t kLongestName = 253;  // of a host
+constexpr char16_t kNoBreakSpace = 0x00A0;
+constexpr char16_t kEmptyEntryMark = 0xE000;  // a name that begins with it would be read as none
+
+bool IsBlank(char16_t unit) {
+  return unit == u' ' || unit == kNoBreakSpace || (unit >= u'\t' && unit <= u'\r');
+}
+
+bool IsNoCharacterOfName(char16_t unit) {
+  return IsBlank(unit) || unit < 0x20 || (unit >= 0x7F && unit < kNoBreakSpace) ||
+         unit == kEmptyEntryMark;
+}
+
+}  // namespace
+
+std::u16string TrimmedServerName(std::u16string_view typed) {
+  while (!typed.empty() && IsBlank(typed.front())) typed.remove_prefix(1);
+  while (!typed.empty() && IsBlank(typed.back())) typed.remove_suffix(1);
+  return std::u16string(typed);
+}
+
+std::u16string RefusalOfServerName(std::u16string_view name) {
+  if (name.empty()) return u"Please enter the name of the news server.";
+  if (std::ranges::any_of(name, IsNoCharacterOfName)) {
+    return u"The name of a news server cannot have blanks or control characters in it.";
+  }
+  if (name.size() > kLongestName) {
+    return u"The name of a news server cannot be longer than 253 characters.";
+  }
+  return RefusalOf(name);
+}
+
+std::optional<std::size_t> FindServer(const Prefs& prefs, std::u16string_view name) {
+  const std::u16string folded = Fold(name);
+  const auto found = std::ranges::find_if(
+      prefs.servers, [&](const std::u16string& server) { return Fold(server) == folded; });
+  if (found == prefs.servers.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - prefs.servers.begin());
+}
+
+}  // namespace quillet

@@ -1,0 +1,20 @@
+// Names of news servers as a user types them. Program thread only.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/prefs.h"
+
+namespace quillet {
+
+// Without the blanks around it.
+std::u16string TrimmedServerName(std::u16string_view typed);
+// Why no server can have that name, as a sentence for the user; empty when one can.
+std::u16string RefusalOfServerName(std::u16string_view name);
+// The place of a server of that name, whatever the case of its letters.
+std::optional<std::size_t> FindServer(const Prefs& prefs, std::u16string_view name);
+
+}  // namespace quillet
