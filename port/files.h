@@ -6,17 +6,21 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace quillet::port {
 
-// Why a file could not be made; others are told by their numbers only.
+// Why a file could not be made, opened or read; others are told by their numbers only.
+constexpr std::uint32_t kErrorFileNotFound = 2;
 constexpr std::uint32_t kErrorPathNotFound = 3;
 constexpr std::uint32_t kErrorAccessDenied = 5;
 constexpr std::uint32_t kErrorWriteFault = 29;
+constexpr std::uint32_t kErrorReadFault = 30;
 constexpr std::uint32_t kErrorDiskFull = 112;
 constexpr std::uint32_t kErrorInvalidName = 123;
 constexpr std::uint32_t kErrorFileExists = 183;
@@ -33,6 +37,21 @@ inline constexpr std::u16string_view kCutFileNote = u"\\Quillet had to end";
 struct VolumeSpace {
   std::uint64_t free_bytes = 0;  // available to the user
   std::uint64_t total_bytes = 0;
+};
+
+// A regular file that is read from its beginning to its end, in pieces. One thread at a time; the
+// file is closed with the object.
+class FileReader {
+ public:
+  virtual ~FileReader() = default;
+
+  // Bytes when it was opened.
+  virtual std::uint64_t Size() const = 0;
+  // Fills the buffer, or what of it the rest of the file fills; 0 at the end. `error` is why it
+  // could not be read any further, 0 otherwise; what was read before that is returned.
+  virtual std::size_t Read(std::span<char> buffer, std::uint32_t& error) = 0;
+  // Goes back to the beginning.
+  virtual void Rewind() = 0;
 };
 
 class Files {
@@ -70,6 +89,12 @@ class Files {
   // what a file dialog returned. 0, or why not: kErrorFileExists or another number. What
   // could not be written whole is not left behind.
   virtual std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) = 0;
+  // The same, but nobody else may read or write it (mode 0600).
+  virtual std::uint32_t CreatePrivateFile(std::u16string_view path, std::string_view data) = 0;
+  // Opens a file of any size; `path` is a device path or what a file dialog returned. Null when it
+  // cannot be read or is no regular file, with the reason in `error`; never waits for the other end
+  // of a pipe or for a device.
+  virtual std::unique_ptr<FileReader> OpenRead(std::u16string_view path, std::uint32_t& error) = 0;
   // Reads a whole file of at most `limit` bytes; nothing when missing, unreadable or larger.
   virtual std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) = 0;
   // Reads `length` bytes from that offset of a file; nothing when it is missing, unreadable or ends

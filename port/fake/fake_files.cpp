@@ -121,6 +121,38 @@ std::uint32_t FakeFiles::CreateNewFile(std::u16string_view path, std::string_vie
   return Fails(FileCall::kCreateNewFile) ? create_error : real_.CreateNewFile(path, data);
 }
 
+std::uint32_t FakeFiles::CreatePrivateFile(std::u16string_view path, std::string_view data) {
+  return Fails(FileCall::kCreateNewFile) ? create_error : real_.CreatePrivateFile(path, data);
+}
+
+// Each piece is a call that can fail.
+class FakeFiles::Reader final : public FileReader {
+ public:
+  Reader(FakeFiles& files, std::unique_ptr<FileReader> real)
+      : files_(files), real_(std::move(real)) {}
+
+  std::uint64_t Size() const override { return real_->Size(); }
+  std::size_t Read(std::span<char> buffer, std::uint32_t& error) override {
+    if (!files_.Fails(FileCall::kReadSome)) return real_->Read(buffer, error);
+    error = kErrorReadFault;
+    return 0;
+  }
+  void Rewind() override { real_->Rewind(); }
+
+ private:
+  FakeFiles& files_;
+  std::unique_ptr<FileReader> real_;
+};
+
+std::unique_ptr<FileReader> FakeFiles::OpenRead(std::u16string_view path, std::uint32_t& error) {
+  if (Fails(FileCall::kOpenRead)) {
+    error = open_error;
+    return nullptr;
+  }
+  std::unique_ptr<FileReader> real = real_.OpenRead(path, error);
+  return real ? std::make_unique<Reader>(*this, std::move(real)) : nullptr;
+}
+
 std::optional<std::string> FakeFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {
   if (Fails(FileCall::kReadFile)) return std::nullopt;
   return real_.ReadFile(path, limit);

@@ -22,7 +22,9 @@ enum class FileCall {
   kCopy,
   kCopyMode,
   kWriteFile,
-  kCreateNewFile,  // fails with create_error
+  kCreateNewFile,  // and a private one; fails with create_error
+  kOpenRead,       // fails with open_error
+  kReadSome,       // from an open file; fails with kErrorReadFault
   kReadFile,
   kReadAt,
   kOverwrite,
@@ -30,7 +32,7 @@ enum class FileCall {
   kCanWriteFolder,
   kFileNames,
 };
-constexpr std::size_t kFileCallCount = 16;
+constexpr std::size_t kFileCallCount = 18;
 
 class FakeFiles final : public Files {
  public:
@@ -51,6 +53,9 @@ class FakeFiles final : public Files {
   bool CopyMode(std::u16string_view from, std::u16string_view to) override;
   bool WriteFile(std::u16string_view path, std::string_view data) override;
   std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) override;
+  std::uint32_t CreatePrivateFile(std::u16string_view path, std::string_view data) override;
+  // The reader must not outlive this object.
+  std::unique_ptr<FileReader> OpenRead(std::u16string_view path, std::uint32_t& error) override;
   std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) override;
   std::optional<std::string> ReadAt(std::u16string_view path, std::uint64_t offset,
                                     std::size_t length) override;
@@ -65,6 +70,7 @@ class FakeFiles final : public Files {
   // on, once.
   void BeforeNth(FileCall kind, int n, std::function<void()> act);
   std::uint32_t create_error = kErrorDiskFull;
+  std::uint32_t open_error = kErrorAccessDenied;
   // Calls so far.
   int calls(FileCall kind = FileCall::kAny) const;
 
@@ -83,6 +89,8 @@ class FakeFiles final : public Files {
   const std::string& data_folder() const { return data_folder_; }
 
  private:
+  class Reader;
+
   // Counts the call; true when it is one that has to fail.
   bool Fails(FileCall kind);
   std::string CardPath(const char* folder, std::u16string_view name) const;

@@ -95,6 +95,12 @@ std::uint32_t ErrorCode(int error) {
   }
 }
 
+// Of a file that was to be opened. A socket, or a device without its driver, cannot be (ENXIO).
+std::uint32_t OpenErrorCode(int error) {
+  if (error == ENOENT) return kErrorFileNotFound;
+  return error == ENXIO || error == ENODEV ? kErrorAccessDenied : ErrorCode(error);
+}
+
 // What a file dialog returned is a native path from the root; everything else is a device path.
 bool IsChosenPath(std::u16string_view path) {
   return path.starts_with(u'/') && path.find(u'\0') == path.npos;
@@ -107,6 +113,31 @@ FileDescriptor OpenRegular(const std::string& path, int access, struct stat& sta
   if (!file.valid() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
   return file;
 }
+
+class LinuxFileReader final : public FileReader {
+ public:
+  LinuxFileReader(FileDescriptor file, std::uint64_t size) : file_(std::move(file)), size_(size) {}
+
+  std::uint64_t Size() const override { return size_; }
+
+  std::size_t Read(std::span<char> buffer, std::uint32_t& error) override {
+    error = 0;
+    std::size_t got = 0;
+    while (got < buffer.size()) {
+      const ssize_t piece = ReadSome(file_.get(), buffer.data() + got, buffer.size() - got);
+      if (piece < 0) error = kErrorReadFault;
+      if (piece <= 0) break;
+      got += static_cast<std::size_t>(piece);
+    }
+    return got;
+  }
+
+  void Rewind() override { lseek(file_.get(), 0, SEEK_SET); }
+
+ private:
+  FileDescriptor file_;
+  std::uint64_t size_;
+};
 
 // True for the errors of file systems that do not have what was asked for.
 bool NotOffered(int error) {
@@ -304,15 +335,46 @@ bool LinuxFiles::WriteFile(std::u16string_view path, std::string_view data) {
   return file.valid() && WriteAll(file.fd(), data) && file.Commit(old ? old->st_mode : kFileMode);
 }
 
-std::uint32_t LinuxFiles::CreateNewFile(std::u16string_view path, std::string_view data) {
-  const std::string target = IsChosenPath(path) ? ToUtf8(path) : NativePath(path);
+std::string LinuxFiles::NativeOrChosen(std::u16string_view path) {
+  return IsChosenPath(path) ? ToUtf8(path) : NativePath(path);
+}
+
+std::uint32_t LinuxFiles::MakeNewFile(std::u16string_view path, std::string_view data,
+                                      unsigned mode) {
+  const std::string target = NativeOrChosen(path);
   if (target.empty()) return kErrorInvalidName;
-  FileDescriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kSharedMode));
+  FileDescriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!file.valid()) return ErrorCode(errno);
   if (WriteAll(file.get(), data) && fsync(file.get()) == 0) return 0;
   const std::uint32_t error = ErrorCode(errno);
   unlink(target.c_str());
   return error;
+}
+
+std::uint32_t LinuxFiles::CreateNewFile(std::u16string_view path, std::string_view data) {
+  return MakeNewFile(path, data, kSharedMode);
+}
+
+std::uint32_t LinuxFiles::CreatePrivateFile(std::u16string_view path, std::string_view data) {
+  return MakeNewFile(path, data, kFileMode);
+}
+
+std::unique_ptr<FileReader> LinuxFiles::OpenRead(std::u16string_view path, std::uint32_t& error) {
+  const std::string native = NativeOrChosen(path);
+  error = native.empty() ? kErrorInvalidName : 0;
+  if (error != 0) return nullptr;
+  FileDescriptor file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (!file.valid() || fstat(file.get(), &status) != 0) {
+    error = OpenErrorCode(errno);
+    return nullptr;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    error = kErrorAccessDenied;
+    return nullptr;
+  }
+  return std::make_unique<LinuxFileReader>(std::move(file),
+                                           static_cast<std::uint64_t>(status.st_size));
 }
 
 std::optional<std::string> LinuxFiles::ReadFile(std::u16string_view path, std::uint64_t limit) {

@@ -35,6 +35,8 @@ class LinuxFiles final : public Files {
   bool CopyMode(std::u16string_view from, std::u16string_view to) override;
   bool WriteFile(std::u16string_view path, std::string_view data) override;
   std::uint32_t CreateNewFile(std::u16string_view path, std::string_view data) override;
+  std::uint32_t CreatePrivateFile(std::u16string_view path, std::string_view data) override;
+  std::unique_ptr<FileReader> OpenRead(std::u16string_view path, std::uint32_t& error) override;
   std::optional<std::string> ReadFile(std::u16string_view path, std::uint64_t limit) override;
   std::optional<std::string> ReadAt(std::u16string_view path, std::uint64_t offset,
                                     std::size_t length) override;
@@ -43,6 +45,9 @@ class LinuxFiles final : public Files {
   std::vector<std::u16string> Cards() override;
 
  private:
+  // Of a device path or a path that the user chose; empty for a refused one.
+  std::string NativeOrChosen(std::u16string_view path);
+  std::uint32_t MakeNewFile(std::u16string_view path, std::string_view data, unsigned mode);
   // The native folder of a mounted card of that name; empty when there is none.
   std::string CardFolder(std::string_view name) const;
 

@@ -2,6 +2,7 @@
 #include "article/save.h"
 
 #include "article/commands.h"
+#include "base/save_file.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {
@@ -83,6 +84,14 @@ class PathKeeper final : public port::Files {
   std::uint32_t CreateNewFile(std::u16string_view path, std::string_view /*data*/) override {
     paths.emplace_back(path);
     return 0;
+  }
+  std::uint32_t CreatePrivateFile(std::u16string_view /*path*/,
+                                  std::string_view /*data*/) override {
+    return 0;
+  }
+  std::unique_ptr<port::FileReader> OpenRead(std::u16string_view /*path*/,
+                                             std::uint32_t& /*error*/) override {
+    return nullptr;
   }
   std::string NativePath(std::u16string_view /*path*/) override { return {}; }
   bool FolderExists(std::u16string_view /*path*/) override { return false; }

@@ -565,6 +565,103 @@ TEST_P(FilesContract, ANewFileThatDoesNotFitIsNotLeftBehind) {
   EXPECT_TRUE(NamesIn(data_folder()).empty());
 }
 
+TEST_P(FilesContract, APrivateFileIsForTheUserAlone) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  const mode_t old_mask = umask(0);
+  EXPECT_EQ(files().CreatePrivateFile(u"\\log", "secret"), 0u);
+  umask(old_mask);
+  EXPECT_EQ(files().ReadFile(u"\\log", 100), "secret");
+  EXPECT_EQ(ModeOf(data_folder() + "/log"), 0600u);
+  EXPECT_EQ(files().CreatePrivateFile(u"\\log", "other"), 183u);
+  EXPECT_EQ(files().ReadFile(u"\\log", 100), "secret");
+  EXPECT_EQ(files().CreatePrivateFile(FromUtf8(data_folder() + "/chosen"), ""), 0u);
+  EXPECT_EQ(files().CreatePrivateFile(u"\\no folder\\x", "x"), 3u);
+  EXPECT_EQ(files().CreatePrivateFile(u"\\..\\x", "x"), 123u);
+}
+
+// --- reading in pieces ---
+
+std::string ReadRest(FileReader& reader, std::size_t piece) {
+  std::string text;
+  std::string buffer(piece, '\0');
+  std::uint32_t error = 1;
+  for (;;) {
+    const std::size_t got = reader.Read(buffer, error);
+    EXPECT_EQ(error, 0u);
+    text.append(buffer, 0, got);
+    if (got < piece) return text;
+  }
+}
+
+TEST_P(FilesContract, AFileIsReadInPiecesAndAgain) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  std::string data;
+  for (int i = 0; i < 100000; ++i) data.push_back(static_cast<char>(i * 7));
+  ASSERT_TRUE(files().WriteFile(u"\\large", data));
+  std::uint32_t error = 1;
+  const auto reader = files().OpenRead(u"\\large", error);
+  ASSERT_TRUE(reader);
+  EXPECT_EQ(error, 0u);
+  EXPECT_EQ(reader->Size(), 100000u);
+  EXPECT_EQ(ReadRest(*reader, 2047), data);
+  EXPECT_EQ(ReadRest(*reader, 2047), "");
+  reader->Rewind();
+  EXPECT_EQ(ReadRest(*reader, 65536), data);
+  reader->Rewind();
+  EXPECT_EQ(ReadRest(*reader, 100001), data);
+}
+
+TEST_P(FilesContract, AnEmptyFileIsReadToItsEndAtOnce) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\empty", ""));
+  std::uint32_t error = 1;
+  const auto reader = files().OpenRead(u"\\empty", error);
+  ASSERT_TRUE(reader);
+  EXPECT_EQ(reader->Size(), 0u);
+  EXPECT_EQ(ReadRest(*reader, 10), "");
+}
+
+TEST_P(FilesContract, AFileThatTheUserChoseIsRead) {
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\mbox", "From x"));
+  std::uint32_t error = 1;
+  const auto reader = files().OpenRead(FromUtf8(data_folder() + "/mbox"), error);
+  ASSERT_TRUE(reader);
+  EXPECT_EQ(ReadRest(*reader, 10), "From x");
+}
+
+// A pipe or a device that is waited for would hang the program.
+TEST_P(FilesContract, OnlyRegularFilesAreRead) {
+  ASSERT_TRUE(files().CreateFolder(u"\\folder"));
+  ASSERT_EQ(mkfifo((data_folder() + "/pipe").c_str(), 0600), 0);
+  ASSERT_EQ(symlink("/dev/zero", (data_folder() + "/device").c_str()), 0);
+  ASSERT_EQ(symlink("nowhere", (data_folder() + "/dangling").c_str()), 0);
+  const auto error_of = [&](std::u16string_view path) {
+    std::uint32_t error = 0;
+    EXPECT_FALSE(files().OpenRead(path, error));
+    return error;
+  };
+  EXPECT_EQ(error_of(u"\\folder"), 5u);
+  EXPECT_EQ(error_of(u"\\pipe"), 5u);
+  EXPECT_EQ(error_of(u"\\device"), 5u);
+  EXPECT_EQ(error_of(u"\\dangling"), 2u);
+  EXPECT_EQ(error_of(u"\\missing"), 2u);
+  EXPECT_EQ(error_of(u"/nowhere/missing"), 2u);
+  EXPECT_EQ(error_of(u""), 123u);
+  EXPECT_EQ(error_of(u"\\..\\x"), 123u);
+  EXPECT_EQ(error_of(u"/" + std::u16string(300, u'n')), 123u);
+}
+
+TEST_P(FilesContract, AFileThatBelongsToOthersIsNotRead) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads everything";
+  ASSERT_TRUE(files().CreateFolder(u"\\"));
+  ASSERT_TRUE(files().WriteFile(u"\\secret", "x"));
+  ASSERT_EQ(chmod((data_folder() + "/secret").c_str(), 0), 0);
+  std::uint32_t error = 0;
+  EXPECT_FALSE(files().OpenRead(u"\\secret", error));
+  EXPECT_EQ(error, 5u);
+}
+
 TEST_P(FilesContract, FreeSpaceOfAFolderThatExists) {
   ASSERT_TRUE(files().CreateFolder(u"\\News"));
   const auto space = files().FreeSpace(u"\\News");
