@@ -12,6 +12,7 @@
 #include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
+#include "base/save_file.h"
 #include "killfile/entry_dialog.h"
 #include "mime/shown_text.h"
 #include "port/article_panes.h"
