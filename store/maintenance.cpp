@@ -4,10 +4,13 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "base/upward_calls.h"
 #include "base/wait_cursor.h"
 #include "port/platform.h"
 #include "store/databases.h"
+#include "store/refusals.h"
 #include "store/rewrite.h"
+#include "store/use_mark.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -45,10 +48,45 @@ bool StoreHasRoom() {
   return false;
 }
 
+std::optional<std::uint32_t> StoreUsedPercent(std::u16string_view databasestore) {
+  port::Files& files = gPlatform->files;
+  auto space = files.FreeSpace(DatabaseFolderFor(databasestore));
+  if (!space) space = files.FreeSpace(FormatWide(u"\\%ls", databasestore));
+  if (!space) return std::nullopt;
+  return UsedPercent(*space);
+}
+
+std::vector<std::u16string> StorageCards() {
+  std::vector<std::u16string> cards = gPlatform->files.Cards();
+  std::erase_if(cards, [](const std::u16string& card) {
+    // Where only others may make folders, one for the databases may be there all the same.
+    return !gPlatform->files.CanWriteFolder(FormatWide(u"\\%ls", card)) &&
+           !gPlatform->files.CanWriteFolder(DatabaseFolderFor(card));
+  });
+  return cards;
+}
+
 void CompactDatabases() {
   const WaitCursor wait;
   RunWithProgress(u"Compacting databases", [] { return RewriteDatabases(RewriteMode::kCompact); });
   ReopenDatabases();
+}
+
+bool PurgeDatabases() {
+  const WaitCursor wait;
+  up::ClearArticleView();
+  up::ClearThreadView();
+  const bool deleted = DeleteDatabases(true);
+  // Copies that an end without closing has left would bring everything back.
+  if (deleted) ClearUseMark();
+  if (!gPlatform->files.FileSize(DatabasePath(DatabaseIndex::kPendingPosts))) ForgetAllRefusals();
+  const bool open = ReopenDatabases();
+  if (!deleted) {
+    ShowMessage(
+        u"There was an error deleting one or more of the databases. Your CE device may need to be "
+        u"rebooted.");
+  }
+  return deleted && open;
 }
 
 }  // namespace quillet
