@@ -12,6 +12,7 @@
 #include "store/databases.h"
 #include "store/relocation.h"
 #include "thread/view.h"
+#include "util/format.h"
 
 namespace quillet {
 namespace {
@@ -46,12 +47,6 @@ bool TakeAlong(const std::u16string& databasestore) {
   return true;
 }
 
-bool OpenThose(const std::u16string& databasestore) {
-  if (!OpenInStore(databasestore)) return false;
-  LeaveOldStore();
-  return true;
-}
-
 void TellNotMoved() {
   ShowMessage(u"The databases could not be moved. They stay where they are.");
 }
@@ -66,20 +61,37 @@ void StayInStore(const std::u16string& databasestore) {
   if (!open) ReportCriticalError(u"unable to re-open databases", u"ApplyPrefsChanges");
 }
 
+// As at a start without the card: main memory takes its place. Nothing is moved.
+void FallBackToMainMemory(const std::u16string& old_store) {
+  if (old_store.empty()) return TellNotMoved();
+  CloseDatabases();
+  if (!OpenInStore(u"")) return StayInStore(old_store);
+  LeaveOldStore();
+  ShowMessage(
+      FormatWide(u"There is no folder for the databases in the new location, and none could be "
+                 u"made. Quillet CE uses the databases in main memory now. Those on \"%ls\" stay "
+                 u"there.",
+                 old_store));
+}
+
 }  // namespace
 
 void MoveDatabases(const std::u16string& databasestore) {
   const std::u16string old_store = gPrefs->databasestore;
   const std::u16string folder = DatabaseFolderFor(databasestore);
-  if (!gPlatform->files.CreateFolder(folder)) return TellNotMoved();
-  CloseDatabases();
+  port::Files& files = gPlatform->files;
+  if (!files.FolderExists(folder) && !files.CreateFolder(folder)) {
+    return FallBackToMainMemory(old_store);
+  }
   // The two blanks after the full stop are meant: boxes are told by their exact texts, in the
-  // answers that scripts announce too.
-  const bool take_along =
-      !HoldsDatabases(folder) ||
-      ConfirmAction(u"Databases already exist in new location.  Replace with old databases?", true);
-  const bool moved = take_along ? TakeAlong(databasestore) : OpenThose(databasestore);
-  if (!moved) StayInStore(old_store);
+  // answers that scripts announce too. After a No everything is as it was.
+  if (HoldsDatabases(folder) &&
+      !ConfirmAction(u"Databases already exist in new location.  Replace with old databases?",
+                     true)) {
+    return;
+  }
+  CloseDatabases();
+  if (!TakeAlong(databasestore)) StayInStore(old_store);
 }
 
 }  // namespace quillet

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -110,10 +111,22 @@ class Moving : public Program {
     fake_.display.ForgetBoxes();
   }
 
+  // The bytes of every file in the folder, by its name.
+  std::map<std::string, std::string> Contents(std::u16string_view folder) {
+    std::map<std::string, std::string> contents;
+    for (const std::u16string& name : fake_.files.FileNames(folder)) {
+      contents[ToUtf8(name)] = fake_.files.ReadFile(In(folder, name), 1 << 24).value_or("?");
+    }
+    return contents;
+  }
+
   // Everything is where it was: in the record, in the registry, in the folders, and open.
   void ExpectStayed() {
     ASSERT_FALSE(fake_.display.boxes().empty());
     EXPECT_EQ(fake_.display.boxes().back().text, kNotMoved);
+    ExpectInMainMemory();
+  }
+  void ExpectInMainMemory() {
     OnProgramThread([] {
       EXPECT_EQ(gPrefs->databasestore, u"");
       EXPECT_EQ(gPrefs->databasefolder, kHome);
@@ -162,16 +175,20 @@ TEST_F(Moving, WhatLiesBesideTheDatabasesGoesAlong) {
   End();
 }
 
-TEST_F(Moving, DatabasesFoundThereAreKeptOnNo) {
+TEST_F(Moving, OnNoTheOldFolderStaysInUseAndThePreferenceGoesBack) {
   StartAndWait();
   PutOtherStoreOnCard();
   AddArticle("<1@a>");
+  const auto before = Contents(kCard);
+  const int copies = fake_.files.calls(FileCall::kCopy);
   fake_.display.Expect(u"Databases already exist in new location.  Replace with old databases?",
                        port::kIdNo);
   MoveTo(kOnCard);
-  EXPECT_FALSE(HasArticle("<1@a>"));
-  EXPECT_TRUE(HasArticle("<other@card>"));
-  EXPECT_TRUE(fake_.files.FileSize(u"\\Quillet CE News\\Quillet articles.gdb"));
+  ExpectInMainMemory();
+  EXPECT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.files.calls(FileCall::kCopy), copies);
+  EXPECT_FALSE(HasArticle("<other@card>"));
+  EXPECT_EQ(Contents(kCard), before);
   End();
 }
 
@@ -254,15 +271,12 @@ TEST_P(MovingFails, OverOtherDatabases) {
     StartAndWait();
     PutOtherStoreOnCard();
     AddArticle("<1@a>");
-    const std::vector<std::string> before = Names(kCard);
+    const auto before = Contents(kCard);
     fake_.display.Expect(u"Databases already exist in new location.", port::kIdYes);
     fake_.files.FailNth(step, nth);
     MoveTo(kOnCard);
     ExpectStayed();
-    EXPECT_EQ(Names(kCard), before);
-    fake_.display.Expect(u"Databases already exist in new location.", port::kIdNo);
-    MoveTo(kOnCard);
-    EXPECT_TRUE(HasArticle("<other@card>"));
+    EXPECT_EQ(Contents(kCard), before);
     End();
     std::filesystem::remove_all(fake_.files.NativePath(kCard));
     fake_.registry.Erase(kRegistryPath, u"databasestore");
@@ -305,18 +319,74 @@ TEST_F(Moving, DatabasesThatCannotBeOpenedThereGoBack) {
   End();
 }
 
-TEST_F(Moving, FoundDatabasesThatCannotBeOpenedAreLeftAlone) {
+// As at a start without the card.
+TEST_F(Moving, BetweenCardsMainMemoryTakesThePlaceOfOneThatHasGone) {
   StartAndWait();
-  PutOtherStoreOnCard();
-  AddArticle("<1@a>");
-  const std::string path = fake_.files.NativePath(In(kCard, u"Quillet articles.gdb"));
-  const port::FileDescriptor held(open(path.c_str(), O_RDWR | O_CLOEXEC));
-  ASSERT_EQ(flock(held.get(), LOCK_EX | LOCK_NB), 0);
-  const std::vector<std::string> before = Names(kCard);
-  fake_.display.Expect(u"Databases already exist in new location.", port::kIdNo);
   MoveTo(kOnCard);
-  ExpectStayed();
-  EXPECT_EQ(Names(kCard), before);
+  AddArticle("<card@a>");
+  MoveTo(u"No such\\card");
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"There is no folder for the databases in the new location, and none could be made. "
+            u"Quillet CE uses the databases in main memory now. Those on \"Card\" stay there.");
+  EXPECT_FALSE(HasArticle("<card@a>"));
+  AddArticle("<1@a>");
+  ExpectInMainMemory();
+  EXPECT_TRUE(fake_.files.FileSize(In(kCard, u"Quillet articles.gdb")));
+  End();
+}
+
+TEST_F(Moving, WithoutMainMemoryEitherTheOldCardStaysInUse) {
+  StartAndWait();
+  MoveTo(kOnCard);
+  AddArticle("<card@a>");
+  const std::string home = fake_.files.NativePath(kHome);
+  std::filesystem::remove_all(home);
+  std::filesystem::create_symlink("nowhere", home);
+  MoveTo(u"No such\\card");
+  std::filesystem::remove(home);
+  EXPECT_EQ(fake_.display.boxes().back().text, kNotMoved);
+  EXPECT_TRUE(HasArticle("<card@a>"));
+  OnProgramThread([] { EXPECT_EQ(gDatabaseFolder, kCard); });
+  End();
+  EXPECT_EQ(Bytes(u"databasestore"), std::string("C\0a\0r\0d\0\0\0", 10));
+}
+
+// Pulled out before the nth file is copied, and when the copies take their places.
+TEST_P(MovingFails, ACardThatIsPulledOutInTheMiddle) {
+  for (const FileCall step : {FileCall::kCopy, FileCall::kRename}) {
+    StartAndWait();
+    AddArticle("<1@a>");
+    fake_.files.BeforeNth(step, GetParam(), [&] { fake_.files.RemoveCard(u"Card"); });
+    MoveTo(kOnCard);
+    ExpectStayed();
+    fake_.files.before_call = nullptr;
+    End();
+    fake_.files.AddCard(u"Card");
+    std::filesystem::remove_all(fake_.files.NativePath(kCard));
+    fake_.display.ForgetBoxes();
+  }
+}
+
+// On the way back the card holds what is moved.
+TEST_P(MovingFails, ACardThatIsPulledOutOnTheWayBackKeepsItsDatabases) {
+  StartAndWait();
+  MoveTo(kOnCard);
+  AddArticle("<card@a>");
+  fake_.files.BeforeNth(FileCall::kCopy, GetParam(), [&] { fake_.files.RemoveCard(u"Card"); });
+  fake_.queues.PostCall(id_, [] {
+    auto edited = CopyPrefs(*gPrefs);
+    edited->databasestore.clear();
+    ApplyPrefsChanges(std::move(edited));
+  });
+  Join();
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"A critical error (unable to re-open databases) occurred in ApplyPrefsChanges.");
+  fake_.files.before_call = nullptr;
+  EXPECT_EQ(Names(kHome), std::vector<std::string>());
+  fake_.files.AddCard(u"Card");
+  fake_.display.ForgetBoxes();
+  StartAndWait();
+  EXPECT_TRUE(HasArticle("<card@a>"));
   End();
 }
 
