@@ -1,0 +1,47 @@
+#include "util/base64.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace quillet {
+namespace {
+
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+}  // namespace
+
+std::string Base64Encode(std::string_view bytes) {
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  for (std::size_t at = 0; at < bytes.size(); at += 3) {
+    const std::string_view part = bytes.substr(at, 3);
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      bits = bits << 8 | (i < part.size() ? static_cast<unsigned char>(part[i]) : 0U);
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+      text += i <= part.size() ? kAlphabet[bits >> (18 - 6 * i) & 63] : '=';
+    }
+  }
+  return text;
+}
+
+std::string Base64Decode(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+  std::string bytes;
+  std::uint32_t bits = 0;
+  int held = 0;  // of them, how many stand for no byte yet
+  for (const char c : text) {
+    const std::size_t value = kAlphabet.find(c);
+    if (value == std::string_view::npos) break;
+    bits = (bits << 6 | static_cast<std::uint32_t>(value)) & 0xFFFF;
+    held += 6;
+    if (held < 8) continue;
+    held -= 8;
+    bytes += static_cast<char>(bits >> held & 0xFF);
+  }
+  return bytes;
+}
+
+}  // namespace quillet
