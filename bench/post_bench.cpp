@@ -271,7 +271,8 @@ int Run(unsigned posts, unsigned rounds) {
     port::LinuxRegistry registry(std::string(folder) + "/registry.db");
     port::Platform platform{fake.display.Services(), fake.queues,  registry,   sockets,
                             fake.libraries,          fake.files,   fake.clock, fake.shell,
-                            fake.scheduler,          fake.dialler, fake.mail,  fake.contacts};
+                            fake.scheduler,          fake.dialler, fake.mail,  fake.contacts,
+                            fake.security,           fake.secrets};
     gPlatform = &platform;
     gPrefs = std::make_unique<Prefs>();
     gPrefs->returnmailaddress = u"writer@example.org";

@@ -146,7 +146,8 @@ int main(int argc, char** argv) {
   quillet::qt::QtDevice device(queues);
   quillet::port::Platform platform{device.Services(), queues,       fake.registry, fake.sockets,
                                    fake.libraries,    fake.files,   clock,         fake.shell,
-                                   fake.scheduler,    fake.dialler, fake.mail,     fake.contacts};
+                                   fake.scheduler,    fake.dialler, fake.mail,     fake.contacts,
+                                   fake.security,     fake.secrets};
   quillet::gPlatform = &platform;
   PaintWatcher watcher;
   const int result = device.Run([&] { return Trial(device, watcher); });

@@ -77,7 +77,9 @@ struct Device {
                           fake.scheduler,
                           fake.dialler,
                           fake.mail,
-                          fake.contacts};
+                          fake.contacts,
+                          fake.security,
+                          fake.secrets};
 };
 
 // The round that was disturbed least.

@@ -20,6 +20,8 @@ class PopUpMenus;
 class PropertySheets;
 class Registry;
 class Scheduler;
+class Secrets;
+class Security;
 class Shell;
 class Sockets;
 class TreeView;
@@ -50,6 +52,8 @@ struct Platform : DisplayServices {
   Dialler& dialler;
   MailStore& mail;
   Contacts& contacts;
+  Security& security;
+  Secrets& secrets;
 };
 
 }  // namespace quillet::port

@@ -88,9 +88,9 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
   display.SetObserver(&observer);
   const port::Platform& real = services.Attach(display.Services());
   ScriptShell shell(real.shell, reporter);
-  port::Platform scripted{real,           real.messages, real.registry, real.sockets,
-                          real.libraries, real.files,    real.clock,    shell,
-                          real.scheduler, real.dialler,  real.mail,     real.contacts};
+  port::Platform scripted{real,       real.messages, real.registry, real.sockets,   real.libraries,
+                          real.files, real.clock,    shell,         real.scheduler, real.dialler,
+                          real.mail,  real.contacts, real.security, real.secrets};
   gPlatform = &scripted;
   services.SetOnEndSession([&] {
     BeginSessionEnd();

@@ -15,6 +15,8 @@
 #include "port/fake/fake_libraries.h"
 #include "port/fake/fake_mail_store.h"
 #include "port/fake/fake_registry.h"
+#include "port/fake/fake_secrets.h"
+#include "port/fake/fake_security.h"
 #include "port/fake/fake_services.h"
 #include "port/fake/fake_sockets.h"
 #include "port/platform.h"
@@ -48,9 +50,12 @@ class FakePlatform {
   FakeShell shell{queues};
   FakeMailStore mail;
   FakeContacts contacts;
+  FakeSecurity security;
+  FakeSecrets secrets;
 
-  Platform platform{display.Services(), queues,  registry, sockets, libraries, files, clock, shell,
-                    scheduler,          dialler, mail,     contacts};
+  Platform platform{
+      display.Services(), queues,  registry, sockets,  libraries, files,  clock, shell,
+      scheduler,          dialler, mail,     contacts, security,  secrets};
 
   // Handles every message that waits for this thread until there is none; false when the quit
   // message was among them.

@@ -16,6 +16,7 @@ LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line
       scheduler(profile, program, clock, [this] { shell.RequestDownload(); }),
       mail(profile.data_folder, [this] { return sockets.interrupts(); }),
       contacts(profile.data_folder),
+      secrets(profile.config_folder, [this] { return sockets.interrupts(); }),
       signals_([this] { EndSession(); }) {
   TellOfCutFiles(files.NativePath(kCutFileNote));
 }
@@ -27,7 +28,7 @@ LinuxServices::~LinuxServices() {
 Platform& LinuxServices::Attach(const DisplayServices& display) {
   Detach();
   platform_.emplace(Platform{display, queues, registry, sockets, libraries, files, clock, shell,
-                             scheduler, dialler, mail, contacts});
+                             scheduler, dialler, mail, contacts, security, secrets});
   shell.SetRaise([&windows = display.windows](const std::string& token) { windows.Raise(token); });
   gPlatform = &*platform_;
   return *platform_;

@@ -16,6 +16,8 @@
 #include "port/linux/linux_mail_store.h"
 #include "port/linux/linux_registry.h"
 #include "port/linux/linux_scheduler.h"
+#include "port/linux/linux_secrets.h"
+#include "port/linux/linux_security.h"
 #include "port/linux/linux_shell.h"
 #include "port/linux/linux_sockets.h"
 #include "port/linux/profile.h"
@@ -57,6 +59,8 @@ class LinuxServices {
   LinuxScheduler scheduler;
   LinuxMailStore mail;
   LinuxContacts contacts;
+  LinuxSecurity security;
+  LinuxSecrets secrets;
 
  private:
   std::optional<Platform> platform_;

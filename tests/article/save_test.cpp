@@ -124,7 +124,8 @@ TEST_F(SavingArticles, ThePathIsCorrectedAtItsBeginningAndItsEnd) {
   PathKeeper keeper;
   port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, fake.sockets,
                           fake.libraries,          keeper,       fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,
+                          fake.security,           fake.secrets};
   gPlatform = &platform;
   for (const char16_t* path :
        {u"\\\\a.txt", u"\\\\\\a.txt", u"\\a.txt", u"a.txt", u"/home/me/\\\\a.txt", u"\\name.",

@@ -171,10 +171,11 @@ class NotingRegistry final : public port::Registry {
 class OtherRegistry {
  public:
   explicit OtherRegistry(port::Registry& registry)
-      : before_(gPlatform), platform_{*before_,         before_->messages,  registry,
-                                      before_->sockets, before_->libraries, before_->files,
-                                      before_->clock,   before_->shell,     before_->scheduler,
-                                      before_->dialler, before_->mail,      before_->contacts} {
+      : before_(gPlatform), platform_{*before_,          before_->messages,  registry,
+                                      before_->sockets,  before_->libraries, before_->files,
+                                      before_->clock,    before_->shell,     before_->scheduler,
+                                      before_->dialler,  before_->mail,      before_->contacts,
+                                      before_->security, before_->secrets} {
     gPlatform = &platform_;
   }
   OtherRegistry(const OtherRegistry&) = delete;

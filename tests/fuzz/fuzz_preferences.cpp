@@ -81,7 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   port::FakeRegistry registry;
   port::Platform platform{fake.display.Services(), fake.queues,  registry,   fake.sockets,
                           fake.libraries,          fake.files,   fake.clock, fake.shell,
-                          fake.scheduler,          fake.dialler, fake.mail,  fake.contacts};
+                          fake.scheduler,          fake.dialler, fake.mail,  fake.contacts,
+                          fake.security,           fake.secrets};
   gPlatform = &platform;
   PutValues(registry, {reinterpret_cast<const char*>(data), size});
   CheckReadAndWrite();

@@ -58,7 +58,8 @@ struct Device {
   FuzzedSockets sockets;
   port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, sockets,
                           fake.libraries,          fake.files,   fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,
+                          fake.security,           fake.secrets};
 };
 
 void ReadReplies() {

@@ -165,7 +165,9 @@ class FaultsTest : public NntpTest {
                            fake.scheduler,
                            fake.dialler,
                            fake.mail,
-                           fake.contacts};
+                           fake.contacts,
+                           fake.security,
+                           fake.secrets};
 };
 
 TEST_F(FaultsTest, UndisturbedRunGetsEverything) {

@@ -44,7 +44,8 @@ class LoopbackTest : public NntpTest {
   }};
   port::Platform platform_{fake.display.Services(), fake.queues,  fake.registry, sockets_,
                            fake.libraries,          fake.files,   fake.clock,    fake.shell,
-                           fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
+                           fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,
+                           fake.security,           fake.secrets};
 };
 
 void LayOneArticle(TranscriptServer& server) {

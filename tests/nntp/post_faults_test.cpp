@@ -103,7 +103,9 @@ class PostFaultsTest : public NntpTest {
                            fake.scheduler,
                            fake.dialler,
                            fake.mail,
-                           fake.contacts};
+                           fake.contacts,
+                           fake.security,
+                           fake.secrets};
 };
 
 TEST_F(PostFaultsTest, UndisturbedRunPostsAll) {

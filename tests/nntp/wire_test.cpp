@@ -373,7 +373,8 @@ TEST_F(WireTest, OverviewOfAHundredThousandLinesTakesNoMemoryAtAll) {
   OverviewSockets sockets;
   port::Platform platform{fake.display.Services(), fake.queues,  fake.registry, sockets,
                           fake.libraries,          fake.files,   fake.clock,    fake.shell,
-                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts};
+                          fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,
+                          fake.security,           fake.secrets};
   wire.Close();
   gPlatform = &platform;
   wire.Open(sockets.Open());

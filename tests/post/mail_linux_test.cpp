@@ -54,7 +54,8 @@ class MailOnLinux : public ::testing::Test {
   port::LinuxMailStore store{machine.folder / "data", [] { return 0U; }};
   port::Platform platform{fake.display.Services(), fake.queues,  registry,   fake.sockets,
                           fake.libraries,          fake.files,   fake.clock, fake.shell,
-                          fake.scheduler,          fake.dialler, store,      fake.contacts};
+                          fake.scheduler,          fake.dialler, store,      fake.contacts,
+                          fake.security,           fake.secrets};
 };
 
 TEST_F(MailOnLinux, AMessageReachesSendmailWholeAndOnce) {

@@ -42,7 +42,8 @@ class RunnerTest : public DisplayTest {
   port::FakePlatform fake;
   port::Platform platform{device->Services(), queues,       fake.registry, fake.sockets,
                           fake.libraries,     fake.files,   clock,         fake.shell,
-                          fake.scheduler,     fake.dialler, fake.mail,     fake.contacts};
+                          fake.scheduler,     fake.dialler, fake.mail,     fake.contacts,
+                          fake.security,      fake.secrets};
 };
 
 TEST_F(RunnerTest, DialogIsUpWhileTheOperationRuns) {

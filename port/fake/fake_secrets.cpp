@@ -1,0 +1,59 @@
+#include "port/fake/fake_secrets.h"
+
+#include <algorithm>
+
+#include "util/text.h"
+
+namespace quillet::port {
+namespace {
+
+bool HasAll(const Secret& secret, const SecretAttributes& attributes) {
+  return std::ranges::includes(secret.attributes, attributes);
+}
+
+}  // namespace
+
+SecretsResult FakeSecrets::Begin(const char* call, const SecretAttributes& attributes) {
+  std::string text = call;
+  for (const auto& [name, value] : attributes) text += " " + name + "=" + ToUtf8(value);
+  if (on_call) on_call(text);
+  calls.push_back(std::move(text));
+  if (fail_in > 0 && --fail_in == 0) return SecretsResult::kNoService;
+  return result;
+}
+
+SecretsResult FakeSecrets::Lookup(const SecretAttributes& attributes, std::vector<Secret>& found) {
+  found.clear();
+  if (const auto begun = Begin("Lookup", attributes); begun != SecretsResult::kDone) return begun;
+  for (const Secret& secret : secrets) {
+    if (HasAll(secret, attributes)) found.push_back(secret);
+  }
+  return found.empty() ? SecretsResult::kNothing : SecretsResult::kDone;
+}
+
+SecretsResult FakeSecrets::Store(const std::u16string& label, const Secret& secret) {
+  const auto begun = Begin("Store", secret.attributes);
+  if (begun != SecretsResult::kDone) return begun;
+  const auto same = std::ranges::find(secrets, secret.attributes, &Secret::attributes);
+  if (same != secrets.end()) {
+    labels[static_cast<std::size_t>(same - secrets.begin())] = label;
+    same->text = secret.text;
+  } else {
+    secrets.push_back(secret);
+    labels.push_back(label);
+  }
+  return SecretsResult::kDone;
+}
+
+SecretsResult FakeSecrets::Clear(const SecretAttributes& attributes) {
+  if (const auto begun = Begin("Clear", attributes); begun != SecretsResult::kDone) return begun;
+  const std::size_t before = secrets.size();
+  for (std::size_t i = before; i-- > 0;) {
+    if (!HasAll(secrets[i], attributes)) continue;
+    secrets.erase(secrets.begin() + static_cast<std::ptrdiff_t>(i));
+    labels.erase(labels.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  return secrets.size() == before ? SecretsResult::kNothing : SecretsResult::kDone;
+}
+
+}  // namespace quillet::port
