@@ -17,6 +17,7 @@
 #include "base/upward_calls.h"
 #include "base/window_procedures.h"
 #include "nntp/connect.h"
+#include "nntp/ntlm.h"
 #include "port/clock.h"
 #include "port/files.h"
 #include "port/message_queue.h"
@@ -61,6 +62,7 @@ void OfferDeletion() {
 }
 
 bool OpenStore() {
+  LoadSecurityInterface();
   if (!LoadDatabaseLibrary()) {
     ShowMessage(
         u"Quillet CE was unable to initialize its gdbmce.dll, which is required for this version. "

@@ -5,6 +5,7 @@
 
 #include "base/prefs.h"
 #include "nntp/connection.h"
+#include "nntp/ntlm.h"
 #include "nntp/replies.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -33,25 +34,6 @@ RunEnd SendUserAndPassword() {
   }
   if (StartsWith(gConnection.reply, "281")) return RunEnd::kGoOn;
   LogError(FormatWide(u"I sent AUTHINFO, and the server responded '%ls'.\r\n", gConnection.reply));
-  return RunEnd::kRefused;
-}
-
-// Encrypted login. The device has no security provider, so it ends where credentials are asked of
-// one.
-RunEnd NegotiateNtlm() {
-  if (!SendCommand("AUTHINFO GENERIC NTLM", CommandLogging::kUnlogged)) return RunEnd::kLost;
-  if (!ReadResponse()) {
-    // Meant: a second time after ReadResponse. The user is shown this log, and the doubled line is
-    // how it tells a loss during this login from others.
-    LogLoss();
-    return RunEnd::kLost;
-  }
-  if (StartsWith(gConnection.reply, "381")) {
-    LogError(u"AcquireCredentialsHandle failed; unable to send encrypted credentials.\r\n");
-  } else {
-    LogError(FormatWide(u"While negotiating NTLM AUTHINFO, the server responded '%ls'.\r\n",
-                        gConnection.reply));
-  }
   return RunEnd::kRefused;
 }
 
