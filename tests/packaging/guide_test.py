@@ -1,0 +1,151 @@
+#!/usr/bin/python3
+"""That the users' guide explains everything the program says. Usage: guide_test.py REPOSITORY
+
+Read are the texts in the sources: what is handed to the functions that show a message or write a line
+into the error log, and every other text of four words or more, so that those which come from a table
+are not missed. What changes from case to case ("%ls") is an ellipsis in the guide.
+"""
+
+import pathlib
+import re
+import sys
+import unittest
+
+REPOSITORY = pathlib.Path(sys.argv.pop(1))
+FOLDERS = ("app", "article", "base", "groups", "killfile", "mime", "nntp", "post", "store", "thread",
+           "util", "port/common", "port/linux")
+SHOWING = re.compile(r"\b(ShowMessage|ConfirmAction|AskYesNo|AskOkCancel|ReportError|"
+                     r"ReportCriticalError|LogError|ShowBox)\(")
+TEXT = re.compile(r'\bu"(?:[^"\\\n]|\\.)*"(?:\s*u"(?:[^"\\\n]|\\.)*")*')
+
+# Texts that are no messages: they stand in windows that explain themselves.
+ELSEWHERE = [
+    # labels and entries of windows
+    "Kill if author contains:", "Require author to contain:", "Kill if subject contains:",
+    "Require subject to contain:", "--- Begin body here ---",
+    # titles and lines of the progress window
+    "Deleting \u2026 articles in selected groups...", "Deleting \u2026 articles in \u2026...",
+    "Scanning group for article \u2026 (found \u2026)", "Article \u2026 does not exist on the server",
+    "Downloading from group \u2026", "Skipping large article \u2026 (\u2026k)",
+    "skipping large article \u2026: \u2026k (this may take some time)",
+    "Marking articles in checked groups as read...",
+    "Marking articles in checked groups as unread...",
+    # captions of boxes
+    "Quillet CE not configured", "Finished marking server(s) read/unread",
+    # the status line
+    "\u2026 article\u2026 queued for posting",
+    # the page of extensions, each line beside its box
+    "Give posts a &Message-ID", "An article whose posting was cut off is posted once, not twice.",
+    "Use the desktop's pass&word store",
+    "Passwords of news servers are kept there instead of in the settings.",
+    "Show the pro&gress of imports", "The import of a file above 1 MB can be watched and cancelled.",
+    # what is written, not shown
+    "In message $i, $a wrote:",
+    # names of files
+    "Quillet databases in use", "Quillet deleted cross-posts",
+]
+# Signatures, mark-up, header lines, paths and names of files.
+WRITTEN = re.compile(r"^(-- \r\n)?Posted with Quillet |<|^From: |^(Software)?\\|\.gdb(\.copy)?$")
+
+
+def without_comments(source):
+    return re.sub(r'("(?:[^"\\\n]|\\.)*")|//[^\n]*', lambda match: match.group(1) or "", source)
+
+
+def text_of(literal):
+    """A literal, in however many pieces, as the guide writes it."""
+    text = "".join(re.findall(r'"((?:[^"\\\n]|\\.)*)"', literal))
+    text = text.replace("\\r", "\r").replace("\\n", "\n").replace('\\"', '"').replace("\\\\", "\\")
+    text = text.replace("%%", "\0")
+    text = re.sub(r"%(lu|ls|d|u|x|s|c)", "\u2026", text).replace("\0", "%")
+    text = re.sub("\u2026+", "\u2026", text)
+    return text if text.startswith("-- ") else text.strip("\r\n ")
+
+
+def argument_of(source, start):
+    """What stands between the bracket before `start` and its counterpart."""
+    depth, at = 1, start
+    while depth:
+        match = re.compile(r'"(?:[^"\\\n]|\\.)*"|[()]').search(source, at)
+        depth += {"(": 1, ")": -1}.get(match.group(), 0)
+        at = match.end()
+    return source[start:at - 1]
+
+
+def texts_of(source):
+    """(texts that are shown, all texts) of a source; comments are gone already."""
+    shown = {text_of(text) for call in SHOWING.finditer(source)
+             for text in TEXT.findall(argument_of(source, call.end()))}
+    return shown, {text_of(match.group()) for match in TEXT.finditer(source)}
+
+
+def is_prose(text):
+    return len(re.findall(r"[A-Za-z']{2,}", text)) >= 4
+
+
+class Guide(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.guide = (REPOSITORY / "docs/user-guide.md").read_text(encoding="utf-8")
+        cls.messages = set(re.findall(r"\*\*(.+?)\*\*", cls.guide))
+        cls.reasons = {reason for message in cls.messages for reason in
+                       re.findall(r"An? (?:unexpected|critical) error \((.*)\) occurred", message)}
+        cls.sources = {}
+        for folder in FOLDERS:
+            for path in sorted((REPOSITORY / folder).rglob("*.cpp")) + sorted(
+                    (REPOSITORY / folder).rglob("*.h")):
+                cls.sources[str(path.relative_to(REPOSITORY))] = without_comments(
+                    path.read_text(encoding="utf-8"))
+
+    def explained(self, text):
+        """As a message of its own, as the reason of an error, or in a sentence. A text that begins
+        with a full stop is the end of a message."""
+        return (text in self.messages or text in self.reasons
+                or text.startswith(". ") and any(one.endswith(text) for one in self.messages)
+                or not text.endswith((".", "?", "!")) and text in self.guide)
+
+    def test_every_message_of_the_program_is_explained(self):
+        missing = {}
+        for name, source in self.sources.items():
+            shown, texts = texts_of(source)
+            wanted = {text for text in shown if re.search("[A-Za-z]{2}", text)}
+            wanted |= {text for text in texts if is_prose(text)}
+            for text in wanted:
+                if (text not in ELSEWHERE and not WRITTEN.search(text)
+                        and not re.fullmatch(r"[A-Z]\w+", text) and not self.explained(text)):
+                    missing.setdefault(name, []).append(text)
+        self.assertEqual(missing, {}, "docs/user-guide.md does not explain these")
+
+    def test_the_sources_were_read(self):
+        shown = set().union(*(texts_of(source)[0] for source in self.sources.values()))
+        for text in ("Discard this article?", "Unable to find host \u2026.", "RAS error \u2026",
+                     "Databases already exist in new location.  Replace with old databases?"):
+            self.assertIn(text, shown)
+        self.assertGreater(len(shown), 100)
+
+    def test_exceptions_that_nothing_says_any_more_are_gone(self):
+        texts = set().union(*(texts_of(source)[1] for source in self.sources.values()))
+        self.assertEqual([text for text in ELSEWHERE if text not in texts], [])
+
+    def test_how_texts_are_found(self):
+        shown, texts = texts_of(without_comments(
+            'f(); // ShowMessage(u"no")\n'
+            'ShowMessage(FormatWide(u"a \\"%ls\\" (b)"\n   u", c %d%%\\r\\n", g(")")), u"d");\n'
+            'constexpr auto kText = u"one (two) three";\n'))
+        self.assertEqual(shown, {'a "\u2026" (b), c \u2026%', "d"})
+        self.assertEqual(texts, shown | {"one (two) three"})
+
+    def test_links_lead_somewhere(self):
+        anchors = {"#" + re.sub(r"[^a-z0-9 -]", "", heading.lower()).replace(" ", "-")
+                   for heading in re.findall(r"^#+ (.*)$", self.guide, re.MULTILINE)}
+        for target in re.findall(r"\]\(([^)]+)\)", self.guide):
+            if target.startswith("#"):
+                self.assertIn(target, anchors)
+            else:
+                self.assertTrue((REPOSITORY / "docs" / target).exists(), target)
+
+
+if __name__ == "__main__":
+    unittest.main()
