@@ -21,7 +21,7 @@ constexpr NumberRange kHour{0, 23};
 constexpr NumberRange kSixtieth{0, 59};
 constexpr NumberRange kPercent{0, 100};
 constexpr NumberRange kPlacement{0, 2};
-constexpr NumberRange kPage{0, 15};
+constexpr NumberRange kPage{0, 16};
 constexpr NumberRange kPort{1, 65535};
 // 1 to 8, and 0, which every size table knows to treat.
 constexpr NumberRange kFontSize{0, 8};

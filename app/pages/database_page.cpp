@@ -6,7 +6,6 @@
 
 #include "app/pages/page.h"
 #include "base/messages.h"
-#include "port/files.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/databases.h"
@@ -31,7 +30,7 @@ void ShowSizes(port::WindowHandle page) {
 
 // "Internal", the cards, and the store chosen before when its card is not there now.
 void OfferStores(PrefsSheet& sheet, port::WindowHandle page) {
-  sheet.stores = gPlatform->files.Cards();
+  sheet.stores = StorageCards();
   sheet.stores.insert(sheet.stores.begin(), u"");
   auto place = std::ranges::find(sheet.stores, sheet.copy->databasestore);
   if (place == sheet.stores.end()) {

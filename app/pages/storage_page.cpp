@@ -1,7 +1,6 @@
 #include <array>
 
 #include "app/pages/page.h"
-#include "base/prefs_registry.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "store/maintenance.h"
@@ -28,7 +27,7 @@ void ShowPercent(port::WindowHandle page, std::uint32_t percent) {
 
 // How full the store is that the sheet has chosen, which need not be the one in use.
 void ShowStore(PrefsSheet& sheet, port::WindowHandle page, bool /*first*/) {
-  const auto used = StoreUsedPercent(DatabaseFolderFor(sheet.copy->databasestore));
+  const auto used = StoreUsedPercent(sheet.copy->databasestore);
   gPlatform->dialogs.Write(
       page, kControlStoreFull,
       port::Text{used ? FormatWide(u"Store is currently %d%% full.", *used) : u""});

@@ -172,6 +172,8 @@ std::optional<VolumeSpace> FakeFiles::FreeSpace(std::u16string_view folder) {
   if (Fails(FileCall::kFreeSpace) || !real_.FolderExists(folder)) return std::nullopt;
   {
     const std::lock_guard lock(mutex_);
+    const auto of_folder = spaces_.find(std::u16string(folder));
+    if (of_folder != spaces_.end()) return of_folder->second;
     if (space_) return space_;
   }
   return real_.FreeSpace(folder);
@@ -184,6 +186,11 @@ std::vector<std::u16string> FakeFiles::Cards() {
 void FakeFiles::SetFreeSpace(VolumeSpace space) {
   const std::lock_guard lock(mutex_);
   space_ = space;
+}
+
+void FakeFiles::SetFreeSpace(std::u16string_view folder, VolumeSpace space) {
+  const std::lock_guard lock(mutex_);
+  spaces_[std::u16string(folder)] = space;
 }
 
 std::string FakeFiles::CardPath(const char* folder, std::u16string_view name) const {

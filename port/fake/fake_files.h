@@ -79,6 +79,8 @@ class FakeFiles final : public Files {
 
   // Answers FreeSpace for every folder that exists, in place of the real volume.
   void SetFreeSpace(VolumeSpace space);
+  // The same for one folder, before the other.
+  void SetFreeSpace(std::u16string_view folder, VolumeSpace space);
 
   // A card is a folder of the private folder.
   void AddCard(std::u16string_view name);
@@ -100,6 +102,7 @@ class FakeFiles final : public Files {
   LinuxFiles real_;
   mutable std::mutex mutex_;
   std::optional<VolumeSpace> space_;
+  std::map<std::u16string, VolumeSpace> spaces_;
   std::array<int, kFileCallCount> calls_{};
   std::array<int, kFileCallCount> fail_in_{};
 };

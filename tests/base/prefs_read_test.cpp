@@ -260,7 +260,7 @@ constexpr auto kRanges = std::to_array<Range>({
     {u"threadfontsize", &Prefs::threadfontsize, 0, 8, 3},
     {u"articleheaderfontsize", &Prefs::articleheaderfontsize, 0, 8, 3},
     {u"sidetabs", &Prefs::sidetabs, 0, 2, 0},
-    {u"prefspage", &Prefs::prefspage, 0, 15, 0},
+    {u"prefspage", &Prefs::prefspage, 0, 16, 0},
 });
 
 TEST_F(ReadPrefs, NumbersInTheirRangesAreTaken) {
