@@ -65,10 +65,9 @@ Answers AnswersSoFar(const Prefs& prefs) {
 // --- First page ----------------------------------------------------------------------------------
 
 void ReadAnswers(port::WindowHandle dialog, Answers& answers) {
-  constexpr std::size_t kLongest = 1023;
   for (const Question& question : kQuestions) {
     const std::u16string typed = gPlatform->dialogs.Read(dialog, question.control).text;
-    answers.*question.answer = TrimmedServerName(StorableText(typed, false, kLongest));
+    answers.*question.answer = TrimmedServerName(StorableText(typed, false));
   }
 }
 
@@ -79,8 +78,9 @@ std::optional<Refusal> RefusalOfAnswers(const Answers& answers) {
     }
   }
   const std::u16string refusal = RefusalOfServerName(answers.server);
-  if (refusal.empty()) return std::nullopt;
-  return Refusal{refusal, kControlSetupServer};
+  if (!refusal.empty()) return Refusal{refusal, kControlSetupServer};
+  const auto name = RefusalOfLength(kControlSetupName, answers.name);
+  return name ? name : RefusalOfLength(kControlSetupAddress, answers.address);
 }
 
 bool AskForServerAndUser(Answers& answers) {

@@ -130,6 +130,7 @@ constexpr std::uint32_t kControlFullPostView = 1116;
 // "Signature" page.
 constexpr std::uint32_t kDialogSignaturePage = 144;
 constexpr std::uint32_t kControlSignature = 1117;
+constexpr std::uint32_t kControlSignatureNote = 1195;
 
 // "Download options" page.
 constexpr std::uint32_t kDialogDownloadPage = 145;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/registry_values.h"
 #include "port/platform.h"
 #include "port/windows.h"
 #include "util/format.h"
@@ -79,6 +80,7 @@ void FieldWriter::operator()(const SizeList& list) const {
 
 struct FieldReader {
   PrefsSheet& sheet;
+  std::uint32_t control;
   const port::ControlState& state;
 
   Prefs& prefs() const { return *sheet.copy; }
@@ -86,55 +88,59 @@ struct FieldReader {
     SetIn(sheet, prefs().*member, value);
   }
 
-  // False when it is refused.
-  bool operator()(const TextEdit& edit) const {
+  using Result = std::optional<Refusal>;
+
+  Result operator()(const TextEdit& edit) const {
     // A text that nobody touched stays as it is stored, whatever an edit makes of it.
-    if (!state.text_state.changed) return true;
-    SetIn(sheet, prefs().*edit.text, StorableText(state.text, edit.many_lines, edit.longest));
-    return true;
+    if (!state.text_state.changed) return {};
+    std::u16string text = StorableText(state.text, edit.many_lines);
+    if (edit.cut_at == 0) {
+      if (Result refusal = RefusalOfLength(control, text)) return refusal;
+    } else {
+      text.resize(std::min(text.size(), edit.cut_at));
+    }
+    SetIn(sheet, prefs().*edit.text, text);
+    return {};
   }
-  bool operator()(const NumberEdit& edit) const {
+  Result operator()(const NumberEdit& edit) const {
     const std::optional<std::uint32_t> number = NumberIn(state.text, edit.highest);
-    if (number) Set(edit.number, std::max(*number, 1U));
-    return number.has_value();
+    if (!number) return RefusedNumber(control, edit.name, edit.highest);
+    Set(edit.number, std::max(*number, 1U));
+    return {};
   }
-  bool operator()(const CheckBox& box) const {
+  Result operator()(const CheckBox& box) const {
     // Any number but 0 is a stored "yes", and stays the number that it is.
     const bool flag = state.checked != box.inverse;
     if (flag != (prefs().*box.flag != 0)) Set(box.flag, flag ? 1 : 0);
-    return true;
+    return {};
   }
-  bool operator()(const RadioButton& button) const {
+  Result operator()(const RadioButton& button) const {
     if (state.checked) Set(button.number, button.value);
-    return true;
+    return {};
   }
-  bool operator()(const FaceList& list) const {
+  Result operator()(const FaceList& list) const {
     if (state.choice >= 0) SetIn(sheet, prefs().*list.face, state.text);
-    return true;
+    return {};
   }
-  bool operator()(const SizeList& list) const {
+  Result operator()(const SizeList& list) const {
     const bool other = state.choice >= 0 && state.choice != RowOfSize(prefs().*list.size);
     if (other) Set(list.size, static_cast<std::uint32_t>(state.choice) + 1);
-    return true;
+    return {};
   }
-  bool operator()(const PercentSlider& slider) const {
+  Result operator()(const PercentSlider& slider) const {
     Set(slider.percent, static_cast<std::uint32_t>(state.position));
-    return true;
+    return {};
   }
-  bool operator()(const TimePicker& picker) const {
+  Result operator()(const TimePicker& picker) const {
     Set(picker.hour, static_cast<std::uint32_t>(state.time.hour));
     Set(picker.minute, static_cast<std::uint32_t>(state.time.minute));
     Set(picker.second, static_cast<std::uint32_t>(state.time.second));
-    return true;
+    return {};
   }
 };
 
 bool IsBlank(char16_t unit) {
   return unit == u' ' || unit == u'\t';
-}
-
-bool IsHighSurrogate(char16_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
 }
 
 }  // namespace
@@ -155,10 +161,8 @@ std::optional<Refusal> StoreFields(PrefsSheet& sheet, port::WindowHandle page,
   for (const PageField& field : fields) {
     const auto state = states.find(field.control);
     if (state == states.end()) continue;  // the display has gone
-    const bool stored = std::visit(FieldReader{sheet, state->second}, field.edits);
-    if (stored || refusal) continue;
-    const auto& edit = std::get<NumberEdit>(field.edits);
-    refusal = RefusedNumber(field.control, edit.name, edit.highest);
+    auto refused = std::visit(FieldReader{sheet, field.control, state->second}, field.edits);
+    if (refused && !refusal) refusal = std::move(refused);
   }
   return refusal;
 }
@@ -167,17 +171,22 @@ Refusal RefusedNumber(std::uint32_t control, std::u16string_view name, std::uint
   return {FormatWide(u"The %ls must be a number from 1 to %lu.", name, highest), control};
 }
 
-std::u16string StorableText(std::u16string_view text, bool many_lines, std::size_t longest) {
+std::u16string StorableText(std::u16string_view text, bool many_lines) {
   text = text.substr(0, text.find(u'\0'));
   text.remove_prefix(std::min(text.find_first_not_of(kEmptyEntryMark), text.size()));
-  if (text.size() > longest)
-    text = text.substr(0, longest - (IsHighSurrogate(text[longest - 1]) ? 1 : 0));
   std::u16string stored(text);
-  if (!many_lines) {
-    std::ranges::replace_if(
-        stored, [](char16_t unit) { return unit == u'\r' || unit == u'\n'; }, u' ');
-  }
+  if (many_lines) return stored;
+  std::ranges::replace_if(
+      stored, [](char16_t unit) { return unit == u'\r' || unit == u'\n'; }, u' ');
   return stored;
+}
+
+std::optional<Refusal> RefusalOfLength(std::uint32_t control, std::u16string_view text) {
+  if (text.size() <= kLongestRegistryText) return std::nullopt;
+  return Refusal{FormatWide(u"This text has %lu characters, but only %lu can be kept. Please "
+                            u"shorten it.",
+                            text.size(), kLongestRegistryText),
+                 control};
 }
 
 std::optional<std::uint32_t> NumberIn(std::u16string_view text, std::uint32_t highest) {

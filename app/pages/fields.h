@@ -13,10 +13,12 @@ std::optional<Refusal> StoreFields(PrefsSheet& sheet, port::WindowHandle page,
 
 Refusal RefusedNumber(std::uint32_t control, std::u16string_view name, std::uint32_t highest);
 
-// A text as it can be stored and read back: up to its first NUL, without the mark of an empty entry
-// at its beginning, without line ends when it is one line, cut to `longest` units and no surrogate
-// pair in two.
-std::u16string StorableText(std::u16string_view text, bool many_lines, std::size_t longest);
+// A text as it can be stored and read back, but for its length: up to its first NUL, without the
+// mark of an empty entry at its beginning, and without line ends when it is one line.
+std::u16string StorableText(std::u16string_view text, bool many_lines);
+
+// Of a text that is longer than what is read back; nothing of others.
+std::optional<Refusal> RefusalOfLength(std::uint32_t control, std::u16string_view text);
 
 // The number that a text of digits, with blanks around it, stands for; nothing when it is none up
 // to `highest`.

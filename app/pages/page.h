@@ -44,11 +44,12 @@ struct PrefsSheet {
 
 // --- What a control edits ------------------------------------------------------------------------
 
-// An edit: at most 1,023 characters, which is as much as is read back. One line has no line ends.
+// An edit. A text that is longer than what is read back is refused, and the page stays; or it is
+// cut to `cut_at`. One line has no line ends.
 struct TextEdit {
   std::u16string Prefs::*text;
   bool many_lines = false;
-  std::size_t longest = 1023;
+  std::size_t cut_at = 0;
 };
 // An edit for a number. 0 counts as 1; what is no number up to `highest` is refused and the page
 // stays.

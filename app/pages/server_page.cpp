@@ -53,9 +53,13 @@ void ShowServer(PrefsSheet& sheet, port::WindowHandle page) {
   gPlatform->dialogs.WriteMany(page, std::move(writes));
 }
 
-void StoreText(PrefsSheet& sheet, std::u16string& stored, const port::ControlState& state) {
-  constexpr std::size_t kLongest = 1023;
-  if (state.text_state.changed) SetIn(sheet, stored, StorableText(state.text, false, kLongest));
+std::optional<Refusal> StoreText(PrefsSheet& sheet, std::u16string& stored, std::uint32_t control,
+                                 const port::ControlState& state) {
+  if (!state.text_state.changed) return std::nullopt;
+  const std::u16string text = StorableText(state.text, false);
+  std::optional<Refusal> refusal = RefusalOfLength(control, text);
+  if (!refusal) SetIn(sheet, stored, text);
+  return refusal;
 }
 
 void StoreFlag(PrefsSheet& sheet, std::uint32_t& stored, bool checked) {
@@ -77,9 +81,12 @@ std::optional<Refusal> StoreServer(PrefsSheet& sheet, port::WindowHandle page) {
   const std::size_t at = sheet.shown_server;
   StoreFlag(sheet, prefs.useauths[at], states.at(kControlExtraLogin).checked);
   StoreFlag(sheet, prefs.usentlms[at], states.at(kControlEncryptedLogin).checked);
-  StoreText(sheet, prefs.authusers[at], states.at(kControlServerUser));
-  StoreText(sheet, prefs.authpasses[at], states.at(kControlServerPassword));
-  return StorePort(sheet, states.at(kControlServerPort));
+  const auto port = StorePort(sheet, states.at(kControlServerPort));
+  const auto user =
+      StoreText(sheet, prefs.authusers[at], kControlServerUser, states.at(kControlServerUser));
+  const auto password = StoreText(sheet, prefs.authpasses[at], kControlServerPassword,
+                                  states.at(kControlServerPassword));
+  return port ? port : user ? user : password;
 }
 
 // --- The list ------------------------------------------------------------------------------------

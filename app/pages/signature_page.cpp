@@ -4,6 +4,8 @@
 #include "app/pages/page.h"
 #include "base/box_owner.h"
 #include "base/messages.h"
+#include "base/registry_values.h"
+#include "port/platform.h"
 #include "res/resource.h"
 
 namespace quillet {
@@ -25,12 +27,25 @@ void WarnOfLongSignature(PrefsSheet& sheet) {
           u"Your signature contains more than the recommended four lines of text.", {});
 }
 
+// The registry gives a longer text back as the default signature.
+void ShowNote(PrefsSheet& /*sheet*/, port::WindowHandle page, bool /*first*/) {
+  const bool too_long =
+      gPlatform->dialogs.Read(page, kControlSignature).text.size() > kLongestRegistryText;
+  gPlatform->dialogs.Write(page, kControlSignatureNote, port::Visible{too_long});
+}
+
+void HandleEdit(PrefsSheet& sheet, port::WindowHandle page, const port::Message& message) {
+  if (message.kind == port::MessageKind::kTextEdited) ShowNote(sheet, page, false);
+}
+
 }  // namespace
 
 PrefsPage SignaturePage() {
   return {.form = kDialogSignaturePage,
           .caption = u"Signature",
           .fields = kFields,
+          .show = ShowNote,
+          .handle = HandleEdit,
           .closed = WarnOfLongSignature};
 }
 

@@ -72,8 +72,8 @@ TEST_F(KillfilePageTest, WithoutEntriesNothingCanBePressed) {
   StartAndWait();
   OpenAt(kKillfilePlace);
   for (const std::uint32_t control :
-       {kControlKillSubject, kControlKillAuthor, kControlKill, kControlRequire,
-        kControlDeleteEntry, kControlDeleteFromAll, kControlPropagateToAll}) {
+       {kControlKillSubject, kControlKillAuthor, kControlKill, kControlRequire, kControlDeleteEntry,
+        kControlDeleteFromAll, kControlPropagateToAll}) {
     EXPECT_FALSE(Shown(control).enabled);
   }
 }

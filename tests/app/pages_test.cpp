@@ -39,17 +39,28 @@ TEST_F(PagesTest, TextOfOneLineHasNoLineEndsAndEndsAtANul) {
   EXPECT_EQ(gPrefs->attribution, u"a");
 }
 
-TEST_F(PagesTest, TextIsCutToWhatIsReadBack) {
+TEST_F(PagesTest, TextLongerThanWhatIsReadBackIsRefused) {
   StartAndWait();
   OpenAt(kReplyPlace);
   Type(kControlFullName, std::u16string(100000, u'n'));
-  Type(kControlQuoteText, std::u16string(1022, u'q') + u"\U0001F600");
+  fake_.display.Expect(
+      u"This text has 100000 characters, but only 1023 can be kept. Please shorten it.",
+      port::kIdOk);
   Ok();
-  EXPECT_EQ(gPrefs->fullname, std::u16string(1023, u'n'));
-  EXPECT_EQ(gPrefs->quotestring, std::u16string(1022, u'q'));
+  EXPECT_TRUE(IsOpen());
+  EXPECT_TRUE(Shown(kControlFullName).focused);
+  Type(kControlFullName, std::u16string(1023, u'n'));
+  Turn(kHeadersPlace);
+  Type(kControlExtraHeaders, std::u16string(1024, u'x'));
+  fake_.display.Expect(u"This text has 1024 characters", port::kIdOk);
+  Ok();
+  Type(kControlExtraHeaders, std::u16string(1023, u'x'));
+  Ok();
+  EXPECT_FALSE(IsOpen());
   End();
   StartAndWait();
   EXPECT_EQ(gPrefs->fullname, std::u16string(1023, u'n'));
+  EXPECT_EQ(gPrefs->extraheaders, std::u16string(1023, u'x'));
 }
 
 TEST_F(PagesTest, SignatureOfFourLineEndsIsWarnedOfAndKept) {
@@ -75,7 +86,11 @@ TEST_F(PagesTest, SignatureOfFourLineEndsIsWarnedOfAndKept) {
 TEST_F(PagesTest, SignatureIsReadUpTo2047Characters) {
   StartAndWait();
   OpenAt(kSignaturePlace);
+  EXPECT_FALSE(Shown(kControlSignatureNote).visible);
+  Type(kControlSignature, std::u16string(1023, u's'));
+  EXPECT_FALSE(Shown(kControlSignatureNote).visible);
   Type(kControlSignature, std::u16string(3000, u's'));
+  EXPECT_TRUE(Shown(kControlSignatureNote).visible);
   Ok();
   EXPECT_EQ(gPrefs->signature, std::u16string(2047, u's'));
 }
@@ -315,8 +330,7 @@ TEST_F(PagesTest, PurgeAsksAndDeletesEverything) {
     StoreArticle(article);
   });
   OpenAt(kDatabasePlace);
-  const std::u16string question =
-      u"This will delete all downloaded and posted news. Are you sure?";
+  const std::u16string question = u"This will delete all downloaded and posted news. Are you sure?";
   fake_.display.Expect(question, port::kIdNo);
   Press(kControlPurge);
   EXPECT_TRUE(ArticleExists("<1@a>"));
@@ -397,8 +411,8 @@ TEST_F(PagesTest, PhoneBookThatFailsIsToldOnce) {
   fake_.dialler.phonebook = false;
   StartAndWait();
   Open();
-  fake_.display.Expect(
-      u"An unexpected error (cannot open phonebook) occurred in PrefsTenDlgProc.", port::kIdOk);
+  fake_.display.Expect(u"An unexpected error (cannot open phonebook) occurred in PrefsTenDlgProc.",
+                       port::kIdOk);
   Turn(kConnectionPlace);
   EXPECT_THAT(Shown(kControlConnectionMethod).choices, ElementsAre(u"<none>"));
   Turn(kServerPlace);

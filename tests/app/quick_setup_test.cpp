@@ -141,8 +141,8 @@ TEST_F(QuickSetupTest, ServerThatNoneCanBeIsRefused) {
   In(First(), kControlSetupServer, u"a b");
   In(First(), kControlSetupName, u"Ann");
   In(First(), kControlSetupAddress, u"ann@example.org");
-  fake_.display.Expect(
-      u"The name of a news server cannot have blanks or control characters in it.", port::kIdOk);
+  fake_.display.Expect(u"The name of a news server cannot have blanks or control characters in it.",
+                       port::kIdOk);
   PressIn(First(), kControlOk);
   EXPECT_NE(First(), 0U);
 }

@@ -16,13 +16,12 @@ TEST_F(SheetTest, HasItsPagesInOrder) {
     captions.push_back(fake_.display.FindDialog(page)->caption);
     forms.push_back(fake_.display.FindDialog(page)->form);
   }
-  EXPECT_THAT(
-      captions,
-      ElementsAre(u"Server", u"Connection", u"Reply information", u"Signature", u"Download options",
-                  u"Storage options", u"Compression", u"Killfile", u"Group view options",
-                  u"Thread view options", u"Article view options", u"Scheduling",
-                  u"Database Management", u"Advanced", u"Advanced:headers",
-                  u"Advanced: Debugging", u"Extensions"));
+  EXPECT_THAT(captions,
+              ElementsAre(u"Server", u"Connection", u"Reply information", u"Signature",
+                          u"Download options", u"Storage options", u"Compression", u"Killfile",
+                          u"Group view options", u"Thread view options", u"Article view options",
+                          u"Scheduling", u"Database Management", u"Advanced", u"Advanced:headers",
+                          u"Advanced: Debugging", u"Extensions"));
   EXPECT_THAT(forms, ElementsAre(140U, 142U, 143U, 144U, 145U, 146U, 147U, 148U, 149U, 150U, 151U,
                                  152U, 153U, 154U, 155U, 156U, 157U));
 }
