@@ -155,7 +155,7 @@ TEST_F(PagesTest, CompressionWithTheLibrary) {
 }
 
 TEST_F(PagesTest, CompressionWithoutTheLibrary) {
-  fake_.libraries.Hide(u"bzip2ce.dll");
+  fake_.libraries.hide_library(u"bzip2ce.dll");
   fake_.display.Expect(u"Unable to load BZIP2 library. Compression will not be available.",
                        port::kIdOk);
   StartAndWait();
