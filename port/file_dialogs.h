@@ -1,6 +1,7 @@
 // The file dialogs of the desktop. Program thread only; the call waits for the user.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,16 @@ struct SaveFileTraits {
   std::u16string default_extension;  // without the dot; added to a name that has none
 };
 
+struct OpenFileTraits {
+  std::u16string title;
+  std::u16string filter_text = u"All files (*.*)";
+  std::u16string filter_pattern = u"*.*";   // "*.*" fits names without a dot too
+  std::u16string default_extension = u"*";  // added to a name that has none; "*" adds nothing
+};
+
+// In UTF-16 units. An open dialog returns no longer one: it says so and stays open.
+constexpr std::size_t kLongestOpenPath = 259;
+
 class FileDialogs {
  public:
   virtual ~FileDialogs() = default;
@@ -24,6 +35,12 @@ class FileDialogs {
   // gone or the session ends. The dialog does not ask whether an existing file shall be replaced.
   virtual std::optional<std::u16string> SaveFile(WindowHandle owner,
                                                  const SaveFileTraits& traits) = 0;
+
+  // The path of the file chosen, for Files; nothing when the user cancelled, the display has gone
+  // or the session ends. The file was there when it was chosen, but need not be readable nor a
+  // regular one.
+  virtual std::optional<std::u16string> OpenFile(WindowHandle owner,
+                                                 const OpenFileTraits& traits) = 0;
 };
 
 }  // namespace quillet::port

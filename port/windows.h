@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "port/message.h"
 
@@ -38,6 +39,10 @@ class Windows {
 
   // Usable screen area in device-independent pixels.
   virtual Size WorkArea() = 0;
+
+  // The families of the installed fonts, sorted without regard to case, none twice and none of
+  // those that the system keeps for itself. Empty when the display has gone.
+  virtual std::vector<std::u16string> Fonts() = 0;
 
   // Creates the one main window, still hidden, owned by the calling thread; 0 on failure.
   virtual WindowHandle CreateMainWindow(const MainWindowTraits& traits) = 0;

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLayout>
+#include <QMessageBox>
 #include <QPointer>
 #include <QStandardPaths>
 #include <atomic>
@@ -19,19 +20,24 @@
 namespace quillet::qt {
 namespace {
 
-class SaveDialogs final : public QtFileDialogs {
+class FileDialogService final : public QtFileDialogs {
  public:
-  explicit SaveDialogs(Display& display) : display_(display) {}
+  explicit FileDialogService(Display& display) : display_(display) {}
 
-  // Starts in the folder that was used last in this run, at first in the user's documents.
+  // Both start in the folder that was used last in this run, at first in the user's documents.
   std::optional<std::u16string> SaveFile(port::WindowHandle owner,
                                          const port::SaveFileTraits& traits) override;
+  std::optional<std::u16string> OpenFile(port::WindowHandle owner,
+                                         const port::OpenFileTraits& traits) override;
 
   void AnswerAll() override;
   QFileDialog* OpenDialog() const override { return open_; }
 
  private:
-  void Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
+  using NewDialog = std::function<QFileDialog*(QWidget* owner, const QString& folder)>;
+
+  std::optional<std::u16string> Ask(port::WindowHandle owner, const NewDialog& new_dialog);
+  void Open(port::WindowHandle owner, const NewDialog& new_dialog,
             const std::function<void(const QString& path)>& answered);
 
   Display& display_;
@@ -46,7 +52,8 @@ QString FirstFolder() {
   return QFileInfo(documents).isDir() ? documents : QDir::homePath();
 }
 
-QString NameFilter(const port::SaveFileTraits& traits) {
+template <class Traits>
+QString NameFilter(const Traits& traits) {
   const QString text = ToQt(traits.filter_text);
   const QString pattern = QStringLiteral("(%1)").arg(ToQt(traits.filter_pattern));
   return text.endsWith(pattern) ? text : text + QLatin1Char(' ') + pattern;
@@ -71,10 +78,53 @@ void FitToScreen(QFileDialog& dialog) {
   dialog.resize(screen);
 }
 
+QString ChosenPath(const QFileDialog& dialog) {
+  const QStringList files = dialog.selectedFiles();
+  if (files.isEmpty()) return {};
+  return QDir::toNativeSeparators(QFileInfo(files.front()).absoluteFilePath());
+}
+
+// What was chosen must be there, and its path short enough. The toolkit's own check waits in an
+// event loop of its own.
+class OpenFileDialog final : public QFileDialog {
+ public:
+  using QFileDialog::QFileDialog;
+
+  void accept() override {
+    const QString path = ChosenPath(*this);
+    if (!path.isEmpty() && !QFileInfo::exists(path)) {
+      return Refuse(QStringLiteral("There is no file of that name."));
+    }
+    if (path.size() > static_cast<qsizetype>(port::kLongestOpenPath) && !QFileInfo(path).isDir()) {
+      return Refuse(QStringLiteral("The path of that file has more than %1 characters.")
+                        .arg(port::kLongestOpenPath));
+    }
+    QFileDialog::accept();
+  }
+
+ private:
+  void Refuse(const QString& why) {
+    auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), why, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    // The desktop's own dialog has closed itself by now.
+    connect(box, &QDialog::finished, this, [this] {
+      if (!testAttribute(Qt::WA_DontShowOnScreen)) return;
+      hide();
+      show();
+    });
+    box->open();
+  }
+};
+
+void Prepare(QFileDialog& dialog, const QWidget* owner) {
+  dialog.setAccessibleName(dialog.windowTitle());
+  dialog.setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  FitToScreen(dialog);
+}
+
 QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
                            const QString& folder) {
   auto* dialog = new QFileDialog(owner, ToQt(traits.title), folder);
-  dialog->setAccessibleName(ToQt(traits.title));
   dialog->setAcceptMode(QFileDialog::AcceptSave);
   dialog->setFileMode(QFileDialog::AnyFile);
   // The program creates the file new and says itself when there is one already.
@@ -82,19 +132,41 @@ QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
   dialog->setNameFilter(NameFilter(traits));
   dialog->setDefaultSuffix(ToQt(traits.default_extension));
   dialog->selectFile(ToQt(traits.default_name));
-  dialog->setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
-  FitToScreen(*dialog);
+  Prepare(*dialog, owner);
   return dialog;
 }
 
-QString ChosenPath(const QFileDialog& dialog, int result) {
-  const QStringList files = dialog.selectedFiles();
-  if (result != QDialog::Accepted || files.isEmpty()) return {};
-  return QDir::toNativeSeparators(QFileInfo(files.front()).absoluteFilePath());
+QFileDialog* NewOpenDialog(QWidget* owner, const port::OpenFileTraits& traits,
+                           const QString& folder) {
+  auto* dialog = new OpenFileDialog(owner, ToQt(traits.title), folder);
+  dialog->setAcceptMode(QFileDialog::AcceptOpen);
+  dialog->setFileMode(QFileDialog::AnyFile);
+  // Here "*.*" would hide the names without a dot; the pattern that is used instead is not shown.
+  port::OpenFileTraits shown = traits;
+  if (shown.filter_pattern == u"*.*") shown.filter_pattern = u"*";
+  dialog->setOption(QFileDialog::HideNameFilterDetails);
+  dialog->setNameFilter(NameFilter(shown));
+  if (traits.default_extension != u"*") dialog->setDefaultSuffix(ToQt(traits.default_extension));
+  Prepare(*dialog, owner);
+  return dialog;
 }
 
-std::optional<std::u16string> SaveDialogs::SaveFile(port::WindowHandle owner,
-                                                    const port::SaveFileTraits& traits) {
+std::optional<std::u16string> FileDialogService::SaveFile(port::WindowHandle owner,
+                                                          const port::SaveFileTraits& traits) {
+  return Ask(owner, [traits](QWidget* over, const QString& folder) {
+    return NewSaveDialog(over, traits, folder);
+  });
+}
+
+std::optional<std::u16string> FileDialogService::OpenFile(port::WindowHandle owner,
+                                                          const port::OpenFileTraits& traits) {
+  return Ask(owner, [traits](QWidget* over, const QString& folder) {
+    return NewOpenDialog(over, traits, folder);
+  });
+}
+
+std::optional<std::u16string> FileDialogService::Ask(port::WindowHandle owner,
+                                                     const NewDialog& new_dialog) {
   const auto path = std::make_shared<QString>();
   const bool answered =
       display_.jobs.CallUntilFinished([&](const std::shared_ptr<Completion>& completion) {
@@ -102,7 +174,7 @@ std::optional<std::u16string> SaveDialogs::SaveFile(port::WindowHandle owner,
           completion->Finish();
           return;
         }
-        Open(owner, traits, [path, completion](const QString& chosen) {
+        Open(owner, new_dialog, [path, completion](const QString& chosen) {
           *path = chosen;
           completion->Finish();
         });
@@ -112,16 +184,16 @@ std::optional<std::u16string> SaveDialogs::SaveFile(port::WindowHandle owner,
   return FromQt(*path);
 }
 
-void SaveDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& traits,
-                       const std::function<void(const QString& path)>& answered) {
+void FileDialogService::Open(port::WindowHandle owner, const NewDialog& new_dialog,
+                             const std::function<void(const QString& path)>& answered) {
   const QString folder = last_folder_.isEmpty() ? FirstFolder() : last_folder_;
-  auto* dialog = NewSaveDialog(display_.WidgetOf(owner), traits, folder);
+  QFileDialog* dialog = new_dialog(display_.WidgetOf(owner), folder);
   open_ = dialog;
   const auto answer_once = [answered, done = std::make_shared<bool>(false)](const QString& path) {
     if (!std::exchange(*done, true)) answered(path);
   };
   QObject::connect(dialog, &QDialog::finished, dialog, [this, dialog, answer_once](int result) {
-    const QString path = ChosenPath(*dialog, result);
+    const QString path = result == QDialog::Accepted ? ChosenPath(*dialog) : QString();
     if (!path.isEmpty()) last_folder_ = QFileInfo(path).absolutePath();
     answer_once(path);
     dialog->deleteLater();
@@ -131,7 +203,7 @@ void SaveDialogs::Open(port::WindowHandle owner, const port::SaveFileTraits& tra
   dialog->show();
 }
 
-void SaveDialogs::AnswerAll() {
+void FileDialogService::AnswerAll() {
   answer_all_ = true;
   display_.jobs.Post([this] {
     if (open_) open_->reject();
@@ -141,7 +213,7 @@ void SaveDialogs::AnswerAll() {
 }  // namespace
 
 std::unique_ptr<QtFileDialogs> NewFileDialogs(Display& display) {
-  return std::make_unique<SaveDialogs>(display);
+  return std::make_unique<FileDialogService>(display);
 }
 
 }  // namespace quillet::qt

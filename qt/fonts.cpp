@@ -28,6 +28,21 @@ QFont Sized(std::u16string_view face, int size_index, const std::array<double, 8
 
 }  // namespace
 
+QStringList InstalledFamilies() {
+  QStringList families = QFontDatabase::families();
+  // Also without the names that only stand for a family ("Monospace"): a text in them would not
+  // change.
+  families.removeIf([](const QString& family) {
+    return QFontDatabase::isPrivateFamily(family) || !QFontDatabase::hasFamily(family);
+  });
+  families.sort(Qt::CaseInsensitive);
+  const auto same = [](const QString& a, const QString& b) {
+    return a.compare(b, Qt::CaseInsensitive) == 0;
+  };
+  families.erase(std::unique(families.begin(), families.end(), same), families.end());
+  return families;
+}
+
 QFont WithFace(std::u16string_view face, const QFont& base) {
   QFont font = base;
   const QString family = ToQt(face);

@@ -2,9 +2,13 @@
 #pragma once
 
 #include <QFont>
+#include <QStringList>
 #include <string_view>
 
 namespace quillet::qt {
+
+// The families that users may choose from, sorted without regard to case, none twice.
+QStringList InstalledFamilies();
 
 // The base font in that face, when the display has it.
 QFont WithFace(std::u16string_view face, const QFont& base);

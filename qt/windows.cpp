@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "qt/activation.h"
+#include "qt/fonts.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -17,6 +18,7 @@ class QtWindows final : public port::Windows {
   explicit QtWindows(Display& display) : display_(display) {}
 
   port::Size WorkArea() override;
+  std::vector<std::u16string> Fonts() override;
   port::WindowHandle CreateMainWindow(const port::MainWindowTraits& traits) override;
   void ShowMainWindow() override;
   // Does not wait for the display.
@@ -78,6 +80,14 @@ port::Size QtWindows::WorkArea() {
     size = {area.width(), area.height()};
   });
   return size;
+}
+
+std::vector<std::u16string> QtWindows::Fonts() {
+  std::vector<std::u16string> families;
+  display_.jobs.Call([&] {
+    for (const QString& family : InstalledFamilies()) families.push_back(FromQt(family));
+  });
+  return families;
 }
 
 port::WindowHandle QtWindows::CreateMainWindow(const port::MainWindowTraits& traits) {

@@ -1,4 +1,4 @@
-// Each hook reports one event, on the thread on which it happened. Boxes, menus and save dialogs
+// Each hook reports one event, on the thread on which it happened. Boxes, menus and file dialogs
 // take what was announced; one that was not fails the run, unless OK is its only answer, and is
 // dismissed so that the program can go on to its end. What the progress dialog has shown is
 // gathered under a mutex, for the commands that wait for it and for Cancel after a number of
@@ -143,6 +143,16 @@ std::optional<std::uint32_t> ScriptObserver::OnPopUp(const std::vector<port::Pop
   return command;
 }
 
+namespace {
+
+// What a file dialog returns: nothing when it was cancelled.
+std::optional<std::u16string> PathOfAnswer(const std::optional<std::u16string>& announced) {
+  if (!announced || announced->empty()) return std::nullopt;
+  return announced;
+}
+
+}  // namespace
+
 std::optional<std::optional<std::u16string>> ScriptObserver::OnSaveFile(
     const port::SaveFileTraits& traits) {
   const std::optional<std::u16string> announced = run_.save_answers.Take();
@@ -155,10 +165,21 @@ std::optional<std::optional<std::u16string>> ScriptObserver::OnSaveFile(
                                           .Add("answer", announced.value_or(u""))
                                           .Add("announced", announced.has_value()));
   if (!announced) run_.Fail({kStatusFailed, "unannounced-save-dialog", traits.title}, 0);
-  // The inner one is what the dialog returns: nothing when it was cancelled.
-  std::optional<std::u16string> path;
-  if (announced && !announced->empty()) path = announced;
-  return std::make_optional(path);
+  return std::make_optional(PathOfAnswer(announced));
+}
+
+std::optional<std::optional<std::u16string>> ScriptObserver::OnOpenFile(
+    const port::OpenFileTraits& traits) {
+  const std::optional<std::u16string> announced = run_.open_answers.Take();
+  run_.reporter.Report("open-dialog", JsonObject()
+                                          .Add("title", traits.title)
+                                          .Add("filter_text", traits.filter_text)
+                                          .Add("filter_pattern", traits.filter_pattern)
+                                          .Add("default_extension", traits.default_extension)
+                                          .Add("answer", announced.value_or(u""))
+                                          .Add("announced", announced.has_value()));
+  if (!announced) run_.Fail({kStatusFailed, "unannounced-open-dialog", traits.title}, 0);
+  return std::make_optional(PathOfAnswer(announced));
 }
 
 // --- dialogs -------------------------------------------------------------------------------------

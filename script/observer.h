@@ -52,6 +52,8 @@ class ScriptObserver final : public port::DisplayObserver {
   std::optional<std::uint32_t> OnPopUp(const std::vector<port::PopUpEntry>& entries) override;
   std::optional<std::optional<std::u16string>> OnSaveFile(
       const port::SaveFileTraits& traits) override;
+  std::optional<std::optional<std::u16string>> OnOpenFile(
+      const port::OpenFileTraits& traits) override;
   void OnDialogCreated(port::WindowHandle dialog, std::uint32_t form) override;
   void OnDialogShown(port::WindowHandle dialog) override;
   void OnDialogDestroyed(port::WindowHandle dialog) override;

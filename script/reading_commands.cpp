@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "port/file_dialogs.h"
 #include "script/commands.h"
 #include "script/input_commands.h"
 #include "script/shown_nodes.h"
@@ -109,6 +110,12 @@ void ExpectMenu(ScriptContext& context, Words words) {
 void ExpectSave(ScriptContext& context, Words words) {
   context.run.save_answers.AddNext(words[0]);
 }
+void ExpectOpen(ScriptContext& context, Words words) {
+  if (words[0].size() > port::kLongestOpenPath) {
+    throw UsageFailure(u"no open dialog returns a path of more than 259 characters");
+  }
+  context.run.open_answers.AddNext(words[0]);
+}
 
 // --- questions -----------------------------------------------------------------------------------
 
@@ -163,7 +170,7 @@ void AskCurrent(ScriptContext& context, Words /*words*/) {
   context.run.reporter.Report("current", answer);
 }
 
-constexpr std::array<ScriptCommand, 17> kReading = {{
+constexpr std::array<ScriptCommand, 18> kReading = {{
     {u"open-group", 1, 1, false, OpenGroup},
     {u"select-node", 1, 1, false, SelectNode},
     {u"open-node", 1, 1, false, OpenNode},
@@ -175,6 +182,7 @@ constexpr std::array<ScriptCommand, 17> kReading = {{
     {u"tool", 1, 1, false, PressTool},
     {u"expect-menu", 1, 1, true, ExpectMenu},
     {u"expect-save", 1, 1, true, ExpectSave},
+    {u"expect-open", 1, 1, true, ExpectOpen},
     {u"tree", 0, 0, false, AskTree},
     {u"caption", 0, 0, false, AskCaption},
     {u"viewer", 0, 0, false, AskViewer},

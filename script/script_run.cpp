@@ -44,7 +44,7 @@ void ScriptRun::Start(std::function<int()> program) {
 std::vector<std::u16string> ScriptRun::UnusedAnnouncements() const {
   std::vector<std::u16string> unused;
   for (const auto& box : announcements.LeftOver()) unused.push_back(box.prefix);
-  for (const auto* answers : {&menu_answers, &save_answers}) {
+  for (const auto* answers : {&menu_answers, &save_answers, &open_answers}) {
     for (const auto& one : answers->LeftOver()) unused.push_back(one.answer);
   }
   return unused;

@@ -53,6 +53,7 @@ class ScriptRun {
   port::Answers<int> announcements;            // of boxes: ids of their buttons
   port::Answers<std::u16string> menu_answers;  // texts of entries; empty: the menu is dismissed
   port::Answers<std::u16string> save_answers;  // paths; empty: the save dialog is cancelled
+  port::Answers<std::u16string> open_answers;  // the same for open dialogs
   // The texts of those that should have been used: beginnings of boxes, then answers.
   std::vector<std::u16string> UnusedAnnouncements() const;
 

@@ -104,6 +104,11 @@ class DisplayObserver {
       const SaveFileTraits& /*traits*/) {
     return std::nullopt;
   }
+  // The same for an open dialog.
+  virtual std::optional<std::optional<std::u16string>> OnOpenFile(
+      const OpenFileTraits& /*traits*/) {
+    return std::nullopt;
+  }
 
   virtual void OnDialogCreated(WindowHandle /*dialog*/, std::uint32_t /*form*/) {}
   virtual void OnDialogShown(WindowHandle /*dialog*/) {}

@@ -23,6 +23,13 @@ Size FakeWindows::WorkArea() {
   return work_area_;
 }
 
+std::vector<std::u16string> FakeWindows::Fonts() {
+  screen_.CheckThread("Fonts");
+  const auto lock = screen_.Locked();
+  if (screen_.gone) return {};
+  return fonts_;
+}
+
 WindowHandle FakeWindows::CreateMainWindow(const MainWindowTraits& traits) {
   WindowHandle handle = 0;
   {
@@ -237,6 +244,11 @@ void FakeWindows::EndSession() {
 void FakeWindows::SetWorkArea(Size size) {
   const auto lock = screen_.Locked();
   work_area_ = size;
+}
+
+void FakeWindows::SetFonts(std::vector<std::u16string> families) {
+  const auto lock = screen_.Locked();
+  fonts_ = std::move(families);
 }
 
 void FakeWindows::FailNextWindow(int count) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "port/fake/fake_screen.h"
@@ -37,12 +38,16 @@ class FakeWindows : public Windows {
   // --- the device ---
 
   void SetWorkArea(Size size);
+  // The families that are installed: at first "Courier New", "DejaVu Sans", "Liberation Serif" and
+  // "Tahoma".
+  void SetFonts(std::vector<std::u16string> families);
   // The next creations fail.
   void FailNextWindow(int count = 1);
 
   // --- the service ---
 
   Size WorkArea() override;
+  std::vector<std::u16string> Fonts() override;
   WindowHandle CreateMainWindow(const MainWindowTraits& traits) override;
   void ShowMainWindow() override;
   void Raise(const std::string& token) override;
@@ -59,6 +64,8 @@ class FakeWindows : public Windows {
   FakeScreen& screen_;
   std::vector<InjectedKey> injected_;
   Size work_area_{240, 320};
+  std::vector<std::u16string> fonts_{u"Courier New", u"DejaVu Sans", u"Liberation Serif",
+                                     u"Tahoma"};
   int failing_windows_ = 0;
 };
 

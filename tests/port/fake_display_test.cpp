@@ -171,6 +171,13 @@ TEST_F(Display, WaitCursorNestsAndBeepsAreCounted) {
   EXPECT_EQ(display.beeps(), 1);
 }
 
+TEST_F(Display, FourFontsAreInstalledUnlessATestSaysWhich) {
+  EXPECT_EQ(display.Fonts(), (std::vector<std::u16string>{u"Courier New", u"DejaVu Sans",
+                                                          u"Liberation Serif", u"Tahoma"}));
+  display.SetFonts({u"Ahem"});
+  EXPECT_EQ(display.Fonts(), std::vector<std::u16string>{u"Ahem"});
+}
+
 // --- the main window ---
 
 TEST_F(Display, TheMainWindowIsWhatWasAskedFor) {

@@ -384,10 +384,14 @@ TEST_F(Reading, OtherThreadsMayNotUseTreeAndPanes) {
     display.PanesCreated();
     display.ShowPopUp(window, {});
     display.SaveFile(window, {});
+    display.OpenFile(window, {});
+    display.Fonts();
   }).join();
-  ASSERT_GE(failures.size(), 7U);
+  ASSERT_GE(failures.size(), 9U);
   EXPECT_EQ(failures[0], "display: FillTree called off the program thread");
   EXPECT_EQ(failures[6], "display: SaveFile called off the program thread");
+  EXPECT_EQ(failures[8], "display: OpenFile called off the program thread");
+  EXPECT_EQ(failures.back(), "display: Fonts called off the program thread");
 }
 
 // --- the article's panes ---
@@ -574,6 +578,32 @@ TEST_F(Reading, AnnouncedPathsAreReturned) {
   EXPECT_EQ(failures.size(), 2U);
 }
 
+TEST_F(Reading, AnnouncedPathsOfFilesToOpenAreReturned) {
+  ShowMain(kArticleTab);
+  display.ExpectOpenFile(u"/old.mbox");
+  display.ExpectOpenFile(std::nullopt);
+  display.ExpectSaveFile(u"\\a.txt");
+  const OpenFileTraits traits{u"Import file", u"All files (*.*)", u"*.*", u"*"};
+  EXPECT_EQ(display.OpenFile(window, traits), u"/old.mbox");
+  EXPECT_EQ(display.OpenFile(window, traits), std::nullopt);
+  EXPECT_TRUE(failures.empty());
+  EXPECT_EQ(display.OpenFile(window, traits), std::nullopt) << "a save dialog was announced";
+  EXPECT_EQ(failures, std::vector<std::string>{"display: unannounced open dialog"});
+  EXPECT_EQ(display.SaveFile(window, {}), u"\\a.txt");
+  ASSERT_EQ(display.open_dialogs().size(), 3U);
+  EXPECT_EQ(display.open_dialogs()[0].title, u"Import file");
+}
+
+TEST_F(Reading, PathsThatNoOpenDialogReturnsFail) {
+  display.ExpectOpenFile(u"");
+  display.ExpectOpenFile(std::u16string(260, u'x'));
+  EXPECT_EQ(failures, (std::vector<std::string>{
+                          "display: no open dialog returns an empty path",
+                          "display: no open dialog returns a path of more than 259 characters"}));
+  display.ExpectOpenFile(std::u16string(259, u'x'));
+  EXPECT_EQ(failures.size(), 2U);
+}
+
 TEST_F(Reading, AnswersLeftOverFail) {
   display.ExpectPopUp(u"x");
   display.Verify();
@@ -581,6 +611,10 @@ TEST_F(Reading, AnswersLeftOverFail) {
   display.Verify();
   display.Verify();
   EXPECT_EQ(failures.size(), 2U);
+  display.ExpectOpenFile(std::nullopt);
+  display.Verify();
+  display.Verify();
+  EXPECT_EQ(failures.size(), 3U);
 }
 
 TEST_F(Reading, ADisplayThatHasGoneAnswersNothing) {
@@ -588,6 +622,8 @@ TEST_F(Reading, ADisplayThatHasGoneAnswersNothing) {
   display.Leave();
   EXPECT_EQ(display.ShowPopUp(window, {{7, u"Delete"}}), 0U);
   EXPECT_EQ(display.SaveFile(window, {}), std::nullopt);
+  EXPECT_EQ(display.OpenFile(window, {}), std::nullopt);
+  EXPECT_TRUE(display.Fonts().empty());
   EXPECT_TRUE(failures.empty());
 }
 
@@ -674,6 +710,9 @@ TEST_F(Reading, TheObserverSeesAndAnswers) {
     std::optional<std::optional<std::u16string>> OnSaveFile(const SaveFileTraits&) override {
       return std::optional<std::u16string>(u"\\x");
     }
+    std::optional<std::optional<std::u16string>> OnOpenFile(const OpenFileTraits&) override {
+      return std::optional<std::u16string>(u"/y");
+    }
     std::vector<std::string> seen;
   } watcher;
   display.SetObserver(&watcher);
@@ -694,6 +733,7 @@ TEST_F(Reading, TheObserverSeesAndAnswers) {
                                                     "article", "article", "scroll", "copy"}));
   EXPECT_EQ(display.ShowPopUp(window, {{7, u"a"}, {8, u"b"}}), 8U);
   EXPECT_EQ(display.SaveFile(window, {}), u"\\x");
+  EXPECT_EQ(display.OpenFile(window, {}), u"/y");
   EXPECT_TRUE(failures.empty());
 }
 

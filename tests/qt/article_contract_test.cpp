@@ -3,7 +3,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QFile>
 #include <QLineEdit>
+#include <QTemporaryDir>
 #include <QToolButton>
 #include <future>
 
@@ -38,6 +40,8 @@ class Reader {
   virtual bool TextHasFocus() = 0;
   // The program asks for a file to save, and the user answers.
   virtual Path AskForFile(const port::SaveFileTraits& traits, const Path& answer) = 0;
+  // The same for a file to open.
+  virtual Path AskForFile(const port::OpenFileTraits& traits, const Path& answer) = 0;
 };
 
 class FakeReader final : public Reader {
@@ -67,6 +71,10 @@ class FakeReader final : public Reader {
   Path AskForFile(const port::SaveFileTraits& traits, const Path& answer) override {
     fake_.display.ExpectSaveFile(answer);
     return fake_.display.SaveFile(0, traits);
+  }
+  Path AskForFile(const port::OpenFileTraits& traits, const Path& answer) override {
+    fake_.display.ExpectOpenFile(answer);
+    return fake_.display.OpenFile(0, traits);
   }
 
  private:
@@ -130,15 +138,23 @@ class QtReader final : public Reader {
     return focused;
   }
   Path AskForFile(const port::SaveFileTraits& traits, const Path& answer) override {
-    auto path =
-        std::async(std::launch::async, [&] { return device_->file_dialogs().SaveFile(0, traits); });
+    return Answered(
+        std::async(std::launch::async, [&] { return device_->file_dialogs().SaveFile(0, traits); }),
+        answer);
+  }
+  Path AskForFile(const port::OpenFileTraits& traits, const Path& answer) override {
+    return Answered(
+        std::async(std::launch::async, [&] { return device_->file_dialogs().OpenFile(0, traits); }),
+        answer);
+  }
+
+ private:
+  Path Answered(std::future<Path> path, const Path& answer) {
     while (path.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready) {
       OnDisplay([&] { AnswerFileDialog(answer); });
     }
     return path.get();
   }
-
- private:
   void AnswerFileDialog(const Path& answer) {
     QFileDialog* dialog = device_->file_dialogs().OpenDialog();
     if (dialog == nullptr || !dialog->isVisible()) return;
@@ -285,6 +301,15 @@ TEST_P(ArticleContract, SaveDialogGivesThePathOrNothing) {
   const port::SaveFileTraits traits{u"Save article as", u"x.txt", u"Text (*.txt)", u"*.txt",
                                     u"txt"};
   EXPECT_EQ(reader->AskForFile(traits, u"/no-such-place.txt"), Path(u"/no-such-place.txt"));
+  EXPECT_EQ(reader->AskForFile(traits, std::nullopt), Path());
+}
+
+TEST_P(ArticleContract, OpenDialogGivesThePathOrNothing) {
+  QTemporaryDir folder;
+  const std::u16string path = FromQt(folder.filePath(QStringLiteral("old.mbox")));
+  ASSERT_TRUE(QFile(ToQt(path)).open(QIODevice::WriteOnly));
+  const port::OpenFileTraits traits{u"Import file", u"All files (*.*)", u"*.*", u"*"};
+  EXPECT_EQ(reader->AskForFile(traits, path), Path(path));
   EXPECT_EQ(reader->AskForFile(traits, std::nullopt), Path());
 }
 

@@ -1,8 +1,11 @@
 #include "qt/file_dialogs.h"
 
+#include <QComboBox>
 #include <QDir>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QTemporaryDir>
+#include <filesystem>
 #include <fstream>
 
 #include "tests/qt/display_fixture.h"
@@ -17,11 +20,20 @@ class FileDialogTest : public DisplayTest {
   const port::SaveFileTraits kTraits{u"Save article as", u"Re__a_b.txt", u"Text (*.txt)", u"*.txt",
                                      u"txt"};
 
+  const port::OpenFileTraits kOpenTraits{u"Import file", u"All files (*.*)", u"*.*", u"*"};
+
   // Asks from a thread of its own and waits for the dialog.
   std::future<Path> AskLater(port::WindowHandle owner = 0) {
-    auto path = std::async(std::launch::async, [this, owner] {
+    return Shown(std::async(std::launch::async, [this, owner] {
       return device->file_dialogs().SaveFile(owner, kTraits);
-    });
+    }));
+  }
+  std::future<Path> AskForFileToOpen(port::WindowHandle owner = 0) {
+    return Shown(std::async(std::launch::async, [this, owner] {
+      return device->file_dialogs().OpenFile(owner, kOpenTraits);
+    }));
+  }
+  std::future<Path> Shown(std::future<Path> path) {
     EXPECT_TRUE(WaitOnDisplay([&] {
       const QFileDialog* dialog = device->file_dialogs().OpenDialog();
       return dialog != nullptr && dialog->isVisible();
@@ -29,6 +41,7 @@ class FileDialogTest : public DisplayTest {
     return path;
   }
   QFileDialog& Dialog() { return *device->file_dialogs().OpenDialog(); }
+  // Types the name and presses the dialog's button.
   void Save(const QString& name) {
     OnDisplay([&] {
       Dialog().findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(name);
@@ -39,6 +52,19 @@ class FileDialogTest : public DisplayTest {
     return WaitOnDisplay([&] { return device->file_dialogs().OpenDialog() == nullptr; });
   }
   QString InFolder(const char* name) { return folder.filePath(QLatin1String(name)); }
+
+  // The box that says why a choice was refused; closes it.
+  QString TakeRefusal() {
+    QString text;
+    OnDisplay([&] {
+      auto* box = Dialog().findChild<QMessageBox*>();
+      if (box == nullptr) return;
+      text = box->text();
+      box->accept();
+      EXPECT_TRUE(Dialog().isVisible());
+    });
+    return text;
+  }
 
   QTemporaryDir folder;
 };
@@ -143,6 +169,80 @@ TEST_F(FileDialogTest, FitsTheScreen) {
     Dialog().reject();
   });
   path.get();
+}
+
+// --- a file to open ------------------------------------------------------------------------------
+
+TEST_F(FileDialogTest, AFileToOpenIsAskedForAsStated) {
+  auto path = AskForFileToOpen();
+  OnDisplay([&] {
+    EXPECT_EQ(Dialog().windowTitle(), QStringLiteral("Import file"));
+    EXPECT_EQ(Dialog().accessibleName(), QStringLiteral("Import file"));
+    EXPECT_EQ(Dialog().acceptMode(), QFileDialog::AcceptOpen);
+    EXPECT_EQ(Dialog().findChild<QComboBox*>(QStringLiteral("fileTypeCombo"))->currentText(),
+              QStringLiteral("All files (*.*)"));
+    EXPECT_EQ(Dialog().defaultSuffix(), QString());
+    EXPECT_LE(Dialog().width(), Dialog().screen()->availableSize().width());
+    Dialog().reject();
+  });
+  EXPECT_EQ(path.get(), Path());
+}
+
+TEST_F(FileDialogTest, AFileWithoutADotInItsNameCanBeOpened) {
+  std::ofstream(InFolder("archive").toStdString()) << "From ";
+  auto path = AskForFileToOpen();
+  Save(InFolder("archive"));
+  EXPECT_EQ(path.get(), Path(InFolder("archive").toStdU16String()));
+}
+
+TEST_F(FileDialogTest, AFileThatIsNotThereIsRefusedAndAskedForAgain) {
+  auto path = AskForFileToOpen();
+  Save(InFolder("none"));
+  EXPECT_EQ(TakeRefusal(), QStringLiteral("There is no file of that name."));
+  std::ofstream(InFolder("none").toStdString()) << "From ";
+  Save(InFolder("none"));
+  EXPECT_EQ(path.get(), Path(InFolder("none").toStdU16String()));
+}
+
+TEST_F(FileDialogTest, APathOfMoreThan259CharactersIsRefused) {
+  const QString below = InFolder("d");
+  const QString deep = below + QLatin1Char('/') + QString(200, QLatin1Char('x'));
+  ASSERT_TRUE(std::filesystem::create_directories(deep.toStdString()));
+  const auto of_length = [&](qsizetype length) {
+    const QString file =
+        deep + QLatin1Char('/') + QString(length - deep.size() - 1, QLatin1Char('y'));
+    std::ofstream(file.toStdString()) << "From ";
+    return file;
+  };
+  auto path = AskForFileToOpen();
+  Save(of_length(260));
+  EXPECT_EQ(TakeRefusal(), QStringLiteral("The path of that file has more than 259 characters."));
+  OnDisplay([&] { Dialog().reject(); });
+  EXPECT_EQ(path.get(), Path());
+  ASSERT_TRUE(WaitClosed());
+  path = AskForFileToOpen();
+  Save(of_length(259));
+  EXPECT_EQ(path.get(), Path(of_length(259).toStdU16String()));
+}
+
+TEST_F(FileDialogTest, AFolderIsEnteredAndNotOpened) {
+  std::filesystem::create_directories(InFolder("below").toStdString());
+  auto path = AskForFileToOpen();
+  Save(InFolder("below"));
+  OnDisplay([&] {
+    EXPECT_TRUE(Dialog().isVisible());
+    EXPECT_EQ(Dialog().directory().dirName(), QStringLiteral("below"));
+    Dialog().reject();
+  });
+  EXPECT_EQ(path.get(), Path());
+}
+
+TEST_F(FileDialogTest, ARefusalGoesWithItsDialog) {
+  auto path = AskForFileToOpen();
+  Save(InFolder("none"));
+  device->AnswerAll();
+  EXPECT_EQ(path.get(), Path());
+  EXPECT_EQ(device->file_dialogs().OpenFile(0, kOpenTraits), Path());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <QAbstractScrollArea>
 #include <QAccessible>
 #include <QApplication>
+#include <QFontDatabase>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
@@ -14,6 +15,7 @@
 #include <algorithm>
 
 #include "qt/icons.h"
+#include "qt/text.h"
 #include "res/commands.h"
 #include "tests/qt/display_fixture.h"
 
@@ -40,6 +42,26 @@ TEST_F(WindowTest, WorkAreaIsTheUsableScreen) {
   QSize screen;
   OnDisplay([&] { screen = QGuiApplication::primaryScreen()->availableGeometry().size(); });
   EXPECT_EQ(windows().WorkArea(), (port::Size{screen.width(), screen.height()}));
+}
+
+TEST_F(WindowTest, FontsAreSortedAndNoneIsThereTwice) {
+  const std::vector<std::u16string> fonts = windows().Fonts();
+  ASSERT_FALSE(fonts.empty());
+  const auto folded = [](const std::u16string& family) { return ToQt(family).toCaseFolded(); };
+  for (std::size_t i = 1; i < fonts.size(); ++i) {
+    EXPECT_LT(folded(fonts[i - 1]), folded(fonts[i]));
+  }
+  OnDisplay([&] {
+    for (const std::u16string& family : fonts) {
+      EXPECT_TRUE(QFontDatabase::hasFamily(ToQt(family))) << ToQt(family).toStdString();
+      EXPECT_FALSE(QFontDatabase::isPrivateFamily(ToQt(family)));
+    }
+  });
+}
+
+TEST_F(WindowTest, ADisplayThatHasGoneHasNoFonts) {
+  OnDisplay([&] { device->jobs().Close(); });
+  EXPECT_TRUE(windows().Fonts().empty());
 }
 
 TEST_F(WindowTest, WindowIsHiddenUntilItIsShown) {

@@ -490,6 +490,31 @@ TEST_F(ObserverTest, MenusAndSaveDialogsAreAnsweredAsAnnounced) {
             std::string::npos);
 }
 
+TEST_F(ObserverTest, OpenDialogsAreAnsweredAsAnnounced) {
+  run_.save_answers.AddNext(u"\\a.txt");
+  run_.open_answers.AddNext(u"/old.mbox");
+  run_.open_answers.AddNext(u"");
+  const port::OpenFileTraits traits{u"Import file", u"All files (*.*)", u"*.*", u"*"};
+  EXPECT_EQ(display_.OpenFile(0, traits), u"/old.mbox");
+  EXPECT_EQ(display_.OpenFile(0, traits), std::nullopt);
+  EXPECT_EQ(run_.status(), kStatusFine);
+  EXPECT_NE(Output().find(R"-({"event":"open-dialog","title":"Import file",)-"
+                          R"-("filter_text":"All files (*.*)","filter_pattern":"*.*",)-"
+                          R"-("default_extension":"*","answer":"/old.mbox","announced":true})-"),
+            std::string::npos)
+      << Output();
+  run_.open_answers.AddNext(u"/left");
+  EXPECT_EQ(run_.UnusedAnnouncements(), (std::vector<std::u16string>{u"\\a.txt", u"/left"}));
+}
+
+TEST_F(ObserverTest, AnUnannouncedOpenDialogStopsTheRun) {
+  run_.save_answers.AddNext(u"\\a.txt");
+  EXPECT_EQ(display_.OpenFile(0, {u"Import file"}), std::nullopt);
+  EXPECT_EQ(run_.status(), kStatusFailed);
+  EXPECT_NE(Output().find(R"("reason":"unannounced-open-dialog","text":"Import file")"),
+            std::string::npos);
+}
+
 TEST_F(ObserverTest, AnUnannouncedMenuStopsTheRun) {
   EXPECT_EQ(display_.ShowPopUp(0, {{7, u"Delete"}}), 0U);
   EXPECT_EQ(run_.status(), kStatusFailed);
