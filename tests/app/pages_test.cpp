@@ -134,7 +134,7 @@ TEST_F(PagesTest, StorageOptions) {
 TEST_F(PagesTest, StorageIsThatOfTheStoreChosenInTheSheet) {
   fake_.files.AddCard(u"Card");
   fake_.files.SetFreeSpace(u"\\Quillet CE News", port::VolumeSpace{900, 1000});
-  fake_.files.SetFreeSpace(u"\\Card\\Quillet CE News", port::VolumeSpace{100, 1000});
+  fake_.files.SetFreeSpace(u"\\Card", port::VolumeSpace{100, 1000});
   StartAndWait();
   OpenAt(kStoragePlace);
   EXPECT_EQ(Shown(kControlStoreFull).text, u"Store is currently 10% full.");
@@ -172,7 +172,7 @@ TEST_F(PagesTest, ViewFonts) {
   StartAndWait();
   OpenAt(kGroupViewPlace);
   EXPECT_THAT(Shown(kControlGroupFont).choices, ElementsAre(u"Arial", u"Courier New", u"Tahoma"));
-  EXPECT_EQ(Shown(kControlGroupFont).text, u"Tahoma");
+  EXPECT_EQ(Chosen(kControlGroupFont), u"Tahoma");
   EXPECT_THAT(Shown(kControlGroupFontSize).choices,
               ElementsAre(u"tiny", u"very small", u"small", u"medium", u"large", u"very large",
                           u"huge", u"enormous"));
@@ -217,7 +217,7 @@ TEST_F(PagesTest, FaceThatIsNotInstalledIsShownAndKept) {
   StartAndWait();
   OpenAt(kGroupViewPlace);
   EXPECT_THAT(Shown(kControlGroupFont).choices, ElementsAre(u"Gone", u"Arial"));
-  EXPECT_EQ(Shown(kControlGroupFont).text, u"Gone");
+  EXPECT_EQ(Chosen(kControlGroupFont), u"Gone");
   Ok();
   EXPECT_EQ(Text(u"groupfont"), u"Gone");
 }
@@ -362,7 +362,7 @@ TEST_F(PagesTest, StoreWhoseCardHasGoneStaysChosen) {
   StartAndWait();
   fake_.files.RemoveCard(u"Card");
   OpenAt(kDatabasePlace);
-  EXPECT_EQ(Shown(kControlDatabaseStore).text, u"Card");
+  EXPECT_EQ(Chosen(kControlDatabaseStore), u"Card");
   EXPECT_THAT(Shown(kControlDatabaseStore).choices, ElementsAre(u"Internal", u"Card"));
 }
 
@@ -392,7 +392,7 @@ TEST_F(PagesTest, ConnectionOffersThePhoneBook) {
   StartAndWait();
   OpenAt(kConnectionPlace);
   EXPECT_THAT(Shown(kControlConnectionMethod).choices, ElementsAre(u"gprs", u"home", u"<none>"));
-  EXPECT_EQ(Shown(kControlConnectionMethod).text, u"<none>");
+  EXPECT_EQ(Chosen(kControlConnectionMethod), u"<none>");
   Choose(kControlConnectionMethod, u"home");
   Ok();
   EXPECT_EQ(Text(u"conxmethod"), u"home");

@@ -21,7 +21,7 @@ class QuickSetupTest : public SheetTest {
   ~QuickSetupTest() override {
     for (const std::uint32_t form : {kDialogQuickSetup, kDialogQuickSetupConnection}) {
       const port::WindowHandle dialog = fake_.display.DialogOfForm(form);
-      if (dialog != 0) fake_.display.Press(dialog, kControlCancel);
+      if (dialog != 0) PressIn(dialog, kControlCancel);
     }
   }
   void Begin() {
@@ -64,7 +64,7 @@ TEST_F(QuickSetupTest, LeadsFromAnEmptyProfileToStoredSettings) {
   EXPECT_EQ(TextIn(Second(), kControlSetupBack), u"<< Back");
   EXPECT_THAT(fake_.display.Control(Second(), kControlSetupConnection)->choices,
               ElementsAre(u"gprs", u"<none>"));
-  EXPECT_EQ(TextIn(Second(), kControlSetupConnection), u"<none>");
+  EXPECT_EQ(ChosenIn(Second(), kControlSetupConnection), u"<none>");
   EXPECT_TRUE(fake_.display.Choose(Second(), kControlSetupConnection, 0));
   fake_.scheduler.calls.clear();
   fake_.display.Expect(kThatsAll, port::kIdOk);
@@ -117,7 +117,7 @@ TEST_F(QuickSetupTest, BackFindsWhatWasTyped) {
   EXPECT_EQ(TextIn(First(), kControlSetupServer), u"news.example.org");
   EXPECT_EQ(TextIn(First(), kControlSetupName), u"Ann Example");
   PressIn(First(), kControlOk);
-  EXPECT_EQ(TextIn(Second(), kControlSetupConnection), u"gprs");
+  EXPECT_EQ(ChosenIn(Second(), kControlSetupConnection), u"gprs");
 }
 
 TEST_F(QuickSetupTest, CancelOfEitherPageChangesNothing) {

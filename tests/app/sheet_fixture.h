@@ -78,6 +78,13 @@ class SheetTest : public Program {
   port::ShownControl Shown(std::uint32_t control) {
     return fake_.display.Control(Page(), control).value_or(port::ShownControl());
   }
+  // Of a drop-down list.
+  std::u16string Chosen(std::uint32_t control) { return ChosenIn(Page(), control); }
+  std::u16string ChosenIn(port::WindowHandle dialog, std::uint32_t control) {
+    const auto list = fake_.display.Control(dialog, control).value_or(port::ShownControl());
+    const auto place = static_cast<std::size_t>(list.choice);
+    return list.choice >= 0 && place < list.choices.size() ? list.choices[place] : u"none";
+  }
   void Type(std::uint32_t control, std::u16string_view text) {
     EXPECT_TRUE(fake_.display.Type(Page(), control, text));
     WaitIdle();

@@ -267,7 +267,7 @@ TEST_F(SheetTest, ConnectingWithoutAMethodOpensTheConnectionPage) {
   Command(kCommandConnect);
   EXPECT_TRUE(IsOpen());
   EXPECT_EQ(Place(), kConnectionPlace);
-  EXPECT_EQ(Shown(kControlConnectionMethod).text, u"<none>");
+  EXPECT_EQ(Chosen(kControlConnectionMethod), u"<none>");
   Ok();
   EXPECT_EQ(gPrefs->conxmethod, u"<none>");
 }
