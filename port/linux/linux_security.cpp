@@ -1,9 +1,11 @@
 #include "port/linux/linux_security.h"
 
+#include <cerrno>
 #include <optional>
 #include <utility>
 
 #include "port/linux/gss_library.h"
+#include "port/linux/ntlm_challenge.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -146,6 +148,10 @@ SecurityStep LinuxSecurity::InitializeContext(CredentialsHandle credentials,
   const auto found = contexts_.find(context);
   if (found == contexts_.end() || found->second->ended) return {};
   Context& state = *found->second;
+  if (!first && !IsSoundNtlmChallenge(input)) {
+    state.ended = true;
+    return {kSecurityInvalidToken, EINVAL, {}};
+  }
   const GssName name(library, ToUtf8(target), library.hostbased_service);
   gss_buffer_desc in = GssBuffer(input);
   gss_buffer_desc out{};

@@ -206,7 +206,7 @@ TEST_F(LinuxSecurityTest, WhatIsNoChallengeIsAnInvalidToken) {
         std::string_view("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 16)}) {
     const SecurityStep step = AnswerTo(token);
     EXPECT_EQ(step.result, 0x80090308U);
-    EXPECT_NE(step.error, 0);
+    EXPECT_EQ(step.error, 22);
     EXPECT_EQ(step.token, "");
   }
 }
@@ -240,6 +240,16 @@ TEST_F(LinuxSecurityTest, HugeLengthsAndOffsetsAreRefused) {
       EXPECT_NE(step.result, kContinue);
     }
   }
+}
+
+// This one has ended the process.
+TEST_F(LinuxSecurityTest, TargetThatIsSaidToHaveANameButHasNoneIsRefused) {
+  std::string challenge = Challenge();
+  challenge.replace(12, 2, 2, '\0');
+  challenge[22] = static_cast<char>(challenge[22] | 1);
+  const SecurityStep step = AnswerTo(challenge);
+  EXPECT_EQ(step.result, 0x80090308U);
+  EXPECT_EQ(step.error, 22);
 }
 
 TEST_F(LinuxSecurityTest, AnyBytesAndAnyChangeOfAChallengeAreLivedWith) {

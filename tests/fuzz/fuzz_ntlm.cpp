@@ -1,0 +1,108 @@
+// What a server may send during an encrypted login, line after line. The first byte chooses who
+// reads its challenge: a double, or the system's mechanism where it has one.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/subscriptions.h"
+#include "nntp/connection.h"
+#include "nntp/ntlm.h"
+#include "port/fake/fake_platform.h"
+#include "port/linux/linux_security.h"
+
+namespace {
+
+using namespace quillet;
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+class LineSockets final : public port::Sockets {
+ public:
+  void Start(std::string_view bytes) {
+    bytes_ = bytes;
+    sent.clear();
+  }
+  std::optional<port::SocketVersion> Startup(port::SocketVersion wanted) override { return wanted; }
+  void Cleanup() override {}
+  port::SocketHandle Open() override { return 1; }
+  bool Bind(port::SocketHandle) override { return true; }
+  std::optional<port::Ipv4Address> Resolve(const std::string&) override { return std::nullopt; }
+  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override { return true; }
+  // A line at a time, since a reply takes all that has come.
+  std::int64_t Receive(port::SocketHandle, std::span<char> buffer) override {
+    const std::size_t line = std::min(bytes_.find('\n'), bytes_.size() - 1) + 1;
+    const std::size_t count = std::min({bytes_.size(), buffer.size(), line});
+    std::copy_n(bytes_.data(), count, buffer.data());
+    bytes_.remove_prefix(count);
+    return static_cast<std::int64_t>(count);
+  }
+  bool Send(port::SocketHandle, std::string_view data) override {
+    sent += data;
+    return true;
+  }
+  void Close(port::SocketHandle) override {}
+  int LastError() override { return 0; }
+  void AwaitClose(port::SocketHandle, std::uint32_t) override {}
+  void Interrupt(port::InterruptReason) override {}
+
+  std::string sent;
+
+ private:
+  std::string_view bytes_;
+};
+
+struct Device {
+  explicit Device(port::Security& security)
+      : platform{fake.display.Services(),
+                 fake.queues,
+                 fake.registry,
+                 sockets,
+                 fake.libraries,
+                 fake.files,
+                 fake.clock,
+                 fake.shell,
+                 fake.scheduler,
+                 fake.dialler,
+                 fake.mail,
+                 fake.contacts,
+                 security,
+                 fake.secrets} {}
+  port::FakePlatform fake;
+  LineSockets sockets;
+  port::Platform platform;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  static port::FakeSecurity canned;
+  static port::LinuxSecurity real;
+  static Device device(canned);
+  static Device real_device(real);
+  Device& used = (data[0] & 1) != 0 ? real_device : device;
+  gPlatform = &used.platform;
+  canned = {};
+  canned.packages = {{u"NTLM", 3}};
+  canned.steps = {{port::kSecurityContinueNeeded, 0, "hello"}, {port::kSecurityDone, 0, "proof"}};
+  gPrefs = std::make_unique<Prefs>();
+  AddServer(*gPrefs, {u"news.example.org", 119, true, true, u"ann\\NEWS", u"secret"});
+  used.sockets.Start({reinterpret_cast<const char*>(data) + 1, size - 1});
+  gConnection = NntpConnection();
+  gConnection.wire.Open(1);
+  const RunEnd end = NegotiateNtlm();
+  Require(canned.credentials.empty() && canned.contexts.empty());
+  Require(used.sockets.sent.starts_with("AUTHINFO GENERIC NTLM\r\n"));
+  // Whatever ends it without a login is said.
+  Require((end == RunEnd::kGoOn) == gConnection.error_log.text.empty());
+  for (const std::string& call : canned.calls) Require(call.size() < 2 * kLineBufferSize);
+  gConnection = NntpConnection();
+  gPrefs.reset();
+  gPlatform = &device.platform;
+  return 0;
+}
