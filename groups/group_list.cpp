@@ -29,6 +29,7 @@
 #include "store/counts.h"
 #include "store/databases.h"
 #include "store/deletion.h"
+#include "store/new_group.h"
 #include "thread/view.h"
 #include "util/format.h"
 

@@ -14,7 +14,6 @@
 #include "base/subscriptions.h"
 #include "killfile/killfile.h"
 #include "store/counts.h"
-#include "store/databases.h"
 #include "thread/view.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -25,30 +24,6 @@ namespace {
 // The in-memory counts stand for the groups only once they were counted.
 bool CountsAreInStep(const Prefs& prefs) {
   return gReadInfo.size() == prefs.numgroups;
-}
-
-// Null after a report.
-std::unique_ptr<ReadInfo> CountNewGroup(std::u16string_view name) {
-  std::unique_ptr<ReadInfo> info = NewReadInfoPtr();
-  if (!info) return info;
-  info->groupName = name;
-  if (DatabasesOpen()) PopulateReadArticlesInfo(*info, name);
-  return info;
-}
-
-// False after a report; then nothing has changed.
-bool AppendGroup(Prefs& prefs, std::u16string_view name) {
-  return GuardedCritically(u"AddNewsgroupToPrefs", [&] {
-    std::unique_ptr<ReadInfo> info;
-    if (CountsAreInStep(prefs)) {
-      gReadInfo.reserve(gReadInfo.size() + 1);
-      info = CountNewGroup(name);
-      if (!info) return false;
-    }
-    AddGroup(prefs, name);
-    if (info) gReadInfo.push_back(std::move(info));
-    return true;
-  });
 }
 
 bool DropGroup(Prefs& prefs, GroupIndex group) {
@@ -89,10 +64,6 @@ bool IsSubscribed(std::u16string_view name) {
 }
 
 }  // namespace
-
-void AddNewsgroupToPrefs(std::u16string_view name) {
-  if (AppendGroup(*gPrefs, name)) WritePreferences();
-}
 
 void RemoveNewsgroupFromPrefs(GroupIndex group) {
   if (IndexOf(group) >= gPrefs->numgroups || !DropGroup(*gPrefs, group)) return;

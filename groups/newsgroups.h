@@ -1,4 +1,5 @@
-// Adding and removing newsgroups: preferences, counts and killfile together. Program thread only.
+// Removing newsgroups, preferences, counts and killfile together, and judging the names of new ones
+// (store/new_group.h adds them). Program thread only.
 #pragma once
 
 #include <string>
@@ -8,8 +9,6 @@
 
 namespace quillet {
 
-// Appends the group, checked, with counts 0, and writes the preferences.
-void AddNewsgroupToPrefs(std::u16string_view name);
 // Removes the group with its state and killfile entries, clears the current group and the thread
 // view, and writes the preferences. A place beyond the list does nothing.
 void RemoveNewsgroupFromPrefs(GroupIndex group);

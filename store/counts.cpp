@@ -95,6 +95,13 @@ void CacheCounts(std::u16string_view group_name, std::uint32_t read, std::uint32
   StoreCache(info);
 }
 
+void ForgetCachedCounts(std::u16string_view group_name) {
+  const std::string key = GroupKey(group_name);
+  const HeldValue value = FetchHeldValue(DatabaseIndex::kArticles, key);
+  // An article may have the name of the group for its Message-ID.
+  if (value && value.view().size() == kCacheLength) DeleteValue(DatabaseIndex::kArticles, key);
+}
+
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name) {
   info.groupName = group_name;
   if (TakeCached(info)) return;

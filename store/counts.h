@@ -26,6 +26,8 @@ void CountArticles();
 // Caches counts that were taken elsewhere. One that cannot be written is left to the next
 // CountArticles.
 void CacheCounts(std::u16string_view group_name, std::uint32_t read, std::uint32_t total);
+// The group is counted along its chain the next time.
+void ForgetCachedCounts(std::u16string_view group_name);
 void PopulateReadArticlesInfo(ReadInfo& info, std::u16string_view group_name);
 void UpdateGlobalGDBMArticleCountCache(std::size_t group_index);
 // The Message-ID under which an article is stored: as it came, but in angle brackets where it is

@@ -14,6 +14,7 @@
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 #include "store/counts.h"
+#include "store/new_group.h"
 #include "tests/support/failing_new.h"
 #include "thread/reading.h"
 

@@ -1,0 +1,12 @@
+// Adding a newsgroup: preferences and counts together. Program thread only.
+#pragma once
+
+#include <string_view>
+
+namespace quillet {
+
+// Appends the group, checked, with the counts of what the store has on its chain, and writes the
+// preferences.
+void AddNewsgroupToPrefs(std::u16string_view name);
+
+}  // namespace quillet
