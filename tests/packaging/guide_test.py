@@ -30,11 +30,13 @@ ELSEWHERE = [
     "skipping large article \u2026: \u2026k (this may take some time)",
     "Marking articles in checked groups as read...",
     "Marking articles in checked groups as unread...",
-    # captions of boxes
+    # captions of boxes and file dialogs
+    "Save trans log as",
     "Quillet CE not configured", "Finished marking server(s) read/unread",
     # the status line
     "\u2026 article\u2026 queued for posting",
-    # the page of extensions, each line beside its box
+    # the pages of the preferences
+    "Store is currently \u2026% full.", "Loaded GDBMce.dll version: '\u2026'",
     "Give posts a &Message-ID", "An article whose posting was cut off is posted once, not twice.",
     "Use the desktop's pass&word store",
     "Passwords of news servers are kept there instead of in the settings.",

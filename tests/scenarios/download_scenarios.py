@@ -323,16 +323,24 @@ class Errors(Download):
             "dialog")])
 
     def test_no_server_configured_and_no_method(self):
-        with self.run_with(groups=["a.one"]) as q:
-            q.connect()
+        with self.run_quillet(hold=True) as q:
+            q.configure(groups=["a.one"])
+            q.expect(WELCOME, "cancel")
+            q.start()
+            q.do("command %d" % CONNECT)
+            q.do("wait-dialog")
+            q.press(2)
         self.assert_fine(q)
-        box = q.of("box")[0]
+        box = q.of("box")[1]
         self.assertEqual((box["caption"], box["text"], box["icon"]), (
             "Quillet CE not configured",
             "In order to connect, you need to supply a news server name.", "exclamation"))
         with self.run_with(groups=["a.one"], servers=[("127.0.0.1", 9)],
                            values={"conxmethod": ""}) as q:
-            q.connect()
+            q.do("command %d" % CONNECT)
+            q.do("wait-dialog")
+            q.press(1)
+            self.assertEqual(q.registry("conxmethod"), "<none>")
         self.assert_fine(q)
 
     def test_a_store_that_is_too_full_is_said_before_connecting(self):

@@ -37,7 +37,8 @@ class SecondStart(Instances):
     def test_another_profile_is_another_instance(self):
         with self.run_quillet() as first:
             first.do("wait")
-            with quillet_script.Quillet(PROGRAM, str(self.profile) + "-other") as other:
+            self.use_profile("-other")
+            with self.run_quillet() as other:
                 other.do("wait")
                 self.assertEqual(len(other.of("window-shown")), 1)
         self.assert_fine(first)

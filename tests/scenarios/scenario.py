@@ -32,6 +32,11 @@ DATABASES = (ARTICLES, NEWSGROUPS, PENDING_POSTS)
 
 CONNECT, PREFERENCES, ABOUT, CLOSE = 40008, 40009, 40010, 40001
 
+WELCOME = "Welcome to Quillet CE!"
+
+# In profiles of which the servers do not matter. Without any the program begins with Quick Setup.
+SOME_SERVER = ("news.example.org", 119)
+
 
 def file_size_limit(size):
     """A wrapper for runs in which no file can grow beyond that size: the write fails."""
@@ -77,10 +82,14 @@ class Scenario(Test):
     def news_folder(self):
         return self.profile / "data" / "Quillet CE News"
 
-    def run_quillet(self, *arguments, **keywords):
-        return quillet_script.Quillet(PROGRAM, self.profile, arguments, **keywords)
+    def run_quillet(self, *arguments, hold=False, **keywords):
+        """A run. One that starts by itself in a fresh profile finds a server there."""
+        if not (hold or arguments or os.path.lexists(self.profile / "registry.db")):
+            with quillet_script.Quillet(PROGRAM, self.profile, hold=True) as q:
+                q.configure(servers=[SOME_SERVER])
+        return quillet_script.Quillet(PROGRAM, self.profile, arguments, hold=hold, **keywords)
 
-    def run_with(self, *arguments, servers=(), groups=(), values=None, **keywords):
+    def run_with(self, *arguments, servers=(SOME_SERVER,), groups=(), values=None, **keywords):
         """A run that starts with these servers, groups and registry values."""
         q = self.run_quillet(*arguments, hold=True, **keywords)
         q.configure(servers=servers, groups=groups, **(values or {}))

@@ -34,13 +34,13 @@ FRESH_REGISTRY = {
 
 
 class Start(Scenario):
-    def test_empty_profile_asks_nothing_and_leaves_a_complete_profile(self):
-        with self.run_quillet() as q:
+    def test_empty_profile_asks_for_its_setup_and_leaves_a_complete_profile(self):
+        with self.start_expecting(WELCOME, "cancel") as q:
             q.do("wait")
             self.assertEqual(q.groups(), [])
             self.assertEqual(q.status_text(), "0 articles queued for posting")
         self.assert_fine(q)
-        self.assert_silent(q)
+        self.assertEqual(len(q.boxes()), 1)
         self.assertEqual(q.exit_code(), 0)
         self.assertEqual(sorted(p.name for p in self.news_folder.iterdir()), sorted(DATABASES))
         for folder in (self.profile, self.profile / "data", self.news_folder):
@@ -52,7 +52,7 @@ class Start(Scenario):
         self.assertEqual(stat.S_IMODE((self.profile / "registry.db").stat().st_mode), 0o600)
 
     def test_fresh_registry_holds_every_value_with_its_type_and_default(self):
-        with self.run_quillet() as q:
+        with self.start_expecting(WELCOME, "cancel") as q:
             q.do("wait")
         found = self.read_back()
         for name, expected in FRESH_REGISTRY.items():
@@ -141,7 +141,7 @@ class Start(Scenario):
         q.terminate()
         self.assertEqual(q.await_end(), 0)
         self.assertEqual(q.of("window-created"), [])
-        q = self.run_quillet()
+        q = self.start_expecting(WELCOME, "cancel")
         q.do("close")
         q.do("wait-for exit")
         q.terminate()
@@ -212,6 +212,7 @@ class Start(Scenario):
         q.do("registry-set fullname dword 7")
         q.do("registry-set killfilecount dword 4000000000")
         q.do("registry-set columnWidths raw 4 00")
+        q.expect(WELCOME, "cancel")
         q.start()
         self.assertEqual([g[0] for g in q.groups()], ["a.one", "", ""])
         self.assertEqual(q.finish(), 0)
