@@ -8,6 +8,7 @@ The linker would not do: of two static libraries the upper one comes first on th
 one which calls it links and runs.
 """
 import argparse
+import fnmatch
 import os
 import re
 import sys
@@ -119,6 +120,15 @@ def check_reserved(stem, text, kind):
             yield f'{rule.what}, which is for {", ".join(rule.places)}'
 
 
+# Sources of which each is one function that a common header declares.
+COMMON_HEADERS = {'app/pages/*_page': 'app/pages/page.h'}
+
+
+def has_header(root, stem):
+    common = [header for stems, header in COMMON_HEADERS.items() if fnmatch.fnmatch(stem, stems)]
+    return any((root / header).exists() for header in [f'{stem}.h', *common])
+
+
 def check_source(root, path, layers):
     stem = os.path.splitext(path)[0]
     allowed = layers.allowed(stem)
@@ -126,7 +136,7 @@ def check_source(root, path, layers):
         yield f'{path}: "{os.path.dirname(path)}" has no row in {TABLE}'
         return
     text = (root / path).read_text(encoding='utf-8')
-    if path.endswith('.cpp') and not (root / f'{stem}.h').exists() and not MAIN.search(text):
+    if path.endswith('.cpp') and not has_header(root, stem) and not MAIN.search(text):
         yield f'{path}: it has no {os.path.basename(stem)}.h'
     for number, line in enumerate(text.splitlines(), 1):
         where = f'{path}:{number}: {line.strip()}: '
