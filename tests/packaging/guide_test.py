@@ -88,6 +88,17 @@ def is_prose(text):
 class Guide(unittest.TestCase):
     maxDiff = None
 
+    # Put together from several texts, or kept in 8-bit characters.
+    IN_PIECES = [
+        "Quillet CE had to end: the file \"\u2026\" was made shorter by another program or cannot be "
+        "read any more.",
+        "Some characters of this text cannot be used here: \u2026",
+        "Some characters of this text cannot be used here: \u2026. In the article that waits to be "
+        "posted each of them is a \"?\".",
+        "Quillet notification: message exceeds maximum size.",
+        "Quillet notification: message has no body",
+    ]
+
     @classmethod
     def setUpClass(cls):
         cls.guide = (REPOSITORY / "docs/user-guide.md").read_text(encoding="utf-8")
@@ -119,6 +130,21 @@ class Guide(unittest.TestCase):
                         and not re.fullmatch(r"[A-Z]\w+", text) and not self.explained(text)):
                     missing.setdefault(name, []).append(text)
         self.assertEqual(missing, {}, "docs/user-guide.md does not explain these")
+
+    def test_every_message_that_is_explained_is_said(self):
+        texts = set().union(*(texts_of(source)[1] for source in self.sources.values()))
+        entries = re.findall(r"^- \*\*(.+?)\*\*$", self.guide, re.MULTILINE)
+        self.assertGreater(len(entries), 150)
+        self.assertEqual(sorted({one for one in entries if entries.count(one) > 1}), [])
+        for entry in entries:
+            error = re.fullmatch(r"(An? \w+ error \()(.*)(\) occurred in )(.*)\.", entry)
+            if error:
+                self.assertIn(error[1] + "\u2026" + error[3] + "\u2026.", texts)
+                self.assertIn(error[4], texts | {"\u2026"}, entry)
+                self.assertIn(error[2], texts | {"\u2026", "\u2026: \u2026"}, entry)
+            elif entry not in texts:
+                # In pieces, or not in the program's own character set.
+                self.assertIn(entry, self.IN_PIECES)
 
     def test_the_sources_were_read(self):
         shown = set().union(*(texts_of(source)[0] for source in self.sources.values()))
