@@ -324,7 +324,7 @@ TEST_F(Program, ATickJustBeforeConnectCountsForIt) {
   WaitIdle();
   ASSERT_FALSE(fake_.display.boxes().empty());
   EXPECT_EQ(fake_.display.boxes()[0].text,  // and not that no group is checked
-            u"In order to connect, you need to supply a news server name.");
+            u"Unable to find host news.example.org.\r\n");
   End();
 }
 

@@ -320,7 +320,7 @@ TEST_F(ReadingTest, ChangedTabPlacementTakesTheOtherChangesAlong) {
   End();
 }
 
-TEST_F(ReadingTest, AStoreFoundInTheNewPlaceReplacesWhatIsRead) {
+TEST_F(ReadingTest, AStoreThatStaysIsReadOn) {
   fake_.files.AddCard(u"Card");
   const std::u16string folder = u"\\Card\\Quillet CE News";
   fake_.files.CreateFolder(folder);
@@ -331,10 +331,10 @@ TEST_F(ReadingTest, AStoreFoundInTheNewPlaceReplacesWhatIsRead) {
   fake_.display.Expect(u"Databases already exist in new location.", port::kIdNo);
   Apply([](Prefs& prefs) { prefs.databasestore = u"Card"; });
   WaitIdle();
-  EXPECT_FALSE(ArticleIsCurrent());
-  EXPECT_EQ(ShownTab(), 1);
-  EXPECT_TRUE(Rows().empty());
-  EXPECT_EQ(Counts(0), u"0/0");
+  EXPECT_TRUE(ArticleIsCurrent());
+  EXPECT_EQ(ShownTab(), 2);
+  EXPECT_FALSE(Rows().empty());
+  EXPECT_EQ(Counts(0), u"3/4");
   ExpectInStep();
   End();
 }

@@ -11,7 +11,7 @@ TEST_F(ReadingTest, ActivatingAGroupShowsItsThreads) {
   OpenGroup(0);
   EXPECT_EQ(Rows(), (Texts{u"3/3 Hello", u"Ann", u"Bob", u"Cid", u"Other", u"Dan"}));
   EXPECT_EQ(BoldRows(), Rows());
-  EXPECT_EQ(Caption(), u"a");
+  EXPECT_EQ(Caption(), u"a: 0 on server");
   EXPECT_TRUE(fake_.display.tree().focused);
   EXPECT_EQ(CurrentGroup(), GroupAt(0));
   End();
@@ -31,7 +31,7 @@ TEST_F(ReadingTest, ActivatingAGroupOpensNoArticle) {
   SetGroups({u"c", u"d", u"e", u"f", u"g", u"b"});
   StartAndWait();
   OpenGroup(5);
-  EXPECT_EQ(Caption(), u"b");
+  EXPECT_EQ(Caption(), u"b: 0 on server");
   EXPECT_EQ(fake_.display.tree().rows.at(1).item, 5U);
   EXPECT_FALSE(ArticleIsCurrent());
   End();
@@ -183,7 +183,7 @@ TEST_F(ReadingTest, AnotherGroupShowsAnotherTreeAndTakesTheArticleAway) {
   Tab(0);
   OpenGroup(1);
   EXPECT_EQ(Rows(), (Texts{u"Elsewhere", u"Eve"}));
-  EXPECT_EQ(Caption(), u"b");
+  EXPECT_EQ(Caption(), u"b: 0 on server");
   EXPECT_EQ(SelectedText(), u"");
   EXPECT_FALSE(ArticleIsCurrent());
   EXPECT_EQ(fake_.display.article().source, u"");
@@ -464,7 +464,7 @@ TEST_F(ReadingTest, RemovingAGroupForgetsWhatIsReadSinceTheOthersMoveUp) {
   EXPECT_EQ(Caption(), kNoThreads);
   Tab(0);
   OpenGroup(0);
-  EXPECT_EQ(Caption(), u"b");
+  EXPECT_EQ(Caption(), u"b: 0 on server");
   EXPECT_EQ(Rows(), (Texts{u"Elsewhere", u"Eve"}));
   ExpectInStep();
   End();
@@ -486,7 +486,7 @@ TEST_F(ReadingTest, AnAcceptedNewGroupClearsTheArticleAndARejectedOneDoesNot) {
   EXPECT_FALSE(ArticleIsCurrent());
   EXPECT_EQ(fake_.display.list().rows.size(), 3U);
   Tab(1);
-  EXPECT_EQ(Caption(), u"a");
+  EXPECT_EQ(Caption(), u"a: 0 on server");
   End();
 }
 
