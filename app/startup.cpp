@@ -14,6 +14,7 @@
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "base/reset.h"
+#include "base/stored_passwords.h"
 #include "base/upward_calls.h"
 #include "base/window_procedures.h"
 #include "nntp/connect.h"
@@ -133,6 +134,11 @@ void TellOfCutFile() {
   ShowMessage(FromUtf8(note->substr(0, note->find('\n'))));
 }
 
+void TellOfPasswordTrouble() {
+  const std::u16string trouble = TakePasswordTrouble();
+  if (!trouble.empty()) ShowMessage(trouble);
+}
+
 int DaysInMonth(int month, int year) {
   if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
   if (month != 2) return 31;
@@ -163,6 +169,8 @@ int RunOnce() {
   if (!CreateQuilletWindow()) return 0;
   TellOfDamagedRegistry();
   TellOfCutFile();
+  // Nobody may be there to press OK, and the server will say that it wants a password.
+  if (!scheduled) TellOfPasswordTrouble();
   // A critical error while the store was opened has closed the window.
   if (!OpenStore() || gMainWindow == 0) return EndBeforeTheLoop();
   gPlatform->windows.ShowMainWindow();

@@ -12,6 +12,7 @@
 #include "base/prefs_writer.h"
 #include "base/registry_values.h"
 #include "base/reset.h"
+#include "base/stored_passwords.h"
 #include "port/files.h"
 #include "port/platform.h"
 #include "util/format.h"
@@ -63,22 +64,30 @@ bool ReadLiveRecord(Prefs& prefs) {
   if (!key) key = std::make_unique<NoKey>();
   ValueReader values(*key);
   if (!ReadRecord(values, prefs)) return false;
+  std::uint32_t password_set = 0;
+  values.Dword(kPasswordSetValue, password_set, 0);
   if (values.discarded()) SetSettingsAtRisk(true);
   key.reset();
+  FetchPasswords(password_set, prefs);
   PrepareDatabaseFolder(prefs);
   return true;
 }
 
 bool WriteLiveRecord() {
+  // Before the registry is held: the user may be asked to unlock the password store.
+  const RegistryPasswords passwords = PutPasswords(*gPrefs);
   std::unique_ptr<port::RegistryKey> key = gPlatform->registry.Create(kRegistryPath);
   if (!key) {
+    FinishPasswords(false);
     ReportCriticalError(u"unable to create registry key", u"WritePreferences");
     return false;
   }
-  const WriteResult result = WriteRecord(*key, *gPrefs);
+  const WriteResult result = WriteRecord(*key, *gPrefs, &passwords);
   // Undone before a box is shown: the box may stand for hours.
   key.reset();
+  FinishPasswords(result == WriteResult::kDone);
   if (result == WriteResult::kFailed) ShowMessage(kNotSavedMessage);
+  if (!passwords.trouble.empty()) ShowMessage(passwords.trouble);
   return result == WriteResult::kDone;
 }
 

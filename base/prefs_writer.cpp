@@ -18,7 +18,8 @@ namespace {
 // Writes one field of the record.
 class FieldWriter {
  public:
-  FieldWriter(port::RegistryKey& key, const Prefs& prefs) : key_(key), prefs_(prefs) {}
+  FieldWriter(port::RegistryKey& key, const Prefs& prefs, const RegistryPasswords* passwords)
+      : key_(key), prefs_(prefs), passwords_(passwords) {}
 
   WriteResult Write(const PrefsField& field) {
     name_ = field.name;
@@ -42,7 +43,8 @@ class FieldWriter {
 
   WriteResult operator()(const TextsField& field) {
     if (Skipped(field.length, field.when_empty)) return WriteResult::kDone;
-    return List(CreateMultiString(prefs_.*field.member));
+    const bool is_passwords = field.member == &Prefs::authpasses && passwords_ != nullptr;
+    return List(CreateMultiString(is_passwords ? passwords_->authpasses : prefs_.*field.member));
   }
 
   WriteResult operator()(const KillfileTextsField& /*field*/) {
@@ -94,6 +96,7 @@ class FieldWriter {
 
   port::RegistryKey& key_;
   const Prefs& prefs_;
+  const RegistryPasswords* passwords_;
   std::u16string_view name_;
   std::uint32_t killfile_size_ = 0;
 };
@@ -119,8 +122,9 @@ struct IsSubscription {
 };
 
 template <class Wanted>
-WriteResult WriteFields(port::RegistryKey& key, const Prefs& prefs, const Wanted& wanted) {
-  FieldWriter writer(key, prefs);
+WriteResult WriteFields(port::RegistryKey& key, const Prefs& prefs,
+                        const RegistryPasswords* passwords, const Wanted& wanted) {
+  FieldWriter writer(key, prefs, passwords);
   for (const std::u16string_view name : PrefsWriteOrder()) {
     const PrefsField& field = PrefsFieldNamed(name);
     if (!wanted(field)) continue;
@@ -132,16 +136,23 @@ WriteResult WriteFields(port::RegistryKey& key, const Prefs& prefs, const Wanted
 
 }  // namespace
 
-WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs) {
+WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs,
+                        const RegistryPasswords* passwords) {
   if (!KeepSettingsAtRisk(key) || !key.Begin()) return WriteResult::kFailed;
-  const WriteResult result = WriteFields(key, prefs, [](const PrefsField&) { return true; });
+  const WriteResult result =
+      WriteFields(key, prefs, passwords, [](const PrefsField&) { return true; });
   if (result != WriteResult::kDone) return result;
+  if (passwords != nullptr && passwords->set &&
+      !WriteDword(key, kPasswordSetValue, *passwords->set)) {
+    return WriteResult::kFailed;
+  }
   return key.Commit() ? WriteResult::kDone : WriteResult::kFailed;
 }
 
 WriteResult WriteSubscriptions(port::RegistryKey& key, const Prefs& prefs) {
-  return WriteFields(
-      key, prefs, [](const PrefsField& field) { return std::visit(IsSubscription(), field.what); });
+  return WriteFields(key, prefs, nullptr, [](const PrefsField& field) {
+    return std::visit(IsSubscription(), field.what);
+  });
 }
 
 }  // namespace quillet

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/prefs.h"
+#include "base/stored_passwords.h"
 #include "port/registry.h"
 
 namespace quillet {
@@ -10,8 +11,10 @@ namespace quillet {
 enum class WriteResult { kDone, kFailed, kReported };
 
 // Writes every value or none: unless it returns kDone the key has to be destroyed, which drops what
-// was written so far. Settings at risk are copied aside first. std::bad_alloc when memory ran out.
-WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs);
+// was written so far. Settings at risk are copied aside first. `passwords` take the place of the
+// record's own. std::bad_alloc when memory ran out.
+WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs,
+                        const RegistryPasswords* passwords = nullptr);
 
 // Writes the servers and groups with all that runs along with them, and the version; every other
 // value stays as it is stored. Begins and commits nothing, copies nothing aside. Throws as above.

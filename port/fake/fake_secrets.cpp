@@ -22,38 +22,49 @@ SecretsResult FakeSecrets::Begin(const char* call, const SecretAttributes& attri
   return result;
 }
 
+SecretsResult FakeSecrets::Do(const char* call, const SecretAttributes& attributes,
+                              const std::function<SecretsResult()>& work) {
+  SecretsResult end = Begin(call, attributes);
+  if (end == SecretsResult::kDone) end = work();
+  if (on_return) on_return();
+  return end;
+}
+
 SecretsResult FakeSecrets::Lookup(const SecretAttributes& attributes, std::vector<Secret>& found) {
   found.clear();
-  if (const auto begun = Begin("Lookup", attributes); begun != SecretsResult::kDone) return begun;
-  for (const Secret& secret : secrets) {
-    if (HasAll(secret, attributes)) found.push_back(secret);
-  }
-  return found.empty() ? SecretsResult::kNothing : SecretsResult::kDone;
+  return Do("Lookup", attributes, [&] {
+    for (const Secret& secret : secrets) {
+      if (HasAll(secret, attributes)) found.push_back(secret);
+    }
+    return found.empty() ? SecretsResult::kNothing : SecretsResult::kDone;
+  });
 }
 
 SecretsResult FakeSecrets::Store(const std::u16string& label, const Secret& secret) {
-  const auto begun = Begin("Store", secret.attributes);
-  if (begun != SecretsResult::kDone) return begun;
-  const auto same = std::ranges::find(secrets, secret.attributes, &Secret::attributes);
-  if (same != secrets.end()) {
-    labels[static_cast<std::size_t>(same - secrets.begin())] = label;
-    same->text = secret.text;
-  } else {
-    secrets.push_back(secret);
-    labels.push_back(label);
-  }
-  return SecretsResult::kDone;
+  return Do("Store", secret.attributes, [&] {
+    const auto same = std::ranges::find(secrets, secret.attributes, &Secret::attributes);
+    const auto at = same - secrets.begin();
+    if (same == secrets.end()) {
+      secrets.push_back(secret);
+      labels.push_back(label);
+    } else {
+      same->text = secret.text;
+      labels[static_cast<std::size_t>(at)] = label;
+    }
+    return SecretsResult::kDone;
+  });
 }
 
 SecretsResult FakeSecrets::Clear(const SecretAttributes& attributes) {
-  if (const auto begun = Begin("Clear", attributes); begun != SecretsResult::kDone) return begun;
-  const std::size_t before = secrets.size();
-  for (std::size_t i = before; i-- > 0;) {
-    if (!HasAll(secrets[i], attributes)) continue;
-    secrets.erase(secrets.begin() + static_cast<std::ptrdiff_t>(i));
-    labels.erase(labels.begin() + static_cast<std::ptrdiff_t>(i));
-  }
-  return secrets.size() == before ? SecretsResult::kNothing : SecretsResult::kDone;
+  return Do("Clear", attributes, [&] {
+    const std::size_t before = secrets.size();
+    for (std::size_t i = before; i-- > 0;) {
+      if (!HasAll(secrets[i], attributes)) continue;
+      secrets.erase(secrets.begin() + static_cast<std::ptrdiff_t>(i));
+      labels.erase(labels.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    return secrets.size() == before ? SecretsResult::kNothing : SecretsResult::kDone;
+  });
 }
 
 }  // namespace quillet::port

@@ -21,6 +21,8 @@ class FakeSecrets final : public Secrets {
   int fail_in = 0;
   // Called before each call does its work, with what will be in `calls`.
   std::function<void(const std::string& call)> on_call;
+  // Called when a call has done its work.
+  std::function<void()> on_return;
 
   // What it keeps; the labels beside it.
   std::vector<Secret> secrets;
@@ -29,6 +31,9 @@ class FakeSecrets final : public Secrets {
   std::vector<std::string> calls;
 
  private:
+  // Does the work of a call when it is to be done.
+  SecretsResult Do(const char* call, const SecretAttributes& attributes,
+                   const std::function<SecretsResult()>& work);
   SecretsResult Begin(const char* call, const SecretAttributes& attributes);
 };
 

@@ -112,7 +112,7 @@ TEST_F(ReadPrefs, ValuesAreReadInTheirOrder) {
                   u"get returnmailaddress", u"get attribution", u"get extraheaders",
                   u"get quotestring", u"get signature", u"get fullname", u"get font",
                   u"get groupfont", u"get threadfont", u"get articleheaderfont", u"get conxmethod",
-                  u"get databasestore", u"get transport", u"get columnWidths"));
+                  u"get databasestore", u"get transport", u"get columnWidths", u"get passwordset"));
 }
 
 // --- Single values -------------------------------------------------------------------------------
