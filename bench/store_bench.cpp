@@ -6,17 +6,15 @@
 // usage: store_bench [ARTICLES] [ROUNDS] [ARTICLES LEFT]; ends with 1 when a target is missed.
 
 #define QUILLET_FAKE_WITHOUT_GTEST
-#include <gdbm.h>
-
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "bench/measure.h"
+#include "bench/raw_store.h"
 #include "port/fake/fake_platform.h"
 #include "store/chains.h"
 #include "store/counts.h"
@@ -26,7 +24,6 @@
 #include "store/records.h"
 #include "store/whole_points.h"
 #include "util/format.h"
-#include "util/little_endian.h"
 
 namespace quillet {
 namespace {
@@ -77,68 +74,9 @@ double TimeStore(const std::vector<AsciiArticle>& articles) {
   return Microseconds(time, static_cast<unsigned>(articles.size()));
 }
 
-class RawFile {
- public:
-  explicit RawFile(DatabaseIndex index)
-      : file_(gdbm_open(gPlatform->files.NativePath(DatabasePath(index)).c_str(), 0,
-                        GDBM_NEWDB | GDBM_FAST, 0664, nullptr)) {
-    Require(file_ != nullptr, "gdbm_open");
-  }
-  RawFile(const RawFile&) = delete;
-  RawFile& operator=(const RawFile&) = delete;
-  ~RawFile() { gdbm_close(file_); }
-  void Store(const std::string& key, const std::string& value) {
-    Require(gdbm_store(file_, Datum(key), Datum(value), GDBM_REPLACE) == 0, "gdbm_store");
-  }
-  void Fetch(const std::string& key) { std::free(gdbm_fetch(file_, Datum(key)).dptr); }
-
- private:
-  static datum Datum(const std::string& bytes) {
-    return {const_cast<char*>(bytes.data()), static_cast<int>(bytes.size())};
-  }
-  GDBM_FILE file_;
-};
-
-std::string NumberKey(unsigned number) {
-  std::string key;
-  AppendU32(key, number);
-  return key;
-}
-
-// The same calls with the same keys and sizes, all bytes made beforehand.
-struct RawArticle {
-  std::string key, value, number_key, older_key, chain;
-};
-
-std::vector<RawArticle> MakeRaw(const std::vector<AsciiArticle>& articles) {
-  std::vector<RawArticle> raw;
-  for (unsigned i = 0; i < articles.size(); ++i) {
-    AsciiArticle copy = articles[i];
-    const GDBMGroup group{0, i, i + 1, std::u16string(kGroup), *copy.messageId};
-    raw.push_back({*copy.messageId + '\0', *SerializeArticle(copy, SerializeMode::kPlain),
-                   NumberKey(i + 1), NumberKey(i), SerializeGroup(group)});
-  }
-  return raw;
-}
-
 double TimeRaw(const std::vector<RawArticle>& articles) {
-  RawFile article_file(DatabaseIndex::kArticles);
-  RawFile group_file(DatabaseIndex::kNewsgroups);
-  const std::string head_key = GroupKey(kGroup);
-  const std::string head(12 + head_key.size() + 1 + 4, 'h');
-  const std::string counter_key = "\xFF";
   const auto start = std::chrono::steady_clock::now();
-  for (const RawArticle& article : articles) {
-    article_file.Store(article.key, article.value);
-    group_file.Fetch(head_key);
-    group_file.Fetch(counter_key);
-    group_file.Store(counter_key, article.number_key);
-    group_file.Store(article.number_key, article.chain);
-    group_file.Store(head_key, head);
-    group_file.Fetch(article.older_key);
-    group_file.Store(article.older_key, article.chain);
-  }
-  article_file.Store(head_key, std::string(12, 'c'));
+  StoreRaw(articles, kGroup);
   return Microseconds(std::chrono::steady_clock::now() - start,
                       static_cast<unsigned>(articles.size()));
 }
@@ -185,7 +123,7 @@ int Run(unsigned count, unsigned rounds, unsigned left_by_kill) {
   Require(LoadDatabaseLibrary(), "binding the library");
   std::vector<AsciiArticle> articles;
   for (unsigned i = 0; i < count; ++i) articles.push_back(MakeArticle(i));
-  const std::vector<RawArticle> raw_articles = MakeRaw(articles);
+  const std::vector<RawArticle> raw_articles = MakeRaw(articles, kGroup);
   std::vector<double> store, raw;
   for (unsigned i = 0; i < rounds; ++i) {
     raw.push_back(TimeRaw(raw_articles));

@@ -168,7 +168,8 @@ void RemoveUnfinishedFiles(const std::u16string& path) {
   const std::u16string name_of_file(LastComponent(path));
   for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
     if (IsTemporaryOf(name_of_file + u".", name) || IsTemporaryOf(port::kReplacementStem, name) ||
-        name == name_of_file + std::u16string(kUnfinishedSuffix)) {
+        name == name_of_file + std::u16string(kUnfinishedSuffix) ||
+        name == u"#" + name_of_file + u"#") {
       gPlatform->files.Delete(PathIn(FolderOf(path), name));
     }
   }

@@ -24,7 +24,8 @@ struct OpenedFile {
 // the user can end: another process, missing rights. A missing or damaged file is closed without.
 OpenedFile LookAtDatabaseFile(const std::u16string& path);
 // Removes what killed writers have left beside the file, which nobody else has open: the library's
-// half-made copy of a recovery, files that were to replace another, a database that was being made.
+// half-made copy of a recovery, files that were to replace another, a database that was being made
+// or rewritten.
 void RemoveUnfinishedFiles(const std::u16string& path);
 
 // Opens the file for good, and creates it when there is none or an empty one.

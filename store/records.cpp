@@ -161,19 +161,22 @@ std::optional<std::string> Decompressed(std::string_view value) {
       value.substr(kCompressedHeader, value.size() - kCompressedHeader - kSlackLength), length);
 }
 
+enum class Damage { kTold, kSilent };
+
 // Those of a compressed one; nothing after a failure, which is told.
-std::optional<std::string> ExpandBlock(std::string_view value) {
+std::optional<std::string> ExpandBlock(std::string_view value, Damage damage = Damage::kTold) {
   if (!gCompressionAvailable) {
     RefuseWithoutLibrary();
     return std::nullopt;
   }
   auto block = Decompressed(value);
-  if (!block) ShowMessage(u"Decompress returned an error");
+  if (!block && damage == Damage::kTold) ShowMessage(u"Decompress returned an error");
   return block;
 }
 
-bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_only) {
-  const auto block = ExpandBlock(value);
+bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_only,
+                     Damage damage) {
+  const auto block = ExpandBlock(value, damage);
   if (!block || !TakeStrings(*block, article, names_only)) return false;
   // The four bytes at the end count as compressed text here.
   const auto stored = static_cast<float>(value.size() - kCompressedHeader);
@@ -182,13 +185,21 @@ bool ParseCompressed(std::string_view value, AsciiArticle& article, bool names_o
   return true;
 }
 
-bool ParseValue(std::string_view value, AsciiArticle& article, bool names_only) {
+bool ParseValue(std::string_view value, AsciiArticle& article, bool names_only, Damage damage) {
   const auto format = ArticleFormat(value);
   if (!format) return false;
   TakeWords(value, article);
   article.compressionSavings = 0;
-  if (*format == kCompressedFormat) return ParseCompressed(value, article, names_only);
+  if (*format == kCompressedFormat) return ParseCompressed(value, article, names_only, damage);
   return TakeStrings(PlainBlock(value), article, names_only);
+}
+
+bool ParseGuarded(std::string_view value, AsciiArticle& article, bool names_only, Damage damage) {
+  try {
+    return ParseValue(value, article, names_only, damage);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 std::unique_ptr<AsciiArticle> FetchRecord(DatabaseIndex index, std::string_view key,
@@ -224,11 +235,11 @@ std::optional<std::string> SerializeArticle(AsciiArticle& article, SerializeMode
 }
 
 bool ParseArticle(std::string_view value, AsciiArticle& article, bool names_only) {
-  try {
-    return ParseValue(value, article, names_only);
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  return ParseGuarded(value, article, names_only, Damage::kTold);
+}
+
+bool ParseArticleSilently(std::string_view value, AsciiArticle& article) {
+  return ParseGuarded(value, article, false, Damage::kSilent);
 }
 
 bool IsArticleValue(std::string_view value) {

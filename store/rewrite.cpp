@@ -1,12 +1,13 @@
 // Rewriting whole databases: compaction and conversion. Every record is copied into a new file
 // beside the old one, converted on the way where that is wanted, and the new file takes the old
-// one's place in one step: whatever goes wrong before leaves the old file as it was.
+// one's place in one step: whatever goes wrong before leaves the old file as it was, and is told.
 #include "store/rewrite.h"
 
 #include <array>
 #include <span>
 
 #include "base/long_operation.h"
+#include "base/messages.h"
 #include "port/files.h"
 #include "port/platform.h"
 #include "store/compression.h"
@@ -14,6 +15,7 @@
 #include "store/database_files.h"
 #include "store/device_path.h"
 #include "store/records.h"
+#include "store/store_room.h"
 #include "store/stored_article.h"
 #include "util/format.h"
 #include "util/little_endian.h"
@@ -52,29 +54,49 @@ bool NeedsConversion(RewriteMode mode, std::string_view value) {
   return GetU32(value, 0) == convert_from;
 }
 
+// One pass over a database.
+struct Pass {
+  RewriteMode mode = RewriteMode::kCompact;
+  std::uint64_t done = 0;       // records, of all databases
+  bool told_of_damage = false;  // of a text that cannot be expanded; once is enough
+};
+
 // What cannot be converted is copied as it is.
-std::string Converted(RewriteMode mode, std::string value) {
-  if (!NeedsConversion(mode, value)) return value;
+std::string Converted(Pass& pass, std::string value) {
+  if (!NeedsConversion(pass.mode, value)) return value;
   AsciiArticle article;
-  if (!ParseArticle(value, article, false)) return value;
+  const bool read = pass.told_of_damage ? ParseArticleSilently(value, article)
+                                        : ParseArticle(value, article, false);
+  if (!read) {
+    pass.told_of_damage = pass.mode == RewriteMode::kUncompress;
+    return value;
+  }
   const auto wanted =
-      mode == RewriteMode::kCompress ? SerializeMode::kCompress : SerializeMode::kPlain;
+      pass.mode == RewriteMode::kCompress ? SerializeMode::kCompress : SerializeMode::kPlain;
   return SerializeArticle(article, wanted).value_or(std::move(value));
 }
 
-enum class CopyResult { kComplete, kStopped, kUnreadable };
+enum class CopyResult { kComplete, kCancelled, kNoRoom, kFailed };
 
-CopyResult CopyRecords(DatabaseIndex index, GdbmFile& copy, RewriteMode mode, std::uint64_t& done) {
+CopyResult StoreCopy(GdbmFile& copy, const std::string& key, const std::string& value) {
+  if (!RoomForRecord(key.size() + value.size())) return CopyResult::kNoRoom;
+  if (copy.Store(key, value, GDBM_INSERT)) return CopyResult::kComplete;
+  return LastRefusal() == SystemRefusal::kNoRoom ? CopyResult::kNoRoom : CopyResult::kFailed;
+}
+
+CopyResult CopyRecords(DatabaseIndex index, GdbmFile& copy, Pass& pass) {
   for (auto key = FirstKey(index); key; key = NextKey(index, *key)) {
-    SetProgressPosition(++done);
+    SetProgressPosition(++pass.done);
     auto value = FetchValue(index, *key);
-    if (!value) return CopyResult::kUnreadable;
-    if (!copy.Store(*key, Converted(mode, std::move(*value)), GDBM_INSERT) || AbortRequested()) {
-      return CopyResult::kStopped;
-    }
+    if (!value) return CopyResult::kFailed;
+    const CopyResult stored = StoreCopy(copy, *key, Converted(pass, std::move(*value)));
+    if (stored != CopyResult::kComplete) return stored;
+    if (AbortRequested()) return CopyResult::kCancelled;
   }
   // A walk that broke off must not replace the whole.
-  return DatabaseFile(index).WalkComplete() ? CopyResult::kComplete : CopyResult::kUnreadable;
+  if (!DatabaseFile(index).WalkComplete()) return CopyResult::kFailed;
+  if (copy.Sync()) return CopyResult::kComplete;
+  return LastRefusal() == SystemRefusal::kNoRoom ? CopyResult::kNoRoom : CopyResult::kFailed;
 }
 
 GdbmFile CreateTemporary(DatabaseIndex index, const std::u16string& path) {
@@ -91,35 +113,50 @@ bool TakePlace(DatabaseIndex index, const std::u16string& temporary) {
   return gPlatform->files.Rename(temporary, path);
 }
 
+void Tell(CopyResult result) {
+  if (result == CopyResult::kNoRoom) {
+    ShowMessage(u"There is not enough free space to rewrite the databases. They stay as they are.");
+  } else if (result == CopyResult::kFailed) {
+    ShowMessage(u"The databases could not be rewritten. They stay as they are.");
+  }
+}
+
 enum class Outcome { kFailed, kReplaced, kNotReplaced };
 
-Outcome RewriteOne(DatabaseIndex index, RewriteMode mode, std::uint64_t& done) {
+Outcome RewriteOne(DatabaseIndex index, Pass& pass) {
   if (!DatabaseFile(index)) return Outcome::kFailed;
   const std::u16string temporary = TemporaryPath(DatabasePath(index));
   GdbmFile copy = CreateTemporary(index, temporary);
-  if (!copy) return Outcome::kFailed;
-  const CopyResult result = CopyRecords(index, copy, mode, done);
-  if (result == CopyResult::kUnreadable) {
+  const bool no_room = LastRefusal() == SystemRefusal::kNoRoom;
+  CopyResult result = no_room ? CopyResult::kNoRoom : CopyResult::kFailed;
+  if (copy) result = CopyRecords(index, copy, pass);
+  if (result != CopyResult::kComplete) {
+    // Half a copy would only keep its room from the databases.
     copy.Close();
     gPlatform->files.Delete(temporary);
+    Tell(result);
+    return Outcome::kFailed;
   }
-  if (result != CopyResult::kComplete || !copy.Sync()) return Outcome::kFailed;
   DatabaseFile(index).Close();
   copy.Close();
-  return TakePlace(index, temporary) ? Outcome::kReplaced : Outcome::kNotReplaced;
+  if (TakePlace(index, temporary)) return Outcome::kReplaced;
+  Tell(CopyResult::kFailed);
+  return Outcome::kNotReplaced;
 }
 
 }  // namespace
 
 int RewriteDatabases(RewriteMode mode) {
   SetProgressRange(UnitsOfWork(mode));
-  std::uint64_t done = 0;
+  // Nearly all of the room is needed at once.
+  ForgetRoom();
+  Pass pass{mode};
   for (const DatabaseIndex index : DatabasesFor(mode)) {
     // Meant: a run ends with the first database that was replaced, as if it had failed, so that
     // compacting rewrites the articles alone. The chains and the queued posts, which no server can
     // give again, stay byte for byte as they are. Only a file that could not be replaced lets the
     // run go on to the next one.
-    if (RewriteOne(index, mode, done) != Outcome::kNotReplaced) return -1;
+    if (RewriteOne(index, pass) != Outcome::kNotReplaced) return -1;
   }
   return 0;
 }

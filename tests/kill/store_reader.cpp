@@ -274,13 +274,10 @@ class StoreReader {
   }
 
   void LookAtNames() {
-    static const std::set<std::string> kExpected = {"Quillet articles.gdb",
-                                                    "Quillet newsgroups.gdb",
-                                                    "Quillet pending posts.gdb",
-                                                    "#Quillet articles.gdb#",
-                                                    kLostName,
-                                                    "Quillet newsgroups.gdb.copy",
-                                                    "Quillet pending posts.gdb.copy"};
+    static const std::set<std::string> kExpected = {
+        "Quillet articles.gdb",        "Quillet newsgroups.gdb",
+        "Quillet pending posts.gdb",   kLostName,
+        "Quillet newsgroups.gdb.copy", "Quillet pending posts.gdb.copy"};
     for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
       const std::string name = entry.path().filename();
       if (kExpected.count(name) == 0) Fault("the file \"" + name + "\" was left behind");

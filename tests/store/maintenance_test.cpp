@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
 #include <map>
 
 #include "base/views.h"
@@ -18,6 +20,7 @@
 namespace quillet {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -452,17 +455,103 @@ TEST_F(RewriteTest, AStaleTemporaryFileIsRemovedFirst) {
   EXPECT_EQ(Records(kArticles), articles);
 }
 
-TEST_F(RewriteTest, ACancelledRunLeavesTheSourceAndItsTemporaryFile) {
+TEST_F(RewriteTest, ACancelledRunLeavesTheSourceAlone) {
   const auto articles = Records(kArticles);
   fake.display.CancelProgressAfter(0);
   CompactDatabases();
   EXPECT_EQ(Records(kArticles), articles);
-  EXPECT_TRUE(FileThere(kTemporary));
+  EXPECT_FALSE(FileThere(kTemporary));
   EXPECT_THAT(BoxTexts(), IsEmpty());
   gAbortRequested = 0;
   CompactDatabases();
   EXPECT_EQ(Records(kArticles), articles);
   EXPECT_FALSE(FileThere(kTemporary));
+}
+
+TEST_F(RewriteTest, WhatAKillHasLeftGoesAtTheNextOpening) {
+  ASSERT_TRUE(fake.files.WriteFile(gDatabaseFolder + u"\\" + std::u16string(kTemporary), "stale"));
+  ASSERT_TRUE(ReopenDatabases());
+  EXPECT_FALSE(FileThere(kTemporary));
+}
+
+constexpr std::u16string_view kNoRoomToRewrite =
+    u"There is not enough free space to rewrite the databases. They stay as they are.";
+constexpr std::u16string_view kNotRewritten =
+    u"The databases could not be rewritten. They stay as they are.";
+
+TEST_F(RewriteTest, AFullVolumeIsToldAndTheCopyGoes) {
+  const auto articles = Records(kArticles);
+  for (const bool compress : {true, false}) {
+    fake.display.ForgetBoxes();
+    fake.files.SetFreeSpace({300'000, 1'000'000'000});
+    int looks = 0;
+    fake.files.before_call = [&](port::FileCall call) {
+      if (call == port::FileCall::kFreeSpace && ++looks == 3) {
+        EXPECT_TRUE(FileThere(kTemporary));
+        fake.files.SetFreeSpace({0, 1'000'000'000});
+      }
+    };
+    CompressAllArticles(compress);
+    fake.files.before_call = nullptr;
+    EXPECT_GE(looks, 3);
+    EXPECT_THAT(BoxTexts(), ElementsAre(kNoRoomToRewrite));
+    EXPECT_EQ(Records(kArticles), articles);
+    EXPECT_FALSE(FileThere(kTemporary));
+  }
+}
+
+TEST_F(RewriteTest, ACopyThatCannotBeMadeIsTold) {
+  const auto articles = Records(kArticles);
+  const std::string temporary =
+      fake.files.NativePath(gDatabaseFolder + u"\\" + std::u16string(kTemporary));
+  std::filesystem::create_directory(temporary);
+  CompressAllArticles(true);
+  std::filesystem::remove(temporary);
+  EXPECT_THAT(BoxTexts(), ElementsAre(kNotRewritten));
+  EXPECT_EQ(Records(kArticles), articles);
+}
+
+TEST_F(RewriteTest, AFileThatCannotBeReplacedIsTold) {
+  const auto articles = Records(kArticles);
+  fake.files.FailNth(port::FileCall::kRename, 1);
+  CompressAllArticles(true);
+  EXPECT_THAT(BoxTexts(), ElementsAre(kNotRewritten));
+  EXPECT_EQ(Records(kArticles), articles);
+}
+
+// One box for each of thousands could not be left.
+TEST_F(RewriteTest, TextsThatCannotBeExpandedAreToldOnceAndCopiedAsTheyAre) {
+  CompressAllArticles(true);
+  std::map<std::string, std::string> damaged;
+  for (const char* id : {"<3@x>", "<5@x>", "<8@x>"}) {
+    const std::string key = std::string(id) + '\0';
+    std::string value = *FetchValue(kArticles, key);
+    value[30] = static_cast<char>(value[30] ^ 0x55);
+    ASSERT_TRUE(StoreValue(kArticles, key, value, StoreMode::kReplace));
+    damaged[key] = value;
+  }
+  CompressAllArticles(false);
+  EXPECT_THAT(BoxTexts(), ElementsAre(u"Decompress returned an error"));
+  for (const auto& [key, value] : damaged) EXPECT_EQ(FetchValue(kArticles, key), value);
+  EXPECT_EQ(FetchValue(kArticles, Raw("<7@x>\0"))->front(), 1);
+}
+
+// No article is as short as this, whatever the record begins with.
+TEST_F(RewriteTest, RecordsTooShortForAnArticleAreCopied) {
+  std::map<std::string, std::string> records;
+  for (std::size_t length = 0; length < 24; ++length) {
+    for (const int format : {1, 2}) {
+      std::string value =
+          (std::string(1, static_cast<char>(format)) + std::string(23, '\0')).substr(0, length);
+      const std::string key = FormatNarrow("short %d %d", length, format) + '\0';
+      ASSERT_TRUE(StoreValue(kArticles, key, value, StoreMode::kInsert));
+      records[key] = value;
+    }
+  }
+  CompressAllArticles(true);
+  CompressAllArticles(false);
+  for (const auto& [key, value] : records) EXPECT_EQ(FetchValue(kArticles, key), value);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
 GdbmLibrary gRealLibrary;
@@ -515,6 +604,52 @@ TEST_F(FaultyRewriteTest, AWalkThatBreaksOffDoesNotReplaceTheWhole) {
 
 TEST_F(FaultyRewriteTest, AFailedStoreEndsIt) {
   ExpectSourceSurvives([] { gGdbm.store = StoreThatFails; });
+  EXPECT_THAT(BoxTexts(), Each(kNotRewritten));
+  EXPECT_FALSE(FileThere(kTemporary));
+}
+
+int StoreAndCancel(GDBM_FILE file, datum key, datum value, int flag) {
+  if (--gCallsUntilFailure == 0) RequestAbort();
+  return gRealLibrary.store(file, key, value, flag);
+}
+
+TEST_F(FaultyRewriteTest, ACancelAfterAnyRecordLosesNothing) {
+  const auto articles = Records(kArticles);
+  for (const int n : {1, 2, 20, 40, 41}) {
+    gCallsUntilFailure = n;
+    gGdbm.store = StoreAndCancel;
+    CompressAllArticles(true);
+    gGdbm = gRealLibrary;
+    EXPECT_LE(gCallsUntilFailure, 0);
+    ASSERT_TRUE(Records(kArticles) == articles) << n;
+    EXPECT_FALSE(FileThere(kTemporary));
+    EXPECT_TRUE(DatabasesOpen());
+  }
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+int StoreWithoutRoom(GDBM_FILE file, datum key, datum value, int flag) {
+  if (--gCallsUntilFailure != 0) return gRealLibrary.store(file, key, value, flag);
+  errno = ENOSPC;
+  return -1;
+}
+int SyncWithoutRoom(GDBM_FILE /*file*/) {
+  errno = ENOSPC;
+  return -1;
+}
+
+TEST_F(FaultyRewriteTest, AFullDiskThatTheLibraryMeetsIsTold) {
+  const auto articles = Records(kArticles);
+  gCallsUntilFailure = 10;
+  gGdbm.store = StoreWithoutRoom;
+  EXPECT_EQ(RewriteDatabases(RewriteMode::kCompress), -1);
+  gGdbm = gRealLibrary;
+  gGdbm.sync = SyncWithoutRoom;
+  EXPECT_EQ(RewriteDatabases(RewriteMode::kCompress), -1);
+  gGdbm = gRealLibrary;
+  EXPECT_THAT(BoxTexts(), ElementsAre(kNoRoomToRewrite, kNoRoomToRewrite));
+  EXPECT_EQ(Records(kArticles), articles);
+  EXPECT_FALSE(FileThere(kTemporary));
 }
 
 class FaultyDeletionTest : public DeletionTest {
