@@ -38,6 +38,11 @@ void SetLabel(QLabel& label, const QString& text) {
   if (!text.isEmpty()) label.setAccessibleName(text);
 }
 
+void SetButton(QAbstractButton& button, const QString& text) {
+  button.setText(text);
+  if (!text.isEmpty()) button.setAccessibleName(QString(text).remove(QLatin1Char('&')));
+}
+
 void Set(QWidget& control, const port::Text& value) {
   const QString text = ToQt(value.text);
   if (auto* label = qobject_cast<QLabel*>(&control)) {
@@ -45,7 +50,7 @@ void Set(QWidget& control, const port::Text& value) {
   } else if (auto* lines = qobject_cast<QPlainTextEdit*>(&control)) {
     WriteLines(*lines, value.text);
   } else if (auto* button = qobject_cast<QAbstractButton*>(&control)) {
-    button->setText(text);
+    SetButton(*button, text);
   } else if (QLineEdit* line = LineOf(control)) {
     line->setText(text);
     line->home(false);  // a long text is seen from its start
@@ -164,7 +169,8 @@ void ReadValue(const QWidget& control, port::ControlState& state) {
   if (const auto* label = qobject_cast<const QLabel*>(&control)) {
     state.text = FromQt(label->text());
   } else if (const auto* button = qobject_cast<const QAbstractButton*>(&control)) {
-    state.text = FromQt(button->text());
+    // Line breaks were put in to make it narrower.
+    state.text = FromQt(button->text().replace(QLatin1Char('\n'), QLatin1Char(' ')));
     state.checked = button->isChecked();
   } else if (const auto* line = qobject_cast<const QLineEdit*>(&control)) {
     Read(*line, state);

@@ -3,10 +3,14 @@
 // the narrowest width that the toolkit lays it out at.
 #include "qt/fit_screen.h"
 
+#include <QAbstractButton>
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QCheckBox>
 #include <QLabel>
 #include <QLayout>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QScroller>
@@ -14,6 +18,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "qt/main_window.h"
 
@@ -68,6 +73,67 @@ QSize SizeOfText(const QTextEdit& view, QSize room) {
   return {width, std::min(static_cast<int>(std::ceil(height)), room.height())};
 }
 
+// Check boxes and radio buttons.
+std::vector<QAbstractButton*> BoxesOf(const QWidget& form) {
+  std::vector<QAbstractButton*> boxes;
+  for (QAbstractButton* button : form.findChildren<QAbstractButton*>()) {
+    const bool box = qobject_cast<QCheckBox*>(button) || qobject_cast<QRadioButton*>(button);
+    if (box) boxes.push_back(button);
+  }
+  return boxes;
+}
+
+QString WholeTextOf(const QAbstractButton& box) {
+  return box.text().replace(QLatin1Char('\n'), QLatin1Char(' '));
+}
+
+void SetTextOfBox(QAbstractButton& box, const QString& text) {
+  if (box.text() != text) box.setText(text);
+}
+
+// Without the mark of the accelerator key.
+int TextWidth(const QFontMetrics& metrics, const QString& text) {
+  return metrics.size(Qt::TextShowMnemonic, text).width();
+}
+
+QString BrokenText(const QFontMetrics& metrics, const QString& text, int width) {
+  QString lines;
+  QString line;
+  for (const QString& word : text.split(QLatin1Char(' '))) {
+    const QString longer = line.isEmpty() ? word : line + QLatin1Char(' ') + word;
+    if (line.isEmpty() || TextWidth(metrics, longer) <= width) {
+      line = longer;
+    } else {
+      lines += line + QLatin1Char('\n');
+      line = word;
+    }
+  }
+  return lines + line;
+}
+
+// The widest of the boxes decide how wide the form is: by so much narrower they have to be.
+void BreakTexts(const std::vector<QAbstractButton*>& boxes, int by) {
+  if (by <= 0 || boxes.empty()) return;
+  int widest = 0;
+  for (const QAbstractButton* box : boxes) widest = std::max(widest, box->sizeHint().width());
+  for (QAbstractButton* box : boxes) {
+    const int over = box->sizeHint().width() - (widest - by);
+    if (over <= 0) continue;
+    const int width = TextWidth(box->fontMetrics(), box->text()) - over;
+    SetTextOfBox(*box, BrokenText(box->fontMetrics(), box->text(), width));
+  }
+}
+
+// Layouts inside another one do not hear of every change.
+void ForgetSizes(const QWidget& form) {
+  for (QLayout* layout : form.findChildren<QLayout*>()) layout->invalidate();
+}
+
+int LeastWidth(const QWidget& form) {
+  ForgetSizes(form);
+  return form.layout()->totalMinimumSize().width();
+}
+
 }  // namespace
 
 QSize RoomForDialog(const QWidget* main) {
@@ -98,9 +164,24 @@ void FitText(QMessageBox& box, QSize room) {
   view->setFixedSize(SizeOfText(*view, left));
 }
 
+void FitWidth(QWidget& form, int width) {
+  const std::vector<QAbstractButton*> boxes = BoxesOf(form);
+  for (QAbstractButton* box : boxes) SetTextOfBox(*box, WholeTextOf(*box));
+  const auto buttons = form.findChildren<QPushButton*>();
+  for (QPushButton* button : buttons) button->setMinimumWidth(0);
+  BreakTexts(boxes, LeastWidth(form) - width);
+  if (LeastWidth(form) <= width) return;
+  for (QPushButton* button : buttons) {
+    const QFontMetrics metrics = button->fontMetrics();
+    button->setMinimumWidth(TextWidth(metrics, button->text()) + metrics.height() * 2 / 3);
+  }
+  ForgetSizes(form);
+}
+
 void FitControls(QDialog& dialog, QSize room) {
   QLayout* controls = dialog.layout();
   if (controls == nullptr || room.isEmpty()) return;
+  FitWidth(dialog, room.width());
   const QSize least = controls->totalMinimumSize();
   if (least.height() <= room.height() && least.width() <= room.width()) return;
   auto* inside = new QWidget;

@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QMessageBox>
 #include <QSize>
+#include <QWidget>
 
 namespace quillet::qt {
 
@@ -15,6 +16,10 @@ QSize RoomForDialog(const QWidget* main);
 // text in a view that scrolls and breaks anywhere. Before the box is shown, when its text and
 // buttons are set.
 void FitText(QMessageBox& box, QSize room);
+
+// A form that must not be wider: the texts of its boxes break into lines, then its push buttons are
+// as narrow as their texts allow. For a wider form they are as they were.
+void FitWidth(QWidget& form, int width);
 
 // A dialog whose controls do not fit, squeezed as far as they can be, scrolls as a whole. When its
 // controls are set up.

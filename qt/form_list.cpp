@@ -170,12 +170,14 @@ void FormList::AskMenu(QTreeWidgetItem& item, const MenuPlace& where) {
   if (told_.menu) told_.menu(indexOfTopLevelItem(&item), where);
 }
 
-// Enter is the row's here, not the dialog's default button.
+// Enter is the row's here, not the dialog's default button; unless it was let through.
 void FormList::keyPressEvent(QKeyEvent* event) {
   const int row = SelectedRow();
   const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
   const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-  if (plain && enter && row >= 0) {
+  if (plain && enter && enter_through_) {
+    event->ignore();
+  } else if (plain && enter && row >= 0) {
     if (told_.activated) told_.activated(row);
   } else if (plain && event->key() == Qt::Key_Space && row >= 0 && HasBoxes()) {
     Toggle(row);

@@ -26,6 +26,8 @@ class FormList final : public QTreeWidget {
   explicit FormList(QWidget* parent);
 
   void Tell(Told told) { told_ = std::move(told); }
+  // Enter is not the row's but the dialog's.
+  void LetEnterThrough() { enter_through_ = true; }
 
   // As in port/dialogs.h.
   void Fill(const std::vector<port::Row>& rows);
@@ -57,6 +59,7 @@ class FormList final : public QTreeWidget {
   void AskMenu(QTreeWidgetItem& item, const MenuPlace& where);
 
   Told told_;
+  bool enter_through_ = false;
   std::vector<int> wanted_;  // the widths of all columns but the first
   bool down_ = false;        // a press was seen, its release not yet
   int pressed_ = -1;         // the row under the button or finger that is down

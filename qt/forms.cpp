@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLayout>
+#include <QLineEdit>
 #include <QRadioButton>
 #include <QStyleOptionFrame>
 #include <QStylePainter>
@@ -110,6 +111,23 @@ void MakeBoxesVisible(QWidget& form) {
   }
 }
 
+// `digits` (dynamic property): room for that many and no more, in a text for that many at least.
+void SizeNumbers(const QWidget& form) {
+  constexpr int kEditColumns = 17;  // which a line has room for by itself, in "x"
+  for (QWidget* widget : form.findChildren<QWidget*>()) {
+    const int digits = widget->property("digits").toInt();
+    if (digits == 0) continue;
+    const QFontMetrics metrics = widget->fontMetrics();
+    const int width = digits * metrics.horizontalAdvance(QLatin1Char('0'));
+    if (qobject_cast<QLineEdit*>(widget) != nullptr) {
+      const int own = kEditColumns * metrics.horizontalAdvance(QLatin1Char('x'));
+      widget->setFixedWidth(width + widget->sizeHint().width() - own);
+    } else {
+      widget->setMinimumWidth(width);
+    }
+  }
+}
+
 void DrawIcons(const QWidget& form) {
   for (QLabel* label : form.findChildren<QLabel*>()) {
     const QVariant id = label->property("iconId");
@@ -149,6 +167,7 @@ void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
   KeepPlaces(form);
   LeadDownFromSearchFields(form);
   MakeBoxesVisible(form);
+  SizeNumbers(form);
   DrawIcons(form);
 }
 
@@ -187,6 +206,7 @@ QWidget* NewFormPage(std::uint32_t form, const Tell& tell) {
   auto* page = new FormPage;
   entry->set_up(*page);
   Prepare(*page, *page, tell);
+  for (auto* list : page->findChildren<FormList*>()) list->LetEnterThrough();
   return page;
 }
 

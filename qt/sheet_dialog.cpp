@@ -8,10 +8,13 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QScroller>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <algorithm>
 #include <utility>
 
+#include "qt/fit_screen.h"
 #include "qt/main_window.h"
 #include "qt/window_style.h"
 #include "res/resource.h"
@@ -19,15 +22,49 @@
 namespace quillet::qt {
 namespace {
 
-// As large as its page when there is room.
+// Pixels around page and buttons on a phone.
+constexpr int kNarrowMargin = 4;
+
+// As large as its page when there is room. A desktop's is never narrower than its page; on a phone
+// the page is made as narrow as the screen.
 class PageArea final : public QScrollArea {
  public:
-  using QScrollArea::QScrollArea;
-  QSize sizeHint() const override {
-    const int frame = 2 * frameWidth();
-    return widget()->sizeHint() + QSize(frame + verticalScrollBar()->sizeHint().width(), frame);
+  PageArea(QWidget& page, bool narrow) : narrow_(narrow) {
+    setFrameShape(QFrame::NoFrame);
+    setWidgetResizable(true);
+    setFocusPolicy(Qt::NoFocus);
+    setAccessibleName(page.accessibleName());
+    setWidget(&page);
+    QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   }
+  QSize sizeHint() const override { return widget()->sizeHint() + Around(); }
+  QSize minimumSizeHint() const override {
+    const QSize least = QScrollArea::minimumSizeHint();
+    if (narrow_) return least;
+    const int width = widget()->minimumSizeHint().width() + Around().width();
+    return {std::max(least.width(), width), least.height()};
+  }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override {
+    if (narrow_) FitWidth(*widget(), viewport()->width());
+    QScrollArea::resizeEvent(event);
+  }
+
+ private:
+  QSize Around() const {
+    const int frame = 2 * frameWidth();
+    return {frame + verticalScrollBar()->sizeHint().width(), frame};
+  }
+
+  const bool narrow_;
 };
+
+// Only where there are margins at all: inside a window, a page or a group.
+void SetNarrow(QLayout& layout) {
+  if (layout.parentWidget() == nullptr || layout.parentWidget()->layout() != &layout) return;
+  layout.setContentsMargins(kNarrowMargin, kNarrowMargin, kNarrowMargin, kNarrowMargin);
+}
 
 QPushButton* NewButton(const QString& text) {
   auto* button = new QPushButton(text);
@@ -47,12 +84,13 @@ SheetDialog::SheetDialog(const QString& title, const std::vector<Page>& pages, Q
   setAccessibleName(title);
   setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   auto* layout = new QVBoxLayout(this);
+  if (narrow_) SetNarrow(*layout);
   auto* middle = new QBoxLayout(narrow_ ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
   layout->addLayout(middle, 1);
   middle->addWidget(NewPageChooser());
   middle->addWidget(stack_, 1);
   for (const Page& page : pages) AddPage(page);
-  layout->addWidget(NewButtons());  // last: Tab comes there behind the pages
+  AddButtons(*layout);  // last: Tab comes there behind the pages
   if (names_ != nullptr) {
     names_->setCurrentRow(0);
     names_->setFixedWidth(names_->sizeHintForColumn(0) + 2 * names_->frameWidth() +
@@ -79,32 +117,29 @@ QWidget* SheetDialog::NewPageChooser() {
   return names_;
 }
 
-QWidget* SheetDialog::NewButtons() {
+void SheetDialog::AddButtons(QLayout& below) {
   auto* row = new QWidget;
   row->setAccessibleName(QStringLiteral("Buttons"));
   auto* layout = new QHBoxLayout(row);
   layout->setContentsMargins(0, 0, 0, 0);
   QPushButton* ok = NewButton(QStringLiteral("OK"));
   QPushButton* cancel = NewButton(QStringLiteral("Cancel"));
-  ok->setDefault(true);
   cancel->setAutoDefault(false);
   layout->addStretch(1);
   layout->addWidget(ok);
   layout->addWidget(cancel);
   connect(ok, &QPushButton::clicked, this, &SheetDialog::accept);
   connect(cancel, &QPushButton::clicked, this, &SheetDialog::reject);
-  return row;
+  below.addWidget(row);
+  ok->setDefault(true);  // only a button that is the dialog's by now stays the default
 }
 
 void SheetDialog::AddPage(const Page& page) {
-  auto* area = new PageArea;
-  area->setFrameShape(QFrame::NoFrame);
-  area->setWidgetResizable(true);
-  area->setAccessibleName(page.caption);
-  area->setFocusPolicy(Qt::NoFocus);
   page.widget->setAccessibleName(page.caption);
-  area->setWidget(page.widget);
-  stack_->addWidget(area);
+  if (narrow_) {
+    for (QLayout* layout : page.widget->findChildren<QLayout*>()) SetNarrow(*layout);
+  }
+  stack_->addWidget(new PageArea(*page.widget, narrow_));
   if (names_ != nullptr) names_->addItem(page.caption);
   if (short_names_ != nullptr) short_names_->addItem(page.caption);
 }
@@ -152,6 +187,15 @@ void SheetDialog::ShowPage(int page) {
   if (!shown_) return;
   TellPage(port::MessageKind::kPageLeft, before);
   TellPage(port::MessageKind::kPageShown, page);
+}
+
+bool SheetDialog::ShowPageNamed(const QString& caption) {
+  for (int page = 0; page < stack_->count(); ++page) {
+    if (stack_->widget(page)->accessibleName() != caption) continue;
+    ShowPage(page);
+    return true;
+  }
+  return false;
 }
 
 void SheetDialog::setVisible(bool visible) {

@@ -1,6 +1,6 @@
 // A property sheet as a widget: the names of its pages in a list beside the page, on a phone in a
-// drop-down list above it; OK and Cancel below. A page that does not fit is scrolled. Display
-// thread only.
+// drop-down list above it; OK and Cancel below. A page that does not fit is scrolled, up and down
+// only. Return is OK but in an edit of several lines. Display thread only.
 #pragma once
 
 #include <QComboBox>
@@ -25,6 +25,8 @@ class SheetDialog final : public QDialog {
 
   int ShownPage() const { return stack_->currentIndex(); }
   void ShowPage(int page);
+  // By its caption; false when there is none.
+  bool ShowPageNamed(const QString& caption);
 
   void setVisible(bool visible) override;
   void reject() override { TellCommand(false); }
@@ -35,7 +37,7 @@ class SheetDialog final : public QDialog {
 
  private:
   QWidget* NewPageChooser();
-  QWidget* NewButtons();
+  void AddButtons(QLayout& below);
   void AddPage(const Page& page);
   void BindKeys();
   void Step(int by);

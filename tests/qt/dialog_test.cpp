@@ -35,17 +35,21 @@ class DialogTest : public DisplayTest {
 
 TEST_F(DialogTest, EveryFormHasTheControlsOfItsTemplate) {
   for (const DialogTemplate& form : ProductTemplates()) {
-    const WindowHandle dialog = dialogs().Create(form.id, 0, port::DialogKind::kModal);
+    const std::array<port::SheetPage, 1> page{{{form.id, u"Page"}}};
+    const WindowHandle sheet = form.is_page ? device->sheets().Create(u"Sheet", page, 0) : 0;
+    const WindowHandle dialog = form.is_page
+                                    ? device->sheets().Page(sheet, 0)
+                                    : dialogs().Create(form.id, 0, port::DialogKind::kModal);
     ASSERT_NE(dialog, 0u) << form.id;
     OnDisplay([&] {
       for (const ControlTemplate& control : form.controls) {
         if (control.id == 0) continue;
-        const QWidget* widget = ControlOf(WidgetOf(dialog), control.id);
+        const QWidget* widget = ControlOf(*device->display().WidgetOf(dialog), control.id);
         ASSERT_NE(widget, nullptr) << form.id << ": " << control.id;
         EXPECT_EQ(widget->accessibleName().toStdU16String(), control.accessible_name);
       }
     });
-    dialogs().Destroy(dialog);
+    dialogs().Destroy(form.is_page ? sheet : dialog);
   }
 }
 
