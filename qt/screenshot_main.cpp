@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "qt/program.h"
+#include "qt/sheet_dialog.h"
 #include "qt/text.h"
 #include "res/resource.h"
 
@@ -40,6 +41,7 @@ struct Request {
   QString group;        // to be opened; empty: none
   bool expand = false;  // all of its threads
   int article = 0;      // the row of its tree to be opened, from 1; 0: none
+  QString page;         // of the preferences, by its caption; of Quick Setup, 1 or 2
 };
 
 struct DialogEntry {
@@ -54,7 +56,12 @@ constexpr auto kDialogs = std::to_array<DialogEntry>({
     {"queue", quillet::kCommandViewPostQueue, false},
     {"new", quillet::kCommandNewArticle, true},
     {"reply", quillet::kCommandReply, true},
+    {"preferences", quillet::kCommandPreferences, false},
+    {"quicksetup", quillet::kCommandQuickSetup, false},
 });
+
+// What the first box of Quick Setup begins with.
+constexpr QLatin1String kWelcome("Welcome to Quillet CE!");
 
 // Null when there is none of that name.
 const DialogEntry* FindDialog(const QString& name) {
@@ -109,11 +116,13 @@ class Photographer {
       const bool running = OnDisplay([&] {
         const auto boxes = device_.boxes().OpenBoxes();
         if (!boxes.empty()) question = boxes.back()->text();
+        if (question.startsWith(kWelcome)) boxes.back()->button(QMessageBox::Cancel)->click();
         const auto& main = device_.display().main;
         shown = main && main->isVisible() && main->GroupList() != nullptr;
         if (shown) main_ = main->Handle();
       });
       if (!running) return Complain("the program ended at its start");
+      if (question.startsWith(kWelcome)) continue;
       if (!question.isEmpty()) return Complain("the program asks: " + question);
       if (shown) return WaitIdle();
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -180,7 +189,8 @@ class Photographer {
       device_.display().main->resize(request_.size);
     });
     WaitIdle();
-    const std::optional<WindowHandle> dialog = OpenDialog();
+    std::optional<WindowHandle> dialog = OpenDialog();
+    if (dialog && !request_.page.isEmpty()) dialog = TurnTo(*dialog);
     if (!dialog) return Complain("the dialog does not appear");
     bool saved = false;
     OnDisplay([&] { saved = Save(*dialog, colours); });
@@ -194,13 +204,48 @@ class Photographer {
     if (request_.dialog == QLatin1String("progress")) return OpenProgress();
     const DialogEntry& entry = *FindDialog(request_.dialog);
     queues_.Post({main_, MessageKind::kCommand, entry.command, 0, {}});
+    if (!entry.window) return AwaitDialogOtherThan(0);
+    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+      WindowHandle dialog = 0;
+      OnDisplay([&] { dialog = device_.display().HandleOf(OpenWindow()); });
+      if (dialog != 0 && WaitIdle()) return dialog;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return std::nullopt;
+  }
+
+  // The page of the sheet, or the dialog that stands for it.
+  std::optional<WindowHandle> TurnTo(WindowHandle dialog) {
+    if (request_.dialog == QLatin1String("preferences")) {
+      bool found = false;
+      OnDisplay([&] {
+        auto* sheet = dynamic_cast<quillet::qt::SheetDialog*>(device_.display().WidgetOf(dialog));
+        found = sheet != nullptr && sheet->ShowPageNamed(request_.page);
+      });
+      if (!found || !WaitIdle()) return std::nullopt;
+      return dialog;
+    }
+    if (request_.page == QLatin1String("1")) return dialog;
+    using quillet::port::Text;
+    device_.dialogs().WriteMany(dialog,
+                                {{quillet::kControlSetupServer, Text{u"news.example.org"}},
+                                 {quillet::kControlSetupName, Text{u"Ann Example"}},
+                                 {quillet::kControlSetupAddress, Text{u"ann@example.org"}}});
+    queues_.Post({dialog, MessageKind::kCommand, quillet::kControlOk, 0, {}});
+    return AwaitDialogOtherThan(dialog);
+  }
+
+  std::optional<WindowHandle> AwaitDialogOtherThan(WindowHandle before) {
     for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
       WindowHandle dialog = 0;
       OnDisplay([&] {
-        const QWidget* shown = entry.window ? OpenWindow() : QApplication::activeModalWidget();
-        dialog = device_.display().HandleOf(shown);
+        // Quick Setup begins with a box.
+        for (QMessageBox* box : device_.boxes().OpenBoxes()) {
+          if (box->text().startsWith(kWelcome)) box->button(QMessageBox::Ok)->click();
+        }
+        dialog = device_.display().HandleOf(QApplication::activeModalWidget());
       });
-      if (dialog != 0 && WaitIdle()) return dialog;
+      if (dialog != 0 && dialog != before && WaitIdle()) return dialog;
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return std::nullopt;
@@ -367,7 +412,8 @@ std::optional<Request> RequestOf(const QCommandLineParser& parser) {
                   ParseSize(parser.value(QStringLiteral("size"))),
                   parser.value(QStringLiteral("open")),
                   parser.isSet(QStringLiteral("expand")),
-                  parser.value(QStringLiteral("article")).toInt()};
+                  parser.value(QStringLiteral("article")).toInt(),
+                  parser.value(QStringLiteral("page"))};
   const bool dialog_known = request.dialog.isEmpty() || FindDialog(request.dialog) != nullptr;
   const bool size_fine = !parser.isSet(QStringLiteral("size")) || !request.size.isEmpty();
   if (!dialog_known || request.profile.isEmpty() || !size_fine || request.tab < 0 ||
@@ -392,8 +438,12 @@ int main(int argc, char** argv) {
       {QStringLiteral("size"), QStringLiteral("Only this size, e.g. 240x320."),
        QStringLiteral("size")},
       {QStringLiteral("dialog"),
-       QStringLiteral("With about, newgroup, progress, queue, new or reply shown."),
+       QStringLiteral("With about, newgroup, progress, queue, new, reply, preferences or "
+                      "quicksetup shown."),
        QStringLiteral("name")},
+      {QStringLiteral("page"),
+       QStringLiteral("Of the preferences, e.g. \"Server\"; of Quick Setup, 1 or 2."),
+       QStringLiteral("page")},
       {QStringLiteral("name"), QStringLiteral("What the pictures' names begin with."),
        QStringLiteral("name")},
       {QStringLiteral("tab"), QStringLiteral("0 groups, 1 threads, 2 article."),
