@@ -28,6 +28,7 @@ using quillet::port::WindowHandle;
 using quillet::qt::QtDevice;
 
 constexpr int kIdleLimitMs = 60000;
+constexpr int kStepMs = 20;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
@@ -109,8 +110,21 @@ class Photographer {
 
   bool WaitIdle() { return queues_.WaitIdle(device_.ProgramThread(), kIdleLimitMs); }
 
+  // A box that has only OK, as one about connections that cannot be listed, is closed.
+  bool WaitIdleBehindBoxes() {
+    for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
+      if (queues_.WaitIdle(device_.ProgramThread(), kStepMs)) return true;
+      OnDisplay([&] {
+        for (QMessageBox* box : device_.boxes().OpenBoxes()) {
+          if (box->standardButtons() == QMessageBox::Ok) box->button(QMessageBox::Ok)->click();
+        }
+      });
+    }
+    return false;
+  }
+
   bool WaitForWindow() {
-    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+    for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
       bool shown = false;
       QString question;
       const bool running = OnDisplay([&] {
@@ -124,8 +138,9 @@ class Photographer {
       if (!running) return Complain("the program ended at its start");
       if (question.startsWith(kWelcome)) continue;
       if (!question.isEmpty()) return Complain("the program asks: " + question);
-      if (shown) return WaitIdle();
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      // Not yet when a box is on its way.
+      if (shown && queues_.WaitIdle(device_.ProgramThread(), kStepMs)) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(kStepMs));
     }
     return Complain("the window does not appear");
   }
@@ -205,11 +220,11 @@ class Photographer {
     const DialogEntry& entry = *FindDialog(request_.dialog);
     queues_.Post({main_, MessageKind::kCommand, entry.command, 0, {}});
     if (!entry.window) return AwaitDialogOtherThan(0);
-    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+    for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
       WindowHandle dialog = 0;
       OnDisplay([&] { dialog = device_.display().HandleOf(OpenWindow()); });
       if (dialog != 0 && WaitIdle()) return dialog;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      std::this_thread::sleep_for(std::chrono::milliseconds(kStepMs));
     }
     return std::nullopt;
   }
@@ -222,7 +237,7 @@ class Photographer {
         auto* sheet = dynamic_cast<quillet::qt::SheetDialog*>(device_.display().WidgetOf(dialog));
         found = sheet != nullptr && sheet->ShowPageNamed(request_.page);
       });
-      if (!found || !WaitIdle()) return std::nullopt;
+      if (!found || !WaitIdleBehindBoxes()) return std::nullopt;
       return dialog;
     }
     if (request_.page == QLatin1String("1")) return dialog;
@@ -236,7 +251,7 @@ class Photographer {
   }
 
   std::optional<WindowHandle> AwaitDialogOtherThan(WindowHandle before) {
-    for (int waited = 0; waited < kIdleLimitMs; waited += 20) {
+    for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
       WindowHandle dialog = 0;
       OnDisplay([&] {
         // Quick Setup begins with a box.
@@ -246,7 +261,7 @@ class Photographer {
         dialog = device_.display().HandleOf(QApplication::activeModalWidget());
       });
       if (dialog != 0 && dialog != before && WaitIdle()) return dialog;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      std::this_thread::sleep_for(std::chrono::milliseconds(kStepMs));
     }
     return std::nullopt;
   }

@@ -145,7 +145,35 @@ class UnderX(side_by_side.Test):
         self.tool("mousemove", "--window", window, x, y)
         self.settle()
 
+    def named(self, title):
+        return self.tool("search", "--onlyvisible", "--name", "^%s$" % title)
+
+    def await_window(self, title):
+        """The window of that title, when it has the focus and stands still."""
+        window = wait_for(title, lambda: self.named(title))[0]
+        self.tool("windowfocus", "--sync", window)
+        self.settle()
+        return window
+
+    def has_server(self):
+        with contextlib.suppress(sqlite3.OperationalError):
+            count = Registry(self.profile).get("numservers")
+            return count is not None and count != bytes(4)
+        return False
+
     def start(self):
+        """Starts the program; without a server Quick Setup is declined."""
+        configured = self.has_server()
+        window = self.launch()
+        if not configured:
+            self.await_window("Quillet")
+            self.tool("key", "Escape")
+            wait_for("end of the box", lambda: not self.named("Quillet"))
+            self.tool("windowfocus", "--sync", window)
+            self.settle()
+        return window
+
+    def launch(self):
         before = self.picture()
         self.program = subprocess.Popen([QUILLET, "--profile", self.profile], env=self.environment)
         window = wait_for("window", lambda: self.tool(
@@ -559,6 +587,85 @@ class Reading(UnderX):
 
     def about(self):
         return self.tool("search", "--onlyvisible", "--name", "^About Quillet CE$")
+
+
+class Newcomer(UnderX):
+    """From an empty profile to the articles of a group, with nothing but the window."""
+
+    SETUP = "Quillet CE Quick Setup"
+    PREFERENCES = "Quillet CE Preferences"
+
+    def setUp(self):
+        super().setUp()
+        self.news = NewsServer({THREADS: ARTICLES})
+
+    def tearDown(self):
+        self.news.close()
+        super().tearDown()
+
+    def await_no(self, title):
+        wait_for("end of " + title, lambda: not self.named(title))
+
+    def press(self, *keys):
+        """Keys that change what is shown."""
+        self.do("key", *keys)
+
+    def write(self, text):
+        self.do("type", "--delay", 20, text)
+
+    def assert_filled(self):
+        """What the newcomer has come to; the program has ended."""
+        with quillet_script.Quillet(SCRIPT, self.profile) as q:
+            self.assertEqual(q.groups(), [(THREADS, "checked", "3/3")])
+            for name, value in {"servers": ["127.0.0.1"], "fullname": "Ann Example",
+                                "returnmailaddress": "ann@example.org",
+                                "conxmethod": "<none>"}.items():
+                self.assertEqual(q.registry(name), value, name)
+
+    def test_comes_to_a_filled_group_list_by_keys(self):
+        self.launch()
+        self.await_window("Quillet")  # welcome
+        self.tool("key", "Return")
+        self.await_window(self.SETUP)
+        self.write("127.0.0.1")
+        self.press("Tab")
+        self.write("Ann Example")
+        self.press("Tab")
+        self.write("ann@example.org")
+        self.press("Return")  # Next >>
+        self.press("Return")  # Done
+        self.await_no(self.SETUP)
+        self.await_window("Quillet")  # that's all
+        self.tool("key", "Return")
+        self.await_no("Quillet")
+        self.settle()
+        # The port of this server is another than usual.
+        self.press("F10")
+        self.tool("key", "p")
+        self.await_window(self.PREFERENCES)
+        self.press("Tab")
+        self.press("Tab")
+        self.press("Tab")
+        self.press("Tab")
+        self.write(str(self.news.port))
+        self.tool("key", "Return")
+        self.await_no(self.PREFERENCES)
+        self.settle()
+        self.press("F10")
+        self.press("Right")
+        self.press("Right")
+        self.tool("key", "n")
+        self.await_window("Subscribe to newsgroup")
+        self.write(THREADS)
+        self.tool("key", "Return")
+        self.await_no("Subscribe to newsgroup")
+        self.settle()
+        self.tool("key", "ctrl+1")
+        wait_for("download", lambda: self.news.connections > 0)
+        wait_for("end of the download", lambda: self.shown_windows() == 1)
+        self.settle()
+        self.close()
+        self.assert_filled()
 
 
 if __name__ == "__main__":
