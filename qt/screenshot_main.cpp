@@ -110,15 +110,19 @@ class Photographer {
 
   bool WaitIdle() { return queues_.WaitIdle(device_.ProgramThread(), kIdleLimitMs); }
 
-  // A box that has only OK, as one about connections that cannot be listed, is closed.
+  // Quick Setup begins with a box; others have only OK, as one about connections that cannot be
+  // listed. Display thread.
+  void PressOkInBoxes() {
+    for (QMessageBox* box : device_.boxes().OpenBoxes()) {
+      const bool only_ok = box->standardButtons() == QMessageBox::Ok;
+      if (only_ok || box->text().startsWith(kWelcome)) box->button(QMessageBox::Ok)->click();
+    }
+  }
+
   bool WaitIdleBehindBoxes() {
     for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
       if (queues_.WaitIdle(device_.ProgramThread(), kStepMs)) return true;
-      OnDisplay([&] {
-        for (QMessageBox* box : device_.boxes().OpenBoxes()) {
-          if (box->standardButtons() == QMessageBox::Ok) box->button(QMessageBox::Ok)->click();
-        }
-      });
+      OnDisplay([&] { PressOkInBoxes(); });
     }
     return false;
   }
@@ -254,13 +258,10 @@ class Photographer {
     for (int waited = 0; waited < kIdleLimitMs; waited += kStepMs) {
       WindowHandle dialog = 0;
       OnDisplay([&] {
-        // Quick Setup begins with a box.
-        for (QMessageBox* box : device_.boxes().OpenBoxes()) {
-          if (box->text().startsWith(kWelcome)) box->button(QMessageBox::Ok)->click();
-        }
+        PressOkInBoxes();
         dialog = device_.display().HandleOf(QApplication::activeModalWidget());
       });
-      if (dialog != 0 && dialog != before && WaitIdle()) return dialog;
+      if (dialog != 0 && dialog != before && WaitIdleBehindBoxes()) return dialog;
       std::this_thread::sleep_for(std::chrono::milliseconds(kStepMs));
     }
     return std::nullopt;
