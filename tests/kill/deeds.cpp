@@ -33,6 +33,12 @@ const char* NameOf(Deed deed) {
       return "compact";
     case Deed::kConvert:
       return "convert";
+    case Deed::kCompress:
+      return "compress";
+    case Deed::kUncompress:
+      return "uncompress";
+    case Deed::kPurge:
+      return "purge";
   }
   return "?";
 }

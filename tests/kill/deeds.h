@@ -18,7 +18,10 @@ enum class Deed : std::uint8_t {
   kPost,        // post `number` into the queue
   kUnpost,      // and out of it
   kCompact,
-  kConvert,  // into the form `detail`: compressed (1) or plain (0)
+  kConvert,     // into the form `detail`: compressed (1) or plain (0)
+  kCompress,    // kConvert with that detail
+  kUncompress,  // likewise
+  kPurge,       // all articles and all posts
 };
 const char* NameOf(Deed deed);
 

@@ -55,10 +55,11 @@ class EveryCallTest : public KillTest {
   }
 
   // Twelve articles in three groups, some of them read, and two posts.
-  Kept SmallStore() {
+  Kept SmallStore(const std::vector<Deed>& last = {Deed::kWhole}) {
     std::vector<Deed> deeds(12, Deed::kStore);
     deeds.insert(deeds.end(), {Deed::kMark, Deed::kMark, Deed::kMark, Deed::kMark, Deed::kMark,
-                               Deed::kPost, Deed::kPost, Deed::kDelete, Deed::kWhole});
+                               Deed::kPost, Deed::kPost, Deed::kDelete});
+    deeds.insert(deeds.end(), last.begin(), last.end());
     EXPECT_EQ(CarryOutInChild({deeds, 5, {}, true}), kChildDone) << log.complaint;
     return Keep();
   }
@@ -75,7 +76,8 @@ class EveryCallTest : public KillTest {
 class DeedTest : public EveryCallTest, public ::testing::WithParamInterface<Deed> {};
 
 TEST_P(DeedTest, LeavesAStoreThatTheNextOpeningMakesWhole) {
-  const Kept start = SmallStore();
+  const bool compressed = GetParam() == Deed::kUncompress;
+  const Kept start = compressed ? SmallStore({Deed::kCompress, Deed::kWhole}) : SmallStore();
   int n = 1;
   for (; !DieInDeed(start, GetParam(), n) && !HasFailure(); ++n) {
     OpenAndLook(std::string(NameOf(GetParam())) + ", call " + std::to_string(n));
@@ -87,7 +89,8 @@ INSTANTIATE_TEST_SUITE_P(Kill, DeedTest,
                          ::testing::Values(Deed::kStore, Deed::kDelete, Deed::kMark,
                                            Deed::kDeleteRead, Deed::kDeleteAll, Deed::kEmpty,
                                            Deed::kPost, Deed::kUnpost, Deed::kCompact,
-                                           Deed::kConvert, Deed::kWhole),
+                                           Deed::kCompress, Deed::kUncompress, Deed::kPurge,
+                                           Deed::kWhole),
                          [](const auto& test) {
                            std::string name = NameOf(test.param);
                            std::erase(name, ' ');

@@ -76,6 +76,14 @@ void ExpectedStore::Apply(const Entry& entry) {
         DeleteIn(group, false, entry.done);
       }
       break;
+    case Deed::kPurge:
+      for (std::uint8_t group = 0; group < kKillGroupCount; ++group) {
+        DeleteIn(group, false, entry.done);
+      }
+      for (auto& [number, state] : posts_) {
+        if (state == State::kStored) state = entry.done ? State::kDeleted : State::kUndecided;
+      }
+      break;
     case Deed::kPost:
       posts_[entry.number] = entry.done ? State::kStored : State::kUndecided;
       next_post_ = std::max(next_post_, entry.number + 1);
@@ -87,6 +95,8 @@ void ExpectedStore::Apply(const Entry& entry) {
     case Deed::kWhole:
     case Deed::kCompact:
     case Deed::kConvert:
+    case Deed::kCompress:
+    case Deed::kUncompress:
       if (entry.done) SetWhole();
       break;
   }

@@ -109,7 +109,12 @@ class Writer {
       case Deed::kCompact:
         return Compact();
       case Deed::kConvert:
-        return Convert();
+        return Convert(Below(2) != 0);
+      case Deed::kCompress:
+      case Deed::kUncompress:
+        return Convert(deed == Deed::kCompress);
+      case Deed::kPurge:
+        return Purge();
     }
   }
 
@@ -196,10 +201,11 @@ class Writer {
       case 0:
         return Compact();
       case 1:
-        return Convert();
+        return Convert(Below(2) != 0);
       case 2:
         return DeleteAll();
       case 3:
+        if (Below(12) == 0) return Purge();
         return Below(4) == 0 ? Empty() : DeleteRead();
       default:
         for (int i = 0; i < 10 && log_.count < DeedLog::kCapacity; ++i) Mix();
@@ -318,11 +324,19 @@ class Writer {
     End(entry);
   }
 
-  void Convert() {
-    const auto compress = static_cast<std::uint8_t>(Below(2));
+  void Purge() {
     WriteCounts();
-    Entry& entry = Begin({Deed::kConvert, compress, false, 0});
-    CompressAllArticles(compress != 0);
+    Entry& entry = Begin({Deed::kPurge, 0, false, 0});
+    if (!PurgeDatabases()) GiveUp(log_, "not purged");
+    End(entry);
+    CollectStored();
+  }
+
+  void Convert(bool compress) {
+    WriteCounts();
+    const auto form = static_cast<std::uint8_t>(compress ? 1 : 0);
+    Entry& entry = Begin({Deed::kConvert, form, false, 0});
+    CompressAllArticles(compress);
     if (!DatabasesOpen()) GiveUp(log_, "not open after conversion");
     End(entry);
   }
