@@ -31,6 +31,7 @@
 #include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "nntp/error_log.h"
+#include "nntp/mbox_import.h"
 #include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -156,7 +157,6 @@ void AboutCommand() {
       },
       EndOnOkOrCancel);
 }
-void LaterCommand() {}
 
 struct CommonCommand {
   std::uint32_t id;
@@ -212,7 +212,7 @@ constexpr std::array<CommonCommand, 11> kCommonCommands = {{
     {kCommandClose, CloseCommand},
     {kCommandConnect, ConnectByUser},
     {kCommandPreferences, PreferencesCommand},
-    {kCommandImport, LaterCommand},
+    {kCommandImport, ImportCommand},
     {kCommandQuickSetup, RunQuickSetup},
     {kCommandNewArticle, NewArticleCommand},
     {kCommandNewArticleFromArticle, NewArticleFromArticleCommand},

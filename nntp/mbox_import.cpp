@@ -11,6 +11,9 @@
 #include <string>
 #include <utility>
 
+#include "base/app_messages.h"
+#include "base/box_owner.h"
+#include "base/changes.h"
 #include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
@@ -18,6 +21,7 @@
 #include "nntp/headers.h"
 #include "nntp/imported_article.h"
 #include "nntp/mbox_lines.h"
+#include "port/file_dialogs.h"
 #include "port/platform.h"
 #include "store/bulk_store.h"
 #include "store/counts.h"
@@ -198,6 +202,21 @@ bool ImportMbox(std::u16string_view path) {
   CacheAllCounts();
   StoreIsWhole();
   return true;
+}
+
+void ImportCommand() {
+  const auto path = gPlatform->file_dialogs.OpenFile(
+      CurrentBoxOwner(), {u"Import file", u"All files (*.*)", u"*.*", u"*"});
+  if (path) {
+    DetermineReturnCharacters(*path);
+    if (ImportMbox(*path)) NoteChange(Change::kStore | Change::kGroupList | Change::kCounts);
+  }
+  // A critical error on the way has closed the window and the databases.
+  if (gMainWindow == 0 || !DatabasesOpen()) return;
+  // The marks of the boxes are in the preferences already: a click is told when it is made.
+  CountArticles();
+  PostToMainWindow(kUserRefreshCounts);
+  PostToMainWindow(kUserRefillGroupList);
 }
 
 }  // namespace quillet

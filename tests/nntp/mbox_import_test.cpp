@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <filesystem>
+#include <algorithm>
 #include <random>
 
+#include "base/app_messages.h"
+#include "base/changes.h"
 #include "base/extensions.h"
 #include "base/registry_values.h"
 #include "nntp/mbox_lines.h"
@@ -605,6 +607,69 @@ TEST_F(ImportTest, WithoutMemoryForATextTheImportEndsQuietly) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
   EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<1@x>"));
   EXPECT_EQ(Total(1), 1U);
+}
+
+// --- The command ---------------------------------------------------------------------------------
+
+class ImportCommandTest : public ImportTest {
+ protected:
+  ImportCommandTest() {
+    gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"t", 103, {240, 320}});
+  }
+  std::vector<std::uint32_t> PostedToMainWindow() {
+    std::vector<std::uint32_t> ids;
+    fake.HandleWaiting([&](const port::Message& message) {
+      if (message.kind == port::MessageKind::kUser) ids.push_back(message.id);
+    });
+    return ids;
+  }
+};
+
+TEST_F(ImportCommandTest, AsksForAFileAndRefreshesWhatIsShown) {
+  Write(Message("<1@x>", "alt.test") + Message("<2@x>", "de.test"));
+  fake.display.ExpectOpenFile(std::u16string(kFile));
+  PostedToMainWindow();
+  SeenChanges seen(Change::kStore);
+  ImportCommand();
+  ASSERT_THAT(fake.display.open_dialogs(), SizeIs(1));
+  const port::OpenFileTraits asked = fake.display.open_dialogs().at(0);
+  EXPECT_EQ(asked.title, u"Import file");
+  EXPECT_EQ(asked.filter_text, u"All files (*.*)");
+  EXPECT_EQ(asked.filter_pattern, u"*.*");
+  EXPECT_EQ(asked.default_extension, u"*");
+  EXPECT_THAT(Chain(u"alt.test"), ElementsAre("<1@x>"));
+  EXPECT_THAT(gReadInfo, SizeIs(3));
+  EXPECT_EQ(Total(2), 1U);
+  EXPECT_TRUE(seen.OutOfDate());
+  EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts, kUserRefillGroupList));
+}
+
+TEST_F(ImportCommandTest, TheLineEndsOfTheFileAreFoundFirst) {
+  std::string text = Message("<1@x>", "alt.test");
+  std::ranges::replace(text, '\n', '\r');
+  Write(text);
+  fake.display.ExpectOpenFile(std::u16string(kFile));
+  ImportCommand();
+  EXPECT_EQ(BodyOf("<1@x>"), "text\r\n");
+}
+
+TEST_F(ImportCommandTest, ACancelledDialogImportsNothing) {
+  PostedToMainWindow();
+  fake.display.ExpectOpenFile(std::nullopt);
+  SeenChanges seen(Change::kStore);
+  ImportCommand();
+  EXPECT_FALSE(seen.OutOfDate());
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+  EXPECT_THAT(PostedToMainWindow(), ElementsAre(kUserRefreshCounts, kUserRefillGroupList));
+}
+
+TEST_F(ImportCommandTest, AFileThatCannotBeOpenedIsToldByBothWhoTry) {
+  fake.display.ExpectOpenFile(u"\\missing");
+  ImportCommand();
+  EXPECT_THAT(
+      BoxTexts(),
+      ElementsAre(u"An unexpected error (unknown (2)) occurred in DetermineReturnCharacters.",
+                  u"An unexpected error (unknown (2)) occurred in ImportMbox."));
 }
 
 // --- Progress ------------------------------------------------------------------------------------
