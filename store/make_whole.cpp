@@ -153,12 +153,18 @@ std::vector<std::string> GroupsOf(std::string_view head, const std::vector<std::
   return groups.empty() || names_it ? with_gap : groups;
 }
 
+// An import leaves an article without groups on no chain: there it belongs, and no server has it.
+bool ImportedIntoNoGroup(const AsciiArticle& article) {
+  return article.source == "<import>" &&
+         FindNoCase(*article.headers, "Newsgroups:") == std::string_view::npos;
+}
+
 void JudgeLooseArticles(Pass& pass, ChainsFile chains) {
   const std::vector<std::string> with_gap = ChainWithGap(pass);
   for (const auto& [id, stored] : pass.articles) {
     AsciiArticle article;
     const bool is_loose = stored.is_article && stored.chain == nullptr;
-    if (!is_loose || !ReadLoose(id, article)) continue;
+    if (!is_loose || !ReadLoose(id, article) || ImportedIntoNoGroup(article)) continue;
     LooseArticle loose{id, article.articleNumber, GroupsOf(*article.headers, with_gap)};
     if (!loose.groups.empty()) {
       pass.loose.push_back(std::move(loose));

@@ -28,7 +28,7 @@ enum class ChainsFile { kKept, kNew };
 // - A chain record of the file whose article has gone goes to the list of lost articles.
 // - An article that no chain names is put on those of the groups that its "Newsgroups:" line names;
 //   when just one chain has a gap and the line names that group or none, on that one; without any
-//   group it is taken out and goes to the list.
+//   group it is taken out and goes to the list, unless it was imported without such a line.
 // - Posts that only the copy has are put back: every change of the queue is a whole point.
 // - The counts are taken and cached anew.
 //

@@ -20,6 +20,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
 
 constexpr std::u16string_view kGroup = u"alt.test";
 const std::string kGroupKey = Raw("alt.test\0");
@@ -133,6 +134,28 @@ TEST_F(MakeWholeTest, AnArticleOnNoChainIsPutOnThoseItNames) {
   ExpectWhole(kGroup, 1);
   ExpectWhole(u"de.test", 2);
   EXPECT_THAT(Lost(), IsEmpty());
+}
+
+// Without a line that names groups an import stores it on no chain: nothing was lost.
+TEST_F(MakeWholeTest, AnArticleThatWasImportedIntoNoGroupStays) {
+  Fill(5);
+  const auto add = [](int number, std::string_view source, std::string_view head) {
+    AsciiArticle article = ArticleWithId(IdOf(number));
+    article.source = source;
+    article.headers = head;
+    ASSERT_TRUE(StoreArticle(article));
+  };
+  add(7, "<import>", "From a\r\nX: y");
+  add(8, "news.example.org", "X: y");
+  add(9, "<import>", "Newsgroups: no.such");
+  KillAndOpen();
+  EXPECT_TRUE(ArticleExists(IdOf(7)));
+  EXPECT_FALSE(ArticleExists(IdOf(8)));
+  EXPECT_FALSE(ArticleExists(IdOf(9)));
+  EXPECT_THAT(Chain(kGroup), SizeIs(5));
+  std::vector<std::string> lost;
+  for (const LostArticle& article : LostArticles()) lost.push_back(article.message_id);
+  EXPECT_THAT(lost, UnorderedElementsAre(IdOf(8), IdOf(9)));
 }
 
 TEST_F(MakeWholeTest, AnArticleWhoseRecordIsMissingOnOneChainIsPutOnThatOne) {
