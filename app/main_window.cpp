@@ -378,7 +378,6 @@ bool CreateQuilletWindow() {
 void CreateViews() {
   gPlatform->windows.CreateTabs(
       static_cast<port::TabPlacement>(gPrefs->sidetabs > 2 ? 0 : gPrefs->sidetabs));
-  ForgetThreadControl();
   ForgetArticlePanes();
   CreateGroupList();
   LayOutWindow();

@@ -54,7 +54,7 @@ void RefreshGroupView(const Prefs& old) {
 bool ThreadViewChanged(const Prefs& old) {
   if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gReading.tree_state.Invalidate();
   const bool look = ThreadLook(old) != ThreadLook(*gPrefs);
-  if (look) ForgetThreadControl();
+  if (look) ForgetThreadFont();
   return look || gReading.tree_state.OutOfDate() || CaptionSource(old) != CaptionSource(*gPrefs);
 }
 

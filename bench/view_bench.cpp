@@ -51,6 +51,7 @@ class BlindTree final : public port::TreeView {
 
   void CreateTree(std::u16string_view /*name*/, std::u16string_view /*font*/, int) override {}
   bool TreeCreated() override { return true; }
+  void SetTreeFont(std::u16string_view /*font*/, int) override {}
   void FillTree(std::vector<port::TreeRow> rows) override { taken = rows.size(); }
   void ReplaceSubtree(port::TreeItem, std::vector<port::TreeRow> rows) override {
     taken = rows.size();

@@ -41,6 +41,8 @@ class TreeView {
   virtual void CreateTree(std::u16string_view name, std::u16string_view font_face,
                           int font_size_index) = 0;
   virtual bool TreeCreated() = 0;
+  // Rows, what is expanded and the selection stay.
+  virtual void SetTreeFont(std::u16string_view font_face, int font_size_index) = 0;
 
   // Replaces all rows. Items that were shown before stay expanded or collapsed as they were, new
   // ones are collapsed; the selection stays when its item is still there.

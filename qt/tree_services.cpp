@@ -24,6 +24,7 @@ class QtTreeView final : public port::TreeView {
   void CreateTree(std::u16string_view name, std::u16string_view font_face,
                   int font_size_index) override;
   bool TreeCreated() override;
+  void SetTreeFont(std::u16string_view font_face, int font_size_index) override;
   void FillTree(std::vector<port::TreeRow> rows) override;
   void ReplaceSubtree(port::TreeItem item, std::vector<port::TreeRow> rows) override;
   void SetLabels(std::vector<port::TreeLabel> labels) override;
@@ -86,6 +87,12 @@ bool QtTreeView::TreeCreated() {
   bool created = false;
   WithTree([&](const ThreadTree&) { created = true; });
   return created;
+}
+
+void QtTreeView::SetTreeFont(std::u16string_view font_face, int font_size_index) {
+  WithTree([&](ThreadTree& tree) {
+    tree.setFont(FontFor(font_face, font_size_index, QApplication::font()));
+  });
 }
 
 void QtTreeView::FillTree(std::vector<port::TreeRow> rows) {

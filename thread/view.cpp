@@ -25,9 +25,9 @@
 namespace quillet {
 namespace {
 
-bool gControlForgotten = false;
+bool gFontForgotten = false;
 
-const ResetAtEnd kReset([] { gControlForgotten = false; });
+const ResetAtEnd kReset([] { gFontForgotten = false; });
 
 struct ThreadBuild {
   GroupIndex group{};
@@ -90,9 +90,15 @@ int BuildAndShow(const ThreadBuild& build) {
 void CreateThreadControl() {
   gPlatform->thread_tree.CreateTree(u"thread tree", gPrefs->threadfont,
                                     static_cast<int>(gPrefs->threadfontsize));
-  gControlForgotten = false;
+  gFontForgotten = false;
   ForgetShownLabels();
   if (gReading.tree) FillTreeControl(gReading.tree->root(), {});
+}
+
+void MakeThreadControlReady() {
+  if (!gPlatform->thread_tree.TreeCreated()) return CreateThreadControl();
+  if (!std::exchange(gFontForgotten, false)) return;
+  gPlatform->thread_tree.SetTreeFont(gPrefs->threadfont, static_cast<int>(gPrefs->threadfontsize));
 }
 
 void BringTreeUpToDate() {
@@ -126,7 +132,7 @@ void BuildThreadList(GroupIndex group, std::uint32_t total_count) {
 
 void ShowThreadView() {
   SelectView(port::kThreadTab);
-  if (gPrefs && (gControlForgotten || !gPlatform->thread_tree.TreeCreated())) CreateThreadControl();
+  if (gPrefs) MakeThreadControlReady();
   BringTreeUpToDate();
   if (gReading.article && gReading.article->node != nullptr) SelectNode(*gReading.article->node);
   gPlatform->thread_tree.FocusTree();
@@ -142,8 +148,8 @@ void ClearThreadView() {
   ShowThreadCaption();
 }
 
-void ForgetThreadControl() {
-  gControlForgotten = true;
+void ForgetThreadFont() {
+  gFontForgotten = true;
 }
 
 std::u16string ThreadCaption(GroupIndex group) {

@@ -22,9 +22,9 @@ void ShowThreadView();
 // Deletes all items, frees the current tree; the caption tells that there is nothing. The current
 // article loses its node, and is cleared when it belonged to the tree.
 void ClearThreadView();
-// The control has gone with the main window's tabs, or is to look different: it is created anew
-// when it is shown next.
-void ForgetThreadControl();
+// The tree gets the font of the preferences when it is shown next; what is expanded and selected
+// stays.
+void ForgetThreadFont();
 
 // "%s: %lu on server" or the group's name alone.
 std::u16string ThreadCaption(GroupIndex group);

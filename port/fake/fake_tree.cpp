@@ -33,6 +33,18 @@ void FakeTree::CreateTree(std::u16string_view name, std::u16string_view font_fac
   screen_.observer().OnTreeChanged();
 }
 
+void FakeTree::SetTreeFont(std::u16string_view font_face, int font_size_index) {
+  screen_.CheckThread("SetTreeFont");
+  {
+    const auto lock = screen_.Locked();
+    if (!tree_.created) return;
+    tree_.font_face = font_face;
+    tree_.font_size_index = font_size_index;
+    screen_.Changed();
+  }
+  screen_.observer().OnTreeChanged();
+}
+
 bool FakeTree::TreeCreated() {
   screen_.CheckThread("TreeCreated");
   const auto lock = screen_.Locked();

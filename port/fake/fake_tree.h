@@ -60,6 +60,7 @@ class FakeTree : public TreeView {
   void CreateTree(std::u16string_view name, std::u16string_view font_face,
                   int font_size_index) override;
   bool TreeCreated() override;
+  void SetTreeFont(std::u16string_view font_face, int font_size_index) override;
   void FillTree(std::vector<TreeRow> rows) override;
   void ReplaceSubtree(TreeItem item, std::vector<TreeRow> rows) override;
   void SetLabels(std::vector<TreeLabel> labels) override;

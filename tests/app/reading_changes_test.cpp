@@ -205,7 +205,7 @@ TEST_F(ReadingTest, OtherPreferencesLeaveTheViewsAlone) {
   End();
 }
 
-TEST_F(ReadingTest, AChangedThreadFontRemakesTheTreeWithItsThreads) {
+TEST_F(ReadingTest, AChangedThreadFontIsSeenInTheSameTree) {
   StartReading(u"Bob");
   Apply([](Prefs& prefs) {
     prefs.threadfont = u"Arial";

@@ -554,6 +554,7 @@ TEST_P(TreeContract, TreeIsEmptyWithoutTabs) {
     subject->Tree().CreateTree(u"thread tree", u"", 4);
     subject->Tree().FillTree({{1, 0, false, u"a"}});
     subject->Tree().SetLabels({{1, true, u"b"}});
+    subject->Tree().SetTreeFont(u"", 5);
     subject->Tree().SetCaption(u"c");
     subject->Tree().FocusTree();
     EXPECT_FALSE(subject->Tree().TreeCreated());
@@ -589,6 +590,17 @@ TEST_P(TreeContract, RowsComeCollapsed) {
   ShowTree();
   EXPECT_EQ(subject->ShownRows(), (Rows{"*2/3 Hello*", "World"}));
   EXPECT_EQ(subject->Tree().SelectedItem(), 0u);
+}
+
+TEST_P(TreeContract, ExpandedAndSelectedItemsStaySoInAnotherFont) {
+  ShowTree();
+  subject->ExpandItem(100, true);
+  subject->ClickItem(3);
+  const auto rows = subject->ShownRows();
+  subject->Tree().SetTreeFont(u"", 8);
+  Drain();
+  EXPECT_EQ(subject->ShownRows(), rows);
+  EXPECT_EQ(subject->Tree().SelectedItem(), 3u);
 }
 
 TEST_P(TreeContract, ExpandedAndSelectedItemsStaySoInNewRows) {

@@ -214,6 +214,22 @@ TEST_F(TreeTest, NewTreeTakesThePlaceOfTheOld) {
   EXPECT_FALSE(tree().TreeCreated());
 }
 
+TEST_F(TreeTest, AnotherFontKeepsWhatIsShown) {
+  ShowTree(SmallTree());
+  OnDisplay([&] { Tree().expandAll(); });
+  tree().SelectItem(3);
+  const auto before = Shown();
+  int height = 0;
+  OnDisplay([&] { height = Tree().visualRect(Tree().Rows().index(0, 0)).height(); });
+  tree().SetTreeFont(u"DejaVu Serif", 8);
+  EXPECT_EQ(Shown(), before);
+  EXPECT_EQ(tree().SelectedItem(), 3u);
+  OnDisplay([&] {
+    EXPECT_EQ(Tree().font(), FontFor(u"DejaVu Serif", 8, QApplication::font()));
+    EXPECT_GT(Tree().visualRect(Tree().Rows().index(0, 0)).height(), height);
+  });
+}
+
 // --- bad input -----------------------------------------------------------------------------------
 
 TEST_F(TreeTest, DepthsWithoutAParentAreBroughtToTheNearestLevel) {

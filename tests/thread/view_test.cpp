@@ -115,7 +115,7 @@ TEST_F(ViewTest, WhatIsExpandedAndSelectedSurvivesARebuild) {
 TEST_F(ViewTest, ANewControlIsFilledFromTheTree) {
   ShowNine();
   fake.display.CreateTabs(port::TabPlacement::kLeft);
-  ForgetThreadControl();
+  ForgetThreadFont();
   gPrefs->threadfontsize = 7;
   ShowThreadView();
   EXPECT_EQ(Rows(), kNineRows);
@@ -127,18 +127,24 @@ TEST_F(ViewTest, ANewControlIsFilledFromTheTree) {
   ExpectInStep();
 }
 
-TEST_F(ViewTest, AForgottenControlIsCreatedAnewOnce) {
+TEST_F(ViewTest, AnotherFontLeavesRowsExpansionAndSelection) {
   ShowNine();
-  ForgetThreadControl();
+  const port::TreeItem hello = Thread("<1@x>").treeItem;
+  ASSERT_TRUE(fake.display.ExpandItem(hello, true));
+  Click(NodeOf("<1@x>"));
+  const int fills = fake.display.tree().fills;
+  ForgetThreadFont();
+  gPrefs->threadfont = u"Arial";
   gPrefs->threadfontsize = 7;
   EXPECT_EQ(fake.display.tree().font_size_index, 3);
   ShowThreadView();
+  EXPECT_EQ(fake.display.tree().font_face, u"Arial");
   EXPECT_EQ(fake.display.tree().font_size_index, 7);
   EXPECT_EQ(Rows(), kNineRows);
-  const port::TreeItem hello = Thread("<1@x>").treeItem;
-  ASSERT_TRUE(fake.display.ExpandItem(hello, true));
-  ShowThreadView();
   EXPECT_EQ(fake.display.tree().expanded, (std::set<port::TreeItem>{hello}));
+  EXPECT_EQ(SelectedNode(), &NodeOf("<1@x>"));
+  EXPECT_EQ(fake.display.tree().fills, fills);
+  ExpectInStep();
 }
 
 TEST_F(ViewTest, TheCurrentArticleIsSelectedAndFoundInTheNewTree) {
