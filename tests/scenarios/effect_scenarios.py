@@ -1,6 +1,10 @@
 """What the settings do: each is changed in its page, and the program behaves by it at once."""
 
+import os
+import shlex
+import shutil
 import stat
+import subprocess
 
 from news_servers import TranscriptServer
 from settings import *
@@ -45,7 +49,6 @@ class Views(Effects):
             self.assertGreater(len(q.of("groups-changed")), fills)
         self.assert_fine(q)
 
-    @known_failing("a new font makes the tree anew")
     def test_font_of_the_threads_keeps_what_is_open_and_selected(self):
         with self.open() as q:
             q.do("expand all")
@@ -436,6 +439,127 @@ class Maintenance(Effects):
             self.cancel(q)
             self.assertEqual(q.chain(GROUP), left)
             self.assertEqual(len(left), 2)
+        self.assert_fine(q)
+
+
+class Cards(Effects):
+    """Cards are folders mounted where nobody but the program sees them."""
+
+    MOVES = "Databases already exist in new location.  Replace with old databases?"
+    STAYS = "The databases could not be moved. They stay where they are."
+
+    def setUp(self):
+        super().setUp()
+        done = subprocess.run([*self.cards(), "true"], capture_output=True, check=False)
+        if done.returncode != 0:
+            self.skipTest("unshare, mount: %s" % done.stderr.decode())
+
+    def cards(self, **options):
+        """Words before the program: with these cards, name and how it is mounted. A card without a
+        word of its own is a folder beside the profile and outlives the run."""
+        words = ["mount -t tmpfs none /media"]
+        for name, how in options.items():
+            folder = self.profile.parent / (self.profile.name + "-" + name)
+            folder.mkdir(exist_ok=True)
+            place = "/media/root/" + name
+            words.append("mkdir -p " + place)
+            if how == "full":
+                words.append("mount -t tmpfs -o size=8k none " + place)
+            else:
+                words.append("mount --bind %s %s" % (shlex.quote(str(folder)), place))
+            if how == "read-only":
+                words.append("mount -o remount,bind,ro " + place)
+        user = [] if os.geteuid() == 0 else ["--map-root-user"]
+        return ["unshare", *user, "--mount", "--propagation", "private", "sh", "-c",
+                " && ".join(words) + ' && exec "$@"', "sh"]
+
+    def card_files(self, name):
+        folder = self.profile.parent / (self.profile.name + "-" + name) / "Quillet CE News"
+        return sorted(path.name for path in folder.glob("*.gdb")) if folder.exists() else None
+
+    def own_files(self):
+        return sorted(path.name for path in self.news_folder.glob("*.gdb"))
+
+    def forget_cards(self):
+        for folder in self.profile.parent.glob(self.profile.name + "-*"):
+            shutil.rmtree(folder)
+
+    def fetched(self, **options):
+        """A running program that has fetched everything, with these cards."""
+        self.forget_cards()
+        return self.download(wrapper=self.cards(**options))
+
+    def move(self, q, place):
+        self.change(q, "Database Management", choose(STORE, place))
+
+    def assert_all_there(self, q):
+        self.assertEqual(len(q.chain(GROUP)), 6)
+        self.assertEqual(q.article("<ann@x>")["body"], "Text of ann.")
+
+    def test_articles_move_to_a_card_and_back(self):
+        with self.fetched(Card="", Other="") as q:
+            self.open_sheet(q, "Database Management")
+            self.assertEqual(self.page_control(q, STORE)["choices"], ["Internal", "Card", "Other"])
+            self.assertEqual(self.shown(q, STORE), ["Internal"])
+            self.cancel(q)
+            self.move(q, "Card")
+            self.assertEqual((self.own_files(), self.card_files("Card")), ([], sorted(DATABASES)))
+            self.assertEqual(q.registry("databasestore"), "Card")
+            self.assert_all_there(q)
+        self.assert_fine(q)
+        with self.run_quillet(wrapper=self.cards(Card="", Other="")) as q:
+            self.assert_all_there(q)
+            self.move(q, "Other")
+            self.assertEqual((self.card_files("Card"), self.card_files("Other")),
+                             ([], sorted(DATABASES)))
+            self.move(q, "Internal")
+            self.assertEqual((self.card_files("Other"), self.own_files()), ([], sorted(DATABASES)))
+            self.assertEqual(q.registry("databasestore"), "")
+            self.assert_all_there(q)
+            self.assert_silent(q)
+        self.assert_fine(q)
+
+    def test_what_a_card_has_is_replaced_or_nothing_changes(self):
+        with self.fetched(Card="") as q:
+            self.move(q, "Card")
+        with self.run_quillet() as q:
+            self.assertEqual(q.chain(GROUP), [], "the card is out")
+        self.assert_fine(q)
+        with self.run_quillet(wrapper=self.cards(Card="")) as q:
+            self.assertEqual(q.registry("databasestore"), "")
+            q.expect(self.MOVES, "no")
+            self.move(q, "Card")
+            self.assertEqual(q.registry("databasestore"), "")
+            self.assertEqual(q.chain(GROUP), [])
+            self.open_sheet(q, "Database Management")
+            self.assertEqual(self.shown(q, STORE), ["Internal"])
+            self.cancel(q)
+            q.expect(self.MOVES, "yes")
+            self.move(q, "Card")
+            self.assertEqual(q.registry("databasestore"), "Card")
+            self.assertEqual(q.chain(GROUP), [])
+        self.assert_fine(q)
+
+    def test_a_card_that_cannot_be_written_is_not_offered(self):
+        with self.fetched(Card="read-only") as q:
+            self.open_sheet(q, "Database Management")
+            self.assertEqual(self.page_control(q, STORE)["choices"], ["Internal"])
+            self.cancel(q)
+        self.assert_fine(q)
+
+    def test_a_card_that_is_too_small_changes_nothing(self):
+        with self.fetched(Card="full") as q:
+            self.move(q, "Card")
+            self.assertEqual([box[1] for box in q.boxes()], [self.STAYS])
+            self.assertEqual(q.registry("databasestore"), "")
+            self.assertEqual(self.own_files(), sorted(DATABASES))
+            self.assert_all_there(q)
+            self.open_sheet(q, "Database Management")
+            self.assertEqual(self.shown(q, STORE), ["Internal"])
+            self.cancel(q)
+        self.assert_fine(q)
+        with self.run_quillet() as q:
+            self.assert_all_there(q)
         self.assert_fine(q)
 
 

@@ -1,5 +1,11 @@
 """The preferences in the window: what each control stores, and how the sheet ends."""
 
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
 from settings import *
 
 CLEARED = ("The default email transport has been cleared. You will be prompted to choose a new "
@@ -545,6 +551,93 @@ class ServerPage(Settings):
             self.ok(q)
         self.assert_fine(q)
         self.assertEqual(self.stored()["conxmethod"], ("string", "<none>"))
+
+
+class ConnectionPage(Settings):
+    """With a network manager that has two connections to dial."""
+
+    DIALS = ("work", "vpn"), ("Mobil \u00e4", "gsm")
+
+    def setUp(self):
+        super().setUp()
+        try:
+            import dbus  # pylint: disable=import-outside-toplevel
+            import dbusmock  # noqa: F401 pylint: disable=import-outside-toplevel,unused-import
+        except ImportError as error:
+            self.skipTest(str(error))
+        folder = tempfile.TemporaryDirectory()  # the name of a socket cannot be long
+        self.addCleanup(folder.cleanup)
+        address = "unix:path=%s/bus" % folder.name
+        self.bus = {"DBUS_SYSTEM_BUS_ADDRESS": address, "DBUS_SESSION_BUS_ADDRESS": address}
+        self.spawn("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address", address)
+        self.until(lambda: os.path.exists(folder.name + "/bus"))
+        self.spawn(sys.executable, "-m", "dbusmock", "--template", "networkmanager")
+        name = "org.freedesktop.NetworkManager"
+        bus = dbus.bus.BusConnection(address)
+        self.addCleanup(bus.close)
+        self.until(lambda: bus.name_has_owner(name))
+        settings = dbus.Interface(bus.get_object(name, "/org/freedesktop/NetworkManager/Settings"),
+                                  name + ".Settings")
+        for entry, kind in self.DIALS + (("cable", "802-3-ethernet"),):
+            settings.AddConnection({
+                "ipv4": {"method": "auto"},
+                "connection": {"id": entry, "type": kind, "timestamp": dbus.UInt64(7),
+                               "autoconnect": False}})
+
+    def spawn(self, *words):
+        process = subprocess.Popen(words, env=dict(os.environ, **self.bus),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+
+    def until(self, condition):
+        end = time.monotonic() + 30
+        while not condition():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.05)
+
+    def test_what_can_be_dialled_is_offered_and_stored(self):
+        before = self.use_settings()
+        with self.run_quillet(env=self.bus) as q:
+            self.open_sheet(q, "Connection")
+            self.assertEqual(self.page_control(q, METHOD)["choices"],
+                             ["Mobil \u00e4", "work", "<none>"])
+            self.assertEqual(self.shown(q, METHOD), ["<none>"])
+            q.choose(METHOD, "work")
+            self.ok(q)
+            self.assert_silent(q)
+        self.assert_fine(q)
+        self.assertEqual(self.stored(), self.changed(before, "Connection", {"conxmethod": "work"}))
+        with self.run_quillet() as q:
+            self.open_sheet(q)
+            self.assertEqual(self.shown_page(q), 1)
+            self.assertEqual(self.page_control(q, METHOD)["choices"], ["work", "<none>"],
+                             "kept though nobody knows it")
+            self.assertEqual([box[1] for box in q.boxes()], [NO_PHONE_BOOK])
+            self.cancel(q)
+        self.assert_fine(q)
+
+    def test_quick_setup_offers_them_too(self):
+        with self.run_quillet(hold=True, env=self.bus) as q:
+            q.expect(WELCOME, "ok")
+            q.start()
+            q.wait_dialog(SETUP_1)
+            for control, text in ((SETUP_SERVER, "s"), (SETUP_NAME, "A"), (SETUP_ADDRESS, "a@x")):
+                q.set(control, text)
+            q.press(OK)
+            q.wait_dialog(SETUP_2)
+            self.assertEqual(q.control(SETUP_METHOD)["choices"],
+                             ["Mobil \u00e4", "work", "<none>"])
+            q.choose(SETUP_METHOD, "Mobil \u00e4")
+            q.press(SETUP_BACK)
+            q.wait_dialog(SETUP_1)
+            q.press(OK)
+            q.wait_dialog(SETUP_2)
+            state = q.control(SETUP_METHOD)
+            self.assertEqual(state["choices"][state["choice"]], "Mobil \u00e4")
+            q.press(OK)
+        self.assert_fine(q)
+        self.assertEqual(self.stored()["conxmethod"], ("string", "Mobil \u00e4"))
 
 
 class KillfilePage(Settings):
