@@ -1,6 +1,7 @@
 """What the settings do: each is changed in its page, and the program behaves by it at once."""
 
 import os
+import pwd
 import shlex
 import shutil
 import stat
@@ -461,7 +462,7 @@ class Cards(Effects):
         for name, how in options.items():
             folder = self.profile.parent / (self.profile.name + "-" + name)
             folder.mkdir(exist_ok=True)
-            place = "/media/root/" + name
+            place = "/media/%s/%s" % (pwd.getpwuid(0).pw_name, name)
             words.append("mkdir -p " + place)
             if how == "full":
                 words.append("mount -t tmpfs -o size=8k none " + place)
