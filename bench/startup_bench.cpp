@@ -84,6 +84,7 @@ void AddArticle(unsigned number) {
 void MakeProfile(const std::string& folder, unsigned articles) {
   Run run(folder);
   ReadPreferences();
+  AddServer(*gPrefs, {.name = u"news.example.org"});  // or it would begin with Quick Setup
   for (unsigned i = 0; i < kGroups; ++i) AddGroup(*gPrefs, GroupName(i));
   WritePreferences();
   if (!LoadDatabaseLibrary() || !OpenGDBMDatabases()) std::exit(2);
