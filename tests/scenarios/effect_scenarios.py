@@ -225,18 +225,21 @@ class Downloads(Effects):
 
 
 class Servers(Effects):
+    def add_server(self, q, name, port):
+        self.open_sheet(q, "Server")
+        q.do("press %d" % ADD_SERVER)
+        q.wait_dialog(ADD_SERVER_DIALOG)
+        q.set(SERVER_NAME, name)
+        q.press(OK)
+        q.do(set_text(PORT, str(port)))
+        self.ok(q)
+
     def test_another_server_and_another_port(self):
         other = NewsServer({GROUP: {1: post("gus", "There")}})
         self.addCleanup(other.close)
         with self.serve() as q:
             q.connect()
-            self.open_sheet(q, "Server")
-            q.do("press %d" % ADD_SERVER)
-            q.wait_dialog(ADD_SERVER_DIALOG)
-            q.set(SERVER_NAME, "localhost")
-            q.press(OK)
-            q.do(set_text(PORT, str(other.port)))
-            self.ok(q)
+            self.add_server(q, "localhost", other.port)
             q.connect()
             self.assertEqual((self.server.connections, other.connections), (1, 1))
             self.assertIn("<gus@x>", q.chain(GROUP))
@@ -244,6 +247,23 @@ class Servers(Effects):
             q.connect()
             self.assertEqual((self.server.connections, other.connections), (2, 1))
             self.assert_silent(q)
+        self.assert_fine(q)
+
+    @for_each((False, 1), (True, 0))
+    def test_servers_with_the_same_numbers_share_their_progress(self, as_one, walks):
+        other = NewsServer({GROUP: ARTICLES})
+        self.addCleanup(other.close)
+        with self.serve(values={"maxarticles": 100}) as q:
+            self.add_server(q, "localhost", other.port)
+            self.change(q, "Server", choose(SERVERS, "127.0.0.1"),
+                        *(["tick %d" % ONE_SERVER] if as_one else []))
+            self.change(q, "Advanced: Debugging", "tick %d" % KEEP_LOG)
+            q.connect()
+            self.change(q, "Server", choose(SERVERS, "localhost"))
+            q.connect()
+            self.assertEqual(other.connections, 1)
+            self.assertEqual(q.transaction_log().count("STAT 1\r\n"), walks)
+            self.assertEqual(q.groups(), [(GROUP, "checked", "6/6")])
         self.assert_fine(q)
 
     def test_login_with_what_was_typed(self):
@@ -336,6 +356,22 @@ class Writing(Effects):
             q.command(40023)
             self.assertEqual(q.dialog()["form"], 128)
             q.press(CANCEL)
+        self.assert_fine(q)
+
+
+    def test_message_ids_of_posts_can_be_left_to_the_server(self):
+        with self.open() as q:
+            for line, has_one in (("untick", False), ("tick", True)):
+                self.change(q, "Extensions", "%s %d" % (line, MESSAGE_IDS))
+                q.do("tab thread")
+                q.open_node("<carl@x>")
+                q.command(40023)
+                q.press(OK)
+                q.connect()
+                post_sent = self.server.posted[-1].decode("latin-1")
+                self.assertIn("Subject: Re: Hello\r\n", post_sent)
+                self.assertEqual("\r\nMessage-ID: <" in post_sent, has_one, post_sent)
+            self.assertEqual(len(self.server.posted), 2)
         self.assert_fine(q)
 
 

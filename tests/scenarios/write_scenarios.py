@@ -494,8 +494,19 @@ class Mail(Writing):
             q.do("wait")
             self.assertEqual(len({one["handle"] for one in q.of("dialog") if one["form"] == 130}), 1)
             self.assertEqual(q.outbox(), [])
+            # "Clear email transport" on its page.
+            q.command(PREFERENCES)
+            q.do("wait-dialog")
+            q.do("page Advanced")
+            q.press(1165)
+            q.press(OK)
+            self.forward_to(q, "carl@y.example")
+            q.wait_dialog(130)
+            q.press(OK)
+            self.assertEqual(q.outbox(), [])
         self.assert_fine(q)
         self.assertEqual(self.sent("msmtp").count("From: work@x.example"), 2)
+        self.assertEqual(self.sent("msmtp").count("From: home@x.example"), 1)
 
     def test_recipients_are_found_and_ticked_in_the_contacts(self):
         book = "".join("BEGIN:VCARD\r\nVERSION:3.0\r\nN:%s;%s;;;\r\nFN:x\r\nEMAIL:%s\r\n"
