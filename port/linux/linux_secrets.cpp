@@ -1,9 +1,12 @@
 // Every call goes out with a cancellable that a watch cancels when its time is over: the library's
-// own calls would wait for a silent service for half a minute each, and for a user without end.
+// own calls would wait for a silent service for half a minute each, and for a user without end. And
+// all of it runs on a thread that is left alone when even that does not bring it back: the library
+// waits for ever when a service ends a prompt with a result of another type than it expects.
 #include "port/linux/linux_secrets.h"
 
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -17,6 +20,10 @@
 namespace quillet::port {
 namespace {
 
+constexpr std::chrono::milliseconds kTurn(50);
+// What a cancelled call gets to come back.
+constexpr std::chrono::milliseconds kGrace(1000);
+
 constexpr const char* kLibrary = "libsecret-1.so.0";
 constexpr const char* kSchemaName = "xdg:schema";
 constexpr const char* kSchema = "quillet.NewsServerPassword";
@@ -29,13 +36,12 @@ bool HasSessionBus() {
   return folder != nullptr && access((std::string(folder) + "/bus").c_str(), F_OK) == 0;
 }
 
-// Cancels what waits after some time, or when the session ends.
+// Cancels what waits after some time, or when it is told to.
 class Watch {
  public:
-  Watch(int limit_ms, const std::function<std::uint32_t()>& interrupts)
-      : cancellable_(g_cancellable_new()), thread_([this, limit_ms, interrupts] {
-          Run(std::chrono::milliseconds(limit_ms), interrupts);
-        }) {}
+  Watch(int limit_ms, std::shared_ptr<const std::atomic<bool>> stop)
+      : cancellable_(g_cancellable_new()),
+        thread_([this, limit_ms, stop] { Run(std::chrono::milliseconds(limit_ms), *stop); }) {}
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
   ~Watch() {
@@ -49,13 +55,11 @@ class Watch {
   GCancellable* get() const { return cancellable_.get(); }
 
  private:
-  void Run(std::chrono::milliseconds limit, const std::function<std::uint32_t()>& interrupts) {
-    constexpr std::chrono::milliseconds kTurn(50);
+  void Run(std::chrono::milliseconds limit, const std::atomic<bool>& stop) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    const std::uint32_t before = interrupts();
     std::unique_lock lock(mutex_);
     while (!changed_.wait_for(lock, kTurn, [this] { return over_; })) {
-      if (std::chrono::steady_clock::now() < end && interrupts() == before) continue;
+      if (std::chrono::steady_clock::now() < end && !stop) continue;
       lock.unlock();
       g_cancellable_cancel(get());
       return;
@@ -110,17 +114,19 @@ SecretAttributes AttributesOf(GHashTable* table) {
 
 class SecretConnection {
  public:
-  SecretConnection(std::string profile, const std::function<std::uint32_t()>& interrupts,
-                   const SecretLimits& limits)
-      : profile_(std::move(profile)), interrupts_(interrupts), limits_(limits) {}
+  SecretConnection(std::string profile, const SecretLimits& limits)
+      : profile_(std::move(profile)), limits_(limits) {}
 
-  bool Works() const { return service_ != nullptr && !silent_; }
-  void Open();
+  // Opens it when it is new. False when there is no service.
+  bool Works();
+  // Ends what waits, and all that would wait later. Any thread.
+  void Stop() { *stop_ = true; }
   SecretsResult Lookup(const SecretAttributes& attributes, std::vector<Secret>& found);
   SecretsResult Store(const std::u16string& label, const Secret& secret);
   SecretsResult Clear(const SecretAttributes& attributes);
 
  private:
+  void Open();
   // A table that belongs to this profile.
   TextTable TableOf(const SecretAttributes& attributes) const;
   // What a call that has set `error` comes to.
@@ -132,19 +138,25 @@ class SecretConnection {
   SecretsResult UnlockDefaultCollection();
 
   const std::string profile_;
-  const std::function<std::uint32_t()>& interrupts_;
   const SecretLimits limits_;
+  const std::shared_ptr<std::atomic<bool>> stop_ = std::make_shared<std::atomic<bool>>(false);
+  bool opened_ = false;
   std::unique_ptr<SecretLibrary> library_;
   ObjectPointer<SecretService> service_;
   bool silent_ = false;
   bool asked_ = false;
 };
 
+bool SecretConnection::Works() {
+  if (!std::exchange(opened_, true)) Open();
+  return service_ != nullptr && !silent_;
+}
+
 void SecretConnection::Open() {
   if (!HasSessionBus()) return;
   library_ = SecretLibrary::Load(kLibrary);
   if (!library_) return;
-  const Watch watch(limits_.answer_ms, interrupts_);
+  const Watch watch(limits_.answer_ms, stop_);
   const ObjectPointer<GDBusConnection> bus(
       g_bus_get_sync(G_BUS_TYPE_SESSION, watch.get(), nullptr));
   if (!bus) return;
@@ -171,7 +183,7 @@ SecretsResult SecretConnection::ResultOf(const Error& error) {
 
 SecretsResult SecretConnection::Search(const SecretAttributes& attributes, ObjectList& items) {
   const TextTable table = TableOf(attributes);
-  const Watch watch(limits_.answer_ms, interrupts_);
+  const Watch watch(limits_.answer_ms, stop_);
   Error error;
   items.reset(library_->service_search(service_.get(), nullptr, table.get(), SECRET_SEARCH_ALL,
                                        watch.get(), error.out()));
@@ -189,7 +201,7 @@ bool SecretConnection::AnyLocked(const ObjectList& items) const {
 SecretsResult SecretConnection::Unlock(GList* objects) {
   if (asked_) return SecretsResult::kRefused;
   asked_ = true;
-  const Watch watch(limits_.prompt_ms, interrupts_);
+  const Watch watch(limits_.prompt_ms, stop_);
   Error error;
   const gint unlocked =
       library_->service_unlock(service_.get(), objects, watch.get(), nullptr, error.out());
@@ -208,7 +220,7 @@ SecretsResult SecretConnection::Lookup(const SecretAttributes& attributes,
     if (result == SecretsResult::kDone) result = Search(attributes, items);
   }
   if (result != SecretsResult::kDone) return result;
-  const Watch watch(limits_.answer_ms, interrupts_);
+  const Watch watch(limits_.answer_ms, stop_);
   Error error;
   library_->item_load_secrets(items.get(), watch.get(), error.out());
   if (error.any()) return ResultOf(error);
@@ -229,7 +241,7 @@ SecretsResult SecretConnection::Lookup(const SecretAttributes& attributes,
 SecretsResult SecretConnection::UnlockDefaultCollection() {
   ObjectPointer<SecretCollection> collection;
   {
-    const Watch watch(limits_.answer_ms, interrupts_);
+    const Watch watch(limits_.answer_ms, stop_);
     Error error;
     collection.reset(library_->collection_for_alias(service_.get(), SECRET_COLLECTION_DEFAULT,
                                                     SECRET_COLLECTION_NONE, watch.get(),
@@ -248,7 +260,7 @@ SecretsResult SecretConnection::Store(const std::u16string& label, const Secret&
   const SecretsResult open = UnlockDefaultCollection();
   if (open == SecretsResult::kRefused || open == SecretsResult::kNoService) return open;
   const bool asks = open == SecretsResult::kNothing;
-  const Watch watch(asks ? limits_.prompt_ms : limits_.answer_ms, interrupts_);
+  const Watch watch(asks ? limits_.prompt_ms : limits_.answer_ms, stop_);
   const TextTable table = TableOf(secret.attributes);
   const std::string text = ToUtf8(secret.text);
   SecretValue* value =
@@ -272,7 +284,7 @@ SecretsResult SecretConnection::Clear(const SecretAttributes& attributes) {
       result = SecretsResult::kRefused;
       continue;
     }
-    const Watch watch(limits_.answer_ms, interrupts_);
+    const Watch watch(limits_.answer_ms, stop_);
     Error error;
     if (library_->item_delete(item, watch.get(), error.out()) == 0) result = ResultOf(error);
     if (silent_) return SecretsResult::kNoService;
@@ -280,37 +292,86 @@ SecretsResult SecretConnection::Clear(const SecretAttributes& attributes) {
   return result;
 }
 
+// What one call comes to, shared with the thread that does it.
+struct LinuxSecrets::Job {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool done = false;
+  SecretsResult result = SecretsResult::kNoService;
+  std::vector<Secret> found;
+};
+
 LinuxSecrets::LinuxSecrets(const std::string& profile_folder,
                            std::function<std::uint32_t()> interrupts, SecretLimits limits)
-    : profile_(profile_folder), interrupts_(std::move(interrupts)), limits_(limits) {}
+    : interrupts_(std::move(interrupts)),
+      limits_(limits),
+      connection_(std::make_shared<SecretConnection>(profile_folder, limits)) {}
 
 LinuxSecrets::~LinuxSecrets() = default;
 
-SecretConnection* LinuxSecrets::Connection() {
-  if (!connection_) {
-    connection_ = std::make_unique<SecretConnection>(profile_, interrupts_, limits_);
-    connection_->Open();
+// False when the work does not come back.
+bool LinuxSecrets::Await(Job& job) const {
+  // One prompt, and the calls around it.
+  auto end = std::chrono::steady_clock::now() + kGrace +
+             std::chrono::milliseconds(limits_.prompt_ms) +
+             4 * std::chrono::milliseconds(limits_.answer_ms);
+  const std::uint32_t before = interrupts_();
+  bool stopped = false;
+  std::unique_lock lock(job.mutex);
+  while (!job.changed.wait_for(lock, kTurn, [&job] { return job.done; })) {
+    if (!stopped && interrupts_() != before) {
+      connection_->Stop();
+      stopped = true;
+      end = std::chrono::steady_clock::now() + kGrace;
+    }
+    if (std::chrono::steady_clock::now() > end) return false;
   }
-  return connection_->Works() ? connection_.get() : nullptr;
+  return true;
+}
+
+SecretsResult LinuxSecrets::Do(const Work& work, std::vector<Secret>* found) {
+  if (!connection_) return SecretsResult::kNoService;
+  const auto job = std::make_shared<Job>();
+  std::thread thread([job, work, connection = connection_] {
+    std::vector<Secret> secrets;
+    const SecretsResult result =
+        connection->Works() ? work(*connection, secrets) : SecretsResult::kNoService;
+    const std::lock_guard lock(job->mutex);
+    job->result = result;
+    job->found = std::move(secrets);
+    job->done = true;
+    job->changed.notify_one();
+  });
+  if (!Await(*job)) {
+    connection_->Stop();
+    connection_.reset();
+    thread.detach();
+    return SecretsResult::kNoService;
+  }
+  thread.join();
+  if (found != nullptr && job->result == SecretsResult::kDone) *found = std::move(job->found);
+  return job->result;
 }
 
 SecretsResult LinuxSecrets::Lookup(const SecretAttributes& attributes, std::vector<Secret>& found) {
   found.clear();
-  SecretConnection* connection = Connection();
-  if (connection == nullptr) return SecretsResult::kNoService;
-  const SecretsResult result = connection->Lookup(attributes, found);
-  if (result != SecretsResult::kDone) found.clear();
-  return result;
+  return Do(
+      [attributes](SecretConnection& connection, std::vector<Secret>& secrets) {
+        return connection.Lookup(attributes, secrets);
+      },
+      &found);
 }
 
 SecretsResult LinuxSecrets::Store(const std::u16string& label, const Secret& secret) {
-  SecretConnection* connection = Connection();
-  return connection == nullptr ? SecretsResult::kNoService : connection->Store(label, secret);
+  return Do([label, secret](SecretConnection& connection, std::vector<Secret>& /*none*/) {
+    return connection.Store(label, secret);
+  });
 }
 
 SecretsResult LinuxSecrets::Clear(const SecretAttributes& attributes) {
-  SecretConnection* connection = Connection();
-  return connection == nullptr ? SecretsResult::kNoService : connection->Clear(attributes);
+  return Do([attributes](SecretConnection& connection, std::vector<Secret>& /*none*/) {
+    return connection.Clear(attributes);
+  });
 }
 
 }  // namespace quillet::port

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "port/secrets.h"
 
@@ -33,13 +34,16 @@ class LinuxSecrets final : public Secrets {
   SecretsResult Clear(const SecretAttributes& attributes) override;
 
  private:
-  // Null when there is no service, which is not asked again then.
-  SecretConnection* Connection();
+  struct Job;
+  using Work = std::function<SecretsResult(SecretConnection&, std::vector<Secret>& found)>;
 
-  const std::string profile_;
+  // Does the work, unless there is no service, which is not asked again then.
+  SecretsResult Do(const Work& work, std::vector<Secret>* found = nullptr);
+  bool Await(Job& job) const;
+
   const std::function<std::uint32_t()> interrupts_;
   const SecretLimits limits_;
-  std::unique_ptr<SecretConnection> connection_;
+  std::shared_ptr<SecretConnection> connection_;  // null when it was given up
 };
 
 }  // namespace quillet::port
