@@ -5,6 +5,7 @@
 
 #include <QDialog>
 #include <QMessageBox>
+#include <algorithm>
 #include <utility>
 
 #include "qt/article_edit.h"
@@ -178,10 +179,19 @@ std::map<std::uint32_t, port::ControlState> QtDialogs::ReadAll(port::WindowHandl
   return states;
 }
 
-// What comes after a pause is shown at once, what comes in a stream once a period.
+// No stream is written into a page: it is filled when it comes to the front.
+bool QtDialogs::PageIsWritten() {
+  const std::lock_guard lock(mutex_);
+  return std::ranges::any_of(pending_, [this](const Pending& one) {
+    const QWidget* widget = display_.WidgetOf(one.dialog);
+    return widget != nullptr && !widget->isWindow();
+  });
+}
+
+// What comes after a pause, or into a page, is shown at once, what comes in a stream once a period.
 void QtDialogs::ScheduleFlush() {
   const auto since = std::chrono::steady_clock::now() - last_flush_;
-  if (since >= kFlushPeriod) {
+  if (since >= kFlushPeriod || PageIsWritten()) {
     Flush();
     return;
   }

@@ -38,6 +38,7 @@ class QtDialogs final : public port::Dialogs {
   using Place = std::pair<port::WindowHandle, std::uint32_t>;
 
   void AddPending(port::WindowHandle dialog, port::ControlWrite write);
+  bool PageIsWritten();  // display thread
   void ScheduleFlush();
   void Flush();  // display thread
   FormControls* Form(port::WindowHandle dialog) const;

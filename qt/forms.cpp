@@ -161,6 +161,16 @@ void LimitToScreen(QDialog& dialog, DialogKind kind) {
   if (kind != DialogKind::kWindow) dialog.setMaximumSize(screen);
 }
 
+// Texts that wrap take more lines in a window that is narrower than they would have it.
+void MakeRoomForTexts(QDialog& dialog) {
+  QLayout* layout = dialog.layout();
+  if (layout == nullptr || !layout->hasHeightForWidth()) return;
+  const QSize wanted = dialog.sizeHint().expandedTo(dialog.minimumSize());
+  const QSize size = wanted.boundedTo(dialog.maximumSize());
+  const int height = std::max(size.height(), layout->totalHeightForWidth(size.width()));
+  dialog.resize(QSize(size.width(), height).boundedTo(dialog.maximumSize()));
+}
+
 void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
   controls.Collect(form);
   ConnectControls(controls, tell);
@@ -196,7 +206,10 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, DialogKind kind, cons
   if (kind == DialogKind::kWindow) dialog->setWindowFlags(Qt::Window);
   Prepare(*dialog, *dialog, tell);
   LimitToScreen(*dialog, kind);
-  if (kind != DialogKind::kWindow) FitControls(*dialog, RoomForDialog(owner));
+  if (kind != DialogKind::kWindow) {
+    MakeRoomForTexts(*dialog);
+    FitControls(*dialog, RoomForDialog(owner));
+  }
   return dialog;
 }
 

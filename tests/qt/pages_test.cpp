@@ -537,6 +537,18 @@ TEST_F(AllPages, AcceleratorKeysAreThoseOfThePageInFront) {
   EXPECT_FALSE(device->dialogs().Read(PageHandle(0), kControlExtraLogin).checked);
 }
 
+// Without waiting for the next picture of a stream.
+TEST_F(AllPages, WhatIsWrittenIntoAPageIsShownAtOnce) {
+  for (int number = 1; number <= 5; ++number) {
+    device->dialogs().Write(PageHandle(0), kControlServerPort,
+                            port::Text{std::u16string(1, static_cast<char16_t>(u'0' + number))});
+    OnDisplay([&] {
+      const auto& edit = *qobject_cast<QLineEdit*>(ControlOf(Page(0), kControlServerPort));
+      EXPECT_EQ(edit.text(), QString::number(number));
+    });
+  }
+}
+
 TEST_F(AllPages, ABoxIsReadWholeAndNamedByItsText) {
   const Extension& extension = AllExtensions().front();
   EXPECT_EQ(device->dialogs().Read(PageHandle(16), extension.control).text, extension.title);
@@ -593,6 +605,7 @@ TEST_F(SmallScreenPages, QuickSetupFits) {
       EXPECT_EQ(widget.findChild<QScrollArea*>(QString(), Qt::FindDirectChildrenOnly), nullptr)
           << form;
       for (const QWidget* control : ControlsIn(widget)) ExpectWhole(*control, "form");
+      for (const QLabel* label : widget.findChildren<QLabel*>()) ExpectWhole(*label, "form");
     });
     device->dialogs().Destroy(dialog);
   }
