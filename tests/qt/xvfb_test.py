@@ -622,6 +622,57 @@ class Newcomer(UnderX):
                                 "conxmethod": "<none>"}.items():
                 self.assertEqual(q.registry(name), value, name)
 
+    def click(self, window, place, times=1):
+        self.point(window, *place)
+        self.do("click", "--repeat", times, "--delay", 60, 1)
+
+    def click_away(self, title, place):
+        """Clicks on what closes the window of that title."""
+        self.point(self.await_window(title), *place)
+        self.tool("click", 1)
+        self.await_no(title)
+        self.settle()
+
+    def click_menu(self, *places):
+        """Clicks from menu to entry, on places of the screen; the last one opens a window."""
+        for x, y in places:
+            self.tool("mousemove", x, y)
+            self.do("click", 1)
+
+    def await_download(self):
+        wait_for("download", lambda: self.news.connections > 0)
+        wait_for("end of the download", lambda: self.shown_windows() == 1)
+        self.settle()
+
+    def test_comes_to_a_filled_group_list_by_mouse(self):
+        """Texts come from an on-screen keyboard, which has no key but letters here."""
+        main = self.launch()
+        self.click_away("Quillet", (262, 103))  # welcome: OK
+        setup = self.await_window(self.SETUP)
+        for place, text in (((131, 42), "127.0.0.1"), ((131, 90), "Ann Example"),
+                            ((131, 138), "ann@example.org")):
+            self.click(setup, place)
+            self.write(text)
+        self.click(setup, (125, 185))  # Next >>
+        self.click_away(self.SETUP, (135, 119))  # Done
+        self.click_away("Quillet", (347, 103))  # that's all: OK
+        self.click_menu((20, 30), (69, 122))  # File, Preferences
+        preferences = self.await_window(self.PREFERENCES)
+        self.click(preferences, (281, 106), times=2)  # selects the port
+        self.write(str(self.news.port))
+        self.click_away(self.PREFERENCES, (346, 405))  # OK
+        self.click_menu((63, 30), (91, 54), (269, 54))  # Group, Groups, New group
+        group = self.await_window("Subscribe to newsgroup")
+        self.click(group, (137, 40))
+        self.write(THREADS)
+        self.click_away("Subscribe to newsgroup", (138, 68))  # OK
+        self.tool("mousemove", 763, 30)  # the button Connect
+        self.tool("click", 1)
+        self.await_download()
+        self.tool("windowfocus", "--sync", main)
+        self.close()
+        self.assert_filled()
+
     def test_comes_to_a_filled_group_list_by_keys(self):
         self.launch()
         self.await_window("Quillet")  # welcome
@@ -661,9 +712,7 @@ class Newcomer(UnderX):
         self.await_no("Subscribe to newsgroup")
         self.settle()
         self.tool("key", "ctrl+1")
-        wait_for("download", lambda: self.news.connections > 0)
-        wait_for("end of the download", lambda: self.shown_windows() == 1)
-        self.settle()
+        self.await_download()
         self.close()
         self.assert_filled()
 
