@@ -70,12 +70,16 @@ std::string Quoted(const std::string& file) {
 }
 
 // The file must not be readable by others from its first moment: passwords are kept in it. SQLite
-// gives the files beside it the same mode.
+// gives the files that it makes beside it the same mode.
 void MakePrivate(const std::string& file) {
   const FileDescriptor made(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  struct stat status {};
-  if (made.valid() || stat(file.c_str(), &status) != 0) return;
-  if ((status.st_mode & 0077) != 0) chmod(file.c_str(), 0600);
+  if (made.valid()) return;
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    const std::string path = file + suffix;
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) continue;
+    if ((status.st_mode & 0077) != 0) chmod(path.c_str(), 0600);
+  }
 }
 
 // What would keep the file from being opened, or would make opening it wait for ever; empty when

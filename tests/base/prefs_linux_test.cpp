@@ -3,6 +3,8 @@
 
 #include <csignal>
 
+#include "base/extensions.h"
+#include "base/subscriptions.h"
 #include "port/linux/linux_registry.h"
 #include "tests/base/prefs_test_device.h"
 #include "tests/port/linux_test_tools.h"
@@ -68,6 +70,34 @@ TEST_F(PrefsOnLinux, EverySettingSurvivesARestart) {
   EXPECT_TRUE(gCommandBars[1].found);
   EXPECT_EQ(gCommandBars[1].bytes[39], '\x7F');
   EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+// What was deleted from a table may still lie in its file.
+TEST_F(PrefsOnLinux, PasswordThatHasGoneIntoTheStoreIsNowhereInTheFile) {
+  const std::string bytes = Bytes16(u"topsecretpassword");
+  const auto in_files = [&] {
+    bool found = false;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / "profile")) {
+      found = found || port::ReadAll(entry.path()).find(bytes) != std::string::npos;
+    }
+    return found;
+  };
+  Start();
+  AddServer(*gPrefs, {u"news.example.org", 119, true, false, u"ann", u"topsecretpassword"});
+  ASSERT_TRUE(WritePreferences());
+  Start();
+  EXPECT_TRUE(in_files());
+  Extensions on;
+  on.passwordstore = 1;
+  ASSERT_TRUE(WriteExtensions({}, on));
+  ASSERT_TRUE(WritePreferences());
+  Start();
+  EXPECT_EQ(gPrefs->authpasses.at(0), u"topsecretpassword");
+  gPrefs.reset();
+  other_.reset();
+  registry_.reset();
+  EXPECT_FALSE(in_files());
+  EXPECT_EQ(port::ModeOf(file_), 0600U);
 }
 
 TEST_F(PrefsOnLinux, FullDiskIsOneBoxAndKeepsTheOldSettings) {

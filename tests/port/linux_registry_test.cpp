@@ -113,12 +113,32 @@ TEST_F(LinuxRegistryTest, FileAndFoldersAreTheUsersAlone) {
   EXPECT_EQ(ModeOf(folder_ / "a/b"), 0700U);
   EXPECT_EQ(ModeOf(folder_ / "a/b/registry.db"), 0600U);
   EXPECT_EQ(ModeOf(folder_ / "a/b/registry.db-wal"), 0600U);
+  EXPECT_EQ(ModeOf(folder_ / "a/b/registry.db-shm"), 0600U);
 }
 
 TEST_F(LinuxRegistryTest, FileThatOthersMayReadIsClosedToThem) {
   { EXPECT_TRUE(LinuxRegistry(file_).Create(kPath)); }
   chmod(file_.c_str(), 0644);
   EXPECT_NE(LinuxRegistry(file_).Open(kPath), nullptr);
+  EXPECT_EQ(ModeOf(file_), 0600U);
+}
+
+TEST_F(LinuxRegistryTest, LogOfAKilledProcessThatOthersMayReadIsClosedToThem) {
+  LinuxRegistry killed(file_);
+  ASSERT_TRUE(Put(killed, u"x", "1"));
+  for (const char* suffix : {"", "-wal", "-shm"}) chmod((file_ + suffix).c_str(), 0644);
+  LinuxRegistry registry(file_);
+  EXPECT_EQ(Data(registry, u"x"), "1");
+  for (const char* suffix : {"", "-wal", "-shm"}) EXPECT_EQ(ModeOf(file_ + suffix), 0600U);
+}
+
+TEST_F(LinuxRegistryTest, DamagedFileThatIsSetAsideAndTheNewOneAreTheUsersAlone) {
+  WriteAll(file_, "this is no registry at all, but it may hold a password");
+  chmod(file_.c_str(), 0644);
+  LinuxRegistry registry(file_);
+  ASSERT_TRUE(Put(registry, u"x", "1"));
+  ASSERT_NE(registry.SetAsidePath(), "");
+  EXPECT_EQ(ModeOf(registry.SetAsidePath()), 0600U);
   EXPECT_EQ(ModeOf(file_), 0600U);
 }
 
