@@ -29,6 +29,8 @@ TEST(StartWithoutTheDatabaseLibrary, SaysToInstallAgainAndEnds) {
   port::FakePlatform fake;
   fake.libraries.hide_library(u"gdbmce.dll");
   ExpectRefused(fake);
+  // The packages for encrypted logins come before it.
+  EXPECT_EQ(fake.security.calls, std::vector<std::string>{"EnumeratePackages"});
 }
 
 TEST(StartWithoutTheDatabaseLibrary, ALibraryThatLacksAnyOneNameIsRefusedToo) {

@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "app/open_prefs.h"
+#include "base/extensions.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "nntp/connect.h"
+#include "nntp/ntlm.h"
 #include "res/resource.h"
 #include "store/compression.h"
 #include "store/databases.h"
@@ -99,6 +101,46 @@ TEST_F(StartOrder, DamageIsToldOverTheWindowBeforeTheStoreIsOpened) {
   ASSERT_GE(seen_.steps.size(), 2U);
   EXPECT_EQ(seen_.steps[1], "box prefs instance");
   End();
+}
+
+TEST_F(StartOrder, SecurityPackagesAreAskedForOnce) {
+  fake_.security.packages = {{u"NTLM", 3}};
+  StartAndWait();
+  EXPECT_EQ(fake_.security.calls, std::vector<std::string>{"EnumeratePackages"});
+  EXPECT_EQ(gSecurityInterface.best_package, 0);
+  End();
+}
+
+// The passwords that it keeps cannot be had.
+class SilentPasswordStore : public StartOrder {
+ protected:
+  SilentPasswordStore() {
+    fake_.secrets.result = port::SecretsResult::kNoService;
+    fake_.registry.PutDword(kExtensionsPath, u"passwordstore", 1);
+    SetDword(u"passwordset", 1);
+  }
+  int BoxesAboutIt() {
+    int boxes = 0;
+    for (const port::ShownBox& box : fake_.display.boxes()) {
+      if (StartsWith(box.text, u"The desktop's password store does not answer.")) ++boxes;
+    }
+    return boxes;
+  }
+};
+
+TEST_F(SilentPasswordStore, IsToldOverTheWindow) {
+  StartAndWait();
+  ASSERT_GE(seen_.steps.size(), 2U);
+  EXPECT_EQ(seen_.steps[1], "box prefs instance");
+  End();
+  EXPECT_EQ(BoxesAboutIt(), 1);
+}
+
+TEST_F(SilentPasswordStore, DoesNotHoldUpAScheduledStart) {
+  fake_.shell.command_line = u"AppRunAtTime";
+  StartAndWait();
+  End();
+  EXPECT_EQ(BoxesAboutIt(), 0);
 }
 
 // --- Starts that fail ----------------------------------------------------------------------------
