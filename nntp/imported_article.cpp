@@ -1,6 +1,7 @@
 #include "nntp/imported_article.h"
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "base/prefs.h"
@@ -39,22 +40,39 @@ void LowerCount(std::optional<std::size_t> place) {
   if (info.totalCount > 0) --info.totalCount;
 }
 
-// Takes the article off a chain whose newest one it is.
-void TakeOff(std::u16string_view name, const std::string& message_id,
-             std::optional<std::size_t> place) {
+// Takes the article off a chain whose newest one it is; false when it is not, or cannot be.
+bool TakeOff(std::u16string_view name, const std::string& message_id) {
   const auto newest = GroupChainFirst(name);
-  if (!newest || newest->messageId != UntilNul(message_id)) return;
-  if (RemoveFromGroupChain(name, newest->number)) LowerCount(place);
+  return newest && newest->messageId == UntilNul(message_id) &&
+         RemoveFromGroupChain(name, newest->number);
 }
 
 // The store keeps nothing of an article that cannot be put on all its chains: on none nobody would
-// see it, and a second import would take it for stored.
+// see it, and a second import would take it for stored. `chained` of them have it and are counted;
+// the next one may have it.
 void TakeBack(const AsciiArticle& article, const std::vector<std::u16string>& names,
               std::size_t chained, GroupPlaces& places) {
-  for (std::size_t i = chained; i > 0; --i) {
-    TakeOff(names[i - 1], *article.messageId, places.Find(names[i - 1]));
+  for (std::size_t i = std::min(chained + 1, names.size()); i > 0; --i) {
+    const std::u16string& name = names[i - 1];
+    if (TakeOff(name, *article.messageId) && i <= chained) LowerCount(places.Find(name));
   }
   DeleteArticle(*article.messageId);
+}
+
+// Puts it on the chain of every name; how many have it is in `chained` also when that breaks off.
+bool PutOnChains(const AsciiArticle& article, const std::vector<std::u16string>& names,
+                 GroupPlaces& places, std::size_t& chained) {
+  for (; chained < names.size(); ++chained) {
+    if (!AddArticleToGroup(names[chained], *article.messageId)) return false;
+    RaiseCount(places.Find(names[chained]));
+  }
+  return true;
+}
+
+// When none of them is on the list, the first one is added to it.
+void AddGroupWhenNoneIsListed(const std::vector<std::u16string>& names, GroupPlaces& places) {
+  const auto listed = [&](const std::u16string& name) { return places.Find(name).has_value(); };
+  if (!names.empty() && std::ranges::none_of(names, listed)) AddNewsgroupToPrefs(names.front());
 }
 
 }  // namespace
@@ -68,20 +86,19 @@ std::optional<std::size_t> GroupPlaces::Find(std::u16string_view name) {
 
 bool RouteImportedArticle(AsciiArticle& article, GroupPlaces& places) {
   if (!StoreArticle(article)) return false;
-  const std::vector<std::u16string> names = NamedGroups(*article.headers);
-  bool placed = false;
-  const std::u16string* unknown = nullptr;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (!AddArticleToGroup(names[i], *article.messageId)) {
-      TakeBack(article, names, i, places);
+  std::size_t chained = 0;
+  std::vector<std::u16string> names;
+  try {
+    names = NamedGroups(*article.headers);
+    if (!PutOnChains(article, names, places, chained)) {
+      TakeBack(article, names, chained, places);
       return false;
     }
-    const std::optional<std::size_t> place = places.Find(names[i]);
-    RaiseCount(place);
-    placed = placed || place.has_value();
-    if (!place && unknown == nullptr) unknown = &names[i];
+  } catch (const std::bad_alloc&) {
+    TakeBack(article, names, chained, places);
+    throw;
   }
-  if (!placed && unknown != nullptr) AddNewsgroupToPrefs(*unknown);
+  AddGroupWhenNoneIsListed(names, places);
   return true;
 }
 

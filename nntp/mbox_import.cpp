@@ -15,6 +15,7 @@
 #include "base/box_owner.h"
 #include "base/changes.h"
 #include "base/extensions.h"
+#include "base/guarded.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/wait_cursor.h"
@@ -178,6 +179,15 @@ void CacheAllCounts() {
   }
 }
 
+void AskAndImport() {
+  const auto path = gPlatform->file_dialogs.OpenFile(
+      CurrentBoxOwner(), {u"Import file", u"All files (*.*)", u"*.*", u"*"});
+  if (!path) return;
+  NoteChange(Change::kStore | Change::kGroupList | Change::kCounts);
+  DetermineReturnCharacters(*path);
+  ImportMbox(*path);
+}
+
 }  // namespace
 
 bool ImportMbox(std::u16string_view path) {
@@ -205,16 +215,11 @@ bool ImportMbox(std::u16string_view path) {
 }
 
 void ImportCommand() {
-  const auto path = gPlatform->file_dialogs.OpenFile(
-      CurrentBoxOwner(), {u"Import file", u"All files (*.*)", u"*.*", u"*"});
-  if (path) {
-    DetermineReturnCharacters(*path);
-    if (ImportMbox(*path)) NoteChange(Change::kStore | Change::kGroupList | Change::kCounts);
-  }
+  Guarded(u"ImportCommand", AskAndImport);
   // A critical error on the way has closed the window and the databases.
   if (gMainWindow == 0 || !DatabasesOpen()) return;
   // The marks of the boxes are in the preferences already: a click is told when it is made.
-  CountArticles();
+  Guarded(u"ImportCommand", CountArticles);
   PostToMainWindow(kUserRefreshCounts);
   PostToMainWindow(kUserRefillGroupList);
 }

@@ -494,6 +494,10 @@ class FaultyImportTest : public ImportTest {
       EXPECT_EQ(Total(i), chain.size());
       on_chains.insert(on_chains.end(), chain.begin(), chain.end());
     }
+    for (const char16_t* unlisted : {u"de.test", u"de.new"}) {
+      const auto chain = Chain(unlisted);
+      on_chains.insert(on_chains.end(), chain.begin(), chain.end());
+    }
     for (const std::string& id : on_chains) EXPECT_TRUE(ArticleExists(id)) << id;
     for (int i = 1; i <= 3; ++i) {
       const std::string id = FormatNarrow("<%d@x>", i);
@@ -521,6 +525,34 @@ TEST_F(FaultyImportTest, AStoreThatIsRefusedAtAnyPointLeavesItWhole) {
     OpenStore();
   }
   EXPECT_GE(failures, 15);
+}
+
+TEST_F(FaultyImportTest, MemoryThatRunsOutAtAnyPointLeavesItWhole) {
+  gMainWindow = 0;
+  const std::string text = Message("<1@x>", "alt.test,comp.lang.misc,de.test") +
+                           Message("<2@x>", "comp.lang.misc,alt.test") +
+                           Message("<3@x>", "de.new,de.test");
+  Write(text);
+  int n = 1;
+  for (;; n += 3) {
+    fake.display.ForgetBoxes();
+    bool escaped = false;
+    testing::FailNthNew(n);
+    try {
+      DetermineReturnCharacters(kFile);
+      ImportMbox(kFile);
+    } catch (const std::bad_alloc&) {
+      escaped = true;  // for the command to tell
+    }
+    testing::FailNthNew(0);
+    ExpectWhole();
+    ASSERT_FALSE(HasFailure()) << n;
+    if (!escaped && BoxTexts().empty() && gPrefs->numgroups == 3 && Total(0) == 2) break;
+    ASSERT_TRUE(DeleteDatabases(true));
+    gPrefs = TestPrefs();
+    OpenStore();
+  }
+  EXPECT_GT(n, 50);
 }
 
 TEST_F(FaultyImportTest, AMessageThatIsRefusedForItselfIsToldAndTheNextOnesCome) {
