@@ -69,10 +69,10 @@ bool PutOnChains(const AsciiArticle& article, const std::vector<std::u16string>&
   return true;
 }
 
-// When none of them is on the list, the first one is added to it.
-void AddGroupWhenNoneIsListed(const std::vector<std::u16string>& names, GroupPlaces& places) {
+// When none of them is on the list, the first one is added to it; false when that failed.
+bool AddGroupWhenNoneIsListed(const std::vector<std::u16string>& names, GroupPlaces& places) {
   const auto listed = [&](const std::u16string& name) { return places.Find(name).has_value(); };
-  if (!names.empty() && std::ranges::none_of(names, listed)) AddNewsgroupToPrefs(names.front());
+  return names.empty() || std::ranges::any_of(names, listed) || AddNewsgroupToPrefs(names.front());
 }
 
 }  // namespace
@@ -84,22 +84,21 @@ std::optional<std::size_t> GroupPlaces::Find(std::u16string_view name) {
   return found->second;
 }
 
-bool RouteImportedArticle(AsciiArticle& article, GroupPlaces& places) {
-  if (!StoreArticle(article)) return false;
+Routed RouteImportedArticle(AsciiArticle& article, GroupPlaces& places) {
+  if (!StoreArticle(article)) return Routed::kRefused;
   std::size_t chained = 0;
   std::vector<std::u16string> names;
   try {
     names = NamedGroups(*article.headers);
     if (!PutOnChains(article, names, places, chained)) {
       TakeBack(article, names, chained, places);
-      return false;
+      return Routed::kRefused;
     }
   } catch (const std::bad_alloc&) {
     TakeBack(article, names, chained, places);
     throw;
   }
-  AddGroupWhenNoneIsListed(names, places);
-  return true;
+  return AddGroupWhenNoneIsListed(names, places) ? Routed::kStored : Routed::kListNotSaved;
 }
 
 }  // namespace quillet

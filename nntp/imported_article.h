@@ -24,10 +24,15 @@ class GroupPlaces {
   std::unordered_map<std::u16string, std::size_t> places_;
 };
 
+enum class Routed {
+  kStored,
+  kListNotSaved,  // stored, but the group list could not be saved, which was told
+  kRefused,       // not in the store
+};
+
 // Stores the article, which has all its fields, and puts it on the chain of every group that its
 // "Newsgroups:" line names, whether or not the group is on the list. When none of them is, the
-// first of them is added to the list. False when it could not be stored, or not on all of these
-// chains: it is not in the store then.
-bool RouteImportedArticle(AsciiArticle& article, GroupPlaces& places);
+// first of them is added to the list. What cannot be put on all of these chains is refused.
+Routed RouteImportedArticle(AsciiArticle& article, GroupPlaces& places);
 
 }  // namespace quillet

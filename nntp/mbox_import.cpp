@@ -142,13 +142,15 @@ RunEnd MboxImport::EndMessage() {
 
 RunEnd MboxImport::StoreMessage() {
   article_->body = std::exchange(text_, {});
-  const bool stored = RouteImportedArticle(*article_, places_);
+  const Routed routed = RouteImportedArticle(*article_, places_);
   article_.reset();
   ++imported_;
-  if (stored) return RunEnd::kGoOn;
-  // Every further message would fail the same way; one that was refused for itself ends nothing.
-  if (gDatabaseErrorFlag) return RunEnd::kStoreFailed;
-  if (!StoreLacksRoom()) return RunEnd::kGoOn;
+  // Every further message would fail the same way; one that was refused for itself ends nothing. A
+  // critical error has closed the databases.
+  if (routed == Routed::kListNotSaved || gDatabaseErrorFlag || !DatabasesOpen()) {
+    return RunEnd::kStoreFailed;
+  }
+  if (routed == Routed::kStored || !StoreLacksRoom()) return RunEnd::kGoOn;
   ShowMessage(
       FormatWide(u"There is no free space left for the databases. The import ended after "
                  u"%lu articles.",
@@ -209,8 +211,10 @@ bool ImportMbox(std::u16string_view path) {
   Rewind(reader);
   const WaitCursor wait;
   RunImport(reader);
-  CacheAllCounts();
-  StoreIsWhole();
+  if (DatabasesOpen()) {
+    CacheAllCounts();
+    StoreIsWhole();
+  }
   return true;
 }
 

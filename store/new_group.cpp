@@ -46,8 +46,8 @@ bool AppendNewsgroup(std::u16string_view name) {
 
 }  // namespace
 
-void AddNewsgroupToPrefs(std::u16string_view name) {
-  if (AppendNewsgroup(name)) WritePreferences();
+bool AddNewsgroupToPrefs(std::u16string_view name) {
+  return AppendNewsgroup(name) && WritePreferences();
 }
 
 }  // namespace quillet

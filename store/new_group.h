@@ -6,7 +6,7 @@
 namespace quillet {
 
 // Appends the group, checked, with the counts of what the store has on its chain, and writes the
-// preferences.
-void AddNewsgroupToPrefs(std::u16string_view name);
+// preferences. False when one of both could not be done, which is told.
+bool AddNewsgroupToPrefs(std::u16string_view name);
 
 }  // namespace quillet

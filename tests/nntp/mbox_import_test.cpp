@@ -10,6 +10,7 @@
 #include "base/changes.h"
 #include "base/extensions.h"
 #include "base/registry_values.h"
+#include "base/window_procedures.h"
 #include "nntp/mbox_lines.h"
 #include "store/compression.h"
 #include "store/gdbm_library.h"
@@ -594,6 +595,34 @@ TEST_F(ImportTest, AFullVolumeEndsTheImportOnceAndKeepsWhatIsStored) {
               ElementsAre(FormatWide(u"There is no free space left for the databases. The import "
                                      u"ended after %d articles.",
                                      chain.size())));
+}
+
+// One message for each of thousands of groups could not be left.
+TEST_F(ImportTest, AGroupListThatCannotBeSavedEndsTheImport) {
+  std::string text = Message("<0@x>", "alt.test");
+  for (int i = 1; i < 10; ++i) text += Message(FormatNarrow("<%d@x>", i), FormatNarrow("de.%d", i));
+  fake.registry.FailBegin(1);
+  Import(text);
+  EXPECT_THAT(BoxTexts(), SizeIs(1));
+  EXPECT_TRUE(ArticleExists("<1@x>"));
+  EXPECT_THAT(Chain(u"de.1"), ElementsAre("<1@x>"));
+  EXPECT_FALSE(ArticleExists("<2@x>"));
+  EXPECT_EQ(Total(1), 1U);
+}
+
+// The report closes the window, and the program ends.
+TEST_F(ImportTest, ACriticalErrorEndsTheImportWithoutAnotherWord) {
+  Write(Message("<0@x>", "de.new") + Message("<1@x>", "alt.test") + Message("<2@x>", "alt.test"));
+  DetermineReturnCharacters(kFile);
+  fake.registry.FailCreate(1);
+  gMainWindow = fake.display.CreateMainWindow({u"Quillet CE", u"t", 103, {240, 320}});
+  SetProcedure(gMainWindow, [](const port::Message& message) {
+    if (message.kind == port::MessageKind::kClose) CloseDatabases();
+  });
+  ImportMbox(kFile);
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"A critical error (unable to create registry key) occurred in "
+                          u"WritePreferences."));
 }
 
 TEST_F(ImportTest, AFileThatCannotBeReadToItsEndIsTold) {
