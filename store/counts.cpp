@@ -16,6 +16,7 @@
 #include "store/chains.h"
 #include "store/databases.h"
 #include "store/node.h"
+#include "store/stored_article.h"
 #include "util/little_endian.h"
 #include "util/text.h"
 
@@ -31,11 +32,16 @@ constexpr std::uint32_t kCacheFormat = 1;
 constexpr std::size_t kCacheLength = 12;
 
 bool StoreCache(const ReadInfo& info) {
+  const std::string key = GroupKey(info.groupName);
+  // An article that came before the group may have its name for a Message-ID. It stays, and the
+  // group is counted along its chain at every start.
+  const HeldValue old = FetchHeldValue(DatabaseIndex::kArticles, key);
+  if (old && IsArticleValue(old.view())) return true;
   std::string value;
   for (const std::uint32_t word : {kCacheFormat, info.readCount, info.totalCount}) {
     AppendU32(value, word);
   }
-  return InsertOrReplaceValue(DatabaseIndex::kArticles, GroupKey(info.groupName), value);
+  return InsertOrReplaceValue(DatabaseIndex::kArticles, key, value);
 }
 
 void StoreCacheOrReport(const ReadInfo& info, std::u16string_view location) {

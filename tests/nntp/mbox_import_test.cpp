@@ -463,6 +463,13 @@ TEST_F(ImportTest, AnArticleWithTheNameOfAGroupForItsIdGetsBrackets) {
   EXPECT_EQ(Total(1), 1U);
 }
 
+TEST_F(ImportTest, AnArticleWithTheNameOfANewGroupForItsIdStays) {
+  Import(Message("de.new", "de.new", "one\n") + Message("<2@x>", "de.new"));
+  EXPECT_EQ(BodyOf("de.new"), "one\r\n");
+  EXPECT_THAT(Chain(u"de.new"), ElementsAre("<2@x>", "de.new"));
+  EXPECT_EQ(Total(2), 2U);
+}
+
 // --- Compression ---------------------------------------------------------------------------------
 
 TEST_F(ImportTest, ArticlesAreCompressedAsThePreferencesSay) {

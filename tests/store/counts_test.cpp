@@ -69,6 +69,21 @@ TEST_F(CountsTest, ACacheOfAnotherLengthIsCountedAnew) {
   }
 }
 
+// It was stored before the group was on the list.
+TEST_F(CountsTest, AnArticleWithTheNameOfTheGroupForItsIdIsNeverOverwritten) {
+  OpenStore();
+  Add(u"de.test", "alt.test");
+  Add(u"alt.test", "<1@x>", true);
+  const ReadInfo info = Populated(u"alt.test");
+  EXPECT_EQ(info.readCount, 1U);
+  EXPECT_EQ(info.totalCount, 1U);
+  CountArticles();
+  ExpectCounts(1, 1, 1);
+  UpdateGlobalGDBMArticleCountCache(1);
+  EXPECT_EQ(FetchArticle("alt.test")->subject, "s");
+  EXPECT_THAT(BoxTexts(), ::testing::IsEmpty());
+}
+
 TEST_F(CountsTest, AfterAKilledSessionNoCacheIsTrusted) {
   OpenStore();
   Add(u"alt.test", "<1@x>", true);
