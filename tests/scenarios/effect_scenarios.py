@@ -577,6 +577,24 @@ class Cards(Effects):
             self.assertEqual(q.chain(GROUP), [])
         self.assert_fine(q)
 
+    def test_articles_of_a_card_come_back_after_a_start_without_it(self):
+        with self.fetched(Card="") as q:
+            self.move(q, "Card")
+        with self.run_quillet() as q:
+            q.do("wait")
+        self.assert_fine(q)
+        card = self.profile.parent / (self.profile.name + "-Card") / "Quillet CE News"
+        for path in card.iterdir():
+            shutil.copy(path, self.news_folder)
+        with self.run_quillet(wrapper=self.cards(Card="")) as q:
+            self.assert_all_there(q)
+            q.expect(self.MOVES, "yes")
+            self.move(q, "Card")
+            self.assertEqual((self.own_files(), self.card_files("Card")), ([], sorted(DATABASES)))
+            self.assert_all_there(q)
+            self.assertEqual(len(q.boxes()), 1)
+        self.assert_fine(q)
+
     def test_a_card_that_cannot_be_written_is_not_offered(self):
         with self.fetched(Card="read-only") as q:
             self.open_sheet(q, "Database Management")
