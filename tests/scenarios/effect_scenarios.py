@@ -1,6 +1,7 @@
 """What the settings do: each is changed in its page, and the program behaves by it at once."""
 
 import os
+import pathlib
 import pwd
 import shlex
 import shutil
@@ -278,6 +279,67 @@ class Servers(Effects):
             q.connect()
             self.assertIn("I sent AUTHINFO, and the server responded '481 no", q.error_log())
         server.verify()
+
+
+class PasswordStore(Effects):
+    """With a mocked store of the desktop's."""
+
+    LOGIN = """S: 200 ready
+        C: AUTHINFO USER ann
+        S: 381 more
+        C: AUTHINFO PASS sesame
+        S: 281 welcome
+        C: GROUP comp.test
+        S: 411 none
+        C: QUIT"""
+
+    def setUp(self):
+        super().setUp()
+        self.bus = PrivateBus(self)
+        self.bus.serve("org.freedesktop.secrets", str(
+            pathlib.Path(__file__).resolve().parents[1] / "port" / "secret_service_mock.py"))
+        self.store = self.bus.interface("org.freedesktop.secrets", "/org/freedesktop/secrets",
+                                        "quillet.Mock")
+
+    def kept(self):
+        return [str(text).split("=", 1)[1] for text in self.store.Texts()]
+
+    def test_passwords_go_there_and_come_back(self):
+        server = TranscriptServer(self.LOGIN, self.LOGIN, self.LOGIN)
+        with self.run_with(servers=[server.address], groups=[GROUP],
+                           env=self.bus.environment) as q:
+            self.change(q, "Server", "tick %d" % EXTRA_LOGIN, set_text(USER, "ann"),
+                        set_text(PASSWORD, "sesame"))
+            self.assertEqual((q.registry("authpasses"), self.kept()), (["sesame"], []))
+            self.change(q, "Extensions", "tick %d" % PASSWORD_STORE)
+            self.assertEqual((q.registry("authpasses"), self.kept()), (["\ue000"], ["sesame"]))
+            q.connect()
+        self.assertNotIn(b"sesame", b"".join(
+            path.read_bytes() for path in self.profile.glob("registry.db*")).replace(b"\0", b""))
+        with self.run_quillet(env=self.bus.environment) as q:
+            self.open_sheet(q, "Server")
+            self.assertEqual(self.shown(q, PASSWORD), ["sesame"])
+            self.cancel(q)
+            q.connect()
+            self.change(q, "Extensions", "untick %d" % PASSWORD_STORE)
+            self.assertEqual((q.registry("authpasses"), self.kept()), (["sesame"], []))
+        with self.run_quillet(env=self.bus.environment) as q:
+            q.connect()
+        server.verify()
+
+    def test_a_password_that_is_changed_or_deleted_is_so_in_the_store(self):
+        with self.run_with(servers=[("a", 119), ("b", 119)], groups=[GROUP],
+                           env=self.bus.environment) as q:
+            self.change(q, "Extensions", "tick %d" % PASSWORD_STORE)
+            self.change(q, "Server", set_text(PASSWORD, "one"), choose(SERVERS, "b"),
+                        set_text(PASSWORD, "two"))
+            self.assertEqual(sorted(self.kept()), ["one", "two"])
+            self.change(q, "Server", set_text(PASSWORD, "three"))
+            self.assertEqual(sorted(self.kept()), ["one", "three"])
+            self.change(q, "Server", "press %d" % DELETE_SERVER)
+            self.assertEqual(self.kept(), ["one"])
+            self.assert_silent(q)
+        self.assert_fine(q)
 
 
 class TransactionLog(Effects):

@@ -1,6 +1,12 @@
 """What the scenarios of the settings share: pages, controls, and a profile in which every kind of
 value is there."""
 
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
 from reading import *
 
 # The pages in their order; the place is what `prefspage` stores.
@@ -45,6 +51,55 @@ NO_BUS = {"DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent"}
 def empty(text):
     """As it stands in a stored list."""
     return text or "\ue000"
+
+
+class PrivateBus:
+    """A message bus of the test's own, system and session bus at once. Without Python's modules for
+    it the test is skipped."""
+
+    def __init__(self, test):
+        self.test = test
+        try:
+            import dbus  # pylint: disable=import-outside-toplevel
+            import dbusmock  # noqa: F401 pylint: disable=import-outside-toplevel,unused-import
+        except ImportError as error:
+            test.skipTest(str(error))
+        self.dbus = dbus
+        folder = tempfile.TemporaryDirectory()  # the name of a socket cannot be long
+        test.addCleanup(folder.cleanup)
+        address = "unix:path=%s/bus" % folder.name
+        self.environment = {"DBUS_SYSTEM_BUS_ADDRESS": address,
+                            "DBUS_SESSION_BUS_ADDRESS": address}
+        with open(folder.name + "/bus.conf", "w", encoding="ascii") as file:
+            # No services that the bus could start by itself.
+            file.write('<busconfig><type>session</type><listen>%s</listen>'
+                       '<policy context="default"><allow send_destination="*"/>'
+                       '<allow receive_sender="*"/><allow own="*"/></policy></busconfig>' % address)
+        self._spawn("dbus-daemon", "--nofork", "--nopidfile",
+                    "--config-file=%s/bus.conf" % folder.name)
+        self._until(lambda: os.path.exists(folder.name + "/bus"))
+        self.connection = dbus.bus.BusConnection(address)
+        test.addCleanup(self.connection.close)
+
+    def serve(self, name, *words):
+        """Runs a Python program that takes that name."""
+        self._spawn(sys.executable, "-B", *words)
+        self._until(lambda: self.connection.name_has_owner(name))
+
+    def interface(self, name, path, interface):
+        return self.dbus.Interface(self.connection.get_object(name, path), interface)
+
+    def _spawn(self, *words):
+        process = subprocess.Popen(words, env=dict(os.environ, **self.environment),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.test.addCleanup(process.wait)
+        self.test.addCleanup(process.kill)
+
+    def _until(self, condition):
+        end = time.monotonic() + 30
+        while not condition():
+            self.test.assertLess(time.monotonic(), end)
+            time.sleep(0.05)
 
 
 class Settings(Reading):

@@ -1,11 +1,5 @@
 """The preferences in the window: what each control stores, and how the sheet ends."""
 
-import os
-import subprocess
-import sys
-import tempfile
-import time
-
 from settings import *
 
 CLEARED = ("The default email transport has been cleared. You will be prompted to choose a new "
@@ -566,45 +560,20 @@ class ConnectionPage(Settings):
 
     def setUp(self):
         super().setUp()
-        try:
-            import dbus  # pylint: disable=import-outside-toplevel
-            import dbusmock  # noqa: F401 pylint: disable=import-outside-toplevel,unused-import
-        except ImportError as error:
-            self.skipTest(str(error))
-        folder = tempfile.TemporaryDirectory()  # the name of a socket cannot be long
-        self.addCleanup(folder.cleanup)
-        address = "unix:path=%s/bus" % folder.name
-        self.bus = {"DBUS_SYSTEM_BUS_ADDRESS": address, "DBUS_SESSION_BUS_ADDRESS": address}
-        self.spawn("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address", address)
-        self.until(lambda: os.path.exists(folder.name + "/bus"))
-        self.spawn(sys.executable, "-m", "dbusmock", "--template", "networkmanager")
         name = "org.freedesktop.NetworkManager"
-        bus = dbus.bus.BusConnection(address)
-        self.addCleanup(bus.close)
-        self.until(lambda: bus.name_has_owner(name))
-        settings = dbus.Interface(bus.get_object(name, "/org/freedesktop/NetworkManager/Settings"),
-                                  name + ".Settings")
+        self.bus = PrivateBus(self)
+        self.bus.serve(name, "-m", "dbusmock", "--template", "networkmanager")
+        settings = self.bus.interface(name, "/org/freedesktop/NetworkManager/Settings",
+                                      name + ".Settings")
         for entry, kind in self.DIALS + (("cable", "802-3-ethernet"),):
             settings.AddConnection({
                 "ipv4": {"method": "auto"},
-                "connection": {"id": entry, "type": kind, "timestamp": dbus.UInt64(7),
+                "connection": {"id": entry, "type": kind, "timestamp": self.bus.dbus.UInt64(7),
                                "autoconnect": False}})
-
-    def spawn(self, *words):
-        process = subprocess.Popen(words, env=dict(os.environ, **self.bus),
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
-
-    def until(self, condition):
-        end = time.monotonic() + 30
-        while not condition():
-            self.assertLess(time.monotonic(), end)
-            time.sleep(0.05)
 
     def test_what_can_be_dialled_is_offered_and_stored(self):
         before = self.use_settings()
-        with self.run_quillet(env=self.bus) as q:
+        with self.run_quillet(env=self.bus.environment) as q:
             self.open_sheet(q, "Connection")
             self.assertEqual(self.page_control(q, METHOD)["choices"],
                              ["Mobil \u00e4", "work", "<none>"])
@@ -624,7 +593,7 @@ class ConnectionPage(Settings):
         self.assert_fine(q)
 
     def test_quick_setup_offers_them_too(self):
-        with self.run_quillet(hold=True, env=self.bus) as q:
+        with self.run_quillet(hold=True, env=self.bus.environment) as q:
             q.expect(WELCOME, "ok")
             q.start()
             q.wait_dialog(SETUP_1)
