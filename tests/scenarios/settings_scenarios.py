@@ -81,7 +81,27 @@ EACH_CONTROL = [
 SAID = {"press %d" % CLEAR_TRANSPORT: CLEARED, "tick %d" % PASSWORD_STORE: NO_STORE}
 
 
+# Tried elsewhere: what needs a phone book, cards or entries of the killfile, what is on already, and
+# buttons that do something at once.
+TRIED_ELSEWHERE = {METHOD, STORE, DELETE_READ, BOTTOM, *range(KILLFILE, PROPAGATE + 1), ADD_SERVER,
+                   DELETE_SERVER, COMPRESS_NOW, UNCOMPRESS_NOW, PURGE, COMPACT, RESET, SAVE_LOG}
+
+
 class Controls(Settings):
+    def test_no_control_is_forgotten_here(self):
+        self.use_settings()
+        controls = set()
+        with self.run_quillet() as q:
+            self.open_sheet(q)
+            for caption in PAGES:
+                self.turn_to(q, caption)
+                controls |= {(caption, one["id"]) for one in q.ask("dialog")["page_controls"]
+                             if one["kind"] not in ("text", "other") and one["id"] != DATABASES_LIST}
+            self.cancel(q)
+        tried = {(caption, int(line.split()[1])) for caption, line, _ in EACH_CONTROL}
+        self.assertEqual(tried - controls, set())
+        self.assertEqual({one for one in controls - tried if one[1] not in TRIED_ELSEWHERE}, set())
+
     @for_each(*EACH_CONTROL)
     def test_ok_stores_what_was_changed_and_nothing_else(self, caption, line, changes):
         before = self.use_settings()
