@@ -102,7 +102,8 @@ class Guide(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.guide = (REPOSITORY / "docs/user-guide.md").read_text(encoding="utf-8")
-        cls.messages = set(re.findall(r"\*\*(.+?)\*\*", cls.guide))
+        unwrapped = re.sub(r"\n  (?=\S)", " ", cls.guide)
+        cls.messages = set(re.findall(r"\*\*(.+?)\*\*", unwrapped))
         cls.reasons = {reason for message in cls.messages for reason in
                        re.findall(r"An? (?:unexpected|critical) error \((.*)\) occurred", message)}
         cls.sources = {}
