@@ -102,8 +102,8 @@ class Guide(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.guide = (REPOSITORY / "docs/user-guide.md").read_text(encoding="utf-8")
-        unwrapped = re.sub(r"\n  (?=\S)", " ", cls.guide)
-        cls.messages = set(re.findall(r"\*\*(.+?)\*\*", unwrapped))
+        cls.unwrapped = re.sub(r"\n  (?=\S)", " ", cls.guide)
+        cls.messages = set(re.findall(r"\*\*(.+?)\*\*", cls.unwrapped))
         cls.reasons = {reason for message in cls.messages for reason in
                        re.findall(r"An? (?:unexpected|critical) error \((.*)\) occurred", message)}
         cls.sources = {}
@@ -118,7 +118,7 @@ class Guide(unittest.TestCase):
         with a full stop is the end of a message."""
         return (text in self.messages or text in self.reasons
                 or text.startswith(". ") and any(one.endswith(text) for one in self.messages)
-                or not text.endswith((".", "?", "!")) and text in self.guide)
+                or not text.endswith((".", "?", "!")) and text in self.unwrapped)
 
     def test_every_message_of_the_program_is_explained(self):
         missing = {}
