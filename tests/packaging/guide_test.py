@@ -166,14 +166,23 @@ class Guide(unittest.TestCase):
         self.assertEqual(shown, {'a "\u2026" (b), c \u2026%', "d"})
         self.assertEqual(texts, shown | {"one (two) three"})
 
-    def test_links_lead_somewhere(self):
-        anchors = {"#" + re.sub(r"[^a-z0-9 -]", "", heading.lower()).replace(" ", "-")
-                   for heading in re.findall(r"^#+ (.*)$", self.guide, re.MULTILINE)}
-        for target in re.findall(r"\]\(([^)]+)\)", self.guide):
-            if target.startswith("#"):
-                self.assertIn(target, anchors)
-            else:
-                self.assertTrue((REPOSITORY / "docs" / target).exists(), target)
+    def test_links_of_the_documents_lead_somewhere(self):
+        def anchors_of(path):
+            headings = re.findall(r"^#+ (.*)$", path.read_text(encoding="utf-8"), re.MULTILINE)
+            return {re.sub(r"[^a-z0-9 -]", "", heading.lower()).replace(" ", "-")
+                    for heading in headings}
+
+        documents = [REPOSITORY / "README.md", *(REPOSITORY / "docs").glob("*.md")]
+        links = 0
+        for document in documents:
+            for target in re.findall(r"\]\(([^)\s]+)\)", document.read_text(encoding="utf-8")):
+                path, _, anchor = target.partition("#")
+                found = document.parent / path if path else document
+                self.assertTrue(found.exists(), (document.name, target))
+                if anchor:
+                    self.assertIn(anchor, anchors_of(found), (document.name, target))
+                links += 1
+        self.assertGreater(links, 20)
 
 
 if __name__ == "__main__":
