@@ -39,6 +39,8 @@ class Failures(Scenario):
                 (["expect x yes often"], "usage", "neither optional nor times N: often", 1),
                 (["registry-set a dword x"], "usage", "not a registry value", 1),
                 (["registry-set a raw 99 00"], "usage", "not a registry value", 1),
+                (["expect-open /" + "x" * 259], "usage",
+                 "no open dialog returns a path of more than 259 characters", 1),
                 (["timeout 0"], "usage", "not a time limit", 1)):
             with self.subTest(lines):
                 q = self.run_script(*lines)
@@ -225,6 +227,70 @@ class Reports(Scenario):
         self.assertEqual(self.read_back()["checked"][1], [0])
 
 
+class Sheet(Scenario):
+    """The commands of a property sheet, which is reported with its pages."""
+
+    PAGES = ["Server", "Connection", "Reply information", "Signature", "Download options",
+             "Storage options", "Compression", "Killfile", "Group view options",
+             "Thread view options", "Article view options", "Scheduling", "Database Management",
+             "Advanced", "Advanced:headers", "Advanced: Debugging", "Extensions"]
+
+    def start_opened(self):
+        q = self.run_with(servers=[("x.example", 119)], groups=["a.one"],
+                          values={"prefspage": 5})
+        q.do("command 40009")
+        q.do("wait-dialog")
+        return q
+
+    def test_the_sheet_tells_its_pages_and_the_controls_of_the_one_in_front(self):
+        with self.start_opened() as q:
+            sheet = q.ask("dialog")
+            self.assertEqual((sheet["form"], sheet["caption"], sheet["modal"]),
+                             (0, "Quillet CE Preferences", True))
+            self.assertEqual(sheet["pages"], self.PAGES)
+            self.assertEqual((sheet["page"], sheet["page_form"]), (5, 146))
+            self.assertEqual([one["id"] for one in sheet["controls"]], [1, 2])
+            slider = next(one for one in sheet["page_controls"] if one["id"] == 1121)
+            self.assertEqual((slider["kind"], slider["lower"], slider["upper"]),
+                             ("slider", 0, 100))
+            q.do('page "Scheduling"')
+            sheet = q.ask("dialog")
+            self.assertEqual((sheet["page"], sheet["page_form"]), (11, 152))
+            q.do("set-time 1152 1 2 3")
+            time = next(one for one in q.ask("dialog")["page_controls"] if one["id"] == 1152)
+            self.assertEqual((time["kind"], time["hour"], time["minute"], time["second"]),
+                             ("time", 1, 2, 3))
+            q.do("press 1")
+            q.do("wait")
+            self.assertEqual(q.registry("downloadsc"), 3)
+        self.assert_fine(q)
+
+    @for_each(
+        (["slide 1121 101"], "missing", "the open dialog does not go there with control 1121"),
+        (["slide 1120 5"], "missing", "the open dialog does not go there with control 1120"),
+        (["slide 1125 5"], "missing", "the open dialog does not go there with control 1125"),
+        (["set-time 1152 1 2 3"], "missing", "the open dialog takes no such time in control 1152"),
+        (['page "Scheduling"', "set-time 1152 24 0 0"], "missing",
+         "the open dialog takes no such time in control 1152"),
+        (['page "Nowhere"'], "missing", "the open dialog has no page Nowhere"),
+        (['page "server"'], "missing", "the open dialog has no page server"),
+        (["press 1169"], "missing", "the open dialog has no button 1169"),
+        (["tick a.one"], "refused", "a dialog takes the input: 0 Quillet CE Preferences"),
+        (["command 40013"], "refused", "a dialog takes the input: 0 Quillet CE Preferences"),
+        (["press 2", "wait", "command 40061"], "unannounced-question",
+         "Welcome to Quillet CE! The Quick Setup Wizard will now prompt you for some basic "
+         "configuration information. If you don't know what to enter, you can always come back to "
+         "the Quick Setup Wizard by selecting \"Quick Setup\" from the \"File\" menu."))
+    def test_what_the_page_in_front_does_not_have_is_refused(self, lines, reason, text):
+        q = self.start_opened()
+        for line in lines:
+            q.send(line)
+        q.send("wait")
+        self.assertEqual(q.finish(), 1)
+        self.assertEqual((q.failure()["reason"], q.failure()["text"]), (reason, text))
+        self.assertEqual(q.exit_code(), 0)
+
+
 class Reading(Scenario):
     """The commands of the thread and the article view, and what they refuse."""
 
@@ -257,6 +323,9 @@ class Reading(Scenario):
         (['expect-menu "Copy"', "context-menu 1"], "no-such-entry", "Copy"),
         (['expect-menu "Copy"'], "unused-announcement", "Copy"),
         (["expect-save /x"], "unused-announcement", "/x"),
+        (["expect-open /x"], "unused-announcement", "/x"),
+        (["expect-save /x", "tab group", "command 40060"], "unannounced-open-dialog",
+         "Import file"),
         (["open-node 1", "command 40057"], "unannounced-save-dialog", "Save article as"),
         (["command 40048", "wait-dialog", "open-node 1"], "refused",
          "a dialog takes the input: 123 Find"))
