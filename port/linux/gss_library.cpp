@@ -87,6 +87,24 @@ gss_buffer_desc GssBuffer(std::string_view text) {
   return buffer;
 }
 
+SecurityResult SecurityResultOf(OM_uint32 major) {
+  if (!GSS_ERROR(major)) {
+    return (major & GSS_S_CONTINUE_NEEDED) != 0 ? kSecurityContinueNeeded : kSecurityDone;
+  }
+  switch (GSS_ROUTINE_ERROR(major)) {
+    case GSS_S_DEFECTIVE_TOKEN:
+      return kSecurityInvalidToken;
+    case GSS_S_NO_CRED:
+      return kSecurityNoCredentials;
+    case GSS_S_DEFECTIVE_CREDENTIAL:
+      return kSecurityLogonDenied;
+    case GSS_S_BAD_MECH:
+      return kSecurityNoPackage;
+    default:
+      return kSecurityFailed;
+  }
+}
+
 bool NtlmIsInstalled() {
   for (const std::string& path : MechanismLists()) {
     std::istringstream list(ReadBoundedFile(path, kLongestList).value_or(""));

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "port/security.h"
+
 namespace quillet::port {
 
 class GssLibrary {
@@ -31,6 +33,9 @@ gss_OID NtlmMechanism();
 
 // A text as the library takes it; valid as long as the text is.
 gss_buffer_desc GssBuffer(std::string_view text);
+
+// What a major status means for the other side of the port.
+SecurityResult SecurityResultOf(OM_uint32 major);
 
 // Whether the system's list of mechanisms has the one for NTLM. Loads nothing.
 bool NtlmIsInstalled();

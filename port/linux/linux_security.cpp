@@ -53,24 +53,6 @@ std::optional<std::string> MechanismName(const SecurityIdentity& identity) {
   return name;
 }
 
-SecurityResult ResultOf(OM_uint32 major) {
-  if (!GSS_ERROR(major)) {
-    return (major & GSS_S_CONTINUE_NEEDED) != 0 ? kSecurityContinueNeeded : kSecurityDone;
-  }
-  switch (GSS_ROUTINE_ERROR(major)) {
-    case GSS_S_DEFECTIVE_TOKEN:
-      return kSecurityInvalidToken;
-    case GSS_S_NO_CRED:
-      return kSecurityNoCredentials;
-    case GSS_S_DEFECTIVE_CREDENTIAL:
-      return kSecurityLogonDenied;
-    case GSS_S_BAD_MECH:
-      return kSecurityNoPackage;
-    default:
-      return kSecurityFailed;
-  }
-}
-
 }  // namespace
 
 struct LinuxSecurity::Credentials {
@@ -159,7 +141,7 @@ SecurityStep LinuxSecurity::InitializeContext(CredentialsHandle credentials,
   const OM_uint32 major = library.init_sec_context(
       &minor, used->second->handle, &state.handle, name.get(), NtlmMechanism(), 0, 0,
       GSS_C_NO_CHANNEL_BINDINGS, first ? GSS_C_NO_BUFFER : &in, nullptr, &out, nullptr, nullptr);
-  SecurityStep step{ResultOf(major), static_cast<std::int32_t>(minor), {}};
+  SecurityStep step{SecurityResultOf(major), static_cast<std::int32_t>(minor), {}};
   if (out.length > kLongestSecurityToken) {
     step.result = kSecurityFailed;
   } else if (out.length != 0) {

@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 
+#include "port/linux/gss_library.h"
 #include "tests/port/ntlm_acceptor.h"
 
 namespace quillet::port {
@@ -168,6 +169,21 @@ TEST(LinuxSecurityMechanismTest, WithoutTheMechanismThereAreNoCredentials) {
     });
     EXPECT_EQ(child.Wait(), 0) << list;
   }
+}
+
+TEST(GssResultTest, NumbersThatUsersSee) {
+  EXPECT_EQ(SecurityResultOf(0), 0U);
+  EXPECT_EQ(SecurityResultOf(1), 0x00090312U);          // continue needed
+  EXPECT_EQ(SecurityResultOf(9U << 16), 0x80090308U);   // defective token
+  EXPECT_EQ(SecurityResultOf(7U << 16), 0x8009030EU);   // no credentials
+  EXPECT_EQ(SecurityResultOf(10U << 16), 0x8009030CU);  // defective credential
+  EXPECT_EQ(SecurityResultOf(1U << 16), 0x80090305U);   // no such mechanism
+  for (const unsigned routine : {2U, 3U, 4U, 5U, 6U, 8U, 11U, 12U, 13U, 14U, 15U, 16U, 17U, 18U}) {
+    EXPECT_EQ(SecurityResultOf(routine << 16), 0x80090304U) << routine;
+  }
+  // With what went wrong in calling it, and with a hint beside it.
+  EXPECT_EQ(SecurityResultOf(1U << 24 | 7U << 16 | 1), 0x8009030EU);
+  EXPECT_EQ(SecurityResultOf(1U << 24), 0x80090304U);
 }
 
 TEST_F(LinuxSecurityTest, HandlesThatAreNotThere) {
