@@ -1,5 +1,5 @@
-// What a server may send during an encrypted login, line after line. The first byte chooses who
-// reads its challenge: a double, or the system's mechanism where it has one.
+// What a server may send during an encrypted login, line after line, up to the package that reads
+// its challenge; fuzz_ntlm_challenge has that.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -11,7 +11,6 @@
 #include "nntp/connection.h"
 #include "nntp/ntlm.h"
 #include "port/fake/fake_platform.h"
-#include "port/linux/linux_security.h"
 
 namespace {
 
@@ -57,21 +56,11 @@ class LineSockets final : public port::Sockets {
 };
 
 struct Device {
-  explicit Device(port::Security& security)
-      : platform{fake.display.Services(),
-                 fake.queues,
-                 fake.registry,
-                 sockets,
-                 fake.libraries,
-                 fake.files,
-                 fake.clock,
-                 fake.shell,
-                 fake.scheduler,
-                 fake.dialler,
-                 fake.mail,
-                 fake.contacts,
-                 security,
-                 fake.secrets} {}
+  Device()
+      : platform{fake.display.Services(), fake.queues,  fake.registry, sockets,
+                 fake.libraries,          fake.files,   fake.clock,    fake.shell,
+                 fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,
+                 fake.security,           fake.secrets} {}
   port::FakePlatform fake;
   LineSockets sockets;
   port::Platform platform;
@@ -80,29 +69,24 @@ struct Device {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  static port::FakeSecurity canned;
-  static port::LinuxSecurity real;
-  static Device device(canned);
-  static Device real_device(real);
-  Device& used = (data[0] & 1) != 0 ? real_device : device;
-  gPlatform = &used.platform;
+  static Device device;
+  gPlatform = &device.platform;
+  port::FakeSecurity& canned = device.fake.security;
   canned = {};
   canned.packages = {{u"NTLM", 3}};
   canned.steps = {{port::kSecurityContinueNeeded, 0, "hello"}, {port::kSecurityDone, 0, "proof"}};
   gPrefs = std::make_unique<Prefs>();
   AddServer(*gPrefs, {u"news.example.org", 119, true, true, u"ann\\NEWS", u"secret"});
-  used.sockets.Start({reinterpret_cast<const char*>(data) + 1, size - 1});
+  device.sockets.Start({reinterpret_cast<const char*>(data), size});
   gConnection = NntpConnection();
   gConnection.wire.Open(1);
   const RunEnd end = NegotiateNtlm();
   Require(canned.credentials.empty() && canned.contexts.empty());
-  Require(used.sockets.sent.starts_with("AUTHINFO GENERIC NTLM\r\n"));
+  Require(device.sockets.sent.starts_with("AUTHINFO GENERIC NTLM\r\n"));
   // Whatever ends it without a login is said.
   Require((end == RunEnd::kGoOn) == gConnection.error_log.text.empty());
   for (const std::string& call : canned.calls) Require(call.size() < 2 * kLineBufferSize);
   gConnection = NntpConnection();
   gPrefs.reset();
-  gPlatform = &device.platform;
   return 0;
 }
