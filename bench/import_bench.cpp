@@ -152,7 +152,7 @@ int main(int argc, char** argv) {
                           fake.security,           fake.secrets};
   gPlatform = &platform;
   const int status = Run(Argument(argc, argv, 1, 20000), Argument(argc, argv, 2, 5),
-                         Argument(argc, argv, 3, 10000));
+                         Argument(argc, argv, 3, 2000));
   ResetProgram();
   gPlatform = &fake.platform;
   return status;

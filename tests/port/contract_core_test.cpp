@@ -734,6 +734,21 @@ TEST(LinuxFiles, OnlyMountedFoldersAreCards) {
   std::filesystem::remove_all(root);
 }
 
+TEST(LinuxFiles, OfTwoVolumesWithOneNameTheFirstIsTheCard) {
+  std::string root = testing::TempDir() + "quillet-cards-XXXXXX";
+  ASSERT_NE(mkdtemp(root.data()), nullptr);
+  for (const char* folder : {"/media/CARD", "/run/CARD", "/run/Other"}) {
+    std::filesystem::create_directories(root + folder);
+  }
+  LinuxFiles files(root + "/data", CardRoots{{root + "/media", root + "/run"}, false});
+  EXPECT_EQ(files.Cards(), (std::vector<std::u16string>{u"CARD", u"Other"}));
+  EXPECT_EQ(files.NativePath(u"\\CARD\\x"), root + "/media/CARD/x");
+  std::filesystem::remove(root + "/media/CARD");
+  EXPECT_EQ(files.Cards(), (std::vector<std::u16string>{u"CARD", u"Other"}));
+  EXPECT_EQ(files.NativePath(u"\\CARD\\x"), root + "/run/CARD/x");
+  std::filesystem::remove_all(root);
+}
+
 TEST(LinuxFiles, NamesThatNoPathCanSayAreNoCards) {
   std::string root = testing::TempDir() + "quillet-cards-XXXXXX";
   ASSERT_NE(mkdtemp(root.data()), nullptr);
