@@ -14,8 +14,6 @@
 #include "nntp/mbox_lines.h"
 #include "store/compression.h"
 #include "store/gdbm_library.h"
-#include "store/store_room.h"
-#include "store/use_mark.h"
 #include "tests/nntp/mbox_model.h"
 #include "tests/nntp/nntp_fixture.h"
 #include "tests/support/failing_new.h"

@@ -1,7 +1,6 @@
 #include "tests/nntp/mbox_model.h"
 
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 #include <optional>
 

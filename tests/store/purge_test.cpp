@@ -1,6 +1,7 @@
 // Purging, and what the storage page asks of stores and cards.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <filesystem>
 
 #include "base/changes.h"
