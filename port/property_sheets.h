@@ -7,8 +7,9 @@
 // destroyed. With the sheet as window come
 //   kPageShown (id: page)   when the sheet is shown, and whenever another page is, by whomever
 //   kPageLeft (id: page)    before that, for the page that was shown until then
-//   kCommand 1 and 2        OK and Cancel; Escape and the frame are Cancel. The sheet stays open,
-//                           and the page in front is not told of as left.
+//   kCommand 1 and 2        OK and Cancel; Escape and the frame are Cancel, Return is OK but in an
+//                           edit of several lines and on Cancel. The sheet stays open, and the page
+//                           in front is not told of as left.
 #pragma once
 
 #include <cstdint>

@@ -124,7 +124,6 @@ void SheetDialog::AddButtons(QLayout& below) {
   layout->setContentsMargins(0, 0, 0, 0);
   QPushButton* ok = NewButton(QStringLiteral("OK"));
   QPushButton* cancel = NewButton(QStringLiteral("Cancel"));
-  cancel->setAutoDefault(false);
   layout->addStretch(1);
   layout->addWidget(ok);
   layout->addWidget(cancel);

@@ -288,6 +288,22 @@ TEST_F(ProductForms, SliderGoesFrom0To100BySteps) {
   });
 }
 
+TEST_F(ProductForms, ReturnInQuickSetupPressesTheButtonThatHasTheFocus) {
+  const WindowHandle dialog =
+      device->dialogs().Create(kDialogQuickSetupConnection, 0, port::DialogKind::kModal);
+  device->dialogs().Show(dialog);
+  OnDisplay([&] { EXPECT_TRUE(QTest::qWaitForWindowActive(device->display().WidgetOf(dialog))); });
+  for (const auto& [focus, pressed] : {std::pair{kControlSetupConnection, kControlOk},
+                                       {kControlSetupBack, kControlSetupBack},
+                                       {kControlCancel, kControlCancel},
+                                       {kControlOk, kControlOk}}) {
+    OnDisplay([&] { ControlOf(*device->display().WidgetOf(dialog), focus)->setFocus(); });
+    TakeMessages(queues);
+    Key(Qt::Key_Return);
+    EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kCommand), (Details{{pressed, 0}}));
+  }
+}
+
 // --- the sheet -----------------------------------------------------------------------------------
 
 class AllPages : public DisplayTest {
@@ -494,6 +510,17 @@ TEST_F(AllPages, ReturnIsOkFromEveryControlButTextsOfSeveralLines) {
       EXPECT_EQ(pressed, lines ? Details{} : (Details{{kControlOk, 0}})) << stop;
     }
   }
+}
+
+TEST_F(AllPages, ReturnOnCancelIsCancel) {
+  OnDisplay([&] {
+    for (QPushButton* button : Sheet().findChildren<QPushButton*>()) {
+      if (button->text() == QStringLiteral("Cancel")) button->setFocus();
+    }
+  });
+  TakeMessages(queues);
+  Key(Qt::Key_Return);
+  EXPECT_EQ(OfKind(TakeMessages(queues), MessageKind::kCommand), (Details{{kControlCancel, 0}}));
 }
 
 // A page that goes with the focus in it hands it on to OK for a moment.
