@@ -13,6 +13,7 @@
 #include <array>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <thread>
 
@@ -72,7 +73,8 @@ const DialogEntry* FindDialog(const QString& name) {
 }
 
 QPalette LightPalette() {
-  return QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette();
+  const std::unique_ptr<QStyle> style(QStyleFactory::create(QStringLiteral("Fusion")));
+  return style->standardPalette();
 }
 
 QPalette DarkPalette() {
