@@ -3,6 +3,7 @@
 // is told as two messages, the page left and the page shown, and only once the sheet is visible.
 #include "qt/sheet_dialog.h"
 
+#include <QAbstractSpinBox>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QPushButton>
@@ -11,6 +12,7 @@
 #include <QScroller>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <QSlider>
 #include <algorithm>
 #include <utility>
 
@@ -138,9 +140,32 @@ void SheetDialog::AddPage(const Page& page) {
   if (narrow_) {
     for (QLayout* layout : page.widget->findChildren<QLayout*>()) SetNarrow(*layout);
   }
+  KeepFromWheel(*page.widget);
   stack_->addWidget(new PageArea(*page.widget, narrow_));
   if (names_ != nullptr) names_->addItem(page.caption);
   if (short_names_ != nullptr) short_names_->addItem(page.caption);
+}
+
+// Whoever turns the wheel to scroll the page must not change a setting that comes below the pointer
+// on the way: what a wheel would change heeds it with the focus alone.
+void SheetDialog::KeepFromWheel(QWidget& page) {
+  for (QWidget* widget : page.findChildren<QWidget*>()) {
+    const bool turns = qobject_cast<QComboBox*>(widget) != nullptr ||
+                       qobject_cast<QSlider*>(widget) != nullptr ||
+                       qobject_cast<QAbstractSpinBox*>(widget) != nullptr;
+    if (!turns) continue;
+    widget->setFocusPolicy(Qt::StrongFocus);
+    widget->installEventFilter(this);
+  }
+}
+
+bool SheetDialog::eventFilter(QObject* watched, QEvent* event) {
+  const auto* widget = qobject_cast<QWidget*>(watched);
+  if (event->type() != QEvent::Wheel || widget == nullptr || widget->hasFocus()) {
+    return QDialog::eventFilter(watched, event);
+  }
+  event->ignore();  // the page scrolls
+  return true;
 }
 
 void SheetDialog::BindKeys() {

@@ -34,11 +34,13 @@ class SheetDialog final : public QDialog {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   QWidget* NewPageChooser();
   void AddButtons(QLayout& below);
   void AddPage(const Page& page);
+  void KeepFromWheel(QWidget& page);
   void BindKeys();
   void Step(int by);
   void FocusPage();

@@ -12,6 +12,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTextDocument>
+#include <QWheelEvent>
 #include <algorithm>
 #include <map>
 #include <set>
@@ -574,6 +575,27 @@ TEST_F(AllPages, WhatIsWrittenIntoAPageIsShownAtOnce) {
       EXPECT_EQ(edit.text(), QString::number(number));
     });
   }
+}
+
+// A page is scrolled by the wheel, and a setting below the pointer stays what it is.
+TEST_F(AllPages, TheWheelChangesWhatHasTheFocusAlone) {
+  device->sheets().ShowPage(sheet, 8);
+  OnDisplay([&] {
+    auto& sizes = *qobject_cast<QComboBox*>(ControlOf(Page(8), kControlGroupFontSize));
+    sizes.addItems({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")});
+    sizes.setCurrentIndex(0);
+    const QPoint middle = sizes.rect().center();
+    const auto turn = [&] {
+      QWheelEvent down(middle, sizes.mapToGlobal(middle), {}, {0, -120}, Qt::NoButton,
+                       Qt::NoModifier, Qt::NoScrollPhase, false);
+      QCoreApplication::sendEvent(&sizes, &down);
+      return sizes.currentIndex();
+    };
+    NamesOfPages().setFocus();
+    EXPECT_EQ(turn(), 0);
+    sizes.setFocus();
+    EXPECT_EQ(turn(), 1);
+  });
 }
 
 TEST_F(AllPages, ABoxIsReadWholeAndNamedByItsText) {
