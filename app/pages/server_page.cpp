@@ -42,6 +42,7 @@ void ShowServer(PrefsSheet& sheet, port::WindowHandle page) {
   const bool there = IsThere(sheet);
   const std::u16string none;
   std::vector<port::ControlWrite> writes;
+  writes.reserve(2 * kOfServer.size());
   for (const std::uint32_t control : kOfServer) writes.push_back({control, port::Enabled{there}});
   writes.push_back({kControlServers, port::Choice{there ? static_cast<int>(at) : -1}});
   writes.push_back(

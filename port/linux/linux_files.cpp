@@ -279,7 +279,7 @@ std::vector<std::u16string> LinuxFiles::FileNames(std::u16string_view folder) {
   if (!stream) return names;
   while (const dirent* entry = readdir(stream.get())) {  // NOLINT: the stream is this call's own
     const std::string name = entry->d_name;
-    const auto status = Status(native + "/" + name);
+    const auto status = Status(std::string(native).append("/").append(name));
     if (!status || !S_ISREG(status->st_mode)) continue;
     std::u16string wide = FromUtf8(name);
     if (ToUtf8(wide) == name && wide.find(u'\\') == wide.npos) names.push_back(std::move(wide));

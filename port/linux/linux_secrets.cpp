@@ -40,8 +40,9 @@ bool HasSessionBus() {
 class Watch {
  public:
   Watch(int limit_ms, std::shared_ptr<const std::atomic<bool>> stop)
-      : cancellable_(g_cancellable_new()),
-        thread_([this, limit_ms, stop] { Run(std::chrono::milliseconds(limit_ms), *stop); }) {}
+      : cancellable_(g_cancellable_new()), thread_([this, limit_ms, stop = std::move(stop)] {
+          Run(std::chrono::milliseconds(limit_ms), *stop);
+        }) {}
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
   ~Watch() {
