@@ -61,7 +61,7 @@ void StayInStore(const std::u16string& databasestore) {
   if (!open) ReportCriticalError(u"unable to re-open databases", u"ApplyPrefsChanges");
 }
 
-// As at a start without the card: main memory takes its place. Nothing is moved.
+// Meant: as at a start without the card, main memory takes its place. Nothing is moved.
 void FallBackToMainMemory(const std::u16string& old_store) {
   if (old_store.empty()) return TellNotMoved();
   CloseDatabases();
@@ -84,7 +84,8 @@ void MoveDatabases(const std::u16string& databasestore) {
     return FallBackToMainMemory(old_store);
   }
   // The two blanks after the full stop are meant: boxes are told by their exact texts, in the
-  // answers that scripts announce too. After a No everything is as it was.
+  // answers that scripts announce too. Meant: after a No everything is as it was, so that nobody
+  // reads other articles than before without having asked for them.
   if (HoldsDatabases(folder) &&
       !ConfirmAction(u"Databases already exist in new location.  Replace with old databases?",
                      true)) {

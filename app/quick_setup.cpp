@@ -21,6 +21,7 @@
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "util/blanks.h"
 
 namespace quillet {
 namespace {
@@ -67,7 +68,7 @@ Answers AnswersSoFar(const Prefs& prefs) {
 void ReadAnswers(port::WindowHandle dialog, Answers& answers) {
   for (const Question& question : kQuestions) {
     const std::u16string typed = gPlatform->dialogs.Read(dialog, question.control).text;
-    answers.*question.answer = TrimmedServerName(StorableText(typed, false));
+    answers.*question.answer = Trimmed(StorableText(typed, false));
   }
 }
 

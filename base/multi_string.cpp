@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/empty_entry.h"
 #include "base/guarded.h"
 #include "base/registry_values.h"
 #include "util/text.h"
@@ -12,12 +13,11 @@ namespace quillet {
 namespace {
 
 // Stands for an empty string.
-constexpr char16_t kEmptyMark = 0xE000;
 
 void AppendEntry(std::u16string& units, std::u16string_view text) {
   const std::u16string_view entry = UntilNul(text);
   if (entry.empty()) {
-    units.push_back(kEmptyMark);
+    units.push_back(kEmptyEntryMark);
   } else {
     units.append(entry);
   }
@@ -57,7 +57,7 @@ std::size_t CountEntries(std::u16string_view units) {
 std::u16string_view TakeEntry(std::u16string_view& rest) {
   const std::u16string_view entry = UntilNul(rest);
   rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
-  return entry.starts_with(kEmptyMark) ? std::u16string_view() : entry;
+  return entry.starts_with(kEmptyEntryMark) ? std::u16string_view() : entry;
 }
 
 std::string ListData(port::RegistryKey& key, std::u16string_view name) {

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <utility>
 
+#include "base/empty_entry.h"
 #include "base/extensions.h"
 #include "base/prefs_registry.h"
 #include "base/registry_values.h"
@@ -78,7 +79,7 @@ bool CanBeStored(std::u16string_view text) {
 
 // As the registry will give it back, where a text that begins like that is an empty one.
 std::u16string EntryOf(const std::vector<std::u16string>& list, std::size_t server) {
-  if (server >= list.size() || list[server].starts_with(u'\uE000')) return {};
+  if (server >= list.size() || list[server].starts_with(kEmptyEntryMark)) return {};
   return std::u16string(UntilNul(list[server]));
 }
 

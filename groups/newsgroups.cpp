@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/app_messages.h"
+#include "base/empty_entry.h"
 #include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
@@ -15,6 +16,7 @@
 #include "killfile/killfile.h"
 #include "store/counts.h"
 #include "thread/view.h"
+#include "util/blanks.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -39,23 +41,6 @@ bool DropGroup(Prefs& prefs, GroupIndex group) {
 
 // --- Judging names -------------------------------------------------------------------------------
 
-constexpr char16_t kNoBreakSpace = 0x00A0;
-constexpr char16_t kEmptyTextMark = 0xE000;  // would be stored as an empty name
-
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == kNoBreakSpace || (unit >= u'\t' && unit <= u'\r');
-}
-
-bool IsControl(char16_t unit) {
-  return unit < 0x20 || (unit >= 0x7F && unit < kNoBreakSpace) || unit == kEmptyTextMark;
-}
-
-void Trim(std::u16string& text) {
-  const auto first = std::ranges::find_if_not(text, IsBlank);
-  text.erase(text.begin(), first);
-  while (!text.empty() && IsBlank(text.back())) text.pop_back();
-}
-
 // The store knows groups by their 8-bit names.
 bool IsSubscribed(std::u16string_view name) {
   return std::ranges::any_of(gPrefs->groups, [wanted = Narrow(name)](const std::u16string& group) {
@@ -75,7 +60,7 @@ void RemoveNewsgroupFromPrefs(GroupIndex group) {
 }
 
 std::u16string JudgeNewGroupName(std::u16string& name) {
-  Trim(name);
+  name = std::u16string(Trimmed(name));
   if (name.empty()) return u"Please enter the name of the newsgroup that you want to add.";
   if (std::ranges::any_of(name, IsBlank)) {
     return FormatWide(
@@ -89,7 +74,8 @@ std::u16string JudgeNewGroupName(std::u16string& name) {
         u"of them one after another.",
         name);
   }
-  if (std::ranges::any_of(name, IsControl)) {
+  // A name that begins with the mark would be stored as an empty one.
+  if (std::ranges::any_of(name, IsControl) || name.find(kEmptyEntryMark) != name.npos) {
     return u"The name contains a character that cannot be part of a newsgroup's name. Please type "
            u"the name anew.";
   }

@@ -1,25 +1,17 @@
 #include "nntp/auth.h"
 
 #include <string>
-#include <vector>
 
 #include "base/prefs.h"
 #include "nntp/connection.h"
 #include "nntp/ntlm.h"
 #include "nntp/replies.h"
+#include "nntp/selected_server.h"
 #include "util/format.h"
 #include "util/text.h"
 
 namespace quillet {
 namespace {
-
-bool FlagOfServer(const std::vector<std::uint32_t>& flags) {
-  return gPrefs->selectedserver < flags.size() && flags[gPrefs->selectedserver] != 0;
-}
-
-std::string TextOfServer(const std::vector<std::u16string>& texts) {
-  return gPrefs->selectedserver < texts.size() ? Narrow(texts[gPrefs->selectedserver]) : "";
-}
 
 // Logged like every command, the password too.
 bool Exchange(std::string_view command) {
@@ -27,9 +19,10 @@ bool Exchange(std::string_view command) {
 }
 
 RunEnd SendUserAndPassword() {
-  if (!Exchange("AUTHINFO USER " + TextOfServer(gPrefs->authusers))) return RunEnd::kLost;
+  if (!Exchange("AUTHINFO USER " + Narrow(OfSelectedServer(gPrefs->authusers))))
+    return RunEnd::kLost;
   if (StartsWith(gConnection.reply, "381") &&
-      !Exchange("AUTHINFO PASS " + TextOfServer(gPrefs->authpasses))) {
+      !Exchange("AUTHINFO PASS " + Narrow(OfSelectedServer(gPrefs->authpasses)))) {
     return RunEnd::kLost;
   }
   if (StartsWith(gConnection.reply, "281")) return RunEnd::kGoOn;
@@ -40,8 +33,8 @@ RunEnd SendUserAndPassword() {
 }  // namespace
 
 RunEnd SendAuthInfo() {
-  if (!FlagOfServer(gPrefs->useauths)) return RunEnd::kGoOn;
-  return FlagOfServer(gPrefs->usentlms) ? NegotiateNtlm() : SendUserAndPassword();
+  if (OfSelectedServer(gPrefs->useauths) == 0) return RunEnd::kGoOn;
+  return OfSelectedServer(gPrefs->usentlms) != 0 ? NegotiateNtlm() : SendUserAndPassword();
 }
 
 }  // namespace quillet

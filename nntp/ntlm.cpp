@@ -4,6 +4,7 @@
 #include "base/reset.h"
 #include "nntp/connection.h"
 #include "nntp/replies.h"
+#include "nntp/selected_server.h"
 #include "port/platform.h"
 #include "util/base64.h"
 #include "util/format.h"
@@ -21,11 +22,6 @@ constexpr std::u16string_view kPackage = u"NTLM";
 constexpr std::u16string_view kTarget = u"InetSvcs";
 constexpr std::size_t kReplyCode = 3;  // bytes before what a reply says
 
-std::u16string TextOfServer(const std::vector<std::u16string>& texts) {
-  const std::size_t server = gPrefs->selectedserver;
-  return server < texts.size() ? std::u16string(UntilNul(texts[server])) : u"";
-}
-
 // Credentials and context of one login.
 class Exchange {
  public:
@@ -38,9 +34,13 @@ class Exchange {
   }
 
   bool Acquire() {
-    SplitName name = SplitUserName(TextOfServer(gPrefs->authusers));
+    // What the registry keeps of a text ends at its first NUL.
+    const std::u16string user = OfSelectedServer(gPrefs->authusers);
+    const std::u16string password = OfSelectedServer(gPrefs->authpasses);
+    SplitName name = SplitUserName(UntilNul(user));
     credentials_ = gPlatform->security.AcquireCredentials(
-        kPackage, {std::move(name.user), std::move(name.domain), TextOfServer(gPrefs->authpasses)});
+        kPackage,
+        {std::move(name.user), std::move(name.domain), std::u16string(UntilNul(password))});
     return credentials_ != 0;
   }
 

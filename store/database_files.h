@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "store/databases.h"
@@ -38,6 +39,11 @@ inline constexpr auto kFolderFiles = std::to_array<FolderFile>({
     {kLostArticlesName},
     {kDeletedCrossPostsName},
 });
+
+// The name under which a database is written anew before it takes the old one's place.
+inline std::u16string RewrittenName(std::u16string_view name) {
+  return u"#" + std::u16string(name) + u"#";
+}
 
 GdbmFile& DatabaseFile(DatabaseIndex index);
 

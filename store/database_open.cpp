@@ -8,6 +8,7 @@
 #include "port/clock.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "store/database_files.h"
 #include "store/device_path.h"
 #include "store/gdbm_header.h"
 #include "util/format.h"
@@ -169,7 +170,7 @@ void RemoveUnfinishedFiles(const std::u16string& path) {
   for (const std::u16string& name : gPlatform->files.FileNames(FolderOf(path))) {
     if (IsTemporaryOf(name_of_file + u".", name) || IsTemporaryOf(port::kReplacementStem, name) ||
         name == name_of_file + std::u16string(kUnfinishedSuffix) ||
-        name == u"#" + name_of_file + u"#") {
+        name == RewrittenName(name_of_file)) {
       gPlatform->files.Delete(PathIn(FolderOf(path), name));
     }
   }

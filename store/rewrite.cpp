@@ -27,9 +27,6 @@ namespace {
 // end, so that one which was left behind cannot be taken for a database.
 constexpr int kTemporaryMode = 600;
 
-constexpr std::array kAllDatabases = {DatabaseIndex::kArticles, DatabaseIndex::kNewsgroups,
-                                      DatabaseIndex::kPendingPosts};
-
 std::span<const DatabaseIndex> DatabasesFor(RewriteMode mode) {
   const std::span<const DatabaseIndex> all = kAllDatabases;
   return mode == RewriteMode::kCompact ? all : all.first(1);
@@ -41,9 +38,8 @@ std::uint64_t UnitsOfWork(RewriteMode mode) {
   return mode == RewriteMode::kCompact ? gPendingPostCount + 2 * articles : articles;
 }
 
-// "#" before and after the file's name.
 std::u16string TemporaryPath(const std::u16string& path) {
-  return FormatWide(u"%ls\\#%ls#", FolderOf(path), LastComponent(path));
+  return FormatWide(u"%ls\\%ls", FolderOf(path), RewrittenName(LastComponent(path)));
 }
 
 bool NeedsConversion(RewriteMode mode, std::string_view value) {

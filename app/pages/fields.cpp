@@ -8,9 +8,11 @@
 #include <optional>
 #include <utility>
 
+#include "base/empty_entry.h"
 #include "base/registry_values.h"
 #include "port/platform.h"
 #include "port/windows.h"
+#include "util/blanks.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -19,8 +21,6 @@ namespace {
 constexpr std::u16string_view kDefaultFace = u"<default>";
 constexpr std::array<std::u16string_view, 8> kSizes = {
     u"tiny", u"very small", u"small", u"medium", u"large", u"very large", u"huge", u"enormous"};
-
-constexpr char16_t kEmptyEntryMark = 0xE000;
 
 using Writes = std::vector<port::ControlWrite>;
 
@@ -139,10 +139,6 @@ struct FieldReader {
   }
 };
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == u'\t';
-}
-
 }  // namespace
 
 void ShowFields(const PrefsSheet& sheet, port::WindowHandle page,
@@ -190,8 +186,7 @@ std::optional<Refusal> RefusalOfLength(std::uint32_t control, std::u16string_vie
 }
 
 std::optional<std::uint32_t> NumberIn(std::u16string_view text, std::uint32_t highest) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  text = Trimmed(text);
   if (text.empty()) return std::nullopt;
   std::uint64_t number = 0;
   for (const char16_t unit : text) {

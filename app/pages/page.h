@@ -35,7 +35,6 @@ struct PrefsSheet {
   Extensions stored_extensions;
   Extensions extensions;
 
-  int shown = 0;                       // the page in front
   std::optional<int> held;             // it was refused and is on its way back to the front
   std::set<int> opened;                // pages that were in front before
   std::size_t shown_server = 0;        // whose values the server page shows
@@ -151,6 +150,9 @@ void SetIn(PrefsSheet& sheet, T& member, const T& value) {
 
 // The user is told, and what is wrong is selected and has the focus.
 void TellRefusal(port::WindowHandle dialog, const Refusal& refusal);
+
+// The page in front, or the one that comes first.
+int ShownPage(const PrefsSheet& sheet);
 
 bool IsPress(const port::Message& message, std::uint32_t control);
 

@@ -2,32 +2,21 @@
 
 #include <algorithm>
 
+#include "base/empty_entry.h"
 #include "base/messages.h"
 #include "mime/shown_text.h"
+#include "util/blanks.h"
 
 namespace quillet {
 namespace {
 
 constexpr std::size_t kLongestName = 253;  // of a host
-constexpr char16_t kNoBreakSpace = 0x00A0;
-constexpr char16_t kEmptyEntryMark = 0xE000;  // a name that begins with it would be read as none
-
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == kNoBreakSpace || (unit >= u'\t' && unit <= u'\r');
-}
-
+// A name that begins with the mark would be stored as an empty one.
 bool IsNoCharacterOfName(char16_t unit) {
-  return IsBlank(unit) || unit < 0x20 || (unit >= 0x7F && unit < kNoBreakSpace) ||
-         unit == kEmptyEntryMark;
+  return IsBlank(unit) || IsControl(unit) || unit == kEmptyEntryMark;
 }
 
 }  // namespace
-
-std::u16string TrimmedServerName(std::u16string_view typed) {
-  while (!typed.empty() && IsBlank(typed.front())) typed.remove_prefix(1);
-  while (!typed.empty() && IsBlank(typed.back())) typed.remove_suffix(1);
-  return std::u16string(typed);
-}
 
 std::u16string RefusalOfServerName(std::u16string_view name) {
   if (name.empty()) return u"Please enter the name of the news server.";

@@ -10,8 +10,6 @@
 
 namespace quillet {
 
-// Without the blanks around it.
-std::u16string TrimmedServerName(std::u16string_view typed);
 // Why no server can have that name, as a sentence for the user; empty when one can.
 std::u16string RefusalOfServerName(std::u16string_view name);
 // The place of a server of that name, whatever the case of its letters.

@@ -13,6 +13,7 @@
 #include "base/subscriptions.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "util/blanks.h"
 #include "util/format.h"
 
 namespace quillet {
@@ -125,7 +126,7 @@ std::optional<std::u16string> AskForName(const Prefs& prefs) {
                              const port::Message& message) -> std::optional<int> {
     const std::optional<int> result = EndOnOkOrCancel(dialog, message);
     if (result != port::kIdOk) return result;
-    name = TrimmedServerName(gPlatform->dialogs.Read(dialog, kControlServerName).text);
+    name = Trimmed(gPlatform->dialogs.Read(dialog, kControlServerName).text);
     std::u16string refusal = RefusalOfServerName(name);
     if (refusal.empty() && FindServer(prefs, name)) {
       refusal = FormatWide(u"The news server \"%ls\" is in the list already.", name);

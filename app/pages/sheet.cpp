@@ -31,7 +31,6 @@ port::WindowHandle DialogOf(const PrefsSheet& sheet, int page) {
 }
 
 void ShowPage(PrefsSheet& sheet, int page) {
-  sheet.shown = page;
   sheet.copy->prefspage = static_cast<std::uint32_t>(page);
   const bool first = sheet.opened.insert(page).second;
   ShowFields(sheet, DialogOf(sheet, page), PageAt(page).fields);
@@ -63,15 +62,15 @@ void LeavePage(PrefsSheet& sheet, int page) {
 }
 
 std::optional<int> Ok(PrefsSheet& sheet) {
-  const std::optional<Refusal> refusal = ClosePage(sheet, sheet.shown);
+  const std::optional<Refusal> refusal = ClosePage(sheet, ShownPage(sheet));
   if (!refusal) return port::kIdOk;
-  TellRefusal(DialogOf(sheet, sheet.shown), *refusal);
+  TellRefusal(DialogOf(sheet, ShownPage(sheet)), *refusal);
   return std::nullopt;
 }
 
 // Cancel counts what stands in the page in front, too, as far as it is not refused.
 int Cancel(PrefsSheet& sheet) {
-  StorePage(sheet, sheet.shown);
+  StorePage(sheet, ShownPage(sheet));
   const bool apply =
       sheet.changed &&
       ConfirmAction(
@@ -166,6 +165,10 @@ void TellRefusal(port::WindowHandle dialog, const Refusal& refusal) {
   gPlatform->dialogs.WriteMany(dialog,
                                {{refusal.control, port::TextState{0, port::kWholeText, false}},
                                 {refusal.control, port::Focus{}}});
+}
+
+int ShownPage(const PrefsSheet& sheet) {
+  return static_cast<int>(sheet.copy->prefspage);
 }
 
 bool IsPress(const port::Message& message, std::uint32_t control) {

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <vector>
 
+#include "port/linux/bind_call.h"
 #include "port/linux/native_files.h"
 #include "util/text.h"
 
@@ -18,16 +19,10 @@ namespace {
 constexpr const char* kNtlmOid = "1.3.6.1.4.1.311.2.2.10";
 constexpr std::uint64_t kLongestList = 65536;
 
-template <class Call>
-bool Bind(void* library, const char* name, Call& call) {
-  call = reinterpret_cast<Call>(dlsym(library, name));
-  return call != nullptr;
-}
-
 // The library exports variables that point to the identifiers.
 bool BindOid(void* library, const char* name, gss_OID& oid) {
   gss_OID* variable = nullptr;
-  if (!Bind(library, name, variable)) return false;
+  if (!BindCall(library, name, variable)) return false;
   oid = *variable;
   return oid != nullptr;
 }
@@ -62,13 +57,13 @@ std::unique_ptr<GssLibrary> GssLibrary::Load(const std::string& name) {
   if (library == nullptr) return nullptr;
   auto calls = std::make_unique<GssLibrary>();
   const bool complete =
-      Bind(library, "gss_import_name", calls->import_name) &&
-      Bind(library, "gss_release_name", calls->release_name) &&
-      Bind(library, "gss_acquire_cred_with_password", calls->acquire_cred_with_password) &&
-      Bind(library, "gss_release_cred", calls->release_cred) &&
-      Bind(library, "gss_init_sec_context", calls->init_sec_context) &&
-      Bind(library, "gss_delete_sec_context", calls->delete_sec_context) &&
-      Bind(library, "gss_release_buffer", calls->release_buffer) &&
+      BindCall(library, "gss_import_name", calls->import_name) &&
+      BindCall(library, "gss_release_name", calls->release_name) &&
+      BindCall(library, "gss_acquire_cred_with_password", calls->acquire_cred_with_password) &&
+      BindCall(library, "gss_release_cred", calls->release_cred) &&
+      BindCall(library, "gss_init_sec_context", calls->init_sec_context) &&
+      BindCall(library, "gss_delete_sec_context", calls->delete_sec_context) &&
+      BindCall(library, "gss_release_buffer", calls->release_buffer) &&
       BindOid(library, "GSS_C_NT_USER_NAME", calls->user_name) &&
       BindOid(library, "GSS_C_NT_HOSTBASED_SERVICE", calls->hostbased_service);
   return complete ? std::move(calls) : nullptr;

@@ -1,17 +1,11 @@
 // Dies at the first call of the database library or the file service, at the second, and so on, in
 // the middle of everything that changes the store: the next opening makes it whole each time.
 #include "store/gdbm_library.h"
+#include "tests/kill/counted_calls.h"
 #include "tests/kill/kill_fixture.h"
 
 namespace quillet {
 namespace {
-
-int gCallsLeft = 0;
-GdbmLibrary gWhole;
-
-void CountCall() {
-  if (--gCallsLeft == 0) raise(SIGKILL);
-}
 
 GDBM_FILE OpenCounted(const char* name, int block, int flags, int mode,
                       void (*fatal)(const char*)) {
@@ -21,18 +15,6 @@ GDBM_FILE OpenCounted(const char* name, int block, int flags, int mode,
 int CloseCounted(GDBM_FILE file) {
   CountCall();
   return gWhole.close(file);
-}
-int StoreCounted(GDBM_FILE file, datum key, datum value, int flag) {
-  CountCall();
-  return gWhole.store(file, key, value, flag);
-}
-int RemoveCounted(GDBM_FILE file, datum key) {
-  CountCall();
-  return gWhole.remove(file, key);
-}
-int SyncCounted(GDBM_FILE file) {
-  CountCall();
-  return gWhole.sync(file);
 }
 int RecoverCounted(GDBM_FILE file, gdbm_recovery* recovery, int flags) {
   CountCall();

@@ -10,6 +10,7 @@
 #include "store/counts.h"
 #include "store/gdbm_library.h"
 #include "store/records.h"
+#include "tests/kill/counted_calls.h"
 #include "tests/kill/kill_fixture.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -19,25 +20,6 @@ namespace {
 
 constexpr std::u16string_view kFile = u"\\archive";
 constexpr int kMessages = 8;
-
-int gCallsLeft = 0;
-GdbmLibrary gWhole;
-
-void CountCall() {
-  if (--gCallsLeft == 0) raise(SIGKILL);
-}
-int StoreCounted(GDBM_FILE file, datum key, datum value, int flag) {
-  CountCall();
-  return gWhole.store(file, key, value, flag);
-}
-int RemoveCounted(GDBM_FILE file, datum key) {
-  CountCall();
-  return gWhole.remove(file, key);
-}
-int SyncCounted(GDBM_FILE file) {
-  CountCall();
-  return gWhole.sync(file);
-}
 
 class ImportKillTest : public KillTest {
  protected:

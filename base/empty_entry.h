@@ -1,0 +1,9 @@
+// What stands for an empty string in the registry's lists. A text that begins with it is read back
+// as empty.
+#pragma once
+
+namespace quillet {
+
+inline constexpr char16_t kEmptyEntryMark = 0xE000;
+
+}  // namespace quillet

@@ -1,0 +1,23 @@
+// Blanks and control characters of what a user types. Pure; any thread.
+#pragma once
+
+#include <string_view>
+
+namespace quillet {
+
+// Blanks, tabs and line ends, also the blank that does not break.
+constexpr bool IsBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\u00A0' || (unit >= u'\t' && unit <= u'\r');
+}
+constexpr bool IsControl(char16_t unit) {
+  return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+// Without the blanks around it.
+constexpr std::u16string_view Trimmed(std::u16string_view text) {
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+}  // namespace quillet
