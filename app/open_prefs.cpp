@@ -15,6 +15,7 @@
 #include "app/startup.h"
 #include "article/panes.h"
 #include "article/view.h"
+#include "base/extensions.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
 #include "groups/group_list.h"
@@ -75,6 +76,7 @@ void RefreshViews(const Prefs& old) {
 }
 
 void StoreExtensions(const EditedPrefs& edited) {
+  ApplyExtensions(edited.extensions);
   if (WriteExtensions(edited.stored_extensions, edited.extensions)) return;
   ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
 }

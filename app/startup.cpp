@@ -10,6 +10,7 @@
 #include "app/quick_setup.h"
 #include "article/view.h"
 #include "base/app_messages.h"
+#include "base/extensions.h"
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
@@ -163,6 +164,7 @@ int RunOnce() {
   if (TellOfUnreadableRegistry()) return kExitNoPreferences;
   ReadPreferences();
   if (!gPrefs) return 0;
+  ApplyExtensions(ReadExtensions());
   // Seeded once a run, at this place in the start, so that whatever draws from the runtime's
   // generator finds it ready; nothing does so far.
   std::srand(static_cast<unsigned>(gPlatform->clock.Ticks()));

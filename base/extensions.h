@@ -20,6 +20,18 @@ struct Extensions {
   std::uint32_t passwordstore = 0;
   // A long import shows its progress and can be cancelled.
   std::uint32_t importprogress = 1;
+  // Shown text is decoded: encoded words, charsets, transfer encodings, parts. See mime/.
+  std::uint32_t decodemime = 1;
+  // What is written and is not ASCII goes out as UTF-8, with the header fields that say so.
+  std::uint32_t postcharsets = 1;
+  // Seconds that a server may be silent before the connection counts as lost; 0: for ever.
+  std::uint32_t stalllimit = 90;
+  // How often a lost connection is made again in one run.
+  std::uint32_t retries = 3;
+  // A server that asks for a login in the middle gets one, and the command once more.
+  std::uint32_t loginlater = 1;
+  // All addresses of a server are tried, IPv6 too; off: its first IPv4 address.
+  std::uint32_t alladdresses = 1;
   bool operator==(const Extensions&) const = default;
 };
 
@@ -32,7 +44,8 @@ struct Extension {
   std::uint32_t highest = 1;         // of a number; one above it counts as missing
   std::uint32_t control = 0;         // its box or edit on the page
   std::uint32_t line_control = 0;    // the line below it
-  std::u16string_view title;         // beside the box, with its accelerator key
+  std::u16string_view title;         // beside the box, with its accelerator key; of a number what
+                                     // it is called in a refusal
   std::u16string_view what_it_does;  // one line for the user
 };
 
@@ -41,6 +54,10 @@ std::span<const Extension> AllExtensions();
 
 // As they are stored; what is missing or of another type has its default.
 Extensions ReadExtensions();
+
+// Puts in force what others do not ask for each time: whether mime/ decodes. At the start and after
+// a change.
+void ApplyExtensions(const Extensions& extensions);
 
 // Stores those that differ from `before`, in one step; false when that could not be done.
 bool WriteExtensions(const Extensions& before, const Extensions& after);

@@ -30,6 +30,10 @@ std::vector<std::u16string> NotStorable(std::u16string_view shown);
 // The length stays, too.
 std::u16string Fold(std::u16string_view shown);
 
+// The subject with the continuation lines that stand among the kept header lines, as one stored
+// text; the same text when it has none there.
+std::string JoinedSubject(std::string_view subject, std::string_view kept_headers);
+
 // Whether the folded header holds the folded text, an empty one always. `wanted` is 8-bit, as
 // ToStored made it.
 bool HeaderContains(std::string_view stored, std::string_view wanted);

@@ -99,6 +99,7 @@ constexpr auto kArticleMenu = std::to_array<MenuEntry>({
     {1, u"ROT &13", kCommandRot13, u"Ctrl+2"},
     {1, u"&Show headers", kCommandShowHeaders, u""},
     {1, u"&Toggle Auto-Remove CRs", kCommandToggleRemoveCrs, u"Ctrl+Shift+C"},
+    {1, u"&Raw text", kCommandRawText, u"Ctrl+Shift+R"},
     {0, u"Help", 0, u""},
     {1, u"&About...", kCommandAbout, u""},
 });
@@ -148,6 +149,7 @@ constexpr auto kArticleAccelerators = std::to_array<Accelerator>({
     {'F', kCtrl, kCommandFind},
     {'K', kCtrl, kCommandAddToKillfile},
     {'R', kCtrl, kCommandReply},
+    {'R', kCtrlShift, kCommandRawText},
     {'S', kCtrl, kCommandSaveAs},
     {'T', kCtrlAlt, kCommandDeleteThread},
     {'U', kCtrl, kCommandMarkUnread},

@@ -110,6 +110,7 @@ constexpr std::uint32_t kControlServerUser = 1105;
 constexpr std::uint32_t kControlServerPassword = 1106;
 constexpr std::uint32_t kControlEncryptedLogin = 1107;
 constexpr std::uint32_t kControlOneServer = 1108;
+constexpr std::uint32_t kControlServerSecurity = 1212;
 
 // "Add Server".
 constexpr std::uint32_t kDialogAddServer = 141;
@@ -229,12 +230,27 @@ constexpr std::uint32_t kControlPasswordStore = 1182;
 constexpr std::uint32_t kControlPasswordStoreLine = 1183;
 constexpr std::uint32_t kControlImportProgress = 1184;
 constexpr std::uint32_t kControlImportProgressLine = 1185;
+constexpr std::uint32_t kControlDecodeMime = 1200;
+constexpr std::uint32_t kControlDecodeMimeLine = 1201;
+constexpr std::uint32_t kControlPostCharsets = 1202;
+constexpr std::uint32_t kControlPostCharsetsLine = 1203;
+constexpr std::uint32_t kControlStallLimit = 1204;
+constexpr std::uint32_t kControlStallLimitLine = 1205;
+constexpr std::uint32_t kControlRetries = 1206;
+constexpr std::uint32_t kControlRetriesLine = 1207;
+constexpr std::uint32_t kControlLoginLater = 1208;
+constexpr std::uint32_t kControlLoginLaterLine = 1209;
+constexpr std::uint32_t kControlAllAddresses = 1210;
+constexpr std::uint32_t kControlAllAddressesLine = 1211;
 
 // "Quillet CE Quick Setup", the first page; its "Next >>" is OK.
 constexpr std::uint32_t kDialogQuickSetup = 158;
 constexpr std::uint32_t kControlSetupServer = 1190;
 constexpr std::uint32_t kControlSetupName = 1191;
 constexpr std::uint32_t kControlSetupAddress = 1192;
+constexpr std::uint32_t kControlSetupPort = 1213;
+constexpr std::uint32_t kControlSetupSecurity = 1214;
+constexpr std::uint32_t kControlSetupNote = 1215;
 
 // The second; its "Done" is OK.
 constexpr std::uint32_t kDialogQuickSetupConnection = 159;
@@ -288,5 +304,6 @@ constexpr std::uint32_t kCommandRethread = 40062;
 constexpr std::uint32_t kCommandToggleRemoveCrs = 40064;
 constexpr std::uint32_t kCommandCopy = 40066;
 constexpr std::uint32_t kCommandTogglePlainText = 40067;
+constexpr std::uint32_t kCommandRawText = 40080;
 
 }  // namespace quillet

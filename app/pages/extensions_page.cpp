@@ -35,7 +35,11 @@ std::optional<Refusal> StoreOne(PrefsSheet& sheet, const Extension& extension,
     return std::nullopt;
   }
   const std::optional<std::uint32_t> number = NumberIn(state.text, extension.highest);
-  if (!number) return RefusedNumber(extension.control, extension.title, extension.highest);
+  if (!number) {
+    return Refusal{
+        FormatWide(u"The %ls must be a number from 0 to %lu.", extension.title, extension.highest),
+        extension.control};
+  }
   SetIn(sheet, value, *number);
   return std::nullopt;
 }

@@ -1,0 +1,20 @@
+#include "mime/decoding.h"
+
+#include <atomic>
+
+namespace quillet {
+namespace {
+
+std::atomic<bool> gDecoding{true};
+
+}  // namespace
+
+bool Decoding() {
+  return gDecoding;
+}
+
+void SetDecoding(bool on) {
+  gDecoding = on;
+}
+
+}  // namespace quillet
