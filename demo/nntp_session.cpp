@@ -130,13 +130,14 @@ const std::vector<NntpSession::Command>& NntpSession::Commands() {
       {"NEXT", 0, 0, false, &NntpSession::Next},
       {"POST", 0, 0, false, &NntpSession::Post},
       {"QUIT", 0, 0, true, &NntpSession::Quit},
+      {"STARTTLS", 0, 0, true, &NntpSession::StartTls},
       {"STAT", 0, 1, false, &NntpSession::Fetch},
   };
   return commands;
 }
 
-NntpSession::NntpSession(NewsStore& store, const ServerSettings& settings)
-    : store_(store), settings_(settings) {}
+NntpSession::NntpSession(NewsStore& store, const ServerSettings& settings, bool encrypted)
+    : store_(store), settings_(settings), encrypted_(encrypted) {}
 
 std::string NntpSession::Greeting() const {
   return settings_.posting_allowed ? "200 Demo news server ready, posting allowed\r\n"
@@ -145,7 +146,7 @@ std::string NntpSession::Greeting() const {
 
 std::string NntpSession::Receive(std::string_view bytes) {
   std::string replies;
-  while (!bytes.empty() && !finished_) {
+  while (!bytes.empty() && !finished_ && !tls_starts_) {
     const std::size_t end = bytes.find('\n');
     const std::size_t limit = post_ ? kLongestPostLine : kLongestCommand;
     const std::string_view part = bytes.substr(0, std::min(end, bytes.size()));
@@ -197,6 +198,7 @@ std::string NntpSession::Capabilities(const Words&) {
   if (settings_.posting_allowed) reply += "POST\r\n";
   reply += "LIST ACTIVE NEWSGROUPS\r\n";
   if (LoginNeeded()) reply += "AUTHINFO USER\r\n";
+  if (CanStartTls()) reply += "STARTTLS\r\n";
   return reply + ".\r\n";
 }
 
@@ -325,6 +327,15 @@ std::string NntpSession::AuthInfo(const Words& words) {
 std::string NntpSession::Quit(const Words&) {
   finished_ = true;
   return "205 Goodbye\r\n";
+}
+
+std::string NntpSession::StartTls(const Words&) {
+  if (!CanStartTls()) return "502 STARTTLS not possible\r\n";
+  encrypted_ = tls_starts_ = true;
+  group_ = nullptr;
+  current_ = 0;
+  login_user_.clear();
+  return "382 Continue with TLS negotiation\r\n";
 }
 
 std::string NntpSession::Post(const Words&) {

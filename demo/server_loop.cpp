@@ -15,7 +15,11 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
+
+#include "demo/tls_layer.h"
 
 namespace quillet::demo {
 namespace {
@@ -24,14 +28,37 @@ constexpr std::size_t kReceiveSize = 4096;
 constexpr std::size_t kMostClients = 64;
 
 struct Client {
-  Client(int descriptor, NewsStore& store, const ServerSettings& settings)
-      : socket(descriptor), session(store, settings), output(session.Greeting()) {}
+  Client(int descriptor, bool encrypted, NewsStore& store, const ServerSettings& settings)
+      : socket(descriptor), authority(settings.authority), session(store, settings, encrypted) {
+    if (encrypted) tls = std::make_unique<TlsLayer>(*authority);
+    Say(session.Greeting());
+  }
   ~Client() { ::close(socket); }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
+  void Say(const std::string& text) {
+    if (!tls) {
+      output += text;
+      return;
+    }
+    tls->Send(text);
+    if (session.finished()) tls->Close();
+    output += tls->TakeOutput();
+  }
+  // False when nothing more is taken from the client.
+  bool Take(std::string_view bytes) {
+    std::string text;
+    const bool sound = !tls || tls->Receive(bytes, text);
+    Say(session.Receive(tls ? text : bytes));
+    if (session.TakeTlsStart()) tls = std::make_unique<TlsLayer>(*authority);
+    return sound;
+  }
+
   int socket;
+  const TlsAuthority* authority;
   NntpSession session;
+  std::unique_ptr<TlsLayer> tls;  // null: in the clear
   std::string output;
   std::size_t sent = 0;
 };
@@ -60,8 +87,8 @@ bool ReadFrom(Client& client) {
   const ssize_t n = ::recv(client.socket, buffer.data(), buffer.size(), 0);
   if (n == 0) return false;
   if (n < 0) return WouldBlock();
-  client.output += client.session.Receive({buffer.data(), static_cast<std::size_t>(n)});
-  return Flush(client);
+  const bool sound = client.Take({buffer.data(), static_cast<std::size_t>(n)});
+  return Flush(client) && sound;
 }
 
 // A client whose answers it does not take is not read from, so that they cannot pile up.
@@ -72,8 +99,10 @@ bool ServeClient(Client& client, short events) {
   return true;
 }
 
-void Accept(int listener, Clients& clients, NewsStore& store, const ServerSettings& settings) {
-  const int descriptor = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+void Accept(const Listener& listener, Clients& clients, NewsStore& store,
+            const ServerSettings& settings) {
+  const int descriptor =
+      ::accept4(listener.descriptor, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (descriptor < 0) return;
   if (clients.size() >= kMostClients) {
     ::close(descriptor);
@@ -81,22 +110,25 @@ void Accept(int listener, Clients& clients, NewsStore& store, const ServerSettin
   }
   const int on = 1;
   ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  clients.push_back(std::make_unique<Client>(descriptor, store, settings));
+  clients.push_back(std::make_unique<Client>(descriptor, listener.encrypted, store, settings));
   if (!Flush(*clients.back())) clients.pop_back();
 }
 
-std::vector<pollfd> WhatToWaitFor(int listener, int stop_descriptor, const Clients& clients) {
-  std::vector<pollfd> waits{{stop_descriptor, POLLIN, 0}, {listener, POLLIN, 0}};
+std::vector<pollfd> WhatToWaitFor(const std::vector<Listener>& listeners, int stop_descriptor,
+                                  const Clients& clients) {
+  std::vector<pollfd> waits{{stop_descriptor, POLLIN, 0}};
+  for (const Listener& listener : listeners) waits.push_back({listener.descriptor, POLLIN, 0});
   for (const auto& client : clients) {
     waits.push_back({client->socket, client->output.empty() ? short{POLLIN} : short{POLLOUT}, 0});
   }
   return waits;
 }
 
-void ServeReadyClients(const std::vector<pollfd>& waits, Clients& clients) {
+// `waits` from the first client's on.
+void ServeReadyClients(std::span<const pollfd> waits, Clients& clients) {
   Clients staying;
   for (std::size_t i = 0; i < clients.size(); ++i) {
-    if (ServeClient(*clients[i], waits[i + 2].revents)) staying.push_back(std::move(clients[i]));
+    if (ServeClient(*clients[i], waits[i].revents)) staying.push_back(std::move(clients[i]));
   }
   clients.swap(staying);
 }
@@ -123,18 +155,20 @@ int ListenOnLoopback(std::uint16_t& port, std::string& problem) {
   return -1;
 }
 
-void ServeClients(int listener, int stop_descriptor, NewsStore& store,
+void ServeClients(const std::vector<Listener>& listeners, int stop_descriptor, NewsStore& store,
                   const ServerSettings& settings) {
   Clients clients;
   while (true) {
-    std::vector<pollfd> waits = WhatToWaitFor(listener, stop_descriptor, clients);
+    std::vector<pollfd> waits = WhatToWaitFor(listeners, stop_descriptor, clients);
     if (::poll(waits.data(), waits.size(), -1) < 0) {
       if (errno == EINTR) continue;
       return;
     }
     if (waits[0].revents != 0) return;
-    ServeReadyClients(waits, clients);
-    if (waits[1].revents != 0) Accept(listener, clients, store, settings);
+    ServeReadyClients(std::span(waits).subspan(1 + listeners.size()), clients);
+    for (std::size_t i = 0; i < listeners.size(); ++i) {
+      if (waits[i + 1].revents != 0) Accept(listeners[i], clients, store, settings);
+    }
   }
 }
 

@@ -6,6 +6,7 @@ import os
 import signal
 import socket
 import sqlite3
+import ssl
 import subprocess
 import tempfile
 import time
@@ -33,6 +34,90 @@ class Server:
     def connect(self):
         link = socket.create_connection(("127.0.0.1", self.port), timeout=20)
         return link, link.makefile("rb")
+
+
+class TlsServer(Server):
+    """With a throw-away authority: `tls_port` speaks TLS from the start, `port` knows STARTTLS."""
+
+    def __init__(self, *arguments):
+        self.folder = tempfile.TemporaryDirectory()
+        self.authority = os.path.join(self.folder.name, "authority.pem")
+        super().__init__(*arguments, "--authority", self.authority, "--tls-port", "0")
+        line = self.process.stdout.readline().strip()
+        assert line.startswith("TLS on 127.0.0.1:"), line
+        self.tls_port = int(line.rsplit(":", 1)[1])
+
+    def __exit__(self, *trouble):
+        super().__exit__(*trouble)
+        self.folder.cleanup()
+
+    def encrypt(self, link, name="127.0.0.1"):
+        link = ssl.create_default_context(cafile=self.authority).wrap_socket(
+            link, server_hostname=name)
+        return link, link.makefile("rb")
+
+
+class TlsTest(unittest.TestCase):
+    def test_tls_from_the_start_and_a_goodbye_that_is_whole(self):
+        with TlsServer("--generate", "2") as server:
+            for name in ("127.0.0.1", "localhost"):
+                link, lines = server.encrypt(
+                    socket.create_connection(("127.0.0.1", server.tls_port), timeout=20), name)
+                self.assertEqual(lines.readline()[:4], b"200 ")
+                link.sendall(b"CAPABILITIES\r\nQUIT\r\n")
+                answer = lines.read()
+                self.assertNotIn(b"STARTTLS", answer)
+                self.assertTrue(answer.endswith(b"205 Goodbye\r\n"), answer)
+                link.close()
+
+    def test_starttls_throws_away_what_came_in_the_clear(self):
+        with TlsServer("--generate", "2", "--user", "me", "--password", "secret") as server:
+            link, lines = server.connect()
+            lines.readline()
+            link.sendall(b"CAPABILITIES\r\n")
+            while (line := lines.readline()) != b".\r\n":
+                last = line
+            self.assertEqual(last, b"STARTTLS\r\n")
+            link.sendall(b"STARTTLS\r\nAUTHINFO USER me\r\n")
+            self.assertEqual(lines.readline()[:4], b"382 ")
+            link, lines = server.encrypt(link)
+            link.sendall(b"STARTTLS\r\nAUTHINFO PASS secret\r\nAUTHINFO USER me\r\n"
+                         b"AUTHINFO PASS secret\r\nDATE\r\n")
+            replies = [lines.readline()[:3] for _ in range(5)]
+            self.assertEqual(replies, [b"502", b"482", b"381", b"281", b"111"])
+            link.close()
+
+    def test_bytes_that_are_no_tls_end_that_client_only(self):
+        with TlsServer("--generate", "2") as server:
+            for bad in (b"GROUP x\r\n", b"\x16\x03\x01\xff\xff" + b"x" * 70000):
+                link = socket.create_connection(("127.0.0.1", server.tls_port), timeout=20)
+                link.sendall(bad)
+                try:
+                    while link.recv(4096):
+                        pass
+                except ConnectionError:
+                    pass
+                link.close()
+            link, lines = server.connect()
+            self.assertEqual(lines.readline()[:4], b"200 ")
+            link.close()
+
+    def test_without_an_authority_there_is_no_tls(self):
+        with Server("--generate", "1") as server:
+            link, lines = server.connect()
+            lines.readline()
+            link.sendall(b"STARTTLS\r\nDATE\r\n")
+            self.assertEqual([lines.readline()[:3], lines.readline()[:3]], [b"502", b"111"])
+            link.close()
+
+    def test_an_authority_that_cannot_be_written_is_told(self):
+        done = subprocess.run([SERVER, "--generate", "1", "--authority", "/nonexistent/a.pem"],
+                              check=False, capture_output=True, text=True, timeout=20)
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, "quillet-demo-server: /nonexistent/a.pem cannot be written\n"))
+        done = subprocess.run([SERVER, "--generate", "1", "--tls-port", "0"], check=False,
+                              capture_output=True, text=True, timeout=20)
+        self.assertEqual(done.returncode, 2)
 
 
 class ServerTest(unittest.TestCase):
