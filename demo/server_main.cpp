@@ -126,7 +126,7 @@ int Run(const Options& options, int stop) {
   std::string problem;
   if (!Fill(options, store, problem)) return Fail(problem);
   const auto authority = MakeAuthority(options, problem);
-  if (!problem.empty()) return Fail(problem);
+  if (!authority && !options.authority.empty()) return Fail(problem);
   ServerSettings settings;
   settings.user = options.user;
   settings.password = options.password;

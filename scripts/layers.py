@@ -40,9 +40,14 @@ RESERVED = [
              ('qt', 'bench', 'res/generate_dialog_templates', 'res/form_ids', 'res/form_reader')),
     # Headers of C++ have no ".h".
     Reserved('the operating system',
-             re.compile(r'^\s*#\s*include\s*<(?!gdbm\.h|bzlib\.h|gtest/|gmock/)[^>]*\.h>'),
-             re.compile(r'PkgConfig::|\$\{CMAKE_DL_LIBS\}'),
+             re.compile(r'^\s*#\s*include\s*<(?!gdbm\.h|bzlib\.h|gtest/|gmock/|gmime/|glib\.h|iconv\.h)'
+                        r'[^>]*\.h>'),
+             re.compile(r'PkgConfig::(?!GMIME)|\$\{CMAKE_DL_LIBS\}'),
              ('port/linux', 'qt', 'script', 'demo', 'bench')),
+    # The mails that leave are built by port/linux.
+    Reserved('the library of message formats',
+             re.compile(r'^\s*#\s*include\s*<(gmime/|glib\.h|iconv\.h)'), re.compile(r'PkgConfig::GMIME'),
+             ('mime', 'port/linux')),
     Reserved('the libraries of the store', re.compile(r'^\s*#\s*include\s*<(gdbm|bzlib)\.h>'),
              re.compile(r'(gdbm|bz2)$'), ('store', 'bench')),
     Reserved('a test framework', re.compile(r'^\s*#\s*include\s*<(gtest|gmock)/'),
