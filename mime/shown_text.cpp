@@ -25,6 +25,10 @@ std::u16string ShownBody(std::string_view /*head*/, std::string_view stored) {
   return Widen(stored);
 }
 
+std::u16string RawHeader(std::string_view stored) {
+  return Widen(stored);
+}
+
 std::string ToStored(std::u16string_view shown) {
   return Narrow(shown);
 }

@@ -19,6 +19,8 @@ std::u16string ShownHeaderLines(std::string_view stored);
 // A body. `head` has the article's kept header lines; whatever they say of the body, it is taken
 // for code page 1252.
 std::u16string ShownBody(std::string_view head, std::string_view stored);
+// A header value or header lines as they are stored, in code page 1252; see RawBody.
+std::u16string RawHeader(std::string_view stored);
 
 // The 8-bit text for a file, a killfile entry or a stored field: one byte a unit, "?" for a unit
 // that the code page lacks.

@@ -28,6 +28,11 @@ TEST(ShownText, ABodyIsShownAlikeWhateverItsHeadSays) {
   EXPECT_EQ(ShownBody("Content-Type: text/plain; charset=utf-8\r\n", "\xC3\xA9"), u"\u00C3\u00A9");
 }
 
+TEST(ShownText, ARawHeaderIsShownByteForByte) {
+  EXPECT_EQ(RawHeader("=?utf-8?q?=C3=A9?= \xE9\x80"), u"=?utf-8?q?=C3=A9?= \u00E9\u20AC");
+  EXPECT_EQ(ToStored(RawHeader(AllBytes())), AllBytes());
+}
+
 TEST(ShownText, WhatIsShownGoesBackToItsBytes) {
   EXPECT_EQ(ToStored(ShownHeader(AllBytes())), AllBytes());
   EXPECT_EQ(ToStored(ShownBody("", AllBytes())), AllBytes());

@@ -100,6 +100,7 @@ ARTICLE_MENU = [
     item(1, "ROT &13", 40022, "Ctrl+2"),
     item(1, "&Show headers", 40056),
     item(1, "&Toggle Auto-Remove CRs", 40064, "Ctrl+Shift+C"),
+    item(1, "&Raw text", 40080, "Ctrl+Shift+R"),
     sub(0, "Help"),
     item(1, "&About...", 40010),
 ]
@@ -124,7 +125,7 @@ ACCELERATORS = {
     "article": {
         "Ctrl+2": 40022, "Ctrl+3": 40051, "Ctrl+Alt+A": 40011, "Ctrl+C": 40066,
         "Ctrl+Shift+C": 40064, "Ctrl+E": 40033, "Ctrl+F": 40048, "Ctrl+K": 40049,
-        "Ctrl+R": 40023, "Ctrl+S": 40057, "Ctrl+Alt+T": 40028, "Ctrl+U": 40025,
+        "Ctrl+R": 40023, "Ctrl+Shift+R": 40080, "Ctrl+S": 40057, "Ctrl+Alt+T": 40028, "Ctrl+U": 40025,
         "Ctrl+Down": 40016, "Ctrl+Left": 40017, "Ctrl+Right": 40019, "Ctrl+Up": 40018,
         "Ctrl+W": 40001},
 }
