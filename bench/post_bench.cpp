@@ -44,7 +44,7 @@ namespace {
 
 // A text that is broken or split in every line is no copy of itself any more.
 constexpr double kWireTarget = 0.8, kCopyTarget = 10, kRewrittenTarget = 20;
-constexpr port::Ipv4Address kLoopback = {127, 0, 0, 1};
+constexpr std::array kLoopback = {port::Ipv4(127, 0, 0, 1)};
 
 // --- the server ---
 

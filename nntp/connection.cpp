@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <vector>
 
 #include "base/box_owner.h"
+#include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
@@ -119,30 +121,41 @@ std::optional<std::uint8_t> TakeQuadPart(std::string_view& text) {
 }
 
 // The address when the whole name is a dotted quad (blanks around it do not matter).
-std::optional<port::Ipv4Address> ParseDottedQuad(std::string_view name) {
-  port::Ipv4Address address{};
-  for (std::size_t i = 0; i < address.size(); ++i) {
+std::optional<port::Address> ParseDottedQuad(std::string_view name) {
+  port::Address address;
+  for (std::size_t i = 0; i < 4; ++i) {
     if (i > 0) {
       if (!StartsWith(name, ".")) return std::nullopt;
       name.remove_prefix(1);
     }
     const std::optional<std::uint8_t> part = TakeQuadPart(name);
     if (!part) return std::nullopt;
-    address[i] = *part;
+    address.bytes[i] = *part;
   }
   if (name.find_first_not_of(' ') != std::string_view::npos) return std::nullopt;
   return address;
+}
+
+// Where to connect to; empty when the host is unknown.
+std::vector<port::Address> FindAddresses(const std::string& host) {
+  std::vector<port::Address> addresses = gPlatform->sockets.Resolve(host);
+  if (ReadExtensions().alladdresses != 0) return addresses;
+  std::erase_if(addresses, [](const port::Address& address) { return address.v6; });
+  if (addresses.size() > 1) addresses.resize(1);
+  return addresses;
 }
 
 RunEnd ConnectSocket() {
   RunEnd end = RunEnd::kGoOn;
   const std::u16string& name = *gConnection.server_name;
   const std::string narrow_name = Narrow(name);
-  std::optional<port::Ipv4Address> address = ParseDottedQuad(narrow_name);
-  if (!address) {
+  std::vector<port::Address> addresses;
+  if (const auto address = ParseDottedQuad(narrow_name)) {
+    addresses.push_back(*address);
+  } else {
     SetProgressTitle(FormatWide(u"Looking up host %ls...", name));
-    address = gPlatform->sockets.Resolve(narrow_name);
-    if (!address) {
+    addresses = FindAddresses(narrow_name);
+    if (addresses.empty()) {
       if (Ended(end)) return end;
       LogError(FormatWide(u"Unable to find host %ls.\r\n", name));
       return RunEnd::kUnreachable;
@@ -151,7 +164,7 @@ RunEnd ConnectSocket() {
   SetProgressDetail(FormatWide(u"Connecting to host %ls...", name));
   if (Ended(end)) return end;
   const bool connected =
-      gPlatform->sockets.Connect(gConnection.wire.socket(), *address, gConnection.port);
+      gPlatform->sockets.Connect(gConnection.wire.socket(), addresses, gConnection.port);
   if (Ended(end) || connected) return end;
   ReportSocketError(u"connect", kConnectErrors);
   return RunEnd::kUnreachable;

@@ -64,6 +64,17 @@ void FakeSockets::Stalls() {
   Add({StepKind::kStalls, {}, nullptr});
 }
 
+void FakeSockets::StallsForGood() {
+  Step step{StepKind::kStalls, {}, nullptr};
+  step.for_good = true;
+  Add(std::move(step));
+}
+void FakeSockets::Tls(TlsResult result) {
+  Step step{StepKind::kTls, {}, nullptr};
+  step.tls = std::move(result);
+  Add(std::move(step));
+}
+
 void FakeSockets::Resume() {
   const Lock lock(mutex_);
   resumed_ = true;
@@ -85,9 +96,13 @@ void FakeSockets::FailNth(SocketCall kind, int n, int error) {
   faults_[Index(kind)] = {n, error};
 }
 
-void FakeSockets::SetHost(std::string name, Ipv4Address address) {
+void FakeSockets::SetHost(std::string name, std::array<std::uint8_t, 4> ipv4) {
+  SetHost(std::move(name), std::vector{Ipv4(ipv4[0], ipv4[1], ipv4[2], ipv4[3])});
+}
+
+void FakeSockets::SetHost(std::string name, std::vector<Address> addresses) {
   const Lock lock(mutex_);
-  hosts_[std::move(name)] = address;
+  hosts_[std::move(name)] = std::move(addresses);
 }
 
 void FakeSockets::SetVersion(std::optional<SocketVersion> version) {
@@ -145,6 +160,16 @@ std::vector<std::uint32_t> FakeSockets::close_waits() const {
   return close_waits_;
 }
 
+std::vector<std::uint32_t> FakeSockets::stall_limits() const {
+  const Lock lock(mutex_);
+  return stall_limits_;
+}
+
+std::vector<TlsRequest> FakeSockets::tls_requests() const {
+  const Lock lock(mutex_);
+  return tls_requests_;
+}
+
 std::vector<InterruptReason> FakeSockets::interrupts() const {
   const Lock lock(mutex_);
   return interrupts_;
@@ -173,6 +198,9 @@ void FakeSockets::Verify() {
       case StepKind::kClient:
       case StepKind::kClientLine:
         Fail(lock, "sockets: never sent: " + Quote(step.bytes));
+        break;
+      case StepKind::kTls:
+        Fail(lock, "sockets: TLS was never started");
         break;
       case StepKind::kThen:
       case StepKind::kCloses:
@@ -204,7 +232,8 @@ bool FakeSockets::Enter(Lock& lock, SocketCall kind) {
   }
   // What would not wait goes on.
   const bool waits = kind == SocketCall::kResolve || kind == SocketCall::kConnect ||
-                     kind == SocketCall::kReceive || kind == SocketCall::kBind;
+                     kind == SocketCall::kReceive || kind == SocketCall::kBind ||
+                     kind == SocketCall::kStartTls;
   if (Interrupted() && waits) {
     last_error_ = kErrorInterrupted;
     return false;
@@ -249,19 +278,20 @@ bool FakeSockets::Bind(SocketHandle socket) {
   return Enter(lock, SocketCall::kBind) && CheckOpen(socket, false);
 }
 
-std::optional<Ipv4Address> FakeSockets::Resolve(const std::string& host) {
+std::vector<Address> FakeSockets::Resolve(const std::string& host) {
   Lock lock(mutex_);
   resolved_.push_back(host);
-  if (!Enter(lock, SocketCall::kResolve)) return std::nullopt;
+  if (!Enter(lock, SocketCall::kResolve)) return {};
   const auto found = hosts_.find(host);
   if (found != hosts_.end()) return found->second;
   last_error_ = kErrorHostNotFound;
-  return std::nullopt;
+  return {};
 }
 
-bool FakeSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) {
+bool FakeSockets::Connect(SocketHandle socket, std::span<const Address> addresses,
+                          std::uint16_t port) {
   Lock lock(mutex_);
-  connections_.push_back({address, port});
+  connections_.push_back({{addresses.begin(), addresses.end()}, port});
   if (!Enter(lock, SocketCall::kConnect) || !CheckOpen(socket, false)) return false;
   connected_.insert(socket);
   if (!steps_.empty() && steps_.front().kind == StepKind::kCloses) steps_.pop_front();
@@ -271,10 +301,55 @@ bool FakeSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16_
   return true;
 }
 
+void FakeSockets::SetStallLimit(SocketHandle socket, std::uint32_t milliseconds) {
+  const Lock lock(mutex_);
+  stall_limits_.push_back(milliseconds);
+  if (open_.contains(socket)) limits_[socket] = milliseconds;
+}
+
+// The connection of a handshake that did not come about carries nothing.
+TlsResult FakeSockets::RefuseTls(SocketHandle socket, int error) {
+  last_error_ = error;
+  connected_.erase(socket);
+  server_closed_ = true;
+  if (error == kErrorInterrupted) return {TlsOutcome::kInterrupted, {}, {}};
+  return {TlsOutcome::kFailed, u"The connection ended during the handshake.", {}};
+}
+
+TlsResult FakeSockets::StartTls(SocketHandle socket, const TlsRequest& request) {
+  Lock lock(mutex_);
+  tls_requests_.push_back(request);
+  if (!Enter(lock, SocketCall::kStartTls) || !CheckOpen(socket, true)) {
+    return RefuseTls(socket, last_error_);
+  }
+  MakeReadable(lock);
+  unread_.clear();  // came in the clear
+  if (!server_closed_ && !WaitWhileStalled(lock, socket)) return RefuseTls(socket, last_error_);
+  if (!server_closed_ && !steps_.empty() && steps_.front().kind == StepKind::kCloses) {
+    steps_.pop_front();
+    return RefuseTls(socket, 0);
+  }
+  if (server_closed_) return RefuseTls(socket, 0);
+  if (!steps_.empty() && steps_.front().kind == StepKind::kTls && unmatched_.empty()) {
+    TlsResult result = std::move(steps_.front().tls);
+    steps_.pop_front();
+    if (result.outcome != TlsOutcome::kDone) RefuseTls(socket, 0);
+    RunActions(lock);
+    return result;
+  }
+  const std::string expected = steps_.empty() ? "nothing more" : Describe(steps_.front());
+  released_ = true;
+  const TlsResult refused = RefuseTls(socket, 0);
+  Fail(lock, "sockets: the client starts TLS where the server expects " + expected +
+                 (unmatched_.empty() ? "" : " after " + Quote(unmatched_)));
+  return refused;
+}
+
 void FakeSockets::Close(SocketHandle socket) {
   Lock lock(mutex_);
   Enter(lock, SocketCall::kClose);
   open_.erase(socket);
+  limits_.erase(socket);
   connected_.erase(socket);
   // The client has given up: the stall is over with its connection.
   if (Interrupted() && !steps_.empty() && steps_.front().kind == StepKind::kStalls) {
@@ -295,7 +370,10 @@ void FakeSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
   MakeReadable(lock);
   unread_.clear();
   if (steps_.empty() || server_closed_) return;
-  if (steps_.front().kind == StepKind::kStalls) {
+  if (steps_.front().for_good) {
+    steps_.pop_front();  // and so is the wait for it
+    server_closed_ = true;
+  } else if (steps_.front().kind == StepKind::kStalls) {
     changed_.wait_for(lock, std::chrono::milliseconds(milliseconds),
                       [&] { return resumed_ || Interrupted(); });
   } else if (steps_.front().kind == StepKind::kCloses) {
@@ -311,6 +389,11 @@ void FakeSockets::Interrupt(InterruptReason reason) {
   changed_.notify_all();
 }
 
+// What the server waits for, as it would stand in a test.
+std::string FakeSockets::Describe(const Step& step) {
+  return step.kind == StepKind::kTls ? "TLS" : Quote(step.bytes);
+}
+
 // The actions that the conversation has reached.
 void FakeSockets::RunActions(Lock& lock) {
   while (!steps_.empty() && steps_.front().kind == StepKind::kThen) {
@@ -322,9 +405,16 @@ void FakeSockets::RunActions(Lock& lock) {
   }
 }
 
-// False when the wait was interrupted.
-bool FakeSockets::WaitWhileStalled(Lock& lock) {
+// False when the wait was interrupted or took too long.
+bool FakeSockets::WaitWhileStalled(Lock& lock, SocketHandle socket) {
   while (!steps_.empty() && steps_.front().kind == StepKind::kStalls) {
+    const auto limit = limits_.find(socket);
+    if (steps_.front().for_good && limit != limits_.end() && limit->second != 0) {
+      steps_.pop_front();
+      server_closed_ = true;
+      last_error_ = kErrorStalled;
+      return false;
+    }
     changed_.wait(lock, [&] { return resumed_ || Interrupted(); });
     if (Interrupted()) {
       last_error_ = kErrorInterrupted;
@@ -372,7 +462,7 @@ std::int64_t FakeSockets::Receive(SocketHandle socket, std::span<char> buffer) {
   }
   if (!unread_.empty()) return Deliver(lock, unread_, buffer);
   RunActions(lock);
-  if (!server_closed_ && !WaitWhileStalled(lock)) return -1;
+  if (!server_closed_ && !WaitWhileStalled(lock, socket)) return -1;
   if (server_closed_) return 0;
   if (close_after_ && delivered_ >= *close_after_) {
     std::string none;
@@ -391,7 +481,7 @@ std::int64_t FakeSockets::Receive(SocketHandle socket, std::span<char> buffer) {
   Fail(lock, steps_.empty()
                  ? "sockets: the client waits for the server after the end of the transcript"
                  : "sockets: the client waits while the server expects " +
-                       Quote(steps_.front().bytes) +
+                       Describe(steps_.front()) +
                        (unmatched_.empty() ? "" : " after " + Quote(unmatched_)));
   return 0;
 }
@@ -417,7 +507,8 @@ bool FakeSockets::MatchClient(Lock& lock) {
       unmatched_.clear();  // swallowed by a server that is about to close
       return true;
     }
-    if (step.kind == StepKind::kStalls && !Interrupted()) return false;
+    if (step.kind == StepKind::kTls) return false;
+    if (step.kind == StepKind::kStalls && !step.for_good && !Interrupted()) return false;
     if (step.kind == StepKind::kStalls) {
       unmatched_.clear();  // nobody reads it
       return true;
@@ -444,7 +535,7 @@ bool FakeSockets::Send(SocketHandle socket, std::string_view data) {
   if (server_closed_) return true;
   unmatched_ += data;
   if (MatchClient(lock)) return true;
-  const std::string expected = steps_.empty() ? "nothing more" : Quote(steps_.front().bytes);
+  const std::string expected = steps_.empty() ? "nothing more" : Describe(steps_.front());
   const std::string got = Quote(std::exchange(unmatched_, {}));
   server_closed_ = true;
   released_ = true;

@@ -25,8 +25,8 @@
 
 namespace quillet::port {
 
-enum class SocketCall { kOpen, kBind, kResolve, kConnect, kReceive, kSend, kClose };
-constexpr std::size_t kSocketCallCount = 7;
+enum class SocketCall { kOpen, kBind, kResolve, kConnect, kReceive, kSend, kClose, kStartTls };
+constexpr std::size_t kSocketCallCount = 8;
 
 class FakeSockets final : public Sockets {
  public:
@@ -46,6 +46,12 @@ class FakeSockets final : public Sockets {
   // Receive waits until Resume or Interrupt. What the client sends after an Interrupt is swallowed.
   void Stalls();
   void Resume();
+  // The server is silent for good: where there is a stall limit, what waits for it fails at once
+  // with kErrorStalled and the connection is as one that was closed. Without one it waits as above.
+  void StallsForGood();
+  // The client must start TLS next, having sent nothing before it; it gets that result. After any
+  // but kDone the connection carries nothing any more.
+  void Tls(TlsResult result = {TlsOutcome::kDone, {}, {}});
 
   // --- faults ---
 
@@ -66,7 +72,8 @@ class FakeSockets final : public Sockets {
   std::function<void(SocketCall kind, int n)> on_call;
 
   // The names Resolve knows; others are unknown (11001).
-  void SetHost(std::string name, Ipv4Address address);
+  void SetHost(std::string name, std::array<std::uint8_t, 4> ipv4);
+  void SetHost(std::string name, std::vector<Address> addresses);
   // What Startup grants; nothing: it fails.
   void SetVersion(std::optional<SocketVersion> version);
 
@@ -81,12 +88,14 @@ class FakeSockets final : public Sockets {
   std::optional<SocketVersion> version_wanted() const;
   std::vector<std::string> resolved() const;
   struct Connection {
-    Ipv4Address address{};
+    std::vector<Address> addresses;
     std::uint16_t port = 0;
     bool operator==(const Connection&) const = default;
   };
   std::vector<Connection> connections() const;
-  std::vector<std::uint32_t> close_waits() const;  // milliseconds of each AwaitClose
+  std::vector<std::uint32_t> close_waits() const;   // milliseconds of each AwaitClose
+  std::vector<std::uint32_t> stall_limits() const;  // of each SetStallLimit
+  std::vector<TlsRequest> tls_requests() const;     // of each StartTls
   std::vector<InterruptReason> interrupts() const;
 
   // True when the whole transcript took place.
@@ -104,8 +113,11 @@ class FakeSockets final : public Sockets {
   void Cleanup() override;
   SocketHandle Open() override;
   bool Bind(SocketHandle socket) override;
-  std::optional<Ipv4Address> Resolve(const std::string& host) override;
-  bool Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) override;
+  std::vector<Address> Resolve(const std::string& host) override;
+  bool Connect(SocketHandle socket, std::span<const Address> addresses,
+               std::uint16_t port) override;
+  void SetStallLimit(SocketHandle socket, std::uint32_t milliseconds) override;
+  TlsResult StartTls(SocketHandle socket, const TlsRequest& request) override;
   std::int64_t Receive(SocketHandle socket, std::span<char> buffer) override;
   bool Send(SocketHandle socket, std::string_view data) override;
   void Close(SocketHandle socket) override;
@@ -116,11 +128,13 @@ class FakeSockets final : public Sockets {
   void Interrupt(InterruptReason reason) override;
 
  private:
-  enum class StepKind { kServer, kClient, kClientLine, kThen, kCloses, kStalls };
+  enum class StepKind { kServer, kClient, kClientLine, kThen, kCloses, kStalls, kTls };
   struct Step {
     StepKind kind = StepKind::kServer;
     std::string bytes;
     std::function<void()> action;
+    bool for_good = false;
+    TlsResult tls{};
   };
   struct Fault {
     int in = 0;
@@ -134,7 +148,9 @@ class FakeSockets final : public Sockets {
   bool CheckOpen(SocketHandle socket, bool connected);
   void Fail(Lock& lock, const std::string& message);
   void RunActions(Lock& lock);
-  bool WaitWhileStalled(Lock& lock);
+  bool WaitWhileStalled(Lock& lock, SocketHandle socket);
+  static std::string Describe(const Step& step);
+  TlsResult RefuseTls(SocketHandle socket, int error);
   std::int64_t Deliver(Lock& lock, std::string& bytes, std::span<char> buffer);
   void MakeReadable(Lock& lock);
   bool MatchClient(Lock& lock);
@@ -153,13 +169,16 @@ class FakeSockets final : public Sockets {
   bool session_ended_ = false;
   std::vector<InterruptReason> interrupts_;
   std::vector<std::uint32_t> close_waits_;
+  std::vector<std::uint32_t> stall_limits_;
+  std::map<SocketHandle, std::uint32_t> limits_;
+  std::vector<TlsRequest> tls_requests_;
   bool resumed_ = false;
   bool released_ = false;
   std::optional<SocketVersion> version_ = SocketVersion{1, 1};
   std::optional<SocketVersion> version_wanted_;
   int startups_ = 0;
   int cleanups_ = 0;
-  std::map<std::string, Ipv4Address> hosts_;
+  std::map<std::string, std::vector<Address>> hosts_;
   std::vector<std::string> resolved_;
   std::vector<Connection> connections_;
   std::set<SocketHandle> open_;

@@ -63,11 +63,11 @@ void SetOptions(int fd) {
   SetOption(fd, IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
 }
 
-sockaddr_in SocketAddress(Ipv4Address address, std::uint16_t port) {
+sockaddr_in SocketAddress(const Address& address, std::uint16_t port) {
   sockaddr_in native{};
   native.sin_family = AF_INET;
   native.sin_port = htons(port);
-  std::memcpy(&native.sin_addr, address.data(), address.size());
+  std::memcpy(&native.sin_addr, address.bytes.data(), sizeof native.sin_addr);
   return native;
 }
 
@@ -75,13 +75,13 @@ sockaddr_in SocketAddress(Ipv4Address address, std::uint16_t port) {
 struct PendingLookup {
   std::string host;
   HostLookup lookup;
-  Ipv4Address address{};
+  std::vector<Address> addresses;
   std::atomic<int> error{-1};  // set last
   FileDescriptor done;
 };
 
 void RunLookup(const std::shared_ptr<PendingLookup>& pending) {
-  pending->error = pending->lookup(pending->host, pending->address);
+  pending->error = pending->lookup(pending->host, pending->addresses);
   eventfd_write(pending->done.get(), 1);
 }
 
@@ -114,7 +114,7 @@ int SocketErrorCode(int system_error) {
   return system_error;
 }
 
-int LookUpHost(const std::string& host, Ipv4Address& address) {
+int LookUpHost(const std::string& host, std::vector<Address>& addresses) {
   addrinfo hints{};
   hints.ai_family = AF_INET;
   hints.ai_socktype = SOCK_STREAM;
@@ -124,13 +124,14 @@ int LookUpHost(const std::string& host, Ipv4Address& address) {
   if (error == EAI_MEMORY) return ENOMEM;
   if (error != 0) return kErrorHostNotFound;
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
-  if (found == nullptr || found->ai_addrlen < sizeof(sockaddr_in)) {
-    return kErrorHostNotFound;
+  for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
+    if (entry->ai_addrlen < sizeof(sockaddr_in)) continue;
+    sockaddr_in native{};
+    std::memcpy(&native, entry->ai_addr, sizeof native);
+    Address& address = addresses.emplace_back();
+    std::memcpy(address.bytes.data(), &native.sin_addr, sizeof native.sin_addr);
   }
-  sockaddr_in native{};
-  std::memcpy(&native, found->ai_addr, sizeof native);
-  std::memcpy(address.data(), &native.sin_addr, address.size());
-  return 0;
+  return addresses.empty() ? kErrorHostNotFound : 0;
 }
 
 LinuxSockets::LinuxSockets(HostLookup lookup)
@@ -194,22 +195,22 @@ bool LinuxSockets::Bind(SocketHandle socket) {
   const Socket* const found = Usable(socket);
   if (found == nullptr) return false;
   const int fd = found->fd.get();
-  const sockaddr_in any = SocketAddress({0, 0, 0, 0}, 0);
+  const sockaddr_in any = SocketAddress({}, 0);
   if (bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) return Fail(errno);
   return true;
 }
 
-std::optional<Ipv4Address> LinuxSockets::Resolve(const std::string& host) {
+std::vector<Address> LinuxSockets::Resolve(const std::string& host) {
   // A NUL would end the name early and look up another host.
   const bool sound = !host.empty() && host.find('\0') == std::string::npos;
   if (Interrupted() || !sound) {
     Fail(kErrorHostNotFound);
-    return std::nullopt;
+    return {};
   }
   FileDescriptor done(eventfd(0, EFD_CLOEXEC));
   if (!done.valid()) {
     Fail(errno);
-    return std::nullopt;
+    return {};
   }
   const auto pending = std::make_shared<PendingLookup>();
   pending->host = host;
@@ -219,16 +220,16 @@ std::optional<Ipv4Address> LinuxSockets::Resolve(const std::string& host) {
     std::thread([pending] { RunLookup(pending); }).detach();
   } catch (const std::system_error&) {
     Fail(ENOMEM);
-    return std::nullopt;
+    return {};
   }
   if (!WaitUnlessInterrupted(pending->done.get(), POLLIN, interrupt_event_.get())) {
     Fail(ECANCELED);
-    return std::nullopt;
+    return {};
   }
   const int error = pending->error;
-  if (error == 0) return pending->address;
+  if (error == 0) return std::move(pending->addresses);
   Fail(error);
-  return std::nullopt;
+  return {};
 }
 
 // Waits for a connect under way and returns its error number, 0 when it stands.
@@ -240,11 +241,13 @@ int LinuxSockets::FinishConnect(int fd) const {
   return error;
 }
 
-bool LinuxSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) {
+bool LinuxSockets::Connect(SocketHandle socket, std::span<const Address> addresses,
+                           std::uint16_t port) {
   const Socket* const found = Usable(socket);
   if (found == nullptr) return false;
+  if (addresses.empty()) return Fail(EADDRNOTAVAIL);
   const int fd = found->fd.get();
-  const sockaddr_in peer = SocketAddress(address, port);
+  const sockaddr_in peer = SocketAddress(addresses.front(), port);
   if (!SetBlocking(fd, false)) return Fail(errno);
   int error = 0;
   if (connect(fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != 0) {
@@ -254,6 +257,16 @@ bool LinuxSockets::Connect(SocketHandle socket, Ipv4Address address, std::uint16
   if (!SetBlocking(fd, true) && error == 0) error = errno;
   if (error != 0 || Interrupted()) return Fail(error);
   return true;
+}
+
+void LinuxSockets::SetStallLimit(SocketHandle socket, std::uint32_t milliseconds) {
+  if (Socket* const found = Find(socket)) found->stall_limit = milliseconds;
+}
+
+TlsResult LinuxSockets::StartTls(SocketHandle socket, const TlsRequest&) {
+  Fail(ENOSYS);
+  Close(socket);
+  return {TlsOutcome::kFailed, u"TLS is not there.", {}};
 }
 
 std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {

@@ -20,9 +20,10 @@ constexpr int kErrorHostNotFound = 11001;
 // The code of a system error number: the service's own where there is one, else the number itself.
 int SocketErrorCode(int system_error);
 
-// Looks a host name up: 0 and the first IPv4 address, or a system error number or the above.
-using HostLookup = std::function<int(const std::string& host, Ipv4Address& address)>;
-int LookUpHost(const std::string& host, Ipv4Address& address);
+// Looks a host name up: 0 and all its addresses in the order to try them, or a system error number
+// or the above.
+using HostLookup = std::function<int(const std::string& host, std::vector<Address>& addresses)>;
+int LookUpHost(const std::string& host, std::vector<Address>& addresses);
 
 class LinuxSockets final : public Sockets {
  public:
@@ -37,8 +38,11 @@ class LinuxSockets final : public Sockets {
 
   SocketHandle Open() override;
   bool Bind(SocketHandle socket) override;
-  std::optional<Ipv4Address> Resolve(const std::string& host) override;
-  bool Connect(SocketHandle socket, Ipv4Address address, std::uint16_t port) override;
+  std::vector<Address> Resolve(const std::string& host) override;
+  bool Connect(SocketHandle socket, std::span<const Address> addresses,
+               std::uint16_t port) override;
+  void SetStallLimit(SocketHandle socket, std::uint32_t milliseconds) override;
+  TlsResult StartTls(SocketHandle socket, const TlsRequest& request) override;
   std::int64_t Receive(SocketHandle socket, std::span<char> buffer) override;
   bool Send(SocketHandle socket, std::string_view data) override;
   void Close(SocketHandle socket) override;
@@ -53,6 +57,7 @@ class LinuxSockets final : public Sockets {
  private:
   struct Socket {
     FileDescriptor fd;
+    std::uint32_t stall_limit = 0;  // milliseconds; 0: none
     // Received and not handed out yet: from first to last. Program thread only.
     std::vector<char> ahead;
     std::size_t first = 0;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -130,7 +131,7 @@ TEST_F(Runner, WhatEndedAnOperationIsReturned) {
 TEST_F(Runner, CancelEndsAWaitForTheNetwork) {
   fake_.sockets.Stalls();
   const port::SocketHandle socket = fake_.sockets.Open();
-  ASSERT_TRUE(fake_.sockets.Connect(socket, {192, 0, 2, 7}, 119));
+  ASSERT_TRUE(fake_.sockets.Connect(socket, std::array{port::Ipv4(192, 0, 2, 7)}, 119));
   RunWithProgress(u"title", [&] {
     EXPECT_TRUE(fake_.display.Press(gProgressDialog, kControlCancel));
     char buffer[10];

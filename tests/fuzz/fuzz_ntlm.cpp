@@ -30,8 +30,12 @@ class LineSockets final : public port::Sockets {
   void Cleanup() override {}
   port::SocketHandle Open() override { return 1; }
   bool Bind(port::SocketHandle) override { return true; }
-  std::optional<port::Ipv4Address> Resolve(const std::string&) override { return std::nullopt; }
-  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override { return true; }
+  std::vector<port::Address> Resolve(const std::string&) override { return {}; }
+  bool Connect(port::SocketHandle, std::span<const port::Address>, std::uint16_t) override {
+    return true;
+  }
+  void SetStallLimit(port::SocketHandle, std::uint32_t) override {}
+  port::TlsResult StartTls(port::SocketHandle, const port::TlsRequest&) override { return {}; }
   // A line at a time, since a reply takes all that has come.
   std::int64_t Receive(port::SocketHandle, std::span<char> buffer) override {
     const std::size_t line = std::min(bytes_.find('\n'), bytes_.size() - 1) + 1;

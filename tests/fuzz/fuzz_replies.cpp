@@ -30,8 +30,12 @@ class FuzzedSockets final : public port::Sockets {
   void Cleanup() override {}
   port::SocketHandle Open() override { return 1; }
   bool Bind(port::SocketHandle) override { return true; }
-  std::optional<port::Ipv4Address> Resolve(const std::string&) override { return std::nullopt; }
-  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override { return true; }
+  std::vector<port::Address> Resolve(const std::string&) override { return {}; }
+  bool Connect(port::SocketHandle, std::span<const port::Address>, std::uint16_t) override {
+    return true;
+  }
+  void SetStallLimit(port::SocketHandle, std::uint32_t) override {}
+  port::TlsResult StartTls(port::SocketHandle, const port::TlsRequest&) override { return {}; }
   std::int64_t Receive(port::SocketHandle socket, std::span<char> buffer) override {
     Require(socket == 1 && !buffer.empty());
     seed_ = seed_ * 1664525 + 1013904223;

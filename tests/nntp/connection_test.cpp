@@ -82,7 +82,7 @@ TEST_F(ConnectionTest, WholeTransactionWithoutGroups) {
   Run();
   EXPECT_EQ(fake.sockets.resolved(), std::vector<std::string>{"news.example.org"});
   ASSERT_EQ(fake.sockets.connections().size(), 1U);
-  EXPECT_EQ(fake.sockets.connections()[0].address, (port::Ipv4Address{192, 0, 2, 7}));
+  EXPECT_EQ(fake.sockets.connections()[0].addresses, std::vector{port::Ipv4(192, 0, 2, 7)});
   EXPECT_EQ(fake.sockets.connections()[0].port, 119);
   EXPECT_EQ(TransactionLog(), std::string(kHeader) + "200 welcome\r\n200 welcome\r\nQUIT\r\n");
   EXPECT_EQ(fake.sockets.close_waits(), std::vector<std::uint32_t>{2000});
@@ -143,7 +143,7 @@ TEST_F(ConnectionTest, SelectedServerAndItsPortAreUsed) {
   Server("200 welcome\r\n");
   Quits();
   Run();
-  EXPECT_EQ(fake.sockets.connections()[0].address, (port::Ipv4Address{10, 1, 2, 3}));
+  EXPECT_EQ(fake.sockets.connections()[0].addresses, std::vector{port::Ipv4(10, 1, 2, 3)});
   EXPECT_EQ(fake.sockets.connections()[0].port, 8119);
 }
 
@@ -155,15 +155,15 @@ TEST_F(ConnectionTest, ServerIndexBeyondTheListIsAnUnknownHost) {
 
 struct NameCase {
   std::u16string name;
-  std::optional<port::Ipv4Address> address;
+  std::optional<port::Address> address;
 };
 
 TEST_F(ConnectionTest, DottedQuadsAreNotLookedUp) {
   const std::vector<NameCase> cases = {
-      {u"10.0.0.1", port::Ipv4Address{10, 0, 0, 1}},
-      {u"255.255.255.255", port::Ipv4Address{255, 255, 255, 255}},
-      {u"010.000.0.001", port::Ipv4Address{10, 0, 0, 1}},
-      {u" 10.0.0.1 ", port::Ipv4Address{10, 0, 0, 1}},
+      {u"10.0.0.1", port::Ipv4(10, 0, 0, 1)},
+      {u"255.255.255.255", port::Ipv4(255, 255, 255, 255)},
+      {u"010.000.0.001", port::Ipv4(10, 0, 0, 1)},
+      {u" 10.0.0.1 ", port::Ipv4(10, 0, 0, 1)},
       {u"10.0.0.256", std::nullopt},
       {u"10.0.0.99999999999", std::nullopt},
       {u"10.0.0", std::nullopt},
@@ -184,7 +184,8 @@ TEST_F(ConnectionTest, DottedQuadsAreNotLookedUp) {
     Run();
     EXPECT_EQ(fake.sockets.resolved().size(), lookups + (c.address ? 0 : 1)) << Narrow(c.name);
     if (c.address) {
-      EXPECT_EQ(fake.sockets.connections().back().address, *c.address) << Narrow(c.name);
+      EXPECT_EQ(fake.sockets.connections().back().addresses, std::vector{*c.address})
+          << Narrow(c.name);
       EXPECT_EQ(ErrorLog(), u"");
     } else {
       EXPECT_EQ(ErrorLog(), u"Unable to find host " + c.name + u".\r\n");

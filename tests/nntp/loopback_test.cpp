@@ -37,11 +37,12 @@ class LoopbackTest : public NntpTest {
 
   // Shared with the thread of a lookup, which may outlive the test.
   std::shared_ptr<std::atomic<bool>> hanging_ = std::make_shared<std::atomic<bool>>(false);
-  port::LinuxSockets sockets_{[hanging = hanging_](const std::string&, port::Ipv4Address& address) {
-    while (*hanging) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    address = {127, 0, 0, 1};
-    return 0;
-  }};
+  port::LinuxSockets sockets_{
+      [hanging = hanging_](const std::string&, std::vector<port::Address>& addresses) {
+        while (*hanging) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        addresses = {port::Ipv4(127, 0, 0, 1)};
+        return 0;
+      }};
   port::Platform platform_{fake.display.Services(), fake.queues,  fake.registry, sockets_,
                            fake.libraries,          fake.files,   fake.clock,    fake.shell,
                            fake.scheduler,          fake.dialler, fake.mail,     fake.contacts,

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "port/sockets.h"
 #include "tests/nntp/news_model.h"
@@ -44,10 +45,12 @@ class ModelSockets final : public port::Sockets {
     return 1;
   }
   bool Bind(port::SocketHandle) override { return true; }
-  std::optional<port::Ipv4Address> Resolve(const std::string&) override {
-    return port::Ipv4Address{127, 0, 0, 1};
+  std::vector<port::Address> Resolve(const std::string&) override {
+    return {port::Ipv4(127, 0, 0, 1)};
   }
-  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override {
+  void SetStallLimit(port::SocketHandle, std::uint32_t) override {}
+  port::TlsResult StartTls(port::SocketHandle, const port::TlsRequest&) override { return {}; }
+  bool Connect(port::SocketHandle, std::span<const port::Address>, std::uint16_t) override {
     session_ = std::make_unique<NewsSession>(model_);
     pending_.clear();
     line_.clear();

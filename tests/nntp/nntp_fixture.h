@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -79,7 +80,8 @@ class NntpTest : public ::testing::Test {
   // A connection beyond its greeting.
   void Connected() {
     gConnection.wire.Open(fake.sockets.Open());
-    ASSERT_TRUE(fake.sockets.Connect(gConnection.wire.socket(), {192, 0, 2, 7}, 119));
+    ASSERT_TRUE(
+        fake.sockets.Connect(gConnection.wire.socket(), std::array{port::Ipv4(192, 0, 2, 7)}, 119));
     gConnection.server_name = u"news.example.org";
   }
 

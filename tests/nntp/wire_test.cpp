@@ -24,7 +24,7 @@ class WireTest : public NntpTest {
 
   void Connect() {
     const port::SocketHandle socket = fake.sockets.Open();
-    EXPECT_TRUE(fake.sockets.Connect(socket, {192, 0, 2, 7}, 119));
+    EXPECT_TRUE(fake.sockets.Connect(socket, std::array{port::Ipv4(192, 0, 2, 7)}, 119));
     wire.Open(socket);
   }
 
@@ -337,8 +337,12 @@ class OverviewSockets final : public port::Sockets {
   void Cleanup() override {}
   port::SocketHandle Open() override { return 1; }
   bool Bind(port::SocketHandle) override { return true; }
-  std::optional<port::Ipv4Address> Resolve(const std::string&) override { return std::nullopt; }
-  bool Connect(port::SocketHandle, port::Ipv4Address, std::uint16_t) override { return true; }
+  std::vector<port::Address> Resolve(const std::string&) override { return {}; }
+  bool Connect(port::SocketHandle, std::span<const port::Address>, std::uint16_t) override {
+    return true;
+  }
+  void SetStallLimit(port::SocketHandle, std::uint32_t) override {}
+  port::TlsResult StartTls(port::SocketHandle, const port::TlsRequest&) override { return {}; }
   // Part of one line, or of what is left of it.
   std::int64_t Receive(port::SocketHandle, std::span<char> buffer) override {
     if (rest_.empty()) Next();

@@ -21,7 +21,7 @@ class Transcript : public testing::Test {
     socket = sockets.Open();
     ASSERT_NE(socket, 0U);
     ASSERT_TRUE(sockets.Bind(socket));
-    ASSERT_TRUE(sockets.Connect(socket, {127, 0, 0, 1}, 119));
+    ASSERT_TRUE(sockets.Connect(socket, std::array{Ipv4(127, 0, 0, 1)}, 119));
   }
   // One Receive; "<closed>" and "<error N>" for its ends.
   std::string Receive(std::size_t room = 2048) {
@@ -188,7 +188,7 @@ TEST_F(Transcript, TheServerClosesAtAnyByte) {
     fresh.Client("MODE READER\r\n");
     fresh.CloseAfter(n);
     const SocketHandle handle = fresh.Open();
-    fresh.Connect(handle, {}, 119);
+    fresh.Connect(handle, std::array{Address{}}, 119);
     std::string all;
     std::array<char, 64> buffer{};
     std::int64_t got = 0;
@@ -247,10 +247,10 @@ TEST_F(Transcript, OpenBindAndConnectFailOnDemand) {
   EXPECT_FALSE(sockets.Bind(socket));
   EXPECT_EQ(sockets.LastError(), 10048);
   sockets.FailConnect(kErrorRefused);
-  EXPECT_FALSE(sockets.Connect(socket, {10, 0, 0, 1}, 563));
+  EXPECT_FALSE(sockets.Connect(socket, std::array{Ipv4(10, 0, 0, 1)}, 563));
   EXPECT_EQ(sockets.LastError(), 10061);
   EXPECT_EQ(sockets.connections(),
-            (std::vector<FakeSockets::Connection>{{Ipv4Address{10, 0, 0, 1}, 563}}));
+            (std::vector<FakeSockets::Connection>{{{Ipv4(10, 0, 0, 1)}, 563}}));
   EXPECT_EQ(sockets.open_sockets(), 1);
   sockets.Close(socket);
   sockets.Close(socket);
@@ -260,7 +260,7 @@ TEST_F(Transcript, OpenBindAndConnectFailOnDemand) {
 
 TEST_F(Transcript, SocketsThatAreNotOpenOrConnectedFail) {
   EXPECT_FALSE(sockets.Bind(0));
-  EXPECT_FALSE(sockets.Connect(7, {}, 119));
+  EXPECT_FALSE(sockets.Connect(7, std::array{Address{}}, 119));
   EXPECT_EQ(sockets.LastError(), 10038);
   socket = sockets.Open();
   EXPECT_EQ(Receive(), "<error 10057>");
@@ -275,8 +275,8 @@ TEST_F(Transcript, SocketsThatAreNotOpenOrConnectedFail) {
 
 TEST_F(Transcript, OnlyKnownNamesAreFound) {
   sockets.SetHost("news.example", {192, 0, 2, 7});
-  EXPECT_EQ(sockets.Resolve("news.example"), (Ipv4Address{192, 0, 2, 7}));
-  EXPECT_EQ(sockets.Resolve("other.example"), std::nullopt);
+  EXPECT_EQ(sockets.Resolve("news.example"), (std::vector{Ipv4(192, 0, 2, 7)}));
+  EXPECT_EQ(sockets.Resolve("other.example"), std::vector<Address>{});
   EXPECT_EQ(sockets.LastError(), 11001);
   EXPECT_EQ(sockets.resolved(), (std::vector<std::string>{"news.example", "other.example"}));
 }
@@ -347,11 +347,155 @@ TEST_F(Transcript, InterruptEndsAStallAndEveryLaterWait) {
   other.join();
   EXPECT_TRUE(sockets.Send(socket, "QUIT\r\n"));
   EXPECT_EQ(sockets.sent(), "QUIT\r\n");
-  EXPECT_EQ(sockets.Resolve("news.example"), std::nullopt);
+  EXPECT_EQ(sockets.Resolve("news.example"), std::vector<Address>{});
   sockets.Close(socket);
   EXPECT_EQ(sockets.open_sockets(), 0);
   sockets.Verify();
   EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, AllAddressesOfANameAreFoundAndRecorded) {
+  const Address v6{true, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, 3};
+  sockets.SetHost("news.example", {v6, Ipv4(192, 0, 2, 7)});
+  EXPECT_EQ(sockets.Resolve("news.example"), (std::vector{v6, Ipv4(192, 0, 2, 7)}));
+  socket = sockets.Open();
+  EXPECT_TRUE(sockets.Connect(socket, std::array{v6, Ipv4(192, 0, 2, 7)}, 563));
+  EXPECT_EQ(sockets.connections(),
+            (std::vector<FakeSockets::Connection>{{{v6, Ipv4(192, 0, 2, 7)}, 563}}));
+}
+
+TEST_F(Transcript, TlsStartsWhereItStands) {
+  sockets.Server("200 hi\r\n");
+  sockets.Client("STARTTLS\r\n");
+  sockets.Server("382 go on\r\n");
+  sockets.Tls();
+  sockets.Client("QUIT\r\n");
+  Connect();
+  Receive();
+  sockets.Send(socket, "STARTTLS\r\n");
+  Receive();
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", "AB:CD"}).outcome, TlsOutcome::kDone);
+  EXPECT_TRUE(sockets.Send(socket, "QUIT\r\n"));
+  sockets.Verify();
+  EXPECT_TRUE(failures.empty()) << failures[0];
+  ASSERT_EQ(sockets.tls_requests().size(), 1U);
+  EXPECT_EQ(sockets.tls_requests()[0].host, "news.example");
+  EXPECT_EQ(sockets.tls_requests()[0].pinned, "AB:CD");
+  EXPECT_EQ(sockets.calls(SocketCall::kStartTls), 1);
+}
+
+TEST_F(Transcript, BytesBeforeTlsFail) {
+  sockets.Tls();
+  Connect();
+  sockets.Send(socket, "AUTHINFO USER ann\r\n");
+  EXPECT_EQ(failures, std::vector<std::string>{
+                          "sockets: the client sent \"AUTHINFO USER ann\\r\\n\" where the "
+                          "server expects TLS"});
+}
+
+TEST_F(Transcript, WaitingForTheServerBeforeTlsFails) {
+  sockets.Tls();
+  Connect();
+  EXPECT_EQ(Receive(), "<closed>");
+  EXPECT_EQ(failures,
+            std::vector<std::string>{"sockets: the client waits while the server expects TLS"});
+}
+
+TEST_F(Transcript, TlsThatIsNotExpectedFails) {
+  sockets.Client("STARTTLS\r\n");
+  Connect();
+  sockets.Send(socket, "START");
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kFailed);
+  EXPECT_EQ(failures,
+            std::vector<std::string>{"sockets: the client starts TLS where the server expects "
+                                     "\"STARTTLS\\r\\n\" after \"START\""});
+  EXPECT_FALSE(sockets.Send(socket, "x"));
+}
+
+TEST_F(Transcript, TlsThatNeverStartsFails) {
+  sockets.Tls();
+  Connect();
+  sockets.Verify();
+  EXPECT_EQ(failures, std::vector<std::string>{"sockets: TLS was never started"});
+}
+
+TEST_F(Transcript, RefusedTlsLeavesAConnectionThatCarriesNothing) {
+  for (const TlsOutcome outcome : {TlsOutcome::kUntrusted, TlsOutcome::kChangedPin,
+                                   TlsOutcome::kFailed, TlsOutcome::kInterrupted}) {
+    sockets.Tls({outcome, u"It is for another.", "AB:CD"});
+    Connect();
+    const TlsResult result = sockets.StartTls(socket, {"news.example", ""});
+    EXPECT_EQ(result.outcome, outcome);
+    EXPECT_EQ(result.problem, u"It is for another.");
+    EXPECT_EQ(result.fingerprint, "AB:CD");
+    EXPECT_FALSE(sockets.Send(socket, "QUIT\r\n"));
+    EXPECT_EQ(Receive(), "<error 10057>");
+    EXPECT_EQ(sockets.sent(), "");
+    sockets.Close(socket);
+  }
+  sockets.Verify();
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, WhatCameInTheClearIsGoneAfterTls) {
+  sockets.Server("382 go on\r\n200 injected\r\n");
+  sockets.Server("281 injected too\r\n");
+  sockets.Tls();
+  sockets.Server("encrypted\r\n");
+  Connect();
+  EXPECT_EQ(Receive(11), "382 go on\r\n");
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kDone);
+  EXPECT_EQ(Receive(), "encrypted\r\n");
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, ServerThatClosesBeforeTlsEndsTheHandshake) {
+  sockets.Closes();
+  Connect();
+  sockets.Closes();
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kFailed);
+  sockets.Verify();
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, TlsFailsOnDemandAndAfterAnInterrupt) {
+  Connect();
+  sockets.FailNth(SocketCall::kStartTls, 1, kErrorTimedOut);
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kFailed);
+  EXPECT_EQ(sockets.LastError(), kErrorTimedOut);
+  Connect();
+  sockets.Interrupt(InterruptReason::kCancel);
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kInterrupted);
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, SilenceForGoodEndsAtTheStallLimit) {
+  sockets.Server("200 hi\r\n");
+  sockets.StallsForGood();
+  Connect();
+  sockets.SetStallLimit(socket, 90'000);
+  EXPECT_EQ(Receive(), "200 hi\r\n");
+  EXPECT_TRUE(sockets.Send(socket, "GROUP a.b\r\n")) << "nobody reads it";
+  EXPECT_EQ(Receive(), "<error 20060>");
+  EXPECT_EQ(Receive(), "<closed>");
+  sockets.Close(socket);
+  EXPECT_EQ(sockets.stall_limits(), std::vector<std::uint32_t>{90'000});
+  sockets.StallsForGood();
+  Connect();
+  sockets.SetStallLimit(socket, 1);
+  EXPECT_EQ(sockets.StartTls(socket, {"news.example", ""}).outcome, TlsOutcome::kFailed);
+  EXPECT_EQ(sockets.LastError(), kErrorStalled);
+  sockets.Verify();
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(Transcript, SilenceForGoodWithoutALimitLastsUntilTheInterrupt) {
+  sockets.StallsForGood();
+  Connect();
+  sockets.SetStallLimit(socket, 0);
+  std::thread other([&] { sockets.Interrupt(InterruptReason::kCancel); });
+  EXPECT_EQ(Receive(), "<error 10004>");
+  other.join();
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <array>
 #include <atomic>
 #include <memory>
 
@@ -399,7 +400,7 @@ TEST_F(LinuxServicesTest, SignalsBecomeTheEndOfTheSession) {
                 EXPECT_TRUE(services.queues.Get(message));
                 EXPECT_EQ(message.kind, MessageKind::kEndSession);
                 EXPECT_EQ(message.window, window);
-                EXPECT_EQ(services.sockets.Resolve("localhost"), std::nullopt);
+                EXPECT_EQ(services.sockets.Resolve("localhost"), std::vector<Address>{});
               }),
               0)
         << number;
@@ -410,7 +411,8 @@ TEST_F(LinuxServicesTest, SignalEndsABlockedReceive) {
   EXPECT_EQ(InChild([](LinuxServices& services) {
               LoopbackServer server([](int client) { ReceiveExactly(client, 1); });
               const SocketHandle socket = services.sockets.Open();
-              EXPECT_TRUE(services.sockets.Connect(socket, {127, 0, 0, 1}, server.port()));
+              EXPECT_TRUE(
+                  services.sockets.Connect(socket, std::array{Ipv4(127, 0, 0, 1)}, server.port()));
               std::thread signaller([] {
                 std::this_thread::sleep_for(50ms);
                 kill(getpid(), SIGTERM);

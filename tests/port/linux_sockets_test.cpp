@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <sys/time.h>
 
+#include <array>
 #include <atomic>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Ipv4Address kLoopback{127, 0, 0, 1};
+constexpr std::array kLoopback{Ipv4(127, 0, 0, 1)};
 
 SocketHandle ConnectedTo(LinuxSockets& sockets, std::uint16_t port) {
   const SocketHandle socket = sockets.Open();
@@ -172,7 +173,7 @@ TEST(LinuxSockets, NoMoreDescriptorsIs10024) {
   setrlimit(RLIMIT_NOFILE, &old);
   EXPECT_EQ(refused, 0U);
   EXPECT_EQ(error, kErrorTooManySockets);
-  EXPECT_EQ(resolved, std::nullopt);
+  EXPECT_EQ(resolved, std::vector<Address>{});
   EXPECT_NE(sockets.Open(), 0U);
 }
 
@@ -341,15 +342,15 @@ TEST(LinuxSockets, InterruptAbandonsALookupThatHangs) {
   };
   const auto lookup = std::make_shared<Lookup>();
   {
-    LinuxSockets sockets([lookup](const std::string&, Ipv4Address& address) {
+    LinuxSockets sockets([lookup](const std::string&, std::vector<Address>& addresses) {
       while (!lookup->released) std::this_thread::sleep_for(1ms);
-      address = {1, 2, 3, 4};
+      addresses = {Ipv4(1, 2, 3, 4)};
       lookup->ended = true;
       return 0;
     });
     std::thread interrupter = InterruptSoon(sockets);
     const StopWatch watch;
-    EXPECT_EQ(sockets.Resolve("news.example"), std::nullopt);
+    EXPECT_EQ(sockets.Resolve("news.example"), std::vector<Address>{});
     EXPECT_LT(watch.Milliseconds(), 1000);
     EXPECT_EQ(sockets.LastError(), ECANCELED);
     interrupter.join();
@@ -360,16 +361,16 @@ TEST(LinuxSockets, InterruptAbandonsALookupThatHangs) {
 }
 
 TEST(LinuxSockets, LookupGivesItsAddressOrItsError) {
-  LinuxSockets sockets([](const std::string& host, Ipv4Address& address) {
+  LinuxSockets sockets([](const std::string& host, std::vector<Address>& addresses) {
     if (host == "down") return ENETDOWN;
     if (host != "news.example") return kErrorHostNotFound;
-    address = {192, 0, 2, 7};
+    addresses = {Ipv4(192, 0, 2, 7)};
     return 0;
   });
-  EXPECT_EQ(sockets.Resolve("news.example"), (Ipv4Address{192, 0, 2, 7}));
-  EXPECT_EQ(sockets.Resolve("other.example"), std::nullopt);
+  EXPECT_EQ(sockets.Resolve("news.example"), (std::vector{Ipv4(192, 0, 2, 7)}));
+  EXPECT_EQ(sockets.Resolve("other.example"), std::vector<Address>{});
   EXPECT_EQ(sockets.LastError(), 11001);
-  EXPECT_EQ(sockets.Resolve("down"), std::nullopt);
+  EXPECT_EQ(sockets.Resolve("down"), std::vector<Address>{});
   EXPECT_EQ(sockets.LastError(), kErrorNetworkDown);
 }
 
