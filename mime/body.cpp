@@ -5,7 +5,7 @@
 namespace quillet {
 
 DecodedBody DecodeBody(const BodySource& source) {
-  return {.text = RawBody(source.body), .attachments = {}, .damaged = false};
+  return {.text = RawBody(source.body), .attachments = {}, .damaged = false, .flowed = false};
 }
 
 std::u16string RawBody(std::string_view stored) {

@@ -32,6 +32,9 @@ struct DecodedBody {
   std::u16string text;  // line ends as stored; decoded lines end with CR LF
   std::vector<Attachment> attachments;
   bool damaged = false;  // could not be decoded: the text is the stored one, byte for byte
+  // Its lines are whole paragraphs: each begins with its depth of quoting in ">" signs, and a blank
+  // behind them.
+  bool flowed = false;
 };
 
 // Never throws text away. While decoding is off, and for an article that needs none, the text is
