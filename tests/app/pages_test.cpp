@@ -1,4 +1,5 @@
 // What each page edits: every control, and the setting that OK makes of it.
+#include "mime/decoding.h"
 #include "nntp/connection.h"
 #include "store/compression.h"
 #include "tests/app/sheet_fixture.h"
@@ -370,7 +371,9 @@ TEST_F(PagesTest, Extensions) {
   StartAndWait();
   OpenAt(kExtensionsPlace);
   for (const Extension& extension : AllExtensions()) {
-    EXPECT_EQ(Shown(extension.control).text, extension.title);
+    if (extension.kind == ExtensionKind::kSwitch) {
+      EXPECT_EQ(Shown(extension.control).text, extension.title);
+    }
     EXPECT_EQ(Shown(extension.line_control).text, extension.what_it_does);
   }
   EXPECT_TRUE(Shown(kControlPostMessageIds).checked);
@@ -384,6 +387,36 @@ TEST_F(PagesTest, Extensions) {
   Ok();
   EXPECT_EQ(fake_.registry.FindDword(kExtensionsPath, u"postmessageids"), 0U);
   EXPECT_EQ(fake_.registry.FindDword(kExtensionsPath, u"importprogress"), std::nullopt);
+}
+
+TEST_F(PagesTest, NumbersOfExtensions) {
+  StartAndWait();
+  OpenAt(kExtensionsPlace);
+  EXPECT_EQ(Shown(kControlStallLimit).text, u"90");
+  EXPECT_EQ(Shown(kControlRetries).text, u"3");
+  Type(kControlStallLimit, u"86401");
+  Type(kControlRetries, u"many");
+  fake_.display.Expect(u"The number of seconds without an answer must be a number from 0 to 86400.",
+                       port::kIdOk);
+  Ok();
+  Type(kControlStallLimit, u"0");
+  fake_.display.Expect(
+      u"The number of attempts after a lost connection must be a number from 0 to 100.",
+      port::kIdOk);
+  Ok();
+  Type(kControlRetries, u"12");
+  Ok();
+  EXPECT_EQ(fake_.registry.FindDword(kExtensionsPath, u"stalllimit"), 0U);
+  EXPECT_EQ(fake_.registry.FindDword(kExtensionsPath, u"retries"), 12U);
+}
+
+TEST_F(PagesTest, DecodingIsSwitchedAtOnce) {
+  StartAndWait();
+  OpenAt(kExtensionsPlace);
+  Tick(kControlDecodeMime, false);
+  EXPECT_TRUE(Decoding());
+  Ok();
+  EXPECT_FALSE(Decoding());
 }
 
 TEST_F(PagesTest, ConnectionOffersThePhoneBook) {

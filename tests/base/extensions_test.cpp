@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/reset.h"
+#include "mime/decoding.h"
 #include "port/fake/fake_platform.h"
 #include "port/fake/gtest_failures.h"
 
@@ -19,6 +21,12 @@ TEST_F(ExtensionsTest, HaveTheirDefaultsWithoutAValue) {
     EXPECT_EQ(ReadExtensions().postmessageids, 1U);
     EXPECT_EQ(ReadExtensions().passwordstore, 0U);
     EXPECT_EQ(ReadExtensions().importprogress, 1U);
+    EXPECT_EQ(ReadExtensions().decodemime, 1U);
+    EXPECT_EQ(ReadExtensions().postcharsets, 1U);
+    EXPECT_EQ(ReadExtensions().stalllimit, 90U);
+    EXPECT_EQ(ReadExtensions().retries, 3U);
+    EXPECT_EQ(ReadExtensions().loginlater, 1U);
+    EXPECT_EQ(ReadExtensions().alladdresses, 1U);
   }
 }
 
@@ -38,7 +46,7 @@ TEST_F(ExtensionsTest, AllAreInTheTableOnce) {
   EXPECT_EQ(AllExtensions().size(), sizeof(Extensions) / sizeof(std::uint32_t));
   Extensions all;
   for (const Extension& extension : AllExtensions()) all.*extension.value = 77;
-  EXPECT_EQ(all, (Extensions{77, 77, 77}));
+  EXPECT_EQ(all, (Extensions{77, 77, 77, 77, 77, 77, 77, 77, 77}));
 }
 
 TEST_F(ExtensionsTest, NumberOtherThanZeroIsOn) {
@@ -55,6 +63,30 @@ TEST_F(ExtensionsTest, ValueOfAnotherTypeOrSizeIsTheDefault) {
   EXPECT_TRUE(ReadExtensions().postmessageids);
   fake.registry.Put(kExtensionsPath, u"postmessageids", port::RegistryType::kDword, "\0\0");
   EXPECT_TRUE(ReadExtensions().postmessageids);
+}
+
+TEST_F(ExtensionsTest, NumberAboveTheHighestIsTheDefault) {
+  fake.registry.PutDword(kExtensionsPath, u"retries", 100);
+  fake.registry.PutDword(kExtensionsPath, u"stalllimit", 86400);
+  EXPECT_EQ(ReadExtensions().retries, 100U);
+  EXPECT_EQ(ReadExtensions().stalllimit, 86400U);
+  fake.registry.PutDword(kExtensionsPath, u"retries", 101);
+  fake.registry.PutDword(kExtensionsPath, u"stalllimit", 86401);
+  EXPECT_EQ(ReadExtensions().retries, 3U);
+  EXPECT_EQ(ReadExtensions().stalllimit, 90U);
+  fake.registry.PutDword(kExtensionsPath, u"retries", 0);
+  EXPECT_EQ(ReadExtensions().retries, 0U);
+}
+
+TEST_F(ExtensionsTest, DecodingIsPutInForceAndBackAtTheEnd) {
+  EXPECT_TRUE(Decoding());
+  ApplyExtensions({.decodemime = 0});
+  EXPECT_FALSE(Decoding());
+  ApplyExtensions({.decodemime = 7});
+  EXPECT_TRUE(Decoding());
+  SetDecoding(false);
+  ResetProgram();
+  EXPECT_TRUE(Decoding());
 }
 
 TEST_F(ExtensionsTest, RegistryThatCannotBeReadIsTheDefault) {

@@ -74,6 +74,12 @@ EACH_CONTROL = [
     ("Extensions", "untick %d" % MESSAGE_IDS, {"Extensions\\postmessageids": 0}),
     ("Extensions", "tick %d" % PASSWORD_STORE, {"Extensions\\passwordstore": 1}),
     ("Extensions", "untick %d" % IMPORT_PROGRESS, {"Extensions\\importprogress": 0}),
+    ("Extensions", "untick %d" % DECODE, {"Extensions\\decodemime": 0}),
+    ("Extensions", "untick %d" % CHARSETS, {"Extensions\\postcharsets": 0}),
+    ("Extensions", set_text(SILENCE, "30"), {"Extensions\\stalllimit": 30}),
+    ("Extensions", set_text(RETRIES, "0"), {"Extensions\\retries": 0}),
+    ("Extensions", "untick %d" % LOGIN_LATER, {"Extensions\\loginlater": 0}),
+    ("Extensions", "untick %d" % ADDRESSES, {"Extensions\\alladdresses": 0}),
 ]
 
 
