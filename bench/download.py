@@ -5,7 +5,7 @@ usage: download.py BUILD-FOLDER INN-CACHE-FOLDER [--articles N] [--rounds N]
 
 Against a stock INN and against the demo server, both on loopback: the program with its window
 (offscreen), the program behind its scripted front, and a bare client that sends the same commands
-and throws the text away; and slrnpull against INN. A connection is measured from the outside, from
+and throws the text away; the window over TLS against the demo server; and slrnpull against INN. A connection is measured from the outside, from
 the moment the client is connected until the server has closed after QUIT, so every client is
 measured alike. Rounds alternate between the clients; the best of each counts, since anything else
 that runs on the machine only makes a run slower.
@@ -34,6 +34,7 @@ CONNECTED = "01"
 # The demo server answers at once: there the time is the program's own.
 BARE_TARGET = {"stock INN": 0.85, "demo server": 0.65}
 SLRNPULL_TARGET, MEMORY_TARGET = 10, 1.05
+TLS_TARGET = 0.8       # of the same over plain TCP
 
 
 def connections(port):
@@ -109,13 +110,13 @@ class Bench:
     def start(self, *command, **options):
         return subprocess.Popen(list(command), stdout=subprocess.DEVNULL, **options)
 
-    def make_profile(self, port):
+    def make_profile(self, port, security="none"):
         profile = os.path.join(self.folder, "profile")
         shutil.rmtree(profile, ignore_errors=True)
         subprocess.run(
             [self.program("demo/quillet-setup"), "--profile", profile, "--server", "127.0.0.1",
              "--port", str(port), "--group", GROUP, "--number", "maxarticles=1000000", "--number",
-             "maxarticlesize=128", "--number", "maxstore=100"],
+             "maxarticlesize=128", "--number", "maxstore=100", "--security", security],
             check=True, stdout=subprocess.DEVNULL)
         return profile
 
@@ -131,10 +132,16 @@ class Bench:
             raise SystemExit("the bare client failed")
         return run
 
-    def window(self, port):
-        profile = self.make_profile(port)
+    @property
+    def authority(self):
+        """The demo server's, which the client over TLS trusts."""
+        return os.path.join(self.folder, "authority.pem")
+
+    def window(self, port, security="none"):
+        profile = self.make_profile(port, security)
         process = self.start(self.program("qt/quillet"), "--profile", profile, "AppRunAtTime",
-                             env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
+                             env=dict(os.environ, QT_QPA_PLATFORM="offscreen",
+                                      SSL_CERT_FILE=self.authority))
         run = measure(process, port, profile)
         time.sleep(3)   # it takes its time to close the connection
         process.send_signal(signal.SIGTERM)
@@ -223,15 +230,27 @@ def run_inn(bench, stream, rounds):
     return met and ratio >= SLRNPULL_TARGET
 
 
+def tell_tls(found, articles):
+    ratio = found["window"].seconds / found["tls"].seconds
+    print("    over TLS %5.0f articles/s = %s of the window's %.0f over plain TCP (target %.2f)" % (
+        articles / found["tls"].seconds, verdict("%.2f" % ratio, ratio >= TLS_TARGET),
+        articles / found["window"].seconds, TLS_TARGET))
+    return ratio >= TLS_TARGET
+
+
 def run_demo_server(bench, rounds):
-    clients = {"bare": bench.bare, "window": bench.window, "script": bench.script}
     server = subprocess.Popen(
         [bench.program("demo/quillet-demo-server"), "--generate", str(bench.articles), "--seed",
-         str(SEED), "--group", GROUP, "--die-with-parent"], stdout=subprocess.PIPE, text=True)
+         str(SEED), "--group", GROUP, "--authority", bench.authority, "--tls-port", "0",
+         "--die-with-parent"], stdout=subprocess.PIPE, text=True)
     try:
-        port = int(server.stdout.readline().rsplit(":", 1)[1])
+        port, tls_port = (int(server.stdout.readline().rsplit(":", 1)[1]) for _ in range(2))
+        clients = {"bare": bench.bare, "window": bench.window, "script": bench.script,
+                   "tls": lambda _: bench.window(tls_port, "tls")}
         print("  demo server, %d articles" % bench.articles)
-        return tell("demo server", bench.best(clients, port, rounds), bench.articles)
+        found = bench.best(clients, port, rounds)
+        met = tell("demo server", found, bench.articles)
+        return tell_tls(found, bench.articles) and met
     finally:
         server.terminate()
         server.wait()

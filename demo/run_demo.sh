@@ -7,7 +7,8 @@ set -euo pipefail
 [ $# -eq 1 ] || { printf 'usage: run_demo.sh BUILD-FOLDER\n' >&2; exit 2; }
 build=$(cd "$1" && pwd)
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
-groups=(quillet.welcome quillet.test.threads rec.gardens.balcony comp.lang.misc.demo)
+groups=(quillet.welcome quillet.test.threads rec.gardens.balcony comp.lang.misc.demo
+  world.letters.demo)
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/quillet-demo.XXXXXX")
 profile=$work/profile
@@ -27,14 +28,16 @@ trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# Starts the server and sets `port`.
+# Starts the server and sets `port`, where it speaks TLS. The program trusts the server's throw-away
+# authority for as long as the demonstration lasts, and nobody else does.
 start_server() {
   "$build/demo/quillet-demo-server" --articles "$source_folder/demo/articles" --die-with-parent \
-    > "$work/server.log" 2>&1 &
+    --tls-port 0 --authority "$work/authority.pem" > "$work/server.log" 2>&1 &
   server=$!
+  export SSL_CERT_FILE=$work/authority.pem
   port=
   for _ in $(seq 100); do
-    port=$(sed -n 's/^listening on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$work/server.log")
+    port=$(sed -n 's/^TLS on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$work/server.log")
     [ -z "$port" ] || return 0
     kill -0 "$server" 2> /dev/null || break
     sleep 0.1
@@ -48,11 +51,12 @@ write_settings() {
   local group arguments=()
   for group in "${groups[@]}"; do arguments+=(--group "$group"); done
   "$build/demo/quillet-setup" --profile "$profile" --server 127.0.0.1 --port "$port" \
+    --security tls \
     "${arguments[@]}" > "$work/setup.log"
 }
 
 show_window() {
-  printf 'A news server with sample articles runs on this machine at port %s.\n' "$port"
+  printf 'A news server with sample articles runs on this machine, with TLS at port %s.\n' "$port"
   printf 'Choose File, Connect (Ctrl+1) in the window to fetch them, then open a group with Return\n'
   printf 'or a double click; lesson 11 of quillet.welcome tells how to read on from there.\n'
   "$build/qt/quillet" --profile "$profile" || return $?
@@ -151,7 +155,7 @@ assert_fetched() {
 
 drive_by_script() {
   printf 'There is no display, so a script uses the program in your place.\n\n'
-  printf 'Connecting to 127.0.0.1:%s with %d groups ticked...\n' "$port" ${#groups[@]}
+  printf 'Connecting to 127.0.0.1:%s by TLS with %d groups ticked...\n' "$port" ${#groups[@]}
   connect_by_script "$work/first.log"
   assert_fetched "$work/first.log"
   tell "$work/first.log"
@@ -231,6 +235,7 @@ take_pictures() {
   take_picture
   take_picture --open quillet.test.threads --expand
   take_picture --open comp.lang.misc.demo --expand --article 3
+  take_picture --open world.letters.demo --expand --article 2 --name letters
   printf '\nPictures of the window:\n'
   local picture
   for picture in out/*.png; do printf '  %s\n' "$picture"; done
