@@ -18,6 +18,7 @@
 #include "base/extensions.h"
 #include "base/messages.h"
 #include "base/prefs_registry.h"
+#include "base/server_security.h"
 #include "groups/group_list.h"
 #include "port/platform.h"
 #include "port/windows.h"
@@ -81,6 +82,16 @@ void StoreExtensions(const EditedPrefs& edited) {
   ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
 }
 
+// Before the servers themselves: whatever ends the program in between, no server that is to be
+// secured stands there without.
+void StoreSecurities(const EditedPrefs& edited) {
+  bool stored = WriteServerSecurities(edited.securities);
+  for (const std::u16string& server : edited.chosen_anew) {
+    stored = ForgetTrustedCertificates(server) && stored;
+  }
+  if (!stored) ShowMessage(u"The security of the news servers could not be saved.");
+}
+
 }  // namespace
 
 void OpenPreferences(PreferencesPage start_page) {
@@ -93,6 +104,7 @@ void OpenPreferences(PreferencesPage start_page) {
   gPrefs->prefspage = edited->prefspage;
   if (!edited->copy) return;
   StoreExtensions(*edited);
+  StoreSecurities(*edited);
   ApplyPrefsChanges(std::move(edited->copy));
 }
 

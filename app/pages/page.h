@@ -15,6 +15,7 @@
 
 #include "base/extensions.h"
 #include "base/prefs.h"
+#include "base/server_security.h"
 #include "port/dialogs.h"
 #include "port/message.h"
 
@@ -34,6 +35,10 @@ struct PrefsSheet {
   // Outside the record, edited as a copy all the same.
   Extensions stored_extensions;
   Extensions extensions;
+  // One entry a server, in the order of the copy's list.
+  std::vector<ServerSecurity> securities;
+  // Servers whose security was chosen anew: what the user trusted of them is forgotten.
+  std::set<std::u16string> chosen_anew;
 
   std::optional<int> held;             // it was refused and is on its way back to the front
   std::set<int> opened;                // pages that were in front before

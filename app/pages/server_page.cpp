@@ -1,5 +1,6 @@
 // The list of servers, and the values of the one that is shown. What was typed for a server is
-// stored into the copy before another one is shown; the one shown is the selected one.
+// stored into the copy before another one is shown; the one shown is the selected one. How servers
+// are secured is no part of the record and runs along with its list.
 #include <algorithm>
 #include <array>
 #include <string>
@@ -26,14 +27,18 @@ constexpr auto kFields = std::to_array<PageField>({
 });
 
 // What needs a server.
-constexpr std::array kOfServer = {
-    kControlServers,    kControlDeleteServer,   kControlServerPort,    kControlExtraLogin,
-    kControlServerUser, kControlServerPassword, kControlEncryptedLogin};
+constexpr std::array kOfServer = {kControlServers,        kControlDeleteServer,  kControlServerPort,
+                                  kControlServerSecurity, kControlExtraLogin,    kControlServerUser,
+                                  kControlServerPassword, kControlEncryptedLogin};
 
 // --- The values of one server --------------------------------------------------------------------
 
 bool IsThere(const PrefsSheet& sheet) {
   return sheet.shown_server < sheet.copy->numservers;
+}
+
+int ChoiceOf(const PrefsSheet& sheet, std::size_t server) {
+  return static_cast<int>(sheet.securities[server]);
 }
 
 void ShowServer(PrefsSheet& sheet, port::WindowHandle page) {
@@ -43,11 +48,15 @@ void ShowServer(PrefsSheet& sheet, port::WindowHandle page) {
   const bool there = IsThere(sheet);
   const std::u16string none;
   std::vector<port::ControlWrite> writes;
-  writes.reserve(2 * kOfServer.size());
+  writes.reserve(3 * kOfServer.size());
   for (const std::uint32_t control : kOfServer) writes.push_back({control, port::Enabled{there}});
   writes.push_back({kControlServers, port::Choice{there ? static_cast<int>(at) : -1}});
   writes.push_back(
       {kControlServerPort, port::Text{there ? FormatWide(u"%lu", prefs.port[at]) : none}});
+  const auto names = ServerSecurityNames();
+  writes.push_back({kControlServerSecurity,
+                    port::Choices{{names.begin(), there ? names.end() : names.begin()}}});
+  writes.push_back({kControlServerSecurity, port::Choice{there ? ChoiceOf(sheet, at) : -1}});
   writes.push_back({kControlExtraLogin, port::Checked{there && prefs.useauths[at] != 0}});
   writes.push_back({kControlServerUser, port::Text{there ? prefs.authusers[at] : none}});
   writes.push_back({kControlServerPassword, port::Text{there ? prefs.authpasses[at] : none}});
@@ -76,11 +85,17 @@ std::optional<Refusal> StorePort(PrefsSheet& sheet, const port::ControlState& st
   return std::nullopt;
 }
 
+void StoreSecurity(PrefsSheet& sheet, const port::ControlState& state) {
+  if (state.choice < 0) return;
+  SetIn(sheet, sheet.securities[sheet.shown_server], static_cast<ServerSecurity>(state.choice));
+}
+
 std::optional<Refusal> StoreServer(PrefsSheet& sheet, port::WindowHandle page) {
   const auto states = gPlatform->dialogs.ReadAll(page);
   if (!IsThere(sheet) || states.empty()) return std::nullopt;
   Prefs& prefs = *sheet.copy;
   const std::size_t at = sheet.shown_server;
+  StoreSecurity(sheet, states.at(kControlServerSecurity));
   StoreFlag(sheet, prefs.useauths[at], states.at(kControlExtraLogin).checked);
   StoreFlag(sheet, prefs.usentlms[at], states.at(kControlEncryptedLogin).checked);
   const auto port = StorePort(sheet, states.at(kControlServerPort));
@@ -144,6 +159,7 @@ void AddToServers(PrefsSheet& sheet, port::WindowHandle page) {
   std::optional<std::u16string> name = AskForName(*sheet.copy);
   if (!name) return;
   AddServer(*sheet.copy, {.name = std::move(*name)});
+  sheet.securities.push_back(ServerSecurity::kNone);
   sheet.copy->selectedserver = sheet.copy->numservers - 1;
   sheet.changed = true;
   ShowServers(sheet, page, false);
@@ -168,15 +184,32 @@ void DeleteShown(PrefsSheet& sheet, port::WindowHandle page) {
                      true)) {
     return;
   }
+  // One that is added under this name again is another server.
+  sheet.chosen_anew.insert(prefs.servers[at]);
   RemoveServer(prefs, ServerAt(at));
+  sheet.securities.erase(sheet.securities.begin() + static_cast<std::ptrdiff_t>(at));
   sheet.changed = true;
   ShowServers(sheet, page, false);
+}
+
+// A usual port follows. A choice that was changed back counts as well: it is how the user says that
+// another certificate of that server is to be asked about.
+void ChooseSecurity(PrefsSheet& sheet, port::WindowHandle page) {
+  const port::ControlState security = gPlatform->dialogs.Read(page, kControlServerSecurity);
+  if (!IsThere(sheet) || security.choice < 0) return;
+  sheet.changed |= sheet.chosen_anew.insert(sheet.copy->servers[sheet.shown_server]).second;
+  const auto port = NumberIn(gPlatform->dialogs.Read(page, kControlServerPort).text, kHighestPort);
+  if (!port) return;
+  const std::uint32_t wanted = PortFor(static_cast<ServerSecurity>(security.choice), *port);
+  if (wanted == *port) return;
+  gPlatform->dialogs.Write(page, kControlServerPort, port::Text{FormatWide(u"%lu", wanted)});
 }
 
 void HandleServer(PrefsSheet& sheet, port::WindowHandle page, const port::Message& message) {
   if (IsPress(message, kControlServers)) ChooseServer(sheet, page);
   if (IsPress(message, kControlAddServer)) AddToServers(sheet, page);
   if (IsPress(message, kControlDeleteServer)) DeleteShown(sheet, page);
+  if (IsPress(message, kControlServerSecurity)) ChooseSecurity(sheet, page);
 }
 
 }  // namespace

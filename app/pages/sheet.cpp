@@ -135,6 +135,21 @@ void CarryOutReset(PrefsSheet& sheet) {
   SetDefaultPrefs(*sheet.copy, sheet.reset == PrefsReset::kSettingsAndKillfile);
 }
 
+void ReadSecurities(PrefsSheet& sheet) {
+  for (const std::u16string& server : sheet.copy->servers) {
+    sheet.securities.push_back(ReadServerSecurity(server).value_or(ServerSecurity::kTls));
+  }
+}
+
+// A reset has taken all servers away.
+std::vector<SecuredServer> SecuritiesIn(const PrefsSheet& sheet) {
+  std::vector<SecuredServer> securities;
+  for (std::size_t at = 0; at < sheet.copy->servers.size(); ++at) {
+    securities.push_back({sheet.copy->servers[at], sheet.securities[at]});
+  }
+  return securities;
+}
+
 }  // namespace
 
 std::span<const PrefsPage> PrefsPages() {
@@ -180,6 +195,7 @@ std::optional<EditedPrefs> RunPrefsSheet(const Prefs& prefs, int page) {
   sheet.copy = CopyPrefs(prefs);
   if (!sheet.copy) return std::nullopt;
   sheet.stored_extensions = sheet.extensions = ReadExtensions();
+  ReadSecurities(sheet);
   if (!Guarded(u"OpenPrefs", [&] { return CreateSheet(sheet); })) return std::nullopt;
   gPlatform->sheets.ShowPage(sheet.window, page);
   const int result = RunModalSheet(sheet.window, sheet.pages, [&](const port::Message& message) {
@@ -190,6 +206,8 @@ std::optional<EditedPrefs> RunPrefsSheet(const Prefs& prefs, int page) {
   edited.prefspage = sheet.copy->prefspage;
   if (result == port::kIdCancel) return edited;
   if (result == port::kIdOk) CarryOutReset(sheet);
+  edited.securities = SecuritiesIn(sheet);
+  edited.chosen_anew = std::move(sheet.chosen_anew);
   edited.copy = std::move(sheet.copy);
   edited.stored_extensions = sheet.stored_extensions;
   edited.extensions = sheet.extensions;

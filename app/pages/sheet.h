@@ -12,6 +12,8 @@ struct EditedPrefs {
   std::unique_ptr<Prefs> copy;  // as it is to be applied, resets carried out; null: dropped
   std::uint32_t prefspage = 0;  // the page shown last
   Extensions stored_extensions, extensions;
+  std::vector<SecuredServer> securities;  // of the servers that the copy has
+  std::set<std::u16string> chosen_anew;   // servers whose trusted certificates are to be forgotten
 };
 
 // Shows the sheet over the owner of the boxes with that page in front, on a copy of `prefs`, until

@@ -1,4 +1,5 @@
 // The server page: every server's own values, adding and deleting.
+#include "base/server_security.h"
 #include "base/subscriptions.h"
 #include "tests/app/sheet_fixture.h"
 
@@ -220,6 +221,135 @@ TEST_F(ServerPageTest, LoginThatWouldBeReadAsNoneIsKeptReadable) {
   Type(kControlServerUser, u"\uE000ann\r\nx");
   Ok();
   EXPECT_EQ(gPrefs->authusers[0], u"ann  x");
+}
+
+// --- Security ------------------------------------------------------------------------------------
+
+constexpr std::u16string_view kSecurity = u"Software\\Brindle\\Quillet\\Extensions\\ServerSecurity";
+constexpr std::u16string_view kCertificates =
+    u"Software\\Brindle\\Quillet\\Extensions\\TrustedCertificates";
+
+TEST_F(ServerPageTest, SecurityIsShownAndKeptForEachServer) {
+  fake_.registry.PutDword(kSecurity, u"ONE", 2);
+  OpenServers();
+  EXPECT_THAT(Shown(kControlServerSecurity).choices,
+              ElementsAre(u"None", u"TLS from the start", u"STARTTLS"));
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"STARTTLS");
+  Choose(kControlServers, 1);
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"None");
+  Choose(kControlServerSecurity, u"TLS from the start");
+  Choose(kControlServers, 0);
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"STARTTLS");
+  Ok();
+  EXPECT_EQ(fake_.registry.FindDword(kSecurity, u"one"), 2U);
+  EXPECT_EQ(fake_.registry.FindDword(kSecurity, u"two"), 1U);
+  EXPECT_THAT(gPrefs->port, ElementsAre(119U, 563U));
+}
+
+TEST_F(ServerPageTest, UsualPortFollowsTheSecurity) {
+  OpenServers();
+  const struct {
+    const char16_t* port;
+    const char16_t* security;
+    const char16_t* then;
+  } cases[] = {
+      {u"119", u"TLS from the start", u"563"},
+      {u"563", u"TLS from the start", u"563"},
+      {u"563", u"STARTTLS", u"119"},
+      {u"119", u"STARTTLS", u"119"},
+      {u"563", u"None", u"119"},
+      {u"8563", u"TLS from the start", u"8563"},
+      {u"8119", u"None", u"8119"},
+      {u" 119 ", u"TLS from the start", u"563"},
+      {u"x", u"TLS from the start", u"x"},
+      {u"", u"None", u""},
+  };
+  for (const auto& one : cases) {
+    Type(kControlServerPort, one.port);
+    Choose(kControlServerSecurity, one.security);
+    EXPECT_EQ(Shown(kControlServerPort).text, one.then);
+  }
+  Type(kControlServerPort, u"119");
+  Ok();
+}
+
+TEST_F(ServerPageTest, CancelLeavesTheSecurityAsItWas) {
+  fake_.registry.PutDword(kSecurity, u"one", 1);
+  fake_.registry.PutString(kCertificates, u"one:563", u"AB:CD");
+  OpenServers();
+  Choose(kControlServerSecurity, u"None");
+  fake_.display.Expect(kApplyQuestion, port::kIdNo);
+  Cancel();
+  EXPECT_EQ(fake_.registry.FindDword(kSecurity, u"one"), 1U);
+  EXPECT_EQ(TrustedCertificate(u"one", 563), "AB:CD");
+}
+
+TEST_F(ServerPageTest, SecurityOfADeletedServerGoesWithOk) {
+  fake_.registry.PutDword(kSecurity, u"one", 1);
+  fake_.registry.PutDword(kSecurity, u"two", 2);
+  fake_.registry.PutString(kCertificates, u"one:563", u"AB:CD");
+  OpenServers();
+  Press(kControlDeleteServer);
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"STARTTLS");
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kTls);
+  Add(u"one");
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"None");
+  Ok();
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kNone);
+  EXPECT_EQ(ReadServerSecurity(u"two"), ServerSecurity::kStartTls);
+  EXPECT_EQ(TrustedCertificate(u"one", 563), "");
+}
+
+TEST_F(ServerPageTest, NewServerGetsTheSecurityThatIsChosen) {
+  OpenServers();
+  Add(u"three");
+  EXPECT_EQ(Chosen(kControlServerSecurity), u"None");
+  Choose(kControlServerSecurity, u"STARTTLS");
+  Ok();
+  EXPECT_EQ(ReadServerSecurity(u"three"), ServerSecurity::kStartTls);
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kNone);
+}
+
+TEST_F(ServerPageTest, ChoosingTheSecurityAnewForgetsTheTrustedCertificates) {
+  fake_.registry.PutDword(kSecurity, u"one", 1);
+  fake_.registry.PutString(kCertificates, u"one:563", u"AB:CD");
+  fake_.registry.PutString(kCertificates, u"two:563", u"EF:01");
+  OpenServers();
+  Choose(kControlServerSecurity, u"STARTTLS");
+  Choose(kControlServerSecurity, u"TLS from the start");
+  EXPECT_EQ(TrustedCertificate(u"one", 563), "AB:CD");
+  Ok();
+  EXPECT_EQ(TrustedCertificate(u"one", 563), "");
+  EXPECT_EQ(TrustedCertificate(u"two", 563), "EF:01");
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kTls);
+}
+
+TEST_F(ServerPageTest, SecurityWaitsForAServer) {
+  SetServers({});
+  fake_.display.Allow(u"", port::kIdCancel);  // Quick Setup
+  OpenServers();
+  EXPECT_FALSE(Shown(kControlServerSecurity).enabled);
+  EXPECT_EQ(Shown(kControlServerSecurity).choice, -1);
+}
+
+TEST_F(ServerPageTest, ResetForgetsTheSecurityOfAllServers) {
+  fake_.registry.PutDword(kSecurity, u"one", 1);
+  OpenServers();
+  Turn(kAdvancedPlace);
+  fake_.display.Expect(u"Really reset preferences to defaults?", port::kIdYes);
+  fake_.display.Expect(u"Do you also want to reset your killfile?", port::kIdNo);
+  Press(kControlResetPrefs);
+  Ok();
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kNone);
+}
+
+TEST_F(ServerPageTest, SecurityThatCannotBeStoredIsTold) {
+  OpenServers();
+  Choose(kControlServerSecurity, u"STARTTLS");
+  fake_.registry.FailCommit(1);
+  fake_.display.Expect(u"The security of the news servers could not be saved.", port::kIdOk);
+  Ok();
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kStartTls);
 }
 
 }  // namespace
