@@ -1,10 +1,11 @@
 #include "base/save_file.h"
 
 #include <cstdint>
-#include <string>
+#include <optional>
 
 #include "base/box_owner.h"
 #include "base/messages.h"
+#include "base/wait_cursor.h"
 #include "port/file_dialogs.h"
 #include "port/files.h"
 #include "port/platform.h"
@@ -14,9 +15,9 @@
 namespace quillet {
 namespace {
 
-std::u16string CorrectedPath(std::u16string path) {
-  if (StartsWith(path, u"\\\\")) path.erase(0, 1);
-  if (EndsWith(path, u".")) path += u"txt";
+std::optional<std::u16string> AskForPath(const port::SaveFileTraits& traits) {
+  std::optional<std::u16string> path = gPlatform->file_dialogs.SaveFile(CurrentBoxOwner(), traits);
+  if (path && StartsWith(*path, u"\\\\")) path->erase(0, 1);
   return path;
 }
 
@@ -36,15 +37,27 @@ void TellOfFailure(std::uint32_t error) {
 
 void SaveAsFile(std::u16string_view title, std::u16string_view default_name, std::string_view text,
                 FileReaders readers) {
-  const auto path = gPlatform->file_dialogs.SaveFile(
-      CurrentBoxOwner(),
+  auto path = AskForPath(
       {std::u16string(title), std::u16string(default_name), u"Text (*.txt)", u"*.txt", u"txt"});
   if (!path) return;
-  const std::u16string target = CorrectedPath(*path);
+  if (EndsWith(*path, u".")) *path += u"txt";
   port::Files& files = gPlatform->files;
   const std::uint32_t error = readers == FileReaders::kUserAlone
-                                  ? files.CreatePrivateFile(target, text)
-                                  : files.CreateNewFile(target, text);
+                                  ? files.CreatePrivateFile(*path, text)
+                                  : files.CreateNewFile(*path, text);
+  if (error != 0) TellOfFailure(error);
+}
+
+void SaveAnyFile(std::u16string_view title, std::u16string_view default_name,
+                 const std::function<std::string()>& make_bytes) {
+  const auto path = AskForPath(
+      {std::u16string(title), std::u16string(default_name), u"All files (*.*)", u"*.*", u""});
+  if (!path) return;
+  std::uint32_t error = 0;
+  {
+    const WaitCursor wait;
+    error = gPlatform->files.CreateNewFile(*path, make_bytes());
+  }
   if (error != 0) TellOfFailure(error);
 }
 

@@ -1,6 +1,8 @@
 // Saving a text as a file of its own. Program thread only.
 #pragma once
 
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace quillet {
@@ -11,5 +13,10 @@ enum class FileReaders { kEveryone, kUserAlone };
 // existing file is never written over.
 void SaveAsFile(std::u16string_view title, std::u16string_view default_name, std::string_view text,
                 FileReaders readers = FileReaders::kEveryone);
+
+// The same for a file of any kind, whose bytes are made once a name has been chosen; its name is
+// taken as it is. The wait cursor shows meanwhile.
+void SaveAnyFile(std::u16string_view title, std::u16string_view default_name,
+                 const std::function<std::string()>& make_bytes);
 
 }  // namespace quillet

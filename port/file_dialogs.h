@@ -14,7 +14,8 @@ struct SaveFileTraits {
   std::u16string default_name;
   std::u16string filter_text;        // "Text (*.txt)"
   std::u16string filter_pattern;     // "*.txt"
-  std::u16string default_extension;  // without the dot; added to a name that has none
+  std::u16string default_extension;  // without the dot; added to a name that has none; empty:
+                                     // nothing is added
 };
 
 struct OpenFileTraits {

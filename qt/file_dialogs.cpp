@@ -59,6 +59,13 @@ QString NameFilter(const Traits& traits) {
   return text.endsWith(pattern) ? text : text + QLatin1Char(' ') + pattern;
 }
 
+// Here "*.*" would hide the names without a dot; the pattern that is used instead is not shown.
+template <class Traits>
+Traits WithEveryName(Traits traits) {
+  if (traits.filter_pattern == u"*.*") traits.filter_pattern = u"*";
+  return traits;
+}
+
 // Small screens have no room for the list of places, for the one type of file and for what only
 // changes the view. The desktop's own dialog has no such parts here.
 void FitToScreen(QFileDialog& dialog) {
@@ -129,7 +136,8 @@ QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
   dialog->setFileMode(QFileDialog::AnyFile);
   // The program creates the file new and says itself when there is one already.
   dialog->setOption(QFileDialog::DontConfirmOverwrite);
-  dialog->setNameFilter(NameFilter(traits));
+  dialog->setNameFilter(NameFilter(WithEveryName(traits)));
+  if (traits.filter_pattern == u"*.*") dialog->setOption(QFileDialog::HideNameFilterDetails);
   dialog->setDefaultSuffix(ToQt(traits.default_extension));
   dialog->selectFile(ToQt(traits.default_name));
   Prepare(*dialog, owner);
@@ -141,11 +149,8 @@ QFileDialog* NewOpenDialog(QWidget* owner, const port::OpenFileTraits& traits,
   auto* dialog = new OpenFileDialog(owner, ToQt(traits.title), folder);
   dialog->setAcceptMode(QFileDialog::AcceptOpen);
   dialog->setFileMode(QFileDialog::AnyFile);
-  // Here "*.*" would hide the names without a dot; the pattern that is used instead is not shown.
-  port::OpenFileTraits shown = traits;
-  if (shown.filter_pattern == u"*.*") shown.filter_pattern = u"*";
   dialog->setOption(QFileDialog::HideNameFilterDetails);
-  dialog->setNameFilter(NameFilter(shown));
+  dialog->setNameFilter(NameFilter(WithEveryName(traits)));
   if (traits.default_extension != u"*") dialog->setDefaultSuffix(ToQt(traits.default_extension));
   Prepare(*dialog, owner);
   return dialog;

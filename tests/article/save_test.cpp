@@ -196,5 +196,63 @@ TEST_F(SavingArticles, OtherTextsAreSavedTheSameWay) {
   EXPECT_EQ(File(u"\\translog.txt"), Raw("a\0b\n"));
 }
 
+class SavingAnyFile : public SavingArticles {
+ protected:
+  void Save(std::u16string_view path) {
+    fake.display.ExpectSaveFile(std::u16string(path));
+    SaveAnyFile(u"Save it", u"a b.bin", [this] {
+      ++made_;
+      return bytes_;
+    });
+  }
+  std::string bytes_ = Raw("\xff\0\r\n");
+  int made_ = 0;
+};
+
+TEST_F(SavingAnyFile, OffersItsNameAmongFilesOfEveryKind) {
+  Save(u"\\x.bin");
+  const std::vector<port::SaveFileTraits> dialogs = fake.display.save_dialogs();
+  ASSERT_EQ(dialogs.size(), 1U);
+  EXPECT_EQ(dialogs[0].title, u"Save it");
+  EXPECT_EQ(dialogs[0].default_name, u"a b.bin");
+  EXPECT_EQ(dialogs[0].filter_text, u"All files (*.*)");
+  EXPECT_EQ(dialogs[0].filter_pattern, u"*.*");
+  EXPECT_EQ(dialogs[0].default_extension, u"");
+  EXPECT_EQ(File(u"\\x.bin"), bytes_);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+TEST_F(SavingAnyFile, TakesTheNameThatTheUserChose) {
+  Save(u"\\\\name.");
+  EXPECT_EQ(File(u"\\name."), bytes_);
+  EXPECT_EQ(File(u"\\name.txt"), std::nullopt);
+}
+
+TEST_F(SavingAnyFile, MakesNoBytesForACancelledDialog) {
+  fake.display.ExpectSaveFile({});
+  SaveAnyFile(u"t", u"n", [this] {
+    ++made_;
+    return bytes_;
+  });
+  EXPECT_EQ(made_, 0);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+TEST_F(SavingAnyFile, TellsOfAnExistingFileAndLeavesIt) {
+  ASSERT_TRUE(fake.files.WriteFile(u"\\a", "mine"));
+  Save(u"\\a");
+  EXPECT_EQ(File(u"\\a"), "mine");
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"An unexpected error (already exists) occurred in SaveAsFile."));
+}
+
+TEST_F(SavingAnyFile, TellsOfAFullDisk) {
+  fake.files.create_error = 112;
+  fake.files.FailNth(port::FileCall::kCreateNewFile, 1);
+  Save(u"\\a");
+  EXPECT_THAT(BoxTexts(),
+              ElementsAre(u"An unexpected error (unknown (112)) occurred in SaveAsFile."));
+}
+
 }  // namespace
 }  // namespace quillet
