@@ -13,6 +13,7 @@
 #include "app/open_prefs.h"
 #include "app/quick_setup.h"
 #include "app/startup.h"
+#include "article/attachments.h"
 #include "article/commands.h"
 #include "article/headers_dialog.h"
 #include "article/panes.h"
@@ -131,6 +132,7 @@ void HandleItemActivated(std::uint32_t item) {
 
 void OpenLink(std::u16string_view target) {
   if (target.empty()) return;
+  if (IsAttachmentTarget(target)) return SaveAttachment(target);
   if (!gPlatform->shell.OpenLink(target)) {
     ShowMessage(
         u"The link could not be opened. Please check that a program for such links is "

@@ -112,12 +112,18 @@ void TogglePlainText() {
   DisplayCurrentArticle({});
 }
 
+void SwitchRawText() {
+  ToggleRawText();
+  DisplayCurrentArticle({});
+}
+
+// What is stored: an article that is saved can be read by any program, and sent on.
 void SaveAs() {
-  const auto text = CreateMessageBody(gReading.article.get(), true);
-  if (!text) return;
-  Guarded(u"SaveAsFile", [&text] {
+  const auto message = CreateMessageBody(gReading.article.get(), true, MessageForm::kRaw);
+  if (!message) return;
+  Guarded(u"SaveAsFile", [&message] {
     SaveAsFile(u"Save article as", DefaultFileName(gReading.article->subject.value_or("")),
-               ToStored(*text));
+               ToStored(message->text));
   });
 }
 
@@ -131,7 +137,7 @@ struct Command {
   bool needs_article = true;
 };
 
-constexpr std::array<Command, 16> kArticleCommands = {{
+constexpr std::array<Command, 17> kArticleCommands = {{
     {kCommandPreviousThread, ShowPreviousThread},
     {kCommandPreviousArticle, ShowPreviousArticle},
     {kCommandNextArticle, ShowNextArticle},
@@ -145,6 +151,7 @@ constexpr std::array<Command, 16> kArticleCommands = {{
     {kCommandRot13, ToggleRot13},
     {kCommandShowHeaders, ShowMessageHeaders},
     {kCommandToggleRemoveCrs, ToggleRemoveCrs},
+    {kCommandRawText, SwitchRawText},
     {kCommandSaveAs, SaveAs},
     {kCommandCopy, Copy},
     {kCommandTogglePlainText, TogglePlainText},

@@ -16,23 +16,23 @@ namespace {
 
 void AppendPresent(std::u16string& text, std::u16string_view name,
                    const std::optional<std::string>& value) {
-  if (value && !value->empty()) text.append(name).append(ShownHeader(*value)).append(u"\r\n");
+  if (value && !value->empty()) text.append(name).append(RawHeader(*value)).append(u"\r\n");
 }
 
 }  // namespace
 
 std::u16string MessageHeadersText(const AsciiArticle& article) {
-  std::u16string text = u"Subject: " + ShownHeader(article.subject.value_or("")) + u"\r\n";
+  std::u16string text = u"Subject: " + RawHeader(article.subject.value_or("")) + u"\r\n";
   AppendPresent(text, u"From: ", article.from);
   AppendPresent(text, u"Date: ", article.date);
   // Meant: shown when it tells nothing new, empty like the author too, left out when it does. The
   // dialog's text is the same in every version; another address stands in the header block of the
   // article's own text.
   if (article.replyTo.value_or("") == article.from.value_or("")) {
-    text.append(u"Reply-To: ").append(ShownHeader(article.replyTo.value_or(""))).append(u"\r\n");
+    text.append(u"Reply-To: ").append(RawHeader(article.replyTo.value_or(""))).append(u"\r\n");
   }
   AppendPresent(text, u"Message-ID: ", article.messageId);
-  text += ShownHeaderLines(WithFullLineEnds(article.headers.value_or("")));
+  text += RawHeader(WithFullLineEnds(article.headers.value_or("")));
   AppendPresent(text, u"X-Quillet-ParentID: ", article.parentId);
   AppendPresent(text, u"X-Quillet-ServerName: ", article.source);
   text += FormatWide(u"X-Quillet-ServerID: %lu\r\n", article.articleNumber);

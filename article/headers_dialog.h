@@ -7,7 +7,7 @@ namespace quillet {
 
 struct AsciiArticle;
 
-// The text of the "Message headers" dialog.
+// The text of the "Message headers" dialog: the headers as they are stored.
 std::u16string MessageHeadersText(const AsciiArticle& article);
 void ShowMessageHeaders();
 

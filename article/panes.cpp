@@ -60,7 +60,8 @@ std::u16string PositionText(std::u16string_view format, const Position& position
 
 std::array<port::HeaderLine, 2> HeaderLines(const AsciiArticle& article) {
   std::array<port::HeaderLine, 2> lines;
-  lines[0].left = u"Subject: " + ShownHeader(article.subject.value_or(""));
+  lines[0].left = u"Subject: " + ShownHeader(JoinedSubject(article.subject.value_or(""),
+                                                           article.headers.value_or("")));
   lines[1].left = u"From: " + ShownHeader(article.from.value_or(""));
   // An article that is not in the shown tree has no place in it.
   if (article.node == nullptr) return lines;

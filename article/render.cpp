@@ -1,6 +1,7 @@
-// A pipeline in one pass: AddLinksToHTML cuts the text at its addresses, PieceWriter cuts the
-// pieces at their hits, HtmlWriter escapes what arrives and colours each line when it ends. Hits
-// and links are thus found in the text, never in mark-up that was written before.
+// A pipeline in one pass: AddLinksToHTML cuts the text at its attachments and addresses,
+// PieceWriter cuts the pieces at their hits, HtmlWriter escapes what arrives and colours each line
+// when it ends. Hits and links are thus found in the text, never in mark-up that was written
+// before.
 #include "article/render.h"
 
 #include <cstddef>
@@ -163,21 +164,51 @@ std::size_t AddressEnd(u16string_view text, std::size_t at) {
   return end;
 }
 
-// Addresses become links; the text between them and the text of each link are pieces of their own.
-void AddLinksToHTML(u16string_view text, std::span<const MatchRange> matches, HtmlWriter& html) {
-  PieceWriter pieces(text, matches, html);
-  for (std::size_t at = FindLink(text, 0); at != text.npos;) {
-    const std::size_t end = AddressEnd(text, at);
-    pieces.HighlightMatches(at);
-    // The address goes in as it stands: nothing in it can end the attribute.
-    html.Tag(u"<a href=\"");
-    html.Tag(text.substr(at, end - at));
-    html.Tag(u"\">");
-    pieces.HighlightMatches(end);
-    html.Tag(u"</a>");
-    at = FindLink(text, end);
+// Addresses and attachments become links; the text between them and the text of each link are
+// pieces of their own.
+class LinkWriter {
+ public:
+  LinkWriter(u16string_view text, std::span<const MatchRange> matches, HtmlWriter& html)
+      : text_(text), pieces_(text, matches, html), html_(html) {}
+
+  // The addresses between the two places, and the text before each.
+  void Addresses(std::size_t from, std::size_t to) {
+    const u16string_view text = text_.substr(0, to);
+    for (std::size_t at = FindLink(text, from); at != text.npos;) {
+      const std::size_t end = AddressEnd(text, at);
+      // The address goes in as it stands: nothing in it can end the attribute.
+      Link(at, end, text.substr(at, end - at));
+      at = FindLink(text, end);
+    }
   }
-  pieces.HighlightMatches(text.size());
+  void Link(std::size_t start, std::size_t end, u16string_view target) {
+    pieces_.HighlightMatches(start);
+    html_.Tag(u"<a href=\"");
+    html_.Tag(target);
+    html_.Tag(u"\">");
+    pieces_.HighlightMatches(end);
+    html_.Tag(u"</a>");
+  }
+  void Rest() { pieces_.HighlightMatches(text_.size()); }
+
+ private:
+  u16string_view text_;
+  PieceWriter pieces_;
+  HtmlWriter& html_;
+};
+
+void AddLinksToHTML(u16string_view text, std::span<const MatchRange> matches,
+                    std::span<const AttachmentLink> links, HtmlWriter& html) {
+  LinkWriter writer(text, matches, html);
+  std::size_t at = 0;
+  for (const AttachmentLink& link : links) {
+    if (link.start < at || link.end <= link.start || link.end > text.size()) continue;
+    writer.Addresses(at, link.start);
+    writer.Link(link.start, link.end, AttachmentTarget(link.part));
+    at = link.end;
+  }
+  writer.Addresses(at, text.size());
+  writer.Rest();
 }
 
 u16string FontPrologue(const Prefs& prefs) {
@@ -190,14 +221,19 @@ u16string FontPrologue(const Prefs& prefs) {
 
 }  // namespace
 
+u16string AttachmentTarget(std::size_t part) {
+  return u16string(kAttachmentScheme) + FormatWide(u"%lu", part);
+}
+
 std::optional<u16string> ConvertTextToHTML(u16string_view text,
-                                           const std::vector<MatchRange>& matches) {
+                                           const std::vector<MatchRange>& matches,
+                                           std::span<const AttachmentLink> links) {
   try {
     HtmlWriter html(FontPrologue(*gPrefs), gPrefs->colorquoted != 0);
     // Enough for most articles; others make it grow.
     html.Reserve(text.size() + text.size() / 2 +
                  matches.size() * (kOpenHighlight.size() + kCloseHighlight.size()));
-    AddLinksToHTML(text, matches, html);
+    AddLinksToHTML(text, matches, links, html);
     return html.Finish();
   } catch (const std::bad_alloc&) {
     return std::nullopt;

@@ -5,7 +5,9 @@
 // character like any other.
 #pragma once
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,14 +16,29 @@
 
 namespace quillet {
 
+// A range of a text that is one link to an attachment.
+struct AttachmentLink {
+  std::size_t start = 0;
+  std::size_t end = 0;
+  std::size_t part = 0;  // see Attachment::part
+  bool operator==(const AttachmentLink&) const = default;
+};
+
+inline constexpr std::u16string_view kAttachmentScheme = u"attachment:";
+// What a link to that attachment leads to: "attachment:3". No text of an article ever becomes such
+// a link.
+std::u16string AttachmentTarget(std::size_t part);
+
 // The fragment: addresses are links, "&", "<" and ">" are escaped, hits highlighted, quoted lines
 // coloured, line ends breaks, the font around it. Nothing when memory ran out, so that no
 // half-converted text reaches the viewer.
 //
 // `matches` as FindMatches gives them: offsets into the text, ascending, none over another. What
-// lies outside the text does no harm.
+// lies outside the text does no harm. `links` are ascending, none over another, too; addresses in
+// them are no links of their own.
 std::optional<std::u16string> ConvertTextToHTML(std::u16string_view text,
-                                                const std::vector<MatchRange>& matches);
+                                                const std::vector<MatchRange>& matches,
+                                                std::span<const AttachmentLink> links = {});
 
 // Letters of ASCII move 13 places; everything else stays. In place.
 void Rot13String(std::u16string& text);

@@ -14,6 +14,8 @@
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "base/wait_cursor.h"
+#include "mime/decoding.h"
+#include "mime/encoded_words.h"
 #include "mime/shown_text.h"
 #include "port/article_panes.h"
 #include "port/platform.h"
@@ -25,8 +27,13 @@ namespace quillet {
 namespace {
 
 bool gPlainText = false;
+// Of the current article.
+bool gRawText = false;
 
-const ResetAtEnd kReset([] { gPlainText = false; });
+const ResetAtEnd kReset([] {
+  gPlainText = false;
+  gRawText = false;
+});
 
 std::optional<GroupIndex> GroupOfTree() {
   return gReading.tree_group ? gReading.tree_group : gReading.group;
@@ -48,6 +55,7 @@ void MarkShownArticleRead() {
 }
 
 void OpenArticle(Node& node) {
+  gRawText = false;
   if (node.messageId.empty()) return;
   gReading.article = FetchArticle(node.messageId);
   if (!gReading.article) return;
@@ -56,12 +64,16 @@ void OpenArticle(Node& node) {
   MarkShownArticleRead();
 }
 
+std::optional<MessageText> CurrentMessage() {
+  return CreateMessageBody(gReading.article.get(), gPrefs->showheaders != 0,
+                           FormOfCurrentArticle());
+}
+
 // The viewer's source for the current article; nothing when memory ran out.
 std::optional<std::u16string> CurrentArticleAsHtml(const std::vector<MatchRange>& matches) {
-  std::optional<std::u16string> text =
-      CreateMessageBody(gReading.article.get(), gPrefs->showheaders != 0);
-  if (!text) return std::nullopt;
-  return ConvertTextToHTML(*text, matches);
+  const std::optional<MessageText> message = CurrentMessage();
+  if (!message) return std::nullopt;
+  return ConvertTextToHTML(message->text, matches, message->links);
 }
 
 void FillViewer(std::u16string_view source, bool plain_text) {
@@ -80,7 +92,28 @@ void ShowCurrentArticleText(const std::vector<MatchRange>& matches) {
   FillViewer(*html, gPlainText);
 }
 
+// The article's own copy is 8-bit. What does not fit is in encoded words, or not kept while nothing
+// is decoded: no text that is shown then has such characters.
+void KeepSearchText(std::u16string_view search_text) {
+  std::optional<std::string>& kept = gReading.article->displayText;
+  kept.reset();
+  if (search_text.empty()) return;
+  if (NotStorable(search_text).empty()) {
+    kept = ToStored(search_text);
+  } else if (Decoding()) {
+    kept = ToKillfileText(search_text);
+  }
+}
+
 }  // namespace
+
+void ToggleRawText() {
+  gRawText = !gRawText;
+}
+
+MessageForm FormOfCurrentArticle() {
+  return gRawText ? MessageForm::kRaw : MessageForm::kDecoded;
+}
 
 void TogglePlainTextFlag() {
   gPlainText = !gPlainText;
@@ -103,13 +136,12 @@ void ShowChangedReadFlag() {
 }
 
 std::optional<std::vector<MatchRange>> MatchesInCurrentArticle(std::u16string_view search_text) {
-  const auto text = CreateMessageBody(gReading.article.get(), gPrefs->showheaders != 0);
-  if (!text || !gReading.article) return std::nullopt;
+  const auto message = CurrentMessage();
+  if (!message || !gReading.article) return std::nullopt;
   return Guarded(u"DisplayCurrentArticle", [&]() -> std::optional<std::vector<MatchRange>> {
-    gReading.article->displayText.reset();
-    const bool storable = NotStorable(search_text).empty();
-    if (storable && !search_text.empty()) gReading.article->displayText = ToStored(search_text);
-    return FindMatches(*text, search_text, {gReading.find.match_case, gReading.find.whole_word});
+    KeepSearchText(search_text);
+    return FindMatches(message->text, search_text,
+                       {gReading.find.match_case, gReading.find.whole_word});
   });
 }
 

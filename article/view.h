@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "article/message_body.h"
 #include "mime/find_text.h"
 #include "thread/reading.h"
 
@@ -18,6 +19,11 @@ void DisplayArticle(Node* node, std::u16string_view search_text);
 void DisplayCurrentArticle(const std::vector<MatchRange>& matches);
 // Empties the viewer and the header bar and forgets the current article. No tab is changed.
 void ClearArticleView();
+
+// The current article as it is stored instead of decoded, and back; a newly opened one is decoded.
+void ToggleRawText();
+// How the current article is shown.
+MessageForm FormOfCurrentArticle();
 
 // Whether the viewer takes every article as plain text; kept while the program runs.
 void TogglePlainTextFlag();

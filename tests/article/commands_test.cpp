@@ -33,8 +33,9 @@ TEST_F(ArticleCommands, DoNothingWithoutAnArticle) {
   gReading.find.text = u"";
   const int calls = fake.files.calls();
   for (const std::uint32_t command :
-       {40018U, 40017U, 40019U, 40016U, 40025U, 40011U, 40028U, 40055U, 40023U, 40033U, 40049U,
-        40048U, 40051U, 40022U, 40056U, 40064U, 40057U, 40066U, 40067U, 40001U, 0U,     99999U}) {
+       {40018U, 40017U, 40019U, 40016U, 40025U, 40011U, 40028U, 40055U,
+        40023U, 40033U, 40049U, 40048U, 40051U, 40022U, 40056U, 40064U,
+        40080U, 40057U, 40066U, 40067U, 40001U, 0U,     99999U}) {
     ArticleCommand(command);
   }
   HandleArticleKey(0x86);

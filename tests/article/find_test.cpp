@@ -1,5 +1,6 @@
 // Finding in the article view: the hits in what is shown, going on to the next article.
 #include "article/commands.h"
+#include "mime/decoding.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {
@@ -67,7 +68,8 @@ TEST_F(FindInArticles, FindWithoutAHitShowsTheArticleWithoutHighlights) {
   EXPECT_THAT(BoxTexts(), IsEmpty());
 }
 
-TEST_F(FindInArticles, CharactersThatNoArticleHasAreToldAndHaveNoHits) {
+TEST_F(FindInArticles, CharactersThatNoArticleHasAreToldAndHaveNoHitsWhileNothingIsDecoded) {
+  SetDecoding(false);
   PutThreeThreads();
   Open("<a3@x>");
   gReading.article->body = "why ? \x80";

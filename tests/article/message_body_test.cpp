@@ -34,17 +34,20 @@ class MessageBody : public StoreTest {
     article.compressionSavings = 0.428;
     return article;
   }
+  static std::u16string TextOf(const std::optional<MessageText>& message) {
+    return message ? message->text : u"nothing";
+  }
   static std::u16string Body(const AsciiArticle& article) {
-    return CreateMessageBody(&article, false).value_or(u"nothing");
+    return TextOf(CreateMessageBody(&article, false));
   }
   static std::u16string WithHeaders(const AsciiArticle& article) {
-    return CreateMessageBody(&article, true).value_or(u"nothing");
+    return TextOf(CreateMessageBody(&article, true));
   }
 };
 
 TEST_F(MessageBody, OfNoArticleIsEmpty) {
-  EXPECT_EQ(CreateMessageBody(nullptr, false), std::u16string());
-  EXPECT_EQ(CreateMessageBody(nullptr, true), std::u16string());
+  EXPECT_EQ(CreateMessageBody(nullptr, false), MessageText());
+  EXPECT_EQ(CreateMessageBody(nullptr, true), MessageText());
 }
 
 TEST_F(MessageBody, WithoutHeadersIsTheWidenedBody) {
@@ -89,7 +92,7 @@ TEST_F(MessageBody, KeptLinesEndInCarriageReturnAndLineFeedHoweverTheyWereReceiv
     AsciiArticle article;
     article.headers = lines;
     article.body = "b";
-    const std::u16string text = CreateMessageBody(&article, true).value_or(u"");
+    const std::u16string text = TextOf(CreateMessageBody(&article, true));
     constexpr std::u16string_view kBefore = u"Subject: \r\nDate: \r\nFrom: \r\nMessage-ID: \r\n";
     EXPECT_TRUE(text.starts_with(kBefore) && text.ends_with(u"\r\nb"));
     return text.substr(kBefore.size(), text.size() - kBefore.size() - 3);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <limits>
 #include <memory>
 #include <random>
 #include <string>
@@ -38,8 +39,9 @@ class Render : public ::testing::Test {
 
   // The fragment without the font around it.
   static std::u16string Inside(std::u16string_view text,
-                               const std::vector<MatchRange>& matches = {}) {
-    const auto html = ConvertTextToHTML(text, matches);
+                               const std::vector<MatchRange>& matches = {},
+                               const std::vector<AttachmentLink>& links = {}) {
+    const auto html = ConvertTextToHTML(text, matches, links);
     EXPECT_TRUE(html);
     EXPECT_TRUE(html->starts_with(kPrologue) && html->ends_with(kEpilogue)) << ToUtf8(*html);
     return html->substr(kPrologue.size(), html->size() - kPrologue.size() - kEpilogue.size());
@@ -301,6 +303,55 @@ TEST_F(Render, QuotedLineMayHoldLinksAndHits) {
 TEST_F(Render, NothingIsColouredWithoutThePreference) {
   gPrefs->colorquoted = 0;
   EXPECT_HTML(Inside(u"> a\r\n: b"), u"&gt; a&nbsp;<br>: b");
+}
+
+// --- Attachments ---------------------------------------------------------------------------------
+
+TEST_F(Render, AnAttachmentIsOneLinkToItsPart) {
+  EXPECT_HTML(
+      Inside(u"See:\r\n\r\nAttachment: a.jpg\r\nAttachment: b\r\n", {}, {{8, 25, 3}, {27, 40, 12}}),
+      u"See:&nbsp;<br>&nbsp;<br>"
+      u"<a href=\"attachment:3\">Attachment: a.jpg</a>&nbsp;<br>"
+      u"<a href=\"attachment:12\">Attachment: b</a>&nbsp;<br>");
+  EXPECT_EQ(AttachmentTarget(18446744073709551615U), u"attachment:18446744073709551615");
+}
+
+TEST_F(Render, AnAddressInTheNameOfAnAttachmentIsNoLinkOfItsOwn) {
+  EXPECT_HTML(Inside(u"http://a\r\nhttp://b, c\r\nhttp://d", {}, {{10, 21, 0}}),
+              u"<a href=\"http://a\">http://a</a>&nbsp;<br>"
+              u"<a href=\"attachment:0\">http://b, c</a>&nbsp;<br>"
+              u"<a href=\"http://d\">http://d</a>");
+}
+
+TEST_F(Render, AnAddressEndsWhereAnAttachmentBegins) {
+  EXPECT_HTML(Inside(u"http://abc", {}, {{8, 10, 1}}),
+              u"<a href=\"http://a\">http://a</a><a href=\"attachment:1\">bc</a>");
+}
+
+TEST_F(Render, TheNameOfAnAttachmentIsEscaped) {
+  EXPECT_HTML(Inside(u"<\"&\">", {}, {{0, 5, 7}}),
+              u"<a href=\"attachment:7\">&lt;\"&amp;\"&gt;</a>");
+}
+
+TEST_F(Render, HitsInAnAttachmentAreHighlightedInItsLink) {
+  EXPECT_HTML(Inside(u"x photo y", {{2, 4}}, {{2, 7, 1}}),
+              u"x <a href=\"attachment:1\">" + B + u"ph" + E + u"oto</a> y");
+  EXPECT_HTML(Inside(u"x photo y", {{6, 9}}, {{2, 7, 1}}),
+              u"x <a href=\"attachment:1\">phot" + B + u"o</a> y" + E);
+}
+
+TEST_F(Render, AttachmentsOutsideTheTextOrOverOneAnotherDoNoHarm) {
+  constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
+  EXPECT_HTML(
+      Inside(u"abcdef", {},
+             {{3, 3, 0}, {4, 2, 0}, {0, 2, 1}, {1, 3, 2}, {4, 7, 3}, {kMost, kMost, 4}, {5, 6, 5}}),
+      u"<a href=\"attachment:1\">ab</a>cde<a href=\"attachment:5\">f</a>");
+}
+
+TEST_F(Render, NoTextOfAnArticleBecomesALinkToAnAttachment) {
+  const std::u16string text =
+      u"attachment:1 http://attachment:1 <a href=\"attachment:1\">x</a> http://\"attachment:1\"";
+  EXPECT_EQ(ToUtf8(Inside(text)).find("<a href=\"attachment:"), std::string::npos);
 }
 
 TEST(QuoteChar, OnlyTheBracketAndTheColon) {
