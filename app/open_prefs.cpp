@@ -20,6 +20,7 @@
 #include "base/prefs_registry.h"
 #include "base/server_security.h"
 #include "groups/group_list.h"
+#include "mime/decoding.h"
 #include "port/platform.h"
 #include "port/windows.h"
 #include "thread/view.h"
@@ -53,25 +54,27 @@ void RefreshGroupView(const Prefs& old) {
 }
 
 // True when the thread view has to be shown anew.
-bool ThreadViewChanged(const Prefs& old) {
-  if (ThreadOrder(old) != ThreadOrder(*gPrefs)) gReading.tree_state.Invalidate();
+bool ThreadViewChanged(const Prefs& old, bool decoding_changed) {
+  // Decoded subjects are sorted and gathered otherwise, too.
+  const bool order = ThreadOrder(old) != ThreadOrder(*gPrefs);
+  if (order || decoding_changed) gReading.tree_state.Invalidate();
   const bool look = ThreadLook(old) != ThreadLook(*gPrefs);
   if (look) ForgetThreadFont();
   return look || gReading.tree_state.OutOfDate() || CaptionSource(old) != CaptionSource(*gPrefs);
 }
 
 // The same for the article view.
-bool ArticleViewChanged(const Prefs& old) {
+bool ArticleViewChanged(const Prefs& old, bool decoding_changed) {
   const bool header = HeaderLook(old) != HeaderLook(*gPrefs);
   if (header) ForgetArticlePanes();
-  return header || ArticleLook(old) != ArticleLook(*gPrefs);
+  return header || decoding_changed || ArticleLook(old) != ArticleLook(*gPrefs);
 }
 
-void RefreshViews(const Prefs& old) {
+void RefreshViews(const Prefs& old, bool decoding_changed) {
   const int tab = gPlatform->windows.SelectedTab();
   RefreshGroupView(old);
-  const bool threads = ThreadViewChanged(old);
-  const bool article = ArticleViewChanged(old);
+  const bool threads = ThreadViewChanged(old, decoding_changed);
+  const bool article = ArticleViewChanged(old, decoding_changed);
   if (threads && tab == port::kThreadTab) ShowThreadView();
   if (article && tab == port::kArticleTab) DisplayCurrentArticle({});
 }
@@ -103,18 +106,19 @@ void OpenPreferences(PreferencesPage start_page) {
   if (!edited || gMainWindow == 0) return;
   gPrefs->prefspage = edited->prefspage;
   if (!edited->copy) return;
+  const bool decoded = Decoding();
   StoreExtensions(*edited);
   StoreSecurities(*edited);
-  ApplyPrefsChanges(std::move(edited->copy));
+  ApplyPrefsChanges(std::move(edited->copy), Decoding() != decoded);
 }
 
-void ApplyPrefsChanges(std::unique_ptr<Prefs> edited) {
+void ApplyPrefsChanges(std::unique_ptr<Prefs> edited, bool decoding_changed) {
   if (!edited) return;
   const std::unique_ptr<Prefs> old = std::exchange(gPrefs, std::move(edited));
   if (old->sidetabs != gPrefs->sidetabs) {
     RebuildViews();
   } else {
-    RefreshViews(*old);
+    RefreshViews(*old, decoding_changed);
   }
   ScheduleAutoDownload();
   // The old place is what is stored until the databases lie in the new one, so that whatever ends

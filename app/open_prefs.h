@@ -10,7 +10,8 @@ namespace quillet {
 
 void OpenPreferences(PreferencesPage start_page);
 // Makes `edited` the live record, refreshes the views, re-registers the scheduled download, writes
-// the registry and moves the databases when their place changed.
-void ApplyPrefsChanges(std::unique_ptr<Prefs> edited);
+// the registry and moves the databases when their place changed. `decoding_changed`: what mime/
+// makes of stored text looks different from now on.
+void ApplyPrefsChanges(std::unique_ptr<Prefs> edited, bool decoding_changed = false);
 
 }  // namespace quillet
