@@ -293,6 +293,10 @@ bool FakeSockets::Connect(SocketHandle socket, std::span<const Address> addresse
   Lock lock(mutex_);
   connections_.push_back({{addresses.begin(), addresses.end()}, port});
   if (!Enter(lock, SocketCall::kConnect) || !CheckOpen(socket, false)) return false;
+  if (addresses.empty()) {
+    last_error_ = kErrorInvalid;
+    return false;
+  }
   connected_.insert(socket);
   if (!steps_.empty() && steps_.front().kind == StepKind::kCloses) steps_.pop_front();
   server_closed_ = false;

@@ -1,28 +1,23 @@
-// Sockets block; Connect alone switches one to non-blocking, to be able to give up. Interrupt
+// Sockets block; only while it connects one does not, to be able to give up. Interrupt
 // reaches every wait: a shutdown of the receiving half for receives, an event for all others. The
-// sending half stays, for the last word to the server. A lookup, which the system cannot cut short,
-// runs on a thread of its own that is left behind when its waiter goes.
+// sending half stays, for the last word to the server. A receive takes one call of the system: its
+// time limit is the descriptor's own.
 #include "port/linux/linux_sockets.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <memory>
-#include <system_error>
-#include <thread>
 #include <utility>
+
+#include "port/linux/address_race.h"
+#include "port/linux/socket_tools.h"
 
 namespace quillet::port {
 namespace {
@@ -45,64 +40,10 @@ constexpr ErrorCode kErrorCodes[] = {
     {EHOSTUNREACH, kErrorHostUnreachable},
 };
 
-// A peer that vanished without a word ends a receive after about two minutes.
-constexpr int kKeepAliveIdleSeconds = 60;
-constexpr int kKeepAliveIntervalSeconds = 15;
-constexpr int kKeepAliveProbes = 4;
-
-void SetOption(int fd, int level, int option, int value) {
-  // A kernel that lacks an option still gives a working connection.
-  setsockopt(fd, level, option, &value, sizeof value);
-}
-
-void SetOptions(int fd) {
-  SetOption(fd, IPPROTO_TCP, TCP_NODELAY, 1);
-  SetOption(fd, SOL_SOCKET, SO_KEEPALIVE, 1);
-  SetOption(fd, IPPROTO_TCP, TCP_KEEPIDLE, kKeepAliveIdleSeconds);
-  SetOption(fd, IPPROTO_TCP, TCP_KEEPINTVL, kKeepAliveIntervalSeconds);
-  SetOption(fd, IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
-}
-
-sockaddr_in SocketAddress(const Address& address, std::uint16_t port) {
-  sockaddr_in native{};
-  native.sin_family = AF_INET;
-  native.sin_port = htons(port);
-  std::memcpy(&native.sin_addr, address.bytes.data(), sizeof native.sin_addr);
-  return native;
-}
-
-// What the lookup thread and its waiter share; the last one to leave frees it.
-struct PendingLookup {
-  std::string host;
-  HostLookup lookup;
-  std::vector<Address> addresses;
-  std::atomic<int> error{-1};  // set last
-  FileDescriptor done;
-};
-
-void RunLookup(const std::shared_ptr<PendingLookup>& pending) {
-  pending->error = pending->lookup(pending->host, pending->addresses);
-  eventfd_write(pending->done.get(), 1);
-}
-
-constexpr int kForEver = -1;
 constexpr std::size_t kReadAhead = 65536;
 
-// Waits for one of two descriptors (any of `events` on the first, readable on the second). True
-// when the first is ready and the second is not. A signal begins the time limit anew.
-bool WaitUnlessInterrupted(int fd, short events, int interrupt_fd, int milliseconds = kForEver) {
-  pollfd waiting[] = {{fd, events, 0}, {interrupt_fd, POLLIN, 0}};
-  int ready = 0;
-  do {
-    ready = poll(waiting, 2, milliseconds);
-  } while (ready < 0 && errno == EINTR);
-  return ready > 0 && waiting[1].revents == 0;
-}
-
-bool SetBlocking(int fd, bool blocking) {
-  const int flags = fcntl(fd, F_GETFL);
-  if (flags < 0) return false;
-  return fcntl(fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK) == 0;
+int ToPollTime(std::uint32_t milliseconds) {
+  return static_cast<int>(std::min(milliseconds, 0x7FFFFFFFU));
 }
 
 }  // namespace
@@ -112,26 +53,6 @@ int SocketErrorCode(int system_error) {
     if (entry.system_error == system_error) return entry.code;
   }
   return system_error;
-}
-
-int LookUpHost(const std::string& host, std::vector<Address>& addresses) {
-  addrinfo hints{};
-  hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  const int error = getaddrinfo(host.c_str(), nullptr, &hints, &found);
-  if (error == EAI_SYSTEM && errno != 0) return errno;
-  if (error == EAI_MEMORY) return ENOMEM;
-  if (error != 0) return kErrorHostNotFound;
-  const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
-  for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
-    if (entry->ai_addrlen < sizeof(sockaddr_in)) continue;
-    sockaddr_in native{};
-    std::memcpy(&native, entry->ai_addr, sizeof native);
-    Address& address = addresses.emplace_back();
-    std::memcpy(address.bytes.data(), &native.sin_addr, sizeof native.sin_addr);
-  }
-  return addresses.empty() ? kErrorHostNotFound : 0;
 }
 
 LinuxSockets::LinuxSockets(HostLookup lookup)
@@ -178,7 +99,7 @@ SocketHandle LinuxSockets::Open() {
     Fail(errno);
     return 0;
   }
-  SetOptions(fd.get());
+  SetSocketOptions(fd.get());
   const std::lock_guard lock(mutex_);
   if (cancelled_.exchange(false) && !session_ended_) {
     eventfd_t count = 0;
@@ -195,8 +116,8 @@ bool LinuxSockets::Bind(SocketHandle socket) {
   const Socket* const found = Usable(socket);
   if (found == nullptr) return false;
   const int fd = found->fd.get();
-  const sockaddr_in any = SocketAddress({}, 0);
-  if (bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) return Fail(errno);
+  const NativeAddress any = ToNative({}, 0);
+  if (bind(fd, any.get(), any.size) != 0) return Fail(errno);
   return true;
 }
 
@@ -207,60 +128,39 @@ std::vector<Address> LinuxSockets::Resolve(const std::string& host) {
     Fail(kErrorHostNotFound);
     return {};
   }
-  FileDescriptor done(eventfd(0, EFD_CLOEXEC));
-  if (!done.valid()) {
-    Fail(errno);
-    return {};
-  }
-  const auto pending = std::make_shared<PendingLookup>();
-  pending->host = host;
-  pending->lookup = lookup_;
-  pending->done = std::move(done);
-  try {
-    std::thread([pending] { RunLookup(pending); }).detach();
-  } catch (const std::system_error&) {
-    Fail(ENOMEM);
-    return {};
-  }
-  if (!WaitUnlessInterrupted(pending->done.get(), POLLIN, interrupt_event_.get())) {
-    Fail(ECANCELED);
-    return {};
-  }
-  const int error = pending->error;
-  if (error == 0) return std::move(pending->addresses);
-  Fail(error);
-  return {};
-}
-
-// Waits for a connect under way and returns its error number, 0 when it stands.
-int LinuxSockets::FinishConnect(int fd) const {
-  if (!WaitUnlessInterrupted(fd, POLLOUT, interrupt_event_.get())) return ECANCELED;
-  int error = 0;
-  socklen_t size = sizeof error;
-  if (getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
-  return error;
+  std::vector<Address> addresses;
+  const int error = LookUpUnlessInterrupted(lookup_, host, interrupt_event_.get(), addresses);
+  if (error != 0) Fail(error);
+  return addresses;
 }
 
 bool LinuxSockets::Connect(SocketHandle socket, std::span<const Address> addresses,
                            std::uint16_t port) {
-  const Socket* const found = Usable(socket);
+  Socket* const found = Usable(socket);
   if (found == nullptr) return false;
   if (addresses.empty()) return Fail(EADDRNOTAVAIL);
-  const int fd = found->fd.get();
-  const sockaddr_in peer = SocketAddress(addresses.front(), port);
-  if (!SetBlocking(fd, false)) return Fail(errno);
-  int error = 0;
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != 0) {
-    // An interrupted connect goes on by itself, as one that would block.
-    error = errno == EINPROGRESS || errno == EINTR ? FinishConnect(fd) : errno;
+  FileDescriptor ipv4;
+  {
+    const std::lock_guard lock(mutex_);
+    ipv4 = std::move(found->fd);
   }
-  if (!SetBlocking(fd, true) && error == 0) error = errno;
-  if (error != 0 || Interrupted()) return Fail(error);
-  return true;
+  RaceResult race = ConnectToFirst(addresses, port, std::move(ipv4), interrupt_event_.get());
+  if (race.error == 0 && !SetBlocking(race.winner.get(), true)) race.error = errno;
+  if (race.error != 0) return Fail(race.error);
+  SetPatience(race.winner.get(), found->stall_limit);
+  {
+    const std::lock_guard lock(mutex_);
+    found->fd = std::move(race.winner);
+  }
+  // From here on an Interrupt finds the winner in the table.
+  return !Interrupted() || Fail(ECANCELED);
 }
 
 void LinuxSockets::SetStallLimit(SocketHandle socket, std::uint32_t milliseconds) {
-  if (Socket* const found = Find(socket)) found->stall_limit = milliseconds;
+  Socket* const found = Find(socket);
+  if (found == nullptr) return;
+  found->stall_limit = milliseconds;
+  SetPatience(found->fd.get(), milliseconds);
 }
 
 TlsResult LinuxSockets::StartTls(SocketHandle socket, const TlsRequest&) {
@@ -272,14 +172,17 @@ TlsResult LinuxSockets::StartTls(SocketHandle socket, const TlsRequest&) {
 std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {
   // The kernel falls back to delayed acknowledgements by itself, so this is asked for every time. A
   // server that writes a reply in two parts would otherwise wait 40 ms before the second.
-  SetOption(fd, IPPROTO_TCP, TCP_QUICKACK, 1);
+  const int on = 1;
+  setsockopt(fd, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
   ssize_t got = 0;
   do {
     got = recv(fd, buffer.data(), buffer.size(), 0);
   } while (got < 0 && errno == EINTR && !Interrupted());
   if (got > 0) return got;
   if (got == 0 && !Interrupted()) return 0;
-  Fail(errno);
+  // The descriptor blocks; nothing has come for the whole of its stall limit.
+  const bool stalled = got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+  Fail(stalled ? kErrorStalled : errno);
   return -1;
 }
 
@@ -311,12 +214,15 @@ bool LinuxSockets::Send(SocketHandle socket, std::string_view data) {
   const Socket* const found = Find(socket);
   if (found == nullptr) return false;
   const int fd = found->fd.get();
+  const int limit = found->stall_limit == 0 ? kForEver : ToPollTime(found->stall_limit);
   while (!data.empty()) {
     const ssize_t sent = send(fd, data.data(), data.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent > 0) data.remove_prefix(static_cast<std::size_t>(sent));
     if (sent >= 0 || errno == EINTR) continue;
     if (errno != EAGAIN && errno != EWOULDBLOCK) return Fail(errno);
-    if (!WaitUnlessInterrupted(fd, POLLOUT, interrupt_event_.get())) return Fail(ECANCELED);
+    const WaitEnd end = WaitFor(fd, POLLOUT, interrupt_event_.get(), limit);
+    if (end == WaitEnd::kInterrupted) return Fail(ECANCELED);
+    if (end == WaitEnd::kTimedOut) return Fail(kErrorStalled);
   }
   return true;
 }
@@ -340,10 +246,9 @@ void LinuxSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
     // Also after a receive: a server may send for ever.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now());
     if (left.count() <= 0) return;
-    if (nothing_yet && !WaitUnlessInterrupted(fd, POLLIN, interrupt_event_.get(),
-                                              static_cast<int>(left.count()))) {
-      return;
-    }
+    const int limit = static_cast<int>(left.count());
+    if (!nothing_yet) continue;
+    if (WaitFor(fd, POLLIN, interrupt_event_.get(), limit) != WaitEnd::kReady) return;
   }
 }
 

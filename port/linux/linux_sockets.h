@@ -3,27 +3,19 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "port/linux/file_descriptor.h"
+#include "port/linux/host_lookup.h"
 #include "port/sockets.h"
 
 namespace quillet::port {
 
-// LastError of a lookup that found no address.
-constexpr int kErrorHostNotFound = 11001;
-
 // The code of a system error number: the service's own where there is one, else the number itself.
 int SocketErrorCode(int system_error);
-
-// Looks a host name up: 0 and all its addresses in the order to try them, or a system error number
-// or the above.
-using HostLookup = std::function<int(const std::string& host, std::vector<Address>& addresses)>;
-int LookUpHost(const std::string& host, std::vector<Address>& addresses);
 
 class LinuxSockets final : public Sockets {
  public:
@@ -71,7 +63,6 @@ class LinuxSockets final : public Sockets {
   Socket* Usable(SocketHandle socket);
   std::int64_t ReceiveInto(int fd, std::span<char> buffer);
   bool Fail(int system_error);
-  int FinishConnect(int fd) const;
 
   const HostLookup lookup_;
   std::mutex mutex_;  // guards the table and the flags: Interrupt comes on another thread

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <vector>
 
+#include "tests/port/full_listener.h"
 #include "tests/port/linux_test_tools.h"
 #include "tests/port/loopback_server.h"
 
@@ -27,13 +28,6 @@ SocketHandle ConnectedTo(LinuxSockets& sockets, std::uint16_t port) {
   EXPECT_TRUE(sockets.Bind(socket));
   EXPECT_TRUE(sockets.Connect(socket, kLoopback, port));
   return socket;
-}
-
-// The descriptor that the next open will take.
-int NextDescriptor() {
-  const int probe = dup(STDERR_FILENO);
-  close(probe);
-  return probe;
 }
 
 int Option(int fd, int level, int option) {
@@ -75,39 +69,6 @@ void BlockStorm() {
   sigaddset(&set, SIGALRM);
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
-
-// A listener that lets nobody in: its queue is full, so that a connect waits.
-class FullListener {
- public:
-  FullListener() : listener_(ListenOnLoopback(0)) {
-    for (int i = 0; i < 4; ++i) {
-      FileDescriptor client(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-      sockaddr_in address{};
-      address.sin_family = AF_INET;
-      address.sin_port = htons(port());
-      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      // Whether it gets in or waits outside, it takes a place.
-      const int result =
-          connect(client.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-      EXPECT_TRUE(result == 0 || errno == EINPROGRESS);
-      clients_.push_back(std::move(client));
-    }
-    std::this_thread::sleep_for(20ms);
-  }
-  std::uint16_t port() const { return PortOf(listener_.get()); }
-  // Makes room, and goes on doing so: whoever waits outside knocks again only now and then.
-  void LetAllInUntil(const std::atomic<bool>& done) {
-    clients_.clear();
-    while (!done) {
-      pollfd waiting{listener_.get(), POLLIN, 0};
-      if (poll(&waiting, 1, 20) > 0) close(accept(listener_.get(), nullptr, nullptr));
-    }
-  }
-
- private:
-  FileDescriptor listener_;
-  std::vector<FileDescriptor> clients_;
-};
 
 std::thread InterruptSoon(LinuxSockets& sockets) {
   return std::thread([&sockets] {
@@ -372,6 +333,57 @@ TEST(LinuxSockets, LookupGivesItsAddressOrItsError) {
   EXPECT_EQ(sockets.LastError(), 11001);
   EXPECT_EQ(sockets.Resolve("down"), std::vector<Address>{});
   EXPECT_EQ(sockets.LastError(), kErrorNetworkDown);
+}
+
+TEST(LinuxSockets, LineWithoutAcknowledgementsOutlastsTheStallLimit) {
+  LinuxSockets sockets;
+  const int fd = NextDescriptor();
+  const SocketHandle socket = sockets.Open();
+  EXPECT_EQ(Option(fd, IPPROTO_TCP, TCP_USER_TIMEOUT), 120'000);
+  sockets.SetStallLimit(socket, 90'000);
+  EXPECT_EQ(Option(fd, IPPROTO_TCP, TCP_USER_TIMEOUT), 120'000);
+  sockets.SetStallLimit(socket, 600'000);
+  EXPECT_EQ(Option(fd, IPPROTO_TCP, TCP_USER_TIMEOUT), 630'000);
+}
+
+TEST(LinuxSockets, PeerThatTakesNothingForTheWholeStallLimitEndsTheSend) {
+  std::atomic<bool> done{false};
+  LoopbackServer server([&](int) {
+    while (!done) std::this_thread::sleep_for(1ms);
+  });
+  LinuxSockets sockets;
+  const SocketHandle socket = ConnectedTo(sockets, server.port());
+  sockets.SetStallLimit(socket, 30);
+  EXPECT_FALSE(sockets.Send(socket, std::string(64U << 20U, 'x')));  // waits for ever otherwise
+  EXPECT_EQ(sockets.LastError(), kErrorStalled);
+  done = true;
+}
+
+TEST(LinuxSockets, WhatGoesOnIsNoStall) {
+  LoopbackServer server([](int client) {
+    for (int i = 0; i < 10; ++i) {
+      std::this_thread::sleep_for(200ms);
+      SendAll(client, "x");
+    }
+  });
+  LinuxSockets sockets;
+  const SocketHandle socket = ConnectedTo(sockets, server.port());
+  sockets.SetStallLimit(socket, 1500);
+  char buffer[10];
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(sockets.Receive(socket, std::span(buffer, 1)), 1);
+}
+
+TEST(LinuxSockets, WithoutAStallLimitAReceiveWaits) {
+  LoopbackServer server([](int client) {
+    std::this_thread::sleep_for(200ms);
+    SendAll(client, "x");
+  });
+  LinuxSockets sockets;
+  const SocketHandle socket = ConnectedTo(sockets, server.port());
+  sockets.SetStallLimit(socket, 20);
+  sockets.SetStallLimit(socket, 0);
+  char buffer[10];
+  EXPECT_EQ(sockets.Receive(socket, buffer), 1);
 }
 
 TEST(LinuxSockets, LastCleanupClosesWhatIsOpen) {

@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "port/linux/file_descriptor.h"
+#include "port/linux/socket_tools.h"
 
 namespace quillet::port {
 
@@ -45,29 +46,40 @@ inline std::string ReceiveExactly(int socket, std::size_t count) {
 }
 
 inline std::uint16_t PortOf(int socket) {
-  sockaddr_in address{};
-  socklen_t size = sizeof address;
-  EXPECT_EQ(getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
-  return ntohs(address.sin_port);
+  NativeAddress address;
+  address.size = sizeof address.storage;
+  EXPECT_EQ(getsockname(socket, reinterpret_cast<sockaddr*>(&address.storage), &address.size), 0);
+  return ntohs(reinterpret_cast<const sockaddr_in*>(&address.storage)->sin_port);
+}
+
+// A listening socket; port 0 is a free one.
+inline FileDescriptor Listen(const Address& address, std::uint16_t port, int backlog) {
+  const NativeAddress native = ToNative(address, port);
+  FileDescriptor listener(socket(native.get()->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  EXPECT_EQ(bind(listener.get(), native.get(), native.size), 0);
+  EXPECT_EQ(listen(listener.get(), backlog), 0);
+  return listener;
 }
 
 // A listening socket on a free port of 127.0.0.1.
 inline FileDescriptor ListenOnLoopback(int backlog) {
-  FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  EXPECT_EQ(bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  EXPECT_EQ(listen(listener.get(), backlog), 0);
-  return listener;
+  return Listen(Ipv4(127, 0, 0, 1), 0, backlog);
+}
+
+// The descriptor that the next open will take.
+inline int NextDescriptor() {
+  const int probe = dup(STDERR_FILENO);
+  close(probe);
+  return probe;
 }
 
 class LoopbackServer {
  public:
   // The connection is closed when `serve` returns.
-  explicit LoopbackServer(std::function<void(int client)> serve)
+  explicit LoopbackServer(std::function<void(int client)> serve,
+                          const Address& address = Ipv4(127, 0, 0, 1), std::uint16_t at_port = 0)
       : serve_(std::move(serve)),
-        listener_(ListenOnLoopback(8)),
+        listener_(Listen(address, at_port, 8)),
         port_(PortOf(listener_.get())),
         end_(eventfd(0, EFD_CLOEXEC)),
         thread_([this] { Run(); }) {}

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <string>
@@ -19,7 +20,7 @@ namespace {
 
 // One turn of a conversation.
 struct Turn {
-  enum class Kind { kServer, kClient, kStalls } kind;
+  enum class Kind { kServer, kClient, kStalls, kStallsForGood } kind;
   std::string bytes;
 };
 
@@ -33,6 +34,10 @@ Turn Stalls() {
   return {Turn::Kind::kStalls, {}};
 }
 
+Turn StallsForGood() {
+  return {Turn::Kind::kStallsForGood, {}};
+}
+
 // At the end of its turns the server closes.
 class FakeMaker {
  public:
@@ -42,6 +47,7 @@ class FakeMaker {
       if (turn.kind == Turn::Kind::kServer) sockets.Server(turn.bytes);
       if (turn.kind == Turn::Kind::kClient) sockets.Client(turn.bytes);
       if (turn.kind == Turn::Kind::kStalls) sockets.Stalls();
+      if (turn.kind == Turn::Kind::kStallsForGood) sockets.StallsForGood();
     }
     sockets.Closes();
     sockets.SetHost("localhost", {127, 0, 0, 1});
@@ -61,6 +67,8 @@ class LinuxMaker {
           EXPECT_EQ(ReceiveExactly(client, turn.bytes.size()), turn.bytes);
         }
         if (turn.kind == Turn::Kind::kStalls) ReceiveExactly(client, 1);
+        // What is sent then is read by nobody, until the client closes.
+        if (turn.kind == Turn::Kind::kStallsForGood) ReceiveExactly(client, 1'000'000);
       }
     });
   }
@@ -70,6 +78,11 @@ class LinuxMaker {
  private:
   std::optional<LoopbackServer> server_;
 };
+
+// Of a machine with IPv6 there may be ::1 too.
+bool IsLoopback(const std::vector<Address>& addresses) {
+  return std::ranges::find(addresses, Ipv4(127, 0, 0, 1)) != addresses.end();
+}
 
 template <class Maker>
 class SocketsContract : public testing::Test {
@@ -197,7 +210,7 @@ TYPED_TEST(SocketsContract, SocketThatIsNotConnectedCarriesNothing) {
 
 TYPED_TEST(SocketsContract, KnownHostResolves) {
   this->maker_.Play({});
-  EXPECT_EQ(this->sockets().Resolve("localhost"), (std::vector{Ipv4(127, 0, 0, 1)}));
+  EXPECT_TRUE(IsLoopback(this->sockets().Resolve("localhost")));
 }
 
 TYPED_TEST(SocketsContract, UnknownHostResolvesToNothing) {
@@ -256,7 +269,7 @@ TYPED_TEST(SocketsContract, CancelledConnectionIsFollowedByAnother) {
   this->sockets().Close(socket);
   socket = this->Connected({Server("y"), Client("z")});
   EXPECT_EQ(this->ReceiveSome(socket, 1), "y");
-  EXPECT_EQ(this->sockets().Resolve("localhost"), (std::vector{Ipv4(127, 0, 0, 1)}));
+  EXPECT_TRUE(IsLoopback(this->sockets().Resolve("localhost")));
   EXPECT_TRUE(this->sockets().Send(socket, "z"));
 }
 
@@ -268,6 +281,54 @@ TYPED_TEST(SocketsContract, EndOfTheSessionIsForGood) {
   EXPECT_FALSE(
       this->sockets().Connect(socket, std::array{Ipv4(127, 0, 0, 1)}, this->maker_.port()));
   EXPECT_EQ(this->sockets().Resolve("localhost"), std::vector<Address>{});
+}
+
+TYPED_TEST(SocketsContract, NoAddressIsNoConnection) {
+  this->maker_.Play({});
+  const SocketHandle socket = this->sockets().Open();
+  EXPECT_FALSE(this->sockets().Connect(socket, {}, this->maker_.port()));
+  EXPECT_NE(this->sockets().LastError(), 0);
+}
+
+TYPED_TEST(SocketsContract, ServerSilentForTheWholeStallLimitEndsTheReceive) {
+  const SocketHandle socket = this->Connected({Server("x"), StallsForGood()});
+  this->sockets().SetStallLimit(socket, 30);
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+  EXPECT_EQ(this->sockets().LastError(), kErrorStalled);
+  EXPECT_TRUE(this->sockets().Send(socket, "QUIT\r\n"));
+  this->sockets().Close(socket);
+}
+
+TYPED_TEST(SocketsContract, StallLimitOfNoSocketIsNobodys) {
+  this->sockets().SetStallLimit(0, 1000);
+  this->sockets().SetStallLimit(4711, 1000);
+  EXPECT_EQ(this->Connected({}), 1U);
+}
+
+TYPED_TEST(SocketsContract, NoTlsWithoutAConnection) {
+  const SocketHandle closed = this->sockets().Open();
+  this->sockets().Close(closed);
+  for (const SocketHandle socket :
+       {SocketHandle{0}, closed, SocketHandle{4711}, this->sockets().Open()}) {
+    const TlsResult result = this->sockets().StartTls(socket, {"news.example.org", ""});
+    EXPECT_EQ(result.outcome, TlsOutcome::kFailed);
+    EXPECT_NE(result.problem, u"");
+    EXPECT_EQ(result.fingerprint, "");
+  }
+}
+
+TYPED_TEST(SocketsContract, ServerThatClosesEndsTheHandshakeAndTheConnectionCarriesNothing) {
+  const SocketHandle socket = this->Connected({Server("x")});
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
+  const TlsResult result = this->sockets().StartTls(socket, {"news.example.org", ""});
+  EXPECT_EQ(result.outcome, TlsOutcome::kFailed);
+  EXPECT_NE(result.problem, u"");
+  EXPECT_FALSE(this->sockets().Send(socket, "QUIT\r\n"));
+  char buffer[10];
+  EXPECT_EQ(this->sockets().Receive(socket, buffer), -1);
+  this->sockets().Close(socket);
 }
 
 TYPED_TEST(SocketsContract, ClosingServerEndsTheWaitForIt) {
