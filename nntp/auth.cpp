@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/extensions.h"
 #include "base/prefs.h"
 #include "nntp/connection.h"
 #include "nntp/ntlm.h"
@@ -30,11 +31,26 @@ RunEnd SendUserAndPassword() {
   return RunEnd::kRefused;
 }
 
+RunEnd LogInAsSet() {
+  const RunEnd end =
+      OfSelectedServer(gPrefs->usentlms) != 0 ? NegotiateNtlm() : SendUserAndPassword();
+  gConnection.logged_in = end == RunEnd::kGoOn;
+  return end;
+}
+
 }  // namespace
 
 RunEnd SendAuthInfo() {
-  if (OfSelectedServer(gPrefs->useauths) == 0) return RunEnd::kGoOn;
-  return OfSelectedServer(gPrefs->usentlms) != 0 ? NegotiateNtlm() : SendUserAndPassword();
+  const bool wanted = OfSelectedServer(gPrefs->useauths) != 0 && !gConnection.logged_in;
+  return wanted ? LogInAsSet() : RunEnd::kGoOn;
+}
+
+std::optional<RunEnd> LogInIfAsked(std::string_view reply) {
+  if (!StartsWith(reply, "480") || OfSelectedServer(gPrefs->authusers).empty()) {
+    return std::nullopt;
+  }
+  if (ReadExtensions().loginlater == 0) return std::nullopt;
+  return LogInAsSet();
 }
 
 }  // namespace quillet

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "base/run_end.h"
+#include "base/server_security.h"
 #include "nntp/text_log.h"
 #include "nntp/wire.h"
 
@@ -25,7 +26,11 @@ struct NntpConnection {
   Wire wire;
   std::string reply;  // the last one that ReadResponse read: at most kLineBufferSize - 1 bytes
   bool posting_allowed = false;
+  bool logged_in = false;
   std::uint16_t port = 0;
+  ServerSecurity security = ServerSecurity::kNone;
+  bool connect_anew = false;      // what ended it is out of the way now
+  std::uint32_t stall_limit = 0;  // seconds; 0: the server may be silent for ever
   // While set, every article stored gets it as its server name.
   std::optional<std::u16string> server_name;
   TextLog error_log;
@@ -45,9 +50,11 @@ extern std::unique_ptr<TextLog> gTransactionLog;
 bool StartInet();
 void StopInet();
 
-// The connection transaction: logs, connecting, greeting, login, queued posts, download, QUIT, and
-// between QUIT and the showing of the error log the mail that waits, unless the run was cancelled.
-// Reports its own failures and leaves nothing open. kGoOn when the download came to its end.
+// The connection transaction: logs, connecting, TLS, greeting, login, queued posts, download, QUIT,
+// and between QUIT and the showing of the error log the mail that waits, unless the run was
+// cancelled. A connection that is lost is made again as often as `retries` says and goes on where
+// it was. Reports its own failures and leaves nothing open. kGoOn when the download came to its
+// end.
 RunEnd OpenConnection();
 
 // Says QUIT when a socket is open, waits until the server closes, two seconds at most and not at
@@ -59,9 +66,15 @@ void CloseConnection();
 // Closes without a word what an aborted connection left open. Idempotent.
 void ReleaseConnection();
 
-// Notes the loss of the connection: "socket destroyed\r\n" in the error log, unless an abort was
-// requested: that ends every wait, and then nothing was lost.
+// Notes the loss of the connection in the error log, unless an abort was requested: that ends every
+// wait, and then nothing was lost. "socket destroyed\r\n", or that the server was silent.
 void LogLoss();
+// That it was.
+void LogSilence();
+// Unless an abort was requested, closes a connection that was lost while a reply was read, and then
+// notes the loss. As CloseConnection does, with QUIT and the error log; when the connection may be
+// made again without either.
+void NoteLoss();
 // Appends to the transaction log while `keeptranslog` is on.
 void LogTransaction(std::string_view text);
 void LogError(std::u16string_view text);

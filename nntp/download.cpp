@@ -4,7 +4,9 @@
 //
 // The number of an article is in the registry before the article is fetched. It is put back when
 // the run ends before the article is done with, and tried once more after a process that was killed
-// there. The server's last number is written along: a number beyond it would be taken for wrong.
+// there. A connection that takes a lost one's place passes the groups over that are done with and
+// goes on in the one under way. The server's last number is written along: a number beyond it would
+// be taken for wrong.
 #include "nntp/download.h"
 
 #include <cstdint>
@@ -17,11 +19,13 @@
 #include "base/prefs_registry.h"
 #include "base/reset.h"
 #include "nntp/connection.h"
+#include "nntp/converse.h"
 #include "nntp/fetch.h"
 #include "nntp/group_walk.h"
 #include "nntp/lost.h"
 #include "nntp/replies.h"
 #include "nntp/room.h"
+#include "nntp/run_memory.h"
 #include "port/platform.h"
 #include "store/bulk_store.h"
 #include "store/counts.h"
@@ -44,10 +48,6 @@ Step LeaveFor(DownloadRun& run, RunEnd why) {
   return Step::kGroupEnds;
 }
 
-bool Command(std::string_view command, CommandLogging logging = CommandLogging::kLogged) {
-  return SendCommand(command, logging) && ReadResponse();
-}
-
 std::string StatCommand(std::uint32_t number) {
   return FormatNarrow("STAT %lu", number);
 }
@@ -57,9 +57,11 @@ std::string StatCommand(std::uint32_t number) {
 Step ScanForWanted(DownloadRun& run, const GroupWalk& walk, std::uint32_t& reached) {
   constexpr CommandLogging kUnlogged = CommandLogging::kUnlogged;
   reached = 0;
-  if (!Command(StatCommand(walk.first), kUnlogged)) return LeaveFor(run, RunEnd::kLost);
+  RunEnd end = Converse(StatCommand(walk.first), kUnlogged);
+  if (end != RunEnd::kGoOn) return LeaveFor(run, end);
   while (reached < walk.wanted && !Ended(run.end)) {
-    if (!Command("NEXT", kUnlogged)) return LeaveFor(run, RunEnd::kLost);
+    end = Converse("NEXT", kUnlogged);
+    if (end != RunEnd::kGoOn) return LeaveFor(run, end);
     const std::string& reply = gConnection.reply;
     if (reply.empty() || reply[0] < '0' || reply[0] > '9') {
       LogTransaction("ERR:");
@@ -77,7 +79,8 @@ Step ScanForWanted(DownloadRun& run, const GroupWalk& walk, std::uint32_t& reach
 // Moves the server to the next article; its reply has been read.
 Step MoveOn(DownloadRun& run, GroupWalk& walk) {
   if (std::exchange(walk.next_sent, false)) {
-    return ReadResponse() ? Step::kGoOn : LeaveFor(run, RunEnd::kLost);
+    const RunEnd end = FinishConversing("NEXT");
+    return end == RunEnd::kGoOn ? Step::kGoOn : LeaveFor(run, end);
   }
   std::uint32_t target = walk.wanted;
   if (!walk.have_current && !walk.first_command) {
@@ -85,8 +88,8 @@ Step MoveOn(DownloadRun& run, GroupWalk& walk) {
     if (scanned != Step::kGoOn) return scanned;
   }
   walk.first_command = false;
-  const bool replied = walk.have_current ? Command("NEXT") : Command(StatCommand(target));
-  return replied ? Step::kGoOn : LeaveFor(run, RunEnd::kLost);
+  const RunEnd end = Converse(walk.have_current ? "NEXT" : StatCommand(target));
+  return end == RunEnd::kGoOn ? Step::kGoOn : LeaveFor(run, end);
 }
 
 // Remembers the article reached before anything of it is fetched.
@@ -136,6 +139,7 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
       DownloadArticle(run, walk.group, walk.wanted, [&] { return AskForNext(run, walk); });
   if (fetched == Fetched::kUnfinished) {
     walk.progress.downloaded = downloaded_before;
+    walk.have_current = false;
     SaveDownloaded(run);
     if (run.end == RunEnd::kStoreFailed) SayWhetherFull(run);
     return Step::kGroupEnds;
@@ -146,7 +150,20 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   return stuck ? Step::kGroupEnds : Step::kGoOn;
 }
 
+// A walk that goes on behind an article it is done with: the server is led there, so that NEXT goes
+// on from it. When that article has gone, the next number is looked for.
+void ReturnToCurrent(DownloadRun& run, GroupWalk& walk) {
+  if (!walk.have_current) return;
+  walk.have_current = false;
+  const RunEnd end = Converse(StatCommand(walk.wanted));
+  // Lost again: still done with it.
+  if (end != RunEnd::kGoOn || StartsWith(gConnection.reply, "2")) walk.have_current = true;
+  if (end != RunEnd::kGoOn) return EndRun(run, end);
+  if (!walk.have_current) ++walk.wanted;
+}
+
 void WalkGroup(DownloadRun& run, GroupWalk& walk) {
+  if (walk.remaining > 0 && run.has_room) ReturnToCurrent(run, walk);
   while (walk.remaining > 0 && !Ended(run.end) && run.has_room) {
     if (TakeNextArticle(run, walk) == Step::kGroupEnds) return;
     AskForSpaceNowAndThen(run);
@@ -166,21 +183,38 @@ void ReportRefusal(const GroupWalk& walk) {
 void VisitGroup(DownloadRun& run, GroupWalk& walk) {
   const std::u16string& name = gPrefs->groups[walk.group];
   SetProgressTitle(FormatWide(u"Downloading from group %ls", name));
-  if (!Command("GROUP " + Narrow(name))) return EndRun(run, RunEnd::kLost);
+  const RunEnd end = Converse("GROUP " + Narrow(name));
+  if (end != RunEnd::kGoOn) return EndRun(run, end);
   if (StartsWith(gConnection.reply, "2")) {
-    PlanWalk(run, walk);
+    PlanWalk(run, walk, gRun.download.walk);
     WalkGroup(run, walk);
   } else if (StartsWith(gConnection.reply, "4")) {
     ReportRefusal(walk);
   }
 }
 
+// For the connection that comes after this one.
+void RememberWalk(const DownloadRun& run, const GroupWalk& walk) {
+  DownloadMemory& memory = gRun.download;
+  if (run.end != RunEnd::kLost) {
+    memory.walk.reset();
+    ++memory.groups_done;
+  } else if (walk.planned) {
+    memory.walk = {walk.wanted, walk.have_current, walk.progress.downloaded, walk.count,
+                   walk.remaining};
+  }
+}
+
 void DownloadGroup(DownloadRun& run, GroupIndex group) {
   const ServerIndex server = CountingServer(*gPrefs);
   const std::optional<GroupProgress> progress = Progress(*gPrefs, server, group);
-  if (!progress) return;
+  if (!progress) {
+    ++gRun.download.groups_done;
+    return;
+  }
   GroupWalk walk{IndexOf(group), gPrefs->servers[IndexOf(server)], *progress};
   VisitGroup(run, walk);
+  RememberWalk(run, walk);
   SaveOnServer(run);
   if (walk.group < gReadInfo.size()) UpdateGlobalGDBMArticleCountCache(walk.group);
 }
@@ -200,12 +234,17 @@ RunEnd DownloadNews() {
   const BulkStore bulk;
   AskForSpace(run);
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
+  DownloadMemory& memory = gRun.download;
+  run.has_room = memory.has_room;
+  run.progress_saved = memory.progress_saved;
   FetchLostArticles(run);
-  for (const GroupIndex group : gDownloadList) {
-    if (Ended(run.end)) break;
-    DownloadGroup(run, group);
+  while (memory.groups_done < gDownloadList.size() && !Ended(run.end)) {
+    DownloadGroup(run, gDownloadList[memory.groups_done]);
   }
   NoteSaved(run, run.under_way.End());
+  memory.has_room = run.has_room;
+  memory.progress_saved = run.progress_saved;
+  if (run.end != RunEnd::kLost || gRun.retries == 0) memory = {};
   return run.end;
 }
 

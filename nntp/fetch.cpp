@@ -9,6 +9,7 @@
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "killfile/killfile.h"
+#include "nntp/auth.h"
 #include "nntp/connection.h"
 #include "nntp/headers.h"
 #include "nntp/replies.h"
@@ -40,17 +41,37 @@ bool EndsDownload(std::int32_t status) {
   return std::find(kEnds.begin(), kEnds.end(), status) != kEnds.end();
 }
 
-// Sends HEAD or BODY and reads the status line; `text` holds what came with it.
+// The server has lost the group or the place in it over a login in between: it says nothing about
+// the article either.
+bool HasLostItsPlace(std::int32_t status) {
+  return status == 412 || status == 420;
+}
+
+// Sends HEAD or BODY and reads the status line; `text` holds what came with it. A login that the
+// server asks for is given, and the command once more.
+RunEnd ReadStatusOf(std::string_view command, std::string& text, const Meanwhile& meanwhile,
+                    bool& logged_in) {
+  const bool sent = SendCommand(command);
+  meanwhile();
+  if (!sent || !ReadStatusLine(text)) return RunEnd::kLost;
+  const std::optional<RunEnd> login = LogInIfAsked(gConnection.status_line);
+  if (!login) return RunEnd::kGoOn;
+  if (*login != RunEnd::kGoOn) return *login;
+  logged_in = true;
+  text.clear();
+  return SendCommand(command) && ReadStatusLine(text) ? RunEnd::kGoOn : RunEnd::kLost;
+}
+
 Part AskFor(DownloadRun& run, std::string command, std::string_view which, std::string& text,
             const Meanwhile& meanwhile) {
   text.clear();
   if (Ended(run.end)) return Part::kUnfinished;
   if (!which.empty()) command.append(" ").append(which);
-  const bool sent = SendCommand(command);
-  meanwhile();
-  if (!sent || !ReadStatusLine(text)) return Unfinished(run, RunEnd::kLost);
+  bool logged_in = false;
+  const RunEnd asked = ReadStatusOf(command, text, meanwhile, logged_in);
+  if (asked != RunEnd::kGoOn) return Unfinished(run, asked);
   const std::int32_t status = gConnection.last_status;
-  if (EndsDownload(status)) {
+  if (EndsDownload(status) || (logged_in && HasLostItsPlace(status))) {
     LogError(FormatWide(u"The server ended the download: %ls\r\n", Widen(gConnection.status_line)));
     return Unfinished(run, RunEnd::kRefused);
   }

@@ -50,7 +50,8 @@ std::uint32_t StartNumber(const GroupWalk& walk) {
 }
 
 std::int32_t ArticlesToGet(const GroupWalk& walk) {
-  const auto available = static_cast<std::int32_t>(walk.last - walk.wanted + 1);
+  const std::uint32_t start = walk.have_current ? walk.wanted + 1 : walk.wanted;
+  const auto available = static_cast<std::int32_t>(walk.last - start + 1);
   const auto room = static_cast<std::int32_t>(gPrefs->maxarticles - StoredIn(walk.group));
   return std::max(std::min(std::max(available, 0), room), 0);
 }
@@ -83,16 +84,24 @@ void SaveOnServer(DownloadRun& run) {
   NoteSaved(run, WriteLastOnServer(*run.key, *gPrefs));
 }
 
-void PlanWalk(DownloadRun& run, GroupWalk& walk) {
+void PlanWalk(DownloadRun& run, GroupWalk& walk,
+              const std::optional<InterruptedWalk>& interrupted) {
   walk.first = GetNumericField(gConnection.reply, 2);
   walk.last = GetNumericField(gConnection.reply, 3);
   TakeServerNumbers(run, walk);
-  walk.wanted = StartNumber(walk);
-  walk.count = ArticlesToGet(walk);
-  walk.remaining = walk.count;
+  if (interrupted && interrupted->downloaded == walk.progress.downloaded) {
+    walk.wanted = std::max(interrupted->wanted, walk.first);
+    walk.have_current = interrupted->have_current && walk.wanted == interrupted->wanted;
+  } else {
+    walk.wanted = StartNumber(walk);
+  }
+  walk.remaining = ArticlesToGet(walk);
+  if (interrupted) walk.remaining = std::min(walk.remaining, interrupted->remaining);
+  walk.count = interrupted ? interrupted->count : walk.remaining;
+  walk.planned = true;
   SetProgressRange(static_cast<std::uint64_t>(std::max(walk.count, 1)));
   LogTransaction(FormatNarrow(" last: %lu; starting with %lu getting %lu)\r\n",
-                              walk.progress.downloaded, walk.wanted, walk.count));
+                              walk.progress.downloaded, walk.wanted, walk.remaining));
   SetProgressDetail(FormatWide(u"article %lu", walk.wanted));
 }
 

@@ -4,10 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "base/subscriptions.h"
 #include "nntp/fetch.h"
+#include "nntp/run_memory.h"
 
 namespace quillet {
 
@@ -21,14 +23,17 @@ struct GroupWalk {
   std::uint32_t wanted = 0;
   std::int32_t count = 0;
   std::int32_t remaining = 0;
+  bool planned = false;
   bool first_command = true;
-  bool have_current = false;  // the server stands at an article, NEXT leads on from it
+  bool have_current = false;  // the server stands at an article, NEXT leads on from it; of a walk
+                              // that goes on it is still to be led there
   bool next_sent = false;     // NEXT was sent already, its reply has not been read
 };
 
 // From the reply to GROUP: takes the server's numbers over, corrects what they contradict, saves
-// them, and plans the walk.
-void PlanWalk(DownloadRun& run, GroupWalk& walk);
+// them, and plans the walk. An interrupted one goes on where it was with what was left of it; when
+// the server has changed its numbers meanwhile, only with what was left.
+void PlanWalk(DownloadRun& run, GroupWalk& walk, const std::optional<InterruptedWalk>& interrupted);
 
 // Whether the progress could be written; that it could not is told to the user once a run.
 void NoteSaved(DownloadRun& run, bool saved);

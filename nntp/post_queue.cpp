@@ -4,6 +4,9 @@
 // between two posts and in every wait. While the server waits for a text, or has a part of it, the
 // connection is then closed without QUIT, which would be a line of that text: a text without its
 // end is thrown away by the server, and the post stays in the queue.
+//
+// A connection that takes a lost one's place sends what no server has had a text of. The one whose
+// reply was lost goes out again where its Message-ID keeps it from being there twice.
 #include "nntp/post_queue.h"
 
 #include <memory>
@@ -16,10 +19,12 @@
 #include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/upward_calls.h"
+#include "nntp/auth.h"
 #include "nntp/connection.h"
 #include "nntp/post_id.h"
 #include "nntp/post_text.h"
 #include "nntp/replies.h"
+#include "nntp/run_memory.h"
 #include "store/pending_posts.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -49,8 +54,15 @@ struct Posting {
 
 Keys QueuedKeys() {
   Keys keys;
-  for (auto key = NextPendingPostKey({}); key; key = NextPendingPostKey(key)) keys.push_back(*key);
+  for (auto key = NextPendingPostKey({}); key; key = NextPendingPostKey(key)) {
+    if (!gRun.posts_done.contains(*key)) keys.push_back(*key);
+  }
   return keys;
+}
+
+// It is not sent again by a later connection of this run.
+void NoteDone(const std::string& key) {
+  if (gRun.retries != 0) gRun.posts_done.insert(key);
 }
 
 // A reply holds its own line end as well: the next line of the log is an empty one.
@@ -110,6 +122,7 @@ void Settle(Posting& run) {
 }
 
 void NoteDelivered(Posting& run, const std::string& key) {
+  NoteDone(key);
   run.delivered = key;
   // Only a server that knows a second attempt makes a kill in between harmless.
   if (!run.parts) Settle(run);
@@ -128,23 +141,41 @@ Outgoing TakeNext(Posting& run) {
     // Else two versions of it would go out.
     next.left_out += FormatWide(u"The article '%s' is being edited and was not posted.\r\n",
                                 *next.post->subject);
+    NoteDone(next.key);
     next.post.reset();
   }
   return next;
 }
 
 RunEnd AskToPost(Posting& run, Outgoing& current, std::optional<std::string>& text) {
-  const bool sent = SendCommand("POST");
+  bool sent = SendCommand("POST");
   Settle(run);
   if (sent) text = TextOf(run, current);
   if (!sent || !ReadResponse()) return AbortRequested() ? DropText() : RunEnd::kLost;
+  if (const std::optional<RunEnd> login = LogInIfAsked(gConnection.reply)) {
+    if (*login != RunEnd::kGoOn) return *login;
+    sent = SendCommand("POST");
+    if (!sent || !ReadResponse()) return AbortRequested() ? DropText() : RunEnd::kLost;
+  }
   if (StartsWith(gConnection.reply, "3")) return RunEnd::kGoOn;
   // Meant: the wording. Users and their helpers know this line.
   return Refuse(
       u"An error occurred while posting articles. I send POST, and the server replied: %ls%ls");
 }
 
-RunEnd SendText(Posting& run, const std::optional<std::string>& text) {
+// The server has the text, or a part of it, and what became of it is not known.
+RunEnd LeaveUnknown(const Posting& run, const Outgoing& post) {
+  if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
+  if (run.parts || gRun.retries == 0) return RunEnd::kLost;
+  NoteDone(post.key);
+  LogError(
+      FormatWide(u"It is not known whether the article '%ls' was posted. It stays in the "
+                 u"queue.\r\n",
+                 *post.post->subject));
+  return RunEnd::kLost;
+}
+
+RunEnd SendText(Posting& run, const Outgoing& current, const std::optional<std::string>& text) {
   if (!text) {
     LogError(u"Quillet ran out of memory while posting articles. Skipping queued articles.\r\n");
     return RunEnd::kNoMemory;
@@ -153,10 +184,10 @@ RunEnd SendText(Posting& run, const std::optional<std::string>& text) {
   if (!gConnection.wire.Send(*text)) {
     if (AbortRequested()) return DropText();
     LogLoss();
-    return RunEnd::kLost;
+    return LeaveUnknown(run, current);
   }
   run.next = TakeNext(run);
-  return ReadResponse() ? RunEnd::kGoOn : LostOrAsked();
+  return ReadResponse() ? RunEnd::kGoOn : LeaveUnknown(run, current);
 }
 
 RunEnd JudgeReply(Posting& run, const std::string& key) {
@@ -169,6 +200,7 @@ RunEnd JudgeReply(Posting& run, const std::string& key) {
     NoteDelivered(run, key);
     return RunEnd::kGoOn;
   }
+  NoteDone(key);
   MarkPostRefused(key, Widen(gConnection.reply));
   if (StartsWith(gConnection.reply, "441")) {
     Refuse(u"Article rejected by server: %ls%ls");
@@ -187,7 +219,7 @@ RunEnd PostOne(Posting& run) {
   ShowPost(*current.post);
   std::optional<std::string> text;
   RunEnd end = AskToPost(run, current, text);
-  if (end == RunEnd::kGoOn) end = SendText(run, text);
+  if (end == RunEnd::kGoOn) end = SendText(run, current, text);
   return end == RunEnd::kGoOn ? JudgeReply(run, current.key) : end;
 }
 
@@ -206,7 +238,9 @@ RunEnd PostQueuedArticles() {
   run.keys = QueuedKeys();
   if (run.keys.empty()) return RunEnd::kGoOn;
   if (!gConnection.posting_allowed) {
-    LogError(u"The news server does not allow posting. Skipping queued posts.\r\n");
+    if (!std::exchange(gRun.said_no_posting, gRun.retries != 0)) {
+      LogError(u"The news server does not allow posting. Skipping queued posts.\r\n");
+    }
     return RunEnd::kGoOn;
   }
   SetProgressTitle(u"Posting queued articles");

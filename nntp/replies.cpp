@@ -138,9 +138,7 @@ bool ReadResponse() {
   do {
     const auto line = gConnection.wire.ReadLine(kLongestLine - reply.size());
     if (!line) {
-      if (AbortRequested()) return false;
-      CloseConnection();
-      LogLoss();
+      NoteLoss();
       return false;
     }
     reply.append(*line);
@@ -174,8 +172,7 @@ BlockResult ReadMultiline(std::string* text, std::size_t capacity, bool show_pro
   while (!IsTerminated(*text) && !AbortRequested()) {
     if (ReceiveBlockPart(block, show_progress)) continue;
     if (AbortRequested()) break;
-    CloseConnection();
-    LogLoss();
+    NoteLoss();
     CutAtNul(*text);
     return BlockResult::kClosed;
   }

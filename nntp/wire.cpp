@@ -18,7 +18,8 @@ Wire::Wire(Wire&& other) noexcept
     : socket_(std::exchange(other.socket_, 0)),
       buffer_(std::move(other.buffer_)),
       first_(std::exchange(other.first_, 0)),
-      last_(std::exchange(other.last_, 0)) {}
+      last_(std::exchange(other.last_, 0)),
+      stalled_(std::exchange(other.stalled_, false)) {}
 
 Wire& Wire::operator=(Wire&& other) noexcept {
   Wire taken(std::move(other));
@@ -26,12 +27,14 @@ Wire& Wire::operator=(Wire&& other) noexcept {
   std::swap(buffer_, taken.buffer_);
   std::swap(first_, taken.first_);
   std::swap(last_, taken.last_);
+  std::swap(stalled_, taken.stalled_);
   return *this;
 }
 
 void Wire::Open(port::SocketHandle socket) {
   Close();
   socket_ = socket;
+  stalled_ = false;
 }
 
 void Wire::Close() {
@@ -42,7 +45,10 @@ void Wire::Close() {
 }
 
 bool Wire::Send(std::string_view bytes) {
-  return socket_ != 0 && gPlatform->sockets.Send(socket_, bytes);
+  if (socket_ == 0) return false;
+  if (gPlatform->sockets.Send(socket_, bytes)) return true;
+  NoteFailure();
+  return false;
 }
 
 std::optional<std::string_view> Wire::ReadLine(std::size_t limit) {
@@ -101,9 +107,16 @@ bool Wire::Receive(std::size_t most) {
   const std::span<char> space(buffer_.data() + last_, std::min(most, buffer_.size() - last_));
   if (space.empty()) return false;
   const std::int64_t count = gPlatform->sockets.Receive(socket_, space);
-  if (count <= 0) return false;
+  if (count <= 0) {
+    if (count < 0) NoteFailure();
+    return false;
+  }
   last_ += static_cast<std::size_t>(count);
   return true;
+}
+
+void Wire::NoteFailure() {
+  stalled_ = gPlatform->sockets.LastError() == port::kErrorStalled;
 }
 
 }  // namespace quillet

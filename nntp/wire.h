@@ -38,6 +38,9 @@ class Wire {
   bool IsOpen() const { return socket_ != 0; }
   port::SocketHandle socket() const { return socket_; }
 
+  // The last receive or send that failed waited too long for the server; until the next Open.
+  bool stalled() const { return stalled_; }
+
   // Sends all bytes; false when the connection is lost. What is left over stays.
   bool Send(std::string_view bytes);
 
@@ -62,10 +65,13 @@ class Wire {
   bool Receive(std::size_t most);
 
  private:
+  void NoteFailure();
+
   port::SocketHandle socket_ = 0;
   std::vector<char> buffer_;  // empty until the first receive, kReadAhead bytes from then on
   std::size_t first_ = 0;     // Pending() is from first_ to last_
   std::size_t last_ = 0;
+  bool stalled_ = false;
 };
 
 }  // namespace quillet

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
@@ -52,6 +53,8 @@ class NntpTest : public ::testing::Test {
  protected:
   NntpTest() {
     gPrefs = TestPrefs();
+    // A lost connection ends the run, unless a test wants it otherwise.
+    fake.registry.PutDword(kExtensionsPath, u"retries", 0);
     gTransactionLog = std::make_unique<TextLog>();
     ChooseGroups({0, 1});
     gDatabaseFolder = u"\\Quillet CE News";

@@ -1,0 +1,14 @@
+#include "nntp/run_memory.h"
+
+#include "base/reset.h"
+
+namespace quillet {
+
+RunMemory gRun;
+
+namespace {
+
+const ResetAtEnd kReset([] { gRun = {}; });
+
+}  // namespace
+}  // namespace quillet
