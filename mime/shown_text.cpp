@@ -2,10 +2,21 @@
 
 #include <algorithm>
 
+#include "mime/decoding.h"
+#include "mime/folded_subject.h"
+#include "mime/header_words.h"
 #include "util/text.h"
 
 namespace quillet {
 namespace {
+
+// One past the first field with its continuation lines.
+std::size_t FieldEnd(std::string_view lines) {
+  for (std::size_t at = lines.find('\n'); at != std::string_view::npos; at = lines.find('\n', at)) {
+    if (++at == lines.size() || (lines[at] != ' ' && lines[at] != '\t')) return at;
+  }
+  return lines.size();
+}
 
 bool IsBetween(char16_t unit, char16_t first, char16_t last) {
   return unit >= first && unit <= last;
@@ -14,11 +25,22 @@ bool IsBetween(char16_t unit, char16_t first, char16_t last) {
 }  // namespace
 
 std::u16string ShownHeader(std::string_view stored) {
-  return Widen(stored);
+  if (HasNothingToDecode(stored) || !Decoding()) return Widen(stored);
+  return DecodeHeaderWords(stored, HeaderForm::kOneLine);
 }
 
 std::u16string ShownHeaderLines(std::string_view stored) {
-  return Widen(stored);
+  if (HasNothingToDecode(stored) || !Decoding()) return Widen(stored);
+  std::u16string shown;
+  shown.reserve(stored.size());
+  while (!stored.empty()) {
+    const std::size_t end = FieldEnd(stored);
+    const std::string_view field = stored.substr(0, end);
+    shown +=
+        HasNothingToDecode(field) ? Widen(field) : DecodeHeaderWords(field, HeaderForm::kLines);
+    stored.remove_prefix(end);
+  }
+  return shown;
 }
 
 std::u16string ShownBody(std::string_view /*head*/, std::string_view stored) {
@@ -52,8 +74,13 @@ std::u16string Fold(std::u16string_view shown) {
   return folded;
 }
 
-std::string JoinedSubject(std::string_view subject, std::string_view /*kept_headers*/) {
-  return std::string(subject);
+std::string JoinedSubject(std::string_view subject, std::string_view kept_headers) {
+  std::string joined(subject);
+  if (!Decoding()) return joined;
+  for (const std::string_view line : SubjectContinuation(subject, kept_headers)) {
+    joined.append(" ").append(line.substr(line.find_first_not_of(" \t")));
+  }
+  return joined;
 }
 
 // The short way: different bytes are shown as different units, and folding only concerns ASCII, so
