@@ -2,13 +2,13 @@
 
 #include <limits>
 
-#include "mime/matcher.h"
+#include "mime/shown_matcher.h"
 
 namespace quillet {
 
 std::vector<MatchRange> FindMatches(std::u16string_view text, std::u16string_view wanted,
                                     const MatchOptions& options) {
-  return Matcher<char16_t>(wanted, options).Find(text, std::numeric_limits<std::size_t>::max());
+  return ShownMatcher(wanted, options).Find(text, std::numeric_limits<std::size_t>::max());
 }
 
 }  // namespace quillet

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "mime/compared_header.h"
 #include "mime/decoding.h"
 #include "mime/folded_subject.h"
+#include "mime/folding.h"
 #include "mime/header_words.h"
 #include "util/text.h"
 
@@ -69,9 +71,7 @@ std::vector<std::u16string> NotStorable(std::u16string_view shown) {
 }
 
 std::u16string Fold(std::u16string_view shown) {
-  std::u16string folded(shown);
-  std::ranges::transform(folded, folded.begin(), [](char16_t c) { return ToLowerAscii(c); });
-  return folded;
+  return Decoding() ? FoldFully(shown) : FoldAscii(shown);
 }
 
 std::string JoinedSubject(std::string_view subject, std::string_view kept_headers) {
@@ -83,10 +83,8 @@ std::string JoinedSubject(std::string_view subject, std::string_view kept_header
   return joined;
 }
 
-// The short way: different bytes are shown as different units, and folding only concerns ASCII, so
-// comparing bytes says the same.
 bool HeaderContains(std::string_view stored, std::string_view wanted) {
-  return FindNoCase(stored, wanted) != std::string_view::npos;
+  return ComparedHeader(stored).Contains(wanted);
 }
 
 }  // namespace quillet

@@ -28,16 +28,18 @@ std::string ToStored(std::u16string_view shown);
 // The characters that ToStored would lose, each once, in the order of the text.
 std::vector<std::u16string> NotStorable(std::u16string_view shown);
 
-// What killfile and search compare where case does not matter: A-Z become a-z, other units stay.
-// The length stays, too.
+// What killfile and search compare where case does not matter: the full case folding of Unicode,
+// while decoding is off A-Z become a-z and other units stay. Accents stay as they are. A character
+// may become up to three.
 std::u16string Fold(std::u16string_view shown);
 
 // The subject with the continuation lines that stand among the kept header lines, as one stored
 // text; the same text when it has none there.
 std::string JoinedSubject(std::string_view subject, std::string_view kept_headers);
 
-// Whether the folded header holds the folded text, an empty one always. `wanted` is 8-bit, as
-// ToStored made it.
+// Whether the header, as it is shown, holds the text of a killfile entry, as that is shown, where
+// case does not matter (see FindMatches); an empty one always. An entry that is not plain ASCII
+// also matches where its bytes stand.
 bool HeaderContains(std::string_view stored, std::string_view wanted);
 
 }  // namespace quillet

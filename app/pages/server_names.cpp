@@ -4,8 +4,8 @@
 
 #include "base/empty_entry.h"
 #include "base/messages.h"
-#include "mime/shown_text.h"
 #include "util/blanks.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -30,9 +30,8 @@ std::u16string RefusalOfServerName(std::u16string_view name) {
 }
 
 std::optional<std::size_t> FindServer(const Prefs& prefs, std::u16string_view name) {
-  const std::u16string folded = Fold(name);
   const auto found = std::ranges::find_if(
-      prefs.servers, [&](const std::u16string& server) { return Fold(server) == folded; });
+      prefs.servers, [&](const std::u16string& server) { return EqualsNoCase(server, name); });
   if (found == prefs.servers.end()) return std::nullopt;
   return static_cast<std::size_t>(found - prefs.servers.begin());
 }

@@ -9,6 +9,7 @@
 #include "mime/search_text.h"
 #include "mime/shown_text.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {
@@ -45,14 +46,16 @@ TEST(FindMatches, CaseIsIgnoredUnlessAskedFor) {
   EXPECT_EQ(FindMatches(u"hello", u"Hello", kCase), Ranges{});
 }
 
-TEST(FindMatches, OnlyAsciiLettersAreFolded) {
+TEST(FindMatches, OnlyAsciiLettersAreFoldedWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   EXPECT_EQ(FindMatches(u"\u00E4\u00C4", u"\u00E4", {}), (Ranges{{0, 1}}));
   EXPECT_EQ(FindMatches(u"@[`{", u"`", {}), (Ranges{{2, 3}}));
   EXPECT_EQ(FindMatches(u"@[`{", u"[", {}), (Ranges{{1, 2}}));
   EXPECT_EQ(FindMatches(u"AZaz", u"az", {}), (Ranges{{0, 2}, {2, 4}}));
 }
 
-TEST(FindMatches, LettersAndDigitsOfAsciiMakeWords) {
+TEST(FindMatches, OnlyLettersAndDigitsOfAsciiMakeWordsWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   for (char16_t c = 1; c < 0x180; ++c) {
     const bool letter =
         (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
@@ -96,7 +99,8 @@ TEST(FindMatches, WholeWordsHaveNoLetterOrDigitBesideThem) {
             (Ranges{{1, 5}, {8, 12}, {15, 19}}));
 }
 
-TEST(FindMatches, LettersBeyondAsciiEndAWord) {
+TEST(FindMatches, LettersBeyondAsciiEndAWordWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   EXPECT_EQ(FindMatches(u"\u00E4word\u00DF", u"word", kWord), (Ranges{{1, 5}}));
 }
 
@@ -134,7 +138,8 @@ void Compare(const std::string& text, const std::string& wanted, const MatchOpti
       << text << '|' << wanted;
 }
 
-TEST(FindMatches, AgreesWithComparingBytesOnRandomTexts) {
+TEST(FindMatches, AgreesWithComparingBytesOnRandomTextsWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     for (const std::string_view alphabet : testing::kAlphabets) {
@@ -155,7 +160,8 @@ TEST(FindMatches, AgreesWithComparingBytesOnRepetitiveTexts) {
   }
 }
 
-TEST(FindMatches, CaseFoldsAsFoldDoes) {
+TEST(FindMatches, CaseFoldsAsFoldDoesWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     const std::u16string text = random.Units(60), wanted = random.Units(3);
@@ -166,8 +172,7 @@ TEST(FindMatches, CaseFoldsAsFoldDoes) {
   }
 }
 
-// --- Texts made to be slow: a search that compares over and over would not end in time
-// ------------
+// --- Texts made to be slow: a search that compares over and over would not end in time ----------
 
 constexpr std::size_t kMegabytes = 4000000;
 

@@ -63,13 +63,20 @@ std::pair<std::string, std::string> RandomTexts::Repetitive() {
   return {text, wanted};
 }
 
-std::u16string RandomTexts::Units(std::size_t limit) {
-  constexpr std::u16string_view kUnits = u"aAzZ@[`{ \u00C4\u00E4\u0141\u0161\u0391\u03B1\U0001F600";
+std::u16string RandomTexts::UnitsOf(std::u16string_view units, std::size_t limit) {
   std::u16string text;
   for (std::size_t left = random_() % (limit + 1); left > 0; --left) {
-    text += kUnits[random_() % kUnits.size()];
+    text += units[random_() % units.size()];
   }
   return text;
+}
+
+std::u16string RandomTexts::Units(std::size_t limit) {
+  return UnitsOf(u"aAzZ@[`{ \u00C4\u00E4\u0141\u0161\u0391\u03B1\U0001F600", limit);
+}
+
+std::u16string RandomTexts::Folding(std::size_t limit) {
+  return UnitsOf(u"sSfiI\u00DF\u1E9E\uFB03\uFB01\u0130\u0307\U00010400\U00010428", limit);
 }
 
 }  // namespace quillet::testing

@@ -28,8 +28,12 @@ class RandomTexts {
   std::pair<std::string, std::string> Repetitive();
   // UTF-16 units around the letters of ASCII and beyond the bytes.
   std::u16string Units(std::size_t limit);
+  // The same, and characters that become longer by folding, and parts of these.
+  std::u16string Folding(std::size_t limit);
 
  private:
+  std::u16string UnitsOf(std::u16string_view units, std::size_t limit);
+
   std::mt19937 random_{4711};  // NOLINT: the same texts on every run are the point
 };
 

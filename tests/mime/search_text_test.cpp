@@ -4,6 +4,7 @@
 
 #include "mime/shown_text.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {
@@ -35,14 +36,16 @@ TEST(SearchText, LooksThroughTheBodyOrThroughEveryText) {
   EXPECT_FALSE(SearchText(u"headbody", {}).IsInAny(texts));
 }
 
-TEST(SearchText, AUnitThatNoByteShowsIsInNoText) {
+TEST(SearchText, AUnitThatNoByteShowsIsInNoTextWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   EXPECT_FALSE(IsInBody("Omega ? a", u"\u03A9", {}));
   EXPECT_FALSE(IsInBody("a?", u"a\u0141", {}));
   EXPECT_TRUE(IsInBody("Omega ?", u"?", {}));
   EXPECT_TRUE(IsInBody("5 \x80", u"\u20AC", {}));
 }
 
-TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoes) {
+TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoesWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   for (int choice = 0; choice < 4; ++choice) {
     const MatchOptions options{(choice & 1) != 0, (choice & 2) != 0};
     for (int b = 0; b < 256; ++b) {
@@ -58,7 +61,8 @@ TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoes) {
 }
 
 // A byte beside the hit, on either side.
-TEST(SearchText, EveryByteEndsAWordAsInShownText) {
+TEST(SearchText, EveryByteEndsAWordAsInShownTextWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   const SearchText search(u"x", kWord);
   for (int a = 0; a < 256; ++a) {
     for (const std::string& stored :

@@ -4,6 +4,7 @@
 
 #include "tests/mime/decoding_off.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -53,7 +54,8 @@ TEST(ShownText, WhatHasNoByteIsNamedOnceAndWhole) {
   EXPECT_EQ(NotStorable(Widen(AllBytes())), Characters());
 }
 
-TEST(Fold, FoldsAsciiLettersAlone) {
+TEST(Fold, FoldsAsciiLettersAloneWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   std::u16string units, expected;
   for (int c = 0; c < 0x10000; ++c) {
     units += static_cast<char16_t>(c);
@@ -64,6 +66,7 @@ TEST(Fold, FoldsAsciiLettersAlone) {
 
 // --- The killfile's comparison -------------------------------------------------------------------
 
+// Without decoding.
 bool HoldsFolded(std::string_view stored, std::string_view wanted) {
   return Fold(ShownHeader(stored)).find(Fold(ShownHeader(wanted))) != std::u16string::npos;
 }
@@ -74,8 +77,8 @@ TEST(HeaderContains, AnEmptyTextIsInEveryHeader) {
   EXPECT_FALSE(HeaderContains("", "a"));
 }
 
-TEST(HeaderContains, ComparesEveryByteWithEveryOtherAsFoldedTextDoes) {
-  const testing::DecodingOff off;
+TEST(HeaderContains, ComparesEveryByteWithEveryOtherWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   for (int a = 0; a < 256; ++a) {
     for (int b = 0; b < 256; ++b) {
       const std::string stored(1, static_cast<char>(a)), wanted(1, static_cast<char>(b));
@@ -86,7 +89,8 @@ TEST(HeaderContains, ComparesEveryByteWithEveryOtherAsFoldedTextDoes) {
   }
 }
 
-TEST(HeaderContains, AgreesWithComparingBytesAndWithFoldedTextOnRandomTexts) {
+TEST(HeaderContains, AgreesWithComparingBytesAndFoldedTextWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     for (const std::string_view alphabet : testing::kAlphabets) {
@@ -96,6 +100,27 @@ TEST(HeaderContains, AgreesWithComparingBytesAndWithFoldedTextOnRandomTexts) {
       ASSERT_EQ(HoldsFolded(stored, wanted), expected) << stored << '|' << wanted;
     }
   }
+}
+
+// What was entered before there was any decoding goes on matching.
+TEST(HeaderContains, EveryByteMatchesItselfWhetherOrNotTextIsDecoded) {
+  for (int b = 1; b < 256; ++b) {
+    const std::string wanted(1, static_cast<char>(b));
+    EXPECT_TRUE(HeaderContains("x\xE4" + wanted + "\xC3y", wanted)) << b;
+  }
+  EXPECT_TRUE(HeaderContains("=?gb2312?B?xOO6w6M=?=", "=?GB2312?"));
+}
+
+TEST(HeaderContains, PlainTextMatchesWithoutRegardToAsciiCase) {
+  EXPECT_TRUE(HeaderContains("Make MONEY fast", "money F"));
+  EXPECT_FALSE(HeaderContains("Make MONEY fast", "moneyf"));
+}
+
+TEST(HeaderContains, FoldsAsShownTextIsFolded) {
+  EXPECT_TRUE(HeaderContains("die stra\xDF\x65", "STRASSE"));
+  EXPECT_TRUE(HeaderContains("die STRASSE", "stra\xDF\x65"));
+  EXPECT_FALSE(HeaderContains("die stra\xDF\x65", "s e"));
+  EXPECT_FALSE(HeaderContains("\xDF", "s"));
 }
 
 }  // namespace
