@@ -77,8 +77,10 @@ void AddToKillfile() {
   const std::size_t index = GroupOfCurrentArticle();
   const bool listed = index < gPrefs->groups.size();
   const std::optional<GroupIndex> group = listed ? GroupAt(index) : gReading.group;
-  OpenKillfileEntryDialog(group, gReading.article->from.value_or(""),
-                          gReading.article->subject.value_or(""));
+  const AsciiArticle& article = *gReading.article;
+  OpenKillfileEntryDialog(
+      group, article.from.value_or(""),
+      JoinedSubject(article.subject.value_or(""), article.headers.value_or("")));
 }
 
 // --- Finding -------------------------------------------------------------------------------------

@@ -14,6 +14,8 @@
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "killfile/killfile.h"
+#include "mime/decoding.h"
+#include "mime/encoded_words.h"
 #include "mime/shown_text.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
@@ -92,10 +94,14 @@ void SetUpField(port::WindowHandle dialog, const Field& field, std::string_view 
                {field.text, port::Text{ShownHeader(text)}}});
 }
 
+std::string TextToKeep(const Entry& entry) {
+  return Decoding() ? ToKillfileText(entry.text) : ToStored(entry.text);
+}
+
 // False when the entry was rejected.
 bool AddEntry(const Entry& entry, GroupIndex group) {
   const auto number = static_cast<std::uint32_t>(IndexOf(group) + 1);
-  return AddKillfileEntry(*gPrefs, number, ToStored(entry.text), entry.kill, entry.author);
+  return AddKillfileEntry(*gPrefs, number, TextToKeep(entry), entry.kill, entry.author);
 }
 
 // Places in the list of groups.
@@ -114,8 +120,10 @@ bool AddEntries(const std::vector<Entry>& entries, GroupRange groups) {
   return true;
 }
 
-// Takes out entries with characters that no header is compared with, and says so.
+// Takes out entries with characters that no header is compared with, and says so. Of decoded
+// headers there are none.
 void RefuseUnusable(Choices& choices) {
+  if (Decoding()) return;
   std::u16string refused;
   std::erase_if(choices.entries, [&refused](const Entry& entry) {
     const bool unusable = !RefusalOf(entry.text).empty();

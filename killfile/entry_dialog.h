@@ -9,8 +9,8 @@
 namespace quillet {
 
 // `group` is the group that entries go to; without one they can only go to all groups. `author` and
-// `subject` are shown first; 8-bit. What was added is saved at once. A text with characters that
-// code page 1252 lacks is refused, which is told.
+// `subject` are shown first; as stored. What was added is saved at once. While decoding is off a
+// text with characters that code page 1252 lacks is refused, which is told.
 void OpenKillfileEntryDialog(std::optional<GroupIndex> group, std::string_view author,
                              std::string_view subject);
 

@@ -4,7 +4,6 @@
 // requirement is enough.
 #include "killfile/killfile.h"
 
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "base/guarded.h"
 #include "base/messages.h"
 #include "base/multi_string.h"
+#include "mime/compared_header.h"
 #include "mime/shown_text.h"
 #include "util/text.h"
 
@@ -31,7 +31,7 @@ std::size_t NumberOf(GroupIndex group) {
 }
 
 bool SameTextAndField(const Prefs& prefs, std::size_t entry, std::string_view text, bool author) {
-  return prefs.killfiletexts[entry] == UntilNul(text) &&
+  return SameHeaderText(prefs.killfiletexts[entry], UntilNul(text)) &&
          (prefs.killfileauthors[entry] != 0) == author;
 }
 
@@ -39,16 +39,20 @@ bool IsKill(const Prefs& prefs, std::size_t entry) {
   return prefs.killfilekills[entry] != 0;
 }
 
-// The last entry that equals all four fields; killfilecount when there is none.
+// The last entry that equals all four fields, one of the very bytes before one that is only shown
+// alike; killfilecount when there is none.
 std::size_t FindEntry(const Prefs& prefs, std::uint32_t group, std::string_view text, bool kill,
                       bool author) {
+  std::size_t found = prefs.killfilecount;
   for (std::size_t entry = prefs.killfilecount; entry-- > 0;) {
-    if (prefs.killfilegroups[entry] == group && IsKill(prefs, entry) == kill &&
-        SameTextAndField(prefs, entry, text, author)) {
-      return entry;
+    if (prefs.killfilegroups[entry] != group || IsKill(prefs, entry) != kill ||
+        !SameTextAndField(prefs, entry, text, author)) {
+      continue;
     }
+    if (prefs.killfiletexts[entry] == UntilNul(text)) return entry;
+    if (found == prefs.killfilecount) found = entry;
   }
-  return prefs.killfilecount;
+  return found;
 }
 
 void EraseEntry(Prefs& prefs, std::size_t entry) {
@@ -84,12 +88,27 @@ bool FitsCapacity(const Prefs& prefs) {
   return false;
 }
 
-bool EntryMatches(const Prefs& prefs, std::size_t entry, const AsciiArticle& article) {
-  const std::optional<std::string>& tested =
-      prefs.killfileauthors[entry] != 0 ? article.from : article.subject;
-  if (!tested || tested->empty()) return false;
-  return HeaderContains(*tested, prefs.killfiletexts[entry]);
-}
+// An article as entries see it: its texts are decoded once, whatever the number of entries.
+class JudgedArticle {
+ public:
+  explicit JudgedArticle(const AsciiArticle& article)
+      : from_(article.from.value_or("")),
+        subject_(JoinedSubject(article.subject.value_or(""), article.headers.value_or(""))),
+        author_header_(from_),
+        subject_header_(subject_) {}
+  JudgedArticle(const JudgedArticle&) = delete;
+  JudgedArticle& operator=(const JudgedArticle&) = delete;
+
+  bool Matches(const Prefs& prefs, std::size_t entry) {
+    const bool author = prefs.killfileauthors[entry] != 0;
+    if ((author ? from_ : subject_).empty()) return false;
+    return (author ? author_header_ : subject_header_).Contains(prefs.killfiletexts[entry]);
+  }
+
+ private:
+  std::string from_, subject_;
+  ComparedHeader author_header_, subject_header_;
+};
 
 }  // namespace
 
@@ -122,11 +141,12 @@ void RemoveGroupFromKillfile(Prefs& prefs, GroupIndex group) {
 }
 
 bool ArticleIsKilled(const Prefs& prefs, GroupIndex group, const AsciiArticle& article) {
+  JudgedArticle judged(article);
   bool requirement_met = false;
   bool requirement_failed = false;
   for (std::size_t entry = 0; entry < prefs.killfilecount; ++entry) {
     if (prefs.killfilegroups[entry] != NumberOf(group)) continue;
-    const bool matches = EntryMatches(prefs, entry, article);
+    const bool matches = judged.Matches(prefs, entry);
     if (IsKill(prefs, entry)) {
       if (matches) return true;
     } else if (matches) {

@@ -13,6 +13,7 @@
 #include "killfile/killfile.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {
@@ -146,7 +147,8 @@ TEST_F(EntryDialog, TheSecondItemRequires) {
 }
 
 // A "?" in their place would kill what nobody named.
-TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefused) {
+TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefusedWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   Answer(u"bob@x", u"\u0416\u20AC \u0417");
   OpenKillfileEntryDialog(GroupAt(1), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}}));

@@ -11,6 +11,7 @@
 #include "base/prefs_damage.h"
 #include "base/prefs_registry.h"
 #include "port/fake/fake_platform.h"
+#include "tests/mime/without_decoding.h"
 #include "tests/support/failing_new.h"
 
 namespace quillet {
@@ -121,7 +122,8 @@ TEST_F(Killfile, EmptyEntryMatchesEveryTextThatIsNotEmpty) {
   EXPECT_TRUE(Killed("x"));
 }
 
-TEST_F(Killfile, OnlyAsciiLettersAreFolded) {
+TEST_F(Killfile, OnlyAsciiLettersAreFoldedWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   AddKillfileEntry(prefs, 1, "caf\xE9", kKill, kSubject);
   EXPECT_TRUE(Killed("CAF\xE9"));
   EXPECT_FALSE(Killed("caf\xC9"));
