@@ -1,6 +1,9 @@
 // What else may happen while somebody reads: downloads, changed preferences, the end.
+#include <algorithm>
+
 #include "base/long_operation.h"
 #include "base/messages.h"
+#include "mime/decoding.h"
 #include "tests/app/reading_fixture.h"
 
 namespace quillet {
@@ -265,6 +268,67 @@ TEST_F(ReadingTest, WhatTheArticleLooksLikeIsShownAnew) {
   Apply([](Prefs& prefs) { prefs.showheaders = 0; });
   EXPECT_EQ(showings_.count, showings);
   EXPECT_EQ(ShownTab(), 1);
+  End();
+}
+
+// Turns the box on the last page and leaves by OK.
+class SwitchedDecoding : public ReadingTest {
+ protected:
+  void SwitchDecoding(bool on, std::uint32_t end = kControlOk) {
+    Command(kCommandPreferences);
+    const std::vector<port::ShownDialog> dialogs = fake_.display.dialogs();
+    const auto sheet = std::ranges::find_if(
+        dialogs, [](const port::ShownDialog& dialog) { return !dialog.pages.empty(); });
+    ASSERT_NE(sheet, dialogs.end());
+    // The second time it is in front already.
+    fake_.display.ChoosePage(sheet->handle, static_cast<int>(sheet->pages.size()) - 1);
+    WaitIdle();
+    const port::WindowHandle page = fake_.display.FindDialog(sheet->handle)->pages.back();
+    EXPECT_TRUE(fake_.display.Tick(page, kControlDecodeMime, on));
+    WaitIdle();
+    EXPECT_TRUE(fake_.display.Press(sheet->handle, end));
+    WaitIdle();
+  }
+};
+
+TEST_F(SwitchedDecoding, ShowsTheArticleAnewAtOnceAndTheThreadsAtTheirNextShowing) {
+  StartReading(u"Bob");
+  for (const bool on : {false, true}) {
+    const int showings = showings_.count, fills = fake_.display.tree().fills;
+    SwitchDecoding(on);
+    EXPECT_EQ(OnProgram([] { return Decoding(); }), on);
+    EXPECT_EQ(ShownTab(), 2);
+    EXPECT_EQ(showings_.count, showings + 1);
+    EXPECT_EQ(fake_.display.tree().fills, fills);
+    Key(port::kKeyEscape);
+    EXPECT_EQ(fake_.display.tree().fills, fills + 1);
+    EXPECT_EQ(SelectedText(), u"Bob");
+    Tab(2);
+  }
+  End();
+}
+
+TEST_F(SwitchedDecoding, ShowsTheThreadsAnewAtOnceToWhoLooksAtThem) {
+  StartAndWait();
+  OpenGroup(0);
+  const int fills = fake_.display.tree().fills;
+  SwitchDecoding(false);
+  EXPECT_EQ(fake_.display.tree().fills, fills + 1);
+  End();
+}
+
+TEST_F(SwitchedDecoding, ThatDidNotChangeOrWasCancelledLeavesTheViewsAlone) {
+  StartReading(u"Bob");
+  const int showings = showings_.count, fills = fake_.display.tree().fills;
+  SwitchDecoding(true);
+  fake_.display.Expect(
+      u"Do you want to apply these changes? If you press No, the changes will be discarded.",
+      port::kIdNo);
+  SwitchDecoding(false, kControlCancel);
+  EXPECT_TRUE(OnProgram([] { return Decoding(); }));
+  Key(port::kKeyEscape);
+  EXPECT_EQ(showings_.count, showings);
+  EXPECT_EQ(fake_.display.tree().fills, fills);
   End();
 }
 
