@@ -31,6 +31,15 @@ const QColor kHover(0xE4, 0xE4, 0xE4);
 const QColor kPressed(0xC4, 0xC4, 0xC4);
 const QColor kBorder(0xA8, 0xA8, 0xA8);
 
+// "From: " and the name, which may be written in the other direction.
+QString WithIsolatedValue(const QString& text) {
+  constexpr QLatin1String kAfterLabel(": ");
+  const qsizetype label = text.indexOf(kAfterLabel);
+  if (label < 0) return Isolated(text);
+  const qsizetype value = label + kAfterLabel.size();
+  return text.first(value) + Isolated(QStringView(text).sliced(value));
+}
+
 }  // namespace
 
 QFont HeaderFont(std::u16string_view face, int pixels, const QFont& base) {
@@ -104,7 +113,7 @@ QRect HeaderBar::LeftRect(std::size_t line) const {
 
 QString HeaderBar::ShownLeft(std::size_t line) const {
   const int width = LeftRect(line).width();
-  return fontMetrics().elidedText(lines_[line].left, Qt::ElideRight, width);
+  return fontMetrics().elidedText(WithIsolatedValue(lines_[line].left), Qt::ElideRight, width);
 }
 
 void HeaderBar::paintEvent(QPaintEvent* /*event*/) {

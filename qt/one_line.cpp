@@ -1,6 +1,7 @@
 #include "qt/one_line.h"
 
 #include <QTextDocument>
+#include <algorithm>
 
 namespace quillet::qt {
 namespace {
@@ -17,6 +18,11 @@ bool IsControl(char16_t c) {
   return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
 }
 
+bool RunsToTheLeft(char32_t c) {
+  const QChar::Direction direction = QChar::direction(c);
+  return direction == QChar::DirR || direction == QChar::DirAL || direction == QChar::DirAN;
+}
+
 }  // namespace
 
 QString OneLine(QStringView text) {
@@ -29,6 +35,13 @@ QString OneLine(QStringView text) {
   }
   if (cut) line += QChar(0x2026);
   return line;
+}
+
+QString Isolated(QStringView text) {
+  constexpr QChar kFirstStrongIsolate(0x2068), kPopIsolate(0x2069);
+  const QList<uint> characters = text.toUcs4();
+  if (!std::any_of(characters.begin(), characters.end(), RunsToTheLeft)) return text.toString();
+  return kFirstStrongIsolate + text.toString() + kPopIsolate;
 }
 
 QString PlainToolTip(const QString& text) {

@@ -11,6 +11,10 @@ namespace quillet::qt {
 // characters, then an ellipsis: laying out the rest would take time and never be seen.
 QString OneLine(QStringView text);
 
+// The text for a place in a line of other text: what is written from right to left keeps its own
+// direction and leaves that of its neighbours alone. Unchanged where nothing is.
+QString Isolated(QStringView text);
+
 // A tool tip that shows the text as it stands, whatever looks like mark-up in it; empty for none.
 QString PlainToolTip(const QString& text);
 

@@ -25,10 +25,31 @@
 namespace quillet::qt {
 namespace {
 
+// "12/34 subject" without its counts.
+QStringView WithoutCounts(QStringView text) {
+  const auto digits = [](QStringView part) {
+    return !part.isEmpty() && std::all_of(part.begin(), part.end(), [](QChar c) {
+      return c.unicode() >= '0' && c.unicode() <= '9';
+    });
+  };
+  const qsizetype blank = text.indexOf(QLatin1Char(' '));
+  const qsizetype slash = text.indexOf(QLatin1Char('/'));
+  if (slash < 0 || blank < slash) return text;
+  if (!digits(text.first(slash)) || !digits(text.sliced(slash + 1, blank - slash - 1))) return text;
+  return text.sliced(blank + 1);
+}
+
 // Draws the indentation and the expand mark as well: the view's own indents grow without end.
 class ThreadRow final : public QStyledItemDelegate {
  public:
   explicit ThreadRow(ThreadTree* tree) : QStyledItemDelegate(tree), tree_(tree) {}
+
+  // The subject or the author by its own direction, with the counts before it.
+  QString displayText(const QVariant& value, const QLocale& /*locale*/) const override {
+    const QString text = value.toString();
+    const QStringView rest = WithoutCounts(text);
+    return text.first(text.size() - rest.size()) + Isolated(rest);
+  }
 
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
              const QModelIndex& index) const override {
@@ -60,20 +81,6 @@ class ThreadRow final : public QStyledItemDelegate {
  private:
   ThreadTree* tree_;
 };
-
-// "12/34 subject" without its counts.
-QStringView WithoutCounts(QStringView text) {
-  const auto digits = [](QStringView part) {
-    return !part.isEmpty() && std::all_of(part.begin(), part.end(), [](QChar c) {
-      return c.unicode() >= '0' && c.unicode() <= '9';
-    });
-  };
-  const qsizetype blank = text.indexOf(QLatin1Char(' '));
-  const qsizetype slash = text.indexOf(QLatin1Char('/'));
-  if (slash < 0 || blank < slash) return text;
-  if (!digits(text.first(slash)) || !digits(text.sliced(slash + 1, blank - slash - 1))) return text;
-  return text.sliced(blank + 1);
-}
 
 bool BeginsWith(const std::u16string& text, const QString& sought) {
   const QStringView whole(text.data(), static_cast<qsizetype>(text.size()));
