@@ -1,14 +1,17 @@
-// Any text with any hits as HTML: what comes out is read back by a strict reader of exactly the
-// tags that are written, and must say the same text.
+// Any text with any hits and attachments as HTML: what comes out is read back by a strict reader of
+// exactly the tags that are written, and must say the same text.
 //
 // Input: a byte of choices, a byte of how many hits, two bytes a hit (gap, length), then the text;
-// with the third choice set every byte of it stands for one of the parts below.
+// with the third choice set every byte of it stands for one of the parts below, with the fourth a
+// byte of how many attachments and three bytes an attachment (signed gap, length, part) stand
+// before it.
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "article/render.h"
@@ -28,6 +31,7 @@ constexpr std::array<std::string_view, 20> kParts = {
 struct Input {
   unsigned choices = 0;
   std::vector<quillet::MatchRange> matches;
+  std::vector<quillet::AttachmentLink> links;
   std::u16string text;
 };
 
@@ -46,6 +50,15 @@ Input ReadInput(std::string_view bytes) {
     input.matches.push_back({start, end});
     at = end;
   }
+  std::size_t link_at = 0;
+  for (int left = (input.choices & 8) != 0 ? next() : 0; left > 0; --left) {
+    // A gap below nothing lays it over the one before, or before the text's beginning.
+    const int gap = next() - 16;
+    const std::size_t start = link_at + static_cast<std::size_t>(gap);
+    const std::size_t end = start + static_cast<std::size_t>(next());
+    input.links.push_back({start, end, static_cast<std::size_t>(next())});
+    link_at = end;
+  }
   if ((input.choices & 4) == 0) {
     input.text = quillet::Widen(bytes);
   } else {
@@ -59,8 +72,9 @@ Input ReadInput(std::string_view bytes) {
 // Walks over the fragment and the text that it must say.
 class Reader {
  public:
-  Reader(std::u16string_view html, std::u16string_view text, bool color_quoted)
-      : html_(html), text_(text), color_quoted_(color_quoted) {}
+  Reader(std::u16string_view html, std::u16string_view text,
+         std::vector<quillet::AttachmentLink> links, bool color_quoted)
+      : html_(html), text_(text), links_(std::move(links)), color_quoted_(color_quoted) {}
 
   void Run() {
     while (!html_.empty()) {
@@ -70,7 +84,8 @@ class Reader {
         Character();
       }
     }
-    Require(at_ == text_.size() && address_.empty() && !in_quote_);
+    Require(at_ == text_.size() && address_.empty() && !in_attachment_ && !in_quote_);
+    Require(next_link_ == links_.size());
   }
   std::size_t highlights() const { return highlights_; }
   std::size_t closings() const { return closings_; }
@@ -89,6 +104,7 @@ class Reader {
   }
 
   bool Tag() {
+    if (Skip(u"<a href=\"attachment:")) return OpenAttachment();
     if (Skip(u"<a href=\"")) return OpenLink();
     if (Skip(u"</a>")) return CloseLink();
     if (Skip(u"<b><span style=\"background: #FFFF00\">")) return ++highlights_ > 0;
@@ -103,8 +119,15 @@ class Reader {
     in_quote_ = false;
     return true;
   }
+  bool OpenAttachment() {
+    Require(address_.empty() && !in_attachment_ && next_link_ < links_.size());
+    const quillet::AttachmentLink& link = links_[next_link_];
+    Require(link.start == at_);
+    Require(Skip(quillet::Widen(std::to_string(link.part)) + u"\">"));
+    return in_attachment_ = true;
+  }
   bool OpenLink() {
-    Require(address_.empty());
+    Require(address_.empty() && !in_attachment_);
     const std::size_t end = html_.find(u'"');
     Require(end != html_.npos && html_.substr(end).starts_with(u"\">"));
     address_ = html_.substr(0, end);
@@ -116,6 +139,11 @@ class Reader {
     return true;
   }
   bool CloseLink() {
+    if (in_attachment_) {
+      Require(links_[next_link_++].end == at_);
+      in_attachment_ = false;
+      return true;
+    }
     Require(!address_.empty() && at_ == link_start_ + address_.size());
     address_ = {};
     return true;
@@ -141,13 +169,27 @@ class Reader {
   }
 
   std::u16string_view html_, text_, address_;
-  std::size_t at_ = 0, link_start_ = 0, highlights_ = 0, closings_ = 0;
+  std::vector<quillet::AttachmentLink> links_;
+  std::size_t at_ = 0, link_start_ = 0, next_link_ = 0, highlights_ = 0, closings_ = 0;
   bool in_quote_ = false;
+  bool in_attachment_ = false;
   bool color_quoted_;
 };
 
+// Those of the attachments that lie in the text, none over one before it.
+std::vector<quillet::AttachmentLink> UsableLinks(const Input& input) {
+  std::vector<quillet::AttachmentLink> usable;
+  std::size_t at = 0;
+  for (const quillet::AttachmentLink& link : input.links) {
+    if (link.start < at || link.start >= link.end || link.end > input.text.size()) continue;
+    usable.push_back(link);
+    at = link.end;
+  }
+  return usable;
+}
+
 void CheckHTML(const Input& input) {
-  const auto html = quillet::ConvertTextToHTML(input.text, input.matches);
+  const auto html = quillet::ConvertTextToHTML(input.text, input.matches, input.links);
   Require(html.has_value());
   std::u16string_view inside = *html;
   const std::u16string_view before =
@@ -156,7 +198,7 @@ void CheckHTML(const Input& input) {
   Require(inside.starts_with(before) && inside.ends_with(after));
   inside.remove_prefix(before.size());
   inside.remove_suffix(after.size());
-  Reader reader(inside, input.text, quillet::gPrefs->colorquoted != 0);
+  Reader reader(inside, input.text, UsableLinks(input), quillet::gPrefs->colorquoted != 0);
   reader.Run();
   std::size_t opened = 0, closed = 0;
   for (const quillet::MatchRange& match : input.matches) {
