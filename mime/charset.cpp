@@ -157,10 +157,6 @@ constexpr std::array<std::string_view, 12> kAsciiFamilies = {
 
 }  // namespace
 
-bool IsAscii(std::string_view bytes) {
-  return AsciiRun(bytes, 0) == bytes.size();
-}
-
 bool IsUtf8(std::string_view bytes) {
   for (std::size_t at = AsciiRun(bytes, 0); at < bytes.size(); at += AsciiRun(bytes, at)) {
     const Sequence sequence = Utf8At(bytes, at);

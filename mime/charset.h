@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
+#include "util/ascii.h"
+
 namespace quillet {
 
-// No byte above 127.
-bool IsAscii(std::string_view bytes);
 // Well-formed: no overlong forms, no surrogates, nothing beyond U+10FFFF, no sequence cut.
 bool IsUtf8(std::string_view bytes);
 

@@ -114,8 +114,8 @@ std::optional<std::string> EncodeText(std::u16string_view text, std::string_view
   std::string encoded;
   if (!converter || !converter.Append("\r\n", encoded) || encoded != "\r\n") return std::nullopt;
   encoded.clear();
-  const bool all = ForEachLine(
-      utf8, [&](std::string_view line) { return converter.Append(line, encoded); });
+  const bool all =
+      ForEachLine(utf8, [&](std::string_view line) { return converter.Append(line, encoded); });
   if (!all) return std::nullopt;
   return encoded;
 }
@@ -134,8 +134,7 @@ std::string CharsetOfHead(std::string_view head) {
   StartLibrary();
   const std::unique_ptr<GMimeContentType, Unref> type(
       g_mime_content_type_parse(nullptr, value.c_str()));
-  const char* charset =
-      type ? g_mime_content_type_get_parameter(type.get(), "charset") : nullptr;
+  const char* charset = type ? g_mime_content_type_get_parameter(type.get(), "charset") : nullptr;
   return charset != nullptr ? charset : "";
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "mime/utf16.h"
+#include "util/ascii.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -151,22 +152,7 @@ void FoldInto(std::u16string_view shown, std::u16string& folded, const OnExpande
   }
 }
 
-template <class Char>
-bool AllAscii(std::basic_string_view<Char> text) {
-  std::make_unsigned_t<std::conditional_t<sizeof(Char) == 1, char, std::uint16_t>> bits = 0;
-  for (const Char c : text) bits = static_cast<decltype(bits)>(bits | c);
-  return bits < 0x80;
-}
-
 }  // namespace
-
-bool IsAscii(std::string_view text) {
-  return AllAscii(text);
-}
-
-bool IsAscii(std::u16string_view text) {
-  return AllAscii(text);
-}
 
 std::u16string FoldAscii(std::u16string_view shown) {
   std::u16string folded(shown);

@@ -9,10 +9,9 @@
 #include <string_view>
 #include <vector>
 
-namespace quillet {
+#include "util/ascii.h"
 
-bool IsAscii(std::string_view text);
-bool IsAscii(std::u16string_view text);
+namespace quillet {
 
 // A-Z become a-z, other units stay.
 std::u16string FoldAscii(std::u16string_view shown);

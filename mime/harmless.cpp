@@ -15,8 +15,10 @@ bool TurnsDirection(char16_t unit) {
   return (unit >= 0x202A && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
 }
 
+// A tab stays what it is, as in a header that needs no decoding: killfile entries have them.
 char16_t OnOneLine(char16_t unit) {
-  const bool space = (unit >= u'\t' && unit <= u'\r') || unit == 0x85;
+  if (unit == u'\t') return unit;
+  const bool space = (unit >= u'\n' && unit <= u'\r') || unit == 0x85;
   if (space || unit == 0x2028 || unit == 0x2029) return u' ';
   return IsControl(unit) ? kReplacement : unit;
 }

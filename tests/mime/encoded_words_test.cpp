@@ -5,7 +5,7 @@
 #include <random>
 
 #include "mime/shown_text.h"
-#include "tests/mime/decoding_off.h"
+#include "tests/mime/without_decoding.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -119,7 +119,7 @@ TEST(ToKillfileText, IsEncodedWordsElsewhere) {
 }
 
 TEST(ToKillfileText, IsCodePage1252WhileDecodingIsOff) {
-  const testing::DecodingOff off;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(ToKillfileText(u"Ω ü"), "? \xFC");
 }
 

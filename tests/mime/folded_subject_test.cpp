@@ -7,7 +7,7 @@
 #include <random>
 
 #include "mime/shown_text.h"
-#include "tests/mime/decoding_off.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {
@@ -58,7 +58,7 @@ TEST(JoinedSubject, AShortSubjectGoesOnWithNothing) {
 }
 
 TEST(JoinedSubject, IsTheStoredLineWhileDecodingIsOff) {
-  const testing::DecodingOff off;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(JoinedSubject("=?utf-8?Q?a?=", " =?utf-8?Q?b?="), "=?utf-8?Q?a?=");
 }
 

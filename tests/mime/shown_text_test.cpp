@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/mime/decoding_off.h"
 #include "tests/mime/plain_matcher.h"
 #include "tests/mime/without_decoding.h"
 #include "util/text.h"
@@ -17,7 +16,7 @@ std::string AllBytes() {
 }
 
 TEST(ShownText, EveryStoredTextIsCodePage1252WhileDecodingIsOff) {
-  const testing::DecodingOff off;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(ShownHeader("Caf\xE9 \x80"), u"Caf\u00E9 \u20AC");
   EXPECT_EQ(ShownHeaderLines("X: \x93q\x94\r\n"), u"X: \u201Cq\u201D\r\n");
   EXPECT_EQ(ShownBody("", "\x8A\x81\r\n"), u"\u0160\u0081\r\n");
@@ -37,7 +36,7 @@ TEST(ShownText, ARawHeaderIsShownByteForByte) {
 }
 
 TEST(ShownText, WhatIsShownGoesBackToItsBytesWhileDecodingIsOff) {
-  const testing::DecodingOff off;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(ToStored(ShownHeader(AllBytes())), AllBytes());
   EXPECT_EQ(ToStored(ShownBody("", AllBytes())), AllBytes());
 }
