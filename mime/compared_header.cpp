@@ -1,17 +1,14 @@
 #include "mime/compared_header.h"
 
-#include <algorithm>
-
 #include "mime/decoding.h"
+#include "mime/folding.h"
 #include "mime/shown_matcher.h"
 #include "mime/shown_text.h"
 #include "util/text.h"
 
 namespace quillet {
 bool IsPlainHeader(std::string_view stored) {
-  const bool printable =
-      std::ranges::all_of(stored, [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });
-  return printable && stored.find("=?") == std::string_view::npos;
+  return IsAscii(stored) && stored.find("=?") == std::string_view::npos;
 }
 
 bool SameHeaderText(std::string_view a, std::string_view b) {

@@ -8,8 +8,8 @@
 
 namespace quillet {
 
-// Whether the stored value is shown as it is, byte by byte, decoded or not: printable ASCII and
-// tabs without anything that begins like an encoded word.
+// Whether the stored value is shown as it is, byte by byte, decoded or not: ASCII without anything
+// that begins like an encoded word.
 bool IsPlainHeader(std::string_view stored);
 
 // The texts of two killfile entries are one: they have the same bytes, or are shown alike.

@@ -7,6 +7,7 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/upward_calls.h"
+#include "mime/decoding.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -88,14 +89,18 @@ bool AskFindChoices() {
 }
 
 bool TellUnfindable() {
+  if (Decoding()) return false;
   const std::u16string refusal = RefusalOf(gReading.find.text);
   if (!refusal.empty()) ShowMessage(refusal);
   return !refusal.empty();
 }
 
 bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_headers) {
-  const ArticleTexts article{texts.All(), texts.Text(&AsciiArticle::headers),
-                             texts.Text(&AsciiArticle::body)};
+  const ArticleTexts article{.all = texts.All(),
+                             .head = texts.Text(&AsciiArticle::headers),
+                             .body = texts.Text(&AsciiArticle::body),
+                             .subject = texts.Text(&AsciiArticle::subject),
+                             .stuffed = texts.Text(&AsciiArticle::source) != "<import>"};
   return in_headers ? wanted.IsInAny(article) : wanted.IsInBody(article);
 }
 

@@ -11,12 +11,13 @@ namespace quillet {
 // gReading.find. False when the user pressed Cancel.
 bool AskFindChoices();
 
-// True, and said why, when the last search text has characters that no article is shown with.
+// True, and said why, when the last search text has characters that no article is shown with; there
+// are none while articles are decoded.
 bool TellUnfindable();
 
-// Whether the article holds the text (without a NUL): with `in_headers` the kept
-// headers, subject, from, Message-ID, parent id, source, date and reply-to, and the body; otherwise
-// the body alone.
+// Whether the article holds the text (without a NUL) in what is shown of it: with `in_headers` the
+// kept headers, subject, from, Message-ID, parent id, source, date and reply-to, and the body;
+// otherwise the body alone. The lines of attachments belong to the body.
 bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_headers);
 
 // The first article after the node in pre-order that matches (`from` null: from the first article

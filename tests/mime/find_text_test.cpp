@@ -134,7 +134,9 @@ void Compare(const std::string& text, const std::string& wanted, const MatchOpti
   const std::u16string shown_wanted = ShownBody("", wanted);
   ASSERT_EQ(FindMatches(ShownBody("", text), shown_wanted, options), expected)
       << text << '|' << wanted;
-  ASSERT_EQ(SearchText(shown_wanted, options).IsInBody({"", "", text}), !expected.empty())
+  ASSERT_EQ(SearchText(shown_wanted, options)
+                .IsInBody({.all = "", .head = "", .body = text, .subject = ""}),
+            !expected.empty())
       << text << '|' << wanted;
 }
 

@@ -13,7 +13,7 @@ constexpr MatchOptions kCase{.match_case = true, .whole_word = false};
 constexpr MatchOptions kWord{.match_case = false, .whole_word = true};
 
 bool IsInBody(std::string_view body, std::u16string_view wanted, const MatchOptions& options) {
-  return SearchText(wanted, options).IsInBody({"", "", body});
+  return SearchText(wanted, options).IsInBody({.all = "", .head = "", .body = body, .subject = ""});
 }
 
 TEST(SearchText, IsInABodyWhenThereIsAHit) {
@@ -26,7 +26,7 @@ TEST(SearchText, IsInABodyWhenThereIsAHit) {
 
 TEST(SearchText, LooksThroughTheBodyOrThroughEveryText) {
   constexpr std::string_view kAll("head\0body\0subject\0", 18);
-  const ArticleTexts texts{kAll, kAll.substr(0, 4), kAll.substr(5, 4)};
+  const ArticleTexts texts{kAll, kAll.substr(0, 4), kAll.substr(5, 4), kAll.substr(10, 7)};
   for (const std::u16string_view wanted : {u"head", u"subject"}) {
     EXPECT_TRUE(SearchText(wanted, kWord).IsInAny(texts));
     EXPECT_FALSE(SearchText(wanted, kWord).IsInBody(texts));
@@ -54,7 +54,8 @@ TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoesWithoutDecoding) 
       for (int a = 0; a < 256; ++a) {
         const std::string stored(1, static_cast<char>(a));
         const bool expected = !testing::FindPlainly(stored, wanted, options).empty();
-        ASSERT_EQ(search.IsInBody({"", "", stored}), expected) << a << ' ' << b;
+        ASSERT_EQ(search.IsInBody({.all = "", .head = "", .body = stored, .subject = ""}), expected)
+            << a << ' ' << b;
       }
     }
   }
@@ -67,10 +68,10 @@ TEST(SearchText, EveryByteEndsAWordAsInShownTextWithoutDecoding) {
   for (int a = 0; a < 256; ++a) {
     for (const std::string& stored :
          {static_cast<char>(a) + std::string("x"), std::string("x") + static_cast<char>(a)}) {
-      ASSERT_EQ(search.IsInBody({"", "", stored}),
+      ASSERT_EQ(search.IsInBody({.all = "", .head = "", .body = stored, .subject = ""}),
                 !FindMatches(ShownBody("", stored), u"x", kWord).empty())
           << a;
-      ASSERT_EQ(search.IsInBody({"", "", stored}),
+      ASSERT_EQ(search.IsInBody({.all = "", .head = "", .body = stored, .subject = ""}),
                 !testing::FindPlainly(stored, "x", kWord).empty())
           << a;
     }

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/mime/without_decoding.h"
 #include "tests/thread/view_fixture.h"
 #include "thread/commands.h"
 
@@ -84,7 +85,8 @@ TEST_F(SearchTest, ATextWithANulIsInNoArticle) {
 }
 
 // A "?" in its place would find what nobody looks for.
-TEST_F(SearchTest, CharactersThatNoArticleHasAreToldAndNotSearched) {
+TEST_F(SearchTest, CharactersThatNoArticleHasAreToldAndNotSearchedWithoutDecoding) {
+  const testing::WithoutDecoding scope;
   ShowBodies();
   Put({"<9@x>", "", "Fourth", "ida", 9, false, "why ? ? \x80\r\n"});
   Recount();
