@@ -19,7 +19,9 @@
 #include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/upward_calls.h"
+#include "mime/shown_text.h"
 #include "nntp/auth.h"
+#include "nntp/character_text.h"
 #include "nntp/connection.h"
 #include "nntp/post_id.h"
 #include "nntp/post_text.h"
@@ -48,6 +50,7 @@ struct Posting {
   Keys keys;
   std::size_t taken = 0;             // of the keys
   std::optional<PostIdParts> parts;  // of the Message-IDs, if the posts are given any
+  bool counts_characters = false;    // in lines that are not plain ASCII; else bytes
   Outgoing next;
   std::optional<std::string> delivered;  // the key of a post that is still in the queue
 };
@@ -73,7 +76,7 @@ RunEnd Refuse(std::u16string_view problem) {
 
 void ShowPost(const AsciiArticle& post) {
   try {
-    SetProgressDetail(FormatWide(u"Posting article '%s'", *post.subject));
+    SetProgressDetail(FormatWide(u"Posting article '%s'", ShownHeader(*post.subject)));
   } catch (const std::bad_alloc&) {
     SetProgressDetail(u"Posting article");
   }
@@ -106,10 +109,13 @@ bool SaysDuplicate(std::string_view reply) {
 std::optional<std::string> TextOf(const Posting& run, Outgoing& current) {
   AsciiArticle& post = *current.post;
   try {
-    const std::string body = WrapPostBody(*std::move(post.body));
     const bool gets_id = run.parts && !HasMessageId(*post.headers);
-    return BuildPostText(*post.headers, body,
-                         gets_id ? MessageIdLine(*run.parts, current.key) : "");
+    const std::string id = gets_id ? MessageIdLine(*run.parts, current.key) : "";
+    if (run.counts_characters && HasCharacters(*post.headers, *post.body)) {
+      return BuildCharacterPost(*post.headers, *post.body, id);
+    }
+    const std::string body = WrapPostBody(*std::move(post.body));
+    return BuildPostText(*post.headers, body, id);
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
@@ -140,7 +146,7 @@ Outgoing TakeNext(Posting& run) {
     if (!up::IsBeingEdited(next.key)) break;
     // Else two versions of it would go out.
     next.left_out += FormatWide(u"The article '%s' is being edited and was not posted.\r\n",
-                                *next.post->subject);
+                                ShownHeader(*next.post->subject));
     NoteDone(next.key);
     next.post.reset();
   }
@@ -245,7 +251,9 @@ RunEnd PostQueuedArticles() {
   }
   SetProgressTitle(u"Posting queued articles");
   SetProgressRange(run.keys.size());
-  if (!ReadExtensions().postmessageids) return PostAll(run);
+  const Extensions extensions = ReadExtensions();
+  run.counts_characters = extensions.postcharsets != 0;
+  if (!extensions.postmessageids) return PostAll(run);
   run.parts = TakePostIdParts();
   // Posts that a kill brings back are known to the server.
   const ManyPosts many;

@@ -75,7 +75,11 @@ std::size_t NextBreak(std::string_view text, Columns& line, std::size_t end) {
 constexpr std::size_t kLongestPiece = 500;
 constexpr std::size_t kHardSplit = kLongestPiece - 1;
 
-enum class Part { kHeader, kBody };
+// The last two are of LongLines::kKeep.
+enum class Part { kHeader, kBody, kFoldedHeader, kWholeBody };
+
+// Of a header line without a blank, its CR counted.
+constexpr std::size_t kLongestLine = 998;
 
 // The last blank that a piece may end before, not at index 0; npos: none.
 std::size_t SplitPlace(std::string_view piece) {
@@ -92,18 +96,22 @@ bool IsLoneDot(std::string_view rest) {
 void AppendLine(std::string& text, std::string_view line, Part part) {
   if (line.front() == '.') text += '.';
   bool folded = false;  // the rest begins with a TAB, which counts, instead of its blank
-  while (line.size() > kLongestPiece) {
+  while (part != Part::kWholeBody && line.size() > kLongestPiece) {
     const std::size_t blank = SplitPlace(line);
     const bool found = blank != std::string_view::npos;
+    const bool makes_blank = !found && part == Part::kFoldedHeader;
+    if (makes_blank && line.size() <= kLongestLine) break;
     const std::string_view piece = line.substr(0, found ? blank : kHardSplit);
     text.append(folded ? "\t" : "").append(piece.substr(folded ? 1 : 0)).append(kLineEnd);
     line.remove_prefix(piece.size());
-    folded = found && part == Part::kHeader;
+    folded = found && part != Part::kBody;
+    if (makes_blank) text += '\t';
     if (found && part == Part::kBody) line.remove_prefix(1);
     // Meant: any other rest that begins with a dot gets none before it. Only whole lines are
     // stuffed.
     const bool more = line.size() > kLongestPiece;
-    if (!folded && IsLoneDot(more ? line.substr(0, SplitPlace(line)) : line)) text += '.';
+    if (!folded && !makes_blank && IsLoneDot(more ? line.substr(0, SplitPlace(line)) : line))
+      text += '.';
   }
   text.append(folded ? "\t" : "").append(line.substr(folded ? 1 : 0));
   text.append(line.back() == '\r' ? "\n" : kLineEnd);
@@ -159,17 +167,18 @@ std::string WrapPostBody(std::string body) {
 }
 
 std::string BuildPostText(std::string_view header, std::string_view body,
-                          std::string_view message_id) {
+                          std::string_view message_id, LongLines lines) {
+  const bool keep = lines == LongLines::kKeep;
   header = UntilNul(header);
   body = UntilNul(body);
   constexpr std::size_t kOwnLines = 128;
   std::string text;
   text.reserve(header.size() + body.size() + body.size() / kLongestPiece + message_id.size() +
                kOwnLines);
-  AppendLines(text, header, Part::kHeader);
+  AppendLines(text, header, keep ? Part::kFoldedHeader : Part::kHeader);
   if (!message_id.empty()) text.append(message_id).append(kLineEnd);
   text.append("X-Newsreader: Quillet CE ").append(kVersionText).append("\r\n\r\n");
-  AppendLines(text, body, Part::kBody);
+  AppendLines(text, body, keep ? Part::kWholeBody : Part::kBody);
   return text.append("\r\n.\r\n");
 }
 

@@ -15,9 +15,16 @@ namespace quillet {
 // long. The same text when nothing was broken.
 std::string WrapPostBody(std::string body);
 
+// What becomes of lines that are too long.
+enum class LongLines {
+  kCut,   // those of more than 500 bytes are broken, in the middle of a word if need be
+  kKeep,  // those of the body have been cut before; one of the head that has no blank is folded
+          // when it has more than 998 bytes
+};
+
 // The whole text that a server gets after its go-ahead, terminator included. `message_id` is a
 // header line without its line end, to be sent behind the post's own; empty: none.
 std::string BuildPostText(std::string_view header, std::string_view body,
-                          std::string_view message_id = {});
+                          std::string_view message_id = {}, LongLines lines = LongLines::kCut);
 
 }  // namespace quillet

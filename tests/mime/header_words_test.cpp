@@ -100,7 +100,7 @@ TEST(ShownHeader, OverlongAndSurrogateFormsAreNoUtf8) {
 
 TEST(ShownHeader, NothingEndsTheLine) {
   EXPECT_EQ(ShownHeader("=?utf-8?Q?a=0D=0ABcc:_b=09c=0B=00=1B=7F=C2=85=E2=80=A8?="),
-            u"a  Bcc: b c \xFFFD\xFFFD\xFFFD  ");
+            u"a  Bcc: b\tc \xFFFD\xFFFD\xFFFD  ");
   EXPECT_EQ(ShownHeader("\xFC\r\n b\tc"), u"ü b\tc");
 }
 

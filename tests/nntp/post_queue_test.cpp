@@ -515,6 +515,83 @@ TEST_F(PostQueueTest, WithoutTheExtensionADuplicateIsARejection) {
   EXPECT_EQ(ErrorLog(), u"An error occurred while posting articles: 435 Duplicate\r\n\r\n");
 }
 
+// --- posts in every language ---
+
+// What the editor stores: the wire has the same bytes, in columns of characters.
+constexpr char kMimeLines[] =
+    "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n";
+
+TEST_F(PostQueueTest, TextsOfEveryScriptGoOutAsTheyAreStored) {
+  WithoutIds();
+  const std::vector<std::string> bodies = {
+      "\xCE\x93\xCE\xB5\xCE\xB9\xCE\xAC \xCF\x83\xCE\xB1\xCF\x82\r\n",       // Greek
+      "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x80\x82\r\n",                // Japanese
+      ".\xF0\x9F\x98\x80\r\n.\r\n",                                          // an emoji
+      "plain, \xD0\x96 \xE2\x82\xAC, caf\xC3\xA9 and e\xCC\x81\r\n\r\nend",  // of all kinds
+  };
+  const std::vector<std::string> sent = {
+      "\xCE\x93\xCE\xB5\xCE\xB9\xCE\xAC \xCF\x83\xCE\xB1\xCF\x82\r\n",
+      "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x80\x82\r\n",
+      "..\xF0\x9F\x98\x80\r\n..\r\n",
+      "plain, \xD0\x96 \xE2\x82\xAC, caf\xC3\xA9 and e\xCC\x81\r\n\r\nend\r\n",
+  };
+  const std::string head = std::string("Newsgroups: a.b\r\n") + kMimeLines;
+  for (std::size_t i = 0; i < bodies.size(); ++i) Queue(std::to_string(i), "s", bodies[i], head);
+  for (const std::string& key : Queued()) {
+    Exchange("POST", kGoAhead);
+    Client(head + "X-Newsreader: Quillet CE 1.14r3\r\n\r\n" + sent[std::stoul(key)] + "\r\n.\r\n");
+    Server("240 ok\r\n");
+  }
+  EXPECT_EQ(Run(), RunEnd::kGoOn);
+  EXPECT_EQ(ErrorLog(), u"");
+  EXPECT_TRUE(Queued().empty());
+}
+
+std::string Suns(std::size_t count) {
+  std::string suns;
+  while (count-- > 0) suns += "\xE6\x97\xA5";
+  return suns;
+}
+
+TEST_F(PostQueueTest, LinesOfWideCharactersAreBrokenByColumns) {
+  WithoutIds();
+  const std::string head = std::string("Newsgroups: a.b\r\n") + kMimeLines;
+  Queue("1", "s", Suns(37) + " " + Suns(400) + "\r\n", head);
+  Exchange("POST", kGoAhead);
+  Client(head + "X-Newsreader: Quillet CE 1.14r3\r\n\r\n" + Suns(37) + "\r\n" + Suns(332) + "\r\n" +
+         Suns(68) + "\r\n\r\n.\r\n");
+  Server("240 ok\r\n");
+  EXPECT_EQ(Run(), RunEnd::kGoOn);
+}
+
+TEST_F(PostQueueTest, SwitchedOffTheyAreBrokenByBytes) {
+  WithoutIds();
+  fake.registry.PutDword(kExtensionsPath, u"postcharsets", 0);
+  const std::string head = std::string("Newsgroups: a.b\r\n") + kMimeLines;
+  // Column 76 is a blank when each byte is a column, and 499 bytes end in the middle of a
+  // character.
+  Queue("1", "s", Suns(25) + " " + Suns(200) + "\r\n", head);
+  Exchange("POST", kGoAhead);
+  Client(head + "X-Newsreader: Quillet CE 1.14r3\r\n\r\n" + Suns(25) + "\r\n" + Suns(166) +
+         "\xE6\r\n\x97\xA5" + Suns(33) + "\r\n\r\n.\r\n");
+  Server("240 ok\r\n");
+  EXPECT_EQ(Run(), RunEnd::kGoOn);
+}
+
+TEST_F(PostQueueTest, ServerThatRefusesEightBitsRefusesAsAlways) {
+  WithoutIds();
+  const std::string head = std::string("Newsgroups: a.b\r\n") + kMimeLines;
+  Queue("1", "s", Suns(1) + "\r\n", head);
+  Exchange("POST", kGoAhead);
+  Client(head + "X-Newsreader: Quillet CE 1.14r3\r\n\r\n" + Suns(1) + "\r\n\r\n.\r\n");
+  Server("441 8bit is not taken here\r\n");
+  EXPECT_EQ(Run(), RunEnd::kGoOn);
+  EXPECT_EQ(ErrorLog(), u"Article rejected by server: 441 8bit is not taken here\r\n\r\n");
+  EXPECT_EQ(MarkOf("1"), 1U);
+  EXPECT_EQ(FetchPendingPost("1")->body, Suns(1) + "\r\n");
+}
+
 // --- loss, silence, Cancel ---
 
 TEST_F(PostQueueTest, FailingSendIsALossAtEveryStep) {
