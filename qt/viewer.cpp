@@ -259,7 +259,8 @@ std::unique_ptr<QMenu> Viewer::NewMenu(std::optional<QPoint> place) {
   menu->addAction(QStringLiteral("Select &all"), this, &QTextEdit::selectAll);
   QAction* copy_link = menu->addAction(QStringLiteral("Copy &link"), this,
                                        [link] { QApplication::clipboard()->setText(link); });
-  copy_link->setEnabled(!link.isEmpty());
+  // An attachment's target means nothing outside the program.
+  copy_link->setEnabled(!link.isEmpty() && !link.startsWith(QLatin1String("attachment:")));
   for (QAction* action : menu->actions()) {
     action->setEnabled(action->isEnabled() && !document()->isEmpty());
   }

@@ -327,7 +327,9 @@ TEST_F(ArticleInputTest, CopyingKeepsThePlaceAndLongWords) {
 
 TEST_F(ArticleInputTest, MenuCopiesTextAndLinks) {
   ShowArticleTab();
-  ShowSource(Wrapped(u"some <a href=\"http://a/?x=1&y\">link</a>"));
+  ShowSource(
+      Wrapped(u"some <a href=\"http://a/?x=1&y\">link</a>"
+              u" <a href=\"attachment:1\">file</a>"));
   OnDisplay([&] {
     const auto action = [](const QMenu& menu, const char* text) {
       for (QAction* each : menu.actions()) {
@@ -338,12 +340,14 @@ TEST_F(ArticleInputTest, MenuCopiesTextAndLinks) {
     auto menu = Text().NewMenu(PlaceOfText(QStringLiteral("link")));
     action(*menu, "Copy &link")->trigger();
     EXPECT_EQ(Copied(), QStringLiteral("http://a/?x=1&y"));
-    menu = Text().NewMenu(PlaceOfText(QStringLiteral("some")));
-    EXPECT_FALSE(action(*menu, "Copy &link")->isEnabled());
+    for (const char* other : {"some", "file"}) {
+      menu = Text().NewMenu(PlaceOfText(QLatin1String(other)));
+      EXPECT_FALSE(action(*menu, "Copy &link")->isEnabled()) << other;
+    }
     action(*menu, "Select &all")->trigger();
     EXPECT_TRUE(Text().textCursor().hasSelection());
     action(*menu, "&Copy")->trigger();
-    EXPECT_EQ(Copied(), QStringLiteral("some link\n"));
+    EXPECT_EQ(Copied(), QStringLiteral("some link file\n"));
   });
 }
 
