@@ -17,7 +17,9 @@
 #include <utility>
 
 #include "port/linux/address_race.h"
+#include "port/linux/certificate_text.h"
 #include "port/linux/socket_tools.h"
+#include "util/format.h"
 
 namespace quillet::port {
 namespace {
@@ -41,6 +43,20 @@ constexpr ErrorCode kErrorCodes[] = {
 };
 
 constexpr std::size_t kReadAhead = 65536;
+
+// Without waiting, and not for ever: a peer that goes on is no partner.
+void ThrowAwayWhatCame(int fd) {
+  std::array<char, 4096> bytes{};
+  for (int i = 0; i < 256 && recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT) > 0;) ++i;
+}
+
+std::u16string NoTlsConnection(std::string_view host) {
+  return FormatWide(u"The connection to %ls ended during the TLS handshake.", HostNameText(host));
+}
+
+std::u16string SilentDuringTls(std::string_view host) {
+  return FormatWide(u"%ls was silent during the TLS handshake.", HostNameText(host));
+}
 
 int ToPollTime(std::uint32_t milliseconds) {
   return static_cast<int>(std::min(milliseconds, 0x7FFFFFFFU));
@@ -89,8 +105,12 @@ std::optional<SocketVersion> LinuxSockets::Startup(SocketVersion wanted) {
 
 void LinuxSockets::Cleanup() {
   if (startups_ == 0 || --startups_ > 0) return;
-  const std::lock_guard lock(mutex_);
-  sockets_.clear();
+  std::vector<SocketHandle> open;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [handle, socket] : sockets_) open.push_back(handle);
+  }
+  for (const SocketHandle handle : open) Close(handle);
 }
 
 SocketHandle LinuxSockets::Open() {
@@ -163,10 +183,38 @@ void LinuxSockets::SetStallLimit(SocketHandle socket, std::uint32_t milliseconds
   SetPatience(found->fd.get(), milliseconds);
 }
 
-TlsResult LinuxSockets::StartTls(SocketHandle socket, const TlsRequest&) {
-  Fail(ENOSYS);
-  Close(socket);
-  return {TlsOutcome::kFailed, u"TLS is not there.", {}};
+// The connection is given up.
+TlsResult LinuxSockets::RefuseTls(Socket& socket, TlsResult result) {
+  socket.tls.reset();
+  socket.over = true;
+  shutdown(socket.fd.get(), SHUT_RDWR);
+  if (Interrupted()) {
+    Fail(ECANCELED);
+    return {TlsOutcome::kInterrupted, {}, {}};
+  }
+  return result;
+}
+
+TlsResult LinuxSockets::StartTls(SocketHandle socket, const TlsRequest& request) {
+  TlsResult result{TlsOutcome::kFailed, NoTlsConnection(request.host), {}};
+  Socket* const found = Find(socket);
+  if (found == nullptr) return result;
+  if (Interrupted() || found->tls || found->over) return RefuseTls(*found, std::move(result));
+  Socket& on = *found;
+  on.first = on.last = 0;
+  // Before its first flight has been asked for a server has nothing to say. What has come behind
+  // its last word in the clear is not its own, or not worth reading; where it has said nothing yet,
+  // a greeting tells that it does not speak TLS.
+  if (on.heard) ThrowAwayWhatCame(on.fd.get());
+  on.tls = std::make_unique<TlsStream>(TlsCarrier{
+      [this, fd = on.fd.get()](std::span<char> buffer) { return ReceiveInto(fd, buffer); },
+      [this, &on](std::string_view data, bool may_wait) { return SendPlain(on, data, may_wait); }});
+  last_error_ = EPROTO;
+  result = on.tls->Handshake(request);
+  if (result.outcome == TlsOutcome::kDone && !Interrupted()) return result;
+  const bool stalled = on.tls->carrier_failed() && last_error_ == kErrorStalled;
+  if (stalled) result.problem = SilentDuringTls(request.host);
+  return RefuseTls(on, std::move(result));
 }
 
 std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {
@@ -186,6 +234,14 @@ std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {
   return -1;
 }
 
+std::int64_t LinuxSockets::ReceiveFrom(Socket& socket, std::span<char> buffer) {
+  socket.heard = true;
+  if (!socket.tls) return ReceiveInto(socket.fd.get(), buffer);
+  const std::int64_t got = socket.tls->Receive(buffer);
+  if (got < 0 && !socket.tls->carrier_failed()) Fail(EPROTO);
+  return got;
+}
+
 // The program asks for what its line buffer or its article still holds; the system is asked for
 // all that has come, so that a reply takes one call and not one for each of its parts.
 std::int64_t LinuxSockets::Receive(SocketHandle socket, std::span<char> buffer) {
@@ -196,10 +252,14 @@ std::int64_t LinuxSockets::Receive(SocketHandle socket, std::span<char> buffer) 
     return -1;
   }
   Socket& from = *found;
+  if (from.over) {
+    Fail(ENOTCONN);
+    return -1;
+  }
   if (from.first == from.last) {
-    if (buffer.size() >= kReadAhead) return ReceiveInto(from.fd.get(), buffer);
+    if (buffer.size() >= kReadAhead) return ReceiveFrom(from, buffer);
     from.ahead.resize(kReadAhead);
-    const std::int64_t got = ReceiveInto(from.fd.get(), from.ahead);
+    const std::int64_t got = ReceiveFrom(from, from.ahead);
     if (got <= 0) return got;
     from.first = 0;
     from.last = static_cast<std::size_t>(got);
@@ -210,16 +270,15 @@ std::int64_t LinuxSockets::Receive(SocketHandle socket, std::span<char> buffer) 
   return static_cast<std::int64_t>(count);
 }
 
-bool LinuxSockets::Send(SocketHandle socket, std::string_view data) {
-  const Socket* const found = Find(socket);
-  if (found == nullptr) return false;
-  const int fd = found->fd.get();
-  const int limit = found->stall_limit == 0 ? kForEver : ToPollTime(found->stall_limit);
+bool LinuxSockets::SendPlain(const Socket& socket, std::string_view data, bool may_wait) {
+  const int fd = socket.fd.get();
+  const int limit = socket.stall_limit == 0 ? kForEver : ToPollTime(socket.stall_limit);
   while (!data.empty()) {
     const ssize_t sent = send(fd, data.data(), data.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent > 0) data.remove_prefix(static_cast<std::size_t>(sent));
     if (sent >= 0 || errno == EINTR) continue;
-    if (errno != EAGAIN && errno != EWOULDBLOCK) return Fail(errno);
+    const bool would_wait = errno == EAGAIN || errno == EWOULDBLOCK;
+    if (!would_wait || !may_wait) return Fail(errno);
     const WaitEnd end = WaitFor(fd, POLLOUT, interrupt_event_.get(), limit);
     if (end == WaitEnd::kInterrupted) return Fail(ECANCELED);
     if (end == WaitEnd::kTimedOut) return Fail(kErrorStalled);
@@ -227,9 +286,22 @@ bool LinuxSockets::Send(SocketHandle socket, std::string_view data) {
   return true;
 }
 
+bool LinuxSockets::Send(SocketHandle socket, std::string_view data) {
+  const Socket* const found = Find(socket);
+  if (found == nullptr) return false;
+  if (found->over) return Fail(ENOTCONN);
+  if (!found->tls) return SendPlain(*found, data, true);
+  return found->tls->Send(data) || (found->tls->carrier_failed() ? false : Fail(EPROTO));
+}
+
 void LinuxSockets::Close(SocketHandle socket) {
-  const std::lock_guard lock(mutex_);
-  sockets_.erase(socket);
+  decltype(sockets_)::node_type closed;
+  {
+    const std::lock_guard lock(mutex_);
+    closed = sockets_.extract(socket);
+  }
+  // A peer may tell this end from one that somebody on the way has made.
+  if (closed && closed.mapped().tls) closed.mapped().tls->SayFarewell();
 }
 
 void LinuxSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -10,6 +11,7 @@
 
 #include "port/linux/file_descriptor.h"
 #include "port/linux/host_lookup.h"
+#include "port/linux/tls_stream.h"
 #include "port/sockets.h"
 
 namespace quillet::port {
@@ -54,6 +56,9 @@ class LinuxSockets final : public Sockets {
     std::vector<char> ahead;
     std::size_t first = 0;
     std::size_t last = 0;
+    bool heard = false;  // anything from the peer
+    bool over = false;   // its handshake did not come about: it carries nothing any more
+    std::unique_ptr<TlsStream> tls;
   };
 
   bool Interrupted() const { return cancelled_ || session_ended_; }
@@ -62,6 +67,9 @@ class LinuxSockets final : public Sockets {
   // The same, but also null when all was interrupted.
   Socket* Usable(SocketHandle socket);
   std::int64_t ReceiveInto(int fd, std::span<char> buffer);
+  std::int64_t ReceiveFrom(Socket& socket, std::span<char> buffer);
+  bool SendPlain(const Socket& socket, std::string_view data, bool may_wait);
+  TlsResult RefuseTls(Socket& socket, TlsResult result);
   bool Fail(int system_error);
 
   const HostLookup lookup_;

@@ -331,6 +331,28 @@ TYPED_TEST(SocketsContract, ServerThatClosesEndsTheHandshakeAndTheConnectionCarr
   this->sockets().Close(socket);
 }
 
+TYPED_TEST(SocketsContract, ServerSilentForTheWholeStallLimitEndsTheHandshake) {
+  const SocketHandle socket = this->Connected({StallsForGood()});
+  this->sockets().SetStallLimit(socket, 30);
+  const TlsResult result = this->sockets().StartTls(socket, {"news.example.org", ""});
+  EXPECT_EQ(result.outcome, TlsOutcome::kFailed);
+  EXPECT_EQ(this->sockets().LastError(), kErrorStalled);
+}
+
+TYPED_TEST(SocketsContract, InterruptEndsAHandshake) {
+  const SocketHandle socket = this->Connected({Server("x"), StallsForGood()});
+  EXPECT_EQ(this->ReceiveSome(socket, 1), "x");
+  std::thread interrupter([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    this->sockets().Interrupt(InterruptReason::kCancel);
+  });
+  const TlsResult result = this->sockets().StartTls(socket, {"news.example.org", ""});
+  interrupter.join();
+  EXPECT_EQ(result.outcome, TlsOutcome::kInterrupted);
+  EXPECT_EQ(result.problem, u"");
+  EXPECT_FALSE(this->sockets().Send(socket, "QUIT\r\n"));
+}
+
 TYPED_TEST(SocketsContract, ClosingServerEndsTheWaitForIt) {
   const SocketHandle socket = this->Connected(
       {Client("QUIT\r\n"), Server(std::string(20'000, 'x')), Server("205 bye\r\n")});
