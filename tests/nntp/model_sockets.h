@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "port/sockets.h"
@@ -25,7 +26,8 @@ class ModelSockets final : public port::Sockets {
   int fail_send = 0;                         // the nth from now on
   std::size_t failed_send_delivers = 0;      // bytes of it that arrive all the same
   int fail_receive = 0;                      // the nth from now on
-  std::optional<std::uint64_t> close_after;  // bytes
+  std::optional<std::uint64_t> close_after;  // bytes; the next connection is sound again
+  std::uint64_t close_every = 0;             // bytes of each connection
   // May replace the nth reply (from 1, the greeting).
   std::function<std::string(int n, const std::string& reply)> on_reply;
   std::function<void(std::string_view line)> on_line;
@@ -55,6 +57,8 @@ class ModelSockets final : public port::Sockets {
     pending_.clear();
     line_.clear();
     closed_ = false;
+    if (close_after && delivered >= *close_after && std::exchange(cut_, false)) close_after.reset();
+    if (close_every != 0) close_after = delivered + close_every;
     Answer(NewsSession::Greeting());
     return true;
   }
@@ -67,6 +71,7 @@ class ModelSockets final : public port::Sockets {
       count = static_cast<std::size_t>(std::min<std::uint64_t>(count, *close_after - delivered));
     }
     if (interrupted_) return -1;
+    cut_ |= close_after && count == 0;
     if (closed_ || count == 0) {
       closed_ = true;
       return 0;
@@ -113,6 +118,7 @@ class ModelSockets final : public port::Sockets {
   std::size_t read_ = 0;
   std::string line_;
   bool closed_ = false;
+  bool cut_ = false;  // by close_after
   bool interrupted_ = false;
 };
 
