@@ -10,6 +10,7 @@
 
 #include "base/empty_entry.h"
 #include "base/registry_values.h"
+#include "base/server_security.h"
 #include "port/platform.h"
 #include "port/windows.h"
 #include "util/blanks.h"
@@ -195,6 +196,17 @@ std::optional<std::uint32_t> NumberIn(std::u16string_view text, std::uint32_t hi
     if (number > highest) return std::nullopt;
   }
   return static_cast<std::uint32_t>(number);
+}
+
+void LetPortFollow(port::WindowHandle dialog, std::uint32_t security_control,
+                   std::uint32_t port_control) {
+  port::Dialogs& dialogs = gPlatform->dialogs;
+  const int choice = dialogs.Read(dialog, security_control).choice;
+  const auto port = NumberIn(dialogs.Read(dialog, port_control).text, kHighestPort);
+  if (choice < 0 || !port) return;
+  const std::uint32_t wanted = PortFor(static_cast<ServerSecurity>(choice), *port);
+  if (wanted == *port) return;
+  dialogs.Write(dialog, port_control, port::Text{FormatWide(u"%lu", wanted)});
 }
 
 }  // namespace quillet

@@ -24,4 +24,9 @@ std::optional<Refusal> RefusalOfLength(std::uint32_t control, std::u16string_vie
 // to `highest`.
 std::optional<std::uint32_t> NumberIn(std::u16string_view text, std::uint32_t highest);
 
+inline constexpr std::uint32_t kHighestPort = 65535;
+// After a choice in the list of securities: a usual port in the other control follows it.
+void LetPortFollow(port::WindowHandle dialog, std::uint32_t security_control,
+                   std::uint32_t port_control);
+
 }  // namespace quillet

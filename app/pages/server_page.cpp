@@ -20,8 +20,6 @@
 namespace quillet {
 namespace {
 
-constexpr std::uint32_t kHighestPort = 65535;
-
 constexpr auto kFields = std::to_array<PageField>({
     {kControlOneServer, CheckBox{&Prefs::allserversareone}},
 });
@@ -192,17 +190,12 @@ void DeleteShown(PrefsSheet& sheet, port::WindowHandle page) {
   ShowServers(sheet, page, false);
 }
 
-// A usual port follows. A choice that was changed back counts as well: it is how the user says that
-// another certificate of that server is to be asked about.
+// A choice that was changed back counts as well: it is how the user says that another certificate
+// of that server is to be asked about.
 void ChooseSecurity(PrefsSheet& sheet, port::WindowHandle page) {
-  const port::ControlState security = gPlatform->dialogs.Read(page, kControlServerSecurity);
-  if (!IsThere(sheet) || security.choice < 0) return;
+  if (!IsThere(sheet)) return;
   sheet.changed |= sheet.chosen_anew.insert(sheet.copy->servers[sheet.shown_server]).second;
-  const auto port = NumberIn(gPlatform->dialogs.Read(page, kControlServerPort).text, kHighestPort);
-  if (!port) return;
-  const std::uint32_t wanted = PortFor(static_cast<ServerSecurity>(security.choice), *port);
-  if (wanted == *port) return;
-  gPlatform->dialogs.Write(page, kControlServerPort, port::Text{FormatWide(u"%lu", wanted)});
+  LetPortFollow(page, kControlServerSecurity, kControlServerPort);
 }
 
 void HandleServer(PrefsSheet& sheet, port::WindowHandle page, const port::Message& message) {

@@ -1,4 +1,6 @@
 // Quick Setup, from the greeting to the stored settings.
+#include "app/server_probe.h"
+#include "base/server_security.h"
 #include "tests/app/sheet_fixture.h"
 
 namespace quillet {
@@ -178,6 +180,195 @@ TEST_F(QuickSetupTest, ComesAfterAScheduledStartToo) {
   fake_.display.Expect(u"You do not have any groups in the group list.", port::kIdOk);
   Begin();
   EXPECT_NE(First(), 0U);
+}
+
+// --- How the server is reached -------------------------------------------------------------------
+
+constexpr std::u16string_view kSecurity = u"Software\\Brindle\\Quillet\\Extensions\\ServerSecurity";
+
+class SetupReachTest : public QuickSetupTest {
+ protected:
+  // A host that answers on port 563 only, or on no port.
+  void SetHost(const std::string& name, bool answers = true) {
+    fake_.sockets.SetHost(name, {192, 0, 2, 7});
+    if (answers) return;
+    fake_.sockets.on_call = [this](port::SocketCall call, int) {
+      if (call == port::SocketCall::kConnect) fake_.sockets.FailConnect(port::kErrorRefused);
+    };
+  }
+  void FillIn(std::u16string_view server) {
+    In(First(), kControlSetupServer, server);
+    In(First(), kControlSetupName, u"Ann");
+    In(First(), kControlSetupAddress, u"ann@example.org");
+  }
+  void Next() { PressIn(First(), kControlOk); }
+  void Done() {
+    if (gPrefs->numgroups == 0) fake_.display.Expect(kThatsAll, port::kIdOk);
+    PressIn(Second(), kControlOk);
+  }
+  void ExpectShown(std::u16string_view port, std::u16string_view security) {
+    ASSERT_NE(First(), 0U);
+    EXPECT_EQ(TextIn(First(), kControlSetupPort), port);
+    EXPECT_EQ(ChosenIn(First(), kControlSetupSecurity), security);
+  }
+  std::size_t Probes() { return fake_.sockets.connections().size(); }
+};
+
+TEST_F(SetupReachTest, UsualPortAndNoSecurityAreOffered) {
+  Begin();
+  ExpectShown(u"119", u"None");
+  EXPECT_THAT(fake_.display.Control(First(), kControlSetupSecurity)->choices,
+              ElementsAre(u"None", u"TLS from the start", u"STARTTLS"));
+  EXPECT_EQ(TextIn(First(), kControlSetupNote), u"");
+}
+
+TEST_F(SetupReachTest, ServerThatAnswersWhereTlsIsAtHomeGetsItAndTheUserSeesIt) {
+  SetHost("news.example.org");
+  Begin();
+  FillIn(u"news.example.org");
+  const int shows = fake_.display.wait_cursor_shows();
+  Next();
+  EXPECT_EQ(Second(), 0U);
+  ExpectShown(u"563", u"TLS from the start");
+  EXPECT_EQ(TextIn(First(), kControlSetupNote),
+            u"The server answers on port 563: TLS is filled in.");
+  EXPECT_EQ(Probes(), 1U);
+  EXPECT_EQ(fake_.sockets.connections()[0].port, 563);
+  EXPECT_EQ(fake_.sockets.open_sockets(), 0);
+  EXPECT_EQ(fake_.sockets.startups(), fake_.sockets.cleanups());
+  EXPECT_EQ(fake_.sockets.sent(), "");
+  EXPECT_EQ(fake_.display.wait_cursor_depth(), 0);
+  EXPECT_EQ(fake_.display.wait_cursor_shows(), shows + 1);
+  Next();
+  ASSERT_NE(Second(), 0U);
+  Done();
+  EXPECT_THAT(gPrefs->port, ElementsAre(563U));
+  EXPECT_EQ(fake_.registry.FindDword(kSecurity, u"news.example.org"), 1U);
+  EXPECT_EQ(Probes(), 1U);
+}
+
+TEST_F(SetupReachTest, ServerThatDoesNotAnswerThereStaysAsItIsWithoutAWord) {
+  SetHost("news.example.org", false);
+  Begin();
+  FillIn(u"news.example.org");
+  Next();
+  ASSERT_NE(Second(), 0U);
+  EXPECT_EQ(Probes(), 1U);
+  PressIn(Second(), kControlSetupBack);
+  ExpectShown(u"119", u"None");
+  EXPECT_EQ(TextIn(First(), kControlSetupNote), u"");
+  Next();
+  EXPECT_EQ(Probes(), 1U);
+  Done();
+  EXPECT_EQ(ReadServerSecurity(u"news.example.org"), ServerSecurity::kNone);
+  EXPECT_FALSE(fake_.registry.KeyExists(kSecurity));
+}
+
+TEST_F(SetupReachTest, UnknownHostAndAServiceThatDoesNotStartAreNoObstacle) {
+  Begin();
+  FillIn(u"nowhere.example.org");
+  Next();
+  ASSERT_NE(Second(), 0U);
+  PressIn(Second(), kControlSetupBack);
+  fake_.sockets.SetVersion(std::nullopt);
+  In(First(), kControlSetupServer, u"other.example.org");
+  Next();
+  EXPECT_NE(Second(), 0U);
+  EXPECT_EQ(fake_.sockets.startups(), fake_.sockets.cleanups());
+}
+
+TEST_F(SetupReachTest, WhatTheUserHasChosenIsNotTriedAndStays) {
+  SetHost("news.example.org");
+  Begin();
+  FillIn(u"news.example.org");
+  EXPECT_TRUE(fake_.display.Choose(First(), kControlSetupSecurity, 2));
+  WaitIdle();
+  Next();
+  ASSERT_NE(Second(), 0U);
+  EXPECT_EQ(Probes(), 0U);
+  PressIn(Second(), kControlSetupBack);
+  ExpectShown(u"119", u"STARTTLS");
+  In(First(), kControlSetupPort, u" 8119 ");
+  Next();
+  Done();
+  EXPECT_THAT(gPrefs->port, ElementsAre(8119U));
+  EXPECT_EQ(ReadServerSecurity(u"news.example.org"), ServerSecurity::kStartTls);
+}
+
+TEST_F(SetupReachTest, WhatWasFilledInCanBeTakenBack) {
+  SetHost("news.example.org");
+  Begin();
+  FillIn(u"news.example.org");
+  Next();
+  EXPECT_TRUE(fake_.display.Choose(First(), kControlSetupSecurity, 0));
+  WaitIdle();
+  ExpectShown(u"119", u"None");
+  Next();
+  Done();
+  EXPECT_THAT(gPrefs->port, ElementsAre(119U));
+  EXPECT_EQ(ReadServerSecurity(u"news.example.org"), ServerSecurity::kNone);
+  EXPECT_EQ(Probes(), 1U);
+}
+
+TEST_F(SetupReachTest, WhatWasFoundIsNotForAnotherServer) {
+  SetHost("news.example.org");
+  Begin();
+  FillIn(u"news.example.org");
+  Next();
+  ExpectShown(u"563", u"TLS from the start");
+  In(First(), kControlSetupServer, u"nowhere.example.org");
+  Next();
+  Done();
+  EXPECT_THAT(gPrefs->port, ElementsAre(119U));
+  EXPECT_EQ(ReadServerSecurity(u"nowhere.example.org"), ServerSecurity::kNone);
+}
+
+TEST_F(SetupReachTest, WrongPortIsRefusedAndThePageStays) {
+  Begin();
+  FillIn(u"news.example.org");
+  for (const char16_t* port : {u"", u"0", u"65536", u"x"}) {
+    In(First(), kControlSetupPort, port);
+    fake_.display.Expect(u"The port must be a number from 1 to 65535.", port::kIdOk);
+    Next();
+    EXPECT_NE(First(), 0U);
+    EXPECT_TRUE(fake_.display.Control(First(), kControlSetupPort)->focused);
+  }
+}
+
+TEST_F(SetupReachTest, ServerInTheListKeepsItsPortAndSecurity) {
+  SetServers({u"one", u"two"});
+  SetGroups({u"comp.test"});
+  SetNumbers(u"port", {8119, 8563});
+  fake_.registry.PutDword(kSecurity, u"one", 2);
+  fake_.registry.PutDword(kSecurity, u"two", 1);
+  SetHost("one");
+  StartAndWait();
+  fake_.display.Expect(kWelcome, port::kIdOk);
+  Command(kCommandQuickSetup);
+  ExpectShown(u"8119", u"STARTTLS");
+  FillIn(u"two");
+  Next();
+  Done();
+  EXPECT_EQ(gPrefs->selectedserver, 1U);
+  EXPECT_THAT(gPrefs->port, ElementsAre(8119U, 8563U));
+  EXPECT_EQ(ReadServerSecurity(u"one"), ServerSecurity::kStartTls);
+  EXPECT_EQ(ReadServerSecurity(u"two"), ServerSecurity::kTls);
+  EXPECT_EQ(Probes(), 0U);
+}
+
+TEST_F(SetupReachTest, ProbeEndsWhenItsTimeIsOver) {
+  SetServers({u"one"});
+  StartAndWait();
+  fake_.sockets.SetHost("slow.example.org", {192, 0, 2, 7});
+  fake_.sockets.on_call = [this](port::SocketCall call, int) {
+    while (call == port::SocketCall::kConnect && fake_.sockets.interrupts().empty()) {
+      std::this_thread::yield();
+    }
+  };
+  bool answers = true;
+  OnProgramThread([&] { answers = AnswersOnPort(u"slow.example.org", 563, 1); });
+  EXPECT_FALSE(answers);
+  EXPECT_EQ(fake_.sockets.open_sockets(), 0);
 }
 
 }  // namespace
