@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "base/prefs_registry.h"
 #include "base/prefs_writer.h"
 #include "base/registry_values.h"
+#include "base/server_security.h"
 #include "base/subscriptions.h"
 #include "demo/option_reader.h"
 #include "port/linux/linux_registry.h"
@@ -25,34 +27,52 @@ using namespace quillet;
 
 constexpr std::string_view kUsage =
     "usage: quillet-setup --server NAME --group NAME [--group NAME ...] [--port N]\n"
-    "         [--user NAME --password TEXT] [--profile DIR] [--number NAME=VALUE ...]\n"
+    "         [--security none|tls|starttls] [--user NAME --password TEXT] [--profile DIR]\n"
+    "         [--number NAME=VALUE ...]\n"
     "\n"
     "Tells the program its news server and the groups to fetch, all of them ticked. Writes the\n"
     "user's own settings, or those in DIR; settings that name a server or a group already are "
     "left\n"
-    "alone. --number sets further settings by their registry names, e.g. maxarticles=500.\n";
+    "alone. Without --port it is 119, with --security tls 563. --number sets further settings by\n"
+    "their registry names, e.g. maxarticles=500.\n";
 
 struct Options {
   std::string profile;
   std::string server;
-  std::uint64_t port = 119;
+  std::optional<std::uint64_t> port;
+  std::string security = "none";
   std::string user;
   std::string password;
   std::vector<std::string> groups;
   std::vector<std::string> numbers;
 };
 
+std::optional<ServerSecurity> SecurityOf(std::string_view name) {
+  if (name == "none") return ServerSecurity::kNone;
+  if (name == "tls") return ServerSecurity::kTls;
+  if (name == "starttls") return ServerSecurity::kStartTls;
+  return std::nullopt;
+}
+
+std::uint64_t PortOf(const Options& options) {
+  const ServerSecurity security = SecurityOf(options.security).value_or(ServerSecurity::kNone);
+  return options.port.value_or(PortFor(security, kPlainPort));
+}
+
 bool ReadOptions(demo::OptionReader reader, Options& options) {
+  std::uint64_t port = 0;
   while (reader.Next()) {
     const bool known =
         reader.Text("--profile", options.profile) || reader.Text("--server", options.server) ||
-        reader.Number("--port", options.port) || reader.Text("--user", options.user) ||
+        reader.Text("--security", options.security) || reader.Text("--user", options.user) ||
         reader.Text("--password", options.password) || reader.Texts("--group", options.groups) ||
         reader.Texts("--number", options.numbers);
-    if (!known) return false;
+    if (known) continue;
+    if (!reader.Number("--port", port)) return false;
+    options.port = port;
   }
-  return !options.server.empty() && !options.groups.empty() && options.port >= 1 &&
-         options.port <= 65535;
+  return !options.server.empty() && !options.groups.empty() && SecurityOf(options.security) &&
+         PortOf(options) >= 1 && PortOf(options) <= 65535;
 }
 
 bool ParseSetting(const std::string& text, std::u16string& name, std::uint32_t& number) {
@@ -69,7 +89,7 @@ Prefs SubscriptionsOf(const Options& options) {
   Prefs prefs;
   NewsServer server;
   server.name = FromUtf8(options.server);
-  server.port = static_cast<std::uint32_t>(options.port);
+  server.port = static_cast<std::uint32_t>(PortOf(options));
   server.extra_login = !options.user.empty();
   server.user = FromUtf8(options.user);
   server.password = FromUtf8(options.password);
@@ -78,9 +98,16 @@ Prefs SubscriptionsOf(const Options& options) {
   return prefs;
 }
 
-// All of it or nothing.
-bool WriteSettings(const Options& options, port::RegistryKey& key) {
-  if (!key.Begin()) return false;
+bool WriteSecurity(const Options& options, port::LinuxRegistry& registry) {
+  const ServerSecurity security = *SecurityOf(options.security);
+  if (security == ServerSecurity::kNone) return true;
+  const std::unique_ptr<port::RegistryKey> key = registry.Create(kServerSecurityPath);
+  return key && WriteDword(*key, FromUtf8(options.server), static_cast<std::uint32_t>(security));
+}
+
+// All of it or nothing: what goes through other keys meanwhile is part of it.
+bool WriteSettings(const Options& options, port::LinuxRegistry& registry, port::RegistryKey& key) {
+  if (!key.Begin() || !WriteSecurity(options, registry)) return false;
   if (WriteSubscriptions(key, SubscriptionsOf(options)) != WriteResult::kDone) return false;
   for (const std::string& text : options.numbers) {
     std::u16string name;
@@ -110,7 +137,7 @@ int SetUp(const Options& options) {
   if (HasEntries(*key, u"numservers") || HasEntries(*key, u"numgroups")) {
     return Fail("there are servers or groups already; change them in the program");
   }
-  if (!WriteSettings(options, *key)) return Fail("the settings could not be written");
+  if (!WriteSettings(options, registry, *key)) return Fail("the settings could not be written");
   std::cout << "Server " << options.server << " with " << options.groups.size()
             << " group(s) written to " << profile.RegistryFile() << "\n";
   return 0;

@@ -7,6 +7,7 @@ import signal
 import socket
 import sqlite3
 import ssl
+import struct
 import subprocess
 import tempfile
 import time
@@ -242,6 +243,20 @@ class SetupTest(unittest.TestCase):
         self.assertEqual(values["authusers"], (7, "me\0\0".encode("utf-16-le")))
         self.assertEqual(values["authpasses"], (7, "pw\0\0".encode("utf-16-le")))
 
+    def test_the_security_of_the_server_is_kept_and_the_usual_port_follows_it(self):
+        for security, number, port in (("none", None, 119), ("tls", 1, 563), ("starttls", 2, 119)):
+            self.profile = os.path.join(self.folder.name, security)
+            done = self.setup_profile("--server", "news.example.org", "--group", "g",
+                                      "--security", security)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            values = self.values()
+            self.assertEqual(values["port"], (3, struct.pack("<I", port)))
+            self.assertEqual(values.get("news.example.org"),
+                             number and (4, struct.pack("<I", number)))
+        self.profile = os.path.join(self.folder.name, "other")
+        self.setup_profile("--server", "s", "--group", "g", "--security", "tls", "--port", "8563")
+        self.assertEqual(self.values()["port"], (3, struct.pack("<I", 8563)))
+
     def test_settings_that_are_there_are_left_alone(self):
         self.setup_profile("--server", "first", "--group", "g")
         before = self.values()
@@ -251,6 +266,7 @@ class SetupTest(unittest.TestCase):
     def test_wrong_arguments_write_nothing(self):
         for arguments in ([], ["--server", "s"], ["--group", "g"],
                           ["--server", "s", "--group", "g", "--port", "0"],
+                          ["--server", "s", "--group", "g", "--security", "ssl"],
                           ["--server", "s", "--group", "g", "--number", "x"],
                           ["--server", "s", "--group", "g", "--number", "x=4294967296"]):
             self.assertEqual(self.setup_profile(*arguments).returncode, 2, arguments)
