@@ -31,7 +31,8 @@ struct BodySource {
 struct DecodedBody {
   std::u16string text;  // line ends as stored; decoded lines end with CR LF
   std::vector<Attachment> attachments;
-  bool damaged = false;  // could not be decoded: the text is the stored one, byte for byte
+  // Something could not be decoded; it is shown as it is stored.
+  bool damaged = false;
   // Its lines are whole paragraphs: each begins with its depth of quoting in ">" signs, and a blank
   // behind them.
   bool flowed = false;
