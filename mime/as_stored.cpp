@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "mime/folding.h"
+#include "mime/charset.h"
 #include "util/text.h"
 
 namespace quillet {

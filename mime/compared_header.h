@@ -8,10 +8,6 @@
 
 namespace quillet {
 
-// Whether the stored value is shown as it is, byte by byte, decoded or not: ASCII without anything
-// that begins like an encoded word.
-bool IsPlainHeader(std::string_view stored);
-
 // The texts of two killfile entries are one: they have the same bytes, or are shown alike.
 bool SameHeaderText(std::string_view a, std::string_view b);
 

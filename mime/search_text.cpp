@@ -8,9 +8,9 @@
 #include <algorithm>
 
 #include "mime/as_stored.h"
-#include "mime/compared_header.h"
 #include "mime/decoding.h"
 #include "mime/folding.h"
+#include "mime/header_words.h"
 #include "mime/shown_text.h"
 
 namespace quillet {
@@ -88,10 +88,11 @@ bool SearchText::IsInBody(const ArticleTexts& texts) const {
 bool SearchText::IsInHeads(const ArticleTexts& texts) const {
   const Heads heads = HeadsOf(texts);
   for (const std::string_view part : {heads.before, heads.behind}) {
-    const bool found = IsPlainHeader(part) ? IsIn(part) : AnyText(part, [&](std::string_view text) {
-      const bool lines = text.data() == texts.head.data();
-      return IsInShown(lines ? ShownHeaderLines(text) : ShownHeader(text));
-    });
+    const bool found =
+        HasNothingToDecode(part) ? IsIn(part) : AnyText(part, [&](std::string_view text) {
+          const bool lines = text.data() == texts.head.data();
+          return IsInShown(lines ? ShownHeaderLines(text) : ShownHeader(text));
+        });
     if (found) return true;
   }
   return HasContinuation(texts.head) &&

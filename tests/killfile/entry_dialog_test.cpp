@@ -148,7 +148,7 @@ TEST_F(EntryDialog, TheSecondItemRequires) {
 
 // A "?" in their place would kill what nobody named.
 TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefusedWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   Answer(u"bob@x", u"\u0416\u20AC \u0417");
   OpenKillfileEntryDialog(GroupAt(1), "", "");
   EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}}));

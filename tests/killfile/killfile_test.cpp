@@ -123,7 +123,7 @@ TEST_F(Killfile, EmptyEntryMatchesEveryTextThatIsNotEmpty) {
 }
 
 TEST_F(Killfile, OnlyAsciiLettersAreFoldedWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   AddKillfileEntry(prefs, 1, "caf\xE9", kKill, kSubject);
   EXPECT_TRUE(Killed("CAF\xE9"));
   EXPECT_FALSE(Killed("caf\xC9"));

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/mime/decoding_off.h"
+#include "tests/mime/without_decoding.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -35,7 +35,7 @@ TEST(DecodeBody, DoubledDotsAreUndoneOnlyForWhatAServerSent) {
 }
 
 TEST(DecodeBody, WhileDecodingIsOffNothingIsDone) {
-  const testing::DecodingOff off;
+  const testing::WithoutDecoding off;
   const std::string head =
       "Content-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: base64\r\n";
   EXPECT_EQ(Decode(head, "..w7w=\xC3", true).text, u"..w7w=\u00C3");

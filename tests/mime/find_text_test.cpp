@@ -8,8 +8,8 @@
 
 #include "mime/search_text.h"
 #include "mime/shown_text.h"
-#include "tests/mime/plain_matcher.h"
 #include "tests/mime/without_decoding.h"
+#include "tests/mime/plain_matcher.h"
 
 namespace quillet {
 namespace {
@@ -47,7 +47,7 @@ TEST(FindMatches, CaseIsIgnoredUnlessAskedFor) {
 }
 
 TEST(FindMatches, OnlyAsciiLettersAreFoldedWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(FindMatches(u"\u00E4\u00C4", u"\u00E4", {}), (Ranges{{0, 1}}));
   EXPECT_EQ(FindMatches(u"@[`{", u"`", {}), (Ranges{{2, 3}}));
   EXPECT_EQ(FindMatches(u"@[`{", u"[", {}), (Ranges{{1, 2}}));
@@ -55,7 +55,7 @@ TEST(FindMatches, OnlyAsciiLettersAreFoldedWithoutDecoding) {
 }
 
 TEST(FindMatches, OnlyLettersAndDigitsOfAsciiMakeWordsWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   for (char16_t c = 1; c < 0x180; ++c) {
     const bool letter =
         (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
@@ -100,7 +100,7 @@ TEST(FindMatches, WholeWordsHaveNoLetterOrDigitBesideThem) {
 }
 
 TEST(FindMatches, LettersBeyondAsciiEndAWordWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(FindMatches(u"\u00E4word\u00DF", u"word", kWord), (Ranges{{1, 5}}));
 }
 
@@ -141,7 +141,7 @@ void Compare(const std::string& text, const std::string& wanted, const MatchOpti
 }
 
 TEST(FindMatches, AgreesWithComparingBytesOnRandomTextsWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     for (const std::string_view alphabet : testing::kAlphabets) {
@@ -163,7 +163,7 @@ TEST(FindMatches, AgreesWithComparingBytesOnRepetitiveTexts) {
 }
 
 TEST(FindMatches, CaseFoldsAsFoldDoesWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     const std::u16string text = random.Units(60), wanted = random.Units(3);

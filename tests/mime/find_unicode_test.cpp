@@ -4,8 +4,8 @@
 #include "mime/find_text.h"
 #include "mime/folding.h"
 #include "mime/utf16.h"
-#include "tests/mime/plain_matcher.h"
 #include "tests/mime/without_decoding.h"
+#include "tests/mime/plain_matcher.h"
 
 namespace quillet {
 namespace {
@@ -96,7 +96,7 @@ TEST(FindBeyondAscii, MatchCaseKeepsWholeWords) {
 }
 
 TEST(FindBeyondAscii, IsOffWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(FindMatches(u"\u00C4\u00E4", u"\u00E4", {}), (Ranges{{1, 2}}));
   EXPECT_EQ(FindMatches(u"\u00DF strasse", u"ss", {}), (Ranges{{6, 8}}));
   EXPECT_EQ(FindMatches(u"Strasse", u"stra\u00DFe", {}), Ranges{});

@@ -99,7 +99,7 @@ TEST(FoldFully, EveryCharacterFoldsAsUnicodeSays) {
 
 TEST(Fold, IsFullWhileDecodingIsOn) {
   EXPECT_EQ(Fold(u"STRA\u00DFE \u0394"), u"strasse \u03B4");
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   EXPECT_EQ(Fold(u"STRA\u00DFE \u0394"), u"stra\u00DFe \u0394");
 }
 
@@ -114,13 +114,11 @@ TEST(FoldedText, TellsWhereEachPlaceComesFrom) {
   }
 }
 
-TEST(IsAscii, TellsEveryByteAndUnit) {
-  EXPECT_TRUE(IsAscii(std::string_view("\0\x7F", 2)));
-  EXPECT_FALSE(IsAscii(std::string_view("aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\x80")));
-  EXPECT_TRUE(IsAscii(std::u16string_view(u"")));
-  EXPECT_TRUE(IsAscii(std::u16string_view(u"\x7F")));
-  EXPECT_FALSE(IsAscii(std::u16string_view(u"\x80")));
-  EXPECT_FALSE(IsAscii(std::u16string_view(u"\u4E00a")));
+TEST(IsAscii, TellsEveryUnit) {
+  EXPECT_TRUE(IsAscii(u""));
+  EXPECT_TRUE(IsAscii(u"\x7F"));
+  EXPECT_FALSE(IsAscii(u"\x80"));
+  EXPECT_FALSE(IsAscii(u"\u4E00a"));
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "mime/shown_text.h"
-#include "tests/mime/plain_matcher.h"
 #include "tests/mime/without_decoding.h"
+#include "tests/mime/plain_matcher.h"
 
 namespace quillet {
 namespace {
@@ -37,7 +37,7 @@ TEST(SearchText, LooksThroughTheBodyOrThroughEveryText) {
 }
 
 TEST(SearchText, AUnitThatNoByteShowsIsInNoTextWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   EXPECT_FALSE(IsInBody("Omega ? a", u"\u03A9", {}));
   EXPECT_FALSE(IsInBody("a?", u"a\u0141", {}));
   EXPECT_TRUE(IsInBody("Omega ?", u"?", {}));
@@ -45,7 +45,7 @@ TEST(SearchText, AUnitThatNoByteShowsIsInNoTextWithoutDecoding) {
 }
 
 TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoesWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   for (int choice = 0; choice < 4; ++choice) {
     const MatchOptions options{(choice & 1) != 0, (choice & 2) != 0};
     for (int b = 0; b < 256; ++b) {
@@ -63,7 +63,7 @@ TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoesWithoutDecoding) 
 
 // A byte beside the hit, on either side.
 TEST(SearchText, EveryByteEndsAWordAsInShownTextWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   const SearchText search(u"x", kWord);
   for (int a = 0; a < 256; ++a) {
     for (const std::string& stored :

@@ -86,7 +86,7 @@ TEST_F(SearchTest, ATextWithANulIsInNoArticle) {
 
 // A "?" in its place would find what nobody looks for.
 TEST_F(SearchTest, CharactersThatNoArticleHasAreToldAndNotSearchedWithoutDecoding) {
-  const testing::WithoutDecoding scope;
+  const testing::WithoutDecoding off;
   ShowBodies();
   Put({"<9@x>", "", "Fourth", "ida", 9, false, "why ? ? \x80\r\n"});
   Recount();
