@@ -1,7 +1,13 @@
 #include "mime/binary_in_text.h"
 
+#include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 
+#include "mime/charset.h"
+#include "mime/uuencode.h"
+#include "mime/yenc.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -53,14 +59,69 @@ constexpr std::array<KnownExtension, 38> kExtensions = {{
     {u"avi", "video/x-msvideo"},
 }};
 
-}  // namespace
+struct Found {
+  BinaryInText binary;
+  std::string bytes;
+};
 
-std::vector<BinaryInText> FindBinariesInText(std::string_view /*text*/) {
-  return {};
+Found Made(std::size_t begin, std::size_t end, std::string_view name, std::string bytes,
+           BinaryCoding coding) {
+  Found found{{.begin = begin,
+               .end = end,
+               .name = DecodeUnlabelled(name),
+               .type = {},
+               .bytes = bytes.size(),
+               .coding = coding,
+               .damaged = false},
+              std::move(bytes)};
+  found.binary.type = TypeOfFileName(found.binary.name);
+  return found;
 }
 
-std::string DecodeBinaryInText(std::string_view /*text*/, const BinaryInText& /*found*/) {
-  return {};
+// A file whose first line begins at the place.
+std::optional<Found> FileAt(std::string_view text, std::size_t place) {
+  const std::string_view rest = text.substr(place);
+  if (rest.starts_with("begin ")) {
+    auto file = UuFileAt(text, place);
+    if (!file) return std::nullopt;
+    return Made(place, file->end, file->name, std::move(file->bytes), BinaryCoding::kUuencode);
+  }
+  if (rest.starts_with("begin-base64 ")) {
+    auto file = Base64FileAt(text, place);
+    if (!file) return std::nullopt;
+    return Made(place, file->end, file->name, std::move(file->bytes), BinaryCoding::kBase64);
+  }
+  if (!rest.starts_with("=ybegin ")) return std::nullopt;
+  auto file = YEncFileAt(text, place);
+  if (!file) return std::nullopt;
+  Found found = Made(place, file->end, file->name, std::move(file->bytes), BinaryCoding::kYEnc);
+  found.binary.damaged = file->damaged;
+  return found;
+}
+
+}  // namespace
+
+// The time stays linear because no line that can belong to a file begins one of its kind: what was
+// read in vain is not read in vain again.
+std::vector<BinaryInText> FindBinariesInText(std::string_view text) {
+  std::vector<BinaryInText> binaries;
+  for (std::size_t at = 0; at < text.size();) {
+    if (text[at] == 'b' || text[at] == '=') {
+      if (auto found = FileAt(text, at)) {
+        at = found->binary.end;
+        binaries.push_back(std::move(found->binary));
+        continue;
+      }
+    }
+    at = std::min(text.find('\n', at), text.size() - 1) + 1;
+  }
+  return binaries;
+}
+
+std::string DecodeBinaryInText(std::string_view text, const BinaryInText& found) {
+  if (found.begin >= text.size()) return {};
+  auto file = FileAt(text, found.begin);
+  return file ? std::move(file->bytes) : std::string();
 }
 
 std::string TypeOfFileName(std::u16string_view name) {

@@ -103,6 +103,7 @@ TEST(HeaderContains, AgreesWithComparingBytesAndFoldedTextWithoutDecoding) {
 // What was entered before there was any decoding goes on matching.
 TEST(HeaderContains, EveryByteThatCanBeTypedMatchesItself) {
   for (int b = ' '; b < 256; ++b) {
+    if (b == 0x7F) continue;
     const std::string wanted(1, static_cast<char>(b));
     EXPECT_TRUE(HeaderContains("x\xE4" + wanted + "\xC3y", wanted)) << b;
   }
