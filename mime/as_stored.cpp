@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "mime/charset.h"
+#include "util/ascii.h"
 #include "util/text.h"
 
 namespace quillet {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -53,7 +54,7 @@ TEST(ShownText, WhatHasNoByteIsNamedOnceAndWhole) {
 }
 
 TEST(Fold, FoldsAsciiLettersAloneWithoutDecoding) {
-  const testing::WithoutDecoding off;
+  const testing::WithoutDecoding scope;
   std::u16string units, expected;
   for (int c = 0; c < 0x10000; ++c) {
     units += static_cast<char16_t>(c);
@@ -76,7 +77,7 @@ TEST(HeaderContains, AnEmptyTextIsInEveryHeader) {
 }
 
 TEST(HeaderContains, ComparesEveryByteWithEveryOtherWithoutDecoding) {
-  const testing::WithoutDecoding off;
+  const testing::WithoutDecoding scope;
   for (int a = 0; a < 256; ++a) {
     for (int b = 0; b < 256; ++b) {
       const std::string stored(1, static_cast<char>(a)), wanted(1, static_cast<char>(b));
@@ -88,7 +89,7 @@ TEST(HeaderContains, ComparesEveryByteWithEveryOtherWithoutDecoding) {
 }
 
 TEST(HeaderContains, AgreesWithComparingBytesAndFoldedTextWithoutDecoding) {
-  const testing::WithoutDecoding off;
+  const testing::WithoutDecoding scope;
   testing::RandomTexts random;
   for (int round = 0; round < 20000; ++round) {
     for (const std::string_view alphabet : testing::kAlphabets) {
