@@ -3,6 +3,7 @@
 #include "article/panes.h"
 #include "base/app_messages.h"
 #include "base/upward_calls.h"
+#include "mime/decoding.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
 
@@ -378,6 +379,9 @@ TEST_F(ArticleView, TheHeaderBarTakesAnyText) {
   OpenGroup(1);
   Open("<o@x>");
   EXPECT_EQ(HeaderTexts()[0], u"Subject: " + std::u16string(100000, u's') + u"é");
+  EXPECT_EQ(HeaderTexts()[2], u"From: \uFFFD\uFFFD€");
+  SetDecoding(false);
+  DisplayCurrentArticle({});
   EXPECT_EQ(HeaderTexts()[2], u"From: \x01\x1b€");
 }
 
