@@ -52,6 +52,10 @@ class TextWriter {
                        unit == QLatin1Char('\r') || unit == QLatin1Char('\t');
     if (blank) {
       word_ = 0;
+    } else if (unit == kBreakMark) {
+      // One of the article's own: twice, so that a copy of the text keeps it.
+      out_ += kBreakMark;
+      word_ = 0;
     } else if (++word_ > kLongestWord && !unit.isLowSurrogate()) {
       out_ += kBreakMark;
       word_ = 1;
@@ -190,7 +194,15 @@ QString TextPageOf(const QString& text) {
 }
 
 QString WithoutBreakMarks(QString text) {
-  return text.remove(kBreakMark);
+  qsizetype length = 0;
+  for (qsizetype at = 0; at < text.size(); ++at) {
+    // A mark stays for each two of them.
+    const bool single = text[at] == kBreakMark && (++at == text.size() || text[at] != kBreakMark);
+    if (single && at == text.size()) break;
+    text[length++] = text[at];
+  }
+  text.truncate(length);
+  return text;
 }
 
 }  // namespace quillet::qt

@@ -14,7 +14,7 @@ QString PageOf(const QString& fragment);
 // The same for a text that is shown as it stands.
 QString TextPageOf(const QString& text);
 
-// A text copied from a page, without the break marks.
+// A text copied from a page, without the break marks; those of the article itself stay.
 QString WithoutBreakMarks(QString text);
 
 }  // namespace quillet::qt

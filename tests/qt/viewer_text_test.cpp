@@ -31,6 +31,18 @@ TEST(ViewerTextTest, OnlyVeryLongWordsGetBreakMarks) {
   EXPECT_FALSE(TextPageOf(pair.repeated(2000)).contains(pair[0] + QString(QChar(0x200B))));
 }
 
+TEST(ViewerTextTest, BreakMarksOfTheArticleItselfAreCopied) {
+  const QString mark(QChar(0x200B));
+  const QString thai = QStringLiteral("\u0E44\u0E17\u0E22");
+  const QString word(1000, QLatin1Char('w'));
+  for (const QString& text :
+       {thai + mark + thai, mark, mark + mark + mark, mark + thai, thai + mark, word + mark + word,
+        word + QLatin1Char('x') + mark, mark + word + word + mark, QString()}) {
+    EXPECT_EQ(WithoutBreakMarks(TextPageOf(text)), text);
+  }
+  EXPECT_EQ(WithoutBreakMarks(QStringLiteral("cut off") + mark), QStringLiteral("cut off"));
+}
+
 // --- Very long articles --------------------------------------------------------------------------
 
 constexpr qsizetype kMostCharacters = 2400000;
