@@ -152,7 +152,9 @@ class Opening(Reading):
             5: post("eve", "x" * 3000),
             6: post("finn", "<b>bold</b> & \x81\x8d\xa4", body="<script>alert(1)</script>\r\n"),
         }
-        with self.open(articles, values={"maxarticlesize": 100}) as q:
+        # Without decoding, rows and header bar are what is stored.
+        values = {"maxarticlesize": 100, "Extensions\\decodemime": 0}
+        with self.open(articles, values=values) as q:
             self.assertEqual(sorted(self.names(q)), ["ann", "bob", "carl", "dora", "eve", "finn"])
             self.assert_tree_true(q)
             for name in ("ann", "bob", "carl", "dora", "eve", "finn"):
@@ -162,6 +164,14 @@ class Opening(Reading):
             q.open_node("<finn@x>")
             self.assertIn("&lt;script&gt;alert(1)&lt;/script&gt;", q.viewer()["source"])
             self.assertEqual(q.header()[0], "Subject: <b>bold</b> & \x81\x8d\xa4")
+        self.assert_fine(q)
+
+    def test_control_characters_of_a_subject_are_shown_harmless(self):
+        articles = {1: post("finn", "bold \x1b[1m \x81\xa4")}
+        with self.open(articles) as q:
+            self.assertEqual(q.texts()[0][1], "bold \ufffd[1m \ufffd\xa4")
+            q.open_node("<finn@x>")
+            self.assertEqual(q.header()[0], "Subject: bold \ufffd[1m \ufffd\xa4")
         self.assert_fine(q)
 
 
