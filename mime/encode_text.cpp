@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "mime/charset_names.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -54,15 +55,28 @@ class Converter {
   const GIConv handle_;
 };
 
-bool IsUtf8(std::string_view charset) {
-  return EqualsNoCase(Widen(charset), u"utf-8") || EqualsNoCase(Widen(charset), u"utf8");
-}
-
-// A name alone: what iconv understands beside names would have it replace characters.
-bool IsCharsetName(std::string_view charset) {
-  return !charset.empty() && charset.size() <= 64 && std::ranges::all_of(charset, [](char c) {
-    return g_ascii_isalnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
-  });
+// What iconv calls a charset by that name; empty for one that nothing is written in.
+std::string IconvName(std::string_view charset) {
+  const Charset found = FindCharset(charset);
+  switch (found.kind) {
+    case CharsetKind::kUnlabelled:
+      return "US-ASCII";
+    case CharsetKind::kLatin1:
+      return "ISO-8859-1";
+    case CharsetKind::kWindows1252:
+      return "CP1252";
+    case CharsetKind::kUtf8:
+      return kUtf8;
+    case CharsetKind::kIso2022Jp:
+      return "ISO-2022-JP";
+    case CharsetKind::kIconv:
+      return found.iconv_name;
+    case CharsetKind::kUnknown:
+    case CharsetKind::kUtf16:
+    case CharsetKind::kHz:
+      break;
+  }
+  return {};
 }
 
 // Calls with each line and its line end.
@@ -108,11 +122,13 @@ std::string WholeValue(std::string_view name, std::string_view head) {
 
 std::optional<std::string> EncodeText(std::u16string_view text, std::string_view charset) {
   std::string utf8 = ToUtf8(text);
-  if (IsUtf8(charset)) return utf8;
-  if (!IsCharsetName(charset)) return std::nullopt;
-  Converter converter(std::string(charset), kUtf8);
+  const std::string name = IconvName(charset);
+  if (name == kUtf8) return utf8;
+  if (name.empty()) return std::nullopt;
+  Converter converter(name, kUtf8);
+  constexpr std::string_view kPlain = "a+b\r\n";
   std::string encoded;
-  if (!converter || !converter.Append("\r\n", encoded) || encoded != "\r\n") return std::nullopt;
+  if (!converter || !converter.Append(kPlain, encoded) || encoded != kPlain) return std::nullopt;
   encoded.clear();
   const bool all =
       ForEachLine(utf8, [&](std::string_view line) { return converter.Append(line, encoded); });
@@ -121,8 +137,9 @@ std::optional<std::string> EncodeText(std::u16string_view text, std::string_view
 }
 
 std::optional<std::u16string> DecodeText(std::string_view bytes, std::string_view charset) {
-  if (!IsCharsetName(charset)) return std::nullopt;
-  Converter converter(kUtf8, std::string(charset));
+  const std::string name = IconvName(charset);
+  if (name.empty()) return std::nullopt;
+  Converter converter(kUtf8, name);
   std::string utf8;
   if (!converter || !converter.Append(bytes, utf8)) return std::nullopt;
   return FromUtf8(utf8);

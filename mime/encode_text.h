@@ -8,8 +8,8 @@
 
 namespace quillet {
 
-// Nothing when the charset is unknown, lacks one of the characters, or is none that mail and news
-// lines can be written in (its line ends are not CR LF). Every line begins and ends in the
+// Nothing when the charset is unknown, lacks one of the characters, or is none in which plain ASCII
+// and the ends of lines stay what they are. Every line begins and ends in the
 // charset's first state. In UTF-8 a lone surrogate becomes U+FFFD, so UTF-8 holds everything.
 std::optional<std::string> EncodeText(std::u16string_view text, std::string_view charset);
 

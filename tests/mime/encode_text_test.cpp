@@ -17,6 +17,8 @@ TEST(EncodeText, OtherCharsetsHoldWhatTheyHave) {
   EXPECT_EQ(EncodeText(u"caf\u00E9", "iso-8859-1"), "caf\xE9");
   EXPECT_EQ(EncodeText(u"\u0416", "KOI8-R"), "\xF6");
   EXPECT_EQ(EncodeText(u"abc", "us-ascii"), "abc");
+  EXPECT_EQ(EncodeText(u"\u65E5", "x-sjis"), "\x93\xFA");  // one of its many names
+  EXPECT_EQ(EncodeText(u"\u20AC", "windows-1252"), "\x80");
 }
 
 TEST(EncodeText, OneCharacterTooManyRefusesAll) {
@@ -30,6 +32,7 @@ TEST(EncodeText, CharsetsThatNoLineCanBeWrittenInAreRefused) {
   EXPECT_EQ(EncodeText(u"a", ""), std::nullopt);
   EXPECT_EQ(EncodeText(u"a", "UTF-16"), std::nullopt);
   EXPECT_EQ(EncodeText(u"a", "UCS-2LE"), std::nullopt);
+  EXPECT_EQ(EncodeText(u"a", "UTF-7"), std::nullopt);  // it has a "+" of its own
   EXPECT_EQ(EncodeText(u"\u00E9", "ISO-8859-7//TRANSLIT"), std::nullopt);
   EXPECT_EQ(EncodeText(u"\u00E9", "ISO-8859-7//IGNORE"), std::nullopt);
 }
