@@ -10,6 +10,7 @@
 #include "mime/columns.h"
 #include "mime/encode_text.h"
 #include "nntp/post_text.h"
+#include "util/ascii.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -22,10 +23,6 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::size_t kFirstBreak = 73;
 constexpr std::size_t kFull = 80;
 constexpr std::size_t kLastOfSearch = 72;
-
-bool HasByteAbove127(std::string_view text) {
-  return std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-}
 
 // A blank that nothing stands on.
 bool IsPlainBlank(std::string_view text, std::size_t at) {
@@ -144,9 +141,9 @@ std::string ReadyUtf8(std::string_view body, std::size_t longest_bytes) {
 bool HasCharacters(std::string_view header, std::string_view body) {
   header = UntilNul(header);
   body = UntilNul(body);
-  if (HasByteAbove127(header) || HasByteAbove127(body)) return true;
+  if (!IsAscii(header) || !IsAscii(body)) return true;
   const auto text = TextInCharset(body, CharsetOfHead(header));
-  return text && std::ranges::any_of(*text, [](char16_t unit) { return unit >= 0x80; });
+  return text && !IsAscii(*text);
 }
 
 std::string WrapCharacters(std::string_view body) {
