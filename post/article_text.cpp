@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mime/body.h"
 #include "mime/shown_text.h"
 #include "util/text.h"
 
@@ -38,16 +39,22 @@ std::u16string QuotedUnits(std::string_view text) {
   return units;
 }
 
+bool HasQuotedUnits(std::u16string_view text) {
+  return std::ranges::any_of(text, IsQuotedUnit);
+}
+
 std::u16string ShownInEditor(std::u16string_view text) {
   std::u16string shown(text);
   for (char16_t& unit : shown) {
-    if (IsQuotedUnit(unit)) unit = ShownBody({}, std::string(1, static_cast<char>(unit & 0xFF)))[0];
+    if (IsQuotedUnit(unit)) unit = RawBody(std::string(1, static_cast<char>(unit & 0xFF)))[0];
   }
   return shown;
 }
 
-std::string ToArticleText(std::u16string_view text) {
-  if (std::ranges::none_of(text, IsQuotedUnit)) return ToStored(text);
+std::string ToArticleText(std::u16string_view text, TextForm form) {
+  if (form != TextForm::kQuotedBytes || !HasQuotedUnits(text)) {
+    return ToStored(text);
+  }
   return ToStored(ShownInEditor(text));
 }
 

@@ -11,12 +11,22 @@ namespace quillet {
 // its charset is.
 std::u16string QuotedUnits(std::string_view text);
 
+// Whether units of the text can be bytes of a quoted one.
+bool HasQuotedUnits(std::u16string_view text);
+
 // What the editor shows of a text with such units: the characters that the code page has for them.
 std::u16string ShownInEditor(std::u16string_view text);
 
-// The 8-bit text that is stored: a quoted unit becomes its byte again, every other one what the
-// code page has for it, "?" when it has nothing.
-std::string ToArticleText(std::u16string_view text);
+// How the units of a text become the bytes of an article.
+enum class TextForm {
+  kQuotedBytes,  // code page 1252; there may be QuotedUnits among them
+  kCodePage,     // code page 1252; every unit is a character
+  kUtf8,         // plain ASCII as it is, else UTF-8
+};
+
+// The 8-bit text that is stored in code page 1252: a quoted unit becomes its byte again, every
+// other one what the code page has for it, "?" when it has nothing.
+std::string ToArticleText(std::u16string_view text, TextForm form = TextForm::kQuotedBytes);
 
 // Line ends and NULs become blanks: what comes from servers, settings and pasted texts brings no
 // header lines of its own.

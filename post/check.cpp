@@ -7,6 +7,8 @@
 
 #include "post/article_text.h"
 #include "post/compose.h"
+#include "post/encode_article.h"
+#include "util/ascii.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -43,6 +45,10 @@ std::u16string_view FaultOfLine(std::u16string_view line, bool ended) {
   return line.substr(colon + 1, 1) == u" " ? std::u16string_view() : kNoBlankAfterColon;
 }
 
+ArticleFault Fault(std::u16string_view message, std::size_t at) {
+  return {std::u16string(message), at};
+}
+
 struct Scan {
   std::size_t separator = kNone;
   std::optional<ArticleFault> fault;
@@ -53,17 +59,17 @@ Scan ScanHeaders(std::u16string_view text) {
     const std::u16string_view rest = text.substr(at);
     // Before anything else is looked at: the separator has blanks of its own.
     if (StartsWith(rest, kBodySeparator)) {
-      if (at == 0) return {kNone, ArticleFault{kNoHeaders, 0}};
+      if (at == 0) return {kNone, Fault(kNoHeaders, 0)};
       return {at, std::nullopt};
     }
     const std::size_t length = std::min(rest.find(u'\r'), rest.size());
     const bool ended = length < rest.size();
     const std::u16string_view message = FaultOfLine(rest.substr(0, length), ended);
-    if (!message.empty()) return {kNone, ArticleFault{message, at}};
+    if (!message.empty()) return {kNone, Fault(message, at)};
     at += length + (ended ? 1 : 0);
     if (at < text.size() && text[at] == u'\n') ++at;
   }
-  return {kNone, ArticleFault{kNoSeparator, text.size()}};
+  return {kNone, Fault(kNoSeparator, text.size())};
 }
 
 // Runs of line ends become one, so that no empty line ends the headers early on the wire.
@@ -87,27 +93,38 @@ std::size_t PlaceOf(std::u16string_view name, std::u16string_view headers) {
   return at == kNone ? 0 : at;
 }
 
+// What a server insists on.
+std::optional<ArticleFault> FaultOfValues(std::u16string_view headers, std::u16string_view body,
+                                          std::size_t end) {
+  const std::u16string_view groups = FindHeaderLine(u"Newsgroups:", headers).value;
+  if (groups.empty()) return Fault(kNoNewsgroups, PlaceOf(u"Newsgroups:", headers));
+  if (groups.find(u' ') != kNone)
+    return Fault(kBlankInNewsgroups, PlaceOf(u"Newsgroups:", headers));
+  if (body.empty()) return Fault(kNoBody, end);
+  if (!FindHeaderLine(u"Subject:", headers).value.empty()) return std::nullopt;
+  return Fault(kNoSubject, PlaceOf(u"Subject:", headers));
+}
+
 }  // namespace
 
 std::variant<CheckedArticle, ArticleFault> CheckArticle(std::u16string_view text,
-                                                        std::u16string_view references) {
+                                                        std::u16string_view references,
+                                                        TextForm form) {
   const Scan scan = ScanHeaders(text);
   if (scan.fault) return *scan.fault;
-  const std::u16string_view edited_headers = text.substr(0, scan.separator);
+  const std::u16string_view headers = text.substr(0, scan.separator);
+  const std::u16string_view body = text.substr(scan.separator + kBodySeparator.size());
+  if (auto fault = FaultOfValues(headers, body, text.size())) return *std::move(fault);
+  const std::u16string ids =
+      form == TextForm::kUtf8 ? AsciiReferences(references) : std::u16string(references);
+  if (form == TextForm::kUtf8 && !IsAscii(text)) return EncodeArticle(headers, ids, body);
   CheckedArticle article;
-  article.headers = WithoutEmptyLines(ToArticleText(edited_headers));
-  const std::string_view groups = FindHeaderLine("Newsgroups:", article.headers).value;
-  const std::size_t groups_at = PlaceOf(u"Newsgroups:", edited_headers);
-  if (groups.empty()) return ArticleFault{kNoNewsgroups, groups_at};
-  if (groups.find(' ') != groups.npos) return ArticleFault{kBlankInNewsgroups, groups_at};
-  const std::string subject(FindHeaderLine("Subject:", article.headers).value);
-  if (!references.empty()) {
-    article.headers.append("References: ").append(ToArticleText(references)).append("\r\n");
+  article.headers = WithoutEmptyLines(ToArticleText(headers, form));
+  article.subject = FindHeaderLine("Subject:", article.headers).value;
+  if (!ids.empty()) {
+    article.headers.append("References: ").append(ToArticleText(ids, form)).append("\r\n");
   }
-  article.body = ToArticleText(text.substr(scan.separator + kBodySeparator.size()));
-  if (article.body.empty()) return ArticleFault{kNoBody, text.size()};
-  if (subject.empty()) return ArticleFault{kNoSubject, PlaceOf(u"Subject:", edited_headers)};
-  article.subject = subject;
+  article.body = ToArticleText(body, form);
   return article;
 }
 
@@ -120,8 +137,8 @@ std::variant<MailParts, ArticleFault> FindMailParts(std::u16string_view text) {
   constexpr std::u16string_view kSubject = u"Subject:";
   // Meant: with regard to case and wherever it stands, unlike in an article.
   const std::size_t subject = headers.find(kSubject);
-  if (subject == kNone) return ArticleFault{kSubjectNotFound, 0};
-  if (separator == kNone) return ArticleFault{kNoSeparator, text.size()};
+  if (subject == kNone) return Fault(kSubjectNotFound, 0);
+  if (separator == kNone) return Fault(kNoSeparator, text.size());
   std::u16string_view value = headers.substr(subject + kSubject.size());
   value.remove_prefix(std::min<std::size_t>(value.size(), 1));
   return MailParts{value.substr(0, value.find_first_of(u"\r\n")),

@@ -4,11 +4,16 @@
 
 #include <algorithm>
 
+#include "base/extensions.h"
 #include "base/guarded.h"
 #include "base/prefs.h"
+#include "mime/body.h"
 #include "mime/shown_text.h"
 #include "nntp/headers.h"
 #include "post/article_text.h"
+#include "post/encode_article.h"
+#include "post/quote.h"
+#include "util/ascii.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -17,6 +22,8 @@ namespace {
 
 constexpr std::u16string_view kCrLf = u"\r\n";
 constexpr std::string_view kReferences = "References:";
+// The source of an article that came out of a file: no dots were doubled in it.
+constexpr std::string_view kImportedSource = "<import>";
 constexpr std::size_t kAttributionLimit = 1024;
 constexpr std::size_t kLongestAddress = 1023;
 
@@ -24,8 +31,18 @@ std::string_view TextOf(const std::optional<std::string>& text) {
   return text ? UntilNul(*text) : std::string_view();
 }
 
-bool HasRe(std::string_view subject) {
-  return StartsWithNoCase(subject, "re:");
+// Texts are taken as they are shown; else byte for byte, as code page 1252 has them.
+bool WritesEveryLanguage() {
+  return ReadExtensions().postcharsets != 0;
+}
+
+// The value of a header. What was decoded brings no header lines of its own.
+std::u16string HeaderText(std::string_view stored) {
+  return WritesEveryLanguage() ? OneLine(ShownHeader(stored)) : RawBody(stored);
+}
+
+bool HasRe(std::u16string_view subject) {
+  return StartsWithNoCase(subject, u"re:");
 }
 
 // What stands for a code of the attribution; nothing for one that is unknown.
@@ -37,15 +54,38 @@ std::string_view ValueOfCode(const AsciiArticle& article, char16_t code) {
   return {};
 }
 
+std::u16string ReplySubject(const AsciiArticle& article) {
+  return MakeReLine(TextOf(article.subject), TextOf(article.headers));
+}
+
+std::u16string QuotedBody(const AsciiArticle& article) {
+  if (!WritesEveryLanguage()) return QuoteBody(TextOf(article.body));
+  const bool stuffed = TextOf(article.source) != kImportedSource;
+  const DecodedBody body = DecodeBody(
+      {.head = TextOf(article.headers), .body = TextOf(article.body), .stuffed = stuffed});
+  const std::u16string& mark = gPrefs->quotestring;
+  return body.flowed ? QuoteParagraphs(body.text, mark) : QuoteLines(body.text, mark);
+}
+
 // All that replies and forwards have in common.
 std::unique_ptr<PostInfo> ComposeAnswer(const AsciiArticle& article, std::u16string_view group) {
   auto info = NewPostInfo();
   if (!info) return nullptr;
   info->reply = ReplyFlag::kReply;
-  info->subject = MakeReLine(TextOf(article.subject));
+  info->characters = WritesEveryLanguage();
+  info->subject = ReplySubject(article);
   if (info->subject.empty()) return nullptr;
   info->text = CreateReplyText(article, group, gPrefs->simplepost == 0);
   return info;
+}
+
+std::u16string BodyToEdit(const AsciiArticle& post) {
+  const std::string_view body = TextOf(post.body);
+  return WritesEveryLanguage() ? WrittenBody(TextOf(post.headers), body) : RawBody(body);
+}
+
+bool IsShownAscii(const AsciiArticle& post, std::u16string_view body) {
+  return IsAscii(body) && IsAscii(ShownHeaderLines(TextOf(post.headers)));
 }
 
 std::u16string StoredReferences(const AsciiArticle& article) {
@@ -74,7 +114,7 @@ std::u16string CreateBlankHeader(std::u16string_view newsgroups) {
 
 std::u16string CreateReplyHeader(const AsciiArticle& article, std::u16string_view group) {
   std::u16string text = FromLine();
-  text += FormatWide(u"Subject: %ls%ls", MakeReLine(TextOf(article.subject)), kCrLf);
+  text += FormatWide(u"Subject: %ls%ls", ReplySubject(article), kCrLf);
   const auto newsgroups = GetHeaderValueWide("Newsgroups:", TextOf(article.headers));
   text += FormatWide(u"Newsgroups: %ls%ls", newsgroups.value_or(OneLine(group)), kCrLf);
   // Meant: no line end is added here, unlike in a new article.
@@ -85,12 +125,13 @@ std::u16string CreateReplyText(const AsciiArticle& article, std::u16string_view 
                                bool with_header) {
   std::u16string text = with_header ? CreateReplyHeader(article, group) : std::u16string();
   text += ExpandAttribution(article);
-  text += QuoteBody(TextOf(article.body));
+  text += QuotedBody(article);
   return text.append(kCrLf).append(gPrefs->signature);
 }
 
 std::u16string ExpandAttribution(const AsciiArticle& article) {
   const std::u16string_view wording = gPrefs->attribution;
+  const bool every_language = WritesEveryLanguage();
   std::u16string text;
   // The limit is looked at before each unit of the wording: one expansion may go beyond it, and is
   // then the last one.
@@ -99,7 +140,8 @@ std::u16string ExpandAttribution(const AsciiArticle& article) {
       text += wording[i];
     } else if (++i < wording.size()) {
       // Meant: an unknown code vanishes, a second "$" too.
-      text += QuotedUnits(ValueOfCode(article, wording[i]));
+      const std::string_view value = ValueOfCode(article, wording[i]);
+      text += every_language ? OneLine(ShownHeader(value)) : QuotedUnits(value);
     }
   }
   return text.append(kCrLf);
@@ -119,10 +161,11 @@ std::u16string QuoteBody(std::string_view body) {
   return text;
 }
 
-std::u16string MakeReLine(std::string_view subject) {
+std::u16string MakeReLine(std::string_view subject, std::string_view kept_headers) {
   return Guarded(u"MakeReLine", [&] {
-    const std::u16string shown = ShownHeader(subject);
-    return HasRe(subject) ? shown : u"Re: " + shown;
+    const std::u16string shown =
+        WritesEveryLanguage() ? HeaderText(JoinedSubject(subject, kept_headers)) : RawBody(subject);
+    return HasRe(shown) ? shown : u"Re: " + shown;
   });
 }
 
@@ -134,33 +177,41 @@ std::u16string ExtractAddress(std::string_view value) {
   } else {
     value = value.substr(0, value.find(' '));
   }
-  return ShownHeader(value.substr(0, kLongestAddress));
+  return HeaderText(value.substr(0, kLongestAddress));
 }
 
 std::u16string ReferencesOfReply(const AsciiArticle& article) {
   std::u16string references = StoredReferences(article);
-  const std::u16string id = ShownHeader(TextOf(article.messageId));
+  const std::u16string id = RawBody(TextOf(article.messageId));
   if (!references.empty() && !id.empty()) references += u' ';
   return references.append(id);
 }
 
 std::u16string PostToEditText(const AsciiArticle& post) {
+  const bool every_language = WritesEveryLanguage();
+  const std::u16string body = BodyToEdit(post);
+  // Only such an article has got lines of ours. They are made anew when it is stored.
+  const bool has_added_lines = every_language && !IsShownAscii(post, body);
   std::u16string text;
   std::string_view headers = TextOf(post.headers);
   while (!headers.empty()) {
-    const std::string_view line = headers.substr(0, headers.find('\n'));
+    std::string_view line = headers.substr(0, headers.find('\n'));
     headers.remove_prefix(std::min(line.size() + 1, headers.size()));
     if (line.empty() || StartsWith(line, kReferences)) continue;
-    text.append(ShownHeaderLines(line)).push_back(u'\n');
+    const std::string_view end = line.ends_with('\r') ? "\r" : "";
+    line.remove_suffix(end.size());
+    if (has_added_lines && IsAddedMimeLine(line)) continue;
+    text += every_language ? OneLine(ShownHeaderLines(line)) : RawBody(line);
+    text.append(RawBody(end)).push_back(u'\n');
   }
-  text += kBodySeparator;
-  return text.append(ShownBody(TextOf(post.headers), TextOf(post.body)));
+  return text.append(kBodySeparator).append(body);
 }
 
 std::unique_ptr<PostInfo> ComposeNewArticle(std::u16string_view newsgroups) {
   auto info = NewPostInfo();
   if (!info) return nullptr;
   info->newsgroups = OneLine(newsgroups);
+  info->characters = WritesEveryLanguage();
   info->text = gPrefs->simplepost != 0 ? gPrefs->signature : CreateBlankHeader(info->newsgroups);
   if (gPrefs->simplepost == 0 && info->text.empty()) return nullptr;
   return info;
@@ -190,11 +241,11 @@ std::unique_ptr<PostInfo> ComposeQueuedPost(const AsciiArticle& post) {
   info->key = TextOf(post.messageId);
   info->reply = ReplyFlag::kQueued;
   const std::string_view headers = TextOf(post.headers);
-  info->newsgroups = ShownHeader(FindHeaderLine("Newsgroups:", headers).value);
-  info->references = ShownHeader(FindHeaderLine(kReferences, headers).value);
-  info->subject = ShownHeader(TextOf(post.subject));
-  info->text =
-      gPrefs->simplepost != 0 ? ShownBody(headers, TextOf(post.body)) : PostToEditText(post);
+  info->newsgroups = RawBody(FindHeaderLine("Newsgroups:", headers).value);
+  info->references = RawBody(FindHeaderLine(kReferences, headers).value);
+  info->subject = HeaderText(TextOf(post.subject));
+  info->characters = WritesEveryLanguage();
+  info->text = gPrefs->simplepost != 0 ? BodyToEdit(post) : PostToEditText(post);
   return info;
 }
 

@@ -20,13 +20,15 @@ std::u16string CreateReplyHeader(const AsciiArticle& article, std::u16string_vie
 std::u16string CreateReplyText(const AsciiArticle& article, std::u16string_view group,
                                bool with_header);
 
-// Text of the article comes as QuotedUnits (post/article_text.h) in these two. The first ends with
-// CR LF.
+// Ends with CR LF. Text of the article comes as it is shown; with `postcharsets` off as QuotedUnits
+// (post/article_text.h).
 std::u16string ExpandAttribution(const AsciiArticle& article);
+// With `postcharsets` off; text of the article comes as QuotedUnits.
 std::u16string QuoteBody(std::string_view body);
 
-// Empty after the report "out of memory" in "MakeReLine".
-std::u16string MakeReLine(std::string_view subject);
+// Empty after the report "out of memory" in "MakeReLine". `kept_headers` may have continuation
+// lines of the subject.
+std::u16string MakeReLine(std::string_view subject, std::string_view kept_headers = {});
 // The address in the value of a From or Reply-To line.
 std::u16string ExtractAddress(std::string_view value);
 // The stored References and the article itself; without them the article alone.

@@ -6,6 +6,7 @@
 #include "base/registry_values.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "post/article_text.h"
 #include "util/format.h"
 #include "util/little_endian.h"
 
@@ -13,9 +14,14 @@ namespace quillet {
 namespace {
 
 constexpr std::string_view kLayout = "Quillet draft 1\n";
+// All the same, but every unit of the text is a character. Without a unit that could be a quoted
+// byte there is no difference, and earlier versions can open the file.
+constexpr std::string_view kCharacterLayout = "Quillet draft 2\n";
+static_assert(kLayout.size() == kCharacterLayout.size());
 
 class Writer {
  public:
+  explicit Writer(std::string_view layout) : data_(layout) {}
   template <class Value>
   void Number(Value value, std::uint32_t /*end*/ = 0) {
     AppendU32(data_, static_cast<std::uint32_t>(value));
@@ -28,15 +34,17 @@ class Writer {
   std::string Take() { return std::move(data_); }
 
  private:
-  std::string data_{kLayout};
+  std::string data_;
 };
 
 // After a value that is not there all are empty, and it is not good any more.
 class Reader {
  public:
-  explicit Reader(std::string_view data) : rest_(data), good_(data.starts_with(kLayout)) {
+  explicit Reader(std::string_view data)
+      : rest_(data), good_(data.starts_with(kLayout) || HasCharacters(data)) {
     rest_.remove_prefix(good_ ? kLayout.size() : rest_.size());
   }
+  static bool HasCharacters(std::string_view data) { return data.starts_with(kCharacterLayout); }
   // One of those below `end`; 0: any.
   template <class Value>
   void Number(Value& value, std::uint32_t end = 0) {
@@ -95,7 +103,8 @@ void Pass(Stream& stream, AnyDraft& draft) {
 }  // namespace
 
 std::string SerializeDraft(const Draft& draft) {
-  Writer out;
+  const bool differs = draft.info.characters && HasQuotedUnits(draft.info.text);
+  Writer out(differs ? kCharacterLayout : kLayout);
   Pass(out, draft);
   return out.Take();
 }
@@ -105,6 +114,7 @@ std::optional<Draft> ParseDraft(std::string_view data) {
   Draft draft;
   Pass(in, draft);
   if (!in.AtEnd()) return std::nullopt;
+  draft.info.characters = Reader::HasCharacters(data);
   return draft;
 }
 

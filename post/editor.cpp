@@ -3,10 +3,13 @@
 // program, and the editor with it.
 #include "post/editor.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "base/app_messages.h"
 #include "base/box_owner.h"
+#include "base/extensions.h"
 #include "base/guarded.h"
 #include "base/messages.h"
 #include "base/prefs.h"
@@ -111,7 +114,15 @@ bool IsWriting() {
   return true;
 }
 
+// What is opened while every language is written stays a text of characters.
+void MakeCharacters(PostInfo& info) {
+  if (info.characters || ReadExtensions().postcharsets == 0) return;
+  info.text = ShownInEditor(info.text);
+  info.characters = true;
+}
+
 bool OpenWith(Draft draft, bool restored) {
+  MakeCharacters(draft.info);
   const EditorKind& kind = draft.simple ? SimpleEditor() : FullEditor();
   const port::WindowHandle window =
       gPlatform->dialogs.Create(kind.form, gMainWindow, port::DialogKind::kWindow);
@@ -141,15 +152,25 @@ void Start(std::u16string_view starter, const Compose& compose) {
   });
 }
 
+TextForm CodePageFormOf(const PostInfo& info) {
+  return info.characters ? TextForm::kCodePage : TextForm::kQuotedBytes;
+}
+
 bool IsToBeMailed(const Draft& draft) {
   return draft.simple ? !draft.info.recipients.empty() : draft.info.mode != RouteMode::kPost;
 }
 
 bool IsInQueue(const Draft& draft) {
   const auto post = FetchPendingPost(draft.storing_key);
-  const auto article = (draft.simple ? SimpleEditor() : FullEditor()).article(draft);
-  return post && article && post->headers == article->headers && post->body == article->body &&
-         post->subject == article->subject;
+  if (!post) return false;
+  const EditorKind& kind = draft.simple ? SimpleEditor() : FullEditor();
+  // Whichever way it was stored: the switch may have been changed since.
+  const std::array<TextForm, 2> forms = {TextForm::kUtf8, CodePageFormOf(draft.info)};
+  return std::ranges::any_of(forms, [&](TextForm form) {
+    const auto article = kind.article(draft, form);
+    return article && post->headers == article->headers && post->body == article->body &&
+           post->subject == article->subject;
+  });
 }
 
 // True when the user had pressed OK, and all that it stands for was done.
@@ -181,9 +202,11 @@ std::string NewPostKey() {
 
 // After the store: the user still knows the text.
 void TellOfReplaced(const Draft& draft) {
+  const TextForm form = FormOf(draft.info);
+  if (form == TextForm::kUtf8) return;
   const std::u16string& text = draft.info.text;
-  const std::u16string refusal =
-      RefusalOf(ShownInEditor(text) + draft.info.subject + draft.info.newsgroups);
+  const std::u16string shown = form == TextForm::kQuotedBytes ? ShownInEditor(text) : text;
+  const std::u16string refusal = RefusalOf(shown + draft.info.subject + draft.info.newsgroups);
   if (!refusal.empty()) {
     ShowMessage(refusal + u". In the article that waits to be posted each of them is a \"?\".");
   }
@@ -200,6 +223,10 @@ std::optional<std::u16string> CaptureDlgItemText(port::WindowHandle dialog, std:
     std::erase(text, u'\0');
     return text;
   });
+}
+
+TextForm FormOf(const PostInfo& info) {
+  return ReadExtensions().postcharsets != 0 ? TextForm::kUtf8 : CodePageFormOf(info);
 }
 
 void ChoosePostKey(Editor& editor) {

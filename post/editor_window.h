@@ -38,17 +38,21 @@ struct EditorKind {
   // A press or choice other than Cancel; true when the editor is to close, its work done.
   bool (*command)(Editor& editor, std::uint32_t control) = nullptr;
   // What OK would store, or nothing when it would not.
-  std::optional<CheckedArticle> (*article)(const Draft& draft) = nullptr;
+  std::optional<CheckedArticle> (*article)(const Draft& draft, TextForm form) = nullptr;
 };
 
 // The whole text of a control, its lines ended by CR LF, without NULs; nothing when memory ran out
 // (reported, "CaptureDlgItemText") or the window does not exist.
 std::optional<std::u16string> CaptureDlgItemText(port::WindowHandle dialog, std::uint32_t control);
 
+// As what OK stores a text, as the switch "postcharsets" stands now.
+TextForm FormOf(const PostInfo& info);
+
 // Chooses what the article will be stored as, before anything of it is sent: that of the queued
 // post while it still waits, else a new one.
 void ChoosePostKey(Editor& editor);
-// Stores the article under that key, and says when characters had to be replaced. False when it
+// Stores the article under that key, and says when characters had to be replaced,
+// as code page 1252 has it. False when it
 // could not be stored (StoreAsciiGDBMPost has said so).
 bool StoreWritten(Editor& editor, const CheckedArticle& article);
 // Mails the text, once an article: what was mailed before is not mailed again. False when it could

@@ -32,10 +32,12 @@ constexpr std::array<Route, 4> kRoutes = {{
 
 void SetUp(port::WindowHandle window, const Draft& draft) {
   gPlatform->dialogs.WriteMany(
-      window, {{kControlRoute, port::Visible{draft.info.reply == ReplyFlag::kReply}},
-               {kControlArticleText, port::Text{ShownInEditor(draft.info.text)}},
-               {kControlArticleText, port::TextState{draft.caret, 0, false}},
-               {kControlArticleText, port::Focus{}}});
+      window,
+      {{kControlRoute, port::Visible{draft.info.reply == ReplyFlag::kReply}},
+       {kControlArticleText,
+        port::Text{draft.info.characters ? draft.info.text : ShownInEditor(draft.info.text)}},
+       {kControlArticleText, port::TextState{draft.caret, 0, false}},
+       {kControlArticleText, port::Focus{}}});
 }
 
 bool Read(port::WindowHandle window, Draft& draft) {
@@ -86,8 +88,9 @@ void ShowPlace(const Editor& editor, std::size_t at) {
 // What the article becomes in the queue; nothing when memory ran out (reported).
 std::optional<std::variant<CheckedArticle, ArticleFault>> Check(const Draft& draft,
                                                                 std::u16string_view text) {
-  return Guarded(u"VerifyAndPostArticle",
-                 [&] { return std::optional(CheckArticle(text, draft.info.references)); });
+  return Guarded(u"VerifyAndPostArticle", [&] {
+    return std::optional(CheckArticle(text, draft.info.references, FormOf(draft.info)));
+  });
 }
 
 // True when it is in the queue.
@@ -153,8 +156,8 @@ bool Command(Editor& editor, std::uint32_t control) {
   return false;
 }
 
-std::optional<CheckedArticle> Article(const Draft& draft) {
-  auto checked = CheckArticle(draft.info.text, draft.info.references);
+std::optional<CheckedArticle> Article(const Draft& draft, TextForm form) {
+  auto checked = CheckArticle(draft.info.text, draft.info.references, form);
   auto* article = std::get_if<CheckedArticle>(&checked);
   return article != nullptr ? std::optional(std::move(*article)) : std::nullopt;
 }

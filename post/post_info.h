@@ -14,6 +14,9 @@ enum class ReplyFlag { kNew = 0, kReply = 1, kQueued = 2 };
 
 struct PostInfo {
   std::u16string text;  // what the editor begins with; lines end with CR LF
+  // Every unit of the text is a character; else there may be QuotedUnits in it
+  // (post/article_text.h).
+  bool characters = false;
   std::u16string subject;
   std::u16string newsgroups;  // joined by ","
   std::u16string references;

@@ -14,8 +14,10 @@
 #include "port/platform.h"
 #include "post/article_text.h"
 #include "post/compose.h"
+#include "post/encode_article.h"
 #include "post/recipients.h"
 #include "res/resource.h"
+#include "util/ascii.h"
 
 namespace quillet {
 namespace {
@@ -60,9 +62,11 @@ void SetUp(port::WindowHandle window, const Draft& draft) {
                                         {kControlPostField, port::Choice{draft.field}}});
   ShowField(window, shown, OffersOfPrefs(), draft.field);
   gPlatform->dialogs.WriteMany(
-      window, {{kControlPostBody, port::Text{ShownInEditor(draft.info.text)}},
-               {kControlPostBody, port::TextState{draft.caret, 0, false}},
-               {draft.info.subject.empty() ? kControlPostValue : kControlPostBody, port::Focus{}}});
+      window,
+      {{kControlPostBody,
+        port::Text{draft.info.characters ? draft.info.text : ShownInEditor(draft.info.text)}},
+       {kControlPostBody, port::TextState{draft.caret, 0, false}},
+       {draft.info.subject.empty() ? kControlPostValue : kControlPostBody, port::Focus{}}});
 }
 
 bool Read(port::WindowHandle window, Draft& draft, const Offers& offers) {
@@ -126,32 +130,51 @@ bool UserGoesBack(const Editor& editor, const Draft& draft) {
   return false;
 }
 
-std::string LineOf(std::u16string_view text) {
-  return ToArticleText(OneLine(text));
-}
-
-std::string HeadersOf(const Draft& draft, const std::string& newsgroups) {
+std::u16string HeadersOf(const Draft& draft, std::u16string_view newsgroups, TextForm form) {
+  constexpr std::u16string_view kCrLf = u"\r\n";
   std::u16string from = FromLine();
-  from.resize(from.size() - 2);
-  std::string headers = LineOf(from) + "\r\n";
-  headers += "Subject: " + LineOf(draft.info.subject) + "\r\n";
-  headers += "Newsgroups: " + newsgroups + "\r\n";
-  if (!draft.info.references.empty()) {
-    headers += "References: " + LineOf(draft.info.references) + "\r\n";
-  }
-  headers += ToArticleText(gPrefs->extraheaders);
-  if (headers.back() != '\n') headers += "\r\n";
+  from.resize(from.size() - kCrLf.size());
+  std::u16string headers = OneLine(from).append(kCrLf);
+  headers.append(u"Subject: ").append(OneLine(draft.info.subject)).append(kCrLf);
+  headers.append(u"Newsgroups: ").append(newsgroups).append(kCrLf);
+  std::u16string references = OneLine(draft.info.references);
+  if (form == TextForm::kUtf8) references = AsciiReferences(references);
+  if (!references.empty()) headers.append(u"References: ").append(references).append(kCrLf);
+  headers += gPrefs->extraheaders;
+  if (headers.back() != u'\n') headers += kCrLf;
   return headers;
 }
 
-std::optional<CheckedArticle> Article(const Draft& draft) {
-  std::string newsgroups = LineOf(draft.info.newsgroups);
-  std::erase(newsgroups, ' ');
+// Nothing when it goes to no group.
+using Checked = std::optional<std::variant<CheckedArticle, ArticleFault>>;
+
+// What is stored.
+Checked Check(const Draft& draft, TextForm form) {
+  std::u16string newsgroups = OneLine(draft.info.newsgroups);
+  std::erase(newsgroups, u' ');
   if (newsgroups.empty()) return std::nullopt;
   std::u16string body = draft.info.text;
   std::erase(body, u'\0');
-  return CheckedArticle{HeadersOf(draft, newsgroups), ToArticleText(body),
-                        LineOf(draft.info.subject)};
+  const std::u16string headers = HeadersOf(draft, newsgroups, form);
+  const bool ascii = IsAscii(headers) && IsAscii(body);
+  if (form == TextForm::kUtf8 && !ascii) return EncodeArticle(headers, u"", body);
+  return CheckedArticle{ToArticleText(headers, form), ToArticleText(body, form),
+                        ToArticleText(OneLine(draft.info.subject), form)};
+}
+
+std::optional<CheckedArticle> Article(const Draft& draft, TextForm form) {
+  auto checked = Check(draft, form);
+  auto* article = checked ? std::get_if<CheckedArticle>(&*checked) : nullptr;
+  return article != nullptr ? std::optional(std::move(*article)) : std::nullopt;
+}
+
+// True when the article cannot be stored as it is, and the user has been told.
+bool TellsOfFault(const Editor& editor, const Draft& draft, const Checked& checked) {
+  const auto* fault = checked ? std::get_if<ArticleFault>(&*checked) : nullptr;
+  if (fault == nullptr) return false;
+  if (!IsAscii(draft.info.newsgroups)) ChooseField(editor, kNewsgroupsField);
+  ShowMessage(fault->message);
+  return true;
 }
 
 // The post waits already, its mail could not be placed. What the user posts from here on is another
@@ -169,14 +192,15 @@ bool EmailAndPostSimpleMessage(Editor& editor, const std::u16string& body) {
   Draft draft = editor.keeper->Read();
   draft.info.text = body;
   if (UserGoesBack(editor, draft)) return false;
-  const auto article =
-      Guarded(u"EmailAndPostSimpleMessage", [&] { return std::make_optional(Article(draft)); });
-  if (!article) return false;
+  const auto checked = Guarded(u"EmailAndPostSimpleMessage", [&] {
+    return std::make_optional(Check(draft, FormOf(draft.info)));
+  });
+  if (!checked || TellsOfFault(editor, draft, *checked)) return false;
   const bool mails = !draft.info.recipients.empty();
-  if (*article) ChoosePostKey(editor);
+  if (*checked) ChoosePostKey(editor);
   const bool mailed = !mails || MailWritten(editor, body, draft.info.subject);
-  if (!*article) return mailed;
-  if (StoreWritten(editor, **article)) {
+  if (!*checked) return mailed;
+  if (StoreWritten(editor, std::get<CheckedArticle>(**checked))) {
     if (!mailed) LeaveMailToBeDone(editor);
     return mailed;
   }

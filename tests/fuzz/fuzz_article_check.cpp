@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::u16string text =
       TypedText(quillet::FromUtf8({reinterpret_cast<const char*>(data), size}));
-  const auto result = quillet::CheckArticle(text, u"");
+  const auto result = quillet::CheckArticle(text, u"", quillet::TextForm::kQuotedBytes);
   if (const auto* article = std::get_if<quillet::CheckedArticle>(&result)) {
     CheckStored(*article, text);
   } else {

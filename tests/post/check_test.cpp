@@ -14,15 +14,16 @@ const std::u16string kSeparator(kBodySeparator);
 const std::u16string kHead = u"From: a\r\nSubject: s\r\nNewsgroups: comp.test\r\n";
 const std::u16string kGood = kHead + kSeparator + u"Body\r\n";
 
-CheckedArticle Checked(std::u16string_view text, std::u16string_view references = u"") {
-  const auto result = CheckArticle(text, references);
+CheckedArticle Checked(std::u16string_view text, std::u16string_view references = u"",
+                       TextForm form = TextForm::kQuotedBytes) {
+  const auto result = CheckArticle(text, references, form);
   const auto* article = std::get_if<CheckedArticle>(&result);
   EXPECT_NE(article, nullptr);
   return article != nullptr ? *article : CheckedArticle();
 }
 
 ArticleFault Fault(std::u16string_view text) {
-  const auto result = CheckArticle(text, u"");
+  const auto result = CheckArticle(text, u"", TextForm::kQuotedBytes);
   const auto* fault = std::get_if<ArticleFault>(&result);
   EXPECT_NE(fault, nullptr);
   return fault != nullptr ? *fault : ArticleFault();
@@ -158,7 +159,7 @@ MailParts Parts(const std::u16string& text) {
   return parts != nullptr ? *parts : MailParts();
 }
 
-std::u16string_view MailFault(const std::u16string& text) {
+std::u16string MailFault(const std::u16string& text) {
   const auto result = FindMailParts(text);
   const auto* fault = std::get_if<ArticleFault>(&result);
   return fault != nullptr ? fault->message : u"none";

@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/extensions.h"
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "port/fake/fake_platform.h"
 #include "post/article_text.h"
+#include "post/check.h"
 #include "tests/support/failing_new.h"
+#include "util/text.h"
 
 namespace quillet {
 namespace {
@@ -33,6 +36,8 @@ class Compose : public ::testing::Test {
     source.replyTo = "Bob <reply@example.invalid>";
   }
   ~Compose() override { ResetProgram(); }
+
+  void WriteCodePage() { fake.registry.PutDword(kExtensionsPath, u"postcharsets", 0); }
 
   port::FakePlatform fake;
   AsciiArticle source;
@@ -111,6 +116,7 @@ TEST_F(Compose, MissingTextsExpandToNothing) {
 }
 
 TEST_F(Compose, AttributionCopiesBytesSignExtended) {
+  WriteCodePage();
   gPrefs->attribution = u"$a";
   source.from = "J\xF6rg \x80\xFF";
   EXPECT_EQ(ExpandAttribution(source), u"J\xFFF6rg \xFF80\xFFFF\r\n");
@@ -250,6 +256,93 @@ TEST_F(Compose, DamagedQueuedPostsCanBeEdited) {
   post.headers = std::string("no colon\n\nA: b\0C: d", 18);
   post.body = std::string("x\0y", 3);
   EXPECT_EQ(PostToEditText(post), u"no colon\nA: b\n--- Begin body here ---\r\nx");
+}
+
+// --- every language, and the same with it switched off ---
+
+TEST_F(Compose, SwitchedOffRepliesQuoteWhatIsStored) {
+  WriteCodePage();
+  gPrefs->attribution = u"$a:";
+  gPrefs->simplepost = 1;
+  source.subject = "=?UTF-8?B?zqnOvM6tzrPOsQ==?=";
+  source.from = "=?UTF-8?Q?=CE=A9?= <a@b>";
+  source.headers = "MIME-Version: 1.0\r\nContent-Transfer-Encoding: quoted-printable\r\n";
+  source.body = "=CE=A9\xCE\r\n..dots\r\n";
+  const auto info = ComposeReply(source, u"g");
+  EXPECT_FALSE(info->characters);
+  EXPECT_EQ(info->subject, u"Re: =?UTF-8?B?zqnOvM6tzrPOsQ==?=");
+  EXPECT_EQ(info->text,
+            u"=?UTF-8?Q?=CE=A9?= <a@b>:\r\n> =CE=A9\xFFCE\r\n> ..dots\r\n\r\n-- \r\nAnn\r\n");
+}
+
+TEST_F(Compose, DecodedSubjectsBringNoHeaderLines) {
+  source.subject = "=?UTF-8?Q?a=0D=0AApproved:_me?=";
+  EXPECT_EQ(CreateReplyHeader(source, u"g").find(u"\r\nApproved"), std::u16string::npos);
+}
+
+TEST_F(Compose, SubjectIsJoinedWithItsContinuation) {
+  source.subject = "=?UTF-8?B?zqnOvM6tzrPOsc6pzrzOrc6zzrHOqc68zq3Os86xzqnOvM6tzrPOsc6pzrzOrQ==?=";
+  source.headers = " =?UTF-8?Q?=CE=A9?=\r\nNewsgroups: g\r\n";
+  EXPECT_TRUE(ComposeReply(source, u"g")->subject.ends_with(u"\u03A9\u03BC\u03AD\u03A9"));
+}
+
+AsciiArticle QueuedInUtf8() {
+  AsciiArticle post;
+  post.messageId = "1";
+  post.headers =
+      "From: =?UTF-8?Q?=CE=A9?= <a@b>\r\nSubject: =?UTF-8?Q?=CE=A9?=\r\nNewsgroups: g\r\n"
+      "References: <a@x>\r\nMIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+      "Content-Transfer-Encoding: 8bit\r\n";
+  post.body = "\xE6\x97\xA5 \xEF\xBE\x80\r\n";
+  post.subject = "=?UTF-8?Q?=CE=A9?=";
+  return post;
+}
+
+TEST_F(Compose, QueuedPostIsEditedAsItWasWrittenWithoutTheAddedLines) {
+  const auto info = ComposeQueuedPost(QueuedInUtf8());
+  EXPECT_EQ(info->text,
+            u"From: \u03A9 <a@b>\r\nSubject: \u03A9\r\nNewsgroups: g\r\n"
+            u"--- Begin body here ---\r\n\u65E5 \uFF80\r\n");
+  EXPECT_EQ(info->subject, u"\u03A9");
+  EXPECT_TRUE(info->characters);
+  // Stored again, it is what it was.
+  const auto again = CheckArticle(info->text, info->references, TextForm::kUtf8);
+  EXPECT_EQ(std::get<CheckedArticle>(again).headers, *QueuedInUtf8().headers);
+  EXPECT_EQ(std::get<CheckedArticle>(again).body, *QueuedInUtf8().body);
+  gPrefs->simplepost = 1;
+  EXPECT_EQ(ComposeQueuedPost(QueuedInUtf8())->text, u"\u65E5 \uFF80\r\n");
+}
+
+TEST_F(Compose, MimeLinesOfTheUserStay) {
+  AsciiArticle post = QueuedInUtf8();
+  post.headers =
+      "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=ISO-8859-7\r\n"
+      "Content-Transfer-Encoding: 8bit\r\n";
+  post.body = "\xD9\r\n";
+  EXPECT_EQ(PostToEditText(post),
+            u"Content-Type: text/plain; charset=ISO-8859-7\r\n--- Begin body here ---\r\n"
+            u"\u03A9\r\n");
+  // In plain ASCII nothing was added.
+  post.headers =
+      "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+      "Content-Transfer-Encoding: 8bit\r\n";
+  post.body = "plain\r\n";
+  EXPECT_EQ(PostToEditText(post), Widen(*post.headers) + u"--- Begin body here ---\r\nplain\r\n");
+}
+
+TEST_F(Compose, SwitchedOffAQueuedPostIsEditedByteForByte) {
+  WriteCodePage();
+  const AsciiArticle post = QueuedInUtf8();
+  const auto info = ComposeQueuedPost(post);
+  EXPECT_FALSE(info->characters);
+  EXPECT_EQ(info->subject, u"=?UTF-8?Q?=CE=A9?=");
+  const auto again = CheckArticle(info->text, info->references, TextForm::kQuotedBytes);
+  const auto& article = std::get<CheckedArticle>(again);
+  EXPECT_EQ(article.body, *post.body);
+  EXPECT_EQ(article.headers,
+            "From: =?UTF-8?Q?=CE=A9?= <a@b>\r\nSubject: =?UTF-8?Q?=CE=A9?=\r\nNewsgroups: g\r\n"
+            "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+            "Content-Transfer-Encoding: 8bit\r\nReferences: <a@x>\r\n");
 }
 
 TEST_F(Compose, WithoutMemoryNothingIsComposed) {

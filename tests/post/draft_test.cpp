@@ -81,6 +81,25 @@ TEST(DraftBytes, LayoutIsForEver) {
                                        std::string(4 * 8, '\0') + std::string("\x02\0\0\0a\0", 6));
 }
 
+// Of a text in which units beyond U+FF7F are characters. Without such units there is no difference.
+TEST(DraftBytes, LayoutOfCharactersIsForEver) {
+  Draft draft;
+  draft.info.characters = true;
+  draft.info.text = u"\uFF80";
+  EXPECT_EQ(SerializeDraft(draft), std::string("Quillet draft 2\n", 16) + std::string(24, '\0') +
+                                       std::string(4 * 8, '\0') +
+                                       std::string("\x02\0\0\0\x80\xFF", 6));
+  EXPECT_TRUE(ParseDraft(SerializeDraft(draft))->info.characters);
+  EXPECT_EQ(ParseDraft(SerializeDraft(draft))->info.text, u"\uFF80");
+  draft.info.text = u"\u65E5";
+  EXPECT_TRUE(SerializeDraft(draft).starts_with("Quillet draft 1\n"));
+  draft.info.characters = false;
+  draft.info.text = u"\xFF80";
+  EXPECT_TRUE(SerializeDraft(draft).starts_with("Quillet draft 1\n"));
+  EXPECT_FALSE(ParseDraft(SerializeDraft(draft))->info.characters);
+  EXPECT_FALSE(ParseDraft("Quillet draft 3\n" + SerializeDraft(draft).substr(16)));
+}
+
 class DraftFile : public ::testing::Test {
  protected:
   ~DraftFile() override { ResetProgram(); }

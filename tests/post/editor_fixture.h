@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/box_owner.h"
+#include "base/extensions.h"
 #include "base/window_procedures.h"
 #include "port/fake/fake_mail_store.h"
 #include "post/compose.h"
@@ -96,6 +97,7 @@ class EditorTest : public StoreTest {
     article.replyTo = "Bob <bob@example.invalid>";
     return article;
   }
+  void WriteCodePage() { fake.registry.PutDword(kExtensionsPath, u"postcharsets", 0); }
   static void UseFull() { gPrefs->simplepost = 0; }
   static void UseSimple() { gPrefs->simplepost = 1; }
 

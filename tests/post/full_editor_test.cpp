@@ -48,6 +48,7 @@ TEST_F(FullEditorTest, ReplyHasARouteAndShowsQuotedCharacters) {
 }
 
 TEST_F(FullEditorTest, OkStoresThePost) {
+  WriteCodePage();
   StartNewArticle(u"comp.test");
   Type(
       u"From: a\r\n\r\nSubject: Tea \u20AC\r\nNewsgroups: comp.test\r\n\r\n"
@@ -116,6 +117,7 @@ TEST_F(FullEditorTest, FailedStoreLeavesTheTextAndItsKey) {
 }
 
 TEST_F(FullEditorTest, CharactersThatBecomeQuestionMarksAreTold) {
+  WriteCodePage();
   StartNewArticle(u"comp.test");
   Type(kGood + u"\u4E2D\u6587");
   Press(kControlOk);

@@ -62,6 +62,7 @@ TEST_F(SimpleEditorTest, ValueBoxFollowsTheSelector) {
 }
 
 TEST_F(SimpleEditorTest, OkStoresThePost) {
+  WriteCodePage();
   gPrefs->extraheaders = u"X-A: 1";
   StartReply(Source(), u"comp.test");
   Fill(kGroups, u"comp.test, alt.test ");
