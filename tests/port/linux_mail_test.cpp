@@ -84,6 +84,36 @@ TEST(MailText, OtherTextIsEncodedInUtf8AndComesBack) {
             "e");
 }
 
+TEST(MailText, EveryScriptIsUtf8InSubjectNamesAndText) {
+  const std::string greek = "\xCE\x93\xCE\xB5\xCE\xB9\xCE\xAC";
+  const std::string japanese = "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E";
+  const std::string arabic = "\xD8\xB3\xD9\x84\xD8\xA7\xD9\x85";
+  const std::string thai = "\xE0\xB8\x81\xE0\xB8\xB3";
+  const std::string smile = "\xF0\x9F\x98\x80";
+  const std::string accented = "e\xCC\x81";
+  for (const std::string& text : {greek, japanese, arabic, thai, smile, accented}) {
+    MailParts parts = Parts(text + "\n.\n" + text + " \n", "Re: " + text);
+    parts.fields[0].second =
+        "\"" + text + ", A\" <ann@example.com>, bob@example.com (" + text + ")";
+    parts.fields.emplace_back("From", text + " <me@work.example>");
+    const std::string message = ComposeMail(parts);
+    EXPECT_TRUE(
+        std::ranges::all_of(message, [](char c) { return static_cast<signed char>(c) > 0; }));
+    EXPECT_THAT(Header(message), HasSubstr("\nMIME-Version: 1.0\n"));
+    EXPECT_THAT(Header(message), HasSubstr("\nContent-Type: text/plain; charset=utf-8\n"));
+    EXPECT_THAT(Header(message), HasSubstr("\nContent-Transfer-Encoding: quoted-printable\n"));
+    EXPECT_THAT(Header(message), HasSubstr("\nSubject: Re: =?UTF-8?"));
+    EXPECT_THAT(Header(message), HasSubstr("\nFrom: =?UTF-8?"));
+    EXPECT_THAT(Header(message), HasSubstr("?= <me@work.example>\n"));
+    const MailSummary read = ReadMail(message);
+    EXPECT_EQ(read.body, text + "\n.\n" + text + " \n");
+    EXPECT_EQ(read.subject, "Re: " + text);
+    EXPECT_THAT(read.recipients, ElementsAre("ann@example.com", "bob@example.com"));
+    EXPECT_THAT(read.shown_to, HasSubstr(text + ", A"));
+    EXPECT_EQ(read.from, "me@work.example");
+  }
+}
+
 TEST(MailText, LongLinesAreEncodedFromOneByteBeyondTheLimitOn) {
   const std::string fits = ComposeMail(Parts(std::string(998, 'a') + "\n"));
   EXPECT_EQ(Body(fits), std::string(998, 'a') + "\n");
