@@ -115,14 +115,23 @@ bool HasTime(std::string_view line) {
   return false;
 }
 
-bool Follows(std::string_view line, Grammar grammar) {
+bool EndsInList(std::string_view line) {
+  line = Trimmed(line);
+  return line.ends_with(',') || line.ends_with('!') || line.ends_with(':');
+}
+
+bool Follows(std::string_view above, std::string_view line, Grammar grammar) {
   const std::string_view text = Trimmed(line);
   switch (grammar) {
     case Grammar::kIds:
       return text.starts_with('<') && text.ends_with('>') && HasAddress(text);
     case Grammar::kGroups:
-      return text.find_first_of(" \t=?") == std::string_view::npos;
+      // Folded beside a comma, or where the way goes on.
+      return text.find_first_of(" \t=?") == std::string_view::npos &&
+             (EndsInList(above) || text.starts_with(',') || text.starts_with('!'));
     case Grammar::kParameters:
+      // A semicolon says that a parameter comes, however it is written.
+      if (Trimmed(above).ends_with(';') && !BeginsWithWord(text)) return true;
       return FirstWord(text).find('=') != std::string_view::npos && !BeginsWithWord(text);
     case Grammar::kFree:
     case Grammar::kNeverFolds:
@@ -153,7 +162,7 @@ std::size_t OwnLines(std::string_view field, const Lines& group) {
   std::size_t own = 0;
   for (; own < group.size(); above = group[own++]) {
     const bool goes_on = grammar == Grammar::kFree ? FreeTextGoesOn(above, group[own])
-                                                   : Follows(group[own], grammar);
+                                                   : Follows(above, group[own], grammar);
     if (!goes_on) break;
   }
   return own;
@@ -165,16 +174,21 @@ bool GoesOn(std::string_view subject, std::string_view line) {
          (EndsWithWord(subject) && BeginsWithWord(line));
 }
 
+// A comment in parentheses is the name behind an address.
 bool IsAnothers(std::string_view line) {
-  return HasAddress(line) || HasTime(line);
+  const std::string_view text = Trimmed(line);
+  return HasAddress(text) || HasTime(text) || (text.starts_with('(') && text.ends_with(')'));
 }
 
 // The subject's among the lines of one group that are not the field's: behind the last line of an
 // address, Message-ID or date, else before the first. Words before an address may as well be the
-// rest of the author's name.
-Lines SubjectsOf(std::string_view subject, const Lines& group) {
+// rest of the author's name. Where the field above cannot have the lines either, nothing is left
+// but the subject, however short its first line is.
+Lines SubjectsOf(std::string_view subject, const Lines& group, bool no_field_above) {
   const auto last = std::find_if(group.rbegin(), group.rend(), IsAnothers);
   const Lines behind(last.base(), group.end());
+  const bool says_something = !group.empty() && !Trimmed(group.front()).empty();
+  if (no_field_above && last == group.rend() && says_something) return group;
   if (!behind.empty() && GoesOn(subject, behind.front())) return behind;
   if (last == group.rend()) return {};
   const Lines before(group.begin(), std::find_if(group.begin(), group.end(), IsAnothers));
@@ -199,7 +213,7 @@ std::vector<std::string_view> SubjectContinuation(std::string_view subject,
       group.push_back(lines[at++]);
     }
     group.erase(group.begin(), group.begin() + static_cast<std::ptrdiff_t>(OwnLines(field, group)));
-    Lines found = SubjectsOf(subject, group);
+    Lines found = SubjectsOf(subject, group, GrammarOf(field) != Grammar::kFree || field.empty());
     if (!found.empty()) return found;
   }
   return {};

@@ -53,8 +53,16 @@ TEST(JoinedSubject, LeavesAuthorsIdsAndDatesTheirs) {
             "=?utf-8?Q?a?= =?utf-8?Q?b?=");
 }
 
-TEST(JoinedSubject, AShortSubjectGoesOnWithNothing) {
-  EXPECT_EQ(JoinedSubject("Hello", "Path: a!b\n world"), "Hello");
+TEST(JoinedSubject, AShortSubjectGoesOnWhereNothingElseCan) {
+  EXPECT_EQ(JoinedSubject("Hello", "Path: a!b\n world"), "Hello world");
+  EXPECT_EQ(JoinedSubject("Hello", "\tworld\n and all\nPath: a!b"), "Hello world and all");
+  EXPECT_EQ(JoinedSubject("Hello", "Newsgroups: a.b\r\n =?utf-8?Q?w=C3=B6rld?=\r\nLines: 3"),
+            "Hello =?utf-8?Q?w=C3=B6rld?=");
+  for (const std::string kept :
+       {"X-Check: yes\n world", "Path: a!b\n (Ann Lee)", "Path: a!b\n <a@b>",
+        "Content-Type: text/plain;\n\tcharset = utf-8 (eight bits)", "Path: a!b\n  \n\t"}) {
+    EXPECT_EQ(JoinedSubject("Hello", kept), "Hello") << kept;
+  }
 }
 
 TEST(JoinedSubject, IsTheStoredLineWhileDecodingIsOff) {
