@@ -220,7 +220,7 @@ class Profile:
             q.configure(servers=[self.line.address], groups=[group], maxarticles=5000,
                         simplepost=int(mails), skipverifications=1, fullname="Me",
                         returnmailaddress="me@x.example", signature="", alwaystransport=1,
-                        transport="sendmail")
+                        transport="sendmail", **{"Extensions\\retries": 0})
 
     def make_machine(self):
         """A home without a mail program but the stand-in, which keeps what it gets."""

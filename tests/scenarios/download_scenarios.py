@@ -1,6 +1,7 @@
 """Whole connections against strict conversations: every line the program says is fixed here."""
 
 import subprocess
+import time
 
 from news_servers import NewsServer, TranscriptServer, article
 from scenario import *
@@ -30,11 +31,17 @@ def fetch(command, number, message_id=None, **keywords):
 
 
 class Download(Scenario):
-    def connect(self, transcripts, groups=("a.one",), values=None, log=False, expect=()):
+    def connect(self, transcripts, groups=("a.one",), values=None, log=False, expect=(), users=(),
+                passwords=()):
         """One run that connects once for every transcript."""
         server = TranscriptServer(*transcripts)
         try:
-            q = self.run_with(servers=[server.address], groups=list(groups), values=values)
+            q = self.run_quillet(hold=True)
+            q.configure(servers=[server.address], groups=list(groups), **(values or {}))
+            if users:
+                q.set_strings("authusers", users)
+                q.set_strings("authpasses", passwords)
+            q.start()
             with q:
                 if log:
                     q.do("keep-transaction-log on")
@@ -259,6 +266,8 @@ class Rules(Download):
             "the maximum number of articles to download in the preferences.", "ok")])
 
 
+# A lost connection ends the run.
+NO_RETRIES = {"Extensions\\retries": 0}
 ONE_ARTICLE = ["S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", "C: STAT 1",
                "S: 223 1 <a1@example.org>", "C: HEAD", head(1), "C: BODY", body(1), "C: NEXT"]
 
@@ -281,7 +290,7 @@ class Errors(Download):
 
     @for_each(*range(len(ONE_ARTICLE)))
     def test_a_server_that_closes_at_each_step(self, steps):
-        q = self.connect(["\n".join(ONE_ARTICLE[:steps] + ["CLOSE"])])
+        q = self.connect(["\n".join(ONE_ARTICLE[:steps] + ["CLOSE"])], values=NO_RETRIES)
         self.assert_fine(q)
         boxes = self.error_boxes(q)
         self.assertGreater(len(boxes), 0)
@@ -301,8 +310,60 @@ class Errors(Download):
 
     @for_each("RAW: 200 " + "x" * 5000, "RAW: " + "\\x00" * 3000)
     def test_a_line_without_end_and_binary_floods_do_not_hang(self, raw):
-        q = self.connect([raw + "\nCLOSE"])
+        q = self.connect([raw + "\nCLOSE"], values=NO_RETRIES)
         self.assert_fine(q)
+
+    def test_a_lost_connection_is_made_again_and_goes_on_where_it_was(self):
+        server = TranscriptServer(
+            "\n".join(ONE_ARTICLE + ["CLOSE"]),
+            "\n".join(["S: 200 hi", "C: GROUP a.one", "S: 211 2 1 2 a.one", "C: STAT 1",
+                       "S: 223 1 <a1@example.org>", fetch("NEXT", 2), "C: QUIT"]))
+        with self.run_with(servers=[server.address], groups=["a.one"],
+                           values={"Extensions\\retries": 1}) as q:
+            q.connect()
+            self.collect(q, ["a.one"])
+        self.assert_fine(q)
+        server.verify()
+        self.assertEqual(self.chains["a.one"], ["<a2@example.org>", "<a1@example.org>"])
+        self.assertEqual(self.error_boxes(q),
+                         [("Error log", "socket destroyed\r\n", "ok", "none", "dialog")])
+        said = [text for control, text in self.texts if control == 1022 and "lost" in text]
+        self.assertEqual(said, ["The connection was lost. Trying again in %s..." % left
+                                for left in ("5 seconds", "4 seconds", "3 seconds", "2 seconds",
+                                             "1 second")])
+
+    def test_cancel_ends_the_wait_for_another_attempt(self):
+        server = TranscriptServer("S: 200 hi\nC: GROUP a.one\nCLOSE")
+        with self.run_with(servers=[server.address], groups=["a.one"]) as q:
+            q.send("command %d" % CONNECT)
+            q.do('wait-progress "The connection was lost. Trying again in 5"')
+            started = time.monotonic()
+            q.do("cancel-progress")
+            q.do("wait")
+            self.assertLess(time.monotonic() - started, 4)  # and not the whole wait
+        self.assert_fine(q)
+        server.verify()
+
+    def test_a_server_that_asks_for_a_login_later_gets_it(self):
+        q = self.connect(["\n".join([
+            "S: 200 hi", "C: GROUP a.one", "S: 480 who are you", "C: AUTHINFO USER ann",
+            "S: 381 and", "C: AUTHINFO PASS secret", "S: 281 fine", "C: GROUP a.one",
+            "S: 211 1 1 1 a.one", fetch("STAT 1", 1), "C: QUIT"])], users=["ann"],
+            passwords=["secret"])
+        self.assert_fine(q)
+        self.assert_silent(q)
+        self.assertEqual(self.chains["a.one"], ["<a1@example.org>"])
+
+    def test_a_silent_server_is_said_to_be_silent(self):
+        server = TranscriptServer("S: 200 hi\nC: GROUP a.one\nC: NEVER")
+        with self.run_with(servers=[server.address], groups=["a.one"],
+                           values={"Extensions\\stalllimit": 1, **NO_RETRIES}) as q:
+            q.connect()
+        self.assert_fine(q)
+        server.close()
+        self.assertEqual(self.error_boxes(q), [(
+            "Error log", "The news server has not answered for 1 seconds.\r\n", "ok", "none",
+            "dialog")])
 
     def test_no_server_listens(self):
         server = TranscriptServer()

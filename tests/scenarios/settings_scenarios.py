@@ -25,6 +25,7 @@ def choose(control, text):
 EACH_CONTROL = [
     ("Server", choose(SERVERS, SERVER_TWO), {"selectedserver": 1}),
     ("Server", set_text(PORT, "563"), {"port": [563, 1191]}),
+    ("Server", choose(SECURITY, "STARTTLS"), {"Extensions\\ServerSecurity\\" + SERVER_ONE: 2}),
     ("Server", "tick %d" % EXTRA_LOGIN, {"useauths": [1, 0]}),
     ("Server", set_text(USER, "dora"), {"authusers": ["dora", "bob"]}),
     ("Server", set_text(PASSWORD, "pass word"), {"authpasses": ["pass word", "two"]}),

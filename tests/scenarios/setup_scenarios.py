@@ -49,6 +49,27 @@ class QuickSetup(Settings):
             q.do("wait")
         self.assert_silent(q)
 
+    def test_how_the_server_is_reached_can_be_said(self):
+        with self.first_start() as q:
+            q.wait_dialog(SETUP_1)
+            self.assertEqual([q.text_of(SETUP_PORT), q.control(SETUP_SECURITY)["choice"],
+                              q.text_of(SETUP_NOTE)], ["119", 0, ""])
+            q.choose(SETUP_SECURITY, "TLS from the start")
+            self.assertEqual(q.text_of(SETUP_PORT), "563")
+            q.choose(SETUP_SECURITY, "STARTTLS")
+            self.assertEqual(q.text_of(SETUP_PORT), "119")
+            q.set(SETUP_PORT, "0")
+            self.answer(q, "127.0.0.1")
+            self.assertEqual(q.boxes()[-1][1], "The port must be a number from 1 to 65535.")
+            q.set(SETUP_PORT, "8119")
+            self.answer(q, "127.0.0.1")
+            q.wait_dialog(SETUP_2)
+            q.press(OK)
+        self.assert_fine(q)
+        stored = self.stored()
+        self.assertEqual(stored["port"][1], [8119])
+        self.assertEqual(stored["Extensions\\ServerSecurity\\127.0.0.1"], ("dword", 2))
+
     def test_the_greeting_is_a_question_with_cancel(self):
         with self.first_start("cancel") as q:
             q.do("wait")
