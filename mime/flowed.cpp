@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "mime/harmless.h"
+
 namespace quillet {
 namespace {
 
@@ -25,7 +27,7 @@ Line Read(std::u16string_view raw) {
 }
 
 std::u16string_view TakeLine(std::u16string_view& text) {
-  const std::size_t end = std::min(text.find_first_of(u"\r\n"), text.size());
+  const std::size_t end = LineEnd(text);
   const std::u16string_view line = text.substr(0, end);
   const std::size_t next = text.substr(end).starts_with(u"\r\n") ? end + 2 : end + 1;
   text.remove_prefix(std::min(next, text.size()));

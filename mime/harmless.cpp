@@ -24,6 +24,7 @@ char16_t OnOneLine(char16_t unit) {
 }
 
 char16_t InLines(char16_t unit) {
+  if (unit >= u' ' && unit < 0x7F) return unit;
   const bool may_stand = unit == u'\t' || unit == u'\r' || unit == u'\n' || unit == u'\f';
   return IsControl(unit) && !may_stand ? kReplacement : unit;
 }
@@ -41,11 +42,17 @@ void MakeLines(std::u16string& text) {
   std::ranges::transform(text, text.begin(), InLines);
 }
 
+std::size_t LineEnd(std::u16string_view text) {
+  std::size_t at = 0;
+  while (at < text.size() && text[at] != u'\r' && text[at] != u'\n') ++at;
+  return at;
+}
+
 std::u16string WithFullLineEnds(std::u16string_view text) {
   std::u16string full;
   full.reserve(text.size() + text.size() / 32);
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find_first_of(u"\r\n"), text.size());
+    const std::size_t end = LineEnd(text);
     full.append(text.substr(0, end));
     if (end == text.size()) break;
     full += u"\r\n";

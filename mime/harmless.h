@@ -13,6 +13,8 @@ void MakeOneLine(std::u16string& text, std::size_t from);
 // Text of many lines: control characters become U+FFFD, but for tabs, form feeds and line ends. A
 // byte order mark at its start goes.
 void MakeLines(std::u16string& text);
+// The place of the first CR or LF, the text's size when there is none.
+std::size_t LineEnd(std::u16string_view text);
 // Every line end, of whatever kind, as CR LF.
 std::u16string WithFullLineEnds(std::u16string_view text);
 

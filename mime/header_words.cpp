@@ -1,6 +1,6 @@
 // Written here and not left to the mail library, because most of what comes is not what the
-// standard allows, and because sets have more names than iconv knows. Times for one header of three
-// kinds (see bench/mime_bench) are beside those of the library's own decoder in the comment there.
+// standard allows, and because sets have more names than iconv knows. A header of one word takes
+// 0.3 to 0.7 us here, 0.3 to 1.8 us there; one of raw UTF-8 0.2 and 2.5 us.
 #include "mime/header_words.h"
 
 #include <algorithm>
