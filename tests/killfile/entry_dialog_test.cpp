@@ -11,6 +11,7 @@
 #include "base/messages.h"
 #include "base/prefs_registry.h"
 #include "killfile/killfile.h"
+#include "mime/shown_text.h"
 #include "port/fake/fake_platform.h"
 #include "res/resource.h"
 #include "tests/mime/without_decoding.h"
@@ -154,6 +155,47 @@ TEST_F(EntryDialog, ATextWithCharactersThatNoHeaderHasIsRefusedWithoutDecoding) 
   EXPECT_EQ(Entries(), (std::vector<Entry>{{2, "bob@x", true, true}}));
   EXPECT_EQ(BoxTexts(), (std::vector<std::u16string>{
                             u"Some characters of this text cannot be used here: \u0416 \u0417"}));
+}
+
+TEST_F(EntryDialog, TextsOfEveryLanguageAreKept) {
+  Answer(u"bob@x", u"\u0416\u20AC \u0417");
+  OpenKillfileEntryDialog(GroupAt(1), "", "");
+  ASSERT_EQ(gPrefs->killfilecount, 2U);
+  EXPECT_EQ(gPrefs->killfiletexts[0], "bob@x");
+  EXPECT_EQ(ShownHeader(gPrefs->killfiletexts[1]), u"\u0416\u20AC \u0417");
+  EXPECT_EQ(BoxTexts(), std::vector<std::u16string>());
+  ReadPreferences();
+  EXPECT_EQ(ShownHeader(gPrefs->killfiletexts[1]), u"\u0416\u20AC \u0417");
+}
+
+TEST_F(EntryDialog, ProposesWhatIsShownAndKillsByIt) {
+  const std::string author = "=?UTF-8?B?0JbQsNC9?= <jean@x>",
+                    subject = "=?koi8-r?Q?=F6=C1?= =?koi8-r?Q?=CE?=";
+  WhenShown([this](port::WindowHandle dialog) {
+    EXPECT_EQ(Control(dialog, 1011).text, u"\u0416\u0430\u043D <jean@x>");
+    EXPECT_EQ(Control(dialog, 1013).text, u"\u0416\u0430\u043D");
+    fake.display.Press(dialog, kControlOk);
+  });
+  OpenKillfileEntryDialog(GroupAt(0), author, subject);
+  ASSERT_EQ(gPrefs->killfilecount, 2U);
+  AsciiArticle article;
+  article.from = "=?utf-8?Q?=D0=96=D0=B0=D0=BD?= <JEAN@x>";
+  EXPECT_TRUE(ArticleIsKilled(*gPrefs, GroupAt(0), article));
+  article.from = "Jean <jean@x>";
+  article.subject = "\xD0\x96\xD0\x90\xD0\x9D!";
+  EXPECT_TRUE(ArticleIsKilled(*gPrefs, GroupAt(0), article));
+  article.subject = "???";
+  EXPECT_FALSE(ArticleIsKilled(*gPrefs, GroupAt(0), article));
+}
+
+TEST_F(EntryDialog, ProposesTheStoredTextsWithoutDecoding) {
+  const testing::WithoutDecoding scope;
+  WhenShown([this](port::WindowHandle dialog) {
+    EXPECT_EQ(Control(dialog, 1013).text, u"=?koi8-r?Q?=F6?=");
+    fake.display.Press(dialog, kControlOk);
+  });
+  OpenKillfileEntryDialog(GroupAt(0), "", "=?koi8-r?Q?=F6?=");
+  EXPECT_EQ(Entries(), (std::vector<Entry>{{1, "=?koi8-r?Q?=F6?=", true, false}}));
 }
 
 TEST_F(EntryDialog, CharactersOfATextThatIsNotCheckedDoNotMatter) {
