@@ -7,6 +7,7 @@
 #include <QMouseEvent>
 #include <QScroller>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
 #include <QToolTip>
 #include <algorithm>
 #include <numeric>
@@ -19,6 +20,18 @@
 #include "res/resource.h"
 
 namespace quillet::qt {
+namespace {
+
+// Subjects and names go by their own direction.
+class FormRow final : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  QString displayText(const QVariant& value, const QLocale& /*locale*/) const override {
+    return Isolated(value.toString());
+  }
+};
+
+}  // namespace
 
 FormList::FormList(QWidget* parent)
     : QTreeWidget(parent), hold_([this](QPoint place) {
@@ -27,6 +40,7 @@ FormList::FormList(QWidget* parent)
           AskMenu(*item, {viewport()->mapToGlobal(place), false});
         }
       }) {
+  setItemDelegate(new FormRow(this));
   setRootIsDecorated(false);
   setUniformRowHeights(true);
   setAllColumnsShowFocus(true);

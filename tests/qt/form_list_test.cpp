@@ -5,6 +5,7 @@
 #include <QPointingDevice>
 #include <QScrollBar>
 #include <QStyleHints>
+#include <QStyledItemDelegate>
 
 #include "qt/forms.h"
 #include "res/resource.h"
@@ -131,14 +132,14 @@ TEST_F(FormListTest, QuickTapsOfAFingerOpenOnce) {
 
 TEST_F(FormListTest, FingerThatRestsAsksForTheMenuAndIsNoTap) {
   OnDisplay([&] {
-    Tap(PlaceOf(2));
+    Tap(PlaceOf(1));
     Pause();
-    FingerDown(PlaceOf(2));
+    FingerDown(PlaceOf(1));
     QTest::qWait(QGuiApplication::styleHints()->mousePressAndHoldInterval() + 100);
-    FingerUp(PlaceOf(2));
+    FingerUp(PlaceOf(1));
   });
   const std::vector<port::Message> messages = TakeMessages(queues);
-  EXPECT_EQ(OfKind(messages, MessageKind::kContextMenu), (Details{{2, 0}}));
+  EXPECT_EQ(OfKind(messages, MessageKind::kContextMenu), (Details{{1, 0}}));
   EXPECT_TRUE(OfKind(messages, MessageKind::kItemActivated).empty());
 }
 
@@ -218,6 +219,22 @@ TEST_F(FormListTest, BoxOverAWindowTakesTheInputOfAll) {
   });
   EXPECT_EQ(answer.get(), 6);
   dialog = window;
+}
+
+TEST_F(FormListTest, ARowGoesByItsOwnDirectionAndKeepsItsText) {
+  const std::u16string hebrew = u"\u05E9\u05DC\u05D5\u05DD abc";
+  device->dialogs().Write(dialog, kControlTapList, port::Rows{.rows = {{{hebrew}}, {{u"abc"}}}});
+  device->dialogs().Read(dialog, kControlTapList);
+  OnDisplay([&] {
+    const auto* rows = qobject_cast<const QStyledItemDelegate*>(List().itemDelegate());
+    ASSERT_NE(rows, nullptr);
+    const auto drawn = [&](int row) {
+      return rows->displayText(List().topLevelItem(row)->data(0, Qt::DisplayRole), QLocale());
+    };
+    EXPECT_EQ(drawn(0), QStringLiteral("\u2068\u05E9\u05DC\u05D5\u05DD abc\u2069"));
+    EXPECT_EQ(drawn(1), QStringLiteral("abc"));
+    EXPECT_EQ(List().topLevelItem(0)->text(0), QString::fromStdU16String(hebrew));
+  });
 }
 
 }  // namespace
