@@ -78,7 +78,7 @@ constexpr std::size_t kHardSplit = kLongestPiece - 1;
 // The last two are of LongLines::kKeep.
 enum class Part { kHeader, kBody, kFoldedHeader, kWholeBody };
 
-// Of a header line without a blank, its CR counted.
+// Of a header line without a blank, its CR and a TAB in front of it counted.
 constexpr std::size_t kLongestLine = 998;
 
 // The last blank that a piece may end before, not at index 0; npos: none.
@@ -100,7 +100,7 @@ void AppendLine(std::string& text, std::string_view line, Part part) {
     const std::size_t blank = SplitPlace(line);
     const bool found = blank != std::string_view::npos;
     const bool makes_blank = !found && part == Part::kFoldedHeader;
-    if (makes_blank && line.size() <= kLongestLine) break;
+    if (makes_blank && line.size() < kLongestLine) break;
     const std::string_view piece = line.substr(0, found ? blank : kHardSplit);
     text.append(folded ? "\t" : "").append(piece.substr(folded ? 1 : 0)).append(kLineEnd);
     line.remove_prefix(piece.size());

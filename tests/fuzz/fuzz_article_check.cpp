@@ -1,5 +1,6 @@
 // Whatever somebody types: what passes the checks has headers that a server can read, and its body
-// whole.
+// whole. In the form of every language: plain ASCII is the same, else the head is ASCII, and the
+// body comes back as it was written.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +9,8 @@
 #include "post/article_text.h"
 #include "post/check.h"
 #include "post/compose.h"
+#include "post/encode_article.h"
+#include "util/ascii.h"
 #include "util/text.h"
 
 namespace {
@@ -40,6 +43,42 @@ void CheckStored(const quillet::CheckedArticle& article, const std::u16string& t
   Require(quillet::ToArticleText(text).ends_with(article.body), "the body has changed");
 }
 
+// Lone surrogates as they come back.
+std::u16string Whole(std::u16string_view text) {
+  return quillet::FromUtf8(quillet::ToUtf8(text));
+}
+
+void CheckUtf8(const quillet::CheckedArticle& article, const std::u16string& text) {
+  const std::string& headers = article.headers;
+  Require(quillet::IsAscii(headers), "headers are not plain ASCII");
+  Require(headers.find("\r\n\r\n") == headers.npos && headers.ends_with("\r\n"),
+          "an empty line ends the headers");
+  for (const std::string_view name :
+       {"MIME-Version:", "Content-Type:", "Content-Transfer-Encoding:"}) {
+    Require(quillet::FindHeaderLine(name, headers).at != headers.npos, "a MIME field is missing");
+  }
+  if (!article.body.starts_with("\x1B")) {
+    const std::u16string body = quillet::WrittenBody(headers, article.body);
+    Require(Whole(text).ends_with(body), "the body does not come back");
+  }
+  Require(!quillet::FindHeaderLine("Subject:", headers).value.empty(), "no subject");
+}
+
+void CheckEveryLanguage(const std::u16string& text) {
+  const auto old = quillet::CheckArticle(text, u"<a@b>", quillet::TextForm::kQuotedBytes);
+  const auto now = quillet::CheckArticle(text, u"<a@b>", quillet::TextForm::kUtf8);
+  const auto* stored = std::get_if<quillet::CheckedArticle>(&now);
+  if (quillet::IsAscii(text)) {
+    const auto* before = std::get_if<quillet::CheckedArticle>(&old);
+    Require((stored == nullptr) == (before == nullptr), "plain ASCII is checked in another way");
+    Require(stored == nullptr || *stored == *before, "plain ASCII is stored in another way");
+  } else if (stored != nullptr) {
+    CheckUtf8(*stored, text);
+  } else {
+    Require(std::get<quillet::ArticleFault>(now).at <= text.size(), "a place behind the text");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -53,6 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } else {
     Require(std::get<quillet::ArticleFault>(result).at <= text.size(), "a place behind the text");
   }
+  CheckEveryLanguage(text);
   const auto mail = quillet::FindMailParts(text);
   if (const auto* fault = std::get_if<quillet::ArticleFault>(&mail)) {
     Require(fault->at <= text.size(), "a place behind the text");

@@ -1,16 +1,21 @@
 // The text of a post over any header and body, which the first NUL divides: un-stuffed and
-// unfolded, what is sent is what was written.
+// unfolded, what is sent is what was written. The same of a post that counts characters: no line is
+// too long, and no character is cut.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "nntp/character_text.h"
 #include "nntp/post_text.h"
+#include "util/ascii.h"
+#include "util/text.h"
 
 namespace {
 
 constexpr std::size_t kLongestPiece = 500;
+constexpr std::size_t kLongestLine = 998;
 
 void Require(bool holds) {
   if (!holds) std::abort();
@@ -79,6 +84,33 @@ void CheckWrapped(std::string_view body, std::string_view wrapped) {
   Require(wrapped.empty());
 }
 
+bool IsUtf8(std::string_view text) {
+  return quillet::ToUtf8(quillet::FromUtf8(text)) == text;
+}
+
+// All that is no blank, no line end and no dot.
+std::string Letters(std::string_view text) {
+  std::string letters(text);
+  std::erase_if(letters, [](char c) { return c == ' ' || c == '\r' || c == '\n' || c == '.'; });
+  return letters;
+}
+
+void CheckCharacterPost(std::string_view body) {
+  constexpr std::string_view kHead = "Content-Type: text/plain; charset=utf-8\r\n";
+  const std::string text = quillet::BuildCharacterPost(kHead, body);
+  std::string_view sent = text;
+  TakePrefix(sent, kHead);
+  TakePrefix(sent, "X-Newsreader: Quillet CE 1.14r3\r\n\r\n");
+  Require(sent.ends_with("\r\n.\r\n"));
+  sent.remove_suffix(5);
+  Require(Letters(sent) == Letters(body));
+  Require(!IsUtf8(body) || IsUtf8(sent));
+  const bool plain = quillet::IsAscii(body) && body.find('.') == std::string_view::npos;
+  Require(!plain ||
+          text == quillet::BuildPostText(kHead, quillet::WrapPostBody(std::string(body))));
+  while (!sent.empty()) Require(TakeLine(sent).size() <= kLongestLine + 1);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -90,6 +122,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string wrapped = quillet::WrapPostBody(std::string(body));
   CheckWrapped(body, wrapped);
+
+  CheckCharacterPost(body);
+  quillet::HasCharacters(header, body);
+  quillet::BuildCharacterPost(header, body);  // in whatever charset the header names
 
   const std::string text = quillet::BuildPostText(header, wrapped, "Message-ID: <1@x.y>");
   std::string_view sent = text;

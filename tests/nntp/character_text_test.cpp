@@ -163,7 +163,7 @@ TEST(BuildCharacterPost, HeaderLineWithoutABlankIsFoldedAbove998) {
     const std::string text = BuildCharacterPost(head + "\r\n", kOmega);
     return text.substr(0, text.find("\r\nX-Newsreader"));
   };
-  EXPECT_EQ(sent(Times(997, "x")), Times(997, "x"));
+  EXPECT_EQ(sent(Times(996, "x")), Times(996, "x"));
   EXPECT_EQ(sent(Times(1200, "x")), Times(499, "x") + "\r\n\t" + Times(701, "x"));
 }
 
