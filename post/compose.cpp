@@ -61,8 +61,13 @@ std::u16string ReplySubject(const AsciiArticle& article) {
 std::u16string QuotedBody(const AsciiArticle& article) {
   if (!WritesEveryLanguage()) return QuoteBody(TextOf(article.body));
   const bool stuffed = TextOf(article.source) != kImportedSource;
-  const DecodedBody body = DecodeBody(
+  DecodedBody body = DecodeBody(
       {.head = TextOf(article.headers), .body = TextOf(article.body), .stuffed = stuffed});
+  // Decoded lines all end. Behind a last one that is stored without an end none is added here, as
+  // none is for other articles.
+  if (!TextOf(article.body).ends_with('\n') && body.text.ends_with(kCrLf)) {
+    body.text.resize(body.text.size() - kCrLf.size());
+  }
   const std::u16string& mark = gPrefs->quotestring;
   return body.flowed ? QuoteParagraphs(body.text, mark) : QuoteLines(body.text, mark);
 }

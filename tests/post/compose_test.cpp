@@ -260,6 +260,66 @@ TEST_F(Compose, DamagedQueuedPostsCanBeEdited) {
 
 // --- every language, and the same with it switched off ---
 
+TEST_F(Compose, RepliesQuoteWhatIsShown) {
+  gPrefs->attribution = u"$a, $d, $r:";
+  source.subject = "=?UTF-8?B?zqnOvM6tzrPOsQ==?=";
+  source.from = "=?UTF-8?Q?=CE=A9?= <a@b>";
+  source.date = "1 Jan 2001 (\xC3\xA9t\xC3\xA9)";
+  source.replyTo = "=?ISO-8859-7?Q?=D9?= <r@b>";
+  source.headers =
+      "Newsgroups: g\r\nMIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+      "Content-Transfer-Encoding: quoted-printable\r\n";
+  source.body = "=CE=A9 =\r\nand caf=C3=A9\r\n\r\n> old\r\n";
+  const auto info = ComposeReply(source, u"g");
+  EXPECT_TRUE(info->characters);
+  EXPECT_EQ(info->subject, u"Re: \u03A9\u03BC\u03AD\u03B3\u03B1");
+  EXPECT_EQ(info->text,
+            u"From: \"Ann Example\" <ann@example.invalid>\r\n"
+            u"Subject: Re: \u03A9\u03BC\u03AD\u03B3\u03B1\r\nNewsgroups: g\r\n"
+            u"--- Begin body here ---\r\n"
+            u"\u03A9 <a@b>, 1 Jan 2001 (\u00E9t\u00E9), \u03A9 <r@b>:\r\n"
+            u"> \u03A9 and caf\u00E9\r\n> \r\n> > old\r\n\r\n-- \r\nAnn\r\n");
+}
+
+TEST_F(Compose, DoubledDotsAreUndoneUnlessTheArticleWasImported) {
+  gPrefs->attribution = u"";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.body = "..dots\r\n..\r\n";
+  source.source = "news.example.org";
+  EXPECT_EQ(ComposeReply(source, u"g")->text, u"\r\n> .dots\r\n> .\r\n\r\n");
+  source.source = "<import>";
+  EXPECT_EQ(ComposeReply(source, u"g")->text, u"\r\n> ..dots\r\n> ..\r\n\r\n");
+}
+
+TEST_F(Compose, FlowedTextIsQuotedInLinesOf72Columns) {
+  gPrefs->attribution = u"";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.headers =
+      "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8; format=flowed\r\n"
+      "Content-Transfer-Encoding: 8bit\r\n";
+  std::string body;
+  for (int i = 0; i < 5; ++i) body += "one \xCE\xA9 two three four \r\n";
+  source.body = body + "end\r\n> quoted \r\n> on\r\n";
+  EXPECT_EQ(
+      ComposeReply(source, u"g")->text,
+      u"\r\n> one \u03A9 two three four one \u03A9 two three four one \u03A9 two three four one "
+      u"\u03A9\r\n> two three four one \u03A9 two three four end\r\n>> quoted on\r\n\r\n");
+}
+
+TEST_F(Compose, LastLineThatHasNoEndGetsNone) {
+  gPrefs->attribution = u"";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.headers =
+      "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8; format=flowed\r\n";
+  source.body = "\xCE\xA9";
+  EXPECT_EQ(ComposeReply(source, u"g")->text, u"\r\n> \u03A9\r\n");
+  source.headers = "Lines: 1\r\n";
+  EXPECT_EQ(ComposeReply(source, u"g")->text, u"\r\n> \u03A9\r\n");
+}
+
 TEST_F(Compose, SwitchedOffRepliesQuoteWhatIsStored) {
   WriteCodePage();
   gPrefs->attribution = u"$a:";

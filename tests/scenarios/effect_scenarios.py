@@ -421,6 +421,30 @@ class Writing(Effects):
         self.assert_fine(q)
 
 
+    def test_what_was_entered_may_be_in_any_language(self):
+        with self.open() as q:
+            self.change(q, "Reply information", set_text(RETURN_ADDRESS, "you@y.example"),
+                        set_text(FULL_NAME, "\u65e5\u672c"), set_text(QUOTE_TEXT, "\u2503 "),
+                        set_text(ATTRIBUTION, "\u0397 $a \u03ad\u03b3\u03c1\u03b1\u03c8\u03b5:"),
+                        "tick %d" % FULL_POST_VIEW)
+            self.change(q, "Signature", set_text(SIGNATURE, "-- \n\U0001f600\n"))
+            self.change(q, "Advanced:headers", set_text(EXTRA_HEADERS, "Organization: Z\u00fcrich\n"))
+            q.open_node("<carl@x>")
+            q.command(40023)
+            q.press(OK)
+            self.assertEqual(q.boxes(), [])
+            post = q.queue()[0]
+            self.assertEqual(post["headers"], (
+                "From: =?UTF-8?B?5pel5pys?= <you@y.example>\r\nSubject: Re: Hello\r\n"
+                "Newsgroups: comp.test\r\nOrganization: =?UTF-8?Q?Z=C3=BCrich?=\r\n"
+                "References: <ann@x> <bob@x> <carl@x>\r\nMIME-Version: 1.0\r\n"
+                "Content-Type: text/plain; charset=UTF-8\r\nContent-Transfer-Encoding: 8bit\r\n"))
+            q.connect()
+            self.assertIn("\u0397 Carl <carl@x.example> \u03ad\u03b3\u03c1\u03b1\u03c8\u03b5:\r\n"
+                          "\u2503 Text of carl.\r\n-- \r\n\U0001f600\r\n".encode("utf-8"),
+                          self.server.posted[-1])
+        self.assert_fine(q)
+
     def test_message_ids_of_posts_can_be_left_to_the_server(self):
         with self.open() as q:
             for line, has_one in (("untick", False), ("tick", True)):

@@ -1,5 +1,6 @@
 """Writing articles: both editors, what is checked, the draft, the queue, and life beside an editor."""
 
+import re
 import shutil
 import signal
 import time
@@ -568,6 +569,120 @@ class Mail(Writing):
             q.press(CANCEL)
         self.assert_fine(q)
         self.assertIn("> Text of ann.", self.sent("sendmail"))
+
+
+def received(text):
+    """A text as a server that speaks UTF-8 gives it, for the articles of NewsServer."""
+    return text.encode("utf-8").decode("latin-1")
+
+
+class EveryLanguage(Writing):
+    MIME = ("MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+            "Content-Transfer-Encoding: 8bit\r\n")
+    # One paragraph, a quoted one, and a line that begins with a dot.
+    FLOWED = post(
+        "ann", "=?UTF-8?B?zqnOvM6tzrPOsQ==?=", extra=MIME.replace("UTF-8", "UTF-8; format=flowed"),
+        body=received("Καλημέρα κόσμε, \r\n" * 5 + "τέλος.\r\n> παλιό \r\n> κείμενο\r\n..τελεία\r\n"))
+    QUOTED = ("In message <ann@x>, Ann <ann@x.example> wrote:\r\n"
+              "> Καλημέρα κόσμε, Καλημέρα κόσμε, Καλημέρα κόσμε, Καλημέρα κόσμε,\r\n"
+              "> Καλημέρα κόσμε, τέλος.\r\n>> παλιό κείμενο\r\n> .τελεία\r\n")
+
+    def reply(self, simple, **extensions):
+        values = {"fullname": "Σοφία", "simplepost": int(simple), "signature": "-- \r\nΣ\r\n"}
+        values.update({"Extensions\\" + name: value for name, value in extensions.items()})
+        q = self.open({1: self.FLOWED}, values=dict(WRITER, **values))
+        q.open_node("<ann@x>")
+        q.command(REPLY)
+        return q
+
+    def test_a_reply_to_flowed_utf_8_is_posted_and_read_again(self):
+        answer = "Είναι 日本語 😀 ﾀ.\r\n.\r\n"
+        for simple in (False, True):
+            self.use_profile("simple" if simple else "full")
+            with self.subTest(simple=simple), self.reply(simple) as q:
+                self.assertTrue(q.text_of(TEXT).endswith(self.QUOTED + "-- \r\nΣ\r\n"),
+                                q.text_of(TEXT))
+                q.type(TEXT, answer, "end")
+                q.press(OK)
+                self.assertEqual(q.boxes(), [])
+                q.connect()
+                head, _, body = self.server.posted[-1].partition(b"\r\n\r\n")
+                head = re.sub(rb"Message-ID: <([^>]*)>\r\n", b"", head + b"\r\n")
+                self.assertEqual(head.decode("ascii"), (
+                    "From: =?UTF-8?B?zqPOv8+Gzq/OsQ==?= <me@x.example>\r\n"
+                    "Subject: Re: =?UTF-8?B?zqnOvM6tzrPOsQ==?=\r\nNewsgroups: comp.test\r\n"
+                    "References: <ann@x>\r\n" + self.MIME + "X-Newsreader: Quillet CE 1.14r3\r\n"))
+                self.assertEqual(body.decode("utf-8"),
+                                 self.QUOTED + "-- \r\nΣ\r\n" + answer + "\r\n")
+                self.server.groups[GROUP][2] = tuple(
+                    text.decode("latin-1") for text in (
+                        head + b"Message-ID: <back@x>\r\n", body.replace(b"\r\n.", b"\r\n..")))
+                q.connect()
+                q.open_group(GROUP)
+                q.open_node("<back@x>")
+                shown = q.viewer()["source"]
+                for line in ("Καλημέρα κόσμε, τέλος.", "Είναι 日本語 😀 ﾀ."):
+                    self.assertIn(line, shown)
+                self.assertIn("/2 Ωμέγα", q.tree()["rows"][0]["text"])
+            self.assert_fine(q)
+
+    def test_switched_off_a_reply_has_the_bytes_that_it_quotes(self):
+        with self.reply(False, postcharsets=0, postmessageids=0) as q:
+            self.assertIn("Subject: Re: =?UTF-8?B?zqnOvM6tzrPOsQ==?=\r\n", q.text_of(TEXT))
+            q.press(OK)
+            self.assertIn("Some characters of this text cannot be used here", q.boxes()[0][1])
+            q.connect()
+            head, _, body = self.server.posted[-1].partition(b"\r\n\r\n")
+            self.assertEqual(head, (
+                b'From: "?????" <me@x.example>\r\nSubject: Re: =?UTF-8?B?zqnOvM6tzrPOsQ==?=\r\n'
+                b"Newsgroups: comp.test\r\nReferences: <ann@x>\r\n"
+                b"X-Newsreader: Quillet CE 1.14r3"))
+            self.assertEqual(body, ("In message <ann@x>, Ann <ann@x.example> wrote:\r\n"
+                             + "> Καλημέρα κόσμε, \r\n" * 5 + "> τέλος.\r\n> > παλιό \r\n> > κείμενο"
+                             "\r\n> ..τελεία\r\n-- \r\n?\r\n\r\n").encode("utf-8"))
+        self.assert_fine(q)
+
+    def test_plain_ascii_goes_out_the_same_with_it_and_without(self):
+        sent = []
+        for on in (0, 1):
+            self.use_profile("on" if on else "off")
+            with self.open(values=dict(WRITER, simplepost=0,
+                                       **{"Extensions\\postcharsets": on})) as q:
+                q.open_node("<carl@x>")
+                q.command(REPLY)
+                q.type(TEXT, "word " * 60 + "\r\n.\r\n" + "x" * 1200, "end")
+                q.press(OK)
+                q.connect()
+                sent.append(re.sub(rb"Message-ID: <[^>]*>", b"", self.server.posted[-1]))
+        self.assertEqual(sent[0], sent[1])
+        self.assertNotIn(b"MIME", sent[0])
+
+    def test_names_of_groups_and_addresses_must_be_ascii(self):
+        with self.full() as q:
+            q.do("tab group")
+            q.command(NEW_ARTICLE)
+            for head, complaint in (
+                    (FROM + "Subject: s\r\nNewsgroups: λέξη\r\n",
+                     "The header 'Newsgroups:' can hold plain ASCII characters only. Please take the "
+                     "other characters out of it."),
+                    ("From: Σοφία <σοφία@x>\r\nSubject: s\r\nNewsgroups: a.b\r\n",
+                     "The address in the header 'From:' can hold plain ASCII characters only. Please "
+                     "take the other characters out of it."),
+                    (FROM + "Subject: s\r\nNewsgroups: a.b\r\nΛέξη: x\r\n",
+                     "One or more header lines have characters before their first colon that are not "
+                     "plain ASCII."),
+                    (FROM + "Subject: s\r\nNewsgroups: a.b\r\nContent-Type: text/plain; "
+                     "charset=ISO-8859-1\r\n",
+                     "The article cannot be written in the character set 'ISO-8859-1', which its "
+                     "header 'Content-Type:' names. Please name UTF-8 there, or remove that header.")):
+                with self.subTest(complaint):
+                    q.set(TEXT, head + SEPARATOR + "Σ\r\n")
+                    q.press(OK)
+                    self.assertEqual(q.boxes()[-1][1], complaint)
+                    self.assertEqual(q.dialog()["form"], FULL)
+            self.close_editor(q)
+            self.assertEqual(q.queue(), [])
+        self.assert_fine(q)
 
 
 class BesideAnEditor(Writing):
