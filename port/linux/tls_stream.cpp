@@ -2,8 +2,8 @@
 // wait that was ended asks the library to try again, so that its state survives and a last word can
 // still be sent; only an unfinished record cannot be continued, and nothing is written behind it.
 //
-// The check of the peer is made in one place, VerifyPeer, from within the handshake: before the
-// client's last flight, so that a peer that is refused gets an alert and nothing else.
+// The peer is checked from within the handshake: before the client's last flight, so that one that
+// is refused gets an alert and nothing else.
 #include "port/linux/tls_stream.h"
 
 #include <arpa/inet.h>
@@ -17,7 +17,8 @@
 #include <optional>
 #include <utility>
 
-#include "port/linux/certificate.h"
+#include "port/linux/certificate_text.h"
+#include "port/linux/peer_check.h"
 #include "util/format.h"
 
 namespace quillet::port {
@@ -34,18 +35,11 @@ struct Free {
   }
 };
 
-std::string DerOf(const X509* certificate) {
-  if (certificate == nullptr) return {};
-  unsigned char* bytes = nullptr;
-  const int size = i2d_X509(certificate, &bytes);
-  if (size <= 0) return {};
-  std::string der(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
-  OPENSSL_free(bytes);
-  return der;
-}
-
-// The host as certificates name it: without the dot of the root and without an interface.
+// The host as certificates name it: without the blanks around a typed address, without the dot of
+// the root and without an interface.
 std::string CertifiedName(std::string host) {
+  host.erase(0, std::min(host.find_first_not_of(' '), host.size()));
+  host.erase(host.find_last_not_of(' ') + 1);
   if (host.find(':') != std::string::npos) host = host.substr(0, host.find('%'));
   if (host.ends_with('.')) host.pop_back();
   return host;
@@ -80,8 +74,7 @@ class TlsStream::State {
   bool SetUp(const std::string& host);
   bool NameHost(const std::string& host);
   BIO* MakeBio();
-  TlsResult Explain() const;
-  std::u16string ExplainFailure() const;
+  std::u16string ExplainFailure(const std::u16string& host) const;
 
   static int ReadBio(BIO* bio, char* data, int size);
   static int WriteBio(BIO* bio, const char* data, int size);
@@ -93,19 +86,13 @@ class TlsStream::State {
   std::unique_ptr<SSL_CTX, Free<SSL_CTX_free>> context_;
   std::unique_ptr<SSL, Free<SSL_free>> ssl_;  // before the two above it
 
-  // Of the connection.
   std::optional<char> first_byte_;  // of what the peer sent
   bool closed_ = false;             // by the peer
   bool carrier_failed_ = false;
   bool write_failed_ = false;  // part of a record may be on its way
   bool may_wait_ = true;
 
-  // Of the handshake.
-  std::string host_;
-  std::string pinned_;
-  std::string fingerprint_;  // of the peer's certificate; empty until it has come
-  TlsOutcome refusal_ = TlsOutcome::kDone;
-  std::u16string problem_;
+  std::optional<PeerCheck> peer_;
 };
 
 int TlsStream::State::ReadBio(BIO* bio, char* data, int size) {
@@ -183,55 +170,27 @@ bool TlsStream::State::SetUp(const std::string& host) {
   return true;
 }
 
-// 1 lets the handshake go on. A pinned certificate stands for itself: neither its name nor its age
-// nor who signed it matters, and no other one will do.
-int TlsStream::State::VerifyPeer(X509_STORE_CTX* context, void* pointer) {
-  State& self = *static_cast<State*>(pointer);
-  const auto leaf = ReadCertificate(DerOf(X509_STORE_CTX_get0_cert(context)));
-  if (!leaf || leaf->fingerprint.empty()) {
-    X509_STORE_CTX_set_error(context, X509_V_ERR_UNSPECIFIED);
-    return 0;
-  }
-  self.fingerprint_ = leaf->fingerprint;
-  if (!self.pinned_.empty()) {
-    if (self.pinned_ == leaf->fingerprint) return 1;
-    self.refusal_ = TlsOutcome::kChangedPin;
-    self.problem_ = FormatWide(u"The certificate of %ls is not the one that was trusted.",
-                               HostNameText(self.host_));
-    X509_STORE_CTX_set_error(context, X509_V_ERR_CERT_REJECTED);
-    return 0;
-  }
-  if (X509_verify_cert(context) == 1) return 1;
-  const int error = X509_STORE_CTX_get_error(context);
-  const auto failed = ReadCertificate(DerOf(X509_STORE_CTX_get_current_cert(context)));
-  self.refusal_ = TlsOutcome::kUntrusted;
-  self.problem_ = DescribeFault(FaultOf(error), self.host_, failed.value_or(*leaf),
-                                X509_STORE_CTX_get_error_depth(context) == 0,
-                                X509_verify_cert_error_string(error));
-  return 0;
+// 1 lets the handshake go on.
+int TlsStream::State::VerifyPeer(X509_STORE_CTX* context, void* self) {
+  return static_cast<State*>(self)->peer_->Accepts(context) ? 1 : 0;
 }
 
 TlsResult TlsStream::State::Handshake(const TlsRequest& request) {
-  host_ = request.host;
-  pinned_ = request.pinned;
+  peer_.emplace(request);
   ERR_clear_error();
-  const bool shaken = SetUp(CertifiedName(host_)) && SSL_connect(ssl_.get()) == 1;
-  // Without a certificate that was looked at there is no peer.
-  TlsResult result = shaken && !fingerprint_.empty() && refusal_ == TlsOutcome::kDone
-                         ? TlsResult{TlsOutcome::kDone, {}, fingerprint_}
-                         : Explain();
+  const bool shaken = SetUp(CertifiedName(request.host)) && SSL_connect(ssl_.get()) == 1;
+  TlsResult result = peer_->result();
+  if (shaken && peer_->accepted()) {
+    result.outcome = TlsOutcome::kDone;
+  } else if (result.outcome == TlsOutcome::kFailed) {
+    result.problem = ExplainFailure(HostNameText(request.host));
+  }
   ERR_clear_error();
   return result;
 }
 
-TlsResult TlsStream::State::Explain() const {
-  if (refusal_ != TlsOutcome::kDone) return {refusal_, problem_, fingerprint_};
-  return {TlsOutcome::kFailed, ExplainFailure(), fingerprint_};
-}
-
-std::u16string TlsStream::State::ExplainFailure() const {
+std::u16string TlsStream::State::ExplainFailure(const std::u16string& host) const {
   constexpr char kAlert = 0x15, kHandshake = 0x16;
-  const std::u16string host = HostNameText(host_);
   if (first_byte_ && *first_byte_ != kAlert && *first_byte_ != kHandshake) {
     return FormatWide(u"%ls does not speak TLS on this port.", host);
   }

@@ -78,6 +78,7 @@ TEST_F(LinuxTls, AddressesAreHeldToAddresses) {
   const CertificateWish wish{.common_name = "x",
                              .alternative = "IP:127.0.0.1,IP:::1,DNS:a.example"};
   EXPECT_EQ(TryCertificate(wish, "127.0.0.1").outcome, TlsOutcome::kDone);
+  EXPECT_EQ(TryCertificate(wish, " 127.0.0.1 ").outcome, TlsOutcome::kDone);
   EXPECT_EQ(TryCertificate(wish, "::1").outcome, TlsOutcome::kDone);
   EXPECT_EQ(TryCertificate(wish, "::1%lo").outcome, TlsOutcome::kDone);
   EXPECT_EQ(TryCertificate(wish, "127.0.0.2").problem,
@@ -226,12 +227,13 @@ TEST_F(LinuxTls, HostThatIsNoneGetsNotAByte) {
     bytes += static_cast<int>(ReceiveExactly(client, 10).size());
     ++served;
   });
-  for (const std::string& host : {std::string(), std::string("news\0.example.org", 17)}) {
+  for (const std::string& host : {std::string(), std::string("  "), std::string("."),
+                                  std::string("news\0.example.org", 17)}) {
     EXPECT_EQ(Try(server.port(), host).outcome, TlsOutcome::kFailed);
     ExpectDead();
     sockets_.Close(socket_);
   }
-  EXPECT_TRUE(Eventually([&] { return served == 2; }));
+  EXPECT_TRUE(Eventually([&] { return served == 4; }));
   EXPECT_EQ(bytes, 0);
 }
 
