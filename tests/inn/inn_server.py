@@ -104,6 +104,18 @@ def wait_for_greeting(port, process, seconds=60):
     return False
 
 
+def wait_for_listener(port, process, seconds=60):
+    """True when something listens on the port."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end and process.poll() is None:
+        try:
+            socket.create_connection((HOST, port), timeout=5).close()
+            return True
+        except OSError:
+            time.sleep(0.05)
+    return False
+
+
 class InnServer:
     """The two processes: innd takes the feed, nnrpd serves readers on `port`. Further keywords are
     settings of inn.conf; `moderated` groups' posts go by mail to the file `moderated_mail`."""
@@ -201,7 +213,7 @@ class InnServer:
 
     # -- processes ---------------------------------------------------------------------------
 
-    def environment(self):
+    def environment(self, configuration="inn.conf"):
         libraries = [self.path("usr/lib/news")]
         for folder, _, files in os.walk(self.path("usr/lib")):
             if any(name.startswith("libcanlock.so") for name in files):
@@ -209,7 +221,7 @@ class InnServer:
         return {
             "PATH": self.path("usr/lib/news/bin") + ":/usr/bin:/bin",
             "LD_LIBRARY_PATH": ":".join(libraries),
-            "INNCONF": self.path("etc/news/inn.conf"),
+            "INNCONF": self.path("etc/news", configuration),
             "PERL5LIB": self.path("usr/share/perl5"),
             "LC_ALL": "C",
             "TMPDIR": self.path("spool/incoming/tmp"),
@@ -227,11 +239,11 @@ class InnServer:
         if done.returncode != 0:
             raise InnError("%s failed: %s" % (name, done.stdout.strip()))
 
-    def spawn(self, name, *arguments):
+    def spawn(self, name, *arguments, configuration="inn.conf"):
         log = open(self.path("log", name + ".out"), "ab")  # pylint: disable=consider-using-with
         process = subprocess.Popen(  # pylint: disable=consider-using-with
             [self.path("usr/lib/news/bin", name), *arguments], cwd=self.root,
-            env=self.environment(), stdin=subprocess.DEVNULL, stdout=log,
+            env=self.environment(configuration), stdin=subprocess.DEVNULL, stdout=log,
             stderr=subprocess.STDOUT, start_new_session=True, **self.identity())
         log.close()
         self.processes.append(process)
@@ -253,6 +265,33 @@ class InnServer:
         port = free_port()
         nnrpd = self.spawn("nnrpd", "-D", "-f", "-4", HOST, "-p", str(port), *arguments)
         if not wait_for_greeting(port, nnrpd):
+            raise InnError("nnrpd does not answer: " + self.logs())
+        return port
+
+    def secured_reader(self, name, identity, *arguments, readers=None, **settings):
+        """The port of a reader with that certificate (see certificates.py), which speaks TLS after
+        STARTTLS, or from the start with the argument "-S". `readers` is its readers.conf."""
+        with open(self.path("etc/news/inn.conf"), encoding="utf-8") as file:
+            text = file.read()
+        for kind, source in (("cert", identity.certificate), ("key", identity.key)):
+            own = self.path("etc/news", "%s.%s.pem" % (name, kind))
+            shutil.copyfile(source, own)
+            os.chmod(own, 0o600)
+            os.chown(own, self.user.pw_uid, self.user.pw_gid)
+            settings["tls%sfile" % kind] = own
+        settings["tlscapath"] = self.path("etc/news")
+        for setting, value in settings.items():
+            text = re.sub(r"(?m)^%s:.*\n" % setting, "", text) + "%s: %s\n" % (setting, value)
+        self.write("etc/news/%s.conf" % name, text)
+        os.chmod(self.path("etc/news/%s.conf" % name), 0o644)
+        if readers is not None:
+            self.write("etc/news/%s.readers" % name, readers)
+            os.chmod(self.path("etc/news/%s.readers" % name), 0o644)
+            arguments += ("-c", self.path("etc/news/%s.readers" % name))
+        port = free_port()
+        nnrpd = self.spawn("nnrpd", "-D", "-f", "-4", HOST, "-p", str(port), *arguments,
+                           configuration="%s.conf" % name)
+        if not wait_for_listener(port, nnrpd):
             raise InnError("nnrpd does not answer: " + self.logs())
         return port
 
