@@ -41,6 +41,22 @@ ELSEWHERE = [
     "Use the desktop's pass&word store",
     "Passwords of news servers are kept there instead of in the settings.",
     "Show the pro&gress of imports", "The import of a file above 1 MB can be watched and cancelled.",
+    "Articles of every language and encoding are shown as they were written, with their attachments.",
+    "Write in every &language", "What is not plain ASCII is posted and mailed as UTF-8.",
+    "number of seconds without an answer", "number of attempts after a lost connection",
+    "A news server that is silent for so long has gone. 0: it is waited for without end.",
+    "After 5, 15 and then every 45 seconds. 0: the connection ends there.",
+    "Log in when the server as&ks for it",
+    "If a user name is set, the program logs in whenever the server wants it.",
+    "&Try all addresses of a server", "IPv6 too. Off: only the first IPv4 address.",
+    # the waits between two connections
+    "The connection was lost. Trying again in 1 second...",
+    "The connection was lost. Trying again in \u2026 seconds...",
+    # pieces of what is said of certificates
+    "A certificate that vouches for", "\u2026 \u2026 has expired on \u2026.",
+    "\u2026 \u2026 is not valid before \u2026.",
+    "\u2026 \u2026 has a key or a signature that is too weak.", "\u2026 \u2026 has been revoked.",
+    "\u2026 \u2026 has a wrong signature.",
     # what is written, not shown
     "In message $i, $a wrote:",
     # names of files
@@ -97,6 +113,10 @@ class Guide(unittest.TestCase):
         "posted each of them is a \"?\".",
         "Quillet notification: message exceeds maximum size.",
         "Quillet notification: message has no body",
+        *(start + end for start in ("The certificate of \u2026 ",
+                                    "A certificate that vouches for \u2026 ")
+          for end in ("has expired on \u2026.", "is not valid before \u2026.", "has been revoked.",
+                      "has a key or a signature that is too weak.", "has a wrong signature.")),
     ]
 
     @classmethod
