@@ -397,6 +397,19 @@ TEST_F(DialTest, MissingMethodOpensThePreferences) {
   EXPECT_EQ(fake.sockets.cleanups(), 1);
 }
 
+TEST_F(DialTest, LineStaysUpWhileALostConnectionIsMadeAgain) {
+  fake.registry.PutDword(kExtensionsPath, u"retries", 1);
+  fake.sockets.FailReceive(1, 10054);
+  fake.clock.on_move = [this] { EXPECT_EQ(fake.dialler.calls.back(), "ConnectStatus 1"); };
+  ServesEmptyGroups({"comp.lang.misc", "alt.test"});
+  ConnectCommand(true);
+  EXPECT_EQ(fake.sockets.connections().size(), 2U);
+  EXPECT_EQ(fake.dialler.calls, (Calls{"EnumerateConnections 1", "EntryParameters gprs",
+                                       "Dial gprs user password", "ConnectStatus 1", "HangUp 1"}));
+  EXPECT_EQ(fake.sockets.startups(), 1);
+  EXPECT_EQ(fake.sockets.cleanups(), 1);
+}
+
 TEST_F(DialTest, MissingMethodIsNoMatterWhenOnline) {
   gPrefs->conxmethod = u"";
   fake.dialler.open_connections = 1;

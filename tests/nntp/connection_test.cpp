@@ -153,6 +153,24 @@ TEST_F(ConnectionTest, ServerIndexBeyondTheListIsAnUnknownHost) {
   EXPECT_EQ(ErrorLog(), u"Unable to find host .\r\n");
 }
 
+TEST_F(ConnectionTest, AllAddressesAreTriedUnlessOnlyTheFirstOfIpv4IsWanted) {
+  const port::Address v6{true, {0x20, 1, 0xd, 0xb8}, 0};
+  const port::Address first = port::Ipv4(192, 0, 2, 7);
+  const port::Address second = port::Ipv4(192, 0, 2, 8);
+  fake.sockets.SetHost("news.example.org", std::vector{v6, first, second});
+  for (const std::uint32_t all : {1U, 0U}) {
+    fake.registry.PutDword(kExtensionsPath, u"alladdresses", all);
+    Server("200 welcome\r\n");
+    Quits();
+    Run();
+    const auto expected = all != 0 ? std::vector{v6, first, second} : std::vector{first};
+    EXPECT_EQ(fake.sockets.connections().back().addresses, expected);
+  }
+  fake.sockets.SetHost("news.example.org", std::vector{v6});
+  Run();
+  EXPECT_EQ(ErrorLog(), u"Unable to find host news.example.org.\r\n");
+}
+
 struct NameCase {
   std::u16string name;
   std::optional<port::Address> address;

@@ -1,7 +1,10 @@
 // Lost connections that are made again: the wait, and that each goes on where the last one was.
 #include "nntp/retry.h"
 
+#include "base/multi_string.h"
 #include "nntp/connection.h"
+#include "nntp/under_way.h"
+#include "store/lost_articles.h"
 #include "store/pending_posts.h"
 #include "tests/nntp/nntp_fixture.h"
 
@@ -394,6 +397,53 @@ TEST_F(RetryTest, LossesInARowKeepWhatWasLeft) {
   EXPECT_EQ(end_, RunEnd::kGoOn);
   EXPECT_EQ(Chain(u"comp.lang.misc"), (std::vector<std::string>{"<b@x>", "<a@x>"}));
   EXPECT_EQ(Slept(), 65000U);
+}
+
+TEST_F(RetryTest, LostArticlesThatAreBackAreNotAskedForAgain) {
+  ASSERT_TRUE(AddLostArticles({{"<a@x>", {"alt.test"}}, {"<b@x>", {"alt.test"}}}));
+  const auto serves = [this](const std::string& id) {
+    Client("HEAD " + id + "\r\n");
+    Server("221 0 " + id + "\r\n" + HeadOf(id, "s") + ".\r\n");
+    Client("BODY " + id + "\r\n");
+    Server("222 0 " + id + "\r\ntext\r\n.\r\n");
+  };
+  Greets();
+  serves("<a@x>");
+  Client("HEAD <b@x>\r\n");
+  Closes();
+  Greets();
+  serves("<b@x>");
+  Quits();
+  Run();
+  EXPECT_EQ(end_, RunEnd::kGoOn);
+  EXPECT_EQ(Chain(u"alt.test"), (std::vector<std::string>{"<b@x>", "<a@x>"}));
+}
+
+// The number that a killed process left is tried once, not again by the next connection.
+TEST_F(RetryTest, NumberThatAKilledProcessLeftIsTriedOnceMoreInARun) {
+  fake.registry.Create(kUnderWayPath)
+      ->Set(u"groupsunderway", port::RegistryType::kMultiString,
+            CreateMultiString(std::vector<std::u16string>{u"news.example.org", u"comp.lang.misc"}));
+  gPrefs->lastdownloaded = {5, 0};
+  gPrefs->lastonserver = {6, 0};
+  ChooseGroups({0});
+  Greets();
+  Enters("comp.lang.misc", "6 1 6");
+  Exchange("STAT 5", "223 5 <a@x>");
+  Fetches(5, "<a@x>");
+  Client("NEXT\r\n");
+  Closes();
+  Greets();
+  Enters("comp.lang.misc", "6 1 6");
+  Exchange("STAT 5", "223 5 <a@x>");
+  Exchange("NEXT", "223 6 <b@x>");
+  Fetches(6, "<b@x>");
+  Quits();
+  Run();
+  EXPECT_EQ(Chain(u"comp.lang.misc"), (std::vector<std::string>{"<b@x>", "<a@x>"}));
+  const auto left = fake.registry.Find(kUnderWayPath, u"groupsunderway");
+  ASSERT_TRUE(left.has_value());
+  EXPECT_EQ(left->data, std::string(4, '\0'));
 }
 
 TEST_F(RetryTest, LoginIsGivenAgain) {
