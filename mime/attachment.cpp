@@ -119,7 +119,8 @@ std::u16string SizeText(std::uint64_t bytes) {
 std::u16string AttachmentName(std::u16string_view came, std::string_view type, std::size_t number) {
   std::u16string name(came);
   MakeOneLine(name, 0);
-  name = WithoutBlanks(name);
+  std::ranges::replace(name, u'\t', u' ');
+  name = std::u16string(WithoutBlanks(name));
   if (!name.empty()) return name;
   return u"attachment-" + Widen(std::to_string(number)) + u"." + std::u16string(ExtensionOf(type));
 }

@@ -6,7 +6,7 @@
 
 namespace quillet {
 
-// Text that stands on one line, from `from` on: line ends and tabs become blanks, other control
+// Text that stands on one line, from `from` on: line ends become blanks, tabs stay, other control
 // characters U+FFFD. Marks that change the direction of the writing behind them (U+202A to U+202E,
 // U+2066 to U+2069) are left out: without them the letters keep the order in which they are stored.
 void MakeOneLine(std::u16string& text, std::size_t from);

@@ -27,7 +27,8 @@ TEST(AttachmentLine, SaysNameTypeAndSize) {
 
 TEST(AttachmentName, IsNeverEmptyAndOnOneLine) {
   EXPECT_EQ(AttachmentName(u"", "image/jpeg", 2), u"attachment-2.jpg");
-  EXPECT_EQ(AttachmentName(u" \r\n", "x/y", 1), u"attachment-1.bin");
+  EXPECT_EQ(AttachmentName(u"a\tb.c", "x/y", 1), u"a b.c");
+  EXPECT_EQ(AttachmentName(u" \t\r\n", "x/y", 1), u"attachment-1.bin");
   EXPECT_EQ(AttachmentName(u"a\r\nb\x202Egnp.exe\x0001", "x/y", 1), u"a  bgnp.exe\xFFFD");
 }
 
