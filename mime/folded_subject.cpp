@@ -199,6 +199,15 @@ Lines SubjectsOf(std::string_view subject, const Lines& group, bool no_field_abo
 
 }  // namespace
 
+bool HasContinuation(std::string_view lines) {
+  if (!lines.empty() && IsBlank(lines.front())) return true;
+  for (std::size_t at = lines.find_first_of("\r\n"); at < lines.size();
+       at = lines.find_first_of("\r\n", at + 1)) {
+    if (at + 1 < lines.size() && IsBlank(lines[at + 1])) return true;
+  }
+  return false;
+}
+
 std::vector<std::string_view> SubjectContinuation(std::string_view subject,
                                                   std::string_view kept_headers) {
   std::string_view field;

@@ -22,6 +22,9 @@
 
 namespace quillet {
 
+// Whether there is a line that begins with a blank; no subject goes on without one.
+bool HasContinuation(std::string_view lines);
+
 // The lines, without line ends, with the blanks that they begin with.
 std::vector<std::string_view> SubjectContinuation(std::string_view subject,
                                                   std::string_view kept_headers);

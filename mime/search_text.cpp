@@ -9,6 +9,7 @@
 
 #include "mime/as_stored.h"
 #include "mime/decoding.h"
+#include "mime/folded_subject.h"
 #include "mime/folding.h"
 #include "mime/header_words.h"
 #include "mime/shown_text.h"
@@ -44,13 +45,6 @@ bool AnyText(std::string_view texts, const Visit& visit) {
     texts.remove_prefix(end + 1);
   }
   return false;
-}
-
-bool HasContinuation(std::string_view head) {
-  for (std::size_t at = head.find('\n'); at < head.size(); at = head.find('\n', at + 1)) {
-    if (at + 1 < head.size() && (head[at + 1] == ' ' || head[at + 1] == '\t')) return true;
-  }
-  return head.starts_with(' ') || head.starts_with('\t');
 }
 
 }  // namespace

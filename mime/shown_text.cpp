@@ -76,7 +76,7 @@ std::u16string Fold(std::u16string_view shown) {
 
 std::string JoinedSubject(std::string_view subject, std::string_view kept_headers) {
   std::string joined(subject);
-  if (!Decoding()) return joined;
+  if (!Decoding() || !HasContinuation(kept_headers)) return joined;
   for (const std::string_view line : SubjectContinuation(subject, kept_headers)) {
     joined.append(" ").append(line.substr(line.find_first_not_of(" \t")));
   }

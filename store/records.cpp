@@ -12,6 +12,7 @@
 #include "base/prefs.h"
 #include "base/records.h"
 #include "base/window_procedures.h"
+#include "mime/shown_text.h"
 #include "store/bulk_store.h"
 #include "store/compression.h"
 #include "store/databases.h"
@@ -45,6 +46,8 @@ constexpr std::array<StringField, 9> kStrings = {{
     {&AsciiArticle::date, false},
     {&AsciiArticle::replyTo, false},
 }};
+
+constexpr std::size_t kHeadersText = 1, kSubjectText = 4;  // their places
 
 void AppendWords(std::string& value, std::uint32_t format, const AsciiArticle& article) {
   for (const std::uint32_t word :
@@ -137,6 +140,7 @@ bool TakeStrings(std::string_view block, AsciiArticle& article, bool names_only)
   for (std::size_t i = 0; i < texts.size(); ++i) {
     if (!names_only || kStrings[i].is_name) article.*kStrings[i].text = std::string(texts[i]);
   }
+  if (names_only) article.subject = JoinedSubject(texts[kSubjectText], texts[kHeadersText]);
   return true;
 }
 

@@ -14,15 +14,17 @@
 #include "base/records.h"
 #include "thread/forest.h"
 #include "thread/gathering.h"
+#include "thread/subjects.h"
 
 namespace quillet {
 namespace {
 
 // What else is needed of an article till the end, beside its node and its place in the forest.
 struct Entry {
-  std::uint64_t key = 0;      // source by first appearance, number
-  std::uint64_t subject = 0;  // of those at the top level after the reading
-  std::string_view parentId;  // likewise
+  std::uint64_t key = 0;        // source by first appearance, number
+  std::uint64_t subject = 0;    // SubjectHash of those at the top level after the reading
+  std::string_view parentId;    // of these, too
+  bool decode_subject = false;  // it is not compared as it is stored
 };
 
 // Signed numbers in the order of unsigned ones.
@@ -76,7 +78,7 @@ struct ThreadBuilder::State {
   Forest forest;
   std::vector<Entry> entries;
   Sources sources;
-  TextBlocks parent_ids;
+  TextBlocks parent_ids, decoded_subjects;
   std::string_view last_subject, last_from;
   bool broken = false;  // memory ran out
 
@@ -90,7 +92,8 @@ struct ThreadBuilder::State {
   void NumberItems();
   void MakeItemsUnique();
   void LinkNodes(const Rows& rows);
-  std::vector<Thread> ListThreads(const Rows& rows) const;
+  Thread ThreadAt(Place top);
+  std::vector<Thread> ListThreads(const Rows& rows);
 };
 
 // --- Reading -------------------------------------------------------------------------------------
@@ -129,7 +132,11 @@ void ThreadBuilder::State::Add(const ThreadEntry& added) {
     if (added.parentId != added.messageId) parent = PlaceOf(added.parentId);
     if (parent == kNoPlace) {
       entry.parentId = parent_ids.Keep(added.parentId);
-      entry.subject = SubjectHash(added.subject);
+      // To decode it is left to the end: most of these get a parent yet.
+      entry.decode_subject = !IsComparedAsStored(added.subject);
+      if (!entry.decode_subject) {
+        entry.subject = SubjectHash(SubjectWithoutReplyMarks(added.subject));
+      }
     }
   }
   MakeRoomInForest(forest);
@@ -232,10 +239,22 @@ void ThreadBuilder::State::LinkNodes(const Rows& rows) {
   UpdateReadOfGathering(root);
 }
 
-std::vector<Thread> ThreadBuilder::State::ListThreads(const Rows& rows) const {
+Thread ThreadBuilder::State::ThreadAt(Place top) {
+  Node& node = tree->Article(top);
+  Thread thread{.top = &node, .subject = {}, .hash = entries[top].subject};
+  if (entries[top].decode_subject) {
+    thread.subject = decoded_subjects.Keep(ComparedSubject(node.subject));
+    thread.hash = SubjectHash(thread.subject);
+  } else if (options.usethreading) {
+    thread.subject = SubjectWithoutReplyMarks(node.subject);
+  }
+  return thread;
+}
+
+std::vector<Thread> ThreadBuilder::State::ListThreads(const Rows& rows) {
   std::vector<Thread> threads;
   for (Place top = rows.first[rows.root()]; top != kNoPlace; top = rows.next[top]) {
-    threads.push_back({&tree->Article(top), entries[top].subject, 0, 0, false});
+    threads.push_back(ThreadAt(top));
   }
   return threads;
 }

@@ -3,8 +3,6 @@
 #include <bit>
 #include <functional>
 
-#include "thread/subjects.h"
-
 namespace quillet {
 namespace {
 
@@ -20,7 +18,7 @@ class FirstThreads {
   // The first thread of the subject of thread i: i itself, when it was not met before.
   std::size_t Of(std::size_t i) {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t at = threads_[i].subject & mask;
+    std::size_t at = threads_[i].hash & mask;
     while (slots_[at] != kFree && !Same(slots_[at] - 1, i)) at = (at + 1) & mask;
     if (slots_[at] == kFree) slots_[at] = static_cast<std::uint32_t>(i + 1);
     return slots_[at] - 1;
@@ -28,8 +26,7 @@ class FirstThreads {
 
  private:
   bool Same(std::size_t a, std::size_t b) const {
-    return threads_[a].subject == threads_[b].subject &&
-           SubjectsMatch(threads_[a].top->subject, threads_[b].top->subject);
+    return threads_[a].hash == threads_[b].hash && threads_[a].subject == threads_[b].subject;
   }
 
   const std::vector<Thread>& threads_;
@@ -83,8 +80,8 @@ void Gather(Node& subject, std::vector<Thread>& threads, std::size_t first, bool
 
 }  // namespace
 
-std::uint64_t SubjectHash(std::string_view subject) {
-  return std::hash<std::string_view>{}(SubjectWithoutReplyMarks(subject));
+std::uint64_t SubjectHash(std::string_view compared) {
+  return std::hash<std::string_view>{}(compared);
 }
 
 bool GatherThreads(ThreadTree& tree, std::vector<Thread>& threads, bool merge,

@@ -12,15 +12,15 @@ namespace quillet {
 // An article of the top level, in the order of their list.
 struct Thread {
   Node* top = nullptr;
-  std::uint64_t subject = 0;  // SubjectHash of its subject
-  std::size_t next = 0;       // the next one of its subject; 0: none
-  std::size_t last = 0;       // of a subject's first one: the last one so far
+  std::string_view subject;  // what SubjectsMatch compares of its subject
+  std::uint64_t hash = 0;    // SubjectHash of that
+  std::size_t next = 0;      // the next one of its subject; 0: none
+  std::size_t last = 0;      // of a subject's first one: the last one so far
   bool gathered = false;
 };
 
-// The hash of the subject without its reply marks (SubjectWithoutReplyMarks): subjects that match
-// by SubjectsMatch have the same hash, others rarely have.
-std::uint64_t SubjectHash(std::string_view subject);
+// Of what SubjectsMatch compares of a subject.
+std::uint64_t SubjectHash(std::string_view compared);
 
 // Makes the root's list: a subject node for every thread, with `merge` one for all threads of one
 // subject, in order of first appearance, its threads in their order. After an abort no more are

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "mime/decoding.h"
+#include "mime/header_words.h"
+#include "mime/shown_text.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -19,8 +22,20 @@ std::string_view SubjectWithoutReplyMarks(std::string_view subject) {
   return subject;
 }
 
+bool IsComparedAsStored(std::string_view subject) {
+  return !Decoding() || HasNothingToDecode(subject);
+}
+
+std::string ComparedSubject(std::string_view subject) {
+  if (IsComparedAsStored(subject)) return std::string(SubjectWithoutReplyMarks(subject));
+  return std::string(SubjectWithoutReplyMarks(ToUtf8(ShownHeader(subject))));
+}
+
 bool SubjectsMatch(std::string_view a, std::string_view b) {
-  return SubjectWithoutReplyMarks(a) == SubjectWithoutReplyMarks(b);
+  if (IsComparedAsStored(a) && IsComparedAsStored(b)) {
+    return SubjectWithoutReplyMarks(a) == SubjectWithoutReplyMarks(b);
+  }
+  return ComparedSubject(a) == ComparedSubject(b);
 }
 
 }  // namespace quillet

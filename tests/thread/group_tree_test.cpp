@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 
 #include "base/window_procedures.h"
+#include "mime/shown_text.h"
 #include "store/bulk_store.h"
+#include "tests/mime/without_decoding.h"
 #include "tests/store/store_fixture.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
@@ -352,6 +354,27 @@ TEST_F(GroupTreeTest, NamesAreFetchedOfExactlyTheRecordsThatCanBeRead) {
   EXPECT_GT(boxes.size(), 0U);
   EXPECT_EQ(boxes.size() % 2, 0U);
   for (const auto& text : boxes) EXPECT_EQ(text, u"Decompress returned an error");
+}
+
+constexpr std::string_view kFolded = "=?utf-8?Q?Une_=C3=A9?=";
+constexpr std::string_view kContinued = "Path: a\r\n =?utf-8?Q?tude?=\r\nLines: 1";
+
+TEST_F(GroupTreeTest, FoldedSubjectsAreJoinedWhereTheHeadHasTheirRest) {
+  OpenStore();
+  AsciiArticle article = ArticleWithId("<1@x>", "text\r\n");
+  article.subject = std::string(kFolded);
+  article.headers = std::string(kContinued);
+  ASSERT_TRUE(StoreArticle(article));
+  ASSERT_TRUE(AddArticleToGroup(kGroup, "<1@x>"));
+  Put({kGroup}, {"<2@x>", "", "Re: =?iso-8859-1?Q?Une_=E9tude?=", "a", "f", 2, false, 0});
+  EXPECT_EQ(FetchArticleNames("<1@x>")->subject, "=?utf-8?Q?Une_=C3=A9?= =?utf-8?Q?tude?=");
+  const BuiltTree built = BuildNodeTree(kGroup);
+  const Node& node = *built.tree->FindNodeByMessageId("<1@x>");
+  EXPECT_EQ(ShownHeader(node.subject), u"Une \u00E9tude");
+  EXPECT_EQ(node.parent, built.tree->FindNodeByMessageId("<2@x>")->parent);
+  const testing::WithoutDecoding scope;
+  EXPECT_EQ(FetchArticleNames("<1@x>")->subject, kFolded);
+  EXPECT_EQ(BuildNodeTree(kGroup).tree->FindNodeByMessageId("<1@x>")->subject, kFolded);
 }
 
 // --- Damaged chains ------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tests/mime/without_decoding.h"
 #include "tests/thread/forests.h"
 #include "tests/thread/tree_reference.h"
 #include "thread/gathering.h"
@@ -191,7 +192,7 @@ TEST(ThreadBuilder, SubjectsOfOneHashAreToldApart) {
     top->subject = subject;
     top->messageId = subject;
     top->treeItem = static_cast<std::uint32_t>(threads.size() + 1);
-    threads.push_back({top, 7, 0, 0, false});
+    threads.push_back({.top = top, .subject = SubjectWithoutReplyMarks(subject), .hash = 7});
   }
   const auto no_progress = [](std::uint64_t) {};
   ASSERT_TRUE(GatherThreads(tree, threads, true, no_progress, [] { return false; }));
@@ -201,6 +202,43 @@ TEST(ThreadBuilder, SubjectsOfOneHashAreToldApart) {
 TEST(ThreadBuilder, OnlySubjectsOfTopmostArticlesCount) {
   EXPECT_EQ(Outline({One("<1>", "", 1, "a"), One("<2>", "<1>", 2, "b"), One("<3>", "", 3, "b")}),
             "[a]\n <1>\n  <2>\n[b]\n <3>\n");
+}
+
+TEST(ThreadBuilder, SubjectsThatAreShownAlikeShareANode) {
+  const std::vector<TestArticle> articles = {One("<1>", "", 1, "=?UTF-8?Q?Caf=C3=A9?="),
+                                             One("<2>", "", 2, "Re: =?utf-8?B?Q2Fmw6k=?="),
+                                             One("<3>", "", 3, "=?iso-8859-1?Q?Re:_Caf=E9?="),
+                                             One("<4>", "", 4, "re: Caf\xE9"),
+                                             One("<5>", "", 5, "Caf\xC3\xA9"),
+                                             One("<6>", "", 6, "caf\xE9"),
+                                             One("<7>", "", 7, "=?us-ascii?Q?Tea?="),
+                                             One("<8>", "", 8, "Re: Tea")};
+  EXPECT_EQ(Outline(articles),
+            "[=?UTF-8?Q?Caf=C3=A9?=]\n <1>\n <2>\n <3>\n <4>\n <5>\n[caf\xE9]\n <6>\n"
+            "[=?us-ascii?Q?Tea?=]\n <7>\n <8>\n");
+  const testing::WithoutDecoding scope;
+  EXPECT_EQ(Outline(articles),
+            "[=?UTF-8?Q?Caf=C3=A9?=]\n <1>\n[Re: =?utf-8?B?Q2Fmw6k=?=]\n <2>\n"
+            "[=?iso-8859-1?Q?Re:_Caf=E9?=]\n <3>\n[re: Caf\xE9]\n <4>\n[Caf\xC3\xA9]\n <5>\n"
+            "[caf\xE9]\n <6>\n[=?us-ascii?Q?Tea?=]\n <7>\n[Re: Tea]\n <8>\n");
+}
+
+TEST(ThreadBuilder, AnEmptySubjectIsAnEmptyOneHoweverItIsWritten) {
+  EXPECT_EQ(Outline({One("<1>", "", 1, ""), One("<2>", "", 2, "=?utf-8?Q?Re:_?=")}),
+            "[]\n <1>\n <2>\n");
+}
+
+TEST(SubjectsMatch, ComparesWhatIsShown) {
+  EXPECT_TRUE(SubjectsMatch("=?UTF-8?Q?Caf=C3=A9?=", "RE: re: =?utf-8?B?Q2Fmw6k=?="));
+  EXPECT_TRUE(SubjectsMatch("=?us-ascii?Q?Re:_a?=", "a"));
+  EXPECT_FALSE(SubjectsMatch("=?UTF-8?Q?Caf=C3=A9?=", "Cafe"));
+  EXPECT_FALSE(SubjectsMatch("=?UTF-8?Q?Caf=C3=A9?=", "=?UTF-8?Q?caf=C3=A9?="));
+  EXPECT_EQ(ComparedSubject("Re: =?UTF-8?Q?re:_Caf=C3=A9?="), "Caf\xC3\xA9");
+  EXPECT_EQ(ComparedSubject("Re: Tea"), "Tea");
+  const testing::WithoutDecoding scope;
+  EXPECT_FALSE(SubjectsMatch("=?UTF-8?Q?Caf=C3=A9?=", "=?utf-8?B?Q2Fmw6k=?="));
+  EXPECT_TRUE(SubjectsMatch("=?UTF-8?Q?Caf=C3=A9?=", "Re: =?UTF-8?Q?Caf=C3=A9?="));
+  EXPECT_EQ(ComparedSubject("Re: =?UTF-8?Q?re:_Caf=C3=A9?="), "=?UTF-8?Q?re:_Caf=C3=A9?=");
 }
 
 TEST(SubjectsMatch, IgnoresBlanksInFrontAndReplyMarks) {

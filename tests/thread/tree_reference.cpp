@@ -1,10 +1,13 @@
 #include "tests/thread/tree_reference.h"
 
 #include <deque>
+#include <map>
 #include <set>
 
+#include "mime/shown_text.h"
 #include "thread/subjects.h"
 #include "util/format.h"
+#include "util/text.h"
 
 namespace quillet::testing {
 namespace {
@@ -120,7 +123,17 @@ std::string WithoutMarks(std::string text) {
   return text;
 }
 
+// Of those that are at the top level now, as they are shown.
+std::map<const RefNode*, std::string> ComparedSubjects(const Reference& tree) {
+  std::map<const RefNode*, std::string> compared;
+  for (const RefNode* top = tree.root->first_child; top != nullptr; top = top->next) {
+    compared[top] = WithoutMarks(ToUtf8(ShownHeader(top->article.subject)));
+  }
+  return compared;
+}
+
 void MakeSubjectNodes(Reference& tree, std::size_t limit) {
+  const std::map<const RefNode*, std::string> compared = ComparedSubjects(tree);
   std::size_t made = 0;
   for (RefNode** link = &tree.root->first_child; *link != nullptr; link = &(*link)->next) {
     RefNode* thread = *link;
@@ -134,7 +147,7 @@ void MakeSubjectNodes(Reference& tree, std::size_t limit) {
     RefNode* after = thread;
     for (RefNode** other = &subject->next; *other != nullptr;) {
       RefNode* moved = *other;
-      if (WithoutMarks(moved->article.subject) != WithoutMarks(subject->article.subject)) {
+      if (compared.at(moved) != compared.at(thread)) {
         other = &moved->next;
         continue;
       }

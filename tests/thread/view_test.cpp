@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/mime/without_decoding.h"
 #include "tests/thread/view_fixture.h"
 #include "thread/commands.h"
 #include "thread/labels.h"
@@ -320,6 +321,24 @@ TEST_F(ViewTest, AnArticleWithoutAMessageIdIsStillAnArticle) {
   Recount();
   ShowThreadView();
   EXPECT_THAT(Rows(), ElementsAre("*No name", "  *nobody"));
+}
+
+TEST_F(ViewTest, LabelsAreDecoded) {
+  Put({"<1@x>", "", "=?UTF-8?Q?Caf=C3=A9?=", "=?utf-8?Q?J=C3=BC?= <z@x>", 1, false});
+  Put({"<2@x>", "", "Re: =?iso-8859-1?Q?Caf=E9?=", "J\xC3\xBC <z@x>", 2, false});
+  Recount();
+  ShowThreadView();
+  EXPECT_THAT(Rows(), ElementsAre("*2/2 Caf\xE9", "  *J\xFC <z@x>", "  *J\xFC <z@x>"));
+}
+
+TEST_F(ViewTest, LabelsAreTheStoredTextsWithoutDecoding) {
+  const testing::WithoutDecoding scope;
+  Put({"<1@x>", "", "=?UTF-8?Q?Caf=C3=A9?=", "=?koi8-r?Q?=F6?= <z@x>", 1, false});
+  Put({"<2@x>", "", "Re: =?iso-8859-1?Q?Caf=E9?=", "z", 2, false});
+  Recount();
+  ShowThreadView();
+  EXPECT_THAT(Rows(), ElementsAre("*=?UTF-8?Q?Caf=C3=A9?=", "  *=?koi8-r?Q?=F6?= <z@x>",
+                                  "*Re: =?iso-8859-1?Q?Caf=E9?=", "  *z"));
 }
 
 TEST_F(ViewTest, OnlyChangedLabelsAreHandedOver) {
