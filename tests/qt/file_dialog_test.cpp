@@ -23,9 +23,10 @@ class FileDialogTest : public DisplayTest {
   const port::OpenFileTraits kOpenTraits{u"Import file", u"All files (*.*)", u"*.*", u"*"};
 
   // Asks from a thread of its own and waits for the dialog.
-  std::future<Path> AskLater(port::WindowHandle owner = 0) {
-    return Shown(std::async(std::launch::async, [this, owner] {
-      return device->file_dialogs().SaveFile(owner, kTraits);
+  std::future<Path> AskLater(port::WindowHandle owner = 0) { return AskWith(kTraits, owner); }
+  std::future<Path> AskWith(const port::SaveFileTraits& traits, port::WindowHandle owner = 0) {
+    return Shown(std::async(std::launch::async, [this, traits, owner] {
+      return device->file_dialogs().SaveFile(owner, traits);
     }));
   }
   std::future<Path> AskForFileToOpen(port::WindowHandle owner = 0) {
@@ -98,6 +99,21 @@ TEST_F(FileDialogTest, AddsTheExtensionToANameWithoutOne) {
   path = AskLater();
   Save(InFolder("other.eml"));
   EXPECT_EQ(path.get(), Path(InFolder("other.eml").toStdU16String()));
+}
+
+TEST_F(FileDialogTest, AFileOfAnyKindKeepsItsNameAndIsAmongAllOthers) {
+  const port::SaveFileTraits traits{u"Save attachment as", u"\u5199\u771F.jpg", u"All files (*.*)",
+                                    u"*.*", u""};
+  auto path = AskWith(traits);
+  OnDisplay([&] {
+    EXPECT_TRUE(Dialog().selectedFiles().front().endsWith(QStringLiteral("/\u5199\u771F.jpg")));
+    EXPECT_EQ(Dialog().defaultSuffix(), QString());
+    // Of names without a dot as well.
+    EXPECT_EQ(Dialog().nameFilters(), QStringList{QStringLiteral("All files (*.*) (*)")});
+    EXPECT_TRUE(Dialog().testOption(QFileDialog::HideNameFilterDetails));
+  });
+  Save(InFolder("README"));
+  EXPECT_EQ(path.get(), Path(InFolder("README").toStdU16String()));
 }
 
 TEST_F(FileDialogTest, DoesNotAskAboutAFileThatIsThere) {
