@@ -4,6 +4,7 @@
 
 #include "article/headers_dialog.h"
 #include "article/save.h"
+#include "mime/decoding.h"
 #include "tests/article/article_fixture.h"
 
 namespace quillet {
@@ -219,13 +220,28 @@ TEST_F(MessageBody, TakesAMegabyteOnOneLine) {
   EXPECT_EQ(WithHeaders(article).size(), WithHeaders(Full()).size() - 8 + (1 << 20));
 }
 
-TEST_F(MessageBody, KeepsNulsAndControlCharacters) {
+TEST_F(MessageBody, KeepsNulsAndControlCharactersWhileNothingIsDecoded) {
+  SetDecoding(false);
   AsciiArticle article = Full();
   article.body = Raw("a\0b\x01\x1b\x7f\x81\r\n");
   article.headers = Raw("X: \0\r");
   EXPECT_EQ(Body(article), std::u16string_view(u"a\0b\x01\x1b\x7f\x81\r\n", 9));
   EXPECT_NE(WithHeaders(article).find(std::u16string_view(u"X: \0\r\n\r\na\0b", 11)),
             std::u16string::npos);
+}
+
+TEST_F(MessageBody, KeepsThemInAnArticleThatNeedsNoDecoding) {
+  AsciiArticle article = Full();
+  article.body = Raw("a\0b\x01\x1b\x7f\r\n");
+  EXPECT_EQ(Body(article), std::u16string_view(u"a\0b\x01\x1b\x7f\r\n", 8));
+}
+
+TEST_F(MessageBody, ShowsThemHarmlessInADecodedArticle) {
+  AsciiArticle article = Full();
+  article.body = Raw("a\0b\x01\x1b\x7f\x81 \xe9\r\n");
+  EXPECT_EQ(Body(article),
+            u"a\uFFFD"
+            u"b\uFFFD\uFFFD\uFFFD\uFFFD \u00E9\r\n");
 }
 
 // --- The "Message headers" dialog ----------------------------------------------------------------
