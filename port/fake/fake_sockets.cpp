@@ -343,7 +343,7 @@ TlsResult FakeSockets::StartTls(SocketHandle socket, const TlsRequest& request) 
   }
   const std::string expected = steps_.empty() ? "nothing more" : Describe(steps_.front());
   released_ = true;
-  const TlsResult refused = RefuseTls(socket, 0);
+  TlsResult refused = RefuseTls(socket, 0);
   Fail(lock, "sockets: the client starts TLS where the server expects " + expected +
                  (unmatched_.empty() ? "" : " after " + Quote(unmatched_)));
   return refused;
@@ -374,14 +374,12 @@ void FakeSockets::AwaitClose(SocketHandle socket, std::uint32_t milliseconds) {
   MakeReadable(lock);
   unread_.clear();
   if (steps_.empty() || server_closed_) return;
-  if (steps_.front().for_good) {
-    steps_.pop_front();  // and so is the wait for it
-    server_closed_ = true;
-  } else if (steps_.front().kind == StepKind::kStalls) {
+  const Step& next = steps_.front();
+  if (next.kind == StepKind::kStalls && !next.for_good) {
     changed_.wait_for(lock, std::chrono::milliseconds(milliseconds),
                       [&] { return resumed_ || Interrupted(); });
-  } else if (steps_.front().kind == StepKind::kCloses) {
-    steps_.pop_front();
+  } else if (next.for_good || next.kind == StepKind::kCloses) {
+    steps_.pop_front();  // nobody waits for one that is silent for good
     server_closed_ = true;
   }
 }

@@ -489,6 +489,21 @@ TEST_F(Transcript, SilenceForGoodEndsAtTheStallLimit) {
   EXPECT_TRUE(failures.empty());
 }
 
+TEST_F(Transcript, NobodyWaitsForTheCloseOfAServerSilentForGood) {
+  sockets.Client("QUIT\r\n");
+  sockets.StallsForGood();
+  Connect();
+  EXPECT_TRUE(sockets.Send(socket, "QUIT\r\n"));
+  sockets.AwaitClose(socket, 600'000);
+  EXPECT_TRUE(sockets.Finished());
+}
+
+TEST_F(Transcript, ConnectionToNoAddressFails) {
+  socket = sockets.Open();
+  EXPECT_FALSE(sockets.Connect(socket, {}, 119));
+  EXPECT_EQ(Receive(), "<error 10057>");
+}
+
 TEST_F(Transcript, SilenceForGoodWithoutALimitLastsUntilTheInterrupt) {
   sockets.StallsForGood();
   Connect();
