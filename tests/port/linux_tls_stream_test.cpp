@@ -150,10 +150,13 @@ TEST_F(LinuxTls, ReplyInTheClearThatComesLateIsThrownAwayToo) {
     EXPECT_TRUE(peer.Send("200 encrypted\r\n"));
     peer.ReceiveAll();
   });
+  const int fd = NextDescriptor();
   socket_ = ConnectedTo(server.port());
   EXPECT_EQ(Receive(11), "382 go on\r\n");
   read.set_value();
   injected.get_future().wait();
+  pollfd arrived{fd, POLLIN, 0};
+  ASSERT_EQ(poll(&arrived, 1, 10'000), 1);
   EXPECT_EQ(sockets_.StartTls(socket_, {"news.example.org", ""}).outcome, TlsOutcome::kDone);
   EXPECT_EQ(Receive(15), "200 encrypted\r\n");
   sockets_.Close(socket_);
