@@ -16,7 +16,8 @@ constexpr std::u16string_view kCut = u"...";
 
 bool IsHostCharacter(char c) {
   const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-  return letter || (c >= '0' && c <= '9') || std::string_view("-._*:").find(c) != std::string::npos;
+  return letter || (c >= '0' && c <= '9') ||
+         std::string_view("-._*:%").find(c) != std::string::npos;
 }
 
 // Controls, what has no width, what turns the direction, fillers, variation selectors, private and

@@ -35,7 +35,7 @@ enum class CertificateFault {
   kOther,
 };
 
-// Letters, digits and "-._*:" as they are, any other byte as "\x07"; of a long name the end, since
+// Letters, digits and "-._*:%" as they are, any other byte as "\x07"; of a long name the end, since
 // a name is read from there. 64 characters at most.
 std::u16string HostNameText(std::string_view name);
 // UTF-8 with what is invisible, turns the direction of writing or is malformed as "?". 64

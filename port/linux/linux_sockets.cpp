@@ -235,10 +235,10 @@ std::int64_t LinuxSockets::ReceiveInto(int fd, std::span<char> buffer) {
 }
 
 std::int64_t LinuxSockets::ReceiveFrom(Socket& socket, std::span<char> buffer) {
-  socket.heard = true;
-  if (!socket.tls) return ReceiveInto(socket.fd.get(), buffer);
-  const std::int64_t got = socket.tls->Receive(buffer);
-  if (got < 0 && !socket.tls->carrier_failed()) Fail(EPROTO);
+  const std::int64_t got =
+      socket.tls ? socket.tls->Receive(buffer) : ReceiveInto(socket.fd.get(), buffer);
+  if (got > 0) socket.heard = true;
+  if (got < 0 && socket.tls && !socket.tls->carrier_failed()) Fail(EPROTO);
   return got;
 }
 

@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 TEST(HostNameText, PlainNamesStayAsTheyAre) {
   for (const std::string name : {"", "news.example.org", "*.Example-1.org", "a_b.c", "2001:db8::7",
-                                 "xn--bcher-kva.example"}) {
+                                 "fe80::1%eth0", "xn--bcher-kva.example"}) {
     EXPECT_EQ(HostNameText(name), std::u16string(name.begin(), name.end()));
   }
 }
