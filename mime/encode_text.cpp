@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "mime/charset_names.h"
+#include "mime/mime_library.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -94,14 +95,6 @@ struct Unref {
   void operator()(GMimeContentType* type) const { g_object_unref(type); }
 };
 
-void StartLibrary() {
-  static const bool started = [] {
-    g_mime_init();
-    return true;
-  }();
-  static_cast<void>(started);
-}
-
 // The value with its continuation lines, on one line; empty when there is no such field.
 std::string WholeValue(std::string_view name, std::string_view head) {
   std::string value;
@@ -148,7 +141,7 @@ std::optional<std::u16string> DecodeText(std::string_view bytes, std::string_vie
 std::string CharsetOfHead(std::string_view head) {
   const std::string value = WholeValue("Content-Type:", head);
   if (value.empty()) return {};
-  StartLibrary();
+  StartMimeLibrary();
   const std::unique_ptr<GMimeContentType, Unref> type(
       g_mime_content_type_parse(nullptr, value.c_str()));
   const char* charset = type ? g_mime_content_type_get_parameter(type.get(), "charset") : nullptr;

@@ -217,7 +217,7 @@ std::string EncodeHeaderAddress(std::u16string_view value) {
 std::string ToKillfileText(std::u16string_view shown) {
   std::string bytes = ToStored(shown);
   if (!Decoding() || shown.empty() || ShownHeader(bytes) == shown) return bytes;
-  return AsWords(OnOneLine(shown));
+  return AsWords(shown);
 }
 
 }  // namespace quillet

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "mime/header_words.h"
+#include "mime/mime_library.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -19,14 +20,6 @@ struct Unref {
 };
 template <class T>
 using Owned = std::unique_ptr<T, Unref>;
-
-void StartLibrary() {
-  static const bool started = [] {
-    g_mime_init();
-    return true;
-  }();
-  static_cast<void>(started);
-}
 
 bool IsBlank(char c) {
   return c == ' ' || c == '\t';
@@ -171,7 +164,7 @@ PartHead ReadPartHead(std::string_view head, std::string_view fallback) {
   result.type = fallback;
   // Most heads have none of the fields, or all of them: one look for what their names begin with.
   if (FindNoCase(head, "content-") == std::string_view::npos) return result;
-  StartLibrary();
+  StartMimeLibrary();
   const auto disposition = FieldValue(head, "Content-Disposition");
   const auto type = FieldValue(head, "Content-Type");
   const auto transfer = FieldValue(head, "Content-Transfer-Encoding");

@@ -112,8 +112,8 @@ TEST(ToKillfileText, IsCodePage1252WhereThatIsEnough) {
 
 TEST(ToKillfileText, IsEncodedWordsElsewhere) {
   EXPECT_EQ(ToKillfileText(u"Ω x"), "=?UTF-8?Q?=CE=A9_x?=");
-  for (const std::u16string text :
-       {u"Ж and plain", u"日本語", u"Ã¼", u"=?utf-8?Q?x?=", u"😀 ü", u"=?utf-8?Q?x?= Ω =?"}) {
+  for (const std::u16string text : {u"Ж and plain", u"日本語", u"Ã¼", u"=?utf-8?Q?x?=", u"😀 ü",
+                                    u"=?utf-8?Q?x?= Ω =?", u"Ω\ttab"}) {
     EXPECT_EQ(ShownHeader(ToKillfileText(text)), text);
   }
 }

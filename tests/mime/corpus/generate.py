@@ -6,8 +6,10 @@ character sets are Python's own or written here; articles that break rules have 
 down by hand. Run it in its folder; what it writes is the same each time.
 """
 import base64
+import binascii
 import glob
 import os
+import zlib
 
 from texts import CHARSETS, TEXTS
 
@@ -360,6 +362,51 @@ def add_pages(corpus):
     corpus.add('page-meta', mime(kind='text/html'), meta.encode('cp1251'), page_text(text_of('ru')[2]))
 
 
+# --- Files in texts ---------------------------------------------------------------------------------
+
+def uuencoded(data, name):
+    lines = [binascii.b2a_uu(data[i:i + 45], backtick=True).rstrip(b'\n') for i in range(0, len(data), 45)]
+    return b'begin 644 %s\r\n' % name + b'\r\n'.join(lines) + b'\r\n`\r\nend\r\n'
+
+
+def yenc(data, name, line=128):
+    """Whole, with its checksum. Dots at line starts are doubled with all others of the article."""
+    out, column = bytearray(), 0
+    for byte in data:
+        byte = (byte + 42) % 256
+        if byte in (0, 10, 13, 61) or byte in (9, 32) and column in (0, line - 1):
+            out += bytes((61, (byte + 64) % 256))
+            column += 2
+        else:
+            out.append(byte)
+            column += 1
+        if column >= line:
+            out += b'\r\n'
+            column = 0
+    if column:
+        out += b'\r\n'
+    head = b'=ybegin line=%d size=%d name=%s\r\n' % (line, len(data), name)
+    return head + bytes(out) + b'=yend size=%d crc32=%08x\r\n' % (len(data), zlib.crc32(data))
+
+
+def add_files(corpus):
+    german, ascii_text = text_of('de')[2], 'Here it is.\r\n'
+    uu, ye = uuencoded(PICTURE, b'photo.jpg'), yenc(PICTURE, b'photo.jpg')
+    for label, data in (('uu', uu), ('yenc', ye)):
+        corpus.add(label + '-alone', [], data, '', attachments=[PHOTO])
+        corpus.add(label + '-below', [], ascii_text.encode() + data, ascii_text, attachments=[PHOTO])
+        corpus.add(label + '-between', [], ascii_text.encode() + data + b'Bye.\r\n', ascii_text + 'Bye.\r\n', attachments=[PHOTO])
+        corpus.add(label + '-utf8', mime('utf-8', '8bit'), german.encode() + data, german, attachments=[PHOTO])
+        corpus.add(label + '-twice', [], data + data, '', attachments=[PHOTO, PHOTO])
+    corpus.add('uu-in-part', kind_of('mixed'), multipart([part(['Content-Type: text/plain'], ascii_text.encode() + uu),
+                                                          text_part()]), ascii_text + CRLF + german, attachments=[PHOTO])
+    corpus.add('uu-as-transfer', kind_of('mixed'), multipart([text_part(), part(
+        ['Content-Type: image/jpeg; name=photo.jpg', 'Content-Transfer-Encoding: x-uuencode'], uu)]), german, attachments=[PHOTO])
+    corpus.add('uu-unnamed-begin', [], b'begin 644 is how such a file begins.\r\nNo more of it.\r\n',
+               'begin 644 is how such a file begins.\r\nNo more of it.\r\n')
+    corpus.add('yenc-name-1252', [], yenc(PICTURE, 'Grüße.jpg'.encode('cp1252')), '', attachments=[('Grüße.jpg',) + PHOTO[1:]])
+
+
 # --- Headers ----------------------------------------------------------------------------------------
 
 def add_headers(corpus):
@@ -442,7 +489,8 @@ def main():
     for path in glob.glob('*.art') + glob.glob('*.txt'):
         os.remove(path)
     corpus = Corpus()
-    for add in (add_charsets, add_unlabelled, add_lying, add_flowed, add_parts, add_pages, add_headers, add_broken):
+    for add in (add_charsets, add_unlabelled, add_lying, add_flowed, add_parts, add_pages, add_files, add_headers,
+                add_broken):
         add(corpus)
     print(len(corpus.names), 'articles')
 

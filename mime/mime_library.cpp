@@ -1,0 +1,15 @@
+#include "mime/mime_library.h"
+
+#include <gmime/gmime.h>
+
+namespace quillet {
+
+void StartMimeLibrary() {
+  static const bool started = [] {
+    g_mime_init();
+    return true;
+  }();
+  static_cast<void>(started);
+}
+
+}  // namespace quillet
