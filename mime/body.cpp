@@ -48,7 +48,8 @@ bool IsPlainAscii(const PartHead& head, std::string_view body) {
 // How well a part serves as the text of several that say the same; 0: not at all.
 int Rank(const MimePart& part) {
   if (part.head.attached) return 0;
-  if (part.IsMultipart() && !part.broken) {
+  if (part.broken) return HasText(part.body) ? 1 : 0;
+  if (part.IsMultipart()) {
     int best = 0;
     for (const MimePart& inner : part.parts) best = std::max(best, Rank(inner));
     return best;
@@ -188,7 +189,8 @@ class BodyReader {
 
   void ListAll(const MimePart& part, bool but_texts = false) {
     const bool text = part.head.type.starts_with("text/") && part.head.type != "text/calendar";
-    if (part.head.attached || (!part.IsMultipart() && !(but_texts && text))) return List(part);
+    const bool whole = part.head.attached || part.broken || !part.IsMultipart();
+    if (whole && !(but_texts && text && !part.head.attached)) return List(part);
     for (const MimePart& inner : part.parts) ListAll(inner, but_texts);
   }
 
@@ -199,6 +201,7 @@ class BodyReader {
                                  : part.head.type;
     if (IsWanted()) bytes_ = decoded.bytes;
     AddAttachment(part.head.name, type, decoded.bytes.size());
+    if (HasText(decoded.rest)) AppendText(DecodeUnlabelled(decoded.rest));
   }
 
   bool IsWanted() const { return wanted_ == result_.attachments.size(); }

@@ -41,11 +41,12 @@ MimeTree::MimeTree(std::string_view head, std::string_view body) {
   root_.own_head = head;
   root_.body = body;
   root_.head = ReadPartHead(head, "text/plain");
+  root_.head.attached = false;  // to what?
   Read(root_, 0);
 }
 
 void MimeTree::Read(MimePart& part, std::size_t depth) {
-  if (part.head.attached && depth > 0) return;  // listed as it is
+  if (part.head.attached) return;  // listed as it is
   if (!ReachesFarther(part)) return;
   if (depth == kDeepest) {
     part.broken = true;

@@ -148,13 +148,25 @@ TEST(DecodeBody, WhatIsNoTextIsListed) {
   EXPECT_EQ(AttachmentBytes({head, "iVBORw==\r\n"}, 1), "");
 }
 
+TEST(DecodeBody, TextThatIsAllThereIsIsShown) {
+  EXPECT_EQ(TextOf("Content-Disposition: attachment; filename=a.txt\n", "text"), u"text");
+}
+
+TEST(DecodeBody, TextBehindAFileIsShown) {
+  const DecodedBody body = Decode("Content-Type: x/y\nContent-Transfer-Encoding: base64\n",
+                                  "SGVsbG8=\n-- \nThe list, a@b\n");
+  EXPECT_EQ(body.text, u"-- \nThe list, a@b\n");
+  EXPECT_EQ(body.attachments, (std::vector<Attachment>{{u"attachment-1.bin", "x/y", 5, 0}}));
+}
+
 TEST(DecodeBody, NamesOfAttachmentsComeInAllForms) {
   for (const std::string_view fields :
        {"Content-Type: x/y; name=wrong.bin\nContent-Disposition: attachment; "
         "filename*=UTF-8''%C3%BC.txt\n",
-        "Content-Disposition: attachment; filename*0*=utf-8''%C3%BC; filename*1=.txt\n",
-        "Content-Disposition: attachment; filename=\"=?utf-8?B?w7wudHh0?=\"\n",
-        "Content-Disposition: attachment; filename=\"\xC3\xBC.txt\"\n",
+        "Content-Type: x/y\nContent-Disposition: attachment; filename*0*=utf-8''%C3%BC; "
+        "filename*1=.txt\n",
+        "Content-Type: x/y\nContent-Disposition: attachment; filename=\"=?utf-8?B?w7wudHh0?=\"\n",
+        "Content-Type: x/y\nContent-Disposition: attachment; filename=\"\xC3\xBC.txt\"\n",
         "Content-Type: x/y; name*=iso-8859-1'de'%FC.txt\nContent-Disposition: attachment\n"}) {
     const DecodedBody body = Decode(fields, "abc");
     ASSERT_EQ(body.attachments.size(), 1U) << fields;

@@ -67,6 +67,23 @@ TEST(Multipart, OfAlternativesThePlainOneIsShown) {
   EXPECT_EQ(body.attachments, std::vector<Attachment>{kPictureListed});
 }
 
+TEST(Multipart, ABrokenAlternativeIsBetterThanNone) {
+  constexpr std::string_view kNever =
+      "Content-Type: multipart/mixed; boundary=never\r\n\r\nits text";
+  const DecodedBody alone = DecodeEntity(Multipart("alternative", {kPicture, kNever}, "x"));
+  EXPECT_EQ(alone.text, u"its text");
+  EXPECT_TRUE(alone.damaged);
+  EXPECT_EQ(alone.attachments, std::vector<Attachment>{kPictureListed});
+  EXPECT_EQ(DecodeEntity(Multipart("related", {kText, kNever}, "x")).attachments,
+            (std::vector<Attachment>{{u"attachment-1.bin", "multipart/mixed", 8, 0}}));
+}
+
+TEST(Multipart, AttachedAlternativesAreListed) {
+  const DecodedBody body = DecodeEntity(Multipart("alternative", {kText, kNote}, "x"));
+  EXPECT_EQ(body.text, u"ü");
+  EXPECT_EQ(body.attachments, (std::vector<Attachment>{{u"n.txt", "text/plain", 4, 0}}));
+}
+
 TEST(Multipart, OfRelatedAndSignedPartsTheFirstIsTheText) {
   constexpr std::string_view kSignature =
       "Content-Type: application/pgp-signature\r\n\r\n-----BEGIN PGP SIGNATURE-----";
