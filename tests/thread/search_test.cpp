@@ -157,6 +157,44 @@ TEST_F(SearchTest, TextsOfAnArticleDoNotRunIntoEachOther) {
   EXPECT_TRUE(Matches(article, {u"body", false, true, true}));
 }
 
+TEST_F(SearchTest, ArticlesAreSearchedAsTheyAreShown) {
+  AsciiArticle article;
+  article.headers = "Content-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: base64";
+  article.body = "0J/RgNC40LLQtdGC\r\n";
+  article.subject = "=?utf-8?Q?Stra=C3=9Fe?=";
+  EXPECT_TRUE(Matches(article, {u"\u041F\u0420\u0418"}));
+  EXPECT_TRUE(Matches(article, {u"STRASSE", false, true, true}));
+  EXPECT_FALSE(Matches(article, {u"STRASSE", true, true, true}));
+  EXPECT_FALSE(Matches(article, {u"0J/R"}));
+  const testing::WithoutDecoding scope;
+  EXPECT_FALSE(Matches(article, {u"STRASSE", false, true, true}));
+  EXPECT_TRUE(Matches(article, {u"0J/R"}));
+}
+
+TEST_F(SearchTest, DoubledDotsAreUndoneButInImportedArticles) {
+  AsciiArticle article;
+  article.body = "..dots\r\n";
+  article.source = "news.example.org";
+  EXPECT_FALSE(Matches(article, {u"..dots"}));
+  EXPECT_TRUE(Matches(article, {u".dots"}));
+  article.source = "<import>";
+  EXPECT_TRUE(Matches(article, {u"..dots"}));
+}
+
+// No text is beyond what a decoded article may hold.
+TEST_F(SearchTest, EveryCharacterIsLookedForWhileArticlesAreDecoded) {
+  ShowBodies();
+  Put({"<9@x>", "", "Fourth", "ida", 9, false, "\xCE\xA9\xF0\x9F\x98\x80\r\n"});
+  Recount();
+  gReading.tree_state.Invalidate();
+  ShowThreadView();
+  AnswerFind({u"\u03C9\U0001F600"});
+  HandleThreadCommand(kCommandFind);
+  EXPECT_THAT(BoxTexts(), IsEmpty());
+  ASSERT_EQ(opened().size(), 1U);
+  EXPECT_EQ(opened()[0].substr(0, 5), "<9@x>");
+}
+
 // --- forward -------------------------------------------------------------------------------------
 
 TEST_F(SearchTest, GoesForwardInTheOrderOfTheTree) {
