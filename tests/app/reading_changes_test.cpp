@@ -1,6 +1,7 @@
 // What else may happen while somebody reads: downloads, changed preferences, the end.
 #include <algorithm>
 
+#include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "mime/decoding.h"
@@ -134,6 +135,10 @@ TEST_F(Connected, WhoLooksAtTheGroupsSeesThemInTheThreads) {
 }
 
 TEST_F(Connected, AConnectionThatBreaksAfterTheFirstArticleShowsIt) {
+  // It is not made again.
+  std::string none;
+  AppendU32(none, 0);
+  fake_.registry.Create(kExtensionsPath)->Set(u"retries", port::RegistryType::kDword, none);
   StartAndWait();
   OpenGroup(0);
   fake_.sockets.Server("200 welcome\r\n");
