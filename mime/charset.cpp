@@ -106,9 +106,15 @@ Conversion FromUtf16(std::string_view bytes) {
   return ByIconv(bytes, little ? "UTF-16LE" : "UTF-16BE");
 }
 
+// Few write more than the Japanese sets of old; the sets of other countries and the newer ones of
+// Japan are in two different forms, each of which takes the other's escapes for text.
 Conversion FromIso2022Jp(std::string_view bytes) {
-  const std::optional<std::string> euc = Iso2022JpToEuc(bytes);
-  return euc ? ByIconv(*euc, "EUC-JP-MS") : ByIconv(bytes, "ISO-2022-JP-2");
+  if (const auto euc = Iso2022JpToEuc(bytes)) return ByIconv(*euc, "EUC-JP-MS");
+  bool newer = false;
+  for (const std::string_view escape : {"\x1B$(O", "\x1B$(P", "\x1B$(Q"}) {
+    newer = newer || bytes.find(escape) != std::string_view::npos;
+  }
+  return ByIconv(bytes, newer ? "ISO-2022-JP-3" : "ISO-2022-JP-2");
 }
 
 // A label that the bytes themselves refute: the sets of ISO 8859 have no characters at 80 to 9F,

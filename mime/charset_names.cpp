@@ -75,6 +75,8 @@ constexpr std::array kAliases = std::to_array<Alias>({
     {"iso2022jp", kIso2022Jp},
     {"iso2022jp1", kIso2022Jp},
     {"iso2022jp2", kIso2022Jp},
+    {"iso2022jp2004", kIso2022Jp},
+    {"iso2022jp3", kIso2022Jp},
     {"iso2022jpms", kIso2022Jp},
     {"iso646us", kUnlabelled},
     {"iso88591", kLatin1},

@@ -79,35 +79,55 @@ struct Line {
 };
 
 Line Look(std::string_view text) {
-  Line line;
   while (!text.empty() && (IsBlank(text.back()) || text.back() == '\r')) text.remove_suffix(1);
-  for (const char c : text) {
-    const bool letter = ValueOf(c) != kNoLetter;
-    line.letters += letter;
-    line.foreign += !letter && c != '=';
-  }
+  Line line;
   line.padded = text.ends_with('=');
+  std::size_t others = 0, padding = 0;
+  for (const char c : text) {
+    others += ValueOf(c) >> 7;
+    padding += c == '=';
+  }
+  line.letters = text.size() - others;
+  line.foreign = others - padding;
   return line;
+}
+
+// The three bytes of four letters; false where they are not four letters.
+bool DecodeGroup(const char* letters, char* out) {
+  const unsigned a = ValueOf(letters[0]), b = ValueOf(letters[1]), c = ValueOf(letters[2]),
+                 d = ValueOf(letters[3]);
+  if (((a | b | c | d) & 0x80) != 0) return false;
+  out[0] = static_cast<char>(a << 2 | b >> 4);
+  out[1] = static_cast<char>((b & 15) << 4 | c >> 2);
+  out[2] = static_cast<char>((c & 3) << 6 | d);
+  return true;
 }
 
 }  // namespace
 
 void DecodeBase64(std::string_view letters, std::string& out) {
-  out.reserve(out.size() + letters.size() / 4 * 3 + 3);
+  std::size_t end = out.size();
+  out.resize(end + letters.size() / 4 * 3 + 3);
   std::uint32_t bits = 0;
   int held = 0;  // of them, how many stand for no byte yet
-  for (const char c : letters) {
-    const std::uint8_t value = ValueOf(c);
+  for (std::size_t at = 0; at < letters.size(); ++at) {
+    while (held == 0 && at + 4 <= letters.size() && DecodeGroup(&letters[at], &out[end])) {
+      at += 4;
+      end += 3;
+    }
+    if (at == letters.size()) break;
+    const std::uint8_t value = ValueOf(letters[at]);
     if (value == kNoLetter) {
-      if (c == '=') held = 0;
+      if (letters[at] == '=') held = 0;
       continue;
     }
     bits = bits << 6 | value;
     held += 6;
     if (held < 8) continue;
     held -= 8;
-    out += static_cast<char>(bits >> held & 0xFF);
+    out[end++] = static_cast<char>(bits >> held & 0xFF);
   }
+  out.resize(end);
 }
 
 int EscapedByte(std::string_view rest) {

@@ -74,6 +74,12 @@ TEST(Charset, IsFoundUnderAnyOfItsNames) {
   }
 }
 
+TEST(Charset, Iso2022JpHasRoomForOtherSets) {
+  EXPECT_EQ(DecodeCharset("\x1B$AVP\x1B(B \x1B$(CGQ\x1B(B", "iso-2022-jp-2"), u"中 한");
+  EXPECT_EQ(DecodeCharset("\x1B$(OF|.R\x1B(B", "iso-2022-jp-3"), u"日\u5157");
+  EXPECT_EQ(DecodeCharset("\x1B$(D0\"\x1B(B", "iso-2022-jp-1"), u"丄");
+}
+
 TEST(Charset, UnknownNamesMeanUnlabelledText) {
   for (const std::string_view name :
        {"", "x", "x-", "klingon", "INTERNAL", "WCHAR_T", "utf-8//TRANSLIT", "../utf-8", "8859",

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace quillet {
 namespace {
 
@@ -22,6 +24,36 @@ TEST(Base64, SkipsWhatIsNoLetter) {
 TEST(Base64, NeedsNoPaddingAndGoesOnBehindIt) {
   EXPECT_EQ(FromBase64("SGVsbG8"), "Hello");
   EXPECT_EQ(FromBase64("SGVsbG8=SGVsbA==SGk"), "HelloHellHi");
+}
+
+// Letter by letter.
+std::string DecodePlainly(std::string_view letters) {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string bits, bytes;
+  for (const char c : letters) {
+    if (c == '=') bits.clear();
+    const std::size_t value = kAlphabet.find(c);
+    if (value == std::string_view::npos) continue;
+    for (int bit = 5; bit >= 0; --bit) bits += (value >> bit & 1) != 0 ? '1' : '0';
+    if (bits.size() < 8) continue;
+    bytes += static_cast<char>(std::stoi(bits.substr(0, 8), nullptr, 2));
+    bits.erase(0, 8);
+  }
+  return bytes;
+}
+
+TEST(Base64, AgreesWithGoingLetterByLetter) {
+  std::mt19937 random(3);
+  constexpr std::string_view kOften = "AZaz09+/==\r\n \xFF*";
+  for (int round = 0; round < 20000; ++round) {
+    std::string letters;
+    for (auto left = random() % 40; left > 0; --left) {
+      letters += random() % 4 == 0 ? kOften[random() % kOften.size()]
+                                   : static_cast<char>('A' + random() % 26);
+    }
+    ASSERT_EQ(FromBase64(letters), DecodePlainly(letters)) << letters;
+  }
 }
 
 TEST(Base64, EndsWhereTextBegins) {
