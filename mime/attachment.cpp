@@ -137,7 +137,8 @@ std::u16string SafeFileName(std::u16string_view name) {
   MakeOneLine(safe, 0);
   safe = FromUtf8(ToUtf8(safe));  // halves of characters are none
   std::ranges::replace_if(safe, MayNotStand, u'_');
-  while (safe.starts_with(u'.') || safe.starts_with(u' ')) safe.erase(0, 1);
+  // A tilde may be taken for somebody's home.
+  safe.erase(0, safe.find_first_not_of(u". ~"));
   safe = Shortened(safe);
   while (safe.ends_with(u'.') || safe.ends_with(u' ')) safe.pop_back();
   return safe.empty() ? u"attachment" : safe;

@@ -6,6 +6,7 @@
 
 #include "mime/harmless.h"
 #include "mime/html_tags.h"
+#include "mime/text_page.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -79,70 +80,6 @@ std::u16string_view Bare(std::u16string_view address) {
   return address;
 }
 
-// The lines that come out, with the blanks and line ends between that were asked for.
-class Page {
- public:
-  explicit Page(std::size_t size) { out_.reserve(size); }
-
-  void Put(std::u16string_view text) {
-    if (text.empty()) return;
-    BeginText();
-    out_ += text;
-  }
-  void Space() { space_ = true; }
-  // At least that many line ends before the next text.
-  void EndLine(std::size_t count) {
-    ends_ = std::max(ends_, count);
-    space_ = false;
-  }
-  void BreakLine() {
-    ends_ = std::min<std::size_t>(ends_ + 1, 2);
-    space_ = false;
-  }
-  // Exactly one more, as in text that is laid out already.
-  void NewLine() {
-    Flush();
-    out_ += u"\r\n";
-    fresh_ = true;
-  }
-  bool AtLineStart() const { return out_.empty() || ends_ > 0 || fresh_; }
-  bool has_space() const { return space_; }
-  std::size_t size() const { return out_.size(); }
-  std::u16string_view From(std::size_t place) const {
-    return std::u16string_view(out_).substr(place);
-  }
-
-  void set_quotes(std::size_t quotes) { quotes_ = quotes; }
-
-  std::u16string Take() {
-    if (!out_.empty() && !out_.ends_with(u"\r\n")) out_ += u"\r\n";
-    return std::move(out_);
-  }
-
- private:
-  void Flush() {
-    if (!out_.empty() && ends_ > 0) {
-      const std::size_t there = fresh_ ? 1 : 0;
-      for (std::size_t i = there; i < ends_; ++i) out_ += u"\r\n";
-      fresh_ = true;
-    }
-    ends_ = 0;
-  }
-  void BeginText() {
-    Flush();
-    const bool line_start = out_.empty() || fresh_;
-    if (line_start && quotes_ > 0) out_.append(quotes_, u'>') += u' ';
-    if (!line_start && space_) out_ += u' ';
-    space_ = fresh_ = false;
-  }
-
-  std::u16string out_;
-  bool space_ = false;
-  bool fresh_ = false;    // at the start of a line
-  std::size_t ends_ = 0;  // asked for
-  std::size_t quotes_ = 0;
-};
-
 class HtmlText {
  public:
   explicit HtmlText(std::u16string_view html) : reader_(html), page_(html.size()) {}
@@ -198,29 +135,39 @@ class HtmlText {
         page_.EndLine(1);
         page_.Put(u"----");
         return page_.EndLine(1);
-      case Layout::kItem:
-        return Item(tag.closes);
-      case Layout::kList:
-        Count(lists_, tag.closes);
-        return page_.EndLine(lists_ == (tag.closes ? 0U : 1U) ? 2 : 1);
-      case Layout::kCell:
-        if (!tag.closes && !page_.AtLineStart()) page_.Space();
+      case Layout::kHidden:
+        if (!tag.closes) reader_.SkipTo(tag.name);
         return;
-      case Layout::kQuote:
-        page_.EndLine(2);
-        Count(quotes_, tag.closes);
-        return page_.set_quotes(std::min(quotes_, kDeepest));
-      case Layout::kPre:
-        page_.EndLine(2);
-        return Count(pre_, tag.closes);
+      case Layout::kImage:
+        return Image(tag);
       case Layout::kLink:
         EndLink();
         if (!tag.closes) BeginLink(tag);
         return;
-      case Layout::kImage:
-        return Image(tag);
-      case Layout::kHidden:
-        if (!tag.closes) reader_.SkipTo(tag.name);
+      default:
+        return Nesting(element->layout, tag.closes);
+    }
+  }
+
+  // Lists, tables, quotations and text that is laid out already.
+  void Nesting(Layout layout, bool closes) {
+    switch (layout) {
+      case Layout::kItem:
+        return Item(closes);
+      case Layout::kList:
+        Count(lists_, closes);
+        return page_.EndLine(lists_ == (closes ? 0U : 1U) ? 2 : 1);
+      case Layout::kCell:
+        if (!closes && !page_.AtLineStart()) page_.Space();
+        return;
+      case Layout::kQuote:
+        page_.EndLine(2);
+        Count(quotes_, closes);
+        return page_.set_quotes(std::min(quotes_, kDeepest));
+      case Layout::kPre:
+        page_.EndLine(2);
+        return Count(pre_, closes);
+      default:
         return;
     }
   }
@@ -268,7 +215,7 @@ class HtmlText {
   }
 
   HtmlReader reader_;
-  Page page_;
+  TextPage page_;
   std::size_t lists_ = 0, quotes_ = 0, pre_ = 0;
   std::u16string link_;  // the address of the open link
   std::size_t link_start_ = 0;

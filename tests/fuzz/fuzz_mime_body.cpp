@@ -31,7 +31,7 @@ void CheckAttachment(const BodySource& source, const Attachment& attachment) {
   Require(!attachment.type.empty());
   Require(AttachmentLine(attachment).starts_with(u"Attachment: " + attachment.name + u", "));
   const std::u16string file = SafeFileName(attachment.name);
-  Require(!file.empty() && file.size() <= 120 && file.front() != u'.');
+  Require(!file.empty() && file.size() <= 120 && file.front() != u'.' && file.front() != u'~');
   Require(file.find_first_of(u"/\\") == std::u16string::npos);
   Require(std::ranges::none_of(file, IsControl) && ToUtf8(file).size() <= 255);
   Require(AttachmentBytes(source, attachment.part).size() == attachment.bytes);

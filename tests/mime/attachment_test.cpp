@@ -47,6 +47,9 @@ TEST(SafeFileName, IsNeverEmptyNorHidden) {
   }
   EXPECT_EQ(SafeFileName(u"..bashrc"), u"bashrc");
   EXPECT_EQ(SafeFileName(u" .a. "), u"a");
+  EXPECT_EQ(SafeFileName(u"~root"), u"root");
+  EXPECT_EQ(SafeFileName(u"~/.~x~"), u"x~");
+  EXPECT_EQ(SafeFileName(u"~"), u"attachment");
   EXPECT_EQ(SafeFileName(std::u16string(1000, u'.') + u"x"), u"x");
 }
 
