@@ -153,6 +153,25 @@ class Accepted(InnPost):
                b"Content-Transfer-Encoding: 8bit\r\n"
         self.assert_goes_out(self.post(body, self.headers(more=more)))
 
+    def test_every_language(self):
+        subject = "=?UTF-8?B?zprOsc67zrfOvM6tzrPOsQ==?=".encode()
+        headers = (b"From: =?UTF-8?B?zqPOv8+Gzq/OsQ==?= <writer@example.org>\r\nSubject: " + subject +
+                   b"\r\nNewsgroups: " + self.group.encode() + b"\r\nMIME-Version: 1.0\r\n"
+                   b"Content-Type: text/plain; charset=UTF-8\r\nContent-Transfer-Encoding: 8bit\r\n")
+        body = "Γειά, 日本語 😀\r\n.\r\n.سلام\r\n\r\ncafe\u0301\r\n".encode("utf-8")
+        self.assert_goes_out(self.post(body, headers, subject))
+
+    def test_long_lines_of_wide_characters(self):
+        more = (b"MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+                b"Content-Transfer-Encoding: 8bit\r\n")
+        post = self.post(("日" * 37 + " " + "日" * 400 + "\r\n").encode("utf-8"),
+                         self.headers(more=more))
+        self.assertEqual(self.connect([post]), [])
+        header, body = read_article(self.inn, self.message_id())
+        self.assertIn(more, header)
+        self.assertEqual(body.decode("utf-8"),
+                         "日" * 37 + "\r\n" + "日" * 332 + "\r\n" + "日" * 68 + "\r\n\r\n")
+
     def test_dots(self):
         self.assert_goes_out(self.post(b".\r\n..\r\n.x\r\n...\r\n .\r\nx\r\n.\r\n"))
 
