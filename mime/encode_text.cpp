@@ -1,15 +1,13 @@
 #include "mime/encode_text.h"
 
 #include <glib.h>
-#include <gmime/gmime.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
 
 #include "mime/charset_names.h"
-#include "mime/mime_library.h"
+#include "mime/part_head.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -91,26 +89,6 @@ bool ForEachLine(std::string_view text, const Take& take) {
   return true;
 }
 
-struct Unref {
-  void operator()(GMimeContentType* type) const { g_object_unref(type); }
-};
-
-// The value with its continuation lines, on one line; empty when there is no such field.
-std::string WholeValue(std::string_view name, std::string_view head) {
-  std::string value;
-  bool found = false;
-  ForEachLine(head, [&](std::string_view line) {
-    const bool continues = line.front() == ' ' || line.front() == '\t';
-    if (found && !continues) return false;
-    if (!found && !StartsWithNoCase(line, name)) return true;
-    if (!found) line.remove_prefix(name.size());
-    found = true;
-    value.append(line.substr(0, line.find_first_of("\r\n")));
-    return true;
-  });
-  return value;
-}
-
 }  // namespace
 
 std::optional<std::string> EncodeText(std::u16string_view text, std::string_view charset) {
@@ -139,13 +117,7 @@ std::optional<std::u16string> DecodeText(std::string_view bytes, std::string_vie
 }
 
 std::string CharsetOfHead(std::string_view head) {
-  const std::string value = WholeValue("Content-Type:", head);
-  if (value.empty()) return {};
-  StartMimeLibrary();
-  const std::unique_ptr<GMimeContentType, Unref> type(
-      g_mime_content_type_parse(nullptr, value.c_str()));
-  const char* charset = type ? g_mime_content_type_get_parameter(type.get(), "charset") : nullptr;
-  return charset != nullptr ? charset : "";
+  return ReadPartHead(head, {}).charset;
 }
 
 }  // namespace quillet

@@ -16,7 +16,8 @@ std::optional<std::string> EncodeText(std::u16string_view text, std::string_view
 // Nothing when the charset is unknown or the bytes are not all of it.
 std::optional<std::u16string> DecodeText(std::string_view bytes, std::string_view charset);
 
-// What the first Content-Type field of a head names; empty when it names none.
+// What the first Content-Type field of a head names, as DecodeBody takes it; empty when it names
+// none.
 std::string CharsetOfHead(std::string_view head);
 
 }  // namespace quillet
