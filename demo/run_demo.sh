@@ -127,6 +127,39 @@ read_by_script() {
   tree_rows "$log" | grep -A 3 'Two threads'
 }
 
+# Two letters of other scripts, and the picture that came with one of them.
+read_letters_by_script() {
+  local log=$work/letters.log group=world.letters.demo
+  printf '\nOpening %s, letters in many languages:\n' "$group"
+  run_script "$log" "open-group $group" tree \
+    'open-node <w.greek@demo.example.net>' header viewer 'key Escape' \
+    'open-node <w.picture@demo.example.net>' header viewer \
+    "expect-save \"$work/sakura.png\"" 'follow "attachment:0"'
+  tree_rows <(grep -m 1 '^{"event":"tree",' "$log" | in_letters) | head -n 7
+  printf '\nA letter in Greek:\n'
+  header_lines <(in_letters < "$log") 1
+  text_lines <(in_letters < "$log") 1
+  printf '\nA letter in Japanese, with a picture:\n'
+  header_lines <(in_letters < "$log") 2
+  text_lines <(in_letters < "$log") 2
+  [ "$(head -c 4 "$work/sakura.png" | tail -c 3)" = PNG ] || {
+    printf 'The picture was not saved.\n' >&2
+    exit 1
+  }
+  printf '  the picture was saved: %d bytes\n' "$(wc -c < "$work/sakura.png")"
+}
+
+# in_letters: what was reported, with the characters that it names by their numbers.
+in_letters() {
+  /usr/bin/python3 -c '
+import re, sys
+pair = re.compile(r"\\u(d[89ab][0-9a-f]{2})\\u(d[c-f][0-9a-f]{2})", re.I)
+one = re.compile(r"\\u([0-9a-f]{4})", re.I)
+text = sys.stdin.read()
+text = pair.sub(lambda m: chr(0x10000 + ((int(m[1], 16) & 0x3FF) << 10) + (int(m[2], 16) & 0x3FF)), text)
+sys.stdout.buffer.write(one.sub(lambda m: chr(int(m[1], 16)), text).encode("utf-8", "replace"))'
+}
+
 # rows FILE: "name unread total" of every group in what was reported.
 rows() {
   grep '^{"event":"groups",' "$1" | tail -n 1 |
@@ -168,6 +201,7 @@ drive_by_script() {
     exit 1
   fi
   read_by_script
+  read_letters_by_script
   write_by_script
   take_pictures
 }
