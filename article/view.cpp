@@ -108,7 +108,8 @@ void KeepSearchText(std::u16string_view search_text) {
 }  // namespace
 
 void ToggleRawText() {
-  gRawText = !gRawText;
+  // Without decoding there is one form only, and no other waits for the day when it is on again.
+  gRawText = Decoding() && !gRawText;
 }
 
 MessageForm FormOfCurrentArticle() {

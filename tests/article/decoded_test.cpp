@@ -309,6 +309,9 @@ TEST_F(DecodedArticles, RawTextWhileNothingIsDecodedShowsTheSame) {
   const std::u16string shown = Source();
   ArticleCommand(40080);
   EXPECT_EQ(Source(), shown);
+  SetDecoding(true);
+  DisplayCurrentArticle({});
+  EXPECT_NE(Source(), shown);
 }
 
 TEST_F(DecodedArticles, HitsAreFoundInTheTextThatIsShown) {

@@ -65,6 +65,32 @@ class Languages(Reading):
         self.assert_fine(q)
         self.assert_silent(q)
 
+    def find(self, q, text):
+        self.dialog(q, "key Ctrl+F", FIND_DIALOG)
+        q.do("set 1005 " + quillet_script.quoted(text))
+        q.do("press 1")
+        q.do("wait")
+
+    def test_hits_are_marked_in_the_text_that_is_shown(self):
+        def hit(text):
+            return '<b><span style="background: #FFFF00">' + text + '</span></b>'
+        with self.open() as q:
+            self.read(q, "<ann@x>")
+            self.find(q, "\u039c\u0388\u0393\u0391")
+            self.assertIn(">\u03a9" + hit("\u03bc\u03ad\u03b3\u03b1") + ", caf",
+                          q.viewer()["source"])
+            self.find(q, "=CE")
+            self.assertNotIn("<span", q.viewer()["source"])
+            q.command(RAW_TEXT)
+            self.find(q, "=CE=A9")
+            self.assertIn(hit("=CE=A9") + "=CE=BC", q.viewer()["source"])
+            self.read(q, "<bob@x>")
+            self.find(q, "photo.jpg")
+            self.assertRegex(q.viewer()["source"],
+                             r'<a href="attachment:\d+">Attachment: ' + re.escape(hit("photo.jpg")))
+        self.assert_fine(q)
+        self.assert_silent(q)
+
     def test_another_article_begins_decoded(self):
         with self.open() as q:
             self.read(q, "<bob@x>")
