@@ -32,6 +32,9 @@ constexpr QLatin1String kHitStart("<span style=\"background: #FFFF00\">");
 constexpr QLatin1String kLineEnd("&nbsp;<br>");
 constexpr QLatin1String kBreak("<br>");
 constexpr QLatin1String kLinkStart("<a href=\"");
+// Of the list below the text; no text of an article is ever written so.
+constexpr QLatin1String kAttachmentStart("<a href=\"attachment:");
+constexpr qsizetype kMostCharactersOfAttachments = 20000;
 
 // Some characters stand for something else inside the toolkit's documents.
 QChar Shown(QChar unit) {
@@ -69,6 +72,7 @@ class TextWriter {
   }
   void Markup(QStringView markup) { out_ += markup; }
   bool Full() const { return room_ <= 0; }
+  void GiveRoom(qsizetype room) { room_ = room; }
   QString Take() { return std::move(out_); }
 
  private:
@@ -94,14 +98,28 @@ class PageWriter {
 
   QString Write() {
     out_.Markup(u"<div style=\"white-space:pre-wrap\">");
-    while (at_ < all_.size() && !out_.Full()) WriteNext();
-    if (at_ < all_.size())
+    WriteWhileThereIsRoom();
+    if (at_ < all_.size()) {
       out_.Markup(QString(OnlyRestHasHits() ? kRestWithHitNotShown : kRestNotShown));
+      WriteAttachments();
+    }
     out_.Markup(u"</div>");
     return out_.Take();
   }
 
  private:
+  void WriteWhileThereIsRoom() {
+    while (at_ < all_.size() && !out_.Full()) WriteNext();
+  }
+  // They can be saved all the same.
+  void WriteAttachments() {
+    const qsizetype first = all_.indexOf(kAttachmentStart, at_);
+    if (first < 0) return;
+    at_ = first;
+    out_.GiveRoom(kMostCharactersOfAttachments);
+    out_.Markup(u"\n\n");
+    WriteWhileThereIsRoom();
+  }
   bool OnlyRestHasHits() const {
     return all_.first(at_).indexOf(kHitStart) < 0 && all_.indexOf(kHitStart, at_) >= 0;
   }

@@ -9,7 +9,8 @@ namespace quillet::qt {
 // out paragraph by paragraph, so a long article appears at once), link targets survive to the
 // character, and very long words may be broken (they would take a time that grows with the square
 // of their length). What is longer than the toolkit can lay out, 2.4 million characters with a line
-// end counting eight, ends with a notice, which tells when all hits of a search lie behind it.
+// end counting eight, ends with a notice, which tells when all hits of a search lie behind it;
+// below it stand the links to the attachments.
 QString PageOf(const QString& fragment);
 // The same for a text that is shown as it stands.
 QString TextPageOf(const QString& text);

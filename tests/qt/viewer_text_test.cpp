@@ -82,6 +82,20 @@ TEST(ViewerTextTest, TheNoticeTellsWhenOnlyTheRestHasHits) {
   EXPECT_TRUE(PageOf(shown + text).endsWith(kNotice));
 }
 
+TEST(ViewerTextTest, TheAttachmentsOfALongArticleAreListedAllTheSame) {
+  const QString shown = QStringLiteral("12345678 ").repeated(kMostCharacters / 9 + 1);
+  const QString rest =
+      QStringLiteral("rest&nbsp;<br><a href=\"http://a/\">http://a/</a>&nbsp;<br>");
+  const QString list = QStringLiteral("<a href=\"attachment:1\">one &amp; more</a>");
+  QString notice = kNotice;
+  notice.chop(6);
+  EXPECT_TRUE(PageOf(shown + rest + list + QStringLiteral("&nbsp;<br>"))
+                  .endsWith(notice + QStringLiteral("\n\n") + list + QStringLiteral("\n</div>")));
+  const QString page = PageOf(shown + rest + list.repeated(1000000));
+  EXPECT_LT(page.size(), shown.size() + 1000000);
+  EXPECT_TRUE(page.contains(notice + QStringLiteral("\n\n") + list + list));
+}
+
 TEST(ViewerTextTest, UnfinishedMarkUpIsText) {
   EXPECT_EQ(PageOf(QStringLiteral("a < b")), QStringLiteral("<div style=\"white-space:pre-wrap\">"
                                                             "a &lt; b</div>"));
