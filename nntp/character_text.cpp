@@ -142,8 +142,10 @@ bool HasCharacters(std::string_view header, std::string_view body) {
   header = UntilNul(header);
   body = UntilNul(body);
   if (!IsAscii(header) || !IsAscii(body)) return true;
-  const auto text = TextInCharset(body, CharsetOfHead(header));
-  return text && !IsAscii(*text);
+  // In a charset of seven bits, such as those with shifts, ASCII can mean other characters.
+  const std::string charset = CharsetOfHead(header);
+  const auto text = TextInCharset(body, charset);
+  return text && !IsAscii(*text) && EncodeText(*text, charset) == body;
 }
 
 std::string WrapCharacters(std::string_view body) {

@@ -52,6 +52,20 @@ TEST(HasCharacters, OfABodyInACharsetOfSevenBits) {
   EXPECT_FALSE(HasCharacters(head, "plain\r\n"));
 }
 
+TEST(HasCharacters, NotOfAsciiWhateverTheHeadSaysOfIt) {
+  std::mt19937 random(1);
+  for (const char* charset : {"us-ascii", "utf-8", "iso-8859-7", "iso-2022-jp", "utf-7", "utf-16",
+                              "ibm037", "hz-gb-2312", "x-unknown"}) {
+    const std::string head = std::string("Content-Type: text/plain; charset=") + charset + "\r\n";
+    EXPECT_FALSE(HasCharacters(head, "1 +A6k- 2 ~{<:Ky2;~} &#937;\r\n.\r\n")) << charset;
+    for (int i = 0; i < 100; ++i) {
+      std::string body(random() % 300, ' ');
+      for (char& c : body) c = static_cast<char>(32 + random() % 95);
+      EXPECT_FALSE(HasCharacters(head, body)) << charset << ": " << body;
+    }
+  }
+}
+
 // --- the columns of the body ---
 
 TEST(WrapCharacters, CharactersOfSeveralBytesCountOnce) {

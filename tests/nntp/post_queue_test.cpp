@@ -5,6 +5,7 @@
 
 #include "base/extensions.h"
 #include "base/upward_calls.h"
+#include "mime/decoding.h"
 #include "res/resource.h"
 #include "store/compression.h"
 #include "store/pending_posts.h"
@@ -163,6 +164,20 @@ TEST_F(PostQueueTest, SubjectIsWidened) {
   Posts("1", "240 got it");
   Run();
   EXPECT_EQ(Details(), std::vector<std::u16string>{u"Posting article 'J\u00F6rg \u20AC'"});
+}
+
+TEST_F(PostQueueTest, EncodedSubjectIsShownDecodedUnlessNothingIs) {
+  for (const bool decoding : {true, false}) {
+    SetDecoding(decoding);
+    Queue("1", "=?UTF-8?Q?=CE=A9?=");
+    Posts("1", "240 got it");
+    Run();
+    Disconnect();
+    Connected();
+  }
+  SetDecoding(true);
+  EXPECT_EQ(Details(), (std::vector<std::u16string>{u"Posting article '\u03A9'",
+                                                    u"Posting article '=?UTF-8?Q?=CE=A9?='"}));
 }
 
 TEST_F(PostQueueTest, SubjectWithoutMemoryIsLeftOut) {

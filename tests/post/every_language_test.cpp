@@ -145,6 +145,50 @@ TEST_F(EveryLanguageTest, GroupsThatAreNotAsciiAreRefusedInTheSimpleEditorBefore
   EXPECT_THAT(fake.mail.mails, IsEmpty());
 }
 
+TEST_F(EveryLanguageTest, AddressThatIsNotAsciiIsRefusedInTheSimpleEditor) {
+  UseSimple();
+  gPrefs->returnmailaddress = u"ann@b\u00FCro.example";
+  StartReply(Source(), u"comp.test");
+  Press(kControlOk);
+  EXPECT_NE(Simple(), 0U);
+  EXPECT_THAT(Boxes(),
+              ElementsAre(u"The address in the header 'From:' can hold plain ASCII "
+                          u"characters only. Please take the other characters out of it."));
+  EXPECT_EQ(fake.display.Control(Simple(), kControlPostField)->choice, 2);
+  EXPECT_THAT(Keys(), IsEmpty());
+}
+
+// Mail alone goes to no news server.
+TEST_F(EveryLanguageTest, MailAloneIsNotCheckedForWhatServersTake) {
+  UseSimple();
+  gPrefs->extraheaders = u"Content-Type: text/plain; charset=us-ascii";
+  StartReply(Source(), u"");
+  ChooseField(0);
+  Type(u"bob@example.invalid", kControlPostValue);
+  Type(kBody, kControlPostBody);
+  fake.display.Allow(u"Quillet CE cannot find any user-defined email transports", port::kIdOk);
+  Press(kControlOk);
+  EXPECT_EQ(Simple(), 0U);
+  ASSERT_EQ(fake.mail.mails.size(), 1U);
+  EXPECT_EQ(fake.mail.mails[0].body, kBody);
+}
+
+TEST_F(EveryLanguageTest, SwitchThatIsChangedWhileSomebodyWritesHoldsAtOk) {
+  UseFull();
+  WriteCodePage();
+  StartNewArticle(u"comp.test");
+  Type(kText);
+  WriteEveryLanguage();
+  Press(kControlOk);
+  ExpectStoredInUtf8();
+  StartNewArticle(u"comp.test");
+  Type(u"From: a\r\nSubject: s\r\nNewsgroups: g\r\n--- Begin body here ---\r\n\u00E9\uFFE9\r\n");
+  WriteCodePage();
+  SetUtcYear(2027);
+  Press(kControlOk);
+  EXPECT_EQ(FetchPendingPost("2027123456")->body, "\xE9?\r\n");
+}
+
 TEST_F(EveryLanguageTest, ReferencesThatNoServerTakesAreLeftOut) {
   for (const bool simple : {false, true}) {
     gPrefs->simplepost = simple ? 1 : 0;

@@ -57,6 +57,14 @@ TEST_F(QueueTest, ListsEveryPostInTheQueuesOrder) {
   EXPECT_EQ(fake.display.DialogOfForm(kDialogPendingPosts), 0U);
 }
 
+TEST_F(QueueTest, SubjectsInEncodedWordsAreShownDecoded) {
+  Queue("1", "Re: =?UTF-8?B?zqnOvM6tzrPOsQ==?=");
+  InList([&](port::WindowHandle dialog) {
+    EXPECT_THAT(Rows(dialog), ElementsAre(u"Re: \u03A9\u03BC\u03AD\u03B3\u03B1"));
+  });
+  ShowPendingPosts();
+}
+
 TEST_F(QueueTest, EmptyQueueOpensAnEmptyList) {
   InList([&](port::WindowHandle dialog) { EXPECT_THAT(Rows(dialog), IsEmpty()); }, kControlCancel);
   ShowPendingPosts();
