@@ -111,7 +111,8 @@ void ShowReach(port::WindowHandle dialog, const Answers& answers) {
   gPlatform->dialogs.WriteMany(
       dialog, {{kControlSetupPort, port::Text{answers.reach.port}},
                {kControlSetupSecurity, port::Choice{static_cast<int>(answers.reach.security)}},
-               {kControlSetupNote, port::Text{answers.note}}});
+               {kControlSetupNote, port::Text{answers.note}},
+               {kControlSetupNote, port::Visible{!answers.note.empty()}}});
 }
 
 void ShowAnswers(port::WindowHandle dialog, const Answers& answers) {
