@@ -228,7 +228,10 @@ TEST_F(ProductForms, LabelsOfThePagesAreTheseToTheCharacter) {
       {1190, "News server:"},
       {1191, "Your full name:"},
       {1192, "Your email address:"},
-      {1193, "Please select the network connection that you will use to download news:"}};
+      {1193, "Please select the network connection that you will use to download news:"},
+      {1212, "&Security:"},
+      {1213, "Port:"},
+      {1214, "&Security:"}};
   std::size_t found = 0;
   ForEach([&](const DialogTemplate& /*form*/, const QWidget& widget) {
     for (const QWidget* control : ControlsIn(widget)) {
@@ -645,6 +648,10 @@ TEST_F(SmallScreenPages, QuickSetupFits) {
   for (const std::uint32_t form :
        {kDialogQuickSetup, kDialogQuickSetupConnection, kDialogAddServer}) {
     const WindowHandle dialog = device->dialogs().Create(form, 0, port::DialogKind::kModal);
+    if (form == kDialogQuickSetup) {
+      device->dialogs().Write(dialog, kControlSetupNote,
+                              port::Text{u"The server answers on port 563: TLS is filled in."});
+    }
     device->dialogs().Show(dialog);
     OnDisplay([&] {
       QWidget& widget = *device->display().WidgetOf(dialog);
