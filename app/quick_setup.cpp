@@ -1,9 +1,5 @@
 // Two dialogs that are made anew each time they are shown; what was typed stands in an answer
 // meanwhile, so that "<< Back" finds it again. The record is changed at the end only.
-//
-// Port and security are the server's that is in the list already, else the usual ones. While the
-// user has not touched them they follow the name, and a server with nothing set that answers where
-// TLS is at home gets TLS.
 #include "app/quick_setup.h"
 
 #include <array>
@@ -11,50 +7,33 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "app/pages/connection_methods.h"
 #include "app/pages/fields.h"
 #include "app/pages/page.h"
 #include "app/pages/server_names.h"
-#include "app/server_probe.h"
+#include "app/setup_reach.h"
 #include "app/startup.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
-#include "base/server_security.h"
 #include "base/subscriptions.h"
-#include "base/wait_cursor.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
 #include "util/blanks.h"
-#include "util/format.h"
 
 namespace quillet {
 namespace {
 
-constexpr int kBack = 3;                       // result of the second dialog
-constexpr std::uint32_t kLongestProbe = 3000;  // milliseconds
-
-// How a server is reached, as the first page shows it.
-struct Reach {
-  std::u16string port = u"119";
-  ServerSecurity security = ServerSecurity::kNone;
-  bool operator==(const Reach&) const = default;
-};
+constexpr int kBack = 3;  // result of the second dialog
 
 struct Answers {
   std::u16string server;
   std::u16string name;
   std::u16string address;
   std::u16string method;
-  Reach reach;
-  Reach offered;               // what the page showed by itself last
-  std::u16string offered_for;  // that server
-  std::u16string probed;       // the server that was tried last
-  std::u16string note;
 };
 
 struct Question {
@@ -74,14 +53,6 @@ std::u16string UnlessDefault(const std::u16string& text, const std::u16string& f
   return text == factory ? std::u16string() : text;
 }
 
-// As it is set, or the usual one.
-Reach ReachOf(const Prefs& prefs, std::u16string_view server) {
-  const std::optional<std::size_t> at = FindServer(prefs, server);
-  if (!at) return {};
-  return {FormatWide(u"%lu", prefs.port[*at]),
-          ReadServerSecurity(prefs.servers[*at]).value_or(ServerSecurity::kTls)};
-}
-
 Answers AnswersSoFar(const Prefs& prefs) {
   Answers answers;
   Prefs factory;
@@ -90,8 +61,6 @@ Answers AnswersSoFar(const Prefs& prefs) {
   answers.name = UnlessDefault(prefs.fullname, factory.fullname);
   answers.address = UnlessDefault(prefs.returnmailaddress, factory.returnmailaddress);
   answers.method = prefs.conxmethod;
-  answers.offered_for = answers.server;
-  answers.reach = answers.offered = ReachOf(prefs, answers.server);
   return answers;
 }
 
@@ -102,52 +71,9 @@ void ReadAnswers(port::WindowHandle dialog, Answers& answers) {
     const std::u16string typed = gPlatform->dialogs.Read(dialog, question.control).text;
     answers.*question.answer = Trimmed(StorableText(typed, false));
   }
-  answers.reach.port = Trimmed(gPlatform->dialogs.Read(dialog, kControlSetupPort).text);
-  const int choice = gPlatform->dialogs.Read(dialog, kControlSetupSecurity).choice;
-  if (choice >= 0) answers.reach.security = static_cast<ServerSecurity>(choice);
 }
 
-void ShowReach(port::WindowHandle dialog, const Answers& answers) {
-  gPlatform->dialogs.WriteMany(
-      dialog, {{kControlSetupPort, port::Text{answers.reach.port}},
-               {kControlSetupSecurity, port::Choice{static_cast<int>(answers.reach.security)}},
-               {kControlSetupNote, port::Text{answers.note}},
-               {kControlSetupNote, port::Visible{!answers.note.empty()}}});
-}
-
-void ShowAnswers(port::WindowHandle dialog, const Answers& answers) {
-  for (const Question& question : kQuestions) {
-    gPlatform->dialogs.Write(dialog, question.control, port::Text{answers.*question.answer});
-  }
-  const auto names = ServerSecurityNames();
-  gPlatform->dialogs.Write(dialog, kControlSetupSecurity,
-                           port::Choices{{names.begin(), names.end()}});
-  ShowReach(dialog, answers);
-}
-
-void Offer(port::WindowHandle dialog, Answers& answers, Reach reach, std::u16string_view note) {
-  answers.reach = answers.offered = std::move(reach);
-  answers.offered_for = answers.server;
-  answers.note = note;
-  ShowReach(dialog, answers);
-}
-
-// True when the page is to stay, so that the user sees what was found.
-bool FindOutHowToReach(const Prefs& prefs, port::WindowHandle dialog, Answers& answers) {
-  if (answers.reach != answers.offered) return false;  // by hand
-  if (answers.offered_for != answers.server) {
-    Offer(dialog, answers, ReachOf(prefs, answers.server), {});
-  }
-  if (answers.reach != Reach() || answers.probed == answers.server) return false;
-  answers.probed = answers.server;
-  const WaitCursor wait;
-  if (!AnswersOnPort(answers.server, kTlsPort, kLongestProbe)) return false;
-  Offer(dialog, answers, {FormatWide(u"%lu", kTlsPort), ServerSecurity::kTls},
-        u"The server answers on port 563: TLS is filled in.");
-  return true;
-}
-
-std::optional<Refusal> RefusalOfAnswers(const Answers& answers) {
+std::optional<Refusal> RefusalOfAnswers(const Answers& answers, const SetupReach& reach) {
   for (const Question& question : kQuestions) {
     if ((answers.*question.answer).empty()) {
       return Refusal{std::u16string(question.missing), question.control};
@@ -155,27 +81,30 @@ std::optional<Refusal> RefusalOfAnswers(const Answers& answers) {
   }
   const std::u16string refusal = RefusalOfServerName(answers.server);
   if (!refusal.empty()) return Refusal{refusal, kControlSetupServer};
-  const std::optional<std::uint32_t> port = NumberIn(answers.reach.port, kHighestPort);
-  if (!port || *port == 0) return RefusedNumber(kControlSetupPort, u"port", kHighestPort);
+  if (auto port = reach.RefusalOfPort()) return port;
   const auto name = RefusalOfLength(kControlSetupName, answers.name);
   return name ? name : RefusalOfLength(kControlSetupAddress, answers.address);
 }
 
-bool AskForServerAndUser(const Prefs& prefs, Answers& answers) {
-  const auto setup = [&](port::WindowHandle dialog) { ShowAnswers(dialog, answers); };
+bool AskForServerAndUser(const Prefs& prefs, Answers& answers, SetupReach& reach) {
+  const auto setup = [&](port::WindowHandle dialog) {
+    for (const Question& question : kQuestions) {
+      gPlatform->dialogs.Write(dialog, question.control, port::Text{answers.*question.answer});
+    }
+    reach.Show(dialog);
+  };
   const auto procedure = [&](port::WindowHandle dialog,
                              const port::Message& message) -> std::optional<int> {
-    if (IsPress(message, kControlSetupSecurity)) {
-      LetPortFollow(dialog, kControlSetupSecurity, kControlSetupPort);
-    }
+    reach.Handle(dialog, message);
     const std::optional<int> result = EndOnOkOrCancel(dialog, message);
     if (result != port::kIdOk) return result;
     ReadAnswers(dialog, answers);
-    if (const std::optional<Refusal> refusal = RefusalOfAnswers(answers)) {
+    reach.Read(dialog);
+    if (const std::optional<Refusal> refusal = RefusalOfAnswers(answers, reach)) {
       TellRefusal(dialog, *refusal);
       return std::nullopt;
     }
-    if (FindOutHowToReach(prefs, dialog, answers)) return std::nullopt;
+    if (reach.FindOut(prefs, dialog, answers.server)) return std::nullopt;
     return result;
   };
   return RunModalDialog(kDialogQuickSetup, setup, procedure) == port::kIdOk;
@@ -201,10 +130,10 @@ int AskForConnection(Answers& answers) {
 }
 
 // False when the user gave up.
-bool AskAll(const Prefs& prefs, Answers& answers) {
+bool AskAll(const Prefs& prefs, Answers& answers, SetupReach& reach) {
   int result = kBack;
   while (result == kBack) {
-    if (!AskForServerAndUser(prefs, answers)) return false;
+    if (!AskForServerAndUser(prefs, answers, reach)) return false;
     result = AskForConnection(answers);
   }
   return result == port::kIdOk;
@@ -212,30 +141,17 @@ bool AskAll(const Prefs& prefs, Answers& answers) {
 
 // --- Done ----------------------------------------------------------------------------------------
 
-void TakeAnswers(Prefs& prefs, Answers answers) {
+void TakeAnswers(Prefs& prefs, Answers answers, const SetupReach& reach) {
   std::optional<std::size_t> server = FindServer(prefs, answers.server);
   if (!server) {
     AddServer(prefs, {.name = std::move(answers.server)});
     server = prefs.numservers - 1;
   }
-  prefs.port[*server] = NumberIn(answers.reach.port, kHighestPort).value_or(kPlainPort);
+  reach.Take(prefs, *server);
   prefs.selectedserver = static_cast<std::uint32_t>(*server);
   prefs.fullname = std::move(answers.name);
   prefs.returnmailaddress = std::move(answers.address);
   if (!answers.method.empty()) prefs.conxmethod = std::move(answers.method);
-}
-
-// Before the servers themselves, as everywhere.
-void StoreSecurity(const Prefs& prefs, ServerSecurity of_selected) {
-  std::vector<SecuredServer> securities;
-  for (std::size_t at = 0; at < prefs.servers.size(); ++at) {
-    const std::u16string& name = prefs.servers[at];
-    const bool selected = at == prefs.selectedserver;
-    securities.push_back(
-        {name, selected ? of_selected : ReadServerSecurity(name).value_or(ServerSecurity::kTls)});
-  }
-  if (WriteServerSecurities(securities)) return;
-  ShowMessage(u"The security of the news servers could not be saved.");
 }
 
 void TellOfGroups() {
@@ -256,10 +172,10 @@ void RunQuickSetup() {
   std::unique_ptr<Prefs> copy = CopyPrefs(*gPrefs);
   if (!copy) return;
   Answers answers = AnswersSoFar(*copy);
-  if (!AskAll(*copy, answers)) return;
-  const ServerSecurity security = answers.reach.security;
-  TakeAnswers(*copy, std::move(answers));
-  StoreSecurity(*copy, security);
+  SetupReach reach(*copy, answers.server);
+  if (!AskAll(*copy, answers, reach)) return;
+  TakeAnswers(*copy, std::move(answers), reach);
+  reach.StoreSecurity(*copy);
   gPrefs = std::move(copy);
   WritePreferences();
   ScheduleAutoDownload();
