@@ -77,6 +77,7 @@ class RetryFaultsTest : public NntpTest {
     EXPECT_EQ(gReadInfo[0]->totalCount, 2U);
     EXPECT_EQ(gReadInfo[1]->totalCount, 2U);
     EXPECT_EQ(SavedProgress(), (std::vector<std::uint32_t>{8, 12}));
+    ASSERT_TRUE(ArticleExists("<a@x>") && ArticleExists("<d@x>"));
     EXPECT_EQ(FetchArticle("<a@x>")->body, "first");
     EXPECT_EQ(FetchArticle("<d@x>")->body, "twelfth");
     ExpectPostedOnce();
