@@ -648,11 +648,11 @@ TEST_F(SmallScreenPages, QuickSetupFits) {
   for (const std::uint32_t form :
        {kDialogQuickSetup, kDialogQuickSetupConnection, kDialogAddServer}) {
     const WindowHandle dialog = device->dialogs().Create(form, 0, port::DialogKind::kModal);
+    device->dialogs().Show(dialog);
     if (form == kDialogQuickSetup) {
       device->dialogs().Write(dialog, kControlSetupNote,
                               port::Text{u"The server answers on port 563: TLS is filled in."});
     }
-    device->dialogs().Show(dialog);
     OnDisplay([&] {
       QWidget& widget = *device->display().WidgetOf(dialog);
       ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));
