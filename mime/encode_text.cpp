@@ -49,7 +49,7 @@ class Converter {
   }
 
   static constexpr gsize kFailed = static_cast<gsize>(-1);
-  static inline const GIConv kNone = reinterpret_cast<GIConv>(-1);
+  static inline const GIConv kNone = reinterpret_cast<GIConv>(-1);  // NOLINT: its own word
 
   const GIConv handle_;
 };

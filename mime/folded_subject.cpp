@@ -186,12 +186,12 @@ bool IsAnothers(std::string_view line) {
 // but the subject, however short its first line is.
 Lines SubjectsOf(std::string_view subject, const Lines& group, bool no_field_above) {
   const auto last = std::find_if(group.rbegin(), group.rend(), IsAnothers);
-  const Lines behind(last.base(), group.end());
+  Lines behind(last.base(), group.end());
   const bool says_something = !group.empty() && !Trimmed(group.front()).empty();
   if (no_field_above && last == group.rend() && says_something) return group;
   if (!behind.empty() && GoesOn(subject, behind.front())) return behind;
   if (last == group.rend()) return {};
-  const Lines before(group.begin(), std::find_if(group.begin(), group.end(), IsAnothers));
+  Lines before(group.begin(), std::find_if(group.begin(), group.end(), IsAnothers));
   if (before.empty() || BeginsWithWord(before.front())) return {};
   if (!GoesOn(subject, before.front())) return {};
   return before;

@@ -59,7 +59,7 @@ std::u32string FoldOfGLib(char32_t c) {
                                                         g_free);
   std::u32string characters;
   for (const char* at = folded.get(); *at != '\0'; at = g_utf8_next_char(at)) {
-    characters += g_utf8_get_char(at);
+    characters += static_cast<char32_t>(g_utf8_get_char(at));
   }
   return characters;
 }

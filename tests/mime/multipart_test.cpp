@@ -161,7 +161,8 @@ TEST(Multipart, NestingIsFollowedSoFarAndTheRestIsText) {
   std::string entity;
   for (int i = 0; i < 10000; ++i) {
     const std::string name = "b" + std::to_string(i);
-    entity += "Content-Type: multipart/mixed; boundary=" + name + "\r\n\r\n--" + name + "\r\n";
+    entity.append("Content-Type: multipart/mixed; boundary=").append(name).append("\r\n\r\n--");
+    entity.append(name).append("\r\n");
   }
   entity += "\r\ninnermost\r\n";
   const DecodedBody body = DecodeEntity(entity);
