@@ -81,6 +81,10 @@ void ReadType(const std::string& value, std::string_view fallback, PartHead& hea
   GMimeParamList* parameters = g_mime_content_type_get_parameters(parsed.get());
   head.charset = Token(ParameterOf(parameters, "charset"));
   head.boundary = ParameterOf(parameters, "boundary");
+  if (FindNoCase(readable, "boundary=\"") == std::string::npos) {
+    // The rest of another field may stand below this one's last line.
+    head.boundary.erase(std::min(head.boundary.find_first_of(" \t"), head.boundary.size()));
+  }
   head.flowed = Lower(Token(ParameterOf(parameters, "format"))) == "flowed";
   head.del_space = Lower(Token(ParameterOf(parameters, "delsp"))) == "yes";
   if (head.name.empty()) head.name = NameOf(ParameterOf(parameters, "name"));

@@ -137,6 +137,18 @@ TEST(Multipart, OnlyItsOwnBoundaryOnALineCounts) {
   EXPECT_EQ(body.text, u"a --=b\r\n--=bc\r\n --=b\r\n--=b--x\r\n\r\nb");
 }
 
+TEST(Multipart, LinesOfAnotherFieldBelowItsOwnDoNotMatter) {
+  const std::string body = "--=b\r\n\r\na\r\n--=b--\r\n";
+  for (const std::string_view head :
+       {"Content-Type: multipart/mixed; boundary==b\r\n <ann@example.org>\r\n",
+        "Content-Type: multipart/mixed; boundary=\"=b\"\r\n =?utf-8?Q?rest?=\r\n",
+        "Content-Type: multipart/mixed; boundary==b;\r\n charset=utf-8\r\n of the subject\r\n"}) {
+    EXPECT_EQ(Decode(head, body).text, u"a") << head;
+  }
+  EXPECT_EQ(Decode("Content-Type: multipart/mixed; boundary=\"a b\"\r\n", "--a b\r\n\r\nx").text,
+            u"x");
+}
+
 TEST(Multipart, WhatIsThereIsShownWhenTheEndIsMissing) {
   const DecodedBody body =
       Decode(kMixed, "--=b\r\nContent-Type: text/plain\r\n\r\na\r\n--=b\r\n\r\nb\r\n");
