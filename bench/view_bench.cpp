@@ -1,6 +1,7 @@
-// The thread view of a large group: looking through all articles against fetching them, rows and
-// labels for the display, and marking and deleting in one chain of replies against an ordinary
-// group. Figures are processor time.
+// The thread view of a large group: looking through all articles against fetching them, opening and
+// looking through a group of many languages against one in ASCII, rows and labels for the display,
+// and marking and deleting in one chain of replies against an ordinary group. Figures are processor
+// time.
 //
 // usage: view_bench [ARTICLES] [ROUNDS]; ends with 1 when a figure misses its target.
 
@@ -41,6 +42,8 @@ using testing::TestArticle;
 using Articles = std::vector<TestArticle>;
 
 constexpr double kSearchTarget = 1.3;
+constexpr double kMixedSearchTarget = 2.5;
+constexpr double kMixedOpeningTarget = 1.15;
 constexpr double kLabelsTarget = 50;  // milliseconds
 constexpr double kChainTarget = 2;
 
@@ -103,6 +106,15 @@ Articles Chain(Articles articles) {
   return articles;
 }
 
+// The same threads with other Message-IDs.
+Articles Mixed(Articles articles) {
+  for (TestArticle& article : articles) {
+    article.id.insert(1, "mixed");
+    if (!article.parent.empty()) article.parent.insert(1, "mixed");
+  }
+  return InOtherLanguages(std::move(articles));
+}
+
 void Show(std::size_t group) {
   gReading.group = GroupAt(group);
   ShowThreadView();
@@ -116,7 +128,33 @@ bool Report(const char* what, double figure, const char* unit, double target) {
   return figure <= target;
 }
 
-bool MeasureSearch(unsigned rounds) {
+// Subjects and authors are decoded to be gathered and shown.
+bool MeasureOpening(std::size_t ascii, std::size_t mixed, unsigned rounds) {
+  const auto open = [](std::size_t group) {
+    return [group] {
+      BuildThreadList(GroupAt(group), 100000);
+      Require(gReading.tree != nullptr, "opening");
+    };
+  };
+  std::vector<double> plain, decoded;
+  for (unsigned i = 0; i <= rounds + 2; ++i) {  // in turns; the first ones warm up
+    plain.push_back(ProcessorMilliseconds(open(ascii)));
+    decoded.push_back(ProcessorMilliseconds(open(mixed)));
+  }
+  const double bare = quillet::Fastest(plain);
+  std::printf("opening in ASCII: %.0f ms\n", bare);
+  return Report("opening, 30 % of names encoded, against ASCII", quillet::Fastest(decoded) / bare,
+                "", kMixedOpeningTarget);
+}
+
+struct SearchKind {
+  const char* body;
+  const char* all;
+  std::u16string_view wanted;
+  double target;
+};
+
+bool MeasureSearch(const SearchKind& kind, unsigned rounds) {
   std::size_t bytes = 0;
   const auto fetch = [&] {
     for (Node* node = NextArticle(gReading.tree->root()); node != nullptr;
@@ -124,19 +162,19 @@ bool MeasureSearch(unsigned rounds) {
       bytes += FetchArticle(node->messageId)->body->size();
     }
   };
-  const auto search = [](bool headers) {
-    return [headers] {
-      Require(SearchForward(nullptr, {u"something more", false, false, headers}) == nullptr,
-              "searching");
+  const auto search = [&kind](bool headers) {
+    return [&kind, headers] {
+      Require(
+          SearchForward(nullptr, {std::u16string(kind.wanted), false, false, headers}) == nullptr,
+          "searching");
     };
   };
   const double bare = Fastest(rounds, fetch);
   const double body = Fastest(rounds, search(false));
   const double all = Fastest(rounds, search(true));
   std::printf("fetching %u articles: %.0f ms\n", gReading.tree->root().descendantCount, bare);
-  const bool good = Report("search in the bodies against fetching", body / bare, "", kSearchTarget);
-  return Report("search in headers and bodies against fetching", all / bare, "", kSearchTarget) &&
-         good;
+  const bool good = Report(kind.body, body / bare, "", kind.target);
+  return Report(kind.all, all / bare, "", kind.target) && good;
 }
 
 bool MeasureLabels(BlindTree& tree, unsigned rounds) {
@@ -189,19 +227,36 @@ int Run(Device& device, unsigned count, unsigned rounds) {
   gPlatform->files.CreateFolder(gDatabaseFolder);
   gPrefs = std::make_unique<Prefs>();
   gPrefs->usethreading = 1;
-  gPrefs->groups = {u"bench.ordinary", u"bench.chain"};
-  gPrefs->numgroups = 2;
+  gPrefs->groups = {u"bench.ordinary", u"bench.chain", u"bench.mixed"};
+  gPrefs->numgroups = 3;
   Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
   const Articles ordinary = testing::Group(1).Make(count);
   StoreGroup(gPrefs->groups[0], ordinary);
   StoreGroup(gPrefs->groups[1], Chain(ordinary));
+  StoreGroup(gPrefs->groups[2], Mixed(ordinary), Bodies::kMixed);
   for (const std::u16string& group : gPrefs->groups) {
     DeleteValue(DatabaseIndex::kArticles, GroupKey(group));  // counted before the articles came
   }
   CountArticles();
   gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
+  bool good = MeasureOpening(0, 2, rounds);
+  Show(2);
+  good = MeasureSearch({"mixed: search in the bodies against fetching",
+                        "mixed: search in headers and bodies against fetching", u"something more",
+                        kMixedSearchTarget},
+                       rounds) &&
+         good;
+  good = MeasureSearch({"mixed: search in the bodies, no ASCII",
+                        "mixed: search in headers and bodies, no ASCII",
+                        u"s\u00F6m\u00E9thing m\u00F6re", kMixedSearchTarget},
+                       rounds) &&
+         good;
   Show(0);
-  bool good = MeasureSearch(rounds);
+  good = MeasureSearch(
+             {"search in the bodies against fetching",
+              "search in headers and bodies against fetching", u"something more", kSearchTarget},
+             rounds) &&
+         good;
   good = MeasureLabels(device.tree, rounds) && good;
   good = MeasureShapes(0, 1) && good;
   ClearThreadView();

@@ -9,56 +9,61 @@
 namespace quillet {
 namespace {
 
-// Sets in which ASCII means itself, by how their names begin.
-constexpr std::array<std::string_view, 5> kOrdinarySets = {"us-ascii", "utf-8", "iso-8859-1",
-                                                           "iso-8859-2", "windows-125"};
+struct OrdinarySet {
+  std::string_view name;
+  bool western;
+};
+constexpr std::array<OrdinarySet, 9> kOrdinarySets = {{{"us-ascii", true},
+                                                       {"utf-8", true},
+                                                       {"iso-8859-1", true},
+                                                       {"iso-8859-15", true},
+                                                       {"windows-1252", true},
+                                                       {"iso-8859-2", false},
+                                                       {"windows-1250", false},
+                                                       {"windows-1251", false},
+                                                       {"koi8-r", false}}};
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
   return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
 }
 
-// "text/plain", alone or with an ordinary set.
-bool IsOrdinaryType(std::string_view value) {
+bool IsSet(std::string_view value, std::string_view name) {
+  return value.size() == name.size() && StartsWithNoCase(value, name);
+}
+
+// "text/plain", alone or with an ordinary set; false: something else.
+bool ReadType(std::string_view value, SimpleHead& head) {
   const std::size_t semicolon = std::min(value.find(';'), value.size());
-  if (!StartsWithNoCase(value, "text/plain") || Trimmed(value.substr(0, semicolon)).size() != 10) {
-    return false;
-  }
+  if (!IsSet(Trimmed(value.substr(0, semicolon)), "text/plain")) return false;
   if (semicolon == value.size()) return true;
   std::string_view parameter = Trimmed(value.substr(semicolon + 1));
   if (!StartsWithNoCase(parameter, "charset=")) return false;
   parameter.remove_prefix(8);
-  if (parameter.starts_with('"')) parameter.remove_prefix(1);
-  return parameter.find(';') == std::string_view::npos &&
-         std::ranges::any_of(kOrdinarySets,
-                             [&](auto set) { return StartsWithNoCase(parameter, set); });
+  if (parameter.size() > 1 && parameter.starts_with('"') && parameter.ends_with('"')) {
+    parameter = parameter.substr(1, parameter.size() - 2);
+  }
+  for (const OrdinarySet& set : kOrdinarySets) {
+    if (!IsSet(parameter, set.name)) continue;
+    head.western = set.western;
+    return true;
+  }
+  return false;
 }
 
-// A field whose name begins with "content-", its first line.
-bool IsHarmlessField(std::string_view line) {
+bool ReadTransfer(std::string_view value, SimpleHead& head) {
+  if (IsSet(value, "7bit") || IsSet(value, "8bit")) return true;
+  if (IsSet(value, "quoted-printable")) head.transfer = Transfer::kQuotedPrintable;
+  if (IsSet(value, "base64")) head.transfer = Transfer::kBase64;
+  return head.transfer != Transfer::kNone;
+}
+
+// A field whose name begins with "content-", its first line; false: not a simple one.
+bool ReadField(std::string_view line, SimpleHead& head) {
   const std::size_t colon = std::min(line.find(':'), line.size() - 1);
   const std::string_view value = Trimmed(line.substr(colon + 1));
-  if (StartsWithNoCase(line, "content-type:")) return IsOrdinaryType(value);
-  if (!StartsWithNoCase(line, "content-transfer-encoding:")) return false;
-  return (StartsWithNoCase(value, "7bit") || StartsWithNoCase(value, "8bit")) && value.size() == 4;
-}
-
-enum class Head { kNoMime, kHarmless, kOther };
-
-// No continuation of a field that matters is looked into.
-Head HeadOf(std::string_view head) {
-  Head found = Head::kNoMime;
-  bool content = false;
-  while (!head.empty()) {
-    const std::size_t end = std::min(head.find('\n'), head.size() - 1);
-    const std::string_view line = head.substr(0, end + 1);
-    if (content && (line[0] == ' ' || line[0] == '\t')) return Head::kOther;
-    content = StartsWithNoCase(line, "content-");
-    if (content && !IsHarmlessField(line)) return Head::kOther;
-    if (content) found = Head::kHarmless;
-    head.remove_prefix(end + 1);
-  }
-  return found;
+  if (StartsWithNoCase(line, "content-type:")) return ReadType(value, head);
+  return StartsWithNoCase(line, "content-transfer-encoding:") && ReadTransfer(value, head);
 }
 
 // Text that has a label is shown without these.
@@ -81,6 +86,26 @@ bool IsSpecialLine(std::string_view rest, bool stuffed) {
   }
 }
 
+}  // namespace
+
+// No field is looked for twice: the first one counts, and a second one is not simple.
+std::optional<SimpleHead> ReadSimpleHead(std::string_view head) {
+  SimpleHead read;
+  bool content = false;
+  int fields = 0;
+  while (!head.empty()) {
+    const std::size_t end = std::min(head.find('\n'), head.size() - 1);
+    const std::string_view line = head.substr(0, end + 1);
+    // Continuations of a field that matters are not looked into.
+    if (content && (line[0] == ' ' || line[0] == '\t')) return std::nullopt;
+    content = StartsWithNoCase(line, "content-");
+    if (content && (++fields > 2 || !ReadField(line, read))) return std::nullopt;
+    head.remove_prefix(end + 1);
+  }
+  read.labelled = fields > 0;
+  return read;
+}
+
 bool HasSpecialLine(std::string_view body, bool stuffed) {
   for (std::size_t at = 0;; ++at) {
     if (IsSpecialLine(body.substr(at), stuffed)) return true;
@@ -89,13 +114,12 @@ bool HasSpecialLine(std::string_view body, bool stuffed) {
   }
 }
 
-}  // namespace
-
 bool IsShownAsStored(const BodySource& source) {
   if (!IsAscii(source.body)) return false;
-  const Head head = HeadOf(source.head);
-  if (head == Head::kOther || (head == Head::kHarmless && HasControls(source.body))) return false;
-  return !HasSpecialLine(source.body, source.stuffed);
+  const std::optional<SimpleHead> head = ReadSimpleHead(source.head);
+  if (!head || head->transfer != Transfer::kNone) return false;
+  return !(head->labelled && HasControls(source.body)) &&
+         !HasSpecialLine(source.body, source.stuffed);
 }
 
 }  // namespace quillet

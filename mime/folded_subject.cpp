@@ -201,9 +201,10 @@ Lines SubjectsOf(std::string_view subject, const Lines& group, bool no_field_abo
 
 bool HasContinuation(std::string_view lines) {
   if (!lines.empty() && IsBlank(lines.front())) return true;
-  for (std::size_t at = lines.find_first_of("\r\n"); at < lines.size();
-       at = lines.find_first_of("\r\n", at + 1)) {
-    if (at + 1 < lines.size() && IsBlank(lines[at + 1])) return true;
+  for (const char end : {'\n', '\r'}) {
+    for (std::size_t at = lines.find(end); at < lines.size(); at = lines.find(end, at + 1)) {
+      if (at + 1 < lines.size() && IsBlank(lines[at + 1])) return true;
+    }
   }
   return false;
 }

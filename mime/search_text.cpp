@@ -50,7 +50,7 @@ bool AnyText(std::string_view texts, const Visit& visit) {
 }  // namespace
 
 SearchText::SearchText(std::u16string_view wanted, const MatchOptions& options)
-    : decoding_(Decoding()), shown_form_(wanted, options) {
+    : decoding_(Decoding()), filter_(wanted, options), shown_form_(wanted, options) {
   if (const auto stored = StoredForm(wanted, options, decoding_)) {
     stored_form_.emplace(*stored, options);
   }
@@ -64,8 +64,8 @@ bool SearchText::IsInShown(std::u16string_view text) const {
   return !shown_form_.Find(text, 1).empty();
 }
 
-bool SearchText::IsInDecoded(const ArticleTexts& texts) const {
-  const DecodedBody decoded = DecodeBody({texts.head, texts.body, texts.stuffed});
+bool SearchText::IsInDecoded(const BodySource& source) const {
+  const DecodedBody decoded = DecodeBody(source);
   return IsInShown(decoded.text) ||
          std::ranges::any_of(decoded.attachments, [this](const Attachment& attachment) {
            return IsInShown(AttachmentLine(attachment));
@@ -73,10 +73,9 @@ bool SearchText::IsInDecoded(const ArticleTexts& texts) const {
 }
 
 bool SearchText::IsInBody(const ArticleTexts& texts) const {
-  if (!decoding_ || IsShownAsStored({texts.head, texts.body, texts.stuffed})) {
-    return IsIn(texts.body);
-  }
-  return IsInDecoded(texts);
+  const BodySource source{texts.head, texts.body, texts.stuffed};
+  if (!decoding_ || IsShownAsStored(source)) return IsIn(texts.body);
+  return !filter_.RulesOut(source) && IsInDecoded(source);
 }
 
 bool SearchText::IsInHeads(const ArticleTexts& texts) const {

@@ -8,6 +8,7 @@
 #include "mime/body.h"
 #include "mime/find_text.h"
 #include "mime/matcher.h"
+#include "mime/search_filter.h"
 #include "mime/shown_matcher.h"
 
 namespace quillet {
@@ -37,11 +38,12 @@ class SearchText {
   bool IsInHeads(const ArticleTexts& texts) const;
   bool IsIn(std::string_view stored) const;
   bool IsInShown(std::u16string_view text) const;
-  bool IsInDecoded(const ArticleTexts& texts) const;
+  bool IsInDecoded(const BodySource& source) const;
 
   bool decoding_;
   // For text that is shown byte by byte; nothing: no such text is ever shown like this.
   std::optional<Matcher<char>> stored_form_;
+  SearchFilter filter_;
   ShownMatcher shown_form_;
 };
 
