@@ -254,6 +254,8 @@ class Trees(InnDownload):
             with self.quillet(hold=True) as q:
                 q.set_dword("usethreading", threading)
                 q.set_dword("reversethread", reverse)
+                # The expected trees are made of the stored bytes.
+                q.set_dword("Extensions\\decodemime", 0)
                 q.start()
                 trees = self.open_groups(q)
             self.assert_ended_well(q)
