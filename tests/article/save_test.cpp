@@ -202,9 +202,11 @@ class SavingAnyFile : public SavingArticles {
     fake.display.ExpectSaveFile(std::u16string(path));
     SaveAnyFile(u"Save it", u"a b.bin", [this] {
       ++made_;
+      cursor_ = fake.display.wait_cursor_depth();
       return bytes_;
     });
   }
+  int cursor_ = 0;
   std::string bytes_ = Raw("\xff\0\r\n");
   int made_ = 0;
 };
@@ -220,6 +222,12 @@ TEST_F(SavingAnyFile, OffersItsNameAmongFilesOfEveryKind) {
   EXPECT_EQ(dialogs[0].default_extension, u"");
   EXPECT_EQ(File(u"\\x.bin"), bytes_);
   EXPECT_THAT(BoxTexts(), IsEmpty());
+}
+
+TEST_F(SavingAnyFile, ShowsTheWaitCursorWhileTheBytesAreMade) {
+  Save(u"\\x.bin");
+  EXPECT_EQ(cursor_, 1);
+  EXPECT_EQ(fake.display.wait_cursor_depth(), 0);
 }
 
 TEST_F(SavingAnyFile, TakesTheNameThatTheUserChose) {
