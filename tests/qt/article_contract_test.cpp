@@ -233,13 +233,14 @@ TEST_P(ArticleContract, TappedHeaderIsTold) {
 
 TEST_P(ArticleContract, LinkIsToldWithItsTarget) {
   const WindowHandle main = ShowArticleTab();
-  const std::u16string target = u"http://a.b/?c=%20&d&amp;e";
-  reader->Article().ClearViewer();
-  reader->Article().AddToViewer(u"<FONT SIZE=\"2\">see <a href=\"" + target + u"\">it</a></FONT>",
-                                false);
-  reader->Article().EndOfSource();
-  reader->OpenLink(target);
-  ExpectOnly({main, MessageKind::kLink, 0, 0, target});
+  for (const std::u16string target : {u"http://a.b/?c=%20&d&amp;e", u"attachment:12"}) {
+    reader->Article().ClearViewer();
+    reader->Article().AddToViewer(u"<FONT SIZE=\"2\">see <a href=\"" + target + u"\">it</a></FONT>",
+                                  false);
+    reader->Article().EndOfSource();
+    reader->OpenLink(target);
+    ExpectOnly({main, MessageKind::kLink, 0, 0, target});
+  }
 }
 
 TEST_P(ArticleContract, ButtonIsItsCommand) {
