@@ -308,6 +308,33 @@ TEST_F(Compose, FlowedTextIsQuotedInLinesOf72Columns) {
       u"\u03A9\r\n> two three four one \u03A9 two three four end\r\n>> quoted on\r\n\r\n");
 }
 
+TEST_F(Compose, AttachmentsAreNotQuoted) {
+  gPrefs->attribution = u"";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.headers =
+      "MIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=b\r\nNewsgroups: g\r\n";
+  source.body =
+      "--b\r\nContent-Type: text/plain; charset=ISO-8859-7\r\n\r\n\xD9\r\n--b\r\n"
+      "Content-Type: image/png; name=a.png\r\nContent-Transfer-Encoding: base64\r\n\r\niVBORw0K\r\n"
+      "--b--\r\n";
+  const std::u16string text = ComposeReply(source, u"g")->text;
+  EXPECT_TRUE(text.starts_with(u"\r\n> \u03A9\r\n")) << text.size();
+  EXPECT_EQ(text.find(u"a.png"), std::u16string::npos);
+  EXPECT_EQ(text.find(u"iVBOR"), std::u16string::npos);
+}
+
+TEST_F(Compose, WhatCannotBeDecodedIsQuotedAsItIsStored) {
+  gPrefs->attribution = u"";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.headers =
+      "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+      "Content-Transfer-Encoding: base64\r\n";
+  source.body = "This is *no* base64 at all!\r\n";
+  EXPECT_EQ(ComposeReply(source, u"g")->text, u"\r\n> This is *no* base64 at all!\r\n\r\n");
+}
+
 TEST_F(Compose, LastLineThatHasNoEndGetsNone) {
   gPrefs->attribution = u"";
   gPrefs->signature = u"";
