@@ -10,6 +10,7 @@
 #include "post/check.h"
 #include "post/compose.h"
 #include "post/encode_article.h"
+#include "post/quote.h"
 #include "util/ascii.h"
 #include "util/text.h"
 
@@ -64,6 +65,22 @@ void CheckUtf8(const quillet::CheckedArticle& article, const std::u16string& tex
   Require(!quillet::FindHeaderLine("Subject:", headers).value.empty(), "no subject");
 }
 
+// All that is neither a mark nor blank.
+std::string Letters(std::u16string_view text) {
+  std::string letters = quillet::ToUtf8(text);
+  std::erase_if(letters, [](char c) { return c == ' ' || c == '\r' || c == '\n' || c == '>'; });
+  return letters;
+}
+
+void CheckQuoted(const std::u16string& text) {
+  const std::u16string quoted = quillet::QuoteParagraphs(text, u"> ");
+  Require(Letters(quoted) == Letters(text), "quoting has lost something");
+  Require(text.empty() || quoted.starts_with(u'>'), "a line has no mark");
+  for (std::size_t at = 0; (at = quoted.find(u'\n', at)) != quoted.npos && ++at < quoted.size();) {
+    Require(quoted[at] == u'>', "a line has no mark");
+  }
+}
+
 void CheckEveryLanguage(const std::u16string& text) {
   const auto old = quillet::CheckArticle(text, u"<a@b>", quillet::TextForm::kQuotedBytes);
   const auto now = quillet::CheckArticle(text, u"<a@b>", quillet::TextForm::kUtf8);
@@ -93,6 +110,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(std::get<quillet::ArticleFault>(result).at <= text.size(), "a place behind the text");
   }
   CheckEveryLanguage(text);
+  CheckQuoted(text);
   const auto mail = quillet::FindMailParts(text);
   if (const auto* fault = std::get_if<quillet::ArticleFault>(&mail)) {
     Require(fault->at <= text.size(), "a place behind the text");

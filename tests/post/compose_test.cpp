@@ -6,6 +6,7 @@
 #include "base/extensions.h"
 #include "base/prefs.h"
 #include "base/reset.h"
+#include "mime/decoding.h"
 #include "port/fake/fake_platform.h"
 #include "post/article_text.h"
 #include "post/check.h"
@@ -306,6 +307,21 @@ TEST_F(Compose, FlowedTextIsQuotedInLinesOf72Columns) {
       ComposeReply(source, u"g")->text,
       u"\r\n> one \u03A9 two three four one \u03A9 two three four one \u03A9 two three four one "
       u"\u03A9\r\n> two three four one \u03A9 two three four end\r\n>> quoted on\r\n\r\n");
+}
+
+TEST_F(Compose, WhileNothingIsDecodedRepliesQuoteCodePage1252) {
+  gPrefs->attribution = u"$a";
+  gPrefs->signature = u"";
+  gPrefs->simplepost = 1;
+  source.subject = "=?UTF-8?Q?=CE=A9?=";
+  source.from = "J\xF6rg";
+  source.body = "caf\xE9 \x80\r\n..dots\r\n";
+  SetDecoding(false);
+  const auto info = ComposeReply(source, u"g");
+  SetDecoding(true);
+  EXPECT_TRUE(info->characters);
+  EXPECT_EQ(info->subject, u"Re: =?UTF-8?Q?=CE=A9?=");
+  EXPECT_EQ(info->text, u"J\u00F6rg\r\n> caf\u00E9 \u20AC\r\n> ..dots\r\n\r\n");
 }
 
 TEST_F(Compose, AttachmentsAreNotQuoted) {
