@@ -15,6 +15,8 @@
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "base/window_procedures.h"
+#include "mime/encode_text.h"
+#include "mime/shown_text.h"
 #include "port/clock.h"
 #include "port/dialogs.h"
 #include "port/mail_store.h"
@@ -114,15 +116,21 @@ bool IsWriting() {
   return true;
 }
 
-// What is opened while every language is written stays a text of characters.
-void MakeCharacters(PostInfo& info) {
+// What is opened while every language is written stays a text of characters. Of one that was begun
+// otherwise each unit may be a byte; together they may be UTF-8, of a quoted article or a post.
+void MakeCharacters(Draft& draft) {
+  PostInfo& info = draft.info;
   if (info.characters || ReadExtensions().postcharsets == 0) return;
-  info.text = ShownInEditor(info.text);
+  std::u16string shown = ShownInEditor(info.text);
+  const auto utf8 =
+      NotStorable(shown).empty() ? DecodeText(ToArticleText(info.text), "UTF-8") : std::nullopt;
+  info.text = utf8 ? *utf8 : std::move(shown);
   info.characters = true;
+  draft.caret = std::min(draft.caret, info.text.size());
 }
 
 bool OpenWith(Draft draft, bool restored) {
-  MakeCharacters(draft.info);
+  MakeCharacters(draft);
   const EditorKind& kind = draft.simple ? SimpleEditor() : FullEditor();
   const port::WindowHandle window =
       gPlatform->dialogs.Create(kind.form, gMainWindow, port::DialogKind::kWindow);

@@ -295,6 +295,35 @@ TEST_F(EveryLanguageTest, DraftOfQuotedBytesTakenUpSwitchedOnHasTheirCharacters)
   EXPECT_THAT(Boxes(), ElementsAre(kOffer));
 }
 
+TEST_F(EveryLanguageTest, DraftOfUtf8ByteForByteTakenUpSwitchedOnHasItsCharacters) {
+  UseFull();
+  StartNewArticle(u"comp.test");
+  Type(kText);
+  Press(kControlOk);
+  WriteCodePage();
+  EditPendingPost(kKey);
+  Type(Text() + u"more\r\n");
+  Kill();
+  WriteEveryLanguage();
+  TakeUpDraft();
+  EXPECT_TRUE(Text().ends_with(kBody + u"more\r\n"));
+  Press(kControlOk);
+  EXPECT_EQ(Post()->body, std::string(kStoredBody) + "more\r\n");
+  EXPECT_EQ(Post()->headers, "From: a\r\nSubject: =?UTF-8?Q?=CE=A9?=\r\nNewsgroups: comp.test\r\n" +
+                                 std::string(kMimeLines));
+}
+
+TEST_F(EveryLanguageTest, DraftWithCharactersThatAreNoBytesKeepsThem) {
+  Draft draft;
+  draft.info.text =
+      u"From: a\r\nSubject: s\r\nNewsgroups: g\r\n--- Begin body here ---\r\n\u00CE\u00A9 "
+      u"\u03A9\r\n";
+  draft.caret = 70;
+  ASSERT_TRUE(SaveDraft(draft));
+  TakeUpDraft();
+  EXPECT_TRUE(Text().ends_with(u"\u00CE\u00A9 \u03A9\r\n"));
+}
+
 TEST_F(EveryLanguageTest, FinishedPostIsKnownWhicheverWayItWasStored) {
   for (const bool on : {true, false}) {
     on ? WriteEveryLanguage() : WriteCodePage();
