@@ -18,6 +18,7 @@
 namespace quillet {
 namespace {
 
+constexpr std::size_t kMostFiles = 1000;  // of those that lie in texts; more are text
 constexpr std::string_view kPlain = "text/plain", kHtml = "text/html";
 
 bool HasText(std::string_view body) {
@@ -176,6 +177,7 @@ class BodyReader {
   std::string_view WithoutBinaries(std::string_view text, std::string& kept) {
     std::size_t done = 0;
     for (const BinaryInText& binary : FindBinariesInText(text)) {
+      if (result_.attachments.size() >= kMostFiles) break;
       if (!binary.damaged) {
         kept.append(text.substr(done, binary.begin - done));
         done = binary.end;

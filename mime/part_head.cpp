@@ -126,6 +126,15 @@ bool IsField(std::string_view line, std::string_view name, std::size_t& colon) {
   return colon < line.size() && line[colon] == ':';
 }
 
+// "Name:", with blanks before the colon perhaps.
+bool IsAnyField(std::string_view line) {
+  const std::size_t colon = line.find(':');
+  if (colon == 0 || colon == std::string_view::npos) return false;
+  std::string_view name = line.substr(0, colon);
+  while (name.size() > 1 && IsBlank(name.back())) name.remove_suffix(1);
+  return std::ranges::all_of(name, [](char c) { return c > ' ' && c < 0x7F; });
+}
+
 // The next line without its end, which goes from `text` too.
 std::string_view TakeLine(std::string_view& text) {
   const std::size_t end = std::min(text.find('\n'), text.size());
@@ -156,9 +165,14 @@ std::optional<std::string> FieldValue(std::string_view head, std::string_view na
 HeadAndBody SplitHead(std::string_view entity) {
   std::string_view rest = entity;
   while (!rest.empty()) {
+    const std::size_t start = entity.size() - rest.size();
     const std::string_view line = TakeLine(rest);
-    const std::size_t consumed = entity.size() - rest.size();
-    if (line.empty()) return {entity.substr(0, consumed), rest};
+    if (line.empty()) return {entity.substr(0, entity.size() - rest.size()), rest};
+    const bool envelope = start == 0 && (line.starts_with("From ") || line.starts_with(">From "));
+    const bool continues = start > 0 && IsBlank(line.front());
+    if (!envelope && !continues && !IsAnyField(line)) {
+      return {entity.substr(0, start), entity.substr(start)};
+    }
   }
   return {entity, {}};
 }

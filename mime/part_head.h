@@ -11,7 +11,8 @@ namespace quillet {
 // compared without regard to case. At most 10,240 bytes of it.
 std::optional<std::string> FieldValue(std::string_view head, std::string_view name);
 
-// A head and the body below it: the first empty line is between them.
+// A head and the body below it: the first empty line is between them, or, where that is missing,
+// the first line that is of no field begins the body.
 struct HeadAndBody {
   std::string_view head, body;
 };

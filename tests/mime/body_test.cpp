@@ -106,6 +106,15 @@ TEST(DecodeBody, TextBehindBase64IsShown) {
   EXPECT_FALSE(body.damaged);
 }
 
+TEST(DecodeBody, FilesInATextAreListedSoFar) {
+  std::string text;
+  for (int i = 0; i < 1200; ++i) text += "begin 644 a.txt\r\n%2&5L;&\\\r\n`\r\nend\r\n";
+  const DecodedBody body = Decode("", text);
+  EXPECT_EQ(body.attachments.size(), 1000U);
+  EXPECT_EQ(body.text.size(), text.size() / 1200 * 200);
+  EXPECT_EQ(AttachmentBytes({"", text}, 999), "Hello");
+}
+
 TEST(DecodeBody, WhatCannotBeDecodedIsShownAsItCame) {
   const std::string text = "This is no base64, as anybody can see.\r\n";
   for (const std::string_view head :

@@ -137,6 +137,18 @@ TEST(Multipart, OnlyItsOwnBoundaryOnALineCounts) {
   EXPECT_EQ(body.text, u"a --=b\r\n--=bc\r\n --=b\r\n--=b--x\r\n\r\nb");
 }
 
+TEST(Multipart, APartWithoutAHeadIsText) {
+  EXPECT_EQ(Decode(kMixed, "--=b\r\nJust text: no field\r\nmore\r\n--=b--\r\n").text,
+            u"Just text: no field\r\nmore");
+  EXPECT_EQ(
+      Decode(kMixed, "--=b\r\nContent-Type: text/plain; charset=utf-8\r\n\xC3\xBC!\r\n--=b--\r\n")
+          .text,
+      u"ü!");
+  EXPECT_EQ(Decode(kMixed, "--=b\r\n indented\r\n--=b--\r\n").text, u" indented");
+  EXPECT_EQ(Decode("Content-Type: message/rfc822\r\n", "From ann Sun\r\nSubject : s\r\n\r\nx").text,
+            u"Subject: s\r\n\r\nx");
+}
+
 TEST(Multipart, LinesOfAnotherFieldBelowItsOwnDoNotMatter) {
   const std::string body = "--=b\r\n\r\na\r\n--=b--\r\n";
   for (const std::string_view head :
