@@ -78,7 +78,8 @@ std::string JoinedSubject(std::string_view subject, std::string_view kept_header
   std::string joined(subject);
   if (!Decoding() || !HasContinuation(kept_headers)) return joined;
   for (const std::string_view line : SubjectContinuation(subject, kept_headers)) {
-    joined.append(" ").append(line.substr(line.find_first_not_of(" \t")));
+    const std::size_t text = line.find_first_not_of(" \t");
+    if (text != std::string_view::npos) joined.append(" ").append(line.substr(text));
   }
   return joined;
 }

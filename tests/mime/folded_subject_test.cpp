@@ -38,6 +38,12 @@ TEST(JoinedSubject, TakesWordsThatGoOnWithOne) {
   EXPECT_EQ(ShownHeader(JoinedSubject("=?utf-8?Q?=C3?=", " =?utf-8?Q?=BC?=")), u"ü");
 }
 
+TEST(JoinedSubject, ALineOfBlanksSaysNothing) {
+  EXPECT_EQ(JoinedSubject("=?utf-8?Q?a?=", " =?utf-8?Q?b?=\r\n \t\r\n =?utf-8?Q?c?=\r\n "),
+            "=?utf-8?Q?a?= =?utf-8?Q?b?= =?utf-8?Q?c?=");
+  EXPECT_EQ(JoinedSubject("", " \r\n"), "");
+}
+
 TEST(JoinedSubject, LeavesAlongFieldItsOwnLines) {
   const std::string organization = "Organization: " + kLongStart;
   EXPECT_EQ(JoinedSubject(kLongStart, organization + "\n northern coast"), kLongStart);
