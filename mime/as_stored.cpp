@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "util/ascii.h"
+#include "util/first_place.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -106,12 +108,24 @@ std::optional<SimpleHead> ReadSimpleHead(std::string_view head) {
   return read;
 }
 
+// Most lines begin with none of the three characters: they are passed in blocks.
 bool HasSpecialLine(std::string_view body, bool stuffed) {
-  for (std::size_t at = 0;; ++at) {
-    if (IsSpecialLine(body.substr(at), stuffed)) return true;
-    at = body.find('\n', at);
-    if (at == std::string_view::npos) return false;
+  if (body.empty() || IsSpecialLine(body, stuffed)) return !body.empty();
+  const char* const ends = body.data();
+  const char* const begins = ends + 1;
+  const auto line_with = [=](char first) {
+    return [=](std::size_t place) {
+      return static_cast<std::uint8_t>((ends[place] == '\n') & (begins[place] == first));
+    };
+  };
+  const std::size_t places = body.size() - 1;
+  const auto next = [&](std::size_t at) {
+    return FirstPlace(at, places, line_with('.'), line_with('b'), line_with('='));
+  };
+  for (std::size_t at = next(0); at < places; at = next(at + 1)) {
+    if (IsSpecialLine(body.substr(at + 1), stuffed)) return true;
   }
+  return false;
 }
 
 bool IsShownAsStored(const BodySource& source) {

@@ -83,6 +83,7 @@ bool SearchText::IsInHeads(const ArticleTexts& texts) const {
   for (const std::string_view part : {heads.before, heads.behind}) {
     const bool found =
         HasNothingToDecode(part) ? IsIn(part) : AnyText(part, [&](std::string_view text) {
+          if (HasNothingToDecode(text)) return IsIn(text);
           const bool lines = text.data() == texts.head.data();
           return IsInShown(lines ? ShownHeaderLines(text) : ShownHeader(text));
         });
