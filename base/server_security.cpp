@@ -21,7 +21,7 @@ using Securities = std::map<std::u16string, ServerSecurity>;
 using Fingerprints = std::map<std::u16string, std::u16string>;
 
 // By folded names; of the securities all of them, when any could not be stored.
-std::optional<Securities> gUnstoredSecurities;
+std::unique_ptr<Securities> gUnstoredSecurities;
 Fingerprints gUnstoredFingerprints;
 
 const ResetAtEnd kReset([] {
@@ -127,7 +127,7 @@ bool WriteServerSecurities(std::span<const SecuredServer> servers) {
   if (!stored && !key) key = gPlatform->registry.Create(kServerSecurityPath);
   if (key) stored = StoredIn(*key) == wanted || WriteDifferences(*key, wanted);
   gUnstoredSecurities.reset();
-  if (!stored) gUnstoredSecurities = std::move(wanted);
+  if (!stored) gUnstoredSecurities = std::make_unique<Securities>(std::move(wanted));
   return stored;
 }
 

@@ -200,7 +200,7 @@ class Article:
     @property
     def body(self):
         """As the server gives it: every post ends with an empty line."""
-        return "".join(self.pieces).encode("latin-1") + b"\r\n"
+        return "".join(self.pieces).encode("utf-8") + b"\r\n"
 
 
 class Profile:
