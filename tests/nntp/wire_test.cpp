@@ -442,5 +442,23 @@ TEST_F(WireTest, BlockJoinedByLineEndsIsWhatTheReaderInTurnsKeeps) {
   }
 }
 
+TEST_F(WireTest, KnowsASilenceFromALossUntilTheNextOpen) {
+  EXPECT_FALSE(wire.stalled());
+  fake.sockets.FailReceive(1, 20060);
+  EXPECT_EQ(wire.ReadLine(100), std::nullopt);
+  EXPECT_TRUE(wire.stalled());
+  wire.Close();
+  EXPECT_TRUE(wire.stalled());  // why it was closed
+  Connect();
+  EXPECT_FALSE(wire.stalled());
+  fake.sockets.FailSend(1, 20060);
+  EXPECT_FALSE(wire.Send("x"));
+  EXPECT_TRUE(wire.stalled());
+  Connect();
+  fake.sockets.FailReceive(1, 10054);
+  EXPECT_EQ(wire.ReadLine(100), std::nullopt);
+  EXPECT_FALSE(wire.stalled());
+}
+
 }  // namespace
 }  // namespace quillet
