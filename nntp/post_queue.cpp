@@ -177,7 +177,7 @@ RunEnd LeaveUnknown(const Posting& run, const Outgoing& post) {
   LogError(
       FormatWide(u"It is not known whether the article '%ls' was posted. It stays in the "
                  u"queue.\r\n",
-                 *post.post->subject));
+                 ShownHeader(*post.post->subject)));
   return RunEnd::kLost;
 }
 

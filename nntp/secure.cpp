@@ -35,19 +35,20 @@ RunEnd Refused() {
 }
 
 // Of a certificate that proves nothing. When the user trusts it all the same, the connection is
-// made anew.
+// made anew. Who was asked needs not be told again.
 RunEnd AskForTrust(const port::TlsResult& result) {
-  if (SomebodyAnswers() &&
-      AskYesNo(WithFingerprint(result) + u"\r\n\r\nTrust this certificate from now on?",
-               port::kIdNo)) {
-    if (!TrustCertificate(*gConnection.server_name, gConnection.port, result.fingerprint)) {
-      LogError(u"That this certificate is trusted could not be saved.\r\n");
-    }
-    gConnection.connect_anew = true;
-    return RunEnd::kUnreachable;
+  if (!SomebodyAnswers()) {
+    LogError(WithFingerprint(result) + u"\r\n");
+    return Refused();
   }
-  LogError(WithFingerprint(result) + u"\r\n");
-  return Refused();
+  const std::u16string question =
+      WithFingerprint(result) + u"\r\n\r\nTrust this certificate from now on?";
+  if (!AskYesNo(question, port::kIdNo)) return Refused();
+  if (!TrustCertificate(*gConnection.server_name, gConnection.port, result.fingerprint)) {
+    LogError(u"That this certificate is trusted could not be saved.\r\n");
+  }
+  gConnection.connect_anew = true;
+  return RunEnd::kUnreachable;
 }
 
 RunEnd RefuseChanged(const port::TlsResult& result) {

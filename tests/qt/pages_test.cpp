@@ -650,8 +650,10 @@ TEST_F(SmallScreenPages, QuickSetupFits) {
     const WindowHandle dialog = device->dialogs().Create(form, 0, port::DialogKind::kModal);
     device->dialogs().Show(dialog);
     if (form == kDialogQuickSetup) {
-      device->dialogs().Write(dialog, kControlSetupNote,
-                              port::Text{u"The server answers on port 563: TLS is filled in."});
+      device->dialogs().WriteMany(
+          dialog,
+          {{kControlSetupNote, port::Text{u"The server answers on port 563: TLS is filled in."}},
+           {kControlSetupNote, port::Visible{true}}});
     }
     OnDisplay([&] {
       QWidget& widget = *device->display().WidgetOf(dialog);
