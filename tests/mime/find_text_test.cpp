@@ -8,8 +8,8 @@
 
 #include "mime/search_text.h"
 #include "mime/shown_text.h"
-#include "tests/mime/without_decoding.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {

@@ -4,8 +4,8 @@
 #include "mime/find_text.h"
 #include "mime/folding.h"
 #include "mime/utf16.h"
-#include "tests/mime/without_decoding.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "mime/shown_text.h"
-#include "tests/mime/without_decoding.h"
 #include "tests/mime/plain_matcher.h"
+#include "tests/mime/without_decoding.h"
 
 namespace quillet {
 namespace {
