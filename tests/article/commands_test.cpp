@@ -2,6 +2,7 @@
 #include "article/commands.h"
 #include "article/headers_dialog.h"
 #include "base/app_messages.h"
+#include "killfile/killfile.h"
 #include "store/gdbm_library.h"
 #include "tests/article/article_fixture.h"
 
@@ -310,6 +311,30 @@ TEST_F(ArticleCommands, AddToKillfileOpensWithAuthorAndSubject) {
   ArticleCommand(40049);
   EXPECT_EQ(author, u"Ann <ann@example.invalid>");
   EXPECT_EQ(subject, u"Re: Alpha");
+}
+
+TEST_F(ArticleCommands, AddToKillfileProposesTheJoinedSubjectAsItIsShown) {
+  PutThreeThreads();
+  Open("<a2@x>");
+  gReading.article->from = "=?utf-8?Q?J=C3=BC?= <j@x>";
+  gReading.article->subject = "=?utf-8?Q?Une_=C3=A9?=";
+  gReading.article->headers = "Path: a\r\n =?utf-8?Q?tude?=\r\nLines: 1";
+  std::u16string author, subject;
+  fake.display.WhenShown(kDialogKillfileEntry, [&](port::WindowHandle dialog) {
+    author = fake.display.Read(dialog, kControlAuthorText).text;
+    subject = fake.display.Read(dialog, kControlSubjectText).text;
+    fake.display.Press(dialog, kControlOk);
+  });
+  ArticleCommand(40049);
+  EXPECT_EQ(author, u"J\u00FC <j@x>");
+  EXPECT_EQ(subject, u"Une \u00E9tude");
+  const GroupIndex group = GroupAt(gPrefs->killfilegroups.at(0) - 1);
+  AsciiArticle next;
+  next.subject = gReading.article->subject;
+  next.headers = gReading.article->headers;
+  EXPECT_TRUE(ArticleIsKilled(*gPrefs, group, next));
+  next.headers.reset();
+  EXPECT_FALSE(ArticleIsKilled(*gPrefs, group, next));
 }
 
 TEST_F(ArticleCommands, AddToKillfileIsForTheGroupOfTheArticle) {
