@@ -26,6 +26,7 @@
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
+#include "bench/child_server.h"
 #include "bench/measure.h"
 #include "nntp/connection.h"
 #include "nntp/post_id.h"
@@ -86,35 +87,6 @@ void Serve(int listener) {
     close(link);
   }
 }
-
-class Server {
- public:
-  Server() {
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    Require(bind(listener, reinterpret_cast<sockaddr*>(&address), size) == 0, "bind");
-    Require(listen(listener, 4) == 0, "listen");
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-    child_ = fork();
-    if (child_ == 0) Serve(listener);
-    close(listener);
-  }
-  Server(const Server&) = delete;
-  Server& operator=(const Server&) = delete;
-  ~Server() {
-    kill(child_, SIGKILL);
-    waitpid(child_, nullptr, 0);
-  }
-  std::uint16_t port() const { return port_; }
-
- private:
-  std::uint16_t port_ = 0;
-  pid_t child_ = 0;
-};
 
 // --- the posts ---
 
@@ -261,7 +233,7 @@ bool MeasureTexts(unsigned rounds) {
 }
 
 int Run(unsigned posts, unsigned rounds) {
-  const Server server;  // a process of its own, before there are threads
+  const ChildServer server(Serve);  // a process of its own, before there are threads
   port::FakePlatform fake;
   port::LinuxSockets sockets;
   char folder[] = "/tmp/quillet-post-bench-XXXXXX";

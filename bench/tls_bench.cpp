@@ -19,9 +19,11 @@
 #include <string>
 #include <vector>
 
+#include "bench/child_server.h"
 #include "bench/measure.h"
 #include "port/linux/certificate.h"
 #include "port/linux/linux_sockets.h"
+#include "util/freed_by.h"
 
 namespace quillet {
 namespace {
@@ -33,19 +35,11 @@ constexpr double kTarget = 0.6;
 constexpr std::size_t kReplySize = 700;
 constexpr std::string_view kRequest = "HEAD\r\n";
 
-template <auto kFree>
-struct Free {
-  template <class T>
-  void operator()(T* object) const {
-    kFree(object);
-  }
-};
-
 // --- the server ---
 
 struct Identity {
-  std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>> key{EVP_EC_gen("P-256")};
-  std::unique_ptr<X509, Free<X509_free>> certificate{X509_new()};
+  std::unique_ptr<EVP_PKEY, FreedBy<EVP_PKEY_free>> key{EVP_EC_gen("P-256")};
+  std::unique_ptr<X509, FreedBy<X509_free>> certificate{X509_new()};
   Identity() {
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 86'400);
@@ -73,7 +67,7 @@ void ServePlain(int link, const std::string& reply) {
 }
 
 void ServeEncrypted(int link, SSL_CTX* context, const std::string& reply) {
-  const std::unique_ptr<SSL, Free<SSL_free>> ssl(SSL_new(context));
+  const std::unique_ptr<SSL, FreedBy<SSL_free>> ssl(SSL_new(context));
   SSL_set_fd(ssl.get(), link);
   std::array<char, 4096> buffer;
   if (SSL_accept(ssl.get()) != 1) return;
@@ -83,7 +77,7 @@ void ServeEncrypted(int link, SSL_CTX* context, const std::string& reply) {
 }
 
 [[noreturn]] void Serve(int listener, bool encrypted, const Identity& identity) {
-  const std::unique_ptr<SSL_CTX, Free<SSL_CTX_free>> context(SSL_CTX_new(TLS_server_method()));
+  const std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>> context(SSL_CTX_new(TLS_server_method()));
   SSL_CTX_use_certificate(context.get(), identity.certificate.get());
   SSL_CTX_use_PrivateKey(context.get(), identity.key.get());
   const std::string reply = "221 1 <a@b>\r\n" + std::string(kReplySize - 18, 'x') + "\r\n.\r\n";
@@ -96,35 +90,6 @@ void ServeEncrypted(int link, SSL_CTX* context, const std::string& reply) {
     close(link);
   }
 }
-
-class Server {
- public:
-  Server(bool encrypted, const Identity& identity) {
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    Require(bind(listener, reinterpret_cast<sockaddr*>(&address), size) == 0, "bind");
-    Require(listen(listener, 4) == 0, "listen");
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-    child_ = fork();
-    if (child_ == 0) Serve(listener, encrypted, identity);
-    close(listener);
-  }
-  Server(const Server&) = delete;
-  Server& operator=(const Server&) = delete;
-  ~Server() {
-    kill(child_, SIGKILL);
-    waitpid(child_, nullptr, 0);
-  }
-  std::uint16_t port() const { return port_; }
-
- private:
-  std::uint16_t port_ = 0;
-  pid_t child_ = 0;
-};
 
 // --- the client ---
 
@@ -154,7 +119,8 @@ double TimeExchanges(unsigned exchanges, std::uint16_t port, const std::string& 
 
 int Run(unsigned exchanges, unsigned rounds) {
   const Identity identity;
-  const Server plain(false, identity), encrypted(true, identity);
+  const ChildServer plain([&](int listener) { Serve(listener, false, identity); });
+  const ChildServer encrypted([&](int listener) { Serve(listener, true, identity); });
   std::vector<double> in_the_clear, behind_tls;
   for (unsigned i = 0; i < rounds; ++i) {
     in_the_clear.push_back(TimeExchanges(exchanges, plain.port(), ""));

@@ -1,6 +1,7 @@
 // OpenSSL over memory: the network's bytes are written into one buffer and read from another, so
 // that the poll loop stays the only place that waits.
 #include "demo/tls_layer.h"
+#include "util/freed_by.h"
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -15,19 +16,12 @@
 namespace quillet::demo {
 namespace {
 
-template <auto kFree>
-struct Free {
-  template <class T>
-  void operator()(T* object) const {
-    kFree(object);
-  }
-};
-using OwnedKey = std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>>;
-using OwnedX509 = std::unique_ptr<X509, Free<X509_free>>;
-using Extension = std::unique_ptr<X509_EXTENSION, Free<X509_EXTENSION_free>>;
-using Context = std::unique_ptr<SSL_CTX, Free<SSL_CTX_free>>;
-using Connection = std::unique_ptr<SSL, Free<SSL_free>>;
-using Bio = std::unique_ptr<BIO, Free<BIO_free>>;
+using OwnedKey = std::unique_ptr<EVP_PKEY, FreedBy<EVP_PKEY_free>>;
+using OwnedX509 = std::unique_ptr<X509, FreedBy<X509_free>>;
+using Extension = std::unique_ptr<X509_EXTENSION, FreedBy<X509_EXTENSION_free>>;
+using Context = std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>>;
+using Connection = std::unique_ptr<SSL, FreedBy<SSL_free>>;
+using Bio = std::unique_ptr<BIO, FreedBy<BIO_free>>;
 
 constexpr long kDay = 24L * 60 * 60;
 constexpr int kSerialBits = 63;
@@ -45,7 +39,7 @@ bool AddExtension(X509& certificate, X509& issuer, int kind, const char* value) 
 // With a day's margin for clocks that are behind, for the month that nobody keeps a demo running.
 OwnedX509 NewCertificate(const char* name, EVP_PKEY& key) {
   OwnedX509 made(X509_new());
-  const std::unique_ptr<BIGNUM, Free<BN_free>> number(BN_new());
+  const std::unique_ptr<BIGNUM, FreedBy<BN_free>> number(BN_new());
   if (!made || X509_set_version(made.get(), X509_VERSION_3) != 1) return nullptr;
   if (!number || BN_rand(number.get(), kSerialBits, BN_RAND_TOP_ANY, BN_RAND_BOTTOM_ANY) != 1 ||
       BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(made.get())) == nullptr) {

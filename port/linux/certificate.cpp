@@ -1,4 +1,5 @@
 #include "port/linux/certificate.h"
+#include "util/freed_by.h"
 
 #include <arpa/inet.h>
 #include <openssl/evp.h>
@@ -15,15 +16,8 @@
 namespace quillet::port {
 namespace {
 
-template <auto kFree>
-struct Free {
-  template <class T>
-  void operator()(T* object) const {
-    kFree(object);
-  }
-};
-using Certificate = std::unique_ptr<X509, Free<X509_free>>;
-using Names = std::unique_ptr<GENERAL_NAMES, Free<GENERAL_NAMES_free>>;
+using Certificate = std::unique_ptr<X509, FreedBy<X509_free>>;
+using Names = std::unique_ptr<GENERAL_NAMES, FreedBy<GENERAL_NAMES_free>>;
 
 std::string_view BytesOf(const ASN1_STRING* text) {
   const int length = ASN1_STRING_length(text);

@@ -20,20 +20,13 @@
 #include "port/linux/certificate_text.h"
 #include "port/linux/peer_check.h"
 #include "util/format.h"
+#include "util/freed_by.h"
 
 namespace quillet::port {
 namespace {
 
 // Enough for four records: what has come takes one receive.
 constexpr std::size_t kReadBuffer = 4 * (16384 + 512);
-
-template <auto kFree>
-struct Free {
-  template <class T>
-  void operator()(T* object) const {
-    kFree(object);
-  }
-};
 
 // The host as certificates name it: without the blanks around a typed address, without the dot of
 // the root and without an interface.
@@ -82,9 +75,9 @@ class TlsStream::State {
   static int VerifyPeer(X509_STORE_CTX* context, void* self);
 
   TlsCarrier carrier_;
-  std::unique_ptr<BIO_METHOD, Free<BIO_meth_free>> method_;
-  std::unique_ptr<SSL_CTX, Free<SSL_CTX_free>> context_;
-  std::unique_ptr<SSL, Free<SSL_free>> ssl_;  // before the two above it
+  std::unique_ptr<BIO_METHOD, FreedBy<BIO_meth_free>> method_;
+  std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>> context_;
+  std::unique_ptr<SSL, FreedBy<SSL_free>> ssl_;  // before the two above it
 
   std::optional<char> first_byte_;  // of what the peer sent
   bool closed_ = false;             // by the peer

@@ -46,7 +46,7 @@ void AnswerBeginning(int client, SSL_CTX* context, std::size_t count, std::size_
       (static_cast<std::size_t>(static_cast<unsigned char>(header[3])) << 8U) +
       static_cast<unsigned char>(header[4]);
   const std::string hello = header + ReceiveExactly(client, length);
-  const std::unique_ptr<SSL, OpenSslFree<SSL_free>> ssl(SSL_new(context));
+  const std::unique_ptr<SSL, FreedBy<SSL_free>> ssl(SSL_new(context));
   BIO* const in = BIO_new(BIO_s_mem());
   BIO* const out = BIO_new(BIO_s_mem());
   SSL_set_bio(ssl.get(), in, out);

@@ -44,7 +44,7 @@ std::string Identity::Der() const {
 }
 
 std::string Identity::Pem() const {
-  const std::unique_ptr<BIO, OpenSslFree<BIO_free_all>> bio(BIO_new(BIO_s_mem()));
+  const std::unique_ptr<BIO, FreedBy<BIO_free_all>> bio(BIO_new(BIO_s_mem()));
   EXPECT_EQ(PEM_write_bio_X509(bio.get(), certificate.get()), 1);
   char* text = nullptr;
   const long size = BIO_get_mem_data(bio.get(), &text);

@@ -12,18 +12,12 @@
 #include <vector>
 
 #include "tests/port/loopback_server.h"
+#include "util/freed_by.h"
 
 namespace quillet::port {
 
-template <auto kFree>
-struct OpenSslFree {
-  template <class T>
-  void operator()(T* object) const {
-    kFree(object);
-  }
-};
-using X509Pointer = std::unique_ptr<X509, OpenSslFree<X509_free>>;
-using KeyPointer = std::unique_ptr<EVP_PKEY, OpenSslFree<EVP_PKEY_free>>;
+using X509Pointer = std::unique_ptr<X509, FreedBy<X509_free>>;
+using KeyPointer = std::unique_ptr<EVP_PKEY, FreedBy<EVP_PKEY_free>>;
 
 struct Identity {
   X509Pointer certificate;
@@ -51,7 +45,7 @@ struct ServerWish {
   int highest = 0;
   bool asks_for_certificate = false;
 };
-using SslContext = std::unique_ptr<SSL_CTX, OpenSslFree<SSL_CTX_free>>;
+using SslContext = std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>>;
 SslContext MakeServerContext(const ServerWish& wish);
 
 // One encrypted connection as its server sees it.
@@ -72,7 +66,7 @@ class TlsPeer {
   int client() const { return client_; }
 
  private:
-  std::unique_ptr<SSL, OpenSslFree<SSL_free>> ssl_;
+  std::unique_ptr<SSL, FreedBy<SSL_free>> ssl_;
   int client_;
 };
 
