@@ -107,10 +107,10 @@ Articles Chain(Articles articles) {
 }
 
 // The same threads with other Message-IDs.
-Articles Mixed(Articles articles) {
+Articles Mixed(Articles articles, const char* name) {
   for (TestArticle& article : articles) {
-    article.id.insert(1, "mixed");
-    if (!article.parent.empty()) article.parent.insert(1, "mixed");
+    article.id.insert(1, name);
+    if (!article.parent.empty()) article.parent.insert(1, name);
   }
   return InOtherLanguages(std::move(articles));
 }
@@ -227,19 +227,20 @@ int Run(Device& device, unsigned count, unsigned rounds) {
   gPlatform->files.CreateFolder(gDatabaseFolder);
   gPrefs = std::make_unique<Prefs>();
   gPrefs->usethreading = 1;
-  gPrefs->groups = {u"bench.ordinary", u"bench.chain", u"bench.mixed"};
-  gPrefs->numgroups = 3;
+  gPrefs->groups = {u"bench.ordinary", u"bench.chain", u"bench.mixed", u"bench.names"};
+  gPrefs->numgroups = 4;
   Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
   const Articles ordinary = testing::Group(1).Make(count);
   StoreGroup(gPrefs->groups[0], ordinary);
   StoreGroup(gPrefs->groups[1], Chain(ordinary));
-  StoreGroup(gPrefs->groups[2], Mixed(ordinary), Bodies::kMixed);
+  StoreGroup(gPrefs->groups[2], Mixed(ordinary, "mixed"), Bodies::kMixed);
+  StoreGroup(gPrefs->groups[3], Mixed(ordinary, "names"));
   for (const std::u16string& group : gPrefs->groups) {
     DeleteValue(DatabaseIndex::kArticles, GroupKey(group));  // counted before the articles came
   }
   CountArticles();
   gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
-  bool good = MeasureOpening(0, 2, rounds);
+  bool good = MeasureOpening(0, 3, rounds);
   Show(2);
   good = MeasureSearch({"mixed: search in the bodies against fetching",
                         "mixed: search in headers and bodies against fetching", u"something more",

@@ -3,11 +3,13 @@
 // so that after a change only labels that differ are handed over.
 #include "thread/labels.h"
 
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "base/guarded.h"
 #include "base/reset.h"
+#include "mime/header_words.h"
 #include "mime/shown_text.h"
 #include "port/platform.h"
 #include "thread/shown_labels.h"
@@ -49,6 +51,30 @@ std::size_t CountItems(const Node& top) {
   return items;
 }
 
+// Texts of many rows as they are shown. Authors write more than one article: what takes decoding is
+// decoded once.
+class ShownTexts {
+ public:
+  std::u16string Of(std::string_view stored) {
+    if (HasNothingToDecode(stored)) return ShownHeader(stored);
+    const auto [entry, is_new] = decoded_.try_emplace(stored);
+    if (is_new) entry->second = ShownHeader(stored);
+    return entry->second;
+  }
+
+ private:
+  std::unordered_map<std::string_view, std::u16string> decoded_;  // by texts of the tree
+};
+
+std::u16string LabelOf(const Node& node, ShownTexts& texts) {
+  if (node.kind == NodeKind::kArticle) return texts.Of(node.from);
+  std::u16string subject = texts.Of(node.subject);
+  if (node.kind == NodeKind::kRoot || node.descendantCount == 1) return subject;
+  return FormatWide(u"%d/%d ", node.descendantCount - node.readDescendantCount,
+                    node.descendantCount) +
+         subject;
+}
+
 bool IsBold(const Node& node) {
   return node.read == 0;
 }
@@ -62,9 +88,10 @@ std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
     const std::size_t items = CountItems(top);
     rows.reserve(items);
     if (above == 1) gShown.Reset(items);
+    ShownTexts texts;
     WalkWithDepth(top, [&](const Node& node, std::uint32_t depth) {
       if (node.kind == NodeKind::kRoot) return;
-      rows.push_back({node.treeItem, depth - above, IsBold(node), ThreadLabel(node)});
+      rows.push_back({node.treeItem, depth - above, IsBold(node), LabelOf(node, texts)});
       gShown.Note(node);
       if (row_made && node.kind == NodeKind::kArticle) row_made();
     });
@@ -72,16 +99,17 @@ std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
   return rows;
 }
 
-void AddIfChanged(const Node& node, std::vector<port::TreeLabel>& labels) {
+void AddIfChanged(const Node& node, ShownTexts& texts, std::vector<port::TreeLabel>& labels) {
   if (node.kind == NodeKind::kRoot || !gShown.Note(node)) return;
-  labels.push_back({node.treeItem, IsBold(node), ThreadLabel(node)});
+  labels.push_back({node.treeItem, IsBold(node), LabelOf(node, texts)});
 }
 
 std::vector<port::TreeLabel> ChangedLabels(Node& top) {
   std::vector<port::TreeLabel> labels;
-  WalkWithDepth(top, [&](const Node& node, std::uint32_t) { AddIfChanged(node, labels); });
+  ShownTexts texts;
+  WalkWithDepth(top, [&](const Node& node, std::uint32_t) { AddIfChanged(node, texts, labels); });
   for (const Node* above = top.parent; above != nullptr; above = above->parent) {
-    AddIfChanged(*above, labels);
+    AddIfChanged(*above, texts, labels);
   }
   return labels;
 }
@@ -89,12 +117,8 @@ std::vector<port::TreeLabel> ChangedLabels(Node& top) {
 }  // namespace
 
 std::u16string ThreadLabel(const Node& node) {
-  if (node.kind == NodeKind::kArticle) return ShownHeader(node.from);
-  std::u16string subject = ShownHeader(node.subject);
-  if (node.kind == NodeKind::kRoot || node.descendantCount == 1) return subject;
-  return FormatWide(u"%d/%d ", node.descendantCount - node.readDescendantCount,
-                    node.descendantCount) +
-         subject;
+  ShownTexts texts;
+  return LabelOf(node, texts);
 }
 
 void FillTreeControl(Node& root, const RowMade& row_made) {
