@@ -8,6 +8,7 @@
 #include "post/article_text.h"
 #include "post/encode_head.h"
 #include "util/ascii.h"
+#include "util/blanks.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -17,6 +18,10 @@ namespace {
 constexpr std::u16string_view kNotInCharset =
     u"The article cannot be written in the character set '%ls', which its header 'Content-Type:' "
     u"names. Please name UTF-8 there, or remove that header.";
+
+constexpr std::u16string_view kPacked =
+    u"The article is not plain ASCII, but its header 'Content-Transfer-Encoding: %ls' says that it "
+    u"is packed. Please remove that header.";
 
 constexpr std::string_view kCrLf = "\r\n";
 constexpr std::string_view kUtf8 = "UTF-8";
@@ -30,6 +35,11 @@ constexpr std::array<MimeLine, 3> kMimeLines = {{
     {"Content-Type:", "Content-Type: text/plain; charset=UTF-8"},
     {"Content-Transfer-Encoding:", "Content-Transfer-Encoding: 8bit"},
 }};
+
+// What the program sends stands as it was written; such a field would make readers unpack it.
+bool SaysThatItIsPacked(std::u16string_view transfer) {
+  return EqualsNoCase(transfer, u"base64") || EqualsNoCase(transfer, u"quoted-printable");
+}
 
 void AddMimeLines(std::string& headers) {
   for (const MimeLine& mime : kMimeLines) {
@@ -70,6 +80,10 @@ std::variant<CheckedArticle, ArticleFault> EncodeArticle(std::u16string_view hea
     return ArticleFault{FormatWide(kNotInCharset, charset), std::min(at, head.size())};
   }
   article.body = *std::move(bytes);
+  const auto transfer = FindHeaderLine(u"Content-Transfer-Encoding:", head);
+  if (!IsAscii(article.body) && SaysThatItIsPacked(Trimmed(transfer.value))) {
+    return ArticleFault{FormatWide(kPacked, Trimmed(transfer.value)), transfer.at};
+  }
   AddMimeLines(article.headers);
   return article;
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "post/compose.h"
+#include "util/blanks.h"
 
 namespace quillet {
 namespace {
@@ -155,6 +156,24 @@ TEST(EncodeArticle, OwnMimeFieldsWin) {
                 .headers,
             "Mime-Version: 1.0 (mine)\r\nContent-Transfer-Encoding: BINARY\r\n"
             "Content-Type: text/plain; charset=UTF-8\r\n");
+}
+
+TEST(EncodeArticle, OwnFieldThatSaysThatTheBodyIsPackedIsRefused) {
+  for (const std::u16string_view packed : {u"base64", u"Quoted-Printable "}) {
+    const std::u16string head =
+        u"Subject: s\r\nContent-Transfer-Encoding: " + std::u16string(packed) + u"\r\n";
+    const auto checked = EncodeArticle(head, u"", u"\u03A9\r\n");
+    ASSERT_TRUE(std::holds_alternative<ArticleFault>(checked));
+    const auto& fault = std::get<ArticleFault>(checked);
+    EXPECT_EQ(fault.message,
+              u"The article is not plain ASCII, but its header 'Content-Transfer-Encoding: " +
+                  std::u16string(Trimmed(packed)) +
+                  u"' says that it is packed. Please remove that header.");
+    EXPECT_EQ(fault.at, 12U);
+    EXPECT_TRUE(std::holds_alternative<CheckedArticle>(EncodeArticle(head, u"", u"plain\r\n")));
+  }
+  EXPECT_TRUE(std::holds_alternative<CheckedArticle>(
+      EncodeArticle(u"Content-Transfer-Encoding: 8BIT\r\n", u"", u"\u03A9\r\n")));
 }
 
 TEST(EncodeArticle, BodyIsInTheCharsetOfTheOwnContentType) {
