@@ -211,6 +211,8 @@ bool HasContinuation(std::string_view lines) {
 
 std::vector<std::string_view> SubjectContinuation(std::string_view subject,
                                                   std::string_view kept_headers) {
+  // Every article of a group that is opened comes here.
+  if (!HasContinuation(kept_headers)) return {};
   std::string_view field;
   const Lines lines = SplitLines(kept_headers);
   for (std::size_t at = 0; at < lines.size();) {
