@@ -211,7 +211,10 @@ class Trees(InnDownload):
     def read_some(self):
         """Reads articles and marks threads; the shown trees keep in step without a rebuild."""
         trees, expected_read = {}, 0
-        with self.quillet() as q:
+        with self.quillet(hold=True) as q:
+            # The expected trees are made of the stored bytes.
+            q.set_dword("Extensions\\decodemime", 0)
+            q.start()
             for group in GROUPS:
                 q.open_group(group)
                 rows = q.tree()["rows"]
@@ -254,8 +257,6 @@ class Trees(InnDownload):
             with self.quillet(hold=True) as q:
                 q.set_dword("usethreading", threading)
                 q.set_dword("reversethread", reverse)
-                # The expected trees are made of the stored bytes.
-                q.set_dword("Extensions\\decodemime", 0)
                 q.start()
                 trees = self.open_groups(q)
             self.assert_ended_well(q)

@@ -649,18 +649,18 @@ class Newcomer(UnderX):
         main = self.launch()
         self.click_away("Quillet", (262, 103))  # welcome: OK
         setup = self.await_window(self.SETUP)
-        for place, text in (((131, 42), "127.0.0.1"), ((131, 90), "Ann Example"),
-                            ((131, 138), "ann@example.org")):
+        for place, text in (((131, 42), "127.0.0.1"), ((131, 148), "Ann Example"),
+                            ((131, 196), "ann@example.org")):
             self.click(setup, place)
             self.write(text)
-        self.click(setup, (125, 185))  # Next >>
+        self.click(setup, (127, 298))  # Next >>
         self.click_away(self.SETUP, (135, 119))  # Done
         self.click_away("Quillet", (347, 103))  # that's all: OK
         self.click_menu((20, 30), (69, 122))  # File, Preferences
         preferences = self.await_window(self.PREFERENCES)
         self.click(preferences, (281, 106), times=2)  # selects the port
         self.write(str(self.news.port))
-        self.click_away(self.PREFERENCES, (346, 405))  # OK
+        self.click_away(self.PREFERENCES, (341, 463))  # OK
         self.click_menu((63, 30), (91, 54), (269, 54))  # Group, Groups, New group
         group = self.await_window("Subscribe to newsgroup")
         self.click(group, (137, 40))
@@ -679,7 +679,8 @@ class Newcomer(UnderX):
         self.tool("key", "Return")
         self.await_window(self.SETUP)
         self.write("127.0.0.1")
-        self.press("Tab")
+        for _ in range(3):  # past port and security
+            self.press("Tab")
         self.write("Ann Example")
         self.press("Tab")
         self.write("ann@example.org")
