@@ -157,9 +157,9 @@ int Main(int argc, char** argv) {
   port::ThreadQueues queues(clock);
   port::LinuxContacts book(folder + "/data");
   qt::QtDevice device(queues);
-  port::Platform platform{device.Services(), queues,       fake.registry, fake.sockets,
-                          fake.libraries,    fake.files,   clock,         fake.shell,
-                          fake.scheduler,    fake.dialler, fake.mail,     book};
+  port::Platform platform{device.Services(), queues, fake.registry, fake.sockets,   fake.libraries,
+                          fake.files,        clock,  fake.shell,    fake.scheduler, fake.dialler,
+                          fake.mail,         book,   fake.security, fake.secrets};
   gPlatform = &platform;
   PaintWatcher watcher(static_cast<int>(contacts));
   qApp->installEventFilter(&watcher);
