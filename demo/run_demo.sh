@@ -135,7 +135,7 @@ read_letters_by_script() {
     'open-node <w.greek@demo.example.net>' header viewer 'key Escape' \
     'open-node <w.picture@demo.example.net>' header viewer \
     "expect-save \"$work/sakura.png\"" 'follow "attachment:0"'
-  tree_rows <(grep -m 1 '^{"event":"tree",' "$log" | in_letters) | head -n 7
+  tree_rows <(grep -m 1 '^{"event":"tree",' "$log" | in_letters) | sed -n '1,7p'
   printf '\nA letter in Greek:\n'
   header_lines <(in_letters < "$log") 1
   text_lines <(in_letters < "$log") 1
