@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <vector>
 
 namespace quillet::demo {
 namespace {
@@ -132,6 +133,7 @@ struct TlsLayer::State {
   BIO* from_client = nullptr;  // owned by the connection
   BIO* to_client = nullptr;    // the same
   std::string waiting;         // answers that are not encrypted yet
+  std::vector<char> piece = std::vector<char>(kPiece);
   bool broken = false;
 };
 
@@ -179,7 +181,7 @@ bool TlsLayer::Receive(std::string_view bytes, std::string& text) {
   bool sound =
       bytes.empty() || BIO_write_ex(state_->from_client, bytes.data(), bytes.size(), &taken) == 1;
   sound = sound && Handshake() && Encrypt();
-  std::array<char, kPiece> piece{};
+  std::vector<char>& piece = state_->piece;
   while (sound && SSL_is_init_finished(ssl) == 1) {
     ERR_clear_error();
     std::size_t got = 0;
@@ -209,7 +211,7 @@ void TlsLayer::Close() {
 std::string TlsLayer::TakeOutput() {
   std::string output;
   if (state_->to_client == nullptr) return output;
-  std::array<char, kPiece> piece{};
+  std::vector<char>& piece = state_->piece;
   std::size_t got = 0;
   while (BIO_read_ex(state_->to_client, piece.data(), piece.size(), &got) == 1) {
     output.append(piece.data(), got);
