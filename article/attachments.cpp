@@ -10,6 +10,7 @@
 #include "base/guarded.h"
 #include "base/messages.h"
 #include "base/save_file.h"
+#include "store/article_source.h"
 #include "store/records.h"
 #include "thread/reading.h"
 #include "util/format.h"
@@ -35,10 +36,9 @@ std::optional<Attachment> FindAttachment(std::u16string_view target) {
 }  // namespace
 
 BodySource BodySourceOf(const AsciiArticle& article) {
-  // Dots at the start of a line were doubled by the server that sent the article.
   return {.head = TextOf(article.headers),
           .body = TextOf(article.body),
-          .stuffed = article.source != "<import>"};
+          .stuffed = HasDoubledDots(article.source.value_or(""))};
 }
 
 bool IsAttachmentTarget(std::u16string_view target) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "util/ascii.h"
+#include "util/blanks.h"
 #include "util/first_place.h"
 #include "util/text.h"
 
@@ -24,11 +25,6 @@ constexpr std::array<OrdinarySet, 9> kOrdinarySets = {{{"us-ascii", true},
                                                        {"windows-1250", false},
                                                        {"windows-1251", false},
                                                        {"koi8-r", false}}};
-
-std::string_view Trimmed(std::string_view text) {
-  const std::size_t first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
-  return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
-}
 
 bool IsSet(std::string_view value, std::string_view name) {
   return value.size() == name.size() && StartsWithNoCase(value, name);

@@ -6,6 +6,8 @@
 
 #include "mime/body.h"
 #include "mime/harmless.h"
+#include "mime/utf16.h"
+#include "util/blanks.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -60,16 +62,6 @@ std::u16string_view ExtensionOf(std::string_view type) {
   return found == kExtensions.end() ? u"bin" : found->extension;
 }
 
-std::u16string_view WithoutBlanks(std::u16string_view text) {
-  while (text.starts_with(u' ')) text.remove_prefix(1);
-  while (text.ends_with(u' ')) text.remove_suffix(1);
-  return text;
-}
-
-bool IsHighHalf(char16_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
 // What no folder's file may have in its name, here or on a card that another machine reads.
 bool MayNotStand(char16_t unit) {
   return unit < u' ' || unit == 0xFFFD ||
@@ -79,7 +71,7 @@ bool MayNotStand(char16_t unit) {
 // Without its last character, whole.
 std::u16string_view Shorter(std::u16string_view text) {
   text.remove_suffix(1);
-  if (!text.empty() && IsHighHalf(text.back())) text.remove_suffix(1);
+  if (!text.empty() && IsHighSurrogate(text.back())) text.remove_suffix(1);
   return text;
 }
 
@@ -91,7 +83,7 @@ std::u16string Shortened(std::u16string_view name) {
   stem = stem.substr(0, kLongestName);
   const std::size_t extension_bytes = ToUtf8(extension).size();
   while (!stem.empty() &&
-         (stem.size() + extension.size() > kLongestName || IsHighHalf(stem.back()) ||
+         (stem.size() + extension.size() > kLongestName || IsHighSurrogate(stem.back()) ||
           ToUtf8(stem).size() + extension_bytes > kLongestNameBytes)) {
     stem = Shorter(stem);
   }
@@ -120,7 +112,7 @@ std::u16string AttachmentName(std::u16string_view came, std::string_view type, s
   std::u16string name(came);
   MakeOneLine(name, 0);
   std::ranges::replace(name, u'\t', u' ');
-  name = std::u16string(WithoutBlanks(name));
+  name = std::u16string(Trimmed(name));
   if (!name.empty()) return name;
   return u"attachment-" + Widen(std::to_string(number)) + u"." + std::u16string(ExtensionOf(type));
 }

@@ -8,6 +8,7 @@
 #include "mime/charset_names.h"
 #include "mime/iconv_descriptor.h"
 #include "mime/seven_bit.h"
+#include "mime/utf16.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -64,15 +65,6 @@ std::size_t AsciiRun(std::string_view text, std::size_t at) {
   return at - start;
 }
 
-void Append(std::u16string& out, char32_t value) {
-  if (value < 0x10000) {
-    out += static_cast<char16_t>(value);
-  } else {
-    out += static_cast<char16_t>(0xD7C0 + (value >> 10));
-    out += static_cast<char16_t>(0xDC00 + (value & 0x3FF));
-  }
-}
-
 Conversion FromUtf8Bytes(std::string_view bytes) {
   Conversion result;
   result.text.reserve(bytes.size());
@@ -84,7 +76,7 @@ Conversion FromUtf8Bytes(std::string_view bytes) {
     if (at == bytes.size()) break;
     const Sequence sequence = Utf8At(bytes, at);
     at += sequence.length;
-    Append(result.text, sequence.state == Sequence::kGood ? sequence.value : kReplacement);
+    AppendCharacter(result.text, sequence.state == Sequence::kGood ? sequence.value : kReplacement);
     result.misfits.bad += sequence.state == Sequence::kBad;
     result.misfits.cut = sequence.state == Sequence::kCut;
   }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "util/blanks.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -58,14 +59,9 @@ constexpr std::array kKnownFields = std::to_array<KnownField>({
     {"Control:", Grammar::kNeverFolds},
 });
 
-bool IsBlank(char c) {
+// What a line that goes on begins with; no other character folds a field.
+bool IsFoldBlank(char c) {
   return c == ' ' || c == '\t';
-}
-
-std::string_view Trimmed(std::string_view line) {
-  while (!line.empty() && IsBlank(line.front())) line.remove_prefix(1);
-  while (!line.empty() && IsBlank(line.back())) line.remove_suffix(1);
-  return line;
 }
 
 Lines SplitLines(std::string_view text) {
@@ -99,8 +95,8 @@ bool EndsWithWord(std::string_view line) {
 // "a@b" in one piece, as an address or a Message-ID has it.
 bool HasAddress(std::string_view line) {
   for (std::size_t at = line.find('@'); at != std::string_view::npos; at = line.find('@', at + 1)) {
-    const bool before = at > 0 && !IsBlank(line[at - 1]);
-    const bool after = at + 1 < line.size() && !IsBlank(line[at + 1]);
+    const bool before = at > 0 && !IsFoldBlank(line[at - 1]);
+    const bool after = at + 1 < line.size() && !IsFoldBlank(line[at + 1]);
     if (before && after) return true;
   }
   return false;
@@ -200,10 +196,10 @@ Lines SubjectsOf(std::string_view subject, const Lines& group, bool no_field_abo
 }  // namespace
 
 bool HasContinuation(std::string_view lines) {
-  if (!lines.empty() && IsBlank(lines.front())) return true;
+  if (!lines.empty() && IsFoldBlank(lines.front())) return true;
   for (const char end : {'\n', '\r'}) {
     for (std::size_t at = lines.find(end); at < lines.size(); at = lines.find(end, at + 1)) {
-      if (at + 1 < lines.size() && IsBlank(lines[at + 1])) return true;
+      if (at + 1 < lines.size() && IsFoldBlank(lines[at + 1])) return true;
     }
   }
   return false;
@@ -216,12 +212,12 @@ std::vector<std::string_view> SubjectContinuation(std::string_view subject,
   std::string_view field;
   const Lines lines = SplitLines(kept_headers);
   for (std::size_t at = 0; at < lines.size();) {
-    if (lines[at].empty() || !IsBlank(lines[at].front())) {
+    if (lines[at].empty() || !IsFoldBlank(lines[at].front())) {
       field = lines[at++];
       continue;
     }
     Lines group;
-    while (at < lines.size() && !lines[at].empty() && IsBlank(lines[at].front())) {
+    while (at < lines.size() && !lines[at].empty() && IsFoldBlank(lines[at].front())) {
       group.push_back(lines[at++]);
     }
     group.erase(group.begin(), group.begin() + static_cast<std::ptrdiff_t>(OwnLines(field, group)));

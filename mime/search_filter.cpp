@@ -13,6 +13,7 @@
 #include "mime/folding.h"
 #include "mime/transfer.h"
 #include "util/ascii.h"
+#include "util/base64.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -82,40 +83,14 @@ std::optional<std::string> CleanQuotedPrintable(std::string_view body) {
   return bytes;
 }
 
-constexpr std::uint8_t kNoLetter = 0xFF;
-constexpr std::array<std::uint8_t, 256> kLetters = [] {
-  std::array<std::uint8_t, 256> values{};
-  values.fill(kNoLetter);
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<std::uint8_t>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
-  }
-  return values;
-}();
-
-// Nothing unless it is whole groups in lines and nothing else.
+// Nothing unless it is letters in lines, with the padding behind them, and nothing else.
 std::optional<std::string> CleanBase64(std::string_view body) {
-  body = body.substr(0, body.find_last_not_of("=\r\n") + 1);
+  const std::string_view letters = body.substr(0, body.find_last_not_of("=\r\n") + 1);
+  const bool clean = std::ranges::all_of(
+      letters, [](char c) { return Base64Value(c) != kNoBase64Letter || c == '\r' || c == '\n'; });
+  if (!clean) return std::nullopt;
   std::string bytes;
-  bytes.reserve(body.size() / 4 * 3 + 3);
-  std::uint32_t bits = 0;
-  int held = 0;
-  for (const char c : body) {
-    const std::uint8_t value = kLetters[static_cast<std::uint8_t>(c)];
-    if (value == kNoLetter) {
-      if (c != '\r' && c != '\n') return std::nullopt;
-      continue;
-    }
-    bits = bits << 6 | value;
-    held += 6;
-    if (held < 24) continue;
-    bytes += static_cast<char>(bits >> 16 & 0xFF);
-    bytes += static_cast<char>(bits >> 8 & 0xFF);
-    bytes += static_cast<char>(bits & 0xFF);
-    held = 0;
-  }
-  for (; held >= 8; held -= 8) bytes += static_cast<char>(bits >> (held - 8) & 0xFF);
+  DecodeBase64(letters, bytes);
   return bytes;
 }
 

@@ -7,6 +7,7 @@
 #include "mime/folded_subject.h"
 #include "mime/folding.h"
 #include "mime/header_words.h"
+#include "mime/utf16.h"
 #include "util/text.h"
 
 namespace quillet {
@@ -18,10 +19,6 @@ std::size_t FieldEnd(std::string_view lines) {
     if (++at == lines.size() || (lines[at] != ' ' && lines[at] != '\t')) return at;
   }
   return lines.size();
-}
-
-bool IsBetween(char16_t unit, char16_t first, char16_t last) {
-  return unit >= first && unit <= last;
 }
 
 }  // namespace
@@ -45,10 +42,6 @@ std::u16string ShownHeaderLines(std::string_view stored) {
   return shown;
 }
 
-std::u16string ShownBody(std::string_view /*head*/, std::string_view stored) {
-  return Widen(stored);
-}
-
 std::u16string RawHeader(std::string_view stored) {
   return Widen(stored);
 }
@@ -60,9 +53,7 @@ std::string ToStored(std::u16string_view shown) {
 std::vector<std::u16string> NotStorable(std::u16string_view shown) {
   std::vector<std::u16string> lost;
   for (std::size_t at = 0; at < shown.size();) {
-    const bool pair = IsBetween(shown[at], 0xD800, 0xDBFF) && at + 1 < shown.size() &&
-                      IsBetween(shown[at + 1], 0xDC00, 0xDFFF);
-    const std::u16string_view character = shown.substr(at, pair ? 2 : 1);
+    const std::u16string_view character = shown.substr(at, UnitsOf(CharacterAt(shown, at)));
     at += character.size();
     if (Widen(Narrow(character)) == character) continue;
     if (std::ranges::find(lost, character) == lost.end()) lost.emplace_back(character);

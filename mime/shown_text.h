@@ -16,9 +16,6 @@ namespace quillet {
 std::u16string ShownHeader(std::string_view stored);
 // Header lines with their names and line ends, as an article keeps them.
 std::u16string ShownHeaderLines(std::string_view stored);
-// A body. `head` has the article's kept header lines; whatever they say of the body, it is taken
-// for code page 1252.
-std::u16string ShownBody(std::string_view head, std::string_view stored);
 // A header value or header lines as they are stored, in code page 1252; see RawBody.
 std::u16string RawHeader(std::string_view stored);
 

@@ -4,29 +4,12 @@
 #include "mime/transfer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
+
+#include "util/base64.h"
 
 namespace quillet {
 namespace {
-
-constexpr std::uint8_t kNoLetter = 0xFF;
-
-constexpr std::array<std::uint8_t, 256> MakeValues() {
-  std::array<std::uint8_t, 256> values{};
-  values.fill(kNoLetter);
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
-  }
-  return values;
-}
-constexpr std::array<std::uint8_t, 256> kValues = MakeValues();
-
-std::uint8_t ValueOf(char c) {
-  return kValues[static_cast<unsigned char>(c)];
-}
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -84,7 +67,7 @@ Line Look(std::string_view text) {
   line.padded = text.ends_with('=');
   std::size_t others = 0, padding = 0;
   for (const char c : text) {
-    others += ValueOf(c) >> 7;
+    others += Base64Value(c) >> 7;
     padding += c == '=';
   }
   line.letters = text.size() - others;
@@ -94,8 +77,8 @@ Line Look(std::string_view text) {
 
 // The three bytes of four letters; false where they are not four letters.
 bool DecodeGroup(const char* letters, char* out) {
-  const unsigned a = ValueOf(letters[0]), b = ValueOf(letters[1]), c = ValueOf(letters[2]),
-                 d = ValueOf(letters[3]);
+  const unsigned a = Base64Value(letters[0]), b = Base64Value(letters[1]),
+                 c = Base64Value(letters[2]), d = Base64Value(letters[3]);
   if (((a | b | c | d) & 0x80) != 0) return false;
   out[0] = static_cast<char>(a << 2 | b >> 4);
   out[1] = static_cast<char>((b & 15) << 4 | c >> 2);
@@ -116,8 +99,8 @@ void DecodeBase64(std::string_view letters, std::string& out) {
       end += 3;
     }
     if (at == letters.size()) break;
-    const std::uint8_t value = ValueOf(letters[at]);
-    if (value == kNoLetter) {
+    const std::uint8_t value = Base64Value(letters[at]);
+    if (value == kNoBase64Letter) {
       if (letters[at] == '=') held = 0;
       continue;
     }

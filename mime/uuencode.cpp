@@ -5,6 +5,7 @@
 
 #include "mime/text_lines.h"
 #include "mime/transfer.h"
+#include "util/base64.h"
 
 namespace quillet {
 namespace {
@@ -69,10 +70,8 @@ std::optional<std::size_t> EndLineAt(std::string_view text, std::size_t place,
 bool IsBase64Line(std::string_view line) {
   const std::size_t data = std::min(line.find_last_not_of('=') + 1, line.size());
   return line.size() % 4 == 0 && !line.empty() && line.size() - data <= 2 &&
-         std::ranges::all_of(line.substr(0, data), [](char c) {
-           return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                  c == '+' || c == '/';
-         });
+         std::ranges::all_of(line.substr(0, data),
+                             [](char c) { return Base64Value(c) != kNoBase64Letter; });
 }
 
 }  // namespace

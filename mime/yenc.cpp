@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "mime/text_lines.h"
+#include "util/blanks.h"
 
 namespace quillet {
 namespace {
@@ -52,11 +53,6 @@ class Keywords {
   }
 
  private:
-  static std::string_view Trimmed(std::string_view text) {
-    text = WithoutTrailingBlanks(text);
-    return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
-  }
-
   std::string_view line_;
   std::optional<std::string_view> name_;
 };

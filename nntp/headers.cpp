@@ -4,6 +4,7 @@
 #include <array>
 
 #include "nntp/connection.h"
+#include "store/article_source.h"
 #include "store/counts.h"
 #include "util/text.h"
 
@@ -69,7 +70,8 @@ void ExtractFields(AsciiArticle& article, std::string_view head) {
   article.date = GetHeaderValue("Date:", head);
   article.replyTo = GetHeaderValue("Reply-To:", head);
   if (!article.replyTo || article.replyTo->empty()) article.replyTo = article.from;
-  article.source = gConnection.server_name ? Narrow(*gConnection.server_name) : "<import>";
+  article.source =
+      gConnection.server_name ? Narrow(*gConnection.server_name) : std::string(kImportedSource);
   article.reserved1 = 1;
   article.reserved2 = 0;
 }

@@ -13,6 +13,7 @@
 #include "post/article_text.h"
 #include "post/encode_article.h"
 #include "post/quote.h"
+#include "store/article_source.h"
 #include "util/ascii.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -22,8 +23,6 @@ namespace {
 
 constexpr std::u16string_view kCrLf = u"\r\n";
 constexpr std::string_view kReferences = "References:";
-// The source of an article that came out of a file: no dots were doubled in it.
-constexpr std::string_view kImportedSource = "<import>";
 constexpr std::size_t kAttributionLimit = 1024;
 constexpr std::size_t kLongestAddress = 1023;
 
@@ -60,7 +59,7 @@ std::u16string ReplySubject(const AsciiArticle& article) {
 
 std::u16string QuotedBody(const AsciiArticle& article) {
   if (!WritesEveryLanguage()) return QuoteBody(TextOf(article.body));
-  const bool stuffed = TextOf(article.source) != kImportedSource;
+  const bool stuffed = HasDoubledDots(TextOf(article.source));
   DecodedBody body = DecodeBody(
       {.head = TextOf(article.headers), .body = TextOf(article.body), .stuffed = stuffed});
   // Decoded lines all end. Behind a last one that is stored without an end none is added here, as

@@ -12,6 +12,7 @@
 #include "base/prefs.h"
 #include "port/files.h"
 #include "port/platform.h"
+#include "store/article_source.h"
 #include "store/chains.h"
 #include "store/compression.h"
 #include "store/counts.h"
@@ -155,7 +156,7 @@ std::vector<std::string> GroupsOf(std::string_view head, const std::vector<std::
 
 // An import leaves an article without groups on no chain: there it belongs, and no server has it.
 bool ImportedIntoNoGroup(const AsciiArticle& article) {
-  return article.source == "<import>" &&
+  return article.source == kImportedSource &&
          FindNoCase(*article.headers, "Newsgroups:") == std::string_view::npos;
 }
 

@@ -11,6 +11,7 @@
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
+#include "store/article_source.h"
 #include "thread/moves.h"
 #include "thread/progress_meter.h"
 
@@ -100,7 +101,7 @@ bool ArticleMatches(const StoredTexts& texts, const SearchText& wanted, bool in_
                              .head = texts.Text(&AsciiArticle::headers),
                              .body = texts.Text(&AsciiArticle::body),
                              .subject = texts.Text(&AsciiArticle::subject),
-                             .stuffed = texts.Text(&AsciiArticle::source) != "<import>"};
+                             .stuffed = HasDoubledDots(texts.Text(&AsciiArticle::source))};
   return in_headers ? wanted.IsInAny(article) : wanted.IsInBody(article);
 }
 

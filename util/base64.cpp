@@ -4,13 +4,6 @@
 #include <cstdint>
 
 namespace quillet {
-namespace {
-
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-}  // namespace
-
 std::string Base64Encode(std::string_view bytes) {
   std::string text;
   text.reserve((bytes.size() + 2) / 3 * 4);
@@ -21,7 +14,7 @@ std::string Base64Encode(std::string_view bytes) {
       bits = bits << 8 | (i < part.size() ? static_cast<unsigned char>(part[i]) : 0U);
     }
     for (std::size_t i = 0; i < 4; ++i) {
-      text += i <= part.size() ? kAlphabet[bits >> (18 - 6 * i) & 63] : '=';
+      text += i <= part.size() ? kBase64Alphabet[bits >> (18 - 6 * i) & 63] : '=';
     }
   }
   return text;
@@ -33,9 +26,9 @@ std::string Base64Decode(std::string_view text) {
   std::uint32_t bits = 0;
   int held = 0;  // of them, how many stand for no byte yet
   for (const char c : text) {
-    const std::size_t value = kAlphabet.find(c);
-    if (value == std::string_view::npos) break;
-    bits = (bits << 6 | static_cast<std::uint32_t>(value)) & 0xFFFF;
+    const std::uint8_t value = Base64Value(c);
+    if (value == kNoBase64Letter) break;
+    bits = (bits << 6 | value) & 0xFFFF;
     held += 6;
     if (held < 8) continue;
     held -= 8;

@@ -3,19 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "util/blanks.h"
 #include "util/text.h"
 
 namespace quillet::port {
 namespace {
 
 constexpr std::size_t kMostAccounts = 200;
-
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\f\v";
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 std::string_view Unquoted(std::string_view text) {
   if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mime/body.h"
 #include "mime/search_text.h"
 #include "mime/shown_text.h"
 #include "tests/mime/plain_matcher.h"
@@ -131,9 +132,8 @@ TEST(FindMatches, OptionsWorkTogether) {
 // stored one.
 void Compare(const std::string& text, const std::string& wanted, const MatchOptions& options) {
   const Ranges expected = testing::FindPlainly(text, wanted, options);
-  const std::u16string shown_wanted = ShownBody("", wanted);
-  ASSERT_EQ(FindMatches(ShownBody("", text), shown_wanted, options), expected)
-      << text << '|' << wanted;
+  const std::u16string shown_wanted = RawBody(wanted);
+  ASSERT_EQ(FindMatches(RawBody(text), shown_wanted, options), expected) << text << '|' << wanted;
   ASSERT_EQ(SearchText(shown_wanted, options)
                 .IsInBody({.all = "", .head = "", .body = text, .subject = ""}),
             !expected.empty())

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mime/body.h"
 #include "mime/shown_text.h"
 #include "tests/mime/plain_matcher.h"
 #include "tests/mime/without_decoding.h"
@@ -50,7 +51,7 @@ TEST(SearchText, ComparesEveryByteWithEveryOtherAsShownTextDoesWithoutDecoding) 
     const MatchOptions options{(choice & 1) != 0, (choice & 2) != 0};
     for (int b = 0; b < 256; ++b) {
       const std::string wanted(1, static_cast<char>(b));
-      const SearchText search(ShownBody("", wanted), options);
+      const SearchText search(RawBody(wanted), options);
       for (int a = 0; a < 256; ++a) {
         const std::string stored(1, static_cast<char>(a));
         const bool expected = !testing::FindPlainly(stored, wanted, options).empty();
@@ -69,7 +70,7 @@ TEST(SearchText, EveryByteEndsAWordAsInShownTextWithoutDecoding) {
     for (const std::string& stored :
          {static_cast<char>(a) + std::string("x"), std::string("x") + static_cast<char>(a)}) {
       ASSERT_EQ(search.IsInBody({.all = "", .head = "", .body = stored, .subject = ""}),
-                !FindMatches(ShownBody("", stored), u"x", kWord).empty())
+                !FindMatches(RawBody(stored), u"x", kWord).empty())
           << a;
       ASSERT_EQ(search.IsInBody({.all = "", .head = "", .body = stored, .subject = ""}),
                 !testing::FindPlainly(stored, "x", kWord).empty())

@@ -1,4 +1,5 @@
 #include "mime/shown_text.h"
+#include "mime/body.h"
 
 #include <gtest/gtest.h>
 
@@ -19,15 +20,15 @@ TEST(ShownText, EveryStoredTextIsCodePage1252WhileDecodingIsOff) {
   const testing::WithoutDecoding off;
   EXPECT_EQ(ShownHeader("Caf\xE9 \x80"), u"Caf\u00E9 \u20AC");
   EXPECT_EQ(ShownHeaderLines("X: \x93q\x94\r\n"), u"X: \u201Cq\u201D\r\n");
-  EXPECT_EQ(ShownBody("", "\x8A\x81\r\n"), u"\u0160\u0081\r\n");
+  EXPECT_EQ(RawBody("\x8A\x81\r\n"), u"\u0160\u0081\r\n");
   for (const auto& shown :
-       {ShownHeader(AllBytes()), ShownHeaderLines(AllBytes()), ShownBody("", AllBytes())}) {
+       {ShownHeader(AllBytes()), ShownHeaderLines(AllBytes()), RawBody(AllBytes())}) {
     EXPECT_EQ(shown, Widen(AllBytes()));
   }
 }
 
 TEST(ShownText, ABodyIsShownAlikeWhateverItsHeadSays) {
-  EXPECT_EQ(ShownBody("Content-Type: text/plain; charset=utf-8\r\n", "\xC3\xA9"), u"\u00C3\u00A9");
+  EXPECT_EQ(RawBody("\xC3\xA9"), u"\u00C3\u00A9");
 }
 
 TEST(ShownText, ARawHeaderIsShownByteForByte) {
@@ -38,7 +39,7 @@ TEST(ShownText, ARawHeaderIsShownByteForByte) {
 TEST(ShownText, WhatIsShownGoesBackToItsBytesWhileDecodingIsOff) {
   const testing::WithoutDecoding off;
   EXPECT_EQ(ToStored(ShownHeader(AllBytes())), AllBytes());
-  EXPECT_EQ(ToStored(ShownBody("", AllBytes())), AllBytes());
+  EXPECT_EQ(ToStored(RawBody(AllBytes())), AllBytes());
 }
 
 TEST(ShownText, AUnitWithoutAByteBecomesAQuestionMark) {
