@@ -27,8 +27,8 @@ TEST(ShownText, EveryStoredTextIsCodePage1252WhileDecodingIsOff) {
   }
 }
 
-TEST(ShownText, ABodyIsShownAlikeWhateverItsHeadSays) {
-  EXPECT_EQ(RawBody("\xC3\xA9"), u"\u00C3\u00A9");
+TEST(ShownText, ARawBodyIsCodePage1252WhateverItMayBe) {
+  EXPECT_EQ(RawBody("\xC3\xA9 =?utf-8?q?=C3=A9?="), u"\u00C3\u00A9 =?utf-8?q?=C3=A9?=");
 }
 
 TEST(ShownText, ARawHeaderIsShownByteForByte) {
