@@ -14,14 +14,14 @@ constexpr bool IsControl(char16_t unit) {
 }
 
 // Blanks, tabs and line ends.
-constexpr bool IsBlank(char byte) {
+constexpr bool IsBlankByte(char byte) {
   return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
 
 // Without the blanks around it.
 constexpr std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && IsBlankByte(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlankByte(text.back())) text.remove_suffix(1);
   return text;
 }
 constexpr std::u16string_view Trimmed(std::u16string_view text) {
