@@ -32,6 +32,21 @@ struct Extensions {
   std::uint32_t loginlater = 1;
   // All addresses of a server are tried, IPv6 too; off: its first IPv4 address.
   std::uint32_t alladdresses = 1;
+  // An article that is stored already is put on the chain of each other group that offers it.
+  std::uint32_t crossposts = 1;
+  // The tree takes the nearest stored article of the whole References as the parent; what is stored
+  // stays.
+  std::uint32_t ancestors = 1;
+  // The last group and the place in it are opened at the start.
+  std::uint32_t restoreplace = 1;
+  // An empty group list says what to do next.
+  std::uint32_t startguide = 1;
+  // The progress of a connection has a line of figures, and the status line says what came.
+  std::uint32_t progressline = 1;
+  // Space pages and goes on to the next unread article, N goes there at once.
+  std::uint32_t readon = 1;
+  // Wide windows show dates in the thread rows and in the header bar.
+  std::uint32_t rowdetails = 1;
   bool operator==(const Extensions&) const = default;
 };
 

@@ -242,6 +242,20 @@ constexpr std::uint32_t kControlLoginLater = 1208;
 constexpr std::uint32_t kControlLoginLaterLine = 1209;
 constexpr std::uint32_t kControlAllAddresses = 1210;
 constexpr std::uint32_t kControlAllAddressesLine = 1211;
+constexpr std::uint32_t kControlCrossPosts = 1216;
+constexpr std::uint32_t kControlCrossPostsLine = 1217;
+constexpr std::uint32_t kControlAncestors = 1218;
+constexpr std::uint32_t kControlAncestorsLine = 1219;
+constexpr std::uint32_t kControlRestorePlace = 1220;
+constexpr std::uint32_t kControlRestorePlaceLine = 1221;
+constexpr std::uint32_t kControlStartGuide = 1222;
+constexpr std::uint32_t kControlStartGuideLine = 1223;
+constexpr std::uint32_t kControlProgressLine = 1224;
+constexpr std::uint32_t kControlProgressLineLine = 1225;
+constexpr std::uint32_t kControlReadOn = 1226;
+constexpr std::uint32_t kControlReadOnLine = 1227;
+constexpr std::uint32_t kControlRowDetails = 1228;
+constexpr std::uint32_t kControlRowDetailsLine = 1229;
 
 // "Quillet CE Quick Setup", the first page; its "Next >>" is OK.
 constexpr std::uint32_t kDialogQuickSetup = 158;

@@ -27,6 +27,13 @@ TEST_F(ExtensionsTest, HaveTheirDefaultsWithoutAValue) {
     EXPECT_EQ(ReadExtensions().retries, 3U);
     EXPECT_EQ(ReadExtensions().loginlater, 1U);
     EXPECT_EQ(ReadExtensions().alladdresses, 1U);
+    EXPECT_EQ(ReadExtensions().crossposts, 1U);
+    EXPECT_EQ(ReadExtensions().ancestors, 1U);
+    EXPECT_EQ(ReadExtensions().restoreplace, 1U);
+    EXPECT_EQ(ReadExtensions().startguide, 1U);
+    EXPECT_EQ(ReadExtensions().progressline, 1U);
+    EXPECT_EQ(ReadExtensions().readon, 1U);
+    EXPECT_EQ(ReadExtensions().rowdetails, 1U);
   }
 }
 
@@ -46,7 +53,7 @@ TEST_F(ExtensionsTest, AllAreInTheTableOnce) {
   EXPECT_EQ(AllExtensions().size(), sizeof(Extensions) / sizeof(std::uint32_t));
   Extensions all;
   for (const Extension& extension : AllExtensions()) all.*extension.value = 77;
-  EXPECT_EQ(all, (Extensions{77, 77, 77, 77, 77, 77, 77, 77, 77}));
+  EXPECT_EQ(all, (Extensions{77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77, 77}));
 }
 
 TEST_F(ExtensionsTest, NumberOtherThanZeroIsOn) {

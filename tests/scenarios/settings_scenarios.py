@@ -81,6 +81,13 @@ EACH_CONTROL = [
     ("Extensions", set_text(RETRIES, "0"), {"Extensions\\retries": 0}),
     ("Extensions", "untick %d" % LOGIN_LATER, {"Extensions\\loginlater": 0}),
     ("Extensions", "untick %d" % ADDRESSES, {"Extensions\\alladdresses": 0}),
+    ("Extensions", "untick %d" % CROSSPOSTS, {"Extensions\\crossposts": 0}),
+    ("Extensions", "untick %d" % ANCESTORS, {"Extensions\\ancestors": 0}),
+    ("Extensions", "untick %d" % RESTORE, {"Extensions\\restoreplace": 0}),
+    ("Extensions", "untick %d" % GUIDE, {"Extensions\\startguide": 0}),
+    ("Extensions", "untick %d" % FIGURES, {"Extensions\\progressline": 0}),
+    ("Extensions", "untick %d" % READ_ON, {"Extensions\\readon": 0}),
+    ("Extensions", "untick %d" % ROW_DETAILS, {"Extensions\\rowdetails": 0}),
 ]
 
 
