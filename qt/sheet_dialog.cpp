@@ -27,7 +27,10 @@ namespace {
 // Pixels around page and buttons on a phone.
 constexpr int kNarrowMargin = 4;
 
-// As large as its page when there is room. A desktop's is never narrower than its page; on a phone
+// Higher pages scroll: all pages of a sheet are as high as the highest.
+constexpr int kMostLines = 28;
+
+// As large as its page when there is room, up to a height at which a sheet is still one. A desktop's is never narrower than its page; on a phone
 // the page is made as narrow as the screen.
 class PageArea final : public QScrollArea {
  public:
@@ -39,7 +42,10 @@ class PageArea final : public QScrollArea {
     setWidget(&page);
     QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   }
-  QSize sizeHint() const override { return widget()->sizeHint() + Around(); }
+  QSize sizeHint() const override {
+    const QSize whole = widget()->sizeHint() + Around();
+    return {whole.width(), std::min(whole.height(), kMostLines * fontMetrics().lineSpacing())};
+  }
   QSize minimumSizeHint() const override {
     const QSize least = QScrollArea::minimumSizeHint();
     if (narrow_) return least;

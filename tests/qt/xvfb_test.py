@@ -142,6 +142,10 @@ class UnderX(side_by_side.Test):
         self.await_answer(before)
 
     def point(self, window, x, y):
+        """To a place in the window; what is negative counts from its right and its bottom."""
+        if x < 0 or y < 0:
+            _, _, width, height = self.place(window)
+            x, y = x % width, y % height
         self.tool("mousemove", "--window", window, x, y)
         self.settle()
 
@@ -660,7 +664,7 @@ class Newcomer(UnderX):
         preferences = self.await_window(self.PREFERENCES)
         self.click(preferences, (281, 106), times=2)  # selects the port
         self.write(str(self.news.port))
-        self.click_away(self.PREFERENCES, (341, 463))  # OK
+        self.click_away(self.PREFERENCES, (-137, -22))  # OK
         self.click_menu((63, 30), (91, 54), (269, 54))  # Group, Groups, New group
         group = self.await_window("Subscribe to newsgroup")
         self.click(group, (137, 40))
