@@ -58,6 +58,11 @@ class PageArea final : public QScrollArea {
     if (narrow_) FitWidth(*widget(), viewport()->width());
     QScrollArea::resizeEvent(event);
   }
+  // A page that has got longer texts is wider: the sheet has to know.
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (event->type() == QEvent::LayoutRequest && watched == widget()) updateGeometry();
+    return QScrollArea::eventFilter(watched, event);
+  }
 
  private:
   QSize Around() const {
