@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "util/percent.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -33,40 +34,17 @@ bool IsOpened(std::string_view scheme) {
   });
 }
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  const char lower = ToLowerAscii(c);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-// With each "%41" made the byte it stands for.
-std::string PercentDecoded(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool escape = text[i] == '%' && i + 2 < text.size();
-    const int high = escape ? HexDigit(text[i + 1]) : -1;
-    const int low = escape ? HexDigit(text[i + 2]) : -1;
-    if (high < 0 || low < 0) {
-      decoded.push_back(text[i]);
-    } else {
-      decoded.push_back(static_cast<char>(high * 16 + low));
-      i += 2;
-    }
-  }
-  return decoded;
-}
-
 constexpr std::size_t kLongestField = 3 * std::string_view("attach").size();
 
 // Whether a "mailto:" link has a field "attach", "attachment" or the like, which some mailers obey:
 // it would send a file of the user's along. Looked for as mailers do, decoded before and after the
 // fields are told apart.
 bool AttachesSomething(std::string_view link) {
-  const std::string decoded = PercentDecoded(link);
+  const std::string decoded = PercentDecodedLeniently(link);
   for (const std::string_view text : {link, std::string_view(decoded)}) {
     for (std::size_t i = 0; i < text.size(); ++i) {
       if (text[i] != '?' && text[i] != '&' && text[i] != ';') continue;
-      if (StartsWithNoCase(PercentDecoded(text.substr(i + 1, kLongestField)), "attach"))
+      if (StartsWithNoCase(PercentDecodedLeniently(text.substr(i + 1, kLongestField)), "attach"))
         return true;
     }
   }

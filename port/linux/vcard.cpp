@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "util/percent.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -141,12 +142,6 @@ std::optional<Property> ParseProperty(std::string_view line) {
   return property;
 }
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  const char low = ToLowerAscii(c);
-  return low >= 'a' && low <= 'f' ? low - 'a' + 10 : -1;
-}
-
 std::string DecodeQuotedPrintable(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -156,8 +151,9 @@ std::string DecodeQuotedPrintable(std::string_view text) {
     }
     if (i + 1 < text.size() && text[i + 1] == '\n') {
       ++i;
-    } else if (i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 && HexDigit(text[i + 2]) >= 0) {
-      decoded += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+    } else if (i + 2 < text.size() && HexDigitValue(text[i + 1]) >= 0 &&
+               HexDigitValue(text[i + 2]) >= 0) {
+      decoded += static_cast<char>(HexDigitValue(text[i + 1]) * 16 + HexDigitValue(text[i + 2]));
       i += 2;
     }
   }
