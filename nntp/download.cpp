@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/changes.h"
+#include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/prefs.h"
@@ -145,6 +146,7 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
     return Step::kGroupEnds;
   }
   if (fetched == Fetched::kCounted) --walk.remaining;
+  if (fetched == Fetched::kCrossPost) ++walk.cross_posts;
   // A server whose NEXT stays at an article already stored would be asked for ever.
   const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
   return stuck ? Step::kGroupEnds : Step::kGoOn;
@@ -200,8 +202,8 @@ void RememberWalk(const DownloadRun& run, const GroupWalk& walk) {
     memory.walk.reset();
     ++memory.groups_done;
   } else if (walk.planned) {
-    memory.walk = {walk.wanted, walk.have_current, walk.progress.downloaded, walk.count,
-                   walk.remaining};
+    memory.walk = {walk.wanted, walk.have_current, walk.progress.downloaded,
+                   walk.count,  walk.remaining,    walk.cross_posts};
   }
 }
 
@@ -213,6 +215,7 @@ void DownloadGroup(DownloadRun& run, GroupIndex group) {
     return;
   }
   GroupWalk walk{IndexOf(group), gPrefs->servers[IndexOf(server)], *progress};
+  if (run.cross_posts) run.members.emplace(gPrefs->groups[walk.group]);
   VisitGroup(run, walk);
   RememberWalk(run, walk);
   SaveOnServer(run);
@@ -233,6 +236,7 @@ RunEnd DownloadNews() {
   NoteChange(Change::kStore);
   const BulkStore bulk;
   AskForSpace(run);
+  run.cross_posts = ReadExtensions().crossposts != 0;
   run.body_capacity = std::uint32_t{gPrefs->maxarticlesize * 1024};
   DownloadMemory& memory = gRun.download;
   run.has_room = memory.has_room;

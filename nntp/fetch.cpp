@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include "base/long_operation.h"
 #include "base/prefs.h"
@@ -98,16 +99,52 @@ std::uint32_t EstimatedK(std::string_view head) {
   return static_cast<std::uint32_t>(std::uint64_t{LeadingNumber(lines)} * kBytesPerLine / 1024);
 }
 
-// False when the article is not in the store.
-bool StoreInGroup(AsciiArticle& article, std::size_t group) {
-  if (!StoreArticle(article)) return false;
-  if (!AddArticleToGroup(gPrefs->groups[group], *article.messageId)) {
-    // On no chain nobody would see it, and it would be taken for a duplicate.
-    DeleteArticle(*article.messageId);
-    return false;
-  }
+Fetched OutOfMemory(DownloadRun& run) {
+  LogError(u"out of memory\r\n");
+  EndRun(run, RunEnd::kNoMemory);
+  return Fetched::kUnfinished;
+}
+
+// False when the chain could not be written.
+bool PutOnChain(DownloadRun& run, std::size_t group, const std::string& message_id) {
+  if (!AddArticleToGroup(gPrefs->groups[group], message_id)) return false;
   if (group < gReadInfo.size()) ++gReadInfo[group]->totalCount;
+  if (run.members) run.members->NoteAdded(message_id);
   return true;
+}
+
+// False when the article is not in the store.
+bool StoreInGroup(DownloadRun& run, AsciiArticle& article, std::size_t group) {
+  if (!StoreArticle(article)) return false;
+  if (run.members && run.members->TakesBack(*article.messageId)) return true;
+  if (PutOnChain(run, group, *article.messageId)) return true;
+  // On no chain nobody would see it, and it would be taken for a duplicate.
+  DeleteArticle(*article.messageId);
+  return false;
+}
+
+// What stands for the Message-ID of an article that came without one says nothing about which it
+// is.
+bool NamesOneArticle(const std::string& message_id) {
+  return !message_id.empty() && message_id != kNoMessageId;
+}
+
+// An article that the store has comes into this group, too.
+Fetched AddCrossPost(DownloadRun& run, std::size_t group, const std::string& message_id) {
+  if (!run.members || !NamesOneArticle(message_id)) return Fetched::kDuplicate;
+  try {
+    if (run.members->Contains(message_id)) return Fetched::kDuplicate;
+    if (!PutOnChain(run, group, message_id)) {
+      EndRun(run, RunEnd::kStoreFailed);
+      return Fetched::kUnfinished;
+    }
+  } catch (const std::bad_alloc&) {
+    return OutOfMemory(run);
+  }
+  // It was read in another group.
+  if (group < gReadInfo.size() && IsArticleRead(message_id)) ++gReadInfo[group]->readCount;
+  ++run.stored_since_asked;
+  return Fetched::kCrossPost;
 }
 
 Fetched NotTaken(Part part) {
@@ -154,11 +191,7 @@ void CountUsedSpace(DownloadRun& run, const AsciiArticle& article) {
 Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t number,
                         const std::function<bool()>& before_storing) {
   const std::unique_ptr<AsciiArticle> article = NewAsciiArticle();
-  if (!article) {
-    LogError(u"out of memory\r\n");
-    EndRun(run, RunEnd::kNoMemory);
-    return Fetched::kUnfinished;
-  }
+  if (!article) return OutOfMemory(run);
   const Part head =
       TakeHead(run, {}, [number] { SetProgressDetail(FormatWide(u"article %lu", number)); });
   if (head != Part::kTaken) return NotTaken(head);
@@ -167,7 +200,7 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
     SetProgressDetail(FormatWide(u"Killed article %lu", number));
     return Fetched::kCounted;
   }
-  if (ArticleExists(*article->messageId)) return Fetched::kDuplicate;
+  if (ArticleExists(*article->messageId)) return AddCrossPost(run, group, *article->messageId);
   const Part body = TakeBody(
       run, {}, number, [&] { article->headers = KeptHeaders(run.head, gPrefs->keepheaders != 0); });
   if (body != Part::kTaken) return NotTaken(body);
@@ -176,7 +209,7 @@ Fetched DownloadArticle(DownloadRun& run, std::size_t group, std::uint32_t numbe
   CountUsedSpace(run, *article);
   const bool connected = before_storing();
   ++run.stored_since_asked;
-  if (!StoreInGroup(*article, group)) {
+  if (!StoreInGroup(run, *article, group)) {
     EndRun(run, RunEnd::kStoreFailed);
     return Fetched::kUnfinished;
   }

@@ -13,6 +13,7 @@
 #include "nntp/under_way.h"
 #include "port/files.h"
 #include "port/registry.h"
+#include "store/chain_members.h"
 #include "store/records.h"
 
 namespace quillet {
@@ -33,17 +34,21 @@ struct DownloadRun {
   std::string head;
   std::string body;
   GroupsUnderWay under_way;
+  bool cross_posts = false;  // they are put on the chain of each group that has them
+  // Of the group that is visited; nothing: cross-posts are dropped.
+  std::optional<ChainMembers> members;
 };
 
 // Ends the run. The first reason stays: what follows it is its consequence. A loss after an abort
 // request is that request's.
 void EndRun(DownloadRun& run, RunEnd why);
 
-// What became of the article the server stands at. All but a duplicate count against the number of
-// articles still to get; `run.end` may be set with each of them, and the run then ends.
-// kUnfinished: the run ends, and nothing is known against the article. It is not in the store and
+// What became of the article the server stands at. All but a duplicate and a cross-post count
+// against the number of articles still to get; `run.end` may be set with each of them, and the run
+// then ends. kCrossPost: it was stored already, and is on this group's chain now as well.
+// kUnfinished: the run ends, and nothing is known against the article. It is not in the group and
 // is to be asked for again by the next run.
-enum class Fetched { kCounted, kDuplicate, kUnfinished };
+enum class Fetched { kCounted, kDuplicate, kCrossPost, kUnfinished };
 
 // What became of one request for a part of an article. kDropped: the server or its size speak
 // against it. kUnfinished: the run ends.

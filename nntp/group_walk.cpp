@@ -52,7 +52,8 @@ std::uint32_t StartNumber(const GroupWalk& walk) {
 std::int32_t ArticlesToGet(const GroupWalk& walk) {
   const std::uint32_t start = walk.have_current ? walk.wanted + 1 : walk.wanted;
   const auto available = static_cast<std::int32_t>(walk.last - start + 1);
-  const auto room = static_cast<std::int32_t>(gPrefs->maxarticles - StoredIn(walk.group));
+  const std::uint32_t stored = StoredIn(walk.group) - walk.cross_posts;
+  const auto room = static_cast<std::int32_t>(gPrefs->maxarticles - stored);
   return std::max(std::min(std::max(available, 0), room), 0);
 }
 
@@ -95,6 +96,7 @@ void PlanWalk(DownloadRun& run, GroupWalk& walk,
   } else {
     walk.wanted = StartNumber(walk);
   }
+  if (interrupted) walk.cross_posts = interrupted->cross_posts;
   walk.remaining = ArticlesToGet(walk);
   if (interrupted) walk.remaining = std::min(walk.remaining, interrupted->remaining);
   walk.count = interrupted ? interrupted->count : walk.remaining;

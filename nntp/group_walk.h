@@ -23,6 +23,7 @@ struct GroupWalk {
   std::uint32_t wanted = 0;
   std::int32_t count = 0;
   std::int32_t remaining = 0;
+  std::uint32_t cross_posts = 0;  // added on the way; no room was planned for them
   bool planned = false;
   bool first_command = true;
   bool have_current = false;  // the server stands at an article, NEXT leads on from it; of a walk

@@ -63,7 +63,7 @@ std::string KeptHeaders(std::string_view head, bool keep_headers) {
 
 void ExtractFields(AsciiArticle& article, std::string_view head) {
   article.messageId =
-      StoredMessageId(GetHeaderValue("Message-ID:", head).value_or("<error-extracting-messageid>"));
+      StoredMessageId(GetHeaderValue("Message-ID:", head).value_or(std::string(kNoMessageId)));
   article.subject = GetHeaderValue("Subject:", head).value_or("<no subject>");
   article.from = GetHeaderValue("From:", head).value_or("<nobody>");
   article.parentId = ParentIdIn(head);

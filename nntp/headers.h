@@ -9,6 +9,9 @@
 
 namespace quillet {
 
+// The Message-ID of articles that came without one.
+inline constexpr std::string_view kNoMessageId = "<error-extracting-messageid>";
+
 // `article.headers` holds the raw head; fills the fields and replaces the header text by what is
 // kept of it (nothing unless `keep_headers`).
 void ExtractHeaders(AsciiArticle& article, bool keep_headers);

@@ -12,11 +12,12 @@ namespace quillet {
 
 // Where the walk through a group was when its connection was lost.
 struct InterruptedWalk {
-  std::uint32_t wanted = 0;      // the article it was at
-  bool have_current = false;     // that one is done with: the next one is wanted
-  std::uint32_t downloaded = 0;  // the progress at that moment
-  std::int32_t count = 0;        // as planned at the beginning
-  std::int32_t remaining = 0;    // of them
+  std::uint32_t wanted = 0;       // the article it was at
+  bool have_current = false;      // that one is done with: the next one is wanted
+  std::uint32_t downloaded = 0;   // the progress at that moment
+  std::int32_t count = 0;         // as planned at the beginning
+  std::int32_t remaining = 0;     // of them
+  std::uint32_t cross_posts = 0;  // added so far
 };
 
 struct DownloadMemory {

@@ -57,7 +57,7 @@ class InnDownload(side_by_side.Test):
 
     # -- running -----------------------------------------------------------------------------
 
-    def prepare_profile(self, **numbers):
+    def prepare_profile(self, cross_posts=True, **numbers):
         command = [os.environ["QUILLET_SETUP"], "--profile", self.profile, "--server",
                    self.inn.host, "--port", str(self.inn.port)]
         for group in GROUPS:
@@ -65,6 +65,10 @@ class InnDownload(side_by_side.Test):
         for name, value in numbers.items():
             command += ["--number", "%s=%d" % (name, value)]
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        if not cross_posts:
+            with self.quillet(hold=True) as q:
+                q.set_dword("Extensions\\crossposts", 0)
+                q.start()
 
     def quillet(self, **keywords):
         return quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], self.profile, timeout=150,
@@ -95,8 +99,9 @@ class InnDownload(side_by_side.Test):
         shutil.copytree(original, self.profile)
         return log
 
-    def model(self, max_articles=ALL_ARTICLES, max_size=LARGE_SIZE):
-        return store_model.Model(self.server, GROUPS, self.inn.host, max_articles, max_size)
+    def model(self, max_articles=ALL_ARTICLES, max_size=LARGE_SIZE, cross_posts=True):
+        return store_model.Model(self.server, GROUPS, self.inn.host, max_articles, max_size,
+                                 cross_posts)
 
     # -- checking ----------------------------------------------------------------------------
 
@@ -166,6 +171,18 @@ class Downloads(InnDownload):
         model.download()
         log = self.connect_once()
         self.assertEqual(log.count("HEAD\r\n"), model.heads)
+        # What is stored already comes on top of the fifty that are fetched.
+        lengths = [len(chain) for chain in model.chains.values()]
+        self.assertEqual((lengths[0], len(model.stored)), (50, 150))
+        self.assertGreater(sum(lengths), 150)
+        self.assert_as_modelled(model)
+
+    def test_without_cross_posts_an_article_is_in_its_first_group_alone(self):
+        self.prepare_profile(cross_posts=False)
+        model = self.model(max_articles=50, max_size=4, cross_posts=False)
+        model.download()
+        log = self.connect_once()
+        self.assertEqual(log.count("HEAD\r\n"), model.heads)
         self.assertEqual([len(chain) for chain in model.chains.values()], [50, 50, 50])
         self.assert_as_modelled(model)
 
@@ -208,30 +225,35 @@ class Trees(InnDownload):
             trees[group] = q.tree()
         return trees
 
-    def read_some(self):
-        """Reads articles and marks threads; the shown trees keep in step without a rebuild."""
-        trees, expected_read = {}, 0
+    def read_some_of(self, group):
+        """Reads articles and marks threads: the shown tree keeps in step without a rebuild."""
         with self.quillet(hold=True) as q:
             # The expected trees are made of the stored bytes.
             q.set_dword("Extensions\\decodemime", 0)
             q.start()
-            for group in GROUPS:
-                q.open_group(group)
-                rows = q.tree()["rows"]
-                threads = [row for row in rows if row["depth"] == 0]
-                longest = max(threads, key=lambda row: row["total"])
-                q.context_menu(longest["path"], "Mark Thread Read")
-                single = next(row for row in threads if row["total"] == 1)
-                q.context_menu(single["path"] + ".1", "Mark Read")
-                for row in rows[5:400:40]:
-                    q.open_node(row["path"])
-                    q.do("tab thread")
-                trees[group] = q.tree()
-                expected_read += longest["total"] + 1
+            q.open_group(group)
+            rows = q.tree()["rows"]
+            threads = [row for row in rows if row["depth"] == 0]
+            longest = max(threads, key=lambda row: row["total"])
+            q.context_menu(longest["path"], "Mark Thread Read")
+            single = next(row for row in threads if row["total"] == 1)
+            q.context_menu(single["path"] + ".1", "Mark Read")
+            for row in rows[5:400:40]:
+                q.open_node(row["path"])
+                q.do("tab thread")
+            tree = q.tree()
+        self.assert_ended_well(q)
+        self.assert_trees({group: tree}, 1, 0)
+        return longest["total"] + 1
+
+    def read_some(self):
+        # One group after the other: what is read in one is read in all that have it.
+        expected_read = sum(self.read_some_of(group) for group in GROUPS)
+        with self.quillet() as q:
+            self.open_groups(q)
             q.do("tab group")
             self.shown = q.groups()
-        self.assert_ended_well(q)
-        files = self.assert_trees(trees, 1, 0)
+        files = store_check.Databases(self.profile, os.environ["QUILLET_GDBM_DUMP"])
         articles = {group: plain_tree.group_articles(files, group) for group in GROUPS}
         read = {group: sum(one.read for one in articles[group]) for group in GROUPS}
         self.assertGreater(sum(read.values()), expected_read)
@@ -247,8 +269,7 @@ class Trees(InnDownload):
             self.assertEqual(plain_tree.difference(tree["rows"], expected), "")
             self.assertEqual(tree["caption"], "%s: 0 on server" % group)
             shown += sum(row["kind"] == "article" for row in expected)
-        self.assertGreater(shown, FIRST_COUNT - 20)
-        return files
+        return shown
 
     def test_shown_trees_follow_the_rules_in_every_order(self):
         self.copy_complete_profile()
@@ -261,7 +282,8 @@ class Trees(InnDownload):
                 trees = self.open_groups(q)
             self.assert_ended_well(q)
             with self.subTest(threading=threading, reverse=reverse):
-                self.assert_trees(trees, threading, reverse)
+                shown = self.assert_trees(trees, threading, reverse)
+                self.assertGreater(shown, FIRST_COUNT - 20)
 
 
 class MoreArticles(InnDownload):

@@ -94,14 +94,16 @@ def stored_body(row, max_size):
 class Model:
     """The store and the progress values of one profile, played along."""
 
-    def __init__(self, server, groups, source, max_articles, max_size):
+    def __init__(self, server, groups, source, max_articles, max_size, cross_posts=True):
         self.server = server
         self.groups = list(groups)
         self.source = source
         self.max_articles = max_articles
         self.max_size = max_size
+        self.cross_posts = cross_posts
         self.stored = {}
         self.chains = {group: [] for group in groups}   # (chain number, message id), oldest first
+        self.chained = {group: set() for group in groups}  # the same without numbers and order
         self.next_chain = 1
         self.lastdownloaded = dict.fromkeys(groups, 0)
         self.lastonserver = dict.fromkeys(groups, 0)
@@ -130,12 +132,15 @@ class Model:
         if self.server.head_size(row) >= HEAD_LIMIT - 1:
             return True
         if row["message_id"] in self.stored:
+            if self.cross_posts and row["message_id"] not in self.chained[group]:
+                self.chain(group, row)
             return False
-        self.store(group, number, row)
-        return True
-
-    def store(self, group, number, row):
         self.stored[row["message_id"]] = Stored(self.server, row, number, self.source,
                                                 self.max_size)
+        self.chain(group, row)
+        return True
+
+    def chain(self, group, row):
         self.chains[group].append((self.next_chain, row["message_id"]))
+        self.chained[group].add(row["message_id"])
         self.next_chain += 1

@@ -1,5 +1,10 @@
 // Dies at the first call of the database library or the file service, at the second, and so on, in
 // the middle of everything that changes the store: the next opening makes it whole each time.
+#include <algorithm>
+
+#include "store/chain_members.h"
+#include "store/chains.h"
+#include "store/counts.h"
 #include "store/gdbm_library.h"
 #include "tests/kill/counted_calls.h"
 #include "tests/kill/kill_fixture.h"
@@ -98,6 +103,53 @@ TEST_F(EveryCallTest, AnOpeningThatDiesAnywhereIsMadeGoodByTheNext) {
       if (HasFailure()) return;
     }
     EXPECT_GT(n, 20);
+  }
+}
+
+// As a download does with an article that another group has already.
+void PutOnOneMoreChain(std::u16string_view group, const std::string& id) {
+  if (!ChainMembers(group).Contains(id)) AddArticleToGroup(group, id);
+  CacheCounts(group, CountGroupArticles(group, true), CountGroupArticles(group, false));
+  CloseDatabases();
+}
+
+TEST_F(EveryCallTest, ACrossPostThatDiesAnywhereCostsNothingAndComesOnce) {
+  const Kept start = SmallStore();
+  const auto& articles = start.expected.articles();
+  const auto chosen = std::ranges::find_if(articles, [](const auto& entry) {
+    return entry.second.state == ExpectedStore::State::kStored && entry.second.group != 2;
+  });
+  ASSERT_NE(chosen, articles.end());
+  const std::string id = KillIdOf(chosen->first);
+  const std::string own(kKillGroups[chosen->second.group]), other(kKillGroups[2]);
+  const auto times_on = [&](const FoundStore& found, const std::string& group) {
+    return std::ranges::count(found.chains.at(group), id, &FoundChainRecord::message_id);
+  };
+  bool done = false;
+  for (int n = 1; !done && !HasFailure(); ++n) {
+    SCOPED_TRACE(n);
+    PutBack(start);
+    const int end = Child([&] {
+      if (!OpenGDBMDatabases()) _exit(kChildGaveUp);
+      DieAt(n);
+      PutOnOneMoreChain(u"a.b", id);
+    });
+    ASSERT_TRUE(end == kChildDone || end == -SIGKILL);
+    done = end == kChildDone;
+    ASSERT_EQ(Child([this] { OpenAndClose(fake, log); }), kChildDone) << log.complaint;
+    const FoundStore opened = ReadStore(folder);
+    EXPECT_EQ(opened.faults, std::vector<std::string>{});
+    EXPECT_EQ(times_on(opened, own), 1);
+    EXPECT_LE(times_on(opened, other), 1);
+    ASSERT_EQ(Child([&] {
+                if (!OpenGDBMDatabases()) _exit(kChildGaveUp);
+                PutOnOneMoreChain(u"a.b", id);
+              }),
+              kChildDone);
+    const FoundStore again = ReadStore(folder);
+    EXPECT_EQ(times_on(again, own), 1);
+    EXPECT_EQ(times_on(again, other), 1);
+    ASSERT_LT(n, 1000);
   }
 }
 

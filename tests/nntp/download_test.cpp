@@ -1195,6 +1195,7 @@ TEST_F(DownloadTest, KilledArticlesCountAgainstTheRestAndNotAsStored) {
 }
 
 TEST_F(DownloadTest, ArticleStoredAlreadyDoesNotCount) {
+  fake.registry.PutDword(kExtensionsPath, u"crossposts", 0);
   gPrefs->maxarticles = 1;
   ChooseGroups({1, 0});
   Exchange("GROUP alt.test", "211 1 1 1 alt.test");

@@ -1,4 +1,4 @@
-// The real libraries, but for a database library whose calls fail on demand.
+// The real libraries, but for a database library whose calls fail on demand and are counted.
 #pragma once
 
 #include <gdbm.h>
@@ -25,6 +25,8 @@ struct FaultyCall {
 
 inline FaultyCall gFaultyStore;
 inline FaultyCall gFaultyDelete;
+// How often a chain record was read.
+inline int gChainRecordsRead = 0;
 
 class FaultyLibraries final : public port::Libraries {
  public:
@@ -40,6 +42,10 @@ class FaultyLibraries final : public port::Libraries {
       gRealDelete = reinterpret_cast<decltype(gRealDelete)>(found);
       return reinterpret_cast<void*>(&Delete);
     }
+    if (std::string_view(name) == "gdbm_fetch") {
+      gRealFetch = reinterpret_cast<decltype(gRealFetch)>(found);
+      return reinterpret_cast<void*>(&Fetch);
+    }
     return found;
   }
   void Unload(port::LibraryHandle library) override { real_.Unload(library); }
@@ -51,9 +57,15 @@ class FaultyLibraries final : public port::Libraries {
   static int Delete(GDBM_FILE file, datum key) {
     return gFaultyDelete.Fails() ? -1 : gRealDelete(file, key);
   }
+  static datum Fetch(GDBM_FILE file, datum key) {
+    constexpr int kChainKeyLength = 4;
+    if (key.dsize == kChainKeyLength) ++gChainRecordsRead;
+    return gRealFetch(file, key);
+  }
 
   inline static int (*gRealStore)(GDBM_FILE, datum, datum, int) = nullptr;
   inline static int (*gRealDelete)(GDBM_FILE, datum) = nullptr;
+  inline static datum (*gRealFetch)(GDBM_FILE, datum) = nullptr;
   port::LinuxLibraries real_;
 };
 

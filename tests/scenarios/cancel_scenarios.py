@@ -17,7 +17,7 @@ def articles():
 
 
 ALL = {"a.one": {"<o1@example.org>", "<o2@example.org>", "<o4@example.org>"},
-       "a.two": {"<t8@example.org>", "<t10@example.org>"}}
+       "a.two": {"<t8@example.org>", "<o2@example.org>", "<t10@example.org>"}}
 
 
 class Interrupted(Scenario):

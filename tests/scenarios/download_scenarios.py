@@ -226,14 +226,25 @@ class Rules(Download):
         self.assertIn((1022, "Killed article 1"), self.texts)
         self.assertEqual(self.read_back()["lastdownloaded"][1], [2])
 
-    def test_a_cross_post_is_stored_once_under_the_first_group(self):
-        q = self.connect(["\n".join([
+    def connect_to_a_cross_post(self, **keywords):
+        """In a.two the article of a.one, and one of its own."""
+        return self.connect(["\n".join([
             "S: 200 hi", "C: GROUP a.one", "S: 211 1 5 5 a.one",
             fetch("STAT 5", 5, message_id="<cross@example.org>"),
             "C: GROUP a.two", "S: 211 2 8 9 a.two",
             "C: STAT 8", "S: 223 8 <cross@example.org>", "C: HEAD", head(8, "<cross@example.org>"),
             fetch("NEXT", 9),
-            "C: NEXT", "S: 421 no next", "C: QUIT"])], groups=("a.one", "a.two"))
+            "C: NEXT", "S: 421 no next", "C: QUIT"])], groups=("a.one", "a.two"), **keywords)
+
+    def test_a_cross_post_is_stored_once_and_shown_in_both_groups(self):
+        q = self.connect_to_a_cross_post()
+        self.assert_fine(q)
+        self.assertEqual(self.groups, [("a.one", "checked", "1/1"), ("a.two", "checked", "2/2")])
+        self.assertEqual(self.chains, {"a.one": ["<cross@example.org>"],
+                                       "a.two": ["<a9@example.org>", "<cross@example.org>"]})
+
+    def test_without_the_extension_a_cross_post_is_in_its_first_group_alone(self):
+        q = self.connect_to_a_cross_post(values={"Extensions\\crossposts": 0})
         self.assert_fine(q)
         self.assertEqual(self.groups, [("a.one", "checked", "1/1"), ("a.two", "checked", "1/1")])
         self.assertEqual(self.chains, {"a.one": ["<cross@example.org>"],

@@ -105,11 +105,50 @@ class Opening(Reading):
         self.assert_fine(q)
         self.assert_silent(q)
 
-    def test_replies_to_a_crosspost_of_another_group_stand_alone(self):
+    def download_a_cross_post(self, **keywords):
+        """In a.two the article of a.one, and a reply to it."""
         both = post("ann", "Hello", group="a.one,a.two")
         groups = {"a.one": {1: both}, "a.two": {
             7: both, 8: post("bob", "Re: Hello", "<ann@x>", group="a.two")}}
-        with self.download(groups=groups) as q:
+        return self.download(groups=groups, **keywords)
+
+    def test_a_cross_post_is_one_article_in_both_groups(self):
+        with self.download_a_cross_post() as q:
+            self.assertEqual(self.counts(q), ["1/1", "2/2"])
+            for group, names in (("a.one", ["ann"]), ("a.two", ["ann", "bob"])):
+                q.open_group(group)
+                self.assertEqual(self.names(q), names)
+                self.assert_tree_true(q)
+            self.assertEqual([text[:2] for text in q.texts()], [
+                (0, "2/2 Hello"), (1, author("ann")), (2, author("bob"))])
+            # Read in one group it is read in the other, whose counts follow when it is opened.
+            q.open_group("a.one")
+            q.open_node("<ann@x>")
+            self.assertEqual(self.counts(q), ["0/1", "2/2"])
+            q.open_group("a.two")
+            self.assertEqual(self.bold(q), ["1/2 Hello", author("bob")])
+            self.assert_tree_true(q)
+            self.assertEqual(self.counts(q), ["0/1", "1/2"])
+        with self.run_quillet() as q:
+            self.assertEqual(self.counts(q), ["0/1", "1/2"])
+        self.assert_fine(q)
+        self.assert_silent(q)
+
+    def test_a_cross_post_deleted_in_one_group_goes_from_the_other_at_its_next_opening(self):
+        with self.download_a_cross_post() as q:
+            q.open_group("a.one")
+            q.do("select-node <ann@x>")
+            q.expect("Really delete selected article?", "yes")
+            q.command(DELETE_SELECTED)
+            self.assertEqual(self.counts(q), ["0/0", "2/2"])
+            q.open_group("a.two")
+            self.assertEqual(self.names(q), ["bob"])
+            self.assert_tree_true(q)
+            self.assertEqual(self.counts(q), ["0/0", "1/1"])
+        self.assert_fine(q)
+
+    def test_without_the_extension_replies_to_a_crosspost_of_another_group_stand_alone(self):
+        with self.download_a_cross_post(values={"Extensions\\crossposts": 0}) as q:
             self.assertEqual(self.counts(q), ["1/1", "1/1"])
             for group, names in (("a.one", ["ann"]), ("a.two", ["bob"])):
                 q.open_group(group)

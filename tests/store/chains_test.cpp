@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "store/chain_members.h"
 #include "tests/store/store_fixture.h"
 
 namespace quillet {
@@ -222,6 +223,38 @@ TEST_F(ChainsTest, NothingIsAddedWithoutOpenFiles) {
 TEST_F(ChainsTest, AFailedWriteIsFalse) {
   gDatabaseErrorFlag = true;
   EXPECT_FALSE(AddArticleToGroup(u"alt.test", "<1@x>"));
+}
+
+// --- the members of a chain ---
+
+TEST_F(ChainsTest, MembersAreThoseOfTheGroupAlone) {
+  Push("<1@x>");
+  ASSERT_TRUE(AddArticleToGroup(u"de.test", "<2@x>"));
+  ChainMembers members(u"alt.test");
+  EXPECT_TRUE(members.Contains("<1@x>"));
+  EXPECT_FALSE(members.Contains("<2@x>"));
+  EXPECT_FALSE(members.Contains("<1@X>"));
+  EXPECT_FALSE(members.Contains(""));
+  EXPECT_FALSE(ChainMembers(u"none").Contains("<1@x>"));
+}
+
+TEST_F(ChainsTest, MembersAreReadAtTheFirstQuestionAndToldOfWhatCameLater) {
+  ChainMembers members(u"alt.test");
+  Push("<1@x>");
+  members.NoteAdded("<1@x>");
+  EXPECT_TRUE(members.Contains("<1@x>"));
+  Push("<2@x>");
+  EXPECT_FALSE(members.Contains("<2@x>"));
+  members.NoteAdded("<2@x>");
+  EXPECT_TRUE(members.Contains("<2@x>"));
+}
+
+TEST_F(ChainsTest, WhatFollowsANulIsNoPartOfAMember) {
+  Push("<1@x>");
+  ChainMembers members(u"alt.test");
+  EXPECT_TRUE(members.Contains(Raw("<1@x>\0rest")));
+  members.NoteAdded(Raw("<2@x>\0rest"));
+  EXPECT_TRUE(members.Contains("<2@x>"));
 }
 
 // --- what a killed writer can leave ---
