@@ -3,10 +3,8 @@
 // hears is kept until there is a window to post it to.
 #include "port/linux/linux_shell.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +17,7 @@
 #include <vector>
 
 #include "port/linux/child_process.h"
+#include "port/linux/instance_lock.h"
 #include "port/linux/instance_socket.h"
 #include "port/linux/native_files.h"
 #include "port/linux/opener_link.h"
@@ -37,24 +36,6 @@ constexpr auto kRetryAfter = 50ms;
 constexpr int kRequestLimitMs = 500;
 constexpr std::size_t kPathLimit = 4096;
 constexpr std::size_t kTokenLimit = 400;  // bytes; a line of the socket holds more
-
-FileDescriptor OpenLockFile(const Profile& profile) {
-  if (!MakeFolders(profile.config_folder)) return {};
-  const std::string path = profile.config_folder + "/instance.lock";
-  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  if (file.valid()) return file;
-  return FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-}
-
-enum class Lock { kHeld, kTaken, kImpossible };
-
-Lock TryLock(int file) {
-  while (flock(file, LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EWOULDBLOCK) return Lock::kTaken;
-    if (errno != EINTR) return Lock::kImpossible;
-  }
-  return Lock::kHeld;
-}
 
 std::string ReadSocketPath(int lock_file) {
   std::string path(kPathLimit, '\0');
