@@ -102,19 +102,21 @@ class FieldWriter {
 };
 
 bool RunsAlong(ListLength length) {
-  return length == ListLength::kGroups || length == ListLength::kServers ||
-         length == ListLength::kServersTimesGroups;
+  return length != ListLength::kRecipients;
 }
 
-// Whether a field is about the servers and groups.
+// Whether a field is about the servers and groups, or about the killfile, whose entries number the
+// groups.
 struct IsSubscription {
   bool operator()(const NumberField& field) const {
     return field.member == &Prefs::numgroups || field.member == &Prefs::numservers ||
-           field.member == &Prefs::selectedserver;
+           field.member == &Prefs::selectedserver || field.member == &Prefs::killfilecount;
   }
   bool operator()(const WordsField& field) const { return RunsAlong(field.length); }
   bool operator()(const TextsField& field) const { return RunsAlong(field.length); }
   bool operator()(const VersionField& /*field*/) const { return true; }
+  bool operator()(const KillfileTextsField& /*field*/) const { return true; }
+  bool operator()(const KillfileSizeField& /*field*/) const { return true; }
   template <class OtherField>
   bool operator()(const OtherField& /*field*/) const {
     return false;

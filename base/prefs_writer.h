@@ -16,8 +16,9 @@ enum class WriteResult { kDone, kFailed, kReported };
 WriteResult WriteRecord(port::RegistryKey& key, const Prefs& prefs,
                         const RegistryPasswords* passwords = nullptr);
 
-// Writes the servers and groups with all that runs along with them, and the version; every other
-// value stays as it is stored. Begins and commits nothing, copies nothing aside. Throws as above.
+// Writes the servers and groups with all that runs along with them and the killfile, which numbers
+// the groups, and the version; every other value stays as it is stored. Begins and commits nothing,
+// copies nothing aside. Throws as above.
 WriteResult WriteSubscriptions(port::RegistryKey& key, const Prefs& prefs);
 
 }  // namespace quillet

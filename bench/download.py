@@ -114,7 +114,7 @@ class Bench:
         profile = os.path.join(self.folder, "profile")
         shutil.rmtree(profile, ignore_errors=True)
         subprocess.run(
-            [self.program("demo/quillet-setup"), "--profile", profile, "--server", "127.0.0.1",
+            [self.program("setup/quillet-setup"), "--profile", profile, "--server", "127.0.0.1",
              "--port", str(port), "--group", GROUP, "--number", "maxarticles=1000000", "--number",
              "maxarticlesize=128", "--number", "maxstore=100", "--security", security],
             check=True, stdout=subprocess.DEVNULL)

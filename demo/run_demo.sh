@@ -50,7 +50,7 @@ start_server() {
 write_settings() {
   local group arguments=()
   for group in "${groups[@]}"; do arguments+=(--group "$group"); done
-  "$build/demo/quillet-setup" --profile "$profile" --server 127.0.0.1 --port "$port" \
+  "$build/setup/quillet-setup" --profile "$profile" --server 127.0.0.1 --port "$port" \
     --security tls \
     "${arguments[@]}" > "$work/setup.log"
 }

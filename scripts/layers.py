@@ -43,7 +43,7 @@ RESERVED = [
              re.compile(r'^\s*#\s*include\s*<(?!gdbm\.h|bzlib\.h|gtest/|gmock/|gmime/|glib\.h|iconv\.h)'
                         r'[^>]*\.h>'),
              re.compile(r'PkgConfig::(?!GMIME)|\$\{CMAKE_DL_LIBS\}'),
-             ('port/linux', 'qt', 'script', 'demo', 'bench')),
+             ('port/linux', 'qt', 'script', 'setup', 'demo', 'bench')),
     # The mails that leave are built by port/linux.
     Reserved('the library of message formats',
              re.compile(r'^\s*#\s*include\s*<(gmime/|glib\.h|iconv\.h)'), re.compile(r'PkgConfig::GMIME'),

@@ -325,7 +325,8 @@ TEST_F(StoredSubscriptions, AreAllThatIsWritten) {
   EXPECT_THAT(names, ::testing::UnorderedElementsAre(
                          u"version", u"servers", u"authusers", u"authpasses", u"port", u"useauths",
                          u"usentlms", u"groups", u"checked", u"lastdownloaded", u"lastonserver",
-                         u"numservers", u"selectedserver", u"numgroups"));
+                         u"numservers", u"selectedserver", u"numgroups", u"killfilecount",
+                         u"killfilesize", u"killfiletexts"));
 }
 
 }  // namespace

@@ -1,20 +1,17 @@
 #!/usr/bin/python3
-"""The demo server as a process: where it listens, how it ends, how it copes with rude clients; and
-quillet-setup. Environment: QUILLET_DEMO_SERVER, QUILLET_SETUP (programs)."""
+"""The demo server as a process: where it listens, how it ends, how it copes with rude clients.
+Environment: QUILLET_DEMO_SERVER (program)."""
 
 import os
 import signal
 import socket
-import sqlite3
 import ssl
-import struct
 import subprocess
 import tempfile
 import time
 import unittest
 
 SERVER = os.environ["QUILLET_DEMO_SERVER"]
-SETUP = os.environ["QUILLET_SETUP"]
 
 
 class Server:
@@ -202,75 +199,6 @@ class ServerTest(unittest.TestCase):
             self.assertLess(time.monotonic() - started, 10)
             link.close()
             replies.close()
-
-
-class SetupTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory(prefix="quillet-setup-test-")
-        self.addCleanup(self.folder.cleanup)
-        self.profile = os.path.join(self.folder.name, "profile")
-
-    def setup_profile(self, *arguments):
-        return subprocess.run([SETUP, "--profile", self.profile, *arguments], check=False,
-                              capture_output=True, text=True, timeout=30)
-
-    def values(self):
-        path = "file:%s/registry.db?mode=ro" % self.profile
-        with sqlite3.connect(path, uri=True) as database:
-            rows = database.execute("SELECT name, type, data FROM registry_value").fetchall()
-        return {name: (kind, bytes(data)) for name, kind, data in rows}
-
-    def test_it_writes_server_groups_and_numbers(self):
-        done = self.setup_profile("--server", "127.0.0.1", "--port", "1190", "--group", "a.b",
-                                  "--group", "c", "--number", "maxarticles=500")
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
-        values = self.values()
-        self.assertEqual(values["numservers"], (4, b"\1\0\0\0"))
-        self.assertEqual(values["numgroups"], (4, b"\2\0\0\0"))
-        self.assertEqual(values["maxarticles"], (4, b"\xf4\1\0\0"))
-        self.assertEqual(values["port"], (3, b"\xa6\4\0\0"))
-        self.assertEqual(values["checked"], (3, b"\1\0\0\0\1\0\0\0"))
-        self.assertEqual(values["lastdownloaded"], (3, b"\0" * 8))
-        self.assertEqual(values["useauths"], (3, b"\0" * 4))
-        self.assertEqual(values["servers"], (7, "127.0.0.1\0\0".encode("utf-16-le")))
-        self.assertEqual(values["groups"], (7, "a.b\0c\0\0".encode("utf-16-le")))
-        self.assertEqual(values["authusers"], (7, "\ue000\0\0".encode("utf-16-le")))
-
-    def test_a_login_is_kept_and_switched_on(self):
-        self.setup_profile("--server", "s", "--group", "g", "--user", "me", "--password", "pw")
-        values = self.values()
-        self.assertEqual(values["useauths"], (3, b"\1\0\0\0"))
-        self.assertEqual(values["authusers"], (7, "me\0\0".encode("utf-16-le")))
-        self.assertEqual(values["authpasses"], (7, "pw\0\0".encode("utf-16-le")))
-
-    def test_the_security_of_the_server_is_kept_and_the_usual_port_follows_it(self):
-        for security, number, port in (("none", None, 119), ("tls", 1, 563), ("starttls", 2, 119)):
-            self.profile = os.path.join(self.folder.name, security)
-            done = self.setup_profile("--server", "news.example.org", "--group", "g",
-                                      "--security", security)
-            self.assertEqual((done.returncode, done.stderr), (0, ""))
-            values = self.values()
-            self.assertEqual(values["port"], (3, struct.pack("<I", port)))
-            self.assertEqual(values.get("news.example.org"),
-                             number and (4, struct.pack("<I", number)))
-        self.profile = os.path.join(self.folder.name, "other")
-        self.setup_profile("--server", "s", "--group", "g", "--security", "tls", "--port", "8563")
-        self.assertEqual(self.values()["port"], (3, struct.pack("<I", 8563)))
-
-    def test_settings_that_are_there_are_left_alone(self):
-        self.setup_profile("--server", "first", "--group", "g")
-        before = self.values()
-        done = self.setup_profile("--server", "second", "--group", "h")
-        self.assertEqual((done.returncode, self.values()), (1, before))
-
-    def test_wrong_arguments_write_nothing(self):
-        for arguments in ([], ["--server", "s"], ["--group", "g"],
-                          ["--server", "s", "--group", "g", "--port", "0"],
-                          ["--server", "s", "--group", "g", "--security", "ssl"],
-                          ["--server", "s", "--group", "g", "--number", "x"],
-                          ["--server", "s", "--group", "g", "--number", "x=4294967296"]):
-            self.assertEqual(self.setup_profile(*arguments).returncode, 2, arguments)
-        self.assertFalse(os.path.exists(self.profile))
 
 
 if __name__ == "__main__":

@@ -24,6 +24,7 @@ GROUP = "secure.test"
 HOST = "localhost"
 ARTICLES = 8
 IDS = ["<%d@example.org>" % number for number in range(ARTICLES, 0, -1)]
+PASSWORD_FILES = []
 READERS = """auth "all" {
   hosts: "*"
   auth: "ckpasswd -f %s"
@@ -46,6 +47,16 @@ def stream():
                      message_id, GROUP, number, message_id, number,
                      ("x" * 70 + "\r\n") * 10)).encode("ascii")
     return text
+
+
+def login(password):
+    """The options of quillet-setup that log in, with the password in a file that goes with this
+    process."""
+    file = tempfile.NamedTemporaryFile("w", prefix="quillet-password-")
+    file.write(password + "\n")
+    file.flush()
+    PASSWORD_FILES.append(file)
+    return "--user", "ann", "--password-file", file.name
 
 
 class Secure(side_by_side.Test):
@@ -113,9 +124,9 @@ class Certificates(Secure):
 
     def test_login_goes_out_encrypted(self):
         with LinkProxy((self.address, self.ports["login"])) as proxy:
-            boxes = self.run_against(proxy.port, "starttls", "--user", "ann", "--password",
-                                     "secret", values=[("Extensions\\retries", 0),
-                                                       ("Extensions\\loginlater", 0)])
+            boxes = self.run_against(proxy.port, "starttls", *login("secret"),
+                                     values=[("Extensions\\retries", 0),
+                                             ("Extensions\\loginlater", 0)])
             self.assertEqual(boxes, [])
             self.assert_nothing_sent(proxy)
         self.assertIn("AUTHINFO PASS secret\r\n281 ", self.log)
@@ -124,7 +135,7 @@ class Certificates(Secure):
     def test_login_later_where_none_was_set_for_the_greeting(self):
         subprocess.run([os.environ["QUILLET_SETUP"], "--profile", self.profile, "--server", HOST,
                         "--port", str(self.ports["login"]), "--group", GROUP, "--security",
-                        "starttls", "--user", "ann", "--password", "secret"], check=True,
+                        "starttls", *login("secret")], check=True,
                        stdout=subprocess.DEVNULL)
         with quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], self.profile, hold=True) as q:
             q.set_numbers("useauths", [0])
@@ -136,7 +147,7 @@ class Certificates(Secure):
     def refused(self, name, sentence):
         """A certificate that proves nothing: the question, and No."""
         with LinkProxy((self.address, self.ports[name])) as proxy:
-            boxes = self.run_against(proxy.port, "tls", "--user", "ann", "--password", "x",
+            boxes = self.run_against(proxy.port, "tls", *login("x"),
                                      answers=[(sentence, "no")])
             self.assert_nothing_sent(proxy)
         fingerprint = self.identities[name].fingerprint()
@@ -191,7 +202,7 @@ class OnTheWay(Secure):
     @side_by_side.for_each(0, 1, 5, 6, 90, 200, 600)
     def test_cut_in_the_handshake(self, after):
         with LinkProxy((self.address, self.ports["tls"]), Plan(cut_after=after)) as proxy:
-            boxes = self.run_against(proxy.port, "tls", "--user", "ann", "--password", "x")
+            boxes = self.run_against(proxy.port, "tls", *login("x"))
             self.assert_nothing_sent(proxy)
             self.assertEqual(proxy.connections, 1)
         self.assertEqual(boxes, [("Error log", "The connection to localhost ended during the TLS "
@@ -212,7 +223,7 @@ class OnTheWay(Secure):
         def strip(data):
             return b"580 no\r\n" if data.startswith(b"382 ") else data
         with LinkProxy((self.address, self.ports["starttls"]), Plan(edit=strip)) as proxy:
-            boxes = self.run_against(proxy.port, "starttls", "--user", "ann", "--password", "x")
+            boxes = self.run_against(proxy.port, "starttls", *login("x"))
             self.assertEqual(proxy.sent[0], b"STARTTLS\r\nQUIT\r\n")
         self.assertEqual(boxes, [("Error log",
                                   "The news server offers no STARTTLS: 580 no\r\n")])
