@@ -1,20 +1,37 @@
 #!/usr/bin/env python3
-"""Makes the man page of quillet from the users' guide. Usage: make_man_page.py GUIDE VERSION OUTPUT
+"""Makes the man page of a program from its document. Usage:
+make_man_page.py PROGRAM DOCUMENT CHANGELOG OUTPUT
 
-It knows as much of Markdown as the guide uses: headings, paragraphs, lists, tables, indented code, and
-`code`, **bold**, *emphasis* and [links](to). Everything else that begins like mark-up is an error, so
-that the page never shows mark-up by accident. Standard library only.
+It knows the mark-up of documents.py but for pictures. Everything else that begins like mark-up is an
+error, so that the page never shows mark-up by accident. Standard library only.
 """
 
 import re
 import sys
+from dataclasses import dataclass
 
-NAME = "quillet \\- offline newsreader"
-INLINE = re.compile(r"`([^`]+)`|\*\*(.+?)\*\*|\*([^*\s](?:[^*]*[^*\s])?)\*|\[([^\]]+)\]\([^)\s]+\)")
+from documents import INLINE, PICTURE, Unknown, blocks, cells, heading, item, paragraph
+from release import read_newest
 
 
-class Unknown(Exception):
-    """The guide has something that this script does not know."""
+@dataclass
+class Page:
+    """What the document does not say: one line for lists of pages, and the synopsis."""
+    what: str
+    synopsis: str
+
+
+PAGES = {
+    "quillet": Page(
+        "offline newsreader", "[\\fB\\-\\-profile\\fP \\fIDIR\\fP] [\\fBAppRunAtTime\\fP]"),
+    "quillet-script": Page(
+        "offline newsreader driven by commands",
+        "\\fB\\-\\-profile\\fP \\fIDIR\\fP [\\fIOPTION\\fP...] [\\fIARGUMENT\\fP...]"),
+    "quillet-setup": Page(
+        "offline newsreader configured by script",
+        "[\\fB\\-\\-add\\fP|\\fB\\-\\-replace\\fP] [\\fB\\-\\-server\\fP \\fINAME\\fP] "
+        "[\\fB\\-\\-group\\fP \\fINAME\\fP...] [\\fIOPTION\\fP...]"),
+}
 
 
 def plain(text):
@@ -26,14 +43,19 @@ def plain(text):
     return text
 
 
+def breakable(text):
+    """Literal text that may go on in a new line behind a comma, as long ones without blanks must."""
+    return re.sub(r",(?=\S)", r",\\:", plain(text)) if len(text) > 40 else plain(text)
+
+
 def inline(text):
     """One paragraph's text with fonts; never begins like a request."""
     out, at = [], 0
     for match in INLINE.finditer(text):
         out.append(plain(text[at:match.start()]))
-        code, bold, emphasis, link = match.groups()
+        code, bold, emphasis, link, _ = match.groups()
         if code is not None or bold is not None:
-            out.append("\\fB%s\\fP" % plain(code if code is not None else bold))
+            out.append("\\fB%s\\fP" % breakable(code if code is not None else bold))
         else:
             out.append("\\fI%s\\fP" % plain(emphasis) if emphasis is not None else inline(link))
         at = match.end()
@@ -45,10 +67,6 @@ def inline(text):
 def quoted(text):
     """A heading as one argument of a request."""
     return '"%s"' % inline(text).replace('"', "\\(dq")
-
-
-def cells(row):
-    return [cell.strip() for cell in row.strip().strip("|").split("|")]
 
 
 def table(rows):
@@ -64,74 +82,69 @@ def table(rows):
     return out + [".PP"]
 
 
-def blocks(lines):
-    """(kind, lines) of each run of lines that belong together; blanks in front do not count."""
-    kind, held = None, []
-    for line in lines + [""]:
-        bare = line.strip()
-        if not bare:
-            new = None
-        elif line.startswith("#"):
-            new = "heading"
-        elif line.startswith("    ") and kind not in ("item", "table"):
-            new = "code"
-        elif bare.startswith("|"):
-            new = "table"
-        elif re.match(r"(- |\d+\. )", bare):
-            new = "item"
-        else:
-            new = kind if kind in ("item", "text") else "text"
-        starts = new in ("heading", "item") and re.match(r"(#|- |\d+\. )", bare)
-        if new != kind or starts:
-            if held:
-                yield kind, held
-            held = []
-        kind = new
-        if new:
-            held.append(line[4:] if new == "code" else bare)
-
-
-def item(lines):
+def entry(lines):
     """A list's entry: a message with its explanation, or text behind a bullet or a number."""
-    mark, first = re.match(r"(-|\d+\.) (.*)", lines[0]).groups()
-    if re.fullmatch(r"\*\*.+\*\*", first) and len(lines) > 1:
-        return [".TP", inline(first), inline(" ".join(lines[1:]))]
-    tag = "\\(bu" if mark == "-" else mark
-    return [".IP %s 3" % tag, inline(" ".join([first] + lines[1:]))]
+    mark, first, more = item(lines)
+    if first.startswith("**") and first.endswith("**") and first.count("**") == 2 and more:
+        return [".TP", inline(first), inline(" ".join(more))]
+    return [".IP %s 3" % ("\\(bu" if mark == "-" else mark), inline(" ".join([first] + more))]
 
 
-def page(guide, version):
-    out = ['.\\" Made from docs/user-guide.md; changes belong there.',
-           '.TH QUILLET 1 "" "Quillet CE %s" "User Commands"' % version, ".nh", ".ad l",
-           ".SH NAME", NAME, ".SH SYNOPSIS", ".B quillet",
-           "[\\fB\\-\\-profile\\fP \\fIDIR\\fP] [\\fBAppRunAtTime\\fP]", ".SH DESCRIPTION"]
-    for kind, lines in blocks(guide.splitlines()):
-        if kind == "heading":
-            mark, title = lines[0].split(" ", 1)
-            if mark not in ("#", "##", "###"):
-                raise Unknown(lines[0])
-            if mark != "#":
-                out += [(".SH " if mark == "##" else ".SS ")
-                        + quoted(title.upper() if mark == "##" else title)]
-        elif kind == "code":
-            out += [".PP", ".RS 4", ".nf", *map(inline, lines), ".fi", ".RE"]
-        elif kind == "table":
-            out += table(lines)
-        elif kind == "item":
-            out += item(lines)
-        else:
-            if lines[0].startswith((">", "<", "!", "* ", "+ ")):
-                raise Unknown(lines[0])
-            out += [".PP", inline(" ".join(lines))]
-    return "\n".join(out) + "\n"
+def code(lines):
+    return [".PP", ".RS 4", ".nf", *map(code_line, lines), ".fi", ".RE"]
+
+
+def code_line(line):
+    """Nothing is mark-up there."""
+    text = plain(line)
+    return "\\&" + text if text.startswith((".", "\\(aq")) else text
+
+
+def section(line):
+    level, title = heading(line)
+    if level == 1:
+        return []  # the name of the page
+    return [(".SH " if level == 2 else ".SS ") + quoted(title.upper() if level == 2 else title)]
+
+
+def text(lines):
+    joined = paragraph(lines)
+    if PICTURE.search(joined):
+        raise Unknown(joined)
+    return [".PP", inline(joined)]
+
+
+WRITERS = {"heading": lambda lines: section(lines[0]), "code": code, "table": table, "item": entry,
+           "text": text}
+
+
+def without_idle_breaks(lines):
+    """The lines without new paragraphs where one begins anyway."""
+    out = []
+    for line, after in zip(lines, lines[1:] + [".SH"]):
+        begins_anyway = after.startswith((".SH", ".SS", ".PP", ".TP", ".IP"))
+        if line != ".PP" or not (begins_anyway or out[-1].startswith((".SH", ".SS"))):
+            out.append(line)
+    return out
+
+
+def page(program, document, version, day):
+    about = PAGES[program]
+    out = ['.\\" Made from a document below docs/; changes belong there.',
+           '.TH %s 1 %s "Quillet CE %s" "User Commands"' % (plain(program.upper()), day, version),
+           ".nh", ".ad l", ".SH NAME", "%s \\- %s" % (plain(program), about.what), ".SH SYNOPSIS",
+           ".B " + plain(program), about.synopsis, ".SH DESCRIPTION"]
+    for kind, lines in blocks(document.splitlines()):
+        out += WRITERS[kind](lines)
+    return "\n".join(without_idle_breaks(out)) + "\n"
 
 
 def main():
-    guide, version, output = sys.argv[1:]
-    with open(guide, encoding="utf-8") as source:
-        text = page(source.read(), version)
+    program, document, changelog, output = sys.argv[1:]
+    with open(document, encoding="utf-8") as source:
+        made = page(program, source.read(), *read_newest(changelog))
     with open(output, "w", encoding="ascii") as target:
-        target.write(text)
+        target.write(made)
 
 
 if __name__ == "__main__":

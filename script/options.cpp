@@ -99,7 +99,7 @@ std::string ScriptHelpText() {
       "Usage: quillet-script --profile DIR [OPTION...] [%s]\n"
       "\n"
       "Runs Quillet CE with a scripted display: commands on standard input, one JSON object a\n"
-      "line on standard output. See docs/script-front.md.\n"
+      "line on standard output. See quillet-script(1).\n"
       "\n"
       "  --profile DIR      keep settings and articles in DIR\n"
       "  --xdg              use the user's own folders instead\n"

@@ -1,0 +1,5 @@
+complete -c quillet -f
+complete -c quillet -l profile -r -a '(__fish_complete_directories)' -d 'Keep settings and articles in a folder'
+complete -c quillet -l help -d 'Print the options'
+complete -c quillet -l version -d 'Print the version'
+complete -c quillet -a AppRunAtTime -d 'Start a download'
