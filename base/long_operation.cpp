@@ -14,9 +14,12 @@
 #include <thread>
 
 #include "base/box_owner.h"
+#include "base/extensions.h"
 #include "base/messages.h"
+#include "base/progress_text.h"
 #include "base/reset.h"
 #include "base/window_procedures.h"
+#include "port/clock.h"
 #include "port/dialogs.h"
 #include "port/message_queue.h"
 #include "port/platform.h"
@@ -33,6 +36,8 @@ namespace {
 
 constexpr std::uint32_t kAbortTimer = 1;
 constexpr std::uint32_t kAbortTimerMs = 10000;
+constexpr std::uint32_t kFiguresTimer = 2;
+constexpr std::uint32_t kFiguresTimerMs = 250;
 constexpr std::uint64_t kLargestRange = 65535;
 // A waiter looks at least this often, and is woken earlier by the writer.
 constexpr std::chrono::milliseconds kLongestLook(100);
@@ -47,6 +52,9 @@ bool gDialogGoneEarly = false;  // the timer has taken it away
 
 bool gRunning = false;             // program thread only
 std::uint64_t gProgressUnits = 1;  // program thread only
+std::optional<BarText> gBarText;   // program thread only; nothing: the bar has no text
+ProgressFigures gFigures;          // of the run; empty: its dialog has no such line. Changed
+                                   // only while there is no progress thread
 
 const ResetAtEnd kReset([] {
   gAbortRequested = 0;
@@ -56,6 +64,8 @@ const ResetAtEnd kReset([] {
   gDialogGoneEarly = false;
   gRunning = false;
   gProgressUnits = 1;
+  gBarText.reset();
+  gFigures = {};
 });
 
 void PublishDialog(port::WindowHandle dialog) {
@@ -74,6 +84,7 @@ void WaitForProgressThread(Predicate predicate) {
 // The dialog vanishes, whether or not the operation has aborted yet.
 void DestroyDialogOnItsThread(port::WindowHandle dialog, std::optional<BoxOwner>& owner) {
   gPlatform->messages.KillTimer(dialog, kAbortTimer);
+  gPlatform->messages.KillTimer(dialog, kFiguresTimer);
   gPlatform->dialogs.Destroy(dialog);
   owner.reset();  // before the operation's thread is told that the dialog has gone
   PublishDialog(0);
@@ -119,6 +130,33 @@ void ProgressDlgProc(port::WindowHandle dialog, std::optional<BoxOwner>& owner,
   }
 }
 
+// The line of figures on the progress thread.
+class FiguresLine {
+ public:
+  // Without figures the line leaves no hole.
+  void Begin(port::WindowHandle dialog) const {
+    if (gFigures) {
+      gPlatform->messages.SetTimer(dialog, kFiguresTimer, kFiguresTimerMs);
+    } else {
+      gPlatform->dialogs.Write(dialog, kControlProgressFigures, port::Visible{false});
+    }
+  }
+  void Refresh(port::WindowHandle dialog) {
+    if (!gFigures) return;
+    std::u16string text = gFigures();
+    if (text == shown_) return;
+    shown_ = text;
+    gPlatform->dialogs.Write(dialog, kControlProgressFigures, port::Text{std::move(text)});
+  }
+
+ private:
+  std::u16string shown_;
+};
+
+bool IsForFigures(const port::Message& message) {
+  return message.kind == port::MessageKind::kTimer && message.id == kFiguresTimer;
+}
+
 void ProgressThread(const std::u16string& title) {
   const port::WindowHandle dialog =
       gPlatform->dialogs.Create(kDialogProgress, gMainWindow, port::DialogKind::kProgress);
@@ -128,14 +166,33 @@ void ProgressThread(const std::u16string& title) {
   }
   // The title stands before the operation can set a text of its own.
   gPlatform->dialogs.Write(dialog, kControlProgressTitle, port::Text{title});
+  FiguresLine figures;
+  figures.Begin(dialog);
   gPlatform->dialogs.Show(dialog);
   std::optional<BoxOwner> owner(dialog);
-  SetProcedure(dialog,
-               [&](const port::Message& message) { ProgressDlgProc(dialog, owner, message); });
+  SetProcedure(dialog, [&](const port::Message& message) {
+    if (IsForFigures(message)) return figures.Refresh(dialog);
+    ProgressDlgProc(dialog, owner, message);
+  });
   PublishDialog(dialog);
   port::Message message;
   while (gPlatform->messages.Get(message)) Dispatch(message);
   RemoveProcedure(dialog);
+}
+
+void WriteBarText(port::WindowHandle dialog, std::uint64_t units_done) {
+  const std::uint64_t now = gBarText->wants_time() ? gPlatform->clock.Ticks() : 0;
+  std::optional<std::u16string> text = gBarText->At(now, units_done);
+  if (!text) return;
+  gPlatform->dialogs.Write(dialog, kControlProgressBar, port::Text{*std::move(text)});
+}
+
+// What the extension adds to the stated texts.
+void PrepareFigures(const ProgressFigures& figures) {
+  const bool wanted = ReadExtensions().progressline != 0;
+  gFigures = wanted ? figures : ProgressFigures();
+  gBarText.reset();
+  if (wanted) gBarText.emplace();
 }
 
 std::thread StartProgressThread(std::u16string_view title) {
@@ -170,10 +227,12 @@ bool Ended(RunEnd& end) {
   return end != RunEnd::kGoOn;
 }
 
-int RunWithProgress(std::u16string_view title, const std::function<int()>& operation) {
+int RunWithProgress(std::u16string_view title, const std::function<int()>& operation,
+                    const ProgressFigures& figures) {
   if (gRunning) return operation();
   gRunning = true;
   gAbortRequested = 0;
+  PrepareFigures(figures);
   std::thread thread = StartProgressThread(title);
   if (thread.joinable()) {
     WaitForProgressThread([] { return gProgressDialog != 0 || gProgressFailed; });
@@ -187,17 +246,22 @@ int RunWithProgress(std::u16string_view title, const std::function<int()>& opera
   if (!alone) gPlatform->windows.InjectKeyUp(port::kKeyF24);
   DestroyProgressDialog();
   if (thread.joinable()) thread.join();
+  gFigures = {};
   if (alone) gPlatform->windows.SetBusy(false);
   gRunning = false;
   return result;
 }
 
-RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation) {
+RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation,
+                       const ProgressFigures& figures) {
   RunEnd end = RunEnd::kGoOn;
-  RunWithProgress(title, [&] {
-    end = operation();
-    return 0;
-  });
+  RunWithProgress(
+      title,
+      [&] {
+        end = operation();
+        return 0;
+      },
+      figures);
   return end;
 }
 
@@ -219,13 +283,17 @@ void SetProgressDetail(std::u16string_view text) {
   }
 }
 
-void SetProgressRange(std::uint64_t units) {
+void SetProgressRange(std::uint64_t units, RangeCovers covers) {
   gProgressUnits = std::max<std::uint64_t>(units, 1);
   const port::WindowHandle dialog = gProgressDialog;
   if (dialog == 0) return;
   const auto upper = static_cast<int>(std::min(gProgressUnits, kLargestRange));
   gPlatform->dialogs.WriteMany(dialog, {{kControlProgressBar, port::Range{upper}},
                                         {kControlProgressBar, port::Position{0}}});
+  if (!gBarText) return;
+  const bool whole = covers == RangeCovers::kWholeOperation;
+  gBarText->Begin(gPlatform->clock.Ticks(), gProgressUnits, whole);
+  WriteBarText(dialog, 0);
 }
 
 void SetProgressPosition(std::uint64_t units_done) {
@@ -238,6 +306,13 @@ void SetProgressPosition(std::uint64_t units_done) {
           : static_cast<std::uint64_t>(static_cast<double>(done) * kLargestRange /
                                        static_cast<double>(gProgressUnits));
   gPlatform->dialogs.Write(dialog, kControlProgressBar, port::Position{static_cast<int>(position)});
+  if (gBarText) WriteBarText(dialog, done);
+}
+
+void RefreshProgressFigures() {
+  const port::WindowHandle dialog = gProgressDialog;
+  if (dialog == 0) return;
+  gPlatform->messages.Post({dialog, port::MessageKind::kTimer, kFiguresTimer, 0, {}});
 }
 
 void DestroyProgressDialog() {

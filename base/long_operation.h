@@ -32,11 +32,18 @@ RunEnd LostOrAsked();
 // already or because it is to abort, which is then noted in `end`.
 bool Ended(RunEnd& end);
 
+// What stands in the line of figures at this moment. Called on the progress thread, four times a
+// second while the dialog is up.
+using ProgressFigures = std::function<std::u16string()>;
+
 // Runs the operation under a progress dialog with that title and returns its result. Program
-// thread; never nested (a nested call runs the operation under the dialog that is up).
-int RunWithProgress(std::u16string_view title, const std::function<int()>& operation);
+// thread; never nested (a nested call runs the operation under the dialog that is up). With
+// `figures`, and with the extension progressline, the dialog has a line of them.
+int RunWithProgress(std::u16string_view title, const std::function<int()>& operation,
+                    const ProgressFigures& figures = {});
 // The same for an operation that tells what ended it.
-RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation);
+RunEnd RunWithProgress(std::u16string_view title, const std::function<RunEnd()>& operation,
+                       const ProgressFigures& figures = {});
 // True from the start to the end of RunWithProgress.
 bool OperationRunning();
 
@@ -44,9 +51,13 @@ bool OperationRunning();
 void SetProgressTitle(std::u16string_view text);   // the upper text, control 1020
 void SetProgressDetail(std::u16string_view text);  // the lower text, control 1022
 // Positions run from 0 to `units` (at least 1). More than 65,535 units are scaled, not cut. Also
-// sets the position to 0.
-void SetProgressRange(std::uint64_t units);
+// sets the position to 0. The percentage stands on the bar (progressline), and the time that is
+// left when the range is all that there is to do.
+enum class RangeCovers { kOnePart, kWholeOperation };
+void SetProgressRange(std::uint64_t units, RangeCovers covers = RangeCovers::kOnePart);
 void SetProgressPosition(std::uint64_t units_done);
+// The line of figures, control 1230, is looked at without waiting for its turn.
+void RefreshProgressFigures();
 
 // Takes the progress dialog down, if one is up, and waits until it has gone. Idempotent.
 void DestroyProgressDialog();

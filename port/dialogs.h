@@ -44,9 +44,10 @@ enum class DialogKind {
 
 // --- what can be written into a control ----------------------------------------------------------
 
-// Static text, button, box, edit, editable list. In an edit it stands unchanged (TextState), the
-// caret at its beginning. The lines of a multi-line edit may end with CR LF, LF or CR and are read
-// with CR LF.
+// Static text, button, box, edit, editable list, progress bar. On a progress bar it is drawn over
+// the bar, which has none at first; no letter may follow a % sign there. In an edit it stands
+// unchanged (TextState), the caret at its beginning. The lines of a multi-line edit may end with CR
+// LF, LF or CR and are read with CR LF.
 struct Text {
   std::u16string text;
 };

@@ -54,6 +54,9 @@ void Set(QWidget& control, const port::Text& value) {
   } else if (QLineEdit* line = LineOf(control)) {
     line->setText(text);
     line->home(false);  // a long text is seen from its start
+  } else if (auto* bar = qobject_cast<QProgressBar*>(&control)) {
+    bar->setFormat(text);
+    bar->setTextVisible(!text.isEmpty());
   }
 }
 
@@ -184,6 +187,7 @@ void ReadValue(const QWidget& control, port::ControlState& state) {
     state.row_checks = rows->Checks();
   } else if (const auto* bar = qobject_cast<const QProgressBar*>(&control)) {
     state.position = bar->value();
+    if (bar->isTextVisible()) state.text = FromQt(bar->format());
   } else if (const auto* slider = qobject_cast<const QAbstractSlider*>(&control)) {
     state.position = slider->value();
   } else if (const auto* picker = qobject_cast<const QTimeEdit*>(&control)) {

@@ -21,9 +21,12 @@ WrappedText::WrappedText(QWidget* parent) : QLabel(parent) {
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::MinimumExpanding);
 }
 
+int WrappedText::Lines() const {
+  return std::max(property("lines").toInt(), 1);
+}
+
 int WrappedText::LinesHeight() const {
-  const int lines = std::max(property("lines").toInt(), 1);
-  return lines * fontMetrics().lineSpacing();
+  return Lines() * fontMetrics().lineSpacing();
 }
 
 QSize WrappedText::sizeHint() const {
@@ -35,11 +38,15 @@ QSize WrappedText::minimumSizeHint() const {
 }
 
 void WrappedText::paintEvent(QPaintEvent* /*event*/) {
+  DrawText(text());
+}
+
+void WrappedText::DrawText(const QString& text) {
   QPainter painter(this);
   painter.setPen(InkOf(*this));
   QTextOption option(Qt::AlignLeft | Qt::AlignTop);
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-  painter.drawText(QRectF(contentsRect()), text(), option);
+  painter.drawText(QRectF(contentsRect()), text, option);
 }
 
 ElidedText::ElidedText(QWidget* parent) : QLabel(parent) {

@@ -6,7 +6,7 @@
 
 namespace quillet::qt {
 
-class WrappedText final : public QLabel {
+class WrappedText : public QLabel {
  public:
   explicit WrappedText(QWidget* parent = nullptr);
 
@@ -16,6 +16,9 @@ class WrappedText final : public QLabel {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  int Lines() const;
+  // In place of the label's own text.
+  void DrawText(const QString& text);
 
  private:
   int LinesHeight() const;

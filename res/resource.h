@@ -31,6 +31,7 @@ constexpr std::uint32_t kDialogProgress = 120;
 constexpr std::uint32_t kControlProgressBar = 1004;
 constexpr std::uint32_t kControlProgressTitle = 1020;
 constexpr std::uint32_t kControlProgressDetail = 1022;
+constexpr std::uint32_t kControlProgressFigures = 1230;
 
 // About box.
 constexpr std::uint32_t kDialogAbout = 121;

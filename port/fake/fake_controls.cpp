@@ -33,7 +33,7 @@ struct Names {
 
 // In the order of the variant's types.
 constexpr std::array<Names, std::variant_size_v<ControlValue>> kValues = {{
-    {"Text", kEdits | kLabelled},
+    {"Text", kEdits | kLabelled | Bit(ControlKind::kProgressBar)},
     {"TextState", kEdits},
     {"Checked", kBoxes},
     {"Choices", kDropDowns},

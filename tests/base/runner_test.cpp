@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "base/box_owner.h"
+#include "base/extensions.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
 #include "base/reset.h"
@@ -232,6 +233,120 @@ TEST_F(Runner, RangesUpTo65535AreExactAndLargerOnesAreScaled) {
     EXPECT_EQ(Control(kControlProgressBar).position, 65535);
     SetProgressPosition(300000);
     EXPECT_EQ(Control(kControlProgressBar).position, 65535);
+    return 0;
+  });
+}
+
+// --- figures ---------------------------------------------------------------------------------
+
+// The figures are looked at on the dialog's thread, four times a second.
+TEST_F(Runner, LineOfFiguresIsKeptUpToDateByTheDialogsOwnThread) {
+  const std::thread::id self = std::this_thread::get_id();
+  std::atomic<int> number = 1;
+  const auto figures = [&]() -> std::u16string {
+    EXPECT_NE(std::this_thread::get_id(), self);
+    return number == 1 ? u"group 1 of 2" : u"group 2 of 2";
+  };
+  const auto run = [&] {
+    EXPECT_TRUE(Control(kControlProgressFigures).visible);
+    EXPECT_EQ(Control(kControlProgressFigures).text, u"");
+    EXPECT_EQ(Control(kControlProgressFigures).accessible_name, u"Figures");
+    fake_.clock.Advance(250);
+    EXPECT_TRUE(Soon([&] { return Control(kControlProgressFigures).text == u"group 1 of 2"; }));
+    number = 2;
+    fake_.clock.Advance(249);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(Control(kControlProgressFigures).text, u"group 1 of 2") << "not more often";
+    fake_.clock.Advance(1);
+    EXPECT_TRUE(Soon([&] { return Control(kControlProgressFigures).text == u"group 2 of 2"; }));
+    return 0;
+  };
+  RunWithProgress(u"title", run, figures);
+  EXPECT_EQ(fake_.display.progress_texts(), (Texts{{1020, u"title"}})) << "no status change";
+}
+
+TEST_F(Runner, FiguresAreShownWithoutWaitingWhenTheOperationWantsThat) {
+  RunWithProgress(
+      u"title",
+      [&] {
+        RefreshProgressFigures();
+        EXPECT_TRUE(
+            Soon([&] { return Control(kControlProgressFigures).text == u"posting 1 of 2"; }));
+        return 0;
+      },
+      [] { return std::u16string(u"posting 1 of 2"); });
+  RefreshProgressFigures();  // nobody is there
+}
+
+TEST_F(Runner, OperationWithoutFiguresHasNoLineOfThem) {
+  RunWithProgress(u"title", [&] {
+    EXPECT_FALSE(Control(kControlProgressFigures).visible);
+    RefreshProgressFigures();
+    return 0;
+  });
+}
+
+TEST_F(Runner, FiguresOfOneRunAreNotThoseOfTheNext) {
+  RunWithProgress(
+      u"one", [] { return 0; }, [] { return std::u16string(u"figures"); });
+  RunWithProgress(u"two", [&] {
+    EXPECT_FALSE(Control(kControlProgressFigures).visible);
+    return 0;
+  });
+}
+
+TEST_F(Runner, WithoutTheExtensionNothingIsAdded) {
+  fake_.registry.PutDword(kExtensionsPath, u"progressline", 0);
+  std::atomic<bool> asked = false;
+  RunWithProgress(
+      u"title",
+      [&] {
+        EXPECT_FALSE(Control(kControlProgressFigures).visible);
+        RefreshProgressFigures();
+        SetProgressRange(4, RangeCovers::kWholeOperation);
+        SetProgressPosition(2);
+        fake_.clock.Advance(10000);
+        SetProgressPosition(3);
+        EXPECT_EQ(Control(kControlProgressBar).text, u"");
+        EXPECT_EQ(Control(kControlProgressBar).position, 3);
+        return 0;
+      },
+      [&] {
+        asked = true;
+        return std::u16string(u"figures");
+      });
+  EXPECT_FALSE(asked);
+}
+
+TEST_F(Runner, BarSaysHowMuchOfItsRangeIsDone) {
+  RunWithProgress(u"title", [&] {
+    EXPECT_EQ(Control(kControlProgressBar).text, u"");
+    SetProgressRange(350);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"0%");
+    fake_.clock.Advance(10000);
+    SetProgressPosition(120);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"34%") << "whatever comes after this part";
+    SetProgressPosition(349);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"99%");
+    SetProgressPosition(351);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"100%");
+    SetProgressRange(3);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"0%");
+    return 0;
+  });
+}
+
+TEST_F(Runner, BarSaysWhatIsLeftOfAWholeOperation) {
+  RunWithProgress(u"title", [&] {
+    SetProgressRange(200000, RangeCovers::kWholeOperation);
+    for (std::uint64_t second = 1; second <= 5; ++second) {
+      fake_.clock.Advance(1000);
+      SetProgressPosition(second * 10000);
+      if (second == 2) {
+        EXPECT_EQ(Control(kControlProgressBar).text, u"10%");
+      }
+    }
+    EXPECT_EQ(Control(kControlProgressBar).text, u"25%, 0:15 left");
     return 0;
   });
 }

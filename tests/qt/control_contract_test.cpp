@@ -236,6 +236,18 @@ TEST_P(ControlContract, ProgressBarShowsTheLastPosition) {
   EXPECT_EQ(Read(kControlBar).position, 10);
 }
 
+TEST_P(ControlContract, ProgressBarHasTheTextThatWasWritten) {
+  EXPECT_EQ(Read(kControlBar).text, u"");
+  Write(kControlBar, port::Range{400});
+  Write(kControlBar, port::Position{132});
+  EXPECT_EQ(Read(kControlBar).text, u"") << "nobody wrote one";
+  Write(kControlBar, port::Text{u"33%, 0:12 left"});
+  EXPECT_EQ(Read(kControlBar).text, u"33%, 0:12 left");
+  EXPECT_EQ(Read(kControlBar).position, 132);
+  Write(kControlBar, port::Text{u""});
+  EXPECT_EQ(Read(kControlBar).text, u"");
+}
+
 TEST_P(ControlContract, CheckListHasATickForEveryRow) {
   using Checks = std::vector<bool>;
   Show();
