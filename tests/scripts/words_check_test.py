@@ -14,6 +14,7 @@ FOUND = ['/wo' + 'rk/notes.md', 'as the sp' + 'ec says', 'by the Specifica' + 't
          'see Pa' + 'rt 3.3', 'fixes iss' + 'ue #12', 'a RUL' + 'ING of May', '/ro' + 'ot/x']
 FINE = ['a specific word, especially inspected', 'the session ends', 'text helpers', 'part 1.2 of a mail',
         'this is an issue', 'a part of 3', '/home/me/work', 'homework/']
+LICENCE = 'SPDX-License-Identifier: ' + 'GPL-3.0-or-later'
 NAME = ['-c', 'user.name=Ann', '-c', 'user.email=ann@example.org']
 
 
@@ -26,11 +27,11 @@ class WordsCheck(unittest.TestCase):
         self.environment = {key: value for key, value in os.environ.items()
                             if not key.startswith('GIT_')}
         (self.root / 'scripts').mkdir()
-        for name in ('check', 'layers.py'):
+        for name in ('check', 'layers.py', 'licence.py'):
             shutil.copy2(TREE / 'scripts' / name, self.root / 'scripts' / name)
         shutil.copy2(TREE / '.clang-format', self.root)
         self.write('scripts/layers.txt', 'util:\n')
-        self.write('util/text.h', '#pragma once\n')
+        self.write('util/text.h', '// %s\n#pragma once\n' % LICENCE)
         self.git('init', '-q')
         self.git('add', '-A')
         self.git(*NAME, 'commit', '-qm', 'A beginning')
@@ -84,6 +85,13 @@ class WordsCheck(unittest.TestCase):
         self.write('util/up.h', '#include "app/x.h"\n')
         status, output = self.check('layers', 'words')
         self.assertEqual((status, output.count('util/up.h:1: ')), (1, 1))
+
+    def test_the_licence_is_one_of_the_checks(self):
+        self.assertEqual(self.check('licence'), (0, 'Clean: licence.\n'))
+        self.write('util/none.h', '#pragma once\n')
+        for arguments in (('licence',), ('--changed', 'licence'), ()):
+            status, output = self.check(*arguments)
+            self.assertEqual((status, output.count('util/none.h: ')), (1, 1), arguments)
 
     def test_the_other_hook_stays(self):
         self.write('.git/hooks/pre-commit', '#!/bin/sh\n')
