@@ -77,6 +77,7 @@ void RefreshViews(const Prefs& old, bool decoding_changed) {
   const bool article = ArticleViewChanged(old, decoding_changed);
   if (threads && tab == port::kThreadTab) ShowThreadView();
   if (article && tab == port::kArticleTab) DisplayCurrentArticle({});
+  RefreshStartGuide();
 }
 
 void StoreExtensions(const EditedPrefs& edited) {

@@ -19,6 +19,7 @@
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "base/subscriptions.h"
+#include "groups/group_list.h"
 #include "port/dialogs.h"
 #include "port/platform.h"
 #include "res/resource.h"
@@ -179,6 +180,7 @@ void RunQuickSetup() {
   gPrefs = std::move(copy);
   WritePreferences();
   ScheduleAutoDownload();
+  RefreshStartGuide();
   if (gPrefs->numgroups == 0) TellOfGroups();
 }
 

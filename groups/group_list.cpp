@@ -13,6 +13,7 @@
 #include "article/view.h"
 #include "base/box_owner.h"
 #include "base/changes.h"
+#include "base/extensions.h"
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
@@ -20,6 +21,7 @@
 #include "base/wait_cursor.h"
 #include "groups/marking.h"
 #include "groups/newsgroups.h"
+#include "groups/start_guide.h"
 #include "killfile/entry_dialog.h"
 #include "port/dialogs.h"
 #include "port/list_view.h"
@@ -65,6 +67,13 @@ void FillRows(int selected) {
     rows[i] = {gPrefs->groups[i], CountsText(i), BoxFor(checked)};
   }
   gPlatform->group_list.Fill(std::move(rows), selected);
+  RefreshStartGuide();
+}
+
+std::uint64_t StoredArticles() {
+  std::uint64_t articles = 0;
+  for (const auto& info : gReadInfo) articles += info->totalCount;
+  return articles;
 }
 
 std::optional<GroupIndex> SelectedGroup() {
@@ -236,11 +245,23 @@ void FillGroupList() {
   FillRows(gPlatform->group_list.SelectedRow());
 }
 
+void FillGroupListAt(std::optional<GroupIndex> group) {
+  FillRows(RowOf(group));
+}
+
 void RefreshGroupCounts() {
   gPlatform->windows.SetStatusText(QueuedPostsText());
   std::vector<std::u16string> counts(gPrefs->numgroups);
   for (std::size_t i = 0; i < counts.size(); ++i) counts[i] = CountsText(i);
   gPlatform->group_list.SetCounts(std::move(counts));
+  RefreshStartGuide();
+}
+
+// With articles there are no steps, whatever the extension says.
+void RefreshStartGuide() {
+  std::vector<port::GuideStep> steps = GuideSteps(*gPrefs, StoredArticles());
+  if (!steps.empty() && ReadExtensions().startguide == 0) steps.clear();
+  gPlatform->group_list.SetGuide(std::move(steps));
 }
 
 // The list may have been filled since the user's click. Then the row is another group's, and the

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,8 +15,15 @@ namespace quillet {
 void CreateGroupList();
 // Fills it anew; the row that is selected stays so.
 void FillGroupList();
+// The same with that group's row selected; without a group none is.
+void FillGroupListAt(std::optional<GroupIndex> group);
 // Counts, status line and queued posts, rows and boxes untouched.
 void RefreshGroupCounts();
+
+// The steps to the first article, below the rows: while no group has an article, and the extension
+// is on. After whatever changes servers, groups, counts or that choice; filling the list and
+// refreshing its counts do it too.
+void RefreshStartGuide();
 
 // The user has changed the box of a row, which showed the group of that name.
 void HandleRowChecked(std::uint32_t row, bool checked, std::u16string_view name);

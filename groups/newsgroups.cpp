@@ -39,15 +39,6 @@ bool DropGroup(Prefs& prefs, GroupIndex group) {
   });
 }
 
-// --- Judging names -------------------------------------------------------------------------------
-
-// The store knows groups by their 8-bit names.
-bool IsSubscribed(std::u16string_view name) {
-  return std::ranges::any_of(gPrefs->groups, [wanted = Narrow(name)](const std::u16string& group) {
-    return Narrow(group) == wanted;
-  });
-}
-
 }  // namespace
 
 void RemoveNewsgroupFromPrefs(GroupIndex group) {
@@ -57,6 +48,14 @@ void RemoveNewsgroupFromPrefs(GroupIndex group) {
   ClearThreadView();
   PostToMainWindow(kUserRefillGroupList);
   WritePreferences();
+}
+
+std::optional<GroupIndex> FindNewsgroup(std::u16string_view name) {
+  const std::string wanted = Narrow(name);
+  for (std::size_t i = 0; i < gPrefs->groups.size(); ++i) {
+    if (Narrow(gPrefs->groups[i]) == wanted) return GroupAt(i);
+  }
+  return std::nullopt;
 }
 
 std::u16string JudgeNewGroupName(std::u16string& name) {
@@ -80,7 +79,7 @@ std::u16string JudgeNewGroupName(std::u16string& name) {
            u"the name anew.";
   }
   if (std::u16string refusal = RefusalOf(name); !refusal.empty()) return refusal;
-  if (IsSubscribed(name)) {
+  if (FindNewsgroup(name)) {
     return FormatWide(u"The newsgroup \"%ls\" is already in your list.", name);
   }
   return {};

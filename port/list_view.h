@@ -7,6 +7,7 @@
 // every write does nothing.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,6 +24,15 @@ struct ListRow {
   std::u16string name;
   std::u16string counts;  // second column
   CheckState check = CheckState::kUnchecked;
+};
+
+// What is to be done next, as a link: following it is the command, as from a menu. The display says
+// of a done one that it is.
+struct GuideStep {
+  std::u16string text;
+  std::uint32_t command = 0;
+  bool done = false;
+  bool operator==(const GuideStep&) const = default;
 };
 
 struct ListColumn {
@@ -44,6 +54,9 @@ class ListView {
   // Replaces the boxes of the rows from `first` on, as far as there are rows. Tells nothing.
   virtual void SetCheckStates(int first, std::vector<CheckState> states) = 0;
   virtual int SelectedRow() = 0;  // -1: none
+  // Shows these steps, in their order, in the space below the rows; none: nothing. They never take
+  // room from a row, and are hidden as long as the rows leave none for them.
+  virtual void SetGuide(std::vector<GuideStep> steps) = 0;
 };
 
 }  // namespace quillet::port

@@ -218,6 +218,7 @@ void MainWindow::PlaceToolbar() {
 
 void MainWindow::CreateTabs(port::TabPlacement placement) {
   delete tabs_;
+  delete guide_;
   delete list_;
   delete toolbar_;
   margin_ = QSize(0, 0);
@@ -281,6 +282,7 @@ GroupTable::Told MainWindow::ListTold() {
 void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
                                  std::u16string_view face, int font_size_index) {
   if (!group_pane_) return;
+  delete guide_;
   delete list_;
   list_ = new GroupTable(ListTold(), group_pane_);
   list_->setStyle(style());
@@ -293,6 +295,8 @@ void MainWindow::CreateGroupList(std::span<const port::ListColumn, 2> columns,
   layout->activate();
   list_->SetColumns(columns);
   list_->show();  // now: what is not shown yet does not keep the focus
+  guide_ = new StartGuide(
+      *list_, [this](std::uint32_t command) { Post(port::MessageKind::kCommand, command); });
   if (tabs_ && tabs_->Selected() == port::kGroupTab) list_->setFocus();
 }
 

@@ -17,6 +17,7 @@
 #include "qt/blocked_input.h"
 #include "qt/group_table.h"
 #include "qt/image_tabs.h"
+#include "qt/start_guide.h"
 #include "qt/thread_pane.h"
 
 namespace quillet::qt {
@@ -43,6 +44,7 @@ class MainWindow final : public QMainWindow {
   void CreateGroupList(std::span<const port::ListColumn, 2> columns, std::u16string_view face,
                        int font_size_index);
   GroupTable* GroupList() const { return list_; }   // null before CreateGroupList
+  StartGuide* Guide() const { return guide_; }      // null before CreateGroupList
   TabControl* Tabs() const { return tabs_; }        // null before CreateTabs
   ThreadPane* Threads() const { return threads_; }  // null before CreateTabs
   QWidget* ViewButtons() const { return buttons_; }
@@ -92,6 +94,7 @@ class MainWindow final : public QMainWindow {
   QPointer<TabControl> tabs_;
   QPointer<QWidget> group_pane_;
   QPointer<GroupTable> list_;
+  QPointer<StartGuide> guide_;
   QPointer<ThreadPane> threads_;
   QPointer<QLabel> status_;
   QPointer<ArticlePane> article_;

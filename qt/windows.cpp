@@ -49,6 +49,7 @@ class QtListView final : public port::ListView {
   void SetCounts(std::vector<std::u16string> counts) override;
   void SetCheckStates(int first, std::vector<port::CheckState> states) override;
   int SelectedRow() override;
+  void SetGuide(std::vector<port::GuideStep> steps) override;
 
  private:
   template <class Action>
@@ -187,6 +188,12 @@ int QtListView::SelectedRow() {
   int row = -1;
   WithList([&](const GroupTable& list) { row = list.SelectedRow(); });
   return row;
+}
+
+void QtListView::SetGuide(std::vector<port::GuideStep> steps) {
+  display_.jobs.Call([&] {
+    if (display_.main && display_.main->Guide() != nullptr) display_.main->Guide()->Show(steps);
+  });
 }
 
 }  // namespace

@@ -202,6 +202,15 @@ JsonObject DescribeGroups(const port::ShownList& list) {
       .AddRaw("rows", rows.Finish());
 }
 
+JsonObject DescribeGuide(const port::ShownList& list) {
+  JsonList steps;
+  for (const port::GuideStep& step : list.guide) {
+    steps.Add(
+        JsonObject().Add("text", step.text).Add("command", step.command).Add("done", step.done));
+  }
+  return JsonObject().AddRaw("steps", steps.Finish());
+}
+
 JsonObject DescribeTabs(const port::ShownMainWindow& window) {
   JsonObject object;
   object.Add("exists", window.has_tabs).Add("placement", PlacementName(window.placement));

@@ -18,6 +18,8 @@ JsonObject DescribeBox(const port::ShownBox& box, std::string_view owner, int an
 // A sheet with the captions of its pages and the page in front.
 JsonObject DescribeDialog(const port::FakeDisplay& display, const port::ShownDialog& dialog);
 JsonObject DescribeGroups(const port::ShownList& list);
+// The first steps below its rows.
+JsonObject DescribeGuide(const port::ShownList& list);
 JsonObject DescribeTabs(const port::ShownMainWindow& window);
 JsonObject DescribeWindow(const port::ShownMainWindow& window);
 // The tables of one view: entries, buttons, accelerators.

@@ -127,6 +127,15 @@ void ActivateGroup(ScriptContext& context, Words words) {
   Require(context, context.run.display.ActivateRow(RowOf(context, words[0])));
 }
 
+void FollowStep(ScriptContext& context, Words words) {
+  RequireMainWindow(context);
+  const std::uint32_t step = NumberOf(words[0]);
+  if (step == 0 || step > context.run.display.list().guide.size()) {
+    throw MissingFailure(u"no such step: " + words[0]);
+  }
+  Require(context, context.run.display.FollowStep(step - 1));
+}
+
 void DragColumn(ScriptContext& context, Words words) {
   RequireMainWindow(context);
   const std::uint32_t column = NumberOf(words[0]);
@@ -172,13 +181,14 @@ void ActivateLink(ScriptContext& context, Words words) {
   display.Inject({display.main_window().handle, port::MessageKind::kLink, 0, 0, words[0]});
 }
 
-constexpr std::array<ScriptCommand, 11> kInput = {{
+constexpr std::array<ScriptCommand, 12> kInput = {{
     {u"command", 1, 1, false, SendCommand},
     {u"button", 1, 1, false, PressBarButton},
     {u"tick", 1, kAnyNumber, false, TickBoxes},
     {u"untick", 1, kAnyNumber, false, UntickBoxes},
     {u"select", 1, 1, false, SelectGroup},
     {u"activate", 1, 1, false, ActivateGroup},
+    {u"follow-step", 1, 1, false, FollowStep},
     {u"column", 2, 2, false, DragColumn},
     {u"tab", 1, 1, false, SelectTab},
     {u"key", 1, 1, false, PressKey},

@@ -26,6 +26,11 @@ void AskGroups(ScriptContext& context, Words /*words*/) {
   context.run.reporter.Report("groups", DescribeGroups(context.run.display.list()));
 }
 
+void AskGuide(ScriptContext& context, Words /*words*/) {
+  context.run.WaitIdle();
+  context.run.reporter.Report("guide", DescribeGuide(context.run.display.list()));
+}
+
 void AskStatus(ScriptContext& context, Words /*words*/) {
   context.run.WaitIdle();
   context.run.reporter.Report("status",
@@ -190,8 +195,9 @@ void ReportWaitCursor(ScriptContext& context, Words words) {
   context.observer.ReportWaitCursor(SwitchOf(words[0]));
 }
 
-constexpr std::array<ScriptCommand, 15> kQuestions = {{
+constexpr std::array<ScriptCommand, 16> kQuestions = {{
     {u"groups", 0, 0, false, AskGroups},
+    {u"guide", 0, 0, false, AskGuide},
     {u"status", 0, 0, false, AskStatus},
     {u"tabs", 0, 0, false, AskTabs},
     {u"window", 0, 0, false, AskWindow},

@@ -77,6 +77,14 @@ int FakeList::SelectedRow() {
   return list_.selected;
 }
 
+void FakeList::SetGuide(std::vector<GuideStep> steps) {
+  screen_.CheckThread("ListView::SetGuide");
+  const auto lock = screen_.Locked();
+  if (!list_.created || list_.guide == steps) return;
+  list_.guide = std::move(steps);
+  screen_.Changed();
+}
+
 // A column without a width of its own takes its share of the window.
 void FakeList::FitColumns() {
   if (!list_.created) return;
@@ -162,6 +170,15 @@ bool FakeList::DragColumn(int column, int width) {
   if (!ListTakesInput() || column < 0 || column > 1 || width <= 0) return false;
   list_.columns[static_cast<std::size_t>(column)].width = width;
   FitColumns();
+  screen_.Changed();
+  return true;
+}
+
+bool FakeList::FollowStep(std::size_t step) {
+  const auto lock = screen_.Locked();
+  if (!ListTakesInput() || step >= list_.guide.size()) return false;
+  screen_.queues.Post(
+      {screen_.window.handle, MessageKind::kCommand, list_.guide[step].command, 0, {}});
   screen_.Changed();
   return true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -21,6 +22,7 @@ struct ShownList {
   int font_size_index = 0;
   std::vector<ListRow> rows;
   int selected = -1;
+  std::vector<GuideStep> guide;
 };
 
 class FakeList : public ListView {
@@ -41,6 +43,8 @@ class FakeList : public ListView {
   bool SelectRow(int row);
   bool ActivateRow(int row);
   bool DragColumn(int column, int width);
+  // The link of a step, counted from 0.
+  bool FollowStep(std::size_t step);
 
   // --- the service ---
 
@@ -50,6 +54,7 @@ class FakeList : public ListView {
   void SetCounts(std::vector<std::u16string> counts) override;
   void SetCheckStates(int first, std::vector<CheckState> states) override;
   int SelectedRow() override;
+  void SetGuide(std::vector<GuideStep> steps) override;
 
  protected:
   // Locked. What the list itself does with a key, besides the key's messages.

@@ -33,6 +33,8 @@ ELSEWHERE = [
     # captions of boxes and file dialogs
     "Save trans log as",
     "Quillet CE not configured", "Finished marking server(s) read/unread",
+    # the first steps in an empty group list
+    "1. Tell Quillet your news server",
     # the status line
     "\u2026 article\u2026 queued for posting",
     # the pages of the preferences

@@ -37,6 +37,9 @@ class Subject {
   virtual void ToggleRow(int row) = 0;
   virtual void SelectRow(int row) = 0;
   virtual void ActivateRow(int row) = 0;
+  virtual void FollowStep(int step) = 0;
+  // The steps that are shown, "text" or "text, done".
+  virtual std::vector<std::u16string> ShownSteps() = 0;
   virtual void Choose(std::uint32_t command) = 0;
   virtual void Press(WindowHandle dialog, std::uint32_t control) = 0;
   virtual void Type(WindowHandle dialog, std::uint32_t control, std::u16string text) = 0;
@@ -74,6 +77,16 @@ class FakeSubject final : public Subject {
   void ToggleRow(int row) override { EXPECT_TRUE(fake_.display.ToggleRow(row)); }
   void SelectRow(int row) override { EXPECT_TRUE(fake_.display.SelectRow(row)); }
   void ActivateRow(int row) override { EXPECT_TRUE(fake_.display.ActivateRow(row)); }
+  void FollowStep(int step) override {
+    EXPECT_TRUE(fake_.display.FollowStep(static_cast<std::size_t>(step)));
+  }
+  std::vector<std::u16string> ShownSteps() override {
+    std::vector<std::u16string> shown;
+    for (const port::GuideStep& step : fake_.display.list().guide) {
+      shown.push_back(step.done ? step.text + u", done" : step.text);
+    }
+    return shown;
+  }
   void Choose(std::uint32_t command) override { EXPECT_TRUE(fake_.display.ChooseCommand(command)); }
   void Press(WindowHandle dialog, std::uint32_t control) override {
     EXPECT_TRUE(fake_.display.Press(dialog, control));
@@ -142,6 +155,22 @@ class QtSubject final : public Subject {
     OnDisplay([&] {
       QTest::mouseDClick(Table().viewport(), Qt::LeftButton, Qt::NoModifier, TextOf(row));
     });
+  }
+  void FollowStep(int step) override {
+    OnDisplay([&] {
+      StepLink* link = Main().Guide()->Links().at(static_cast<std::size_t>(step));
+      QTest::mouseClick(link, Qt::LeftButton, Qt::NoModifier, link->TextRect().center());
+    });
+  }
+  std::vector<std::u16string> ShownSteps() override {
+    std::vector<std::u16string> shown;
+    OnDisplay([&] {
+      if (!device_->display().main || Main().Guide() == nullptr) return;
+      for (const StepLink* link : Main().Guide()->Links()) {
+        if (link->isVisible()) shown.push_back(link->accessibleName().toStdU16String());
+      }
+    });
+    return shown;
   }
   void Choose(std::uint32_t command) override {
     OnDisplay([&] {
@@ -487,6 +516,37 @@ TEST_P(DisplayContract, MovedDividerIsToldForBothColumns) {
   const auto after = ToldWidths(TakeMessages(subject->Queues()));
   EXPECT_NEAR(after[0], 200, 4);
   EXPECT_EQ(after[0] + after[1], before[0] + before[1]);
+}
+
+TEST_P(DisplayContract, FollowedStepIsItsCommand) {
+  const WindowHandle window = ShowWindow();
+  const std::vector<port::GuideStep> steps = {
+      {u"1. First", 40061, true}, {u"2. Second", 40020, false}, {u"3. Third", 40008, false}};
+  subject->List().SetGuide(steps);
+  EXPECT_EQ(subject->ShownSteps(),
+            (std::vector<std::u16string>{u"1. First, done", u"2. Second", u"3. Third"}));
+  EXPECT_EQ(subject->List().SelectedRow(), -1);
+  subject->FollowStep(1);
+  ExpectOnly({{window, MessageKind::kCommand, 40020, 0, {}}});
+  subject->FollowStep(0);  // a done one too
+  ExpectOnly({{window, MessageKind::kCommand, 40061, 0, {}}});
+}
+
+TEST_P(DisplayContract, StepsAreReplacedAndTakenAway) {
+  subject->List().SetGuide({{u"before there is a list", 1, false}});
+  EXPECT_TRUE(subject->ShownSteps().empty());
+  const WindowHandle window = ShowWindow();
+  EXPECT_TRUE(subject->ShownSteps().empty());
+  subject->List().SetGuide({{u"1. First", 40061, false}, {u"2. Second", 40020, false}});
+  subject->List().SetGuide({{u"1. First", 40061, true}});
+  EXPECT_EQ(subject->ShownSteps(), std::vector<std::u16string>{u"1. First, done"});
+  subject->FollowStep(0);
+  ExpectOnly({{window, MessageKind::kCommand, 40061, 0, {}}});
+  subject->List().SetGuide({});
+  EXPECT_TRUE(subject->ShownSteps().empty());
+  subject->List().SetGuide({{u"1. First", 40061, false}});
+  CreateList(0, 0);
+  EXPECT_TRUE(subject->ShownSteps().empty());
 }
 
 TEST_P(DisplayContract, ActivatedRowIsToldWithItsNumber) {

@@ -1,5 +1,6 @@
 """Quick Setup: at the first start, by its command, and everything that can be answered."""
 
+from news_servers import NewsServer, article
 from settings import *
 
 GREETING = ('Welcome to Quillet CE! The Quick Setup Wizard will now prompt you for some basic '
@@ -255,6 +256,79 @@ class QuickSetup(Settings):
             self.ok(q)
             q.connect()
             self.assertEqual(q.groups(), [(GROUP, "checked", "6/6")])
+        self.assert_fine(q)
+
+
+class FirstSteps(Settings):
+    """What an empty list says, from the empty profile to the first articles."""
+
+    answer = QuickSetup.answer
+    GUIDE_BOX = 1222
+
+    def steps(self, q):
+        """Which of the steps are done; None: there are none."""
+        steps = q.ask("guide")["steps"]
+        if not steps:
+            return None
+        self.assertEqual([(step["text"], step["command"]) for step in steps],
+                         [("1. Tell Quillet your news server", 40061), ("2. Add a newsgroup", 40020),
+                          ("3. Connect", 40008)])
+        return [step["done"] for step in steps]
+
+    def test_lead_from_nothing_to_the_first_articles(self):
+        with NewsServer({"a.one": {n: article(n, "a.one") for n in (1, 2, 3)}}) as server:
+            with self.run_quillet(hold=True) as q:
+                q.expect(GREETING, "cancel")
+                q.expect(GREETING, "ok")
+                q.start()
+                self.assertEqual(self.steps(q), [False, False, False])
+                q.do("follow-step 3")  # the command's own message
+                q.do("wait")
+                self.assertTrue(q.boxes()[-1][1].startswith("You do not have any groups"))
+                q.do("follow-step 1")
+                q.wait_dialog(SETUP_1)
+                q.set(SETUP_PORT, str(server.port))
+                self.answer(q, "127.0.0.1")
+                q.wait_dialog(SETUP_2)
+                q.press(OK)
+                self.assertEqual(q.boxes()[-1][1], DONE)
+                self.assertEqual(self.steps(q), [True, False, False])
+                q.do("follow-step 2")
+                q.wait_dialog(122)
+                q.set(1001, "a.one")
+                q.press(OK)
+                self.assertEqual(self.steps(q), [True, True, False])
+                q.do("follow-step 3")
+                q.do("wait")
+                self.assertEqual(q.groups(), [("a.one", "checked", "3/3")])
+                self.assertEqual(self.steps(q), None)
+                q.expect("Really delete all articles in checked groups?", "yes")
+                q.do("command 40015")
+                q.do("wait")
+                self.assertEqual(self.steps(q), [True, True, False])
+        self.assert_fine(q)
+
+    def test_are_there_with_groups_and_go_for_an_import(self):
+        path = self.profile.parent / (self.profile.name + ".mbox")
+        path.write_bytes(b"From x\nFrom: a@x.example\nSubject: s\nMessage-ID: <1@x>\n"
+                         b"Newsgroups: a.one\n\ntext\n")
+        with self.run_with(groups=["a.one"]) as q:
+            self.assertEqual(self.steps(q), [True, True, False])
+            q.do('expect-open "%s"' % path)
+            q.do("command 40060")
+            q.do("wait")
+            self.assertEqual(q.groups(), [("a.one", "checked", "1/1")])
+            self.assertEqual(self.steps(q), None)
+        self.assert_fine(q)
+
+    def test_are_switched_off_and_on(self):
+        with self.run_with(groups=["a.one"], values={"Extensions\\startguide": 0}) as q:
+            self.assertEqual(self.steps(q), None)
+            for change, steps in (("tick", [True, True, False]), ("untick", None)):
+                self.open_sheet(q, "Extensions")
+                q.do("%s %d" % (change, self.GUIDE_BOX))
+                q.press(OK)
+                self.assertEqual(self.steps(q), steps)
         self.assert_fine(q)
 
 
