@@ -30,6 +30,7 @@
 #include "base/views.h"
 #include "base/window_procedures.h"
 #include "groups/group_list.h"
+#include "groups/news_links.h"
 #include "nntp/connect.h"
 #include "nntp/error_log.h"
 #include "nntp/mbox_import.h"
@@ -261,8 +262,8 @@ void ScheduledDownload() {
   ConnectCommand(false);
 }
 
-void HandleUser(std::uint32_t id) {
-  switch (id) {
+void HandleUser(const port::Message& message) {
+  switch (message.id) {
     case kUserScheduledDownload:
       return WantScheduledDownload();
     case kUserScheduledTurn:
@@ -281,6 +282,8 @@ void HandleUser(std::uint32_t id) {
       return ShowPendingPosts();
     case kUserOfferDraft:
       return OfferDraft();
+    case kUserNewsLink:
+      return OpenNewsLink(message.text);
     default:
       return;
   }
@@ -301,7 +304,7 @@ void DeleteOnQuit() {
 void DestroyQuilletWindow() {
   CloseEditorForQuit();
   ShutDown();
-  gPlatform->shell.SetInstanceWindow(0, 0);
+  gPlatform->shell.SetInstanceWindow(0, {});
   CloseErrorLog();
   DestroyMainWindow();
   gPlatform->messages.PostQuit(0);
@@ -352,7 +355,7 @@ void MainWindowProcedure(const port::Message& message) {
       return LayOutWindow();
     }
     case port::MessageKind::kUser:
-      return HandleUser(message.id);
+      return HandleUser(message);
     case port::MessageKind::kClose:
       return CloseMainWindow(message.detail != kCloseAfterCriticalError);
     case port::MessageKind::kEndSession:
@@ -373,7 +376,8 @@ bool CreateQuilletWindow() {
   KeepInsideSize(inside);
   SetProcedure(window, MainWindowProcedure);
   gMainWindow = window;
-  gPlatform->shell.SetInstanceWindow(window, kUserScheduledDownload);
+  gPlatform->shell.SetInstanceWindow(window,
+                                     {.download = kUserScheduledDownload, .link = kUserNewsLink});
   return true;
 }
 

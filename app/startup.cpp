@@ -100,7 +100,7 @@ int MainLoop() {
 int EndBeforeTheLoop() {
   CloseDatabases();
   UnloadCompressionLibrary();
-  gPlatform->shell.SetInstanceWindow(0, 0);
+  gPlatform->shell.SetInstanceWindow(0, {});
   DestroyMainWindow();
   return 0;
 }
@@ -156,6 +156,13 @@ void AdvanceOneDay(port::CalendarTime& time) {
   ++time.year;
 }
 
+// As one that a later start hands over: when the loop comes to it.
+void OpenGivenLink() {
+  const std::u16string link = gPlatform->shell.Link();
+  if (link.empty()) return;
+  gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, kUserNewsLink, 0, link});
+}
+
 // The program from its first step to its exit code.
 int RunOnce() {
   const bool scheduled = gPlatform->shell.CommandLine() == port::kScheduledCommandLine;
@@ -189,6 +196,7 @@ int RunOnce() {
   // A question would keep the next scheduled connections waiting for somebody to answer it.
   scheduled ? OfferDraftWhenSomebodyIsThere() : OfferDraftSoon();
   if (gPrefs->numservers == 0 && gMainWindow != 0) RunQuickSetup();
+  OpenGivenLink();
   // A session that ended while there was no window to tell.
   if (SessionEnding()) BeginSessionEnd();
   return MainLoop();

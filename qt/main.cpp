@@ -39,7 +39,7 @@ int RunInWindow(const Arguments& arguments, char** argv) {
     return 1;
   }
   quillet::port::LinuxServices services(profile, arguments.CommandLine(),
-                                        quillet::port::OwnExecutable());
+                                        quillet::port::OwnExecutable(), arguments.link);
   const QString no_display = quillet::qt::DisplayProblem();
   if (!no_display.isEmpty()) return EndWithoutDisplay(services, no_display);
   int application_argc = 1;  // the program's own arguments are no business of the toolkit

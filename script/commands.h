@@ -4,6 +4,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "script/observer.h"
 #include "script/script_run.h"
@@ -15,6 +16,8 @@ struct ScriptContext {
   ScriptObserver& observer;
   std::function<int()> program;  // what `start` starts
   bool input_ended = false;      // set by `end`
+  // Hands a link over as a later start does.
+  std::function<void(std::u16string_view link)> give_link = {};
 };
 
 using Words = std::span<const std::u16string>;

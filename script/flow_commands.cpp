@@ -116,6 +116,10 @@ void CancelProgress(ScriptContext& context, Words words) {
   context.observer.CancelAfter(NumberOf(words[1]));
 }
 
+void GiveLink(ScriptContext& context, Words words) {
+  context.give_link(words[0]);
+}
+
 void Close(ScriptContext& context, Words /*words*/) {
   context.run.WaitReadyForInput();
   if (!context.run.display.CloseMainWindow()) {
@@ -139,7 +143,7 @@ void End(ScriptContext& context, Words /*words*/) {
   context.input_ended = true;
 }
 
-constexpr std::array<ScriptCommand, 13> kFlow = {{
+constexpr std::array<ScriptCommand, 14> kFlow = {{
     {u"start", 0, 0, true, StartProgram},
     {u"wait", 0, 1, false, Wait},
     {u"wait-dialog", 0, 1, false, WaitDialog},
@@ -149,6 +153,7 @@ constexpr std::array<ScriptCommand, 13> kFlow = {{
     {u"timeout", 1, 1, true, SetTimeout},
     {u"expect", 2, 5, true, Expect},
     {u"cancel-progress", 0, 2, true, CancelProgress},
+    {u"give-link", 1, 1, true, GiveLink},
     {u"close", 0, 0, false, Close},
     {u"close-now", 0, 0, false, CloseNow},
     {u"end-session", 0, 0, false, EndSession},

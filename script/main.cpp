@@ -73,7 +73,8 @@ void EndRun(ScriptRun& run) {
 
 // The end of the run is the end of the object, so that all threads are gone at its return.
 int RunScript(const ScriptOptions& options, const port::Profile& profile, std::FILE* log) {
-  port::LinuxServices services(profile, options.program.CommandLine(), port::OwnExecutable());
+  port::LinuxServices services(profile, options.program.CommandLine(), port::OwnExecutable(),
+                               options.program.link);
   Reporter reporter(stdout, log);
   InputLines input(STDIN_FILENO);
   port::FakeDisplay display(services.queues);
@@ -100,6 +101,7 @@ int RunScript(const ScriptOptions& options, const port::Profile& profile, std::F
   reporter.Report("started",
                   JsonObject().Add("pid", static_cast<int>(getpid())).Add("profile", profile.name));
   ScriptContext context{run, observer, RunQuillet};
+  context.give_link = [&](std::u16string_view link) { services.shell.RequestLink(link); };
   if (!options.hold) run.Start(RunQuillet);
   ReadCommands(context, input);
   EndRun(run);

@@ -71,8 +71,10 @@ ScriptOptions Wrong(ScriptOptions options, std::string error) {
 ScriptOptions ParseScriptOptions(int argc, const char* const* argv) {
   ScriptOptions options;
   std::vector<const char*> others = {argc > 0 ? argv[0] : "quillet-script"};
+  bool own = true;  // until "--"
   for (int i = 1; i < argc; ++i) {
-    const Option* option = FindOption(argv[i]);
+    own = own && std::string_view(argv[i]) != "--";
+    const Option* option = own ? FindOption(argv[i]) : nullptr;
     if (option == nullptr) {
       others.push_back(argv[i]);
       continue;
@@ -96,7 +98,7 @@ ScriptOptions ParseScriptOptions(int argc, const char* const* argv) {
 
 std::string ScriptHelpText() {
   return FormatNarrow(
-      "Usage: quillet-script --profile DIR [OPTION...] [%s]\n"
+      "Usage: quillet-script --profile DIR [OPTION...] [%s | LINK]\n"
       "\n"
       "Runs Quillet CE with a scripted display: commands on standard input, one JSON object a\n"
       "line on standard output. See quillet-script(1).\n"
@@ -109,7 +111,8 @@ std::string ScriptHelpText() {
       "  --hold             do not start the program before the line \"start\"\n"
       "  --help             print this text\n"
       "  --version          print the version\n"
-      "  %s       start a download, in the running program if there is one\n",
+      "  %s       start a download, in the running program if there is one\n"
+      "  LINK               open a \"news:\" or \"nntp:\" link there\n",
       port::kScheduledCommandLine, port::kScheduledCommandLine);
 }
 

@@ -14,13 +14,19 @@ class ScriptShell final : public port::Shell {
   ScriptShell(port::Shell& shell, Reporter& reporter) : shell_(shell), reporter_(reporter) {}
 
   std::u16string CommandLine() override { return shell_.CommandLine(); }
+  std::u16string Link() override { return shell_.Link(); }
   bool ForwardToOtherInstance(bool scheduled_download) override {
     const bool forwarded = shell_.ForwardToOtherInstance(scheduled_download);
-    if (forwarded) reporter_.Report("forwarded", JsonObject().Add("download", scheduled_download));
-    return forwarded;
+    if (!forwarded) return false;
+    JsonObject told;
+    told.Add("download", scheduled_download);
+    if (!shell_.Link().empty()) told.Add("link", shell_.Link());
+    reporter_.Report("forwarded", told);
+    return true;
   }
-  void SetInstanceWindow(port::WindowHandle window, std::uint32_t scheduled_message) override {
-    shell_.SetInstanceWindow(window, scheduled_message);
+  void SetInstanceWindow(port::WindowHandle window,
+                         const port::InstanceMessages& messages) override {
+    shell_.SetInstanceWindow(window, messages);
   }
   // No browser appears during a scripted run; what would not be opened is refused all the same.
   bool OpenLink(std::u16string_view target) override {

@@ -1,6 +1,7 @@
 #include "port/fake/fake_services.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "util/text.h"
 
@@ -70,9 +71,9 @@ bool FakeShell::ForwardToOtherInstance(bool scheduled_download) {
   return other_instance;
 }
 
-void FakeShell::SetInstanceWindow(WindowHandle window, std::uint32_t message) {
+void FakeShell::SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) {
   instance_window = window;
-  scheduled_message = message;
+  instance_messages = messages;
   Deliver();
 }
 
@@ -86,10 +87,19 @@ void FakeShell::ScheduledStartElsewhere() {
   Deliver();
 }
 
+void FakeShell::LinkElsewhere(std::u16string_view given) {
+  waiting_links_.emplace_back(given);
+  Deliver();
+}
+
 void FakeShell::Deliver() {
   if (instance_window == 0) return;
   for (; waiting_ > 0; --waiting_) {
-    queues_.Post({instance_window, MessageKind::kUser, scheduled_message, 0, {}});
+    queues_.Post({instance_window, MessageKind::kUser, instance_messages.download, 0, {}});
+  }
+  for (std::u16string& given : std::exchange(waiting_links_, {})) {
+    queues_.Post(
+        {instance_window, MessageKind::kUser, instance_messages.link, 0, std::move(given)});
   }
 }
 

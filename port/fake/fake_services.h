@@ -65,15 +65,19 @@ class FakeShell final : public Shell {
   explicit FakeShell(ThreadQueues& queues) : queues_(queues) {}
 
   std::u16string CommandLine() override { return command_line; }
+  std::u16string Link() override { return link; }
   bool ForwardToOtherInstance(bool scheduled_download) override;
-  void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) override;
+  void SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) override;
   bool OpenLink(std::u16string_view target) override;
 
   // A later instance with the scheduled command line calls: its message comes to the instance
   // window, or waits until there is one.
   void ScheduledStartElsewhere();
+  // The same for one with a link.
+  void LinkElsewhere(std::u16string_view given);
 
   std::u16string command_line;
+  std::u16string link;
   bool other_instance = false;
   bool link_result = true;
 
@@ -81,13 +85,14 @@ class FakeShell final : public Shell {
   std::vector<bool> forwards;
   std::vector<std::u16string> links;
   WindowHandle instance_window = 0;
-  std::uint32_t scheduled_message = 0;
+  InstanceMessages instance_messages;
 
  private:
   void Deliver();
 
   ThreadQueues& queues_;
   int waiting_ = 0;
+  std::vector<std::u16string> waiting_links_;
 };
 
 }  // namespace quillet::port

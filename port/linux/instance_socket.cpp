@@ -15,7 +15,7 @@
 namespace quillet::port {
 namespace {
 
-constexpr std::size_t kLineLimit = 512;
+constexpr std::size_t kLineLimit = 8192;
 constexpr int kBacklog = 8;
 
 FileDescriptor NewSocket() {

@@ -17,7 +17,7 @@ FileDescriptor ConnectTo(const std::string& path);
 // The next connection of this user; invalid when it was somebody else's or none waits.
 FileDescriptor AcceptFrom(int listener);
 
-// One line, without its line end, of at most 512 bytes; empty when none came within the limit.
+// One line, without its line end, of at most 8,192 bytes; empty when none came within the limit.
 std::string ReceiveLine(int socket, int limit_ms);
 // Never blocks: a line is far smaller than the buffer of a new connection.
 bool SendLine(int socket, std::string_view line);

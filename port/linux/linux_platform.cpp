@@ -8,11 +8,11 @@
 namespace quillet::port {
 
 LinuxServices::LinuxServices(const Profile& profile, std::u16string command_line,
-                             const std::string& program)
+                             const std::string& program, std::u16string link)
     : queues(clock),
       files(profile.data_folder),
       registry(profile.RegistryFile()),
-      shell(profile, std::move(command_line), queues),
+      shell(profile, std::move(command_line), std::move(link), queues),
       scheduler(profile, program, clock, [this] { shell.RequestDownload(); }),
       mail(profile.data_folder, [this] { return sockets.interrupts(); }),
       contacts(profile.data_folder),

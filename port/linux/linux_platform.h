@@ -29,7 +29,8 @@ namespace quillet::port {
 class LinuxServices {
  public:
   // `program` is the native path of the executable that the scheduler starts.
-  LinuxServices(const Profile& profile, std::u16string command_line, const std::string& program);
+  LinuxServices(const Profile& profile, std::u16string command_line, const std::string& program,
+                std::u16string link = {});
   LinuxServices(const LinuxServices&) = delete;
   LinuxServices& operator=(const LinuxServices&) = delete;
   ~LinuxServices();

@@ -21,6 +21,7 @@
 #include "port/linux/instance_socket.h"
 #include "port/linux/native_files.h"
 #include "port/linux/opener_link.h"
+#include "util/news_link.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -30,6 +31,8 @@ using namespace std::chrono_literals;
 
 constexpr std::string_view kRaise = "raise";
 constexpr std::string_view kRaiseAndDownload = "raise+download";
+constexpr std::string_view kLink = "link";
+constexpr std::string_view kNoToken = "-";
 constexpr std::string_view kAnswer = "ok";
 constexpr auto kForwardLimit = 1500ms;
 constexpr auto kRetryAfter = 50ms;
@@ -87,20 +90,52 @@ std::string ActivationToken() {
   return {};
 }
 
-// The token behind "raise" and a blank; nothing when the request is another one.
-std::optional<std::string> TokenOf(const std::string& request) {
-  if (request == kRaise) return std::string();
-  if (!request.starts_with(kRaise) || request[kRaise.size()] != ' ') return std::nullopt;
-  std::string token = request.substr(kRaise.size() + 1);
-  if (HasControlCharacter(token)) return std::nullopt;
-  return token;
+struct Request {
+  std::string token;
+  bool download = false;
+  std::u16string link;
+};
+
+// A token with a blank would not be told from the link behind it.
+std::string LinkRequest(const std::string& token, const std::u16string& link) {
+  const bool none = token.empty() || token.find(' ') != token.npos;
+  return std::string(kLink) + " " + (none ? std::string(kNoToken) : token) + " " + ToUtf8(link);
+}
+
+// What stands behind the word and a blank; nothing for another word.
+std::optional<std::string_view> Behind(std::string_view word, std::string_view line) {
+  if (!line.starts_with(word)) return std::nullopt;
+  line.remove_prefix(word.size());
+  if (!line.starts_with(' ')) return std::nullopt;
+  return line.substr(1);
+}
+
+std::optional<Request> ParseLinkRequest(std::string_view rest) {
+  const std::size_t blank = rest.find(' ');
+  if (blank == rest.npos || !IsNewsLink(rest.substr(blank + 1))) return std::nullopt;
+  Request request;
+  if (rest.substr(0, blank) != kNoToken) request.token = rest.substr(0, blank);
+  request.link = FromUtf8(rest.substr(blank + 1));
+  return request;
+}
+
+// Nothing for what nobody of us sends.
+std::optional<Request> ParseRequest(std::string_view line) {
+  if (HasControlCharacter(line)) return std::nullopt;
+  if (line == kRaise) return Request{};
+  if (line == kRaiseAndDownload) return Request{{}, true, {}};
+  if (const auto token = Behind(kRaise, line)) return Request{std::string(*token), false, {}};
+  const auto link = Behind(kLink, line);
+  return link ? ParseLinkRequest(*link) : std::nullopt;
 }
 
 }  // namespace
 
-LinuxShell::LinuxShell(Profile profile, std::u16string command_line, MessageQueue& messages)
+LinuxShell::LinuxShell(Profile profile, std::u16string command_line, std::u16string link,
+                       MessageQueue& messages)
     : profile_(std::move(profile)),
       command_line_(std::move(command_line)),
+      link_(std::move(link)),
       activation_token_(ActivationToken()),
       messages_(messages) {}
 
@@ -122,9 +157,12 @@ bool LinuxShell::ForwardToOtherInstance(bool scheduled_download) {
   FileDescriptor file = OpenLockFile(profile_);
   if (!file.valid()) return false;
   std::vector<std::string> requests{std::string(scheduled_download ? kRaiseAndDownload : kRaise)};
-  // First with the token. An owner of an earlier version hangs up on that one.
+  // First with all that there is. An owner of an earlier version hangs up on what it does not know.
   if (!scheduled_download && !activation_token_.empty()) {
     requests.insert(requests.begin(), std::string(kRaise) + " " + activation_token_);
+  }
+  if (!scheduled_download && !link_.empty()) {
+    requests.insert(requests.begin(), LinkRequest(activation_token_, link_));
   }
   const auto end = std::chrono::steady_clock::now() + kForwardLimit;
   // The owner may be about to listen, or about to end: both are tried until one holds.
@@ -165,15 +203,15 @@ void LinuxShell::Serve() {
 }
 
 void LinuxShell::Answer(int client) {
-  const std::string request = ReceiveLine(client, kRequestLimitMs);
-  const std::optional<std::string> token = TokenOf(request);
-  if (!token && request != kRaiseAndDownload) return;
+  std::optional<Request> request = ParseRequest(ReceiveLine(client, kRequestLimitMs));
+  if (!request) return;
   SendLine(client, kAnswer);
   {
     const std::lock_guard lock(mutex_);
     raise_wanted_ = true;
-    raise_token_ = token.value_or(std::string());
-    if (request == kRaiseAndDownload) ++downloads_wanted_;
+    raise_token_ = std::move(request->token);
+    if (request->download) ++downloads_wanted_;
+    if (!request->link.empty()) links_wanted_.push_back(std::move(request->link));
   }
   Deliver();
 }
@@ -193,7 +231,10 @@ void LinuxShell::Deliver() {
     raise = std::exchange(raise_wanted_, false);
     token = std::exchange(raise_token_, {});
     for (; downloads_wanted_ > 0; --downloads_wanted_) {
-      messages_.Post({window_, MessageKind::kUser, scheduled_message_, 0, {}});
+      messages_.Post({window_, MessageKind::kUser, messages_of_instance_.download, 0, {}});
+    }
+    for (std::u16string& link : std::exchange(links_wanted_, {})) {
+      messages_.Post({window_, MessageKind::kUser, messages_of_instance_.link, 0, std::move(link)});
     }
     if (std::exchange(end_wanted_, false)) {
       messages_.Post({window_, MessageKind::kEndSession, 0, 0, {}});
@@ -202,11 +243,11 @@ void LinuxShell::Deliver() {
   if (raise) Raise(token);
 }
 
-void LinuxShell::SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) {
+void LinuxShell::SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) {
   {
     const std::lock_guard lock(mutex_);
     window_ = window;
-    scheduled_message_ = scheduled_message;
+    messages_of_instance_ = messages;
   }
   Deliver();
 }
@@ -215,6 +256,14 @@ void LinuxShell::RequestDownload() {
   {
     const std::lock_guard lock(mutex_);
     ++downloads_wanted_;
+  }
+  Deliver();
+}
+
+void LinuxShell::RequestLink(std::u16string_view link) {
+  {
+    const std::lock_guard lock(mutex_);
+    links_wanted_.emplace_back(link);
   }
   Deliver();
 }

@@ -2,10 +2,11 @@
 //
 // The owner of a profile holds a lock on "instance.lock" in its configuration folder; the lock goes
 // with the process. It listens on the socket whose path stands in the lock file; a later instance
-// sends it one line, "raise" or "raise+download", and waits a moment for its "ok". Behind "raise"
-// and a blank may stand the desktop's token for the start of the later instance
+// sends it one line, "raise", "raise+download" or "link", and waits a moment for its "ok". Behind
+// "raise" and a blank may stand the desktop's token for the start of the later instance
 // (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID): without it a desktop that guards the focus leaves
-// the window where it is.
+// the window where it is. Behind "link" and a blank stand the token, "-" for none, a blank and the
+// link; an owner of an earlier version, which knows no links, is raised.
 #pragma once
 
 #include <functional>
@@ -13,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "port/linux/file_descriptor.h"
 #include "port/linux/profile.h"
@@ -24,7 +26,8 @@ namespace quillet::port {
 class LinuxShell final : public Shell {
  public:
   // The queues must outlive the shell.
-  LinuxShell(Profile profile, std::u16string command_line, MessageQueue& messages);
+  LinuxShell(Profile profile, std::u16string command_line, std::u16string link,
+             MessageQueue& messages);
   ~LinuxShell() override;
 
   // How a window is raised, with the token or without one (empty); called on the shell's own
@@ -33,10 +36,11 @@ class LinuxShell final : public Shell {
   void SetRaise(std::function<void(const std::string& token)> raise);
 
   std::u16string CommandLine() override { return command_line_; }
+  std::u16string Link() override { return link_; }
   // Takes two seconds at most, also when the owner does not answer. False also when no lock can be
   // had at all (a folder that cannot be written).
   bool ForwardToOtherInstance(bool scheduled_download) override;
-  void SetInstanceWindow(WindowHandle window, std::uint32_t scheduled_message) override;
+  void SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) override;
   // What LinkForOpener refuses is not handed on: a link in an article must not reach into this
   // machine.
   bool OpenLink(std::u16string_view target) override;
@@ -44,6 +48,8 @@ class LinuxShell final : public Shell {
   // What a later instance asks for: the download is posted to the instance window, or kept until
   // there is one. Any thread.
   void RequestDownload();
+  // The same for a link.
+  void RequestLink(std::u16string_view link);
   // Posts kEndSession to the instance window, or once there is one. Any thread.
   void EndSession();
 
@@ -56,6 +62,7 @@ class LinuxShell final : public Shell {
 
   const Profile profile_;
   const std::u16string command_line_;
+  const std::u16string link_;
   // Of this start; read before any toolkit takes it out of the environment.
   const std::string activation_token_;
   MessageQueue& messages_;
@@ -65,11 +72,12 @@ class LinuxShell final : public Shell {
 
   std::mutex mutex_;  // guards the requests and the window
   WindowHandle window_ = 0;
-  std::uint32_t scheduled_message_ = 0;
+  InstanceMessages messages_of_instance_;
   bool raise_wanted_ = false;
   std::string raise_token_;
   bool end_wanted_ = false;
   int downloads_wanted_ = 0;
+  std::vector<std::u16string> links_wanted_;
 
   FileDescriptor lock_;
   FileDescriptor listener_;

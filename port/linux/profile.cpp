@@ -6,12 +6,15 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
 #include "port/linux/native_files.h"
 #include "port/scheduler.h"
+#include "util/blanks.h"
 #include "util/format.h"
+#include "util/news_link.h"
 #include "util/text.h"
 #include "util/version.h"
 
@@ -20,6 +23,8 @@ namespace {
 
 constexpr std::string_view kProfileOption = "--profile";
 constexpr std::string_view kProfilePrefix = "--profile=";
+constexpr std::string_view kEndOfOptions = "--";
+constexpr std::size_t kLongestShown = 100;  // of a wrong argument
 
 // Relative paths in these variables are to be ignored.
 std::string FolderFromEnvironment(const char* variable) {
@@ -40,6 +45,43 @@ Arguments Wrong(std::string error) {
   arguments.action = Arguments::Action::kWrong;
   arguments.error = std::move(error);
   return arguments;
+}
+
+// Without what would move the cursor of a terminal or end a line of the instance socket.
+std::u16string WithoutControls(std::u16string_view text) {
+  std::u16string plain(text);
+  std::ranges::replace_if(plain, IsControl, u'\uFFFD');
+  return plain;
+}
+
+Arguments Unknown(const std::string& argument) {
+  std::u16string shown = WithoutControls(FromUtf8(argument));
+  if (shown.size() > kLongestShown) shown = shown.substr(0, kLongestShown) + u"...";
+  return Wrong("unknown argument '" + ToUtf8(shown) + "'");
+}
+
+// Cut behind the length that a link may have, so that what is too long still is.
+std::u16string LinkOf(const std::string& argument) {
+  return WithoutControls(FromUtf8(argument.substr(0, kLongestNewsLink + 1)));
+}
+
+// A link that came with another word is no unknown argument: it is one too many.
+Arguments Refused(const std::string& argument) {
+  if (IsNewsLink(argument)) return Wrong("a link must be the only argument besides options");
+  return Unknown(argument);
+}
+
+// What is no option: the scheduler's word or a link. False when it is neither, or one too many.
+bool TakeWord(const std::string& argument, Arguments& arguments) {
+  if (!arguments.command_line.empty() || !arguments.link.empty()) return false;
+  if (FromUtf8(argument) == kScheduledCommandLine) {
+    arguments.command_line.push_back(argument);
+  } else if (IsNewsLink(argument)) {
+    arguments.link = LinkOf(argument);
+  } else {
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -97,38 +139,46 @@ std::u16string Arguments::CommandLine() const {
 
 Arguments ParseArguments(int argc, const char* const* argv) {
   Arguments arguments;
+  bool options_ended = false;
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
+    if (options_ended || !argument.starts_with('-')) {
+      if (!TakeWord(argument, arguments)) return Refused(argument);
+      continue;
+    }
+    if (argument == kEndOfOptions) {
+      options_ended = true;
+      continue;
+    }
     if (argument == "--help" || argument == "--version") {
       arguments.action =
           argument == "--help" ? Arguments::Action::kHelp : Arguments::Action::kVersion;
       return arguments;
     }
-    if (argument == kProfileOption || StartsWith(argument, kProfilePrefix)) {
-      if (!arguments.profile.empty()) return Wrong("--profile is given twice");
-      if (argument != kProfileOption) {
-        arguments.profile = argument.substr(kProfilePrefix.size());
-      } else if (++i < argc) {
-        arguments.profile = argv[i];
-      }
-      if (arguments.profile.empty()) return Wrong("--profile needs a folder");
-    } else if (FromUtf8(argument) == kScheduledCommandLine && arguments.command_line.empty()) {
-      arguments.command_line.push_back(argument);
-    } else {
-      return Wrong("unknown argument '" + argument + "'");
+    const bool separate = argument == kProfileOption;
+    if (!separate && !StartsWith(argument, kProfilePrefix)) return Unknown(argument);
+    if (!arguments.profile.empty()) return Wrong("--profile is given twice");
+    if (!separate) {
+      arguments.profile = argument.substr(kProfilePrefix.size());
+    } else if (++i < argc) {
+      arguments.profile = argv[i];
     }
+    if (arguments.profile.empty()) return Wrong("--profile needs a folder");
   }
   return arguments;
 }
 
 std::string HelpText(std::string_view program) {
   return FormatNarrow(
-      "Usage: %s [--profile DIR] [%s]\n"
+      "Usage: %s [--profile DIR] [%s | LINK]\n"
       "\n"
       "  --profile DIR   keep settings and articles in DIR instead of the user's own folders\n"
       "  --help          print this text\n"
       "  --version       print the version\n"
-      "  %s    start a download, in the running program if there is one\n",
+      "  %s    start a download, in the running program if there is one\n"
+      "  LINK            open a \"news:\" or \"nntp:\" link there: a newsgroup, or an article that "
+      "is\n"
+      "                  stored\n",
       program, kScheduledCommandLine, kScheduledCommandLine);
 }
 

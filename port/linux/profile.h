@@ -35,12 +35,14 @@ struct Arguments {
   Action action = Action::kRun;
   std::string profile;                    // argument of --profile; empty without it
   std::vector<std::string> command_line;  // what is left: nothing or kScheduledCommandLine
+  std::u16string link;                    // as port::Shell::Link; never with a command line
   std::string error;                      // with kWrong: one line for standard error
 
   std::u16string CommandLine() const;  // joined by one blank
 };
 
-// Takes main's arguments. With kWrong the caller ends with kExitUsage.
+// Takes main's arguments; behind "--" none is an option. With kWrong the caller ends with
+// kExitUsage.
 Arguments ParseArguments(int argc, const char* const* argv);
 
 constexpr int kExitUsage = 2;

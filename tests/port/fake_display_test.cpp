@@ -871,7 +871,7 @@ TEST(FakeShell, AScheduledStartWaitsForTheWindow) {
   FakePlatform fake;
   const WindowHandle window = fake.queues.AddWindow();
   fake.shell.ScheduledStartElsewhere();
-  fake.shell.SetInstanceWindow(window, 2);
+  fake.shell.SetInstanceWindow(window, {.download = 2});
   fake.shell.ScheduledStartElsewhere();
   int messages = 0;
   fake.HandleWaiting([&](const Message& message) {
@@ -883,6 +883,22 @@ TEST(FakeShell, AScheduledStartWaitsForTheWindow) {
   EXPECT_EQ(fake.shell.forwards, std::vector<bool>{true});
   EXPECT_TRUE(fake.shell.OpenLink(u"http://x/"));
   EXPECT_EQ(fake.shell.links, std::vector<std::u16string>{u"http://x/"});
+}
+
+TEST(FakeShell, ALinkGivenElsewhereWaitsForTheWindow) {
+  FakePlatform fake;
+  const WindowHandle window = fake.queues.AddWindow();
+  fake.shell.link = u"news:its.own";
+  EXPECT_EQ(fake.shell.Link(), u"news:its.own");
+  fake.shell.LinkElsewhere(u"news:a");
+  fake.shell.SetInstanceWindow(window, {.download = 2, .link = 10});
+  fake.shell.LinkElsewhere(u"news:b");
+  std::vector<std::u16string> links;
+  fake.HandleWaiting([&](const Message& message) {
+    EXPECT_TRUE(Is(message, window, MessageKind::kUser, 10, 0));
+    links.push_back(message.text);
+  });
+  EXPECT_EQ(links, (std::vector<std::u16string>{u"news:a", u"news:b"}));
 }
 
 TEST(FakeDialler, DialsWhatThePhoneBookHas) {

@@ -51,6 +51,14 @@ TEST(ParseArguments, AnythingElseIsAnError) {
       {{"--profile", ""}, "--profile needs a folder"},
       {{"--profile="}, "--profile needs a folder"},
       {{"--profile", "a", "--profile=b"}, "--profile is given twice"},
+      {{"-style", "news:a"}, "unknown argument '-style'"},
+      {{"--", "--help"}, "unknown argument '--help'"},
+      {{"--", "--"}, "unknown argument '--'"},
+      {{"--", ""}, "unknown argument ''"},
+      {{"snews:a"}, "unknown argument 'snews:a'"},
+      {{"news:a", "news:b"}, "a link must be the only argument besides options"},
+      {{"AppRunAtTime", "nntp://h/g"}, "a link must be the only argument besides options"},
+      {{"news:a", "AppRunAtTime"}, "unknown argument 'AppRunAtTime'"},
   };
   for (const auto& [arguments, error] : wrong) {
     const Arguments parsed = Parse(arguments);
@@ -58,6 +66,37 @@ TEST(ParseArguments, AnythingElseIsAnError) {
     EXPECT_EQ(parsed.error, error);
   }
   EXPECT_EQ(kExitUsage, 2);
+}
+
+TEST(ParseArguments, LinkIsNoPartOfTheCommandLine) {
+  for (const Arguments& arguments :
+       {Parse({"--profile", "/p", "news:--help"}), Parse({"--profile=/p", "--", "news:--help"}),
+        Parse({"news:--help", "--profile", "/p"})}) {
+    EXPECT_EQ(arguments.action, Action::kRun);
+    EXPECT_EQ(arguments.link, u"news:--help");
+    EXPECT_EQ(arguments.profile, "/p");
+    EXPECT_EQ(arguments.CommandLine(), u"");
+  }
+  EXPECT_EQ(Parse({"NNTP://h/g/1"}).link, u"NNTP://h/g/1");
+  EXPECT_EQ(Parse({}).link, u"");
+  EXPECT_EQ(Parse({"--", "AppRunAtTime"}).CommandLine(), u"AppRunAtTime");
+}
+
+TEST(ParseArguments, LinkIsShortAndHasNoControlCharacters) {
+  EXPECT_EQ(Parse({"news:a\nraise+download"}).link, u"news:a\uFFFDraise+download");
+  EXPECT_EQ(Parse({"news:\x1B\x7F\xC2\x85\xFF"}).link, u"news:\uFFFD\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(Parse({"news:gr\xC3\xBC"}).link, u"news:gr\u00FC");
+  const std::string longest = "news:" + std::string(2043, 'a');
+  EXPECT_EQ(Parse({longest.c_str()}).link.size(), 2048U);
+  const std::string huge = "news:" + std::string(1 << 20, 'a');
+  EXPECT_EQ(Parse({huge.c_str()}).link.size(), 2049U);
+}
+
+TEST(ParseArguments, WrongArgumentIsShownInAShortLine) {
+  const std::string huge(1 << 20, 'a');
+  EXPECT_EQ(Parse({huge.c_str()}).error, "unknown argument '" + std::string(100, 'a') + "...'");
+  EXPECT_EQ(Parse({"\x1B[2J\n\xFF"}).error,
+            "unknown argument '\xEF\xBF\xBD[2J\xEF\xBF\xBD\xEF\xBF\xBD'");
 }
 
 TEST(LocateProfile, OwnProfileFollowsTheDesktopsVariables) {

@@ -394,7 +394,7 @@ TEST_F(LinuxServicesTest, SignalsBecomeTheEndOfTheSession) {
   for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
     EXPECT_EQ(InChild([number](LinuxServices& services) {
                 const WindowHandle window = services.queues.AddWindow();
-                services.shell.SetInstanceWindow(window, 2);
+                services.shell.SetInstanceWindow(window, {.download = 2});
                 kill(getpid(), number);
                 Message message;
                 EXPECT_TRUE(services.queues.Get(message));
@@ -421,7 +421,7 @@ TEST_F(LinuxServicesTest, SignalEndsABlockedReceive) {
               EXPECT_EQ(services.sockets.Receive(socket, buffer), -1);
               signaller.join();
               const WindowHandle window = services.queues.AddWindow();
-              services.shell.SetInstanceWindow(window, 2);
+              services.shell.SetInstanceWindow(window, {.download = 2});
               Message message;
               EXPECT_TRUE(services.queues.Get(message));
               EXPECT_EQ(message.kind, MessageKind::kEndSession);

@@ -25,11 +25,13 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::uint32_t kScheduled = 2;
+constexpr std::uint32_t kLink = 10;
 
 // One instance of the program as far as the shell is concerned.
 struct Instance {
-  explicit Instance(const std::string& folder, std::u16string command_line = {})
-      : shell(LocateProfile(folder), std::move(command_line), queues) {
+  explicit Instance(const std::string& folder, std::u16string command_line = {},
+                    std::u16string link = {})
+      : shell(LocateProfile(folder), std::move(command_line), std::move(link), queues) {
     shell.SetRaise([this](const std::string& token) {
       raised_with = token;
       ++raised;
@@ -91,7 +93,7 @@ TEST_F(LinuxShellTest, SecondInstanceRaisesTheFirstAndNothingElse) {
   Instance first(profile_);
   Instance second(profile_);
   EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
   EXPECT_TRUE(Eventually([&] { return first.raised == 1; }));
   EXPECT_EQ(first.Next(), MessageKind::kNone);
@@ -115,7 +117,7 @@ class Token {
 TEST_F(LinuxShellTest, TokenOfTheDesktopIsHandedOver) {
   Instance first(profile_);
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   struct Case {
     const char* name;
     std::string token;
@@ -163,7 +165,7 @@ TEST_F(LinuxShellTest, ScheduledSecondInstanceHandsTheDownloadOver) {
   Instance first(profile_);
   Instance second(profile_);
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
   EXPECT_EQ(first.Next(), MessageKind::kUser);
   EXPECT_EQ(first.Next(), MessageKind::kNone);
@@ -177,7 +179,7 @@ TEST_F(LinuxShellTest, RequestsBeforeTheWindowAreDeliveredWithIt) {
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
   EXPECT_EQ(first.Next(), MessageKind::kNone);
   EXPECT_EQ(first.raised, 0);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   EXPECT_EQ(first.Next(), MessageKind::kUser);
   EXPECT_EQ(first.raised, 1);
 }
@@ -186,8 +188,8 @@ TEST_F(LinuxShellTest, WithoutAWindowAgainRequestsAreKept) {
   Instance first(profile_);
   Instance second(profile_);
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
-  first.shell.SetInstanceWindow(0, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
+  first.shell.SetInstanceWindow(0, {.download = kScheduled});
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
   EXPECT_EQ(first.Next(), MessageKind::kNone);
   EXPECT_EQ(first.raised, 0);
@@ -249,7 +251,7 @@ TEST_F(LinuxShellTest, BusyOwnerIsNotWaitedFor) {
     while (!go_on) std::this_thread::sleep_for(1ms);
   });
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   Instance second(profile_);
   const StopWatch watch;
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
@@ -281,7 +283,7 @@ TEST_F(LinuxShellTest, LongProfilePathsWork) {
       folder_ / (std::string(100, 'a') + "/" + std::string(100, 'b') + "/" + std::string(100, 'c'));
   Instance first(profile);
   EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   Instance second(profile);
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
   EXPECT_EQ(first.Next(), MessageKind::kUser);
@@ -296,7 +298,7 @@ TEST_F(LinuxShellTest, UsersOwnProfileMeetsInTheRuntimeFolderOrWithoutOne) {
   }();
   EXPECT_FALSE(first->shell.ForwardToOtherInstance(false));
   EXPECT_TRUE(std::filesystem::exists(folder_ / "run/quillet/instance.sock"));
-  first->shell.SetInstanceWindow(first->window, kScheduled);
+  first->shell.SetInstanceWindow(first->window, {.download = kScheduled});
   const Environment no_runtime("XDG_RUNTIME_DIR", std::nullopt);
   Instance second("");
   EXPECT_TRUE(second.shell.ForwardToOtherInstance(true));
@@ -306,7 +308,7 @@ TEST_F(LinuxShellTest, UsersOwnProfileMeetsInTheRuntimeFolderOrWithoutOne) {
 TEST_F(LinuxShellTest, RubbishOnTheSocketIsIgnored) {
   Instance first(profile_);
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   const std::string path = profile_ + "/instance.sock";
   for (const std::string& rubbish :
        {std::string(), std::string("raise+downloads\n"), std::string("raise"), std::string("\n"),
@@ -324,11 +326,90 @@ TEST_F(LinuxShellTest, RubbishOnTheSocketIsIgnored) {
   EXPECT_EQ(first.raised, 1);
 }
 
+// The next link that comes to this thread's window.
+std::u16string NextLink(Instance& instance) {
+  instance.queues.SetTimer(instance.window, 99, 2000);
+  Message message;
+  instance.queues.Get(message);
+  instance.queues.KillTimer(instance.window, 99);
+  EXPECT_EQ(message.kind, MessageKind::kUser);
+  EXPECT_EQ(message.id, kLink);
+  return message.text;
+}
+
+TEST_F(LinuxShellTest, LinkOfALaterStartIsHandedOver) {
+  Instance first(profile_, {}, u"news:its.own");
+  EXPECT_EQ(first.shell.Link(), u"news:its.own");
+  EXPECT_FALSE(first.shell.ForwardToOtherInstance(false));
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled, .link = kLink});
+  EXPECT_EQ(first.Next(), MessageKind::kNone);  // its own is for the program to ask for
+  int times = 0;
+  for (const std::u16string& link :
+       {std::u16string(u"news:a.b"), std::u16string(u"NNTP://h/g/1"),
+        std::u16string(u"news:a b\u00E4\uFFFD"), u"news:" + std::u16string(2044, u'\uFFFD')}) {
+    Instance second(profile_, {}, link);
+    EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+    EXPECT_EQ(NextLink(first), link);
+    EXPECT_TRUE(Eventually([&] { return first.raised == times + 1; }));
+    ++times;
+  }
+  Instance scheduled(profile_, u"AppRunAtTime", u"news:not.both");
+  EXPECT_TRUE(scheduled.shell.ForwardToOtherInstance(true));
+  EXPECT_EQ(first.Next(), MessageKind::kUser);
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+}
+
+TEST_F(LinuxShellTest, LinkComesWithTheTokenOfTheDesktop) {
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled, .link = kLink});
+  int times = 0;
+  for (const char* token : {"a1-b2", "-", "with a blank"}) {
+    const Token given("XDG_ACTIVATION_TOKEN", token);
+    Instance second(profile_, {}, u"news:a b");
+    EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+    EXPECT_EQ(NextLink(first), u"news:a b");
+    EXPECT_TRUE(Eventually([&] { return first.raised == times + 1; }));
+    EXPECT_EQ(first.raised_with, times == 0 ? token : "");
+    ++times;
+  }
+}
+
+TEST_F(LinuxShellTest, LinksWaitForTheWindow) {
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  Instance second(profile_, {}, u"news:a.b");
+  EXPECT_TRUE(second.shell.ForwardToOtherInstance(false));
+  first.shell.RequestLink(u"news:c.d");
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled, .link = kLink});
+  EXPECT_EQ(NextLink(first), u"news:a.b");
+  EXPECT_EQ(NextLink(first), u"news:c.d");
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+}
+
+TEST_F(LinuxShellTest, WhatIsNoLinkIsNotTakenFromTheSocket) {
+  Instance first(profile_);
+  first.shell.ForwardToOtherInstance(false);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled, .link = kLink});
+  for (const std::string& line :
+       {std::string("link"), std::string("link "), std::string("link -"), std::string("link - "),
+        std::string("link news:a"), std::string("link - http://x/"), std::string("link - --help"),
+        std::string("link - news:a\x01"), std::string("linknews:a"),
+        "link - news:" + std::string(20000, 'a')}) {
+    const FileDescriptor owner = ConnectTo(profile_ + "/instance.sock");
+    ASSERT_TRUE(owner.valid());
+    SendLine(owner.get(), line);
+    EXPECT_EQ(ReceiveLine(owner.get(), 2000), "") << line.substr(0, 40);
+  }
+  EXPECT_EQ(first.Next(), MessageKind::kNone);
+  EXPECT_EQ(first.raised, 0);
+}
+
 TEST_F(LinuxShellTest, OtherUsersAreNotHeard) {
   if (geteuid() != 0) GTEST_SKIP() << "only the superuser can become another user";
   Instance first(profile_);
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   for (const std::string& path : {folder_.path(), profile_, profile_ + "/instance.sock"}) {
     chmod(path.c_str(), 0777);
   }
@@ -358,7 +439,7 @@ TEST_F(LinuxShellTest, FolderThatCannotBeWrittenStillLetsTheProgramRun) {
 TEST_F(LinuxShellTest, EndOfTheSessionGoesToTheWindowNowOrLater) {
   Instance instance(profile_);
   instance.shell.EndSession();
-  instance.shell.SetInstanceWindow(instance.window, kScheduled);
+  instance.shell.SetInstanceWindow(instance.window, {.download = kScheduled});
   EXPECT_EQ(instance.Next(), MessageKind::kEndSession);
   EXPECT_EQ(instance.Next(), MessageKind::kNone);
   instance.shell.EndSession();
@@ -368,7 +449,7 @@ TEST_F(LinuxShellTest, EndOfTheSessionGoesToTheWindowNowOrLater) {
 TEST_F(LinuxShellTest, DownloadDueInThisProgramGoesToTheWindow) {
   Instance instance(profile_);
   instance.shell.RequestDownload();
-  instance.shell.SetInstanceWindow(instance.window, kScheduled);
+  instance.shell.SetInstanceWindow(instance.window, {.download = kScheduled});
   EXPECT_EQ(instance.Next(), MessageKind::kUser);
   EXPECT_EQ(instance.raised, 0);
 }
@@ -382,7 +463,7 @@ TEST_F(LinuxShellTest, NoRaiseIsUnderWayWhenItWasTakenBack) {
     --inside;
   });
   first.shell.ForwardToOtherInstance(false);
-  first.shell.SetInstanceWindow(first.window, kScheduled);
+  first.shell.SetInstanceWindow(first.window, {.download = kScheduled});
   Instance second(profile_);
   second.shell.ForwardToOtherInstance(false);
   EXPECT_TRUE(Eventually([&] { return inside == 1; }));
