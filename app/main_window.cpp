@@ -31,6 +31,7 @@
 #include "base/window_procedures.h"
 #include "groups/group_list.h"
 #include "groups/news_links.h"
+#include "groups/read_on.h"
 #include "nntp/connect.h"
 #include "nntp/error_log.h"
 #include "nntp/mbox_import.h"
@@ -61,6 +62,9 @@ std::u16string ProgramName() {
 // The key of an accelerator, until it is released: that release is no key of the article view.
 std::uint32_t gAcceleratorKey = 0;
 
+// The last key that was pressed and is no accelerator.
+port::Message gPressed;
+
 // A download is wanted, and its turn has been posted.
 bool gScheduledWaits = false;
 
@@ -69,6 +73,7 @@ bool gDraftWaits = false;
 
 const ResetAtEnd kReset([] {
   gAcceleratorKey = 0;
+  gPressed = {};
   gScheduledWaits = false;
   gDraftWaits = false;
 });
@@ -116,7 +121,10 @@ void HandleKeyUp(std::uint32_t key) {
     return;
   }
   if (key == port::kKeyEscape || key == port::kKeyF24) return GoBackOneView();
+  // With the modifiers of its press: Shift may be released before the space bar is.
+  const port::Message pressed = std::exchange(gPressed, {});
   if (ShownTab() == port::kArticleTab) HandleArticleKey(key);
+  if (ShownTab() != port::kGroupTab && pressed.id == key) HandleReadingKey(key, pressed.detail);
 }
 
 // A row of the group list or an item of the thread tree, whichever is shown. Activating an item
@@ -209,8 +217,9 @@ void ForwardCommand() {
 }
 
 // Import and Quick Setup are claimed here, so that they never reach a view's handler; and what
-// writes articles, since the views stand below the editors.
-constexpr std::array<CommonCommand, 11> kCommonCommands = {{
+// writes articles, since the views stand below the editors; and the next unread article, which may
+// be in another group.
+constexpr std::array<CommonCommand, 12> kCommonCommands = {{
     {kCommandAbout, AboutCommand},
     {kCommandClose, CloseCommand},
     {kCommandConnect, ConnectByUser},
@@ -222,6 +231,7 @@ constexpr std::array<CommonCommand, 11> kCommonCommands = {{
     {kCommandReply, ReplyCommand},
     {kCommandForward, ForwardCommand},
     {kCommandViewPostQueue, ViewPostQueueCommand},
+    {kCommandNextUnread, NextUnread},
 }};
 
 void HandleCommand(std::uint32_t command) {
@@ -325,8 +335,7 @@ bool IsOfTheUser(port::MessageKind kind) {
          kind == port::MessageKind::kRowChecked || kind == port::MessageKind::kItemActivated;
 }
 
-void MainWindowProcedure(const port::Message& message) {
-  if (IsOfTheUser(message.kind) && std::exchange(gDraftWaits, false)) OfferDraftSoon();
+void HandleMessage(const port::Message& message) {
   switch (message.kind) {
     case port::MessageKind::kCommand:
       return HandleCommand(message.id);
@@ -365,13 +374,18 @@ void MainWindowProcedure(const port::Message& message) {
   }
 }
 
+void MainWindowProcedure(const port::Message& message) {
+  if (IsOfTheUser(message.kind) && std::exchange(gDraftWaits, false)) OfferDraftSoon();
+  HandleMessage(message);
+}
+
 }  // namespace
 
 bool CreateQuilletWindow() {
   const port::Size area = gPlatform->windows.WorkArea();
   const port::Size inside{area.width, area.height - kMenuBarHeight};
-  const port::WindowHandle window =
-      gPlatform->windows.CreateMainWindow({u"Quillet CE", ProgramName(), kIconMain, inside});
+  const port::WindowHandle window = gPlatform->windows.CreateMainWindow(
+      {u"Quillet CE", ProgramName(), kIconMain, inside});
   if (window == 0) return false;
   KeepInsideSize(inside);
   SetProcedure(window, MainWindowProcedure);
@@ -407,6 +421,7 @@ void RebuildViews() {
 bool TranslateAccelerator(const port::Message& message) {
   if (message.kind != port::MessageKind::kKeyDown || message.window != gMainWindow) return false;
   const std::uint32_t command = FindAccelerator(ShownTab(), message.id, message.detail);
+  gPressed = command == 0 ? message : port::Message();
   if (command == 0) {
     if (gAcceleratorKey == message.id) gAcceleratorKey = 0;
     return false;

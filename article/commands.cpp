@@ -186,7 +186,9 @@ void ArticleCommand(std::uint32_t command) {
 void HandleArticleKey(std::uint32_t virtual_key) {
   if (virtual_key == port::kKeyAction) return ArticleCommand(kCommandNextArticle);
   for (const ScrollKey& entry : kScrollKeys) {
-    if (entry.key == virtual_key) return gPlatform->article.ScrollViewer(entry.step);
+    if (entry.key != virtual_key) continue;
+    gPlatform->article.SetNotice({});
+    gPlatform->article.ScrollViewer(entry.step);
   }
 }
 

@@ -285,6 +285,16 @@ bool OpenSelectedGroup() {
   return true;
 }
 
+void SelectGroup(GroupIndex group) {
+  gReading.group = group;
+  FillRows(RowOf(gReading.group));
+}
+
+void ShowGroup(GroupIndex group) {
+  SelectGroup(group);
+  ShowThreadView();
+}
+
 std::u16string QueuedPostsText() {
   return FormatWide(u"%lu article%ls queued for posting", gPendingPostCount,
                     gPendingPostCount == 1 ? u"" : u"s");

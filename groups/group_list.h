@@ -34,6 +34,11 @@ void HandleColumnSized(std::uint32_t column, std::uint32_t width);
 // done, when no row is selected.
 bool OpenSelectedGroup();
 
+// Makes that group the current one and selects its row.
+void SelectGroup(GroupIndex group);
+// The same, and shows it in the thread view.
+void ShowGroup(GroupIndex group);
+
 // "%lu article%ls queued for posting".
 std::u16string QueuedPostsText();
 

@@ -17,10 +17,12 @@
 
 namespace quillet::port {
 
-// The left text ends 5 pixels before the right one, which is right-aligned.
+// The left text ends 5 pixels before the right one, which is right-aligned. A pane at least
+// kWidePane pixels wide has room for one more, the aside, right-aligned before the right one.
 struct HeaderLine {
   std::u16string left;
   std::u16string right;
+  std::u16string aside = {};
   bool operator==(const HeaderLine&) const = default;
 };
 
@@ -30,6 +32,8 @@ struct ToolbarButton {
                               // thread, find, delete article, delete thread
   std::u16string tooltip;     // also its name for readers of the screen
 };
+
+constexpr int kWidePane = 480;
 
 enum class ScrollStep { kPageUp, kPageDown, kTop, kBottom };
 
@@ -52,7 +56,15 @@ class ArticlePanes {
   virtual void AddToViewer(std::u16string_view text, bool plain_text) = 0;
   virtual void EndOfSource() = 0;
 
-  virtual void ScrollViewer(ScrollStep step) = 0;
+  // False when the viewer stays where it is: that end was reached before.
+  virtual bool ScrollViewer(ScrollStep step) = 0;
+  // The place at the viewer's upper edge, in UTF-16 units of the text that it shows, and back to
+  // it. Another text, or a narrower one, comes as near as it can.
+  virtual std::uint32_t ViewerPlace() = 0;
+  virtual void GoToViewerPlace(std::uint32_t place) = 0;
+  // One line below the text, announced to readers of the screen; empty: none. Goes with the next
+  // source.
+  virtual void SetNotice(std::u16string_view text) = 0;
   // Copies the selected text, or everything when nothing is selected.
   virtual void CopyFromViewer() = 0;
   virtual void FocusViewer() = 0;

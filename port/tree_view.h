@@ -20,11 +20,16 @@ namespace quillet::port {
 // Names one item of the tree; chosen by the program, unique within the tree. 0 is none.
 using TreeItem = std::uint32_t;
 
+// Seconds since 1970, UTC; kNoDate: none is known.
+using Seconds = std::int64_t;
+constexpr Seconds kNoDate = INT64_MIN;
+
 struct TreeRow {
   TreeItem item = 0;
   std::uint32_t depth = 0;  // 0: top level; at most one more than the row before
   bool bold = false;
   std::u16string text;
+  Seconds date = kNoDate;  // for the column of dates
 };
 
 struct TreeLabel {
@@ -32,6 +37,17 @@ struct TreeLabel {
   bool bold = false;
   std::u16string text;
 };
+
+struct TreeTraits {
+  // While the tree is at least kTreeColumnsFrom pixels wide it has two more columns: the author,
+  // which is the text of the first row below a top-level row, and the date.
+  bool columns = false;
+  // Upper-case letters that the program takes when they are pressed alone: they begin no search for
+  // a row. Within a search that is under way they are the search's, and the program hears nothing.
+  std::u16string letters;
+  bool operator==(const TreeTraits&) const = default;
+};
+constexpr int kTreeColumnsFrom = 800;
 
 class TreeView {
  public:
@@ -43,6 +59,9 @@ class TreeView {
   virtual bool TreeCreated() = 0;
   // Rows, what is expanded and the selection stay.
   virtual void SetTreeFont(std::u16string_view font_face, int font_size_index) = 0;
+
+  // In force until the next call; of a new tree none.
+  virtual void SetTreeTraits(const TreeTraits& traits) = 0;
 
   // Replaces all rows. Items that were shown before stay expanded or collapsed as they were, new
   // ones are collapsed; the selection stays when its item is still there.

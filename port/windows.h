@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,15 @@ struct Size {
   int width = 0;
   int height = 0;
   bool operator==(const Size&) const = default;
+};
+
+// Where a window lies on the screen, its frame included, in device-independent pixels.
+struct WindowPlace {
+  int left = 0;
+  int top = 0;
+  Size size;  // of a maximised window: what it goes back to
+  bool maximised = false;
+  bool operator==(const WindowPlace&) const = default;
 };
 
 // Which menu bar and which pane: 0 group view, 1 thread view, 2 article view.
@@ -31,6 +41,8 @@ struct MainWindowTraits {
   std::u16string title;
   std::uint32_t icon = 0;  // resource id
   Size size;               // outer size wanted, in pixels of the work area
+  // Instead of that size at the upper left corner; brought onto a screen that is there.
+  std::optional<WindowPlace> place = {};
 };
 
 class Windows {
@@ -47,6 +59,8 @@ class Windows {
   // Creates the one main window, still hidden, owned by the calling thread; 0 on failure.
   virtual WindowHandle CreateMainWindow(const MainWindowTraits& traits) = 0;
   virtual void ShowMainWindow() = 0;
+  // Nothing before it is shown, and on a screen that it fills anyway.
+  virtual std::optional<WindowPlace> MainWindowPlace() = 0;
   // Shows it above the others and asks the desktop for the focus. The desktop's token says that the
   // user wants it, ASCII; empty: without one.
   virtual void Raise(const std::string& token) = 0;

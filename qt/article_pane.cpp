@@ -1,13 +1,17 @@
 #include "qt/article_pane.h"
 
+#include <QAccessible>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QLabel>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <utility>
 
 #include "qt/icons.h"
 #include "qt/text.h"
+#include "qt/wrapped_text.h"
 
 namespace quillet::qt {
 namespace {
@@ -47,6 +51,17 @@ QWidget* NewButton(const port::ToolbarButton& entry,
   return button;
 }
 
+QLabel* NewNotice(QWidget* parent) {
+  auto* notice = new ElidedText(parent);
+  notice->setAccessibleName(QStringLiteral("Notice"));
+  notice->setAlignment(Qt::AlignCenter);
+  notice->setContentsMargins(4, 2, 4, 2);
+  notice->setBackgroundRole(QPalette::Window);
+  notice->setAutoFillBackground(true);
+  notice->hide();
+  return notice;
+}
+
 }  // namespace
 
 ArticlePane::ArticlePane(Post post) : post_(std::move(post)) {
@@ -63,13 +78,16 @@ void ArticlePane::CreatePanes(std::u16string_view header_font_face, int header_f
   const bool focused = viewer_ && viewer_->hasFocus();
   delete header_;
   delete viewer_;
+  delete notice_;
   header_ = new HeaderBar(
       header_font_face, header_font_pixels, [this] { post_(port::MessageKind::kHeaderTapped, {}); },
       this);
   viewer_ =
       new Viewer([this](const QString& target) { post_(port::MessageKind::kLink, target); }, this);
   layout()->addWidget(header_);
+  notice_ = NewNotice(this);
   layout()->addWidget(viewer_);
+  layout()->addWidget(notice_);
   setFocusProxy(viewer_);
   // The keyboard reaches the text first.
   setTabOrder(viewer_, header_);
@@ -77,6 +95,22 @@ void ArticlePane::CreatePanes(std::u16string_view header_font_face, int header_f
   viewer_->show();
   layout()->activate();
   if (focused || hasFocus()) viewer_->setFocus();
+}
+
+// The end of the text stays in sight above the line that takes its room.
+void ArticlePane::SetNotice(const QString& text) {
+  if (!notice_ || (text.isEmpty() && notice_->isHidden())) return;
+  const bool at_end =
+      viewer_->verticalScrollBar()->value() == viewer_->verticalScrollBar()->maximum();
+  notice_->setText(text);
+  notice_->setToolTip(text);
+  notice_->setAccessibleName(text.isEmpty() ? QStringLiteral("Notice") : text);
+  notice_->setVisible(!text.isEmpty());
+  layout()->activate();
+  if (text.isEmpty()) return;
+  if (at_end) viewer_->Scroll(port::ScrollStep::kBottom);
+  QAccessibleEvent told(notice_.data(), QAccessible::Alert);
+  QAccessible::updateAccessibility(&told);
 }
 
 QWidget* NewArticleToolbar(const std::vector<port::ToolbarButton>& buttons,

@@ -13,6 +13,8 @@
 #include "qt/header_bar.h"
 #include "qt/viewer.h"
 
+class QLabel;
+
 namespace quillet::qt {
 
 class ArticlePane final : public QWidget {
@@ -25,14 +27,19 @@ class ArticlePane final : public QWidget {
   // Replaces earlier ones.
   void CreatePanes(std::u16string_view header_font_face, int header_font_pixels);
 
+  // As in port/article_panes.h.
+  void SetNotice(const QString& text);
+
   // Null before CreatePanes.
   HeaderBar* Header() const { return header_; }
   Viewer* Text() const { return viewer_; }
+  QLabel* Notice() const { return notice_; }
 
  private:
   Post post_;
   QPointer<HeaderBar> header_;
   QPointer<Viewer> viewer_;
+  QPointer<QLabel> notice_;
 };
 
 // A row of buttons that share the width they are given, up to a comfortable size. `handler` gets

@@ -1,5 +1,7 @@
 #include "qt/article_services.h"
 
+#include "qt/text.h"
+
 namespace quillet::qt {
 namespace {
 
@@ -14,7 +16,10 @@ class QtArticlePanes final : public port::ArticlePanes {
   void ClearViewer() override;
   void AddToViewer(std::u16string_view text, bool plain_text) override;
   void EndOfSource() override;
-  void ScrollViewer(port::ScrollStep step) override;
+  bool ScrollViewer(port::ScrollStep step) override;
+  std::uint32_t ViewerPlace() override;
+  void GoToViewerPlace(std::uint32_t place) override;
+  void SetNotice(std::u16string_view text) override;
   void CopyFromViewer() override;
   void FocusViewer() override;
 
@@ -65,6 +70,7 @@ void QtArticlePanes::SetHeader(const std::array<port::HeaderLine, 2>& lines) {
 
 void QtArticlePanes::ClearViewer() {
   WithViewer([](Viewer& viewer) { viewer.Clear(); });
+  SetNotice({});
 }
 
 void QtArticlePanes::AddToViewer(std::u16string_view text, bool plain_text) {
@@ -75,8 +81,24 @@ void QtArticlePanes::EndOfSource() {
   WithViewer([](Viewer& viewer) { viewer.End(); });
 }
 
-void QtArticlePanes::ScrollViewer(port::ScrollStep step) {
-  WithViewer([&](Viewer& viewer) { viewer.Scroll(step); });
+bool QtArticlePanes::ScrollViewer(port::ScrollStep step) {
+  bool moved = false;
+  WithViewer([&](Viewer& viewer) { moved = viewer.Scroll(step); });
+  return moved;
+}
+
+std::uint32_t QtArticlePanes::ViewerPlace() {
+  std::uint32_t place = 0;
+  WithViewer([&](const Viewer& viewer) { place = viewer.Place(); });
+  return place;
+}
+
+void QtArticlePanes::GoToViewerPlace(std::uint32_t place) {
+  WithViewer([&](Viewer& viewer) { viewer.GoTo(place); });
+}
+
+void QtArticlePanes::SetNotice(std::u16string_view text) {
+  WithPane([&](ArticlePane& pane) { pane.SetNotice(ToQt(text)); });
 }
 
 void QtArticlePanes::CopyFromViewer() {

@@ -1,10 +1,14 @@
 #include "qt/key_filter.h"
 
+#include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QKeyEvent>
+#include <QTreeView>
 #include <QWindow>
 
 #include "qt/keys.h"
+#include "qt/thread_tree.h"
 #include "res/commands.h"
 
 namespace quillet::qt {
@@ -17,6 +21,19 @@ port::WindowHandle WindowOf(const Display& display, const QObject* watched) {
     if (widget && widget->windowHandle() == watched) return handle;
   }
   return 0;
+}
+
+// What has the focus uses the key itself: a button or a list the space bar, a tree each letter of a
+// search that is under way.
+bool BelongsToControl(std::uint32_t virtual_key) {
+  const QWidget* focus = QApplication::focusWidget();
+  if (virtual_key == port::kKeySpace) {
+    return qobject_cast<const QAbstractButton*>(focus) != nullptr ||
+           qobject_cast<const QAbstractItemView*>(focus) != nullptr;
+  }
+  const auto* tree = qobject_cast<const QTreeView*>(focus);
+  const auto* threads = dynamic_cast<const ThreadTree*>(tree);
+  return threads != nullptr && virtual_key >= 'A' && virtual_key <= 'Z' && threads->Searching();
 }
 
 }  // namespace
@@ -45,6 +62,10 @@ bool KeyFilter::Pressed(port::WindowHandle window, const QKeyEvent& event) {
   if (!event.isAutoRepeat()) down_.emplace(window, *key);
   if (!is_main) return false;
   const std::uint32_t modifiers = Modifiers(event);
+  if ((modifiers & ~port::kModifierShift) == 0 && BelongsToControl(*key)) {
+    down_.erase({window, *key});
+    return false;
+  }
   display_.queues.Post({window, port::MessageKind::kKeyDown, *key, modifiers, {}});
   return FindAccelerator(display_.main->SelectedTab(), *key, modifiers) != 0;
 }

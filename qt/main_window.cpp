@@ -20,6 +20,7 @@
 #include "qt/fonts.h"
 #include "qt/icons.h"
 #include "qt/menus.h"
+#include "qt/screen_place.h"
 #include "qt/text.h"
 #include "qt/window_style.h"
 #include "qt/wrapped_text.h"
@@ -63,6 +64,7 @@ MainWindow::MainWindow(port::WindowHandle handle, const port::MainWindowTraits& 
     : handle_(handle),
       post_(std::move(post)),
       wanted_size_(traits.size.width, traits.size.height),
+      wanted_place_(traits.place),
       inside_(new Inside(this)) {
   setObjectName(ToQt(traits.window_class));
   setWindowTitle(ToQt(traits.title));
@@ -83,6 +85,13 @@ void MainWindow::Post(port::MessageKind kind, std::uint32_t id, std::uint32_t de
   post_({handle_, kind, id, detail, {}});
 }
 
+QRect MainWindow::WantedFrame() const {
+  const QRect work = WorkAreaOf(this);
+  if (!wanted_place_) return {work.topLeft(), wanted_size_.boundedTo(work.size())};
+  const port::WindowPlace& place = *wanted_place_;
+  return OntoScreens({QPoint(place.left, place.top), QSize(place.size.width, place.size.height)});
+}
+
 void MainWindow::ShowFirst() {
   const QRect work = WorkAreaOf(this);
   if (FillsScreen(this)) {
@@ -90,8 +99,10 @@ void MainWindow::ShowFirst() {
     showMaximized();
     return;
   }
-  resize(wanted_size_.boundedTo(work.size()));
-  move(work.topLeft());
+  const QRect frame = WantedFrame();
+  resize(frame.size());
+  move(frame.topLeft());
+  if (wanted_place_ && wanted_place_->maximised) return showMaximized();
   show();
   frame_awaited_ = true;
   QTimer::singleShot(kFrameWithin, this, [this] { frame_awaited_ = false; });
@@ -104,9 +115,17 @@ void MainWindow::FitFrame() {
   const QMargins frame = windowHandle()->frameMargins();
   if (frame.isNull() || isMaximized()) return;
   frame_awaited_ = false;
-  const QRect work = WorkAreaOf(this);
-  resize(wanted_size_.boundedTo(work.size()).shrunkBy(frame));
-  move(work.topLeft());
+  const QRect wanted = WantedFrame();
+  resize(wanted.size().shrunkBy(frame));
+  move(wanted.topLeft());
+}
+
+std::optional<port::WindowPlace> MainWindow::Place() const {
+  if (!isVisible() || FillsScreen(this)) return std::nullopt;
+  const QRect frame = isMaximized() ? normalGeometry().marginsAdded(windowHandle()->frameMargins())
+                                    : frameGeometry();
+  return port::WindowPlace{
+      frame.left(), frame.top(), {frame.width(), frame.height()}, isMaximized()};
 }
 
 // Nothing tells of the frame itself; what comes with it are moves, sizes and the first painting.

@@ -7,6 +7,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -33,6 +34,8 @@ class MainWindow final : public QMainWindow {
   // Shows the window for the first time, no larger than the work area with its frame, as soon as
   // that is known; on a small screen it fills the screen.
   void ShowFirst();
+  // As in port/windows.h.
+  std::optional<port::WindowPlace> Place() const;
 
   void CreateTabs(port::TabPlacement placement);
   // Group tab before the tabs exist.
@@ -75,6 +78,7 @@ class MainWindow final : public QMainWindow {
   void Post(port::MessageKind kind, std::uint32_t id, std::uint32_t detail = 0);
   void ShowBarOf(int view);
   void FitFrame();
+  QRect WantedFrame() const;
   void InsideResized(QSize size);
   void PlaceTabs();
   QWidget* NewGroupPane();
@@ -85,7 +89,8 @@ class MainWindow final : public QMainWindow {
 
   const port::WindowHandle handle_;
   const PostMessage post_;
-  QSize wanted_size_;           // frame included
+  QSize wanted_size_;  // frame included
+  std::optional<port::WindowPlace> wanted_place_;
   bool frame_awaited_ = false;  // shown without the frame that the desktop will add
   Inside* inside_;
   BlockedInput blocked_{*this};

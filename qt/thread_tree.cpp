@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "qt/finger_hold.h"
+#include "qt/keys.h"
 #include "qt/one_line.h"
 #include "qt/row_steps.h"
 
@@ -227,6 +228,10 @@ QModelIndex ThreadTree::SelectedIndex() const {
   return rows.isEmpty() ? QModelIndex() : rows.front();
 }
 
+void ThreadTree::SetTraits(const port::TreeTraits& traits) {
+  traits_ = traits;
+}
+
 port::TreeItem ThreadTree::Selected() const {
   return model_->ItemOf(SelectedIndex());
 }
@@ -263,6 +268,16 @@ bool ThreadTree::ExpandByKey(int key) {
   return key == Qt::Key_Plus || key == Qt::Key_Minus || key == Qt::Key_Asterisk;
 }
 
+bool ThreadTree::Searching() const {
+  return typed_.isValid() && typed_.elapsed() <= QApplication::keyboardInputInterval();
+}
+
+bool ThreadTree::IsLetterOfProgram(const QKeyEvent& event) const {
+  const auto key = VirtualKey(event);
+  return key && event.modifiers() == Qt::NoModifier && !Searching() &&
+         traits_.letters.find(static_cast<char16_t>(*key)) != std::u16string::npos;
+}
+
 void ThreadTree::keyPressEvent(QKeyEvent* event) {
   const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
   const bool plain = modifiers == Qt::NoModifier;
@@ -273,6 +288,7 @@ void ThreadTree::keyPressEvent(QKeyEvent* event) {
     return;
   }
   if (plain && enter && Selected() != 0) return Activate(SelectedIndex());
+  if (IsLetterOfProgram(*event)) return event->ignore();
   if (FirstStepSelects(*this, *event)) return;
   // Layouts have + and * on the shifted plane.
   if ((plain || modifiers == Qt::ShiftModifier) && ExpandByKey(event->key())) return;
@@ -287,8 +303,7 @@ QModelIndex ThreadTree::NextShown(const QModelIndex& index) const {
 void ThreadTree::keyboardSearch(const QString& typed) {
   if (model_->rowCount() == 0) return;
   executeDelayedItemsLayout();
-  const bool goes_on =
-      typed_.isValid() && typed_.elapsed() <= QApplication::keyboardInputInterval();
+  const bool goes_on = Searching();
   typed_.restart();
   sought_ = goes_on ? sought_ + typed : typed;
   // The same letter again and again goes from one row that begins with it to the next.

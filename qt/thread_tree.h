@@ -32,6 +32,7 @@ class ThreadTree final : public QTreeView {
   void Replace(port::TreeItem item, std::vector<port::TreeRow> rows);
   void SetLabels(std::vector<port::TreeLabel> labels);
   void Select(port::TreeItem item);
+  void SetTraits(const port::TreeTraits& traits);
   port::TreeItem Selected() const;
 
   const ThreadModel& Rows() const { return *model_; }
@@ -44,6 +45,8 @@ class ThreadTree final : public QTreeView {
   QRect TextRect(const QModelIndex& index) const;
 
   void keyboardSearch(const QString& typed) override;
+  // Whether a letter goes on with the search that is under way.
+  bool Searching() const;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -66,11 +69,13 @@ class ThreadTree final : public QTreeView {
   void Activate(const QModelIndex& index);
   bool ToggleByMark(const QMouseEvent& event, bool by_finger);
   bool ExpandByKey(int key);
+  bool IsLetterOfProgram(const QKeyEvent& event) const;
   QModelIndex NextShown(const QModelIndex& index) const;
   void HoldEnded();
 
   ThreadModel* model_;
   Asked asked_;
+  port::TreeTraits traits_;
   QTimer hold_;  // runs while a finger rests on a row
   QPoint pressed_at_;
   bool held_ = false;              // the long press has been answered

@@ -25,6 +25,7 @@ class QtTreeView final : public port::TreeView {
                   int font_size_index) override;
   bool TreeCreated() override;
   void SetTreeFont(std::u16string_view font_face, int font_size_index) override;
+  void SetTreeTraits(const port::TreeTraits& traits) override;
   void FillTree(std::vector<port::TreeRow> rows) override;
   void ReplaceSubtree(port::TreeItem item, std::vector<port::TreeRow> rows) override;
   void SetLabels(std::vector<port::TreeLabel> labels) override;
@@ -93,6 +94,10 @@ void QtTreeView::SetTreeFont(std::u16string_view font_face, int font_size_index)
   WithTree([&](ThreadTree& tree) {
     tree.setFont(FontFor(font_face, font_size_index, QApplication::font()));
   });
+}
+
+void QtTreeView::SetTreeTraits(const port::TreeTraits& traits) {
+  WithTree([&](ThreadTree& tree) { tree.SetTraits(traits); });
 }
 
 void QtTreeView::FillTree(std::vector<port::TreeRow> rows) {

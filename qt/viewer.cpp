@@ -159,7 +159,13 @@ void Viewer::LayOutAll() {
   document()->documentLayout()->blockBoundingRect(document()->lastBlock());
 }
 
-void Viewer::Scroll(port::ScrollStep step) {
+bool Viewer::Scroll(port::ScrollStep step) {
+  const int before = verticalScrollBar()->value();
+  ScrollTo(step);
+  return verticalScrollBar()->value() != before;
+}
+
+void Viewer::ScrollTo(port::ScrollStep step) {
   QScrollBar& bar = *verticalScrollBar();
   // A line that was cut at the edge is whole on the next page.
   const int page = std::max(bar.pageStep() - fontMetrics().height(), 1);
@@ -167,6 +173,7 @@ void Viewer::Scroll(port::ScrollStep step) {
     case port::ScrollStep::kPageUp:
       return bar.setValue(bar.value() - page);
     case port::ScrollStep::kPageDown:
+      if (bar.value() + page > bar.maximum()) LayOutAll();  // it may not be the end yet
       return bar.setValue(bar.value() + page);
     case port::ScrollStep::kTop:
       return bar.setValue(bar.minimum());
@@ -174,6 +181,20 @@ void Viewer::Scroll(port::ScrollStep step) {
       LayOutAll();
       return bar.setValue(bar.maximum());
   }
+}
+
+std::uint32_t Viewer::Place() const {
+  if (verticalScrollBar()->value() == 0) return 0;
+  return static_cast<std::uint32_t>(cursorForPosition({0, 0}).position());
+}
+
+void Viewer::GoTo(std::uint32_t place) {
+  if (place == 0) return verticalScrollBar()->setValue(0);
+  LayOutAll();
+  QTextCursor cursor(document());
+  const auto last = static_cast<std::uint32_t>(document()->characterCount() - 1);
+  cursor.setPosition(static_cast<int>(std::min(place, last)));
+  verticalScrollBar()->setValue(verticalScrollBar()->value() + cursorRect(cursor).top());
 }
 
 void Viewer::CopySelectionOrAll() {

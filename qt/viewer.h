@@ -27,7 +27,10 @@ class Viewer final : public QTextBrowser {
   void Add(std::u16string_view text, bool plain_text);
   void End();
 
-  void Scroll(port::ScrollStep step);
+  // As in port/article_panes.h.
+  bool Scroll(port::ScrollStep step);
+  std::uint32_t Place() const;
+  void GoTo(std::uint32_t place);
   // The selected text, or everything, to the clipboard.
   void CopySelectionOrAll();
 
@@ -55,6 +58,7 @@ class Viewer final : public QTextBrowser {
   QString LinkAtCursor() const;
   void ShowFirstHighlight();
   void LayOutAll();
+  void ScrollTo(port::ScrollStep step);
   void ForgetPages();
 
   const std::function<void(const QString& target)> activated_;

@@ -21,6 +21,7 @@ class QtWindows final : public port::Windows {
   std::vector<std::u16string> Fonts() override;
   port::WindowHandle CreateMainWindow(const port::MainWindowTraits& traits) override;
   void ShowMainWindow() override;
+  std::optional<port::WindowPlace> MainWindowPlace() override;
   // Does not wait for the display.
   void Raise(const std::string& token) override;
   void DestroyMainWindow() override;
@@ -106,6 +107,12 @@ port::WindowHandle QtWindows::CreateMainWindow(const port::MainWindowTraits& tra
 
 void QtWindows::ShowMainWindow() {
   WithMain([](MainWindow& main) { main.ShowFirst(); });
+}
+
+std::optional<port::WindowPlace> QtWindows::MainWindowPlace() {
+  std::optional<port::WindowPlace> place;
+  WithMain([&](const MainWindow& main) { place = main.Place(); });
+  return place;
 }
 
 void QtWindows::Raise(const std::string& token) {

@@ -85,6 +85,7 @@ constexpr auto kArticleMenu = std::to_array<MenuEntry>({
     {2, u"&Previous article", kCommandPreviousArticle, u"Ctrl+Left"},
     {2, u"&Next article", kCommandNextArticle, u"Ctrl+Right"},
     {2, u"Next t&hread", kCommandNextThread, u"Ctrl+Down"},
+    {2, u"Next &unread", kCommandNextUnread, u"N"},
     {1, u"Mark &unread", kCommandMarkUnread, u"Ctrl+U"},
     {1, u"Delete", 0, u""},
     {2, u"&Article", kCommandDeleteShownArticle, u"Ctrl+Alt+A"},

@@ -320,5 +320,6 @@ constexpr std::uint32_t kCommandToggleRemoveCrs = 40064;
 constexpr std::uint32_t kCommandCopy = 40066;
 constexpr std::uint32_t kCommandTogglePlainText = 40067;
 constexpr std::uint32_t kCommandRawText = 40080;
+constexpr std::uint32_t kCommandNextUnread = 40081;
 
 }  // namespace quillet

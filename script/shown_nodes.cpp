@@ -142,13 +142,16 @@ JsonObject DescribeViewer(const port::ShownArticle& article) {
       .Add("shows", article.shows)
       .Add("focused", article.focused)
       .Add("copies", article.copies)
+      .Add("line", article.line)
+      .Add("notice", article.notice)
       .AddRaw("scrolls", scrolls.Finish());
 }
 
 JsonObject DescribeHeader(const port::ShownArticle& article) {
   JsonList lines;
   for (const port::HeaderLine& line : article.header) {
-    lines.Add(JsonObject().Add("left", line.left).Add("right", line.right));
+    lines.Add(
+        JsonObject().Add("left", line.left).Add("right", line.right).Add("aside", line.aside));
   }
   return JsonObject()
       .Add("created", article.created)

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/app_messages.h"
+#include "base/extensions.h"
 #include "base/prefs.h"
 #include "base/records.h"
 #include "base/reset.h"
@@ -95,8 +96,14 @@ void CreateThreadControl() {
   if (gReading.tree) FillTreeControl(gReading.tree->root(), {});
 }
 
+port::TreeTraits TraitsOfTree() {
+  const Extensions extensions = ReadExtensions();
+  return {.columns = extensions.rowdetails != 0, .letters = extensions.readon != 0 ? u"N" : u""};
+}
+
 void MakeThreadControlReady() {
-  if (!gPlatform->thread_tree.TreeCreated()) return CreateThreadControl();
+  if (!gPlatform->thread_tree.TreeCreated()) CreateThreadControl();
+  gPlatform->thread_tree.SetTreeTraits(TraitsOfTree());
   if (!std::exchange(gFontForgotten, false)) return;
   gPlatform->thread_tree.SetTreeFont(gPrefs->threadfont, static_cast<int>(gPrefs->threadfontsize));
 }

@@ -13,6 +13,35 @@ namespace {
 
 constexpr std::uint32_t kToolbarImages = 7;
 
+int LinesOf(const ShownArticle& article) {
+  const std::u16string_view end = article.plain_text ? u"\n" : u"<br>";
+  int lines = 1;
+  for (std::size_t at = article.source.find(end); at != std::u16string::npos;
+       at = article.source.find(end, at + end.size())) {
+    ++lines;
+  }
+  return lines;
+}
+
+int LastTopLine(const ShownArticle& article) {
+  return std::max(LinesOf(article) - FakePanes::kLinesOfPage, 0);
+}
+
+int WantedLine(const ShownArticle& article, ScrollStep step) {
+  constexpr int kStep = FakePanes::kLinesOfPage - 1;
+  switch (step) {
+    case ScrollStep::kPageUp:
+      return article.line - kStep;
+    case ScrollStep::kPageDown:
+      return article.line + kStep;
+    case ScrollStep::kTop:
+      return 0;
+    case ScrollStep::kBottom:
+      break;
+  }
+  return LastTopLine(article);
+}
+
 std::string WrongToolbar(const std::vector<ToolbarButton>& buttons) {
   std::set<std::uint32_t> commands;
   for (const ToolbarButton& button : buttons) {
@@ -97,6 +126,8 @@ void FakePanes::ClearViewer() {
     article_.plain_text = false;
     article_.additions = 0;
     article_.ended = false;
+    article_.line = 0;
+    article_.notice.clear();
     screen_.Changed();
   }
   screen_.observer().OnArticleChanged();
@@ -134,15 +165,49 @@ void FakePanes::EndOfSource() {
   screen_.observer().OnArticleChanged();
 }
 
-void FakePanes::ScrollViewer(ScrollStep step) {
+bool FakePanes::ScrollViewer(ScrollStep step) {
   screen_.CheckThread("ScrollViewer");
+  bool moved = false;
   {
     const auto lock = screen_.Locked();
-    if (!article_.created) return;
+    if (!article_.created) return false;
     article_.scrolls.push_back(step);
+    const int line = std::clamp(WantedLine(article_, step), 0, LastTopLine(article_));
+    moved = std::exchange(article_.line, line) != line;
     screen_.Changed();
   }
   screen_.observer().OnViewerScrolled(step);
+  return moved;
+}
+
+std::uint32_t FakePanes::ViewerPlace() {
+  screen_.CheckThread("ViewerPlace");
+  const auto lock = screen_.Locked();
+  return static_cast<std::uint32_t>(article_.line);
+}
+
+void FakePanes::GoToViewerPlace(std::uint32_t place) {
+  screen_.CheckThread("GoToViewerPlace");
+  const auto lock = screen_.Locked();
+  if (!article_.created) return;
+  const auto last = static_cast<std::uint32_t>(LastTopLine(article_));
+  article_.line = static_cast<int>(std::min(place, last));
+  screen_.Changed();
+}
+
+// A notice over a viewer that is not there would never be seen.
+void FakePanes::SetNotice(std::u16string_view text) {
+  screen_.CheckThread("SetNotice");
+  bool lost = false;
+  {
+    const auto lock = screen_.Locked();
+    lost = !article_.created && screen_.window.has_tabs && !text.empty();
+    if (article_.created) article_.notice = text;
+    if (article_.created) screen_.Changed();
+    if (!article_.created && !lost) return;
+  }
+  if (lost) return screen_.on_failure("display: a notice before its panes");
+  screen_.observer().OnArticleChanged();
 }
 
 void FakePanes::CopyFromViewer() {

@@ -24,12 +24,18 @@ struct ShownArticle {
   bool ended = false;  // the end of the source was told
   int shows = 0;       // times it was
   std::vector<ScrollStep> scrolls;
+  int line = 0;  // the one at the upper edge; see FakePanes
+  std::u16string notice;
   int copies = 0;
   bool focused = false;
 };
 
+// The viewer is kLinesOfPage lines high, and a line ends where the source says so, never by its
+// length. A page step leaves one line on the screen. A place is the number of a line.
 class FakePanes : public ArticlePanes {
  public:
+  static constexpr int kLinesOfPage = 20;
+
   explicit FakePanes(FakeScreen& screen);
   FakePanes(const FakePanes&) = delete;
   FakePanes& operator=(const FakePanes&) = delete;
@@ -57,7 +63,10 @@ class FakePanes : public ArticlePanes {
   void ClearViewer() override;
   void AddToViewer(std::u16string_view text, bool plain_text) override;
   void EndOfSource() override;
-  void ScrollViewer(ScrollStep step) override;
+  bool ScrollViewer(ScrollStep step) override;
+  std::uint32_t ViewerPlace() override;
+  void GoToViewerPlace(std::uint32_t place) override;
+  void SetNotice(std::u16string_view text) override;
   void CopyFromViewer() override;
   void FocusViewer() override;
 

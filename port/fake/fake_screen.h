@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -32,6 +33,7 @@ struct ShownMainWindow {
   bool has_tabs = false;
   TabPlacement placement = TabPlacement::kBottom;
   int tab = kGroupTab;
+  std::optional<WindowPlace> place;  // as wanted, then as the user moves it
   Size inside;
   Size tabs;
   std::u16string status;

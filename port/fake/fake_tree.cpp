@@ -45,6 +45,14 @@ void FakeTree::SetTreeFont(std::u16string_view font_face, int font_size_index) {
   screen_.observer().OnTreeChanged();
 }
 
+void FakeTree::SetTreeTraits(const TreeTraits& traits) {
+  screen_.CheckThread("SetTreeTraits");
+  const auto lock = screen_.Locked();
+  if (!tree_.created) return;
+  tree_.traits = traits;
+  screen_.Changed();
+}
+
 bool FakeTree::TreeCreated() {
   screen_.CheckThread("TreeCreated");
   const auto lock = screen_.Locked();

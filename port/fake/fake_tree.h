@@ -22,6 +22,7 @@ struct ShownTree {
   std::u16string name;
   std::u16string font_face;
   int font_size_index = 0;
+  TreeTraits traits;
   std::u16string caption;
   std::vector<TreeRow> rows;
   std::set<TreeItem> expanded;
@@ -61,6 +62,7 @@ class FakeTree : public TreeView {
                   int font_size_index) override;
   bool TreeCreated() override;
   void SetTreeFont(std::u16string_view font_face, int font_size_index) override;
+  void SetTreeTraits(const TreeTraits& traits) override;
   void FillTree(std::vector<TreeRow> rows) override;
   void ReplaceSubtree(TreeItem item, std::vector<TreeRow> rows) override;
   void SetLabels(std::vector<TreeLabel> labels) override;

@@ -43,6 +43,7 @@ WindowHandle FakeWindows::CreateMainWindow(const MainWindowTraits& traits) {
     screen_.window = {};
     screen_.window.handle = handle;
     screen_.window.traits = traits;
+    screen_.window.place = traits.place;
     screen_.window.inside = traits.size;
     screen_.window_thread = std::this_thread::get_id();
     screen_.Changed();
@@ -60,6 +61,12 @@ void FakeWindows::ShowMainWindow() {
     screen_.Changed();
   }
   screen_.observer().OnWindowShown();
+}
+
+std::optional<WindowPlace> FakeWindows::MainWindowPlace() {
+  screen_.CheckThread("MainWindowPlace");
+  const auto lock = screen_.Locked();
+  return screen_.window.shown ? screen_.window.place : std::nullopt;
 }
 
 void FakeWindows::Raise(const std::string& token) {
@@ -221,6 +228,14 @@ bool FakeWindows::ResizeMainWindow(Size inside) {
                        static_cast<std::uint32_t>(inside.width),
                        static_cast<std::uint32_t>(inside.height),
                        {}});
+  screen_.Changed();
+  return true;
+}
+
+bool FakeWindows::MoveMainWindow(const WindowPlace& place) {
+  const auto lock = screen_.Locked();
+  if (!screen_.window.shown) return false;
+  screen_.window.place = place;
   screen_.Changed();
   return true;
 }

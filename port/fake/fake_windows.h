@@ -32,6 +32,7 @@ class FakeWindows : public Windows {
   // Any command, to the main window.
   bool SendCommand(std::uint32_t command);
   bool ResizeMainWindow(Size inside);
+  bool MoveMainWindow(const WindowPlace& place);
   bool CloseMainWindow();
   void EndSession();  // the system's, never refused
 
@@ -50,6 +51,7 @@ class FakeWindows : public Windows {
   std::vector<std::u16string> Fonts() override;
   WindowHandle CreateMainWindow(const MainWindowTraits& traits) override;
   void ShowMainWindow() override;
+  std::optional<WindowPlace> MainWindowPlace() override;
   void Raise(const std::string& token) override;
   void DestroyMainWindow() override;
   void CreateTabs(TabPlacement placement) override;

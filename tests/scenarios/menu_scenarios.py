@@ -86,6 +86,7 @@ ARTICLE_MENU = [
     item(2, "&Previous article", 40017, "Ctrl+Left"),
     item(2, "&Next article", 40019, "Ctrl+Right"),
     item(2, "Next t&hread", 40016, "Ctrl+Down"),
+    item(2, "Next &unread", 40081, "N"),
     item(1, "Mark &unread", 40025, "Ctrl+U"),
     sub(1, "Delete"),
     item(2, "&Article", 40011, "Ctrl+Alt+A"),

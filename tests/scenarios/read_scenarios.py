@@ -312,6 +312,28 @@ class Walking(Reading):
             q.key("Ctrl+C")
             self.assertEqual(q.viewer()["copies"], 1)
 
+    def test_space_reads_everything_there_is(self):
+        long = "line\r\n" * 30
+        groups = {GROUP: {**ARTICLES, 7: post("gus", "Long", body=long)},
+                  "comp.more": {1: post("hal", "More", group="comp.more")}}
+        with self.download(groups=groups) as q:
+            q.open_group(GROUP)
+            q.key("N")
+            read = [self.shown(q)]
+            for _ in range(7):
+                q.key("Space")
+                read.append(self.shown(q))
+            self.assertEqual(read, ORDER + ["gus", "gus"])
+            self.assertEqual(q.viewer()["line"], 11)
+            q.key("Space")
+            self.assertEqual(self.shown(q), "hal")
+            self.assertEqual(q.viewer()["notice"], "")
+            q.key("Space")
+            self.assertEqual((self.shown(q), q.viewer()["notice"]),
+                             ("hal", "All articles are read."))
+            self.assertEqual(self.counts(q), ["0/7", "0/1"])
+        self.assert_fine(q)
+
     def test_keys_of_a_walk_do_not_scroll(self):
         with self.open() as q:
             q.open_node("1")

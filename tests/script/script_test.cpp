@@ -300,14 +300,17 @@ TEST(ShownNodesTest, TheArticleViewIsToldAsItIs) {
   article.ended = true;
   article.shows = 2;
   article.scrolls = {port::ScrollStep::kTop, port::ScrollStep::kPageDown};
-  article.header[1] = {u"From: a", u"Article 0/1"};
+  article.line = 7;
+  article.notice = u"n";
+  article.header[1] = {u"From: a", u"Article 0/1", u"today"};
   article.toolbar = {{40048, 4, u"Find"}, {}};
   EXPECT_EQ(DescribeViewer(article).Finish(),
             R"({"created":true,"source":"<b>x</b>","plain_text":false,"additions":1,"ended":true,)"
-            R"("shows":2,"focused":false,"copies":0,"scrolls":["top","page-down"]})");
+            R"("shows":2,"focused":false,"copies":0,"line":7,)"
+            R"("notice":"n","scrolls":["top","page-down"]})");
   EXPECT_EQ(DescribeHeader(article).Finish(),
-            R"({"created":true,"font":"","pixels":0,"lines":[{"left":"","right":""},)"
-            R"({"left":"From: a","right":"Article 0/1"}]})");
+            R"({"created":true,"font":"","pixels":0,"lines":[{"left":"","right":"","aside":""},)"
+            R"({"left":"From: a","right":"Article 0/1","aside":"today"}]})");
   EXPECT_EQ(DescribeToolbar(article).Finish(),
             R"({"buttons":[{"command":40048,"image":4,"tooltip":"Find"},{"separator":true}]})");
 }
