@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "app/open_prefs.h"
+#include "app/place.h"
 #include "app/quick_setup.h"
 #include "app/startup.h"
 #include "article/attachments.h"
@@ -294,6 +295,8 @@ void HandleUser(const port::Message& message) {
       return OfferDraft();
     case kUserNewsLink:
       return OpenNewsLink(message.text);
+    case kUserRestorePlace:
+      return RestorePlace();
     default:
       return;
   }
@@ -323,6 +326,8 @@ void DestroyQuilletWindow() {
 // `asks`: the user closes it, and may change his mind.
 void CloseMainWindow(bool asks) {
   if (asks && !EditorLetsQuit()) return;
+  // From inside an operation only what cannot go on closes the window.
+  if (!asks || OperationRunning()) KeepOnlyTheGroup();
   DeleteOnQuit();
   // A critical error during the deletion has closed the window already.
   if (gMainWindow != 0) DestroyQuilletWindow();
@@ -377,6 +382,7 @@ void HandleMessage(const port::Message& message) {
 void MainWindowProcedure(const port::Message& message) {
   if (IsOfTheUser(message.kind) && std::exchange(gDraftWaits, false)) OfferDraftSoon();
   HandleMessage(message);
+  if (gMainWindow != 0) KeepPlaceOfNewGroup();
 }
 
 }  // namespace
@@ -385,7 +391,7 @@ bool CreateQuilletWindow() {
   const port::Size area = gPlatform->windows.WorkArea();
   const port::Size inside{area.width, area.height - kMenuBarHeight};
   const port::WindowHandle window = gPlatform->windows.CreateMainWindow(
-      {u"Quillet CE", ProgramName(), kIconMain, inside});
+      {u"Quillet CE", ProgramName(), kIconMain, inside, KeptWindowPlace()});
   if (window == 0) return false;
   KeepInsideSize(inside);
   SetProcedure(window, MainWindowProcedure);

@@ -7,6 +7,7 @@
 
 #include "app/main_window.h"
 #include "app/open_prefs.h"
+#include "app/place.h"
 #include "app/quick_setup.h"
 #include "article/view.h"
 #include "base/app_messages.h"
@@ -193,6 +194,11 @@ int RunOnce() {
     ScheduleAutoDownload();
     HandOverMail();  // a scheduled start has its connection for that
   }
+  // Behind the window, which is there by then. Whoever asks for something else at the start gets
+  // that, and at the first start there is no place.
+  if (gPlatform->shell.CommandLine().empty() && gPrefs->numservers != 0) {
+    PostToMainWindow(kUserRestorePlace);
+  }
   // A question would keep the next scheduled connections waiting for somebody to answer it.
   scheduled ? OfferDraftWhenSomebodyIsThere() : OfferDraftSoon();
   if (gPrefs->numservers == 0 && gMainWindow != 0) RunQuickSetup();
@@ -238,6 +244,7 @@ void ShutDown() {
   if (!gStoreOpened) return;
   gStoreOpened = false;
   HangUpDialledConnection();
+  KeepPlace();
   if (gPrefs) WritePreferences();
   CloseDatabases();
   UnloadCompressionLibrary();

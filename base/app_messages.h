@@ -21,6 +21,7 @@ constexpr std::uint32_t kUserDraftNotSaved = 7;  // what is being written is not
 constexpr std::uint32_t kUserShowPostQueue = 8;  // the list of queued posts again
 constexpr std::uint32_t kUserOfferDraft = 9;     // what a crash has left of an article
 constexpr std::uint32_t kUserNewsLink = 10;      // a link was given to the program; text: the link
+constexpr std::uint32_t kUserRestorePlace = 14;  // the group, view and article of the last run
 
 inline void PostToMainWindow(std::uint32_t user_message) {
   gPlatform->messages.Post({gMainWindow, port::MessageKind::kUser, user_message, 0, {}});

@@ -334,6 +334,34 @@ class Walking(Reading):
             self.assertEqual(self.counts(q), ["0/7", "0/1"])
         self.assert_fine(q)
 
+    def test_the_next_run_begins_where_this_one_ended(self):
+        with self.open() as q:
+            q.open_node("<dora@x>")
+        self.assert_fine(q)
+        with self.run_quillet() as q:
+            self.assertEqual((q.tab(), self.shown(q)), ("article", "dora"))
+            q.key("Escape")
+            self.assertEqual(q.tree()["selected"], "2.1")
+            q.do("tab group")
+        with self.run_quillet() as q:
+            self.assertEqual((q.tab(), q.current()["exists"]), ("group", False))
+            q.set_dword("Extensions\\restoreplace", 0)
+        self.assert_fine(q)
+
+    def test_without_its_extensions_there_is_neither(self):
+        with self.open() as q:
+            q.open_node("1")
+            for name in ("readon", "restoreplace"):
+                q.set_dword("Extensions\\" + name, 0)
+            for key in ("Space", "Shift+Space", "N"):
+                q.key(key)
+            self.assertEqual((self.shown(q), q.viewer()["scrolls"]), ("ann", []))
+        with self.run_quillet() as q:
+            self.assertEqual((q.tab(), q.current()["exists"]), ("group", False))
+            kept = q.ask("registry Extensions\\Place\\article")
+            self.assertEqual(kept["hex"], "", "kept when the group was opened, and not since")
+        self.assert_fine(q)
+
     def test_keys_of_a_walk_do_not_scroll(self):
         with self.open() as q:
             q.open_node("1")
