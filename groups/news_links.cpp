@@ -86,12 +86,9 @@ std::u16string NoteOnServer(const NewsLink& link) {
 
 // --- Groups --------------------------------------------------------------------------------------
 
-// In the group list, the thread view, and as the current group. False when it could not be read to
-// its end, because the user cancelled that.
-bool ShowGroup(GroupIndex group) {
-  FillGroupListAt(group);
-  gReading.group = group;
-  ShowThreadView();
+// False when it could not be read to its end, because the user cancelled that.
+bool ShowWholeGroup(GroupIndex group) {
+  ShowGroup(group);
   return gReading.tree && !gReading.rebuild_pending;
 }
 
@@ -158,7 +155,7 @@ void OpenArticleLink(const NewsLink& link) {
     ShowMessage(NoteOnServer(link) + std::u16string(kNotStored));
     return;
   }
-  if (!ShowGroup(*group)) return;
+  if (!ShowWholeGroup(*group)) return;
   if (Node* node = gReading.tree->FindNodeByMessageId(link.message_id)) ShowNode(*node);
 }
 
@@ -188,7 +185,7 @@ void OpenArticleByNumber(const NewsLink& link) {
 void OpenGroupLink(const NewsLink& link) {
   const std::optional<GroupIndex> group = FindNewsgroup(link.group);
   if (!group) return OfferGroup(link);
-  if (!ShowGroup(*group)) return;
+  if (!ShowWholeGroup(*group)) return;
   if (link.number) return OpenArticleByNumber(link);
   if (!NamesForeignServer(link)) return;
   ShowMessage(NoteOnServer(link) + u"This is the newsgroup as your own servers have it.");
