@@ -31,6 +31,13 @@ int EndWithoutDisplay(quillet::port::LinuxServices& services, const QString& pro
   return kExitNoDisplay;
 }
 
+// Empty when the toolkit cannot spell the name: it would make another file for it.
+QString DisplayFileOf(const quillet::port::Profile& profile) {
+  const QByteArray name = QByteArray::fromStdString(profile.DisplayFile());
+  const QString spelled = QString::fromUtf8(name);
+  return spelled.toUtf8() == name ? spelled : QString();
+}
+
 int RunInWindow(const Arguments& arguments, char** argv) {
   const quillet::port::Profile profile = quillet::port::LocateProfile(arguments.profile);
   const std::string problem = quillet::port::PrepareProfile(profile);
@@ -46,7 +53,7 @@ int RunInWindow(const Arguments& arguments, char** argv) {
   quillet::qt::NameApplication();
   qInstallMessageHandler(HandleToolkitMessage);
   const QApplication application(application_argc, argv);
-  quillet::qt::QtDevice device(services.queues, QString::fromStdString(profile.DisplayFile()));
+  quillet::qt::QtDevice device(services.queues, DisplayFileOf(profile));
   return quillet::qt::RunQuilletOn(device, services);
 }
 
