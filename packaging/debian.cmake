@@ -38,12 +38,14 @@ set(recommended
   qt6-wayland      # a window of its own on Wayland
   xdg-utils)       # links of articles
 set(suggested
-  gnome-keyring
+  gnome-keyring    # a password store
   gss-ntlmssp      # encrypted logins
   msmtp            # e-mail
   "default-mta | mail-transport-agent"
   network-manager  # connections that are dialled
-  fonts-noto-core)
+  fonts-noto-core  # scripts that the desktop's fonts lack
+  fonts-noto-cjk
+  fonts-noto-color-emoji)
 list(JOIN recommended ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS)
 list(JOIN suggested ", " CPACK_DEBIAN_PACKAGE_SUGGESTS)
 

@@ -14,6 +14,7 @@ install(DIRECTORY ${guide} DESTINATION ${CMAKE_INSTALL_DATADIR}/quillet)
 file(RELATIVE_PATH way ${CMAKE_INSTALL_FULL_DOCDIR} ${CMAKE_INSTALL_FULL_DATADIR}/quillet/guide)
 file(CREATE_LINK ${way} ${CMAKE_CURRENT_BINARY_DIR}/guide SYMBOLIC)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/guide ${CMAKE_SOURCE_DIR}/debian/copyright
+              ${CMAKE_SOURCE_DIR}/COPYING
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 foreach(picture threads-1280x800-light article-1280x800-light post-full-1280x800-light
                 groups-240x320-light)

@@ -22,8 +22,8 @@ BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 DEPENDS = {"libgdbm6", "libc6", "libgmime-3.0-0", "libqt6core6", "libqt6gui6", "libqt6svg6",
            "libqt6widgets6", "libsqlite3-0", "libssl3", "libstdc++6", "libsystemd0", "libxcb1"}
 RECOMMENDS = {"ca-certificates", "libbz2-1.0", "libsecret-1-0", "qt6-wayland", "xdg-utils"}
-SUGGESTS = {"default-mta", "mail-transport-agent", "fonts-noto-core", "gnome-keyring",
-            "gss-ntlmssp", "msmtp", "network-manager"}
+SUGGESTS = {"default-mta", "mail-transport-agent", "fonts-noto-core", "fonts-noto-cjk",
+            "fonts-noto-color-emoji", "gnome-keyring", "gss-ntlmssp", "msmtp", "network-manager"}
 
 
 class Root:
