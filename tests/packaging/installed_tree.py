@@ -81,6 +81,24 @@ class DemoServer:
         self._process.stdout.close()
 
 
+class Screen:
+    """An X server in memory; `display` names it."""
+
+    def __enter__(self):
+        read, write = os.pipe()
+        self._process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24", "-nolisten", "tcp"],
+            pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as number:
+            self.display = ":" + number.readline().strip()
+        return self
+
+    def __exit__(self, *_):
+        self._process.terminate()  # it removes its lock and socket
+        self._process.wait(LIMIT)
+
+
 class Window:
     """One run of the program with its window."""
 

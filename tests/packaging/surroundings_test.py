@@ -10,7 +10,7 @@ import sys
 import tempfile
 import unittest
 
-from installed_tree import DemoServer, Home, InstalledTree, exact_environment, run
+from installed_tree import DemoServer, Home, InstalledTree, Screen, exact_environment, run
 
 # pylint: disable=wrong-import-order
 import quillet_script
@@ -54,6 +54,18 @@ class Surroundings(unittest.TestCase):
             for address in ("unix:path=/nonexistent", "nonsense", ""):
                 self.assert_starts(home, told=r"quillet: QStandardPaths: XDG_RUNTIME_DIR not set.*",
                                    DBUS_SESSION_BUS_ADDRESS=address, AT_SPI_BUS_ADDRESS=address, XDG_RUNTIME_DIR=None)
+
+    def test_its_window_comes_up_without_the_bus_of_screen_readers(self):
+        with Home() as home, Screen() as screen:
+            environment = {"DISPLAY": screen.display, "QT_QPA_PLATFORM": "xcb",
+                           "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+                           "AT_SPI_BUS_ADDRESS": "unix:path=/nonexistent"}
+            with self.tree.window(home, **environment) as window:
+                window.wait_until_it_answers()
+                shown = run("xdotool", "search", "--sync", "--onlyvisible", "--class", "quillet",
+                            env=home.environment(**environment))
+                self.assertRegex(shown, r"^\d+\n")
+                self.assertEqual(window.end(signal.SIGTERM)[0], 0)
 
     def test_in_a_locale_without_unicode_and_with_names_that_are_bytes(self):
         for locale in LOCALES:
