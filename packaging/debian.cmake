@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The Debian package: cpack -G DEB in the build folder. What is linked is found by dpkg-shlibdeps; what
 # is loaded at run time is named here.
 set(CPACK_GENERATOR DEB)

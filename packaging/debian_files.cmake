@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Run by cpack on the tree that becomes the Debian package: what that distribution has otherwise than
 # an installation from the sources.
 set(share ${CPACK_TEMPORARY_DIRECTORY}/usr/share)

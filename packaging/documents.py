@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The Markdown of the documents, as much of it as they use: headings, paragraphs, lists, tables,
 indented and fenced code, pictures, and `code`, **bold**, *emphasis* and [links](to). Shared by what
 makes pages of them. Standard library only.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What is installed where; the programs are installed by their own folders.
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES quillet.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

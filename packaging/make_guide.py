@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Makes the documents that the program opens: pages of HTML with their pictures. Usage:
 make_guide.py FOLDER DOCUMENT...
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Makes the man page of a program from its document. Usage:
 make_man_page.py PROGRAM DOCUMENT CHANGELOG OUTPUT
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Version and day of the newest release, from debian/changelog. Usage: release.py CHANGELOG. Standard
 library only."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // quillet-draw-icon: the program's icon as a picture for desktops that take no drawings. Used by
 // the build. Usage: quillet-draw-icon DRAWING.svg PIXELS PICTURE.png
 #include <QImage>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Shared by ./run, ./test and ./bench/run: installing what is missing, configuring, building.
 # Sourced with the repository root as the current folder.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Holds the tree to its layers. Prints every line that breaks a rule and exits 1; 0 when there is none.
 
 Looks at the includes of every source and at the link lines of every CMakeLists.txt, and compares them

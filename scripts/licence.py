@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """That every source names its licence, in the first line that it can. Prints every file that does not
 and exits 1; 0 when all do. Usage: licence.py [ROOT [FILE...]]; without files all that lie below the
 root. Standard library only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the options make of a preferences record, and where their numbers are stored. Nothing is
 // written. Program thread only.
 #pragma once

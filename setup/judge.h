@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether Quillet CE could store and use what was given, by the judgements of its own windows.
 // Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // quillet-setup: tells the program its news server and its newsgroups, for scripts that set
 // machines up. With it the program starts ready to connect.
 #include <cstdio>

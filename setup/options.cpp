@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One row an option: its name, what its value is called, and what takes it. A value may stand
 // behind the option or, after a "=", in it.
 #include "setup/options.h"

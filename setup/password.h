@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where a password comes from that must not stand in the arguments. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One transaction of the registry has it all: what the settings are is read in it, changed as a
 // record, and written back. What goes through other keys meanwhile is part of it. Unless it is
 // committed, nothing has happened.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Puts what was given into a profile, all of it or nothing. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 complete -c quillet-script -f
 complete -c quillet-script -l profile -r -a '(__fish_complete_directories)' -d 'Keep settings and articles in a folder'
 complete -c quillet-script -l xdg -d 'Use the user\'s own folders'

@@ -1,4 +1,5 @@
 #compdef quillet-script
+# SPDX-License-Identifier: GPL-3.0-or-later
 _arguments \
   '(--xdg)--profile[keep settings and articles in a folder]:folder:_files -/' \
   "(--profile)--xdg[use the user's own folders]" \

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 complete -c quillet-setup -f
 complete -c quillet-setup -l server -x -d 'Name of the news server'
 complete -c quillet-setup -l group -x -d 'A newsgroup to fetch'

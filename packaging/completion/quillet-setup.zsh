@@ -1,4 +1,5 @@
 #compdef quillet-setup
+# SPDX-License-Identifier: GPL-3.0-or-later
 _arguments \
   '--server[name of the news server]:name:_hosts' \
   '*--group[a newsgroup to fetch]:name:' \

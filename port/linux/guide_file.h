@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the users' guide lies that was built or installed with the running program. Any thread.
 #pragma once
 

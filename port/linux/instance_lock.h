@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The lock that the running instance of a profile holds on "instance.lock" in its configuration
 // folder; it goes with the process. Any thread.
 #pragma once

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """That shells complete the options that the programs have, no more and no fewer. Usage:
 completion_test.py REPOSITORY PROGRAM..."""
 

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """That the users' guide explains everything the program says. Usage: guide_test.py REPOSITORY
 
 Read are the texts in the sources: what is handed to the functions that show a message or write a line

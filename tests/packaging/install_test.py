@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What `cmake --install` puts where, and that what was installed stands on its own. Usage:
 install_test.py BUILD-FOLDER REPOSITORY"""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """An installed tree in use: private folders of a user, a news server, the programs."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The man pages made from the documents. Usage: man_page_test.py REPOSITORY"""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The Debian package: made, checked, installed into a fresh root, used there, removed without a trace.
 Nothing is asked of the network, and an ordinary user may run it. Usage: package_test.py BUILD-FOLDER
 

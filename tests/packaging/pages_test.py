@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The pages of HTML made from the documents, and what is known of a release. Usage: pages_test.py
 REPOSITORY"""
 

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The installed program where much is missing: icons, fonts, buses, languages. Usage:
 surroundings_test.py BUILD-FOLDER"""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The check of the licence lines, on a small tree in a folder of its own."""
 import subprocess
 import sys

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What quillet-setup makes of fresh profiles and of those of earlier builds."""
 
 import pathlib

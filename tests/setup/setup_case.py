@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the tests of quillet-setup share. Environment: QUILLET_SETUP, QUILLET_SCRIPT (programs)."""
 
 import os
