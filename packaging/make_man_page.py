@@ -17,21 +17,19 @@ from release import read_newest
 
 @dataclass
 class Page:
-    """What the document does not say: one line for lists of pages, and the synopsis."""
+    """What the document does not say: one line for lists of pages, and the synopsis, which the
+    program's help has too."""
     what: str
-    synopsis: str
+    synopsis: list
 
 
 PAGES = {
-    "quillet": Page(
-        "offline newsreader", "[\\fB\\-\\-profile\\fP \\fIDIR\\fP] [\\fBAppRunAtTime\\fP]"),
-    "quillet-script": Page(
-        "offline newsreader driven by commands",
-        "\\fB\\-\\-profile\\fP \\fIDIR\\fP [\\fIOPTION\\fP...] [\\fIARGUMENT\\fP...]"),
-    "quillet-setup": Page(
-        "offline newsreader configured by script",
-        "[\\fB\\-\\-add\\fP|\\fB\\-\\-replace\\fP] [\\fB\\-\\-server\\fP \\fINAME\\fP] "
-        "[\\fB\\-\\-group\\fP \\fINAME\\fP...] [\\fIOPTION\\fP...]"),
+    "quillet": Page("offline newsreader", ["quillet [--profile DIR] [AppRunAtTime | LINK]"]),
+    "quillet-script": Page("offline newsreader driven by commands",
+                           ["quillet-script --profile DIR [OPTION...] [AppRunAtTime | LINK]"]),
+    "quillet-setup": Page("offline newsreader configured by script",
+                          ["quillet-setup --server NAME --group NAME [OPTION...]",
+                           "quillet-setup --add [--server NAME] [--group NAME...] [OPTION...]"]),
 }
 
 
@@ -119,6 +117,13 @@ WRITERS = {"heading": lambda lines: section(lines[0]), "code": code, "table": ta
            "text": text}
 
 
+def usage(line):
+    """A synopsis with what is written as it stands in bold, and what stands for something in italics."""
+    def font(match):
+        return "\\f%s%s\\fP" % ("I" if match[0].isupper() else "B", plain(match[0]))
+    return re.sub(r"[A-Za-z-]{2,}", font, line)
+
+
 def without_idle_breaks(lines):
     """The lines without new paragraphs where one begins anyway."""
     out = []
@@ -134,7 +139,7 @@ def page(program, document, version, day):
     out = ['.\\" Made from a document below docs/; changes belong there.',
            '.TH %s 1 %s "Quillet CE %s" "User Commands"' % (plain(program.upper()), day, version),
            ".nh", ".ad l", ".SH NAME", "%s \\- %s" % (plain(program), about.what), ".SH SYNOPSIS",
-           ".B " + plain(program), about.synopsis, ".SH DESCRIPTION"]
+           *"\n.br\n".join(map(usage, about.synopsis)).split("\n"), ".SH DESCRIPTION"]
     for kind, lines in blocks(document.splitlines()):
         out += WRITERS[kind](lines)
     return "\n".join(without_idle_breaks(out)) + "\n"

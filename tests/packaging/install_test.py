@@ -6,6 +6,7 @@ install_test.py BUILD-FOLDER REPOSITORY"""
 import configparser
 import os
 import pathlib
+import re
 import shutil
 import stat
 import struct
@@ -142,6 +143,9 @@ class Install(unittest.TestCase):
                                  MAN_KEEP_FORMATTING=""))
             self.assertIn(program + " - offline newsreader", " ".join(shown.split()))
             self.assertIn("Quillet CE 1.14r3", shown)
+            told = run(self.path("bin/" + program), "--help").split("\n\n")[0]
+            self.assertEqual(re.search("SYNOPSIS\n(.*?)\n\n", shown, re.DOTALL)[1].split(),
+                             told.removeprefix("Usage: ").split())
 
 
 if __name__ == "__main__":
