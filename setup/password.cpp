@@ -2,6 +2,7 @@
 #include "setup/password.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -26,14 +27,20 @@ enum class LineEnd { kEnded, kEndOfFile, kTooLong, kFailed, kInterrupted };
 
 volatile std::sig_atomic_t g_signal = 0;
 
-// The first line, without its end.
-LineEnd ReadLine(int file, std::string& line) {
+// The first line, without its end. Signals that the mask lets through come while it waits, and end
+// that; without one it is not interrupted.
+LineEnd ReadLine(int file, const sigset_t* while_waiting, std::string& line) {
   char unit = 0;
   while (line.size() <= kLongestLine) {
-    const ssize_t got = read(file, &unit, 1);
+    pollfd waiting{file, POLLIN, 0};
+    if (while_waiting != nullptr && ppoll(&waiting, 1, nullptr, while_waiting) < 0) {
+      if (g_signal != 0) return LineEnd::kInterrupted;
+      if (errno != EINTR) return LineEnd::kFailed;
+      continue;
+    }
+    const ssize_t got = port::ReadSome(file, &unit, 1);
+    if (got < 0) return LineEnd::kFailed;
     if (got == 0) return LineEnd::kEndOfFile;
-    if (got < 0 && errno == EINTR && g_signal == 0) continue;
-    if (got < 0) return g_signal != 0 ? LineEnd::kInterrupted : LineEnd::kFailed;
     if (unit == '\n') return LineEnd::kEnded;
     line.push_back(unit);
   }
@@ -57,7 +64,7 @@ Password FromFile(const std::string& name) {
                                         : open(name.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.valid()) return Failed(named + "cannot be read: " + std::strerror(errno));
   std::string line;
-  const LineEnd end = ReadLine(file.get(), line);
+  const LineEnd end = ReadLine(file.get(), nullptr, line);
   if (end == LineEnd::kFailed) return Failed(named + "cannot be read: " + std::strerror(errno));
   if (end == LineEnd::kTooLong) return Failed(named + "has no line that can be a password");
   Password password = PasswordOf(std::move(line));
@@ -69,17 +76,21 @@ Password FromFile(const std::string& name) {
 
 constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-// While one lives what is typed is not shown, and a signal that would end the program only ends the
-// wait.
+// While one lives what is typed is not shown, and signals that would end the program are held back
+// but where the wait lets them through: none can come just before it and be missed.
 class HiddenInput {
  public:
   explicit HiddenInput(int terminal) : terminal_(terminal) {
     g_signal = 0;
+    sigset_t ending;
+    sigemptyset(&ending);
     struct sigaction note {};
     note.sa_handler = [](int number) { g_signal = number; };
     for (std::size_t i = 0; i < kEndingSignals.size(); ++i) {
-      sigaction(kEndingSignals[i], &note, &before_[i]);
+      sigaddset(&ending, kEndingSignals[i]);
+      sigaction(kEndingSignals[i], &note, &actions_[i]);
     }
+    sigprocmask(SIG_BLOCK, &ending, &mask_);
     hidden_ = tcgetattr(terminal, &shown_) == 0;
     termios without_echo = shown_;
     without_echo.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -87,26 +98,30 @@ class HiddenInput {
   }
   HiddenInput(const HiddenInput&) = delete;
   HiddenInput& operator=(const HiddenInput&) = delete;
+  // What was held back and has not been noted comes now.
   ~HiddenInput() {
     if (hidden_) tcsetattr(terminal_, TCSAFLUSH, &shown_);
     for (std::size_t i = 0; i < kEndingSignals.size(); ++i) {
-      sigaction(kEndingSignals[i], &before_[i], nullptr);
+      sigaction(kEndingSignals[i], &actions_[i], nullptr);
     }
+    sigprocmask(SIG_SETMASK, &mask_, nullptr);
   }
   bool hidden() const { return hidden_; }
+  const sigset_t& mask() const { return mask_; }  // as it was before
 
  private:
   int terminal_;
   bool hidden_ = false;
   termios shown_{};
-  std::array<struct sigaction, kEndingSignals.size()> before_{};
+  sigset_t mask_{};
+  std::array<struct sigaction, kEndingSignals.size()> actions_{};
 };
 
 LineEnd AskHidden(int terminal, std::string_view question, std::string& line) {
   const HiddenInput hidden(terminal);
   if (!hidden.hidden()) return LineEnd::kFailed;
   if (!port::WriteAll(terminal, question)) return LineEnd::kFailed;
-  const LineEnd end = ReadLine(terminal, line);
+  const LineEnd end = ReadLine(terminal, &hidden.mask(), line);
   port::WriteAll(terminal, "\n");
   return end;
 }
