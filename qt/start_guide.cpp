@@ -114,26 +114,31 @@ void StepLink::DrawTick(QPainter& painter, const QRect& text) const {
   QPainterPath tick(corner + QPointF(0, size * 0.55));
   tick.lineTo(corner + QPointF(size * 0.35, size * 0.9));
   tick.lineTo(corner + QPointF(size, size * 0.1));
+  painter.save();  // a smoothed underline is a blurred one
   painter.setRenderHint(QPainter::Antialiasing);
   painter.strokePath(tick, QPen(palette().color(QPalette::Text), std::max(size / 7, 1.5)));
+  painter.restore();
 }
 
-void StepLink::paintEvent(QPaintEvent* /*event*/) {
-  QPainter painter(this);
-  const QRect text = TextRect();
-  if (step_.done) DrawTick(painter, text);
-  QFont font = painter.font();
-  font.setUnderline(true);
-  painter.setFont(font);
-  painter.setPen(LegibleLinkColour(palette()));
-  painter.drawText(text, kWrapped, this->text());
-  if (!hasFocus()) return;
+void StepLink::DrawFocus(QPainter& painter, const QRect& text) const {
   QStyleOptionFocusRect focus;
   focus.initFrom(this);
   focus.rect = text.adjusted(-2, -1, 2, 1);
   focus.backgroundColor = palette().color(QPalette::Base);
   focus.state |= QStyle::State_KeyboardFocusChange;
   style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+}
+
+void StepLink::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  const QRect text = TextRect();
+  if (hasFocus()) DrawFocus(painter, text);  // below the text: some styles fill it
+  if (step_.done) DrawTick(painter, text);
+  QFont font = painter.font();
+  font.setUnderline(true);
+  painter.setFont(font);
+  painter.setPen(LegibleLinkColour(palette()));
+  painter.drawText(text, kWrapped, this->text());
 }
 
 // --- All of them ---------------------------------------------------------------------------------

@@ -38,6 +38,7 @@ class StepLink final : public QPushButton {
   int MarkWidth() const;
   int Margin() const;
   void DrawTick(QPainter& painter, const QRect& text) const;
+  void DrawFocus(QPainter& painter, const QRect& text) const;
 
   port::GuideStep step_;
 };

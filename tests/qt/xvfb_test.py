@@ -368,9 +368,37 @@ class FocusRequests:
 
 
 class SecondStart(UnderX):
-    def start_again(self, **environment):
-        subprocess.run([QUILLET, "--profile", self.profile], check=True, timeout=LIMIT,
+    def start_again(self, *arguments, **environment):
+        subprocess.run([QUILLET, "--profile", self.profile, *arguments], check=True, timeout=LIMIT,
                        env=dict(self.environment, **environment))
+
+    def configure(self):
+        with quillet_script.Quillet(SCRIPT, self.profile, hold=True) as q:
+            q.configure(servers=[("127.0.0.1", 9)])
+
+    def test_link_asks_in_the_running_program_with_no_in_front(self):
+        self.configure()
+        window = self.start()
+        for keys in (["Return"], ["Tab", "Return"]):
+            self.start_again("--", "news:a.b")
+            self.await_window("Quillet confirmation")
+            self.tool("key", *keys)
+            wait_for("end of the question", lambda: not self.named("Quillet confirmation"))
+        self.tool("windowfocus", "--sync", window)
+        self.close()
+        with quillet_script.Quillet(SCRIPT, self.profile) as q:
+            self.assertEqual(q.groups(), [("a.b", "checked", "0/0")])
+
+    def test_link_of_the_first_start_asks_as_well(self):
+        self.configure()
+        self.program = subprocess.Popen([QUILLET, "--profile", self.profile, "news:a.b"],
+                                        env=self.environment)
+        self.await_window("Quillet confirmation")
+        self.tool("key", "Escape")
+        wait_for("end of the question", lambda: not self.named("Quillet confirmation"))
+        self.close()
+        with quillet_script.Quillet(SCRIPT, self.profile) as q:
+            self.assertEqual(q.groups(), [])
 
     def test_window_asks_for_the_focus_with_the_time_of_the_users_act(self):
         self.start()
