@@ -19,6 +19,7 @@
 #include "base/stored_passwords.h"
 #include "base/upward_calls.h"
 #include "base/window_procedures.h"
+#include "groups/group_list.h"
 #include "nntp/connect.h"
 #include "nntp/ntlm.h"
 #include "port/clock.h"
@@ -85,6 +86,7 @@ bool OpenStore() {
 void ConnectUpwardCalls() {
   gUpwardCalls.shown_tree = {GroupOfShownTree, DeleteReadOfShownTree, ClearThreadView};
   gUpwardCalls.article_view = {DisplayArticle, ClearArticleView};
+  gUpwardCalls.group_list = {ShowGroupCounts, TellResultOfRun};
   gUpwardCalls.open_preferences = OpenPreferences;
   gUpwardCalls.is_being_edited = IsBeingEdited;
 }

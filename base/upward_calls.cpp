@@ -39,6 +39,14 @@ void ClearArticleView() {
   if (gUpwardCalls.article_view.clear != nullptr) gUpwardCalls.article_view.clear();
 }
 
+void ShowGroupCounts() {
+  if (gUpwardCalls.group_list.show_counts != nullptr) gUpwardCalls.group_list.show_counts();
+}
+
+void TellResultOfRun(std::u16string_view text) {
+  if (gUpwardCalls.group_list.tell_result != nullptr) gUpwardCalls.group_list.tell_result(text);
+}
+
 void OpenPreferences(PreferencesPage page) {
   if (gUpwardCalls.open_preferences != nullptr) gUpwardCalls.open_preferences(page);
 }

@@ -35,9 +35,18 @@ struct ArticleViewCalls {
   void (*clear)() = nullptr;
 };
 
+struct GroupListCalls {
+  // The counts of all groups, as they are now.
+  void (*show_counts)() = nullptr;
+  // What a connection has brought, for the line below the list; empty: nothing is to be said. It is
+  // shown with the next look at the counts.
+  void (*tell_result)(std::u16string_view text) = nullptr;
+};
+
 struct UpwardCalls {
   ShownTreeCalls shown_tree;
   ArticleViewCalls article_view;
+  GroupListCalls group_list;
   void (*open_preferences)(PreferencesPage page) = nullptr;
   // Whether an editor is open with that queued post.
   bool (*is_being_edited)(std::string_view post_key) = nullptr;
@@ -52,6 +61,8 @@ std::optional<RunEnd> DeleteReadOfShownTree();  // likewise
 void ClearThreadView();
 bool DisplayArticle(Node* node, std::u16string_view search_text);  // then false
 void ClearArticleView();
+void ShowGroupCounts();
+void TellResultOfRun(std::u16string_view text);
 void OpenPreferences(PreferencesPage page);
 bool IsBeingEdited(std::string_view post_key);  // then false
 

@@ -17,6 +17,7 @@
 #include "base/messages.h"
 #include "base/modal_dialog.h"
 #include "base/prefs.h"
+#include "base/reset.h"
 #include "base/subscriptions.h"
 #include "base/wait_cursor.h"
 #include "groups/marking.h"
@@ -39,6 +40,32 @@ namespace quillet {
 
 namespace {
 
+// Of the last connection: told until the queue or a count changes.
+struct Result {
+  std::u16string text;  // empty: nothing is to be told
+  std::uint32_t posts = 0;
+  std::uint64_t counts = 0;
+};
+Result gResult;
+
+const ResetAtEnd kReset([] { gResult = {}; });
+
+// Another number when articles have come, gone or been read.
+std::uint64_t SumOfCounts() {
+  std::uint64_t sum = gReadInfo.size();
+  for (const auto& info : gReadInfo) sum = sum * 31 + info->totalCount * 7 + info->readCount;
+  return sum;
+}
+
+std::u16string StatusText() {
+  if (gResult.text.empty()) return QueuedPostsText();
+  if (gResult.posts != gPendingPostCount || gResult.counts != SumOfCounts()) {
+    gResult = {};
+    return QueuedPostsText();
+  }
+  return gPendingPostCount == 0 ? gResult.text : gResult.text + u" " + QueuedPostsText();
+}
+
 std::u16string CountsText(std::size_t group) {
   if (group >= gReadInfo.size()) return u"0/0";
   const ReadInfo& info = *gReadInfo[group];
@@ -56,9 +83,15 @@ void CheckAll(bool checked) {
   gPlatform->group_list.SetCheckStates(0, std::vector(gPrefs->numgroups, BoxFor(checked)));
 }
 
+std::vector<std::u16string> CountsTexts() {
+  std::vector<std::u16string> counts(gPrefs->numgroups);
+  for (std::size_t i = 0; i < counts.size(); ++i) counts[i] = CountsText(i);
+  return counts;
+}
+
 void FillRows(int selected) {
   const WaitCursor cursor;
-  gPlatform->windows.SetStatusText(QueuedPostsText());
+  gPlatform->windows.SetStatusText(StatusText());
   std::vector<port::ListRow> rows(gPrefs->numgroups);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const bool checked = IsChecked(*gPrefs, GroupAt(i));
@@ -250,10 +283,12 @@ void FillGroupListAt(std::optional<GroupIndex> group) {
 }
 
 void RefreshGroupCounts() {
-  gPlatform->windows.SetStatusText(QueuedPostsText());
-  std::vector<std::u16string> counts(gPrefs->numgroups);
-  for (std::size_t i = 0; i < counts.size(); ++i) counts[i] = CountsText(i);
-  gPlatform->group_list.SetCounts(std::move(counts));
+  gPlatform->windows.SetStatusText(StatusText());
+  ShowGroupCounts();
+}
+
+void ShowGroupCounts() {
+  gPlatform->group_list.SetCounts(CountsTexts());
   RefreshStartGuide();
 }
 
@@ -262,6 +297,10 @@ void RefreshStartGuide() {
   std::vector<port::GuideStep> steps = GuideSteps(*gPrefs, StoredArticles());
   if (!steps.empty() && ReadExtensions().startguide == 0) steps.clear();
   gPlatform->group_list.SetGuide(std::move(steps));
+}
+
+void TellResultOfRun(std::u16string_view text) {
+  gResult = {std::u16string(text), gPendingPostCount, SumOfCounts()};
 }
 
 // The list may have been filled since the user's click. Then the row is another group's, and the

@@ -19,6 +19,11 @@ void FillGroupList();
 void FillGroupListAt(std::optional<GroupIndex> group);
 // Counts, status line and queued posts, rows and boxes untouched.
 void RefreshGroupCounts();
+// Counts alone: while a long operation runs.
+void ShowGroupCounts();
+// What a connection has brought: in the status line from its next refresh on, in front of the
+// queued posts if there are any, until there is something else to count. Empty: only those.
+void TellResultOfRun(std::u16string_view text);
 
 // The steps to the first article, below the rows: while no group has an article, and the extension
 // is on. After whatever changes servers, groups, counts or that choice; filling the list and

@@ -16,6 +16,7 @@
 #include "base/upward_calls.h"
 #include "nntp/connection.h"
 #include "nntp/download.h"
+#include "nntp/figures.h"
 #include "port/platform.h"
 #include "store/counts.h"
 #include "store/databases.h"
@@ -109,7 +110,7 @@ void StartConnection() {
     return;
   }
   if (WinceConnectIfNotConnected() && StartInet()) {
-    RunWithProgress(u"Preparing to download...", OpenConnection);
+    RunWithProgress(u"Preparing to download...", OpenConnection, FiguresOfRun());
   }
   EndDownload();
   StopInet();
@@ -153,6 +154,7 @@ void EndDownload() {
   gDownloadList.clear();
   DestroyProgressDialog();
   gPendingPostCount = CountPendingPosts();
+  up::TellResultOfRun(TakeResultOfRun());
   PostToMainWindow(kUserRefreshCounts);
 }
 

@@ -16,6 +16,7 @@
 #include "nntp/auth.h"
 #include "nntp/download.h"
 #include "nntp/error_log.h"
+#include "nntp/figures.h"
 #include "nntp/outbox.h"
 #include "nntp/post_queue.h"
 #include "nntp/reach.h"
@@ -52,6 +53,7 @@ void StartRun() {
   SetProgressTitle(u"Connecting...");
   SetProgressDetail(u"");
   LogTransaction(FormatNarrow("Quillet CE %s transaction log\r\n", kVersionText));
+  BeginFigures();
 }
 
 RunEnd ReadGreeting() {
@@ -167,6 +169,7 @@ RunEnd RunTransaction() {
   Outcome outcome = RunConnection();
   while (MayTryAgain(outcome.end)) {
     gConnection.wire.Close();
+    NotePause();
     if (const RunEnd asked = WaitBeforeRetry(gRun.connections); asked != RunEnd::kGoOn) {
       outcome = {asked, false};
       break;
@@ -175,6 +178,7 @@ RunEnd RunTransaction() {
     SetProgressDetail(u"");
     outcome = RunConnection();
   }
+  EndFigures(outcome.end);
   if (!outcome.silent || IsRetry()) EndConnection();
   return outcome.end;
 }

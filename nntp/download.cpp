@@ -22,6 +22,7 @@
 #include "nntp/connection.h"
 #include "nntp/converse.h"
 #include "nntp/fetch.h"
+#include "nntp/figures.h"
 #include "nntp/group_walk.h"
 #include "nntp/lost.h"
 #include "nntp/replies.h"
@@ -147,6 +148,7 @@ Step TakeNextArticle(DownloadRun& run, GroupWalk& walk) {
   }
   if (fetched == Fetched::kCounted) --walk.remaining;
   if (fetched == Fetched::kCrossPost) ++walk.cross_posts;
+  ++walk.handled;
   // A server whose NEXT stays at an article already stored would be asked for ever.
   const bool stuck = fetched == Fetched::kDuplicate && from_next && walk.wanted <= before;
   return stuck ? Step::kGroupEnds : Step::kGoOn;
@@ -167,7 +169,9 @@ void ReturnToCurrent(DownloadRun& run, GroupWalk& walk) {
 void WalkGroup(DownloadRun& run, GroupWalk& walk) {
   if (walk.remaining > 0 && run.has_room) ReturnToCurrent(run, walk);
   while (walk.remaining > 0 && !Ended(run.end) && run.has_room) {
-    if (TakeNextArticle(run, walk) == Step::kGroupEnds) return;
+    const Step taken = TakeNextArticle(run, walk);
+    NoteWalk(walk);
+    if (taken == Step::kGroupEnds) return;
     AskForSpaceNowAndThen(run);
     CheckRoom(run);
   }
@@ -189,6 +193,7 @@ void VisitGroup(DownloadRun& run, GroupWalk& walk) {
   if (end != RunEnd::kGoOn) return EndRun(run, end);
   if (StartsWith(gConnection.reply, "2")) {
     PlanWalk(run, walk, gRun.download.walk);
+    NotePlan(walk);
     WalkGroup(run, walk);
   } else if (StartsWith(gConnection.reply, "4")) {
     ReportRefusal(walk);
@@ -216,6 +221,7 @@ void DownloadGroup(DownloadRun& run, GroupIndex group) {
   }
   GroupWalk walk{IndexOf(group), gPrefs->servers[IndexOf(server)], *progress};
   if (run.cross_posts) run.members.emplace(gPrefs->groups[walk.group]);
+  NoteGroup(gRun.download.groups_done);
   VisitGroup(run, walk);
   RememberWalk(run, walk);
   SaveOnServer(run);
@@ -246,6 +252,7 @@ RunEnd DownloadNews() {
     DownloadGroup(run, gDownloadList[memory.groups_done]);
   }
   NoteSaved(run, run.under_way.End());
+  if (!run.has_room) NoteStoreFull();
   memory.has_room = run.has_room;
   memory.progress_saved = run.progress_saved;
   if (run.end != RunEnd::kLost || gRun.retries == 0) memory = {};

@@ -87,6 +87,7 @@ void SaveOnServer(DownloadRun& run) {
 
 void PlanWalk(DownloadRun& run, GroupWalk& walk,
               const std::optional<InterruptedWalk>& interrupted) {
+  walk.existing = GetNumericField(gConnection.reply, 1);
   walk.first = GetNumericField(gConnection.reply, 2);
   walk.last = GetNumericField(gConnection.reply, 3);
   TakeServerNumbers(run, walk);

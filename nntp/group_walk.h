@@ -20,10 +20,12 @@ struct GroupWalk {
   GroupProgress progress;
   std::uint32_t first = 0;
   std::uint32_t last = 0;
+  std::uint32_t existing = 0;  // articles between them, as the server estimates
   std::uint32_t wanted = 0;
   std::int32_t count = 0;
   std::int32_t remaining = 0;
   std::uint32_t cross_posts = 0;  // added on the way; no room was planned for them
+  std::uint32_t handled = 0;  // articles done with over this connection, whatever became of them
   bool planned = false;
   bool first_command = true;
   bool have_current = false;  // the server stands at an article, NEXT leads on from it; of a walk

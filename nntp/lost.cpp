@@ -8,6 +8,7 @@
 #include "base/long_operation.h"
 #include "base/prefs.h"
 #include "nntp/connection.h"
+#include "nntp/figures.h"
 #include "nntp/headers.h"
 #include "nntp/room.h"
 #include "store/chains.h"
@@ -103,6 +104,7 @@ void FetchLostArticles(DownloadRun& run) {
   SetProgressTitle(u"Fetching lost articles...");
   SetProgressRange(articles.size());
   std::size_t done = 0;
+  NoteLostArticle(1, articles.size());
   for (const LostArticle& article : articles) {
     if (Ended(run.end) || !run.has_room) break;
     if (BringBack(run, article)) {
@@ -112,6 +114,7 @@ void FetchLostArticles(DownloadRun& run) {
       SayWhetherFull(run);
     }
     SetProgressPosition(++done);
+    NoteLostArticle(std::min(done + 1, articles.size()), articles.size());
     AskForSpaceNowAndThen(run);
     CheckRoom(run);
   }

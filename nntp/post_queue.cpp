@@ -23,6 +23,7 @@
 #include "nntp/auth.h"
 #include "nntp/character_text.h"
 #include "nntp/connection.h"
+#include "nntp/figures.h"
 #include "nntp/post_id.h"
 #include "nntp/post_text.h"
 #include "nntp/replies.h"
@@ -49,6 +50,7 @@ struct Outgoing {
 struct Posting {
   Keys keys;
   std::size_t taken = 0;             // of the keys
+  std::size_t done_before = 0;       // by connections of this run that were lost
   std::optional<PostIdParts> parts;  // of the Message-IDs, if the posts are given any
   bool counts_characters = false;    // in lines that are not plain ASCII; else bytes
   Outgoing next;
@@ -128,6 +130,7 @@ void Settle(Posting& run) {
 }
 
 void NoteDelivered(Posting& run, const std::string& key) {
+  NotePosted();
   NoteDone(key);
   run.delivered = key;
   // Only a server that knows a second attempt makes a kill in between harmless.
@@ -222,6 +225,7 @@ RunEnd PostOne(Posting& run) {
   LogError(current.left_out);
   if (!current.post) return RunEnd::kGoOn;
   SetProgressPosition(current.place);
+  NotePosting(run.done_before + current.place, run.done_before + run.keys.size());
   ShowPost(*current.post);
   std::optional<std::string> text;
   RunEnd end = AskToPost(run, current, text);
@@ -242,6 +246,7 @@ RunEnd PostAll(Posting& run) {
 RunEnd PostQueuedArticles() {
   Posting run;
   run.keys = QueuedKeys();
+  run.done_before = gRun.posts_done.size();
   if (run.keys.empty()) return RunEnd::kGoOn;
   if (!gConnection.posting_allowed) {
     if (!std::exchange(gRun.said_no_posting, gRun.retries != 0)) {

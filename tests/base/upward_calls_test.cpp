@@ -28,6 +28,8 @@ TEST_F(UpwardCallsTest, DoNothingWhileNobodyHasFilledThem) {
   EXPECT_FALSE(up::DisplayArticle(nullptr, u""));
   up::ClearThreadView();
   up::ClearArticleView();
+  up::ShowGroupCounts();
+  up::TellResultOfRun(u"result");
   up::OpenPreferences(PreferencesPage::kServer);
 }
 
@@ -41,6 +43,9 @@ TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
   gUpwardCalls.article_view = {
       [](Node*, std::u16string_view text) { Made().push_back("display " + ToUtf8(text)); },
       [] { Made().emplace_back("clear article"); }};
+  gUpwardCalls.group_list = {
+      [] { Made().emplace_back("counts"); },
+      [](std::u16string_view text) { Made().push_back("result " + ToUtf8(text)); }};
   gUpwardCalls.open_preferences = [](PreferencesPage page) {
     Made().push_back("page " + std::to_string(static_cast<int>(page)));
   };
@@ -49,9 +54,12 @@ TEST_F(UpwardCallsTest, ReachWhoeverHasFilledThem) {
   EXPECT_TRUE(up::DisplayArticle(nullptr, u"text"));
   up::ClearThreadView();
   up::ClearArticleView();
+  up::ShowGroupCounts();
+  up::TellResultOfRun(u"3 new");
   up::OpenPreferences(PreferencesPage::kConnection);
-  EXPECT_EQ(Made(), (std::vector<std::string>{"delete read", "display text", "clear threads",
-                                              "clear article", "page 2"}));
+  EXPECT_EQ(Made(),
+            (std::vector<std::string>{"delete read", "display text", "clear threads",
+                                      "clear article", "counts", "result 3 new", "page 2"}));
 }
 
 TEST_F(UpwardCallsTest, TellWhenTheTreeCouldNotBeUsed) {

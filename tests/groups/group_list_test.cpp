@@ -157,6 +157,69 @@ TEST_F(GroupList, StatusTextCountsQueuedPosts) {
   EXPECT_EQ(fake_.display.main_window().status, u"2 articles queued for posting");
 }
 
+TEST_F(GroupList, ResultOfAConnectionIsTheStatusTextFromTheNextRefreshOn) {
+  SetUpGroups({{u"a.one", 5, 2}});
+  TellResultOfRun(u"412 new articles in 5 groups, 3 posted, 0:31.");
+  EXPECT_EQ(fake_.display.main_window().status, u"0 articles queued for posting");
+  RefreshGroupCounts();
+  EXPECT_EQ(fake_.display.main_window().status, u"412 new articles in 5 groups, 3 posted, 0:31.");
+  FillGroupList();
+  EXPECT_EQ(fake_.display.main_window().status, u"412 new articles in 5 groups, 3 posted, 0:31.");
+}
+
+TEST_F(GroupList, PostsThatAreStillQueuedAreSaidBesideTheResult) {
+  SetUpGroups({});
+  gPendingPostCount = 2;
+  TellResultOfRun(u"No new articles, 1 posted, 0:05.");
+  RefreshGroupCounts();
+  EXPECT_EQ(fake_.display.main_window().status,
+            u"No new articles, 1 posted, 0:05. 2 articles queued for posting");
+}
+
+TEST_F(GroupList, ResultIsToldUntilThereIsSomethingElseToCount) {
+  SetUpGroups({{u"a.one", 5, 2}, {u"a.two", 9, 9}});
+  const std::vector<std::function<void()>> changes = {
+      [] { ++gReadInfo[0]->readCount; }, [] { --gReadInfo[1]->totalCount; },
+      [] { ++gPendingPostCount; }, [] { RemoveNewsgroupFromPrefs(GroupAt(1)); }};
+  for (const auto& change : changes) {
+    TellResultOfRun(u"result");
+    RefreshGroupCounts();
+    EXPECT_EQ(fake_.display.main_window().status.substr(0, 6), u"result");
+    change();
+    RefreshGroupCounts();
+    EXPECT_EQ(fake_.display.main_window().status, QueuedPostsText());
+  }
+}
+
+TEST_F(GroupList, ResultThatIsGoneDoesNotComeBackWithItsCounts) {
+  SetUpGroups({{u"a.one", 5, 2}});
+  TellResultOfRun(u"result");
+  ++gReadInfo[0]->readCount;
+  RefreshGroupCounts();
+  --gReadInfo[0]->readCount;
+  RefreshGroupCounts();
+  EXPECT_EQ(fake_.display.main_window().status, u"0 articles queued for posting");
+}
+
+TEST_F(GroupList, EmptyResultTakesTheLastOneBack) {
+  SetUpGroups({{u"a.one", 5, 2}});
+  TellResultOfRun(u"result");
+  RefreshGroupCounts();
+  TellResultOfRun(u"");
+  RefreshGroupCounts();
+  EXPECT_EQ(fake_.display.main_window().status, u"0 articles queued for posting");
+}
+
+TEST_F(GroupList, CountsAloneChangeNothingElse) {
+  SetUpGroups({{u"a.one", 5, 2}, {u"a.two"}});
+  gPendingPostCount = 4;
+  gReadInfo[0]->totalCount = 7;
+  ShowGroupCounts();
+  EXPECT_EQ(Counts(0), u"5/7");
+  EXPECT_EQ(Counts(1), u"0/0");
+  EXPECT_EQ(fake_.display.main_window().status, u"0 articles queued for posting");
+}
+
 using Marks = std::vector<std::uint32_t>;
 
 TEST_F(GroupList, ATickIsAMarkOfTheGroupAtOnce) {
