@@ -226,13 +226,32 @@ void ScriptObserver::OnDialogDestroyed(port::WindowHandle dialog) {
 
 void ScriptObserver::OnControlText(port::WindowHandle dialog, std::uint32_t control,
                                    std::u16string_view text) {
-  if (!IsStatusText(control) || !IsProgress(dialog)) return;
+  if (!IsProgress(dialog)) return;
+  if (!IsStatusText(control)) return OnFigures(control, text);
   {
     const std::lock_guard lock(mutex_);
     progress_.texts.emplace_back(text);
   }
   run_.reporter.Report("progress-text", JsonObject().Add("control", control).Add("text", text));
   NoteChange(dialog);
+}
+
+// They come by the clock: no moment to press Cancel at.
+void ScriptObserver::OnFigures(std::uint32_t control, std::u16string_view text) {
+  if (control == kControlProgressFigures) {
+    {
+      const std::lock_guard lock(mutex_);
+      progress_.texts.emplace_back(text);
+    }
+    run_.reporter.Report("progress-figures", JsonObject().Add("text", text));
+  } else if (control == kControlProgressBar && report_positions_) {
+    run_.reporter.Report("progress-bar-text", JsonObject().Add("text", text));
+  }
+}
+
+port::WindowHandle ScriptObserver::ProgressDialog() {
+  const std::lock_guard lock(mutex_);
+  return progress_.dialog;
 }
 
 void ScriptObserver::OnControlChanged(port::WindowHandle dialog, std::uint32_t control) {

@@ -29,6 +29,8 @@ class ScriptObserver final : public port::DisplayObserver {
   void ReportWaitCursor(bool on) { report_wait_cursor_ = on; }
   // True when a progress dialog is up and one of its texts so far begins so.
   bool ProgressShows(std::u16string_view text_prefix);
+  // The progress dialog that exists, 0: none.
+  port::WindowHandle ProgressDialog();
   // Status changes since the last call.
   std::uint64_t TakeProgressChanges();
 
@@ -70,6 +72,7 @@ class ScriptObserver final : public port::DisplayObserver {
     int position = 0;
   };
 
+  void OnFigures(std::uint32_t control, std::u16string_view text);
   void NoteChange(port::WindowHandle dialog);
   bool IsProgress(port::WindowHandle dialog);
 

@@ -9,6 +9,7 @@
 #include "base/prefs_registry.h"
 #include "nntp/connection.h"
 #include "port/platform.h"
+#include "res/resource.h"
 #include "script/commands.h"
 #include "script/describe.h"
 #include "script/dialog_commands.h"
@@ -76,10 +77,16 @@ void AskProgress(ScriptContext& context, Words /*words*/) {
     texts.Add(JsonObject().Add("control", text.control).Add("text", text.text));
   }
   context.run.display.ForgetProgressTexts();
+  const port::WindowHandle dialog = context.observer.ProgressDialog();
+  const auto shown = [&](std::uint32_t control) {
+    return context.run.display.Control(dialog, control).value_or(port::ShownControl()).text;
+  };
   context.run.reporter.Report("progress",
                               JsonObject()
                                   .AddRaw("texts", texts.Finish())
-                                  .Add("changes", context.observer.TakeProgressChanges()));
+                                  .Add("changes", context.observer.TakeProgressChanges())
+                                  .Add("figures", shown(kControlProgressFigures))
+                                  .Add("bar", shown(kControlProgressBar)));
 }
 
 // --- the registry --------------------------------------------------------------------------------

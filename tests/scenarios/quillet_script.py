@@ -229,6 +229,10 @@ class Quillet:
         """(control, text) of everything shown in a progress dialog since the last question."""
         return [(entry["control"], entry["text"]) for entry in self.ask("progress")["texts"]]
 
+    def progress_figures(self):
+        """Every line of figures that was shown, in order."""
+        return [event["text"] for event in self.of("progress-figures")]
+
     def chain(self, group):
         """Message-IDs stored in the group, newest first."""
         return self.ask("chain " + quoted(group))["articles"]

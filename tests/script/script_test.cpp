@@ -417,6 +417,27 @@ TEST_F(ObserverTest, AForgottenCancelIsNotPressed) {
   EXPECT_EQ(presses_, 0);
 }
 
+TEST_F(ObserverTest, FiguresAreReportedAndCountAsNoChange) {
+  observer_.CancelAfter(3);
+  RunUnderDialog([&] {
+    EXPECT_EQ(observer_.ProgressDialog(), dialog_);
+    display_.Write(dialog_, kControlProgressFigures, port::Text{u"group 1 of 2"});
+    display_.Write(dialog_, kControlProgressBar, port::Text{u"34%"});
+    display_.Write(dialog_, kControlProgressDetail, port::Text{u"one"});
+    EXPECT_EQ(presses_, 0) << "two changes: the title and a text";
+    EXPECT_TRUE(observer_.ProgressShows(u"group 1"));
+    observer_.ReportPositions(true);
+    display_.Write(dialog_, kControlProgressBar, port::Text{u"35%"});
+    EXPECT_EQ(presses_, 0);
+  });
+  EXPECT_EQ(observer_.ProgressDialog(), 0U);
+  const std::string output = Output();
+  EXPECT_NE(output.find(R"({"event":"progress-figures","text":"group 1 of 2"})"),
+            std::string::npos);
+  EXPECT_NE(output.find(R"({"event":"progress-bar-text","text":"35%"})"), std::string::npos);
+  EXPECT_EQ(output.find("34%"), std::string::npos) << "only on demand";
+}
+
 TEST_F(ObserverTest, ProgressIsReportedInOrderAndPositionsOnlyOnDemand) {
   RunUnderDialog([&] { display_.Write(dialog_, kControlProgressBar, port::Position{7}); });
   EXPECT_EQ(Output().find("progress-position"), std::string::npos);
