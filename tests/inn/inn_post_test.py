@@ -125,7 +125,7 @@ class InnPost(side_by_side.Test):
 
     def assert_goes_out(self, post):
         self.assertEqual(self.connect([post]), [])
-        self.assertEqual(self.status, "0 articles queued for posting")
+        self.assertRegex(self.status, r", 1 posted, 0:\d\d\.$")
         self.assert_on_server(post)
         self.assert_downloaded(post)
 

@@ -7,6 +7,7 @@ Standard library only.
 
 import socket
 import threading
+import time
 
 
 class _Server:
@@ -165,6 +166,7 @@ class NewsServer(_Server):
         self.fetched = []  # (group, number) of every BODY served
         self.posted = []  # the text of every article sent, without terminator and added dots
         self.post_reply = "240 article posted"
+        self.pause = 0  # seconds before each body
         super().__init__()
 
     def serve(self, client):
@@ -202,6 +204,7 @@ class NewsServer(_Server):
             elif verb in ("HEAD", "BODY") and current is not None:
                 code = 221 if verb == "HEAD" else 222
                 if verb == "BODY":
+                    time.sleep(self.pause)
                     self.fetched.append((group, current))
                 text = self.groups[group][current][0 if verb == "HEAD" else 1]
                 reply = "%d %d %s\r\n%s.\r\n" % (code, current, self._id(group, current), text)
