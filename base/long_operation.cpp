@@ -65,6 +65,7 @@ const ResetAtEnd kReset([] {
   gRunning = false;
   gProgressUnits = 1;
   gBarText.reset();
+  gBarSpeaks = false;
   gFigures = {};
 });
 
@@ -291,9 +292,11 @@ void SetProgressRange(std::uint64_t units, RangeCovers covers) {
   gPlatform->dialogs.WriteMany(dialog, {{kControlProgressBar, port::Range{upper}},
                                         {kControlProgressBar, port::Position{0}}});
   if (!gBarText) return;
+  gBarSpeaks = covers != RangeCovers::kRoughly;
   const bool whole = covers == RangeCovers::kWholeOperation;
   gBarText->Begin(gPlatform->clock.Ticks(), gProgressUnits, whole);
-  WriteBarText(dialog, 0);
+  if (gBarSpeaks) return WriteBarText(dialog, 0);
+  gPlatform->dialogs.Write(dialog, kControlProgressBar, port::Text{});
 }
 
 void SetProgressPosition(std::uint64_t units_done) {
@@ -306,7 +309,7 @@ void SetProgressPosition(std::uint64_t units_done) {
           : static_cast<std::uint64_t>(static_cast<double>(done) * kLargestRange /
                                        static_cast<double>(gProgressUnits));
   gPlatform->dialogs.Write(dialog, kControlProgressBar, port::Position{static_cast<int>(position)});
-  if (gBarText) WriteBarText(dialog, done);
+  if (gBarText && gBarSpeaks) WriteBarText(dialog, done);
 }
 
 void RefreshProgressFigures() {

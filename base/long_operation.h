@@ -51,9 +51,10 @@ bool OperationRunning();
 void SetProgressTitle(std::u16string_view text);   // the upper text, control 1020
 void SetProgressDetail(std::u16string_view text);  // the lower text, control 1022
 // Positions run from 0 to `units` (at least 1). More than 65,535 units are scaled, not cut. Also
-// sets the position to 0. The percentage stands on the bar (progressline), and the time that is
-// left when the range is all that there is to do.
-enum class RangeCovers { kOnePart, kWholeOperation };
+// sets the position to 0. With the extension progressline the percentage stands on the bar, and the
+// time that is left when the range is all that there is to do. Where the bar does not end with its
+// work it says nothing.
+enum class RangeCovers { kOnePart, kWholeOperation, kRoughly };
 void SetProgressRange(std::uint64_t units, RangeCovers covers = RangeCovers::kOnePart);
 void SetProgressPosition(std::uint64_t units_done);
 // The line of figures, control 1230, is looked at without waiting for its turn.

@@ -170,7 +170,7 @@ RunEnd RunImport(MboxReader& reader) {
   MboxImport import(reader, watched);
   if (!watched) return import.Run();
   return RunWithProgress(u"Importing", [&] {
-    SetProgressRange(reader.file->Size());
+    SetProgressRange(reader.file->Size(), RangeCovers::kWholeOperation);
     return import.Run();
   });
 }

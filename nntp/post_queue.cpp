@@ -255,7 +255,8 @@ RunEnd PostQueuedArticles() {
     return RunEnd::kGoOn;
   }
   SetProgressTitle(u"Posting queued articles");
-  SetProgressRange(run.keys.size());
+  // The bar is a post ahead: it stands at the one that is being sent.
+  SetProgressRange(run.keys.size(), RangeCovers::kRoughly);
   const Extensions extensions = ReadExtensions();
   run.counts_characters = extensions.postcharsets != 0;
   if (!extensions.postmessageids) return PostAll(run);

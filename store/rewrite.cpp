@@ -143,7 +143,9 @@ Outcome RewriteOne(DatabaseIndex index, Pass& pass) {
 }  // namespace
 
 int RewriteDatabases(RewriteMode mode) {
-  SetProgressRange(UnitsOfWork(mode));
+  // Compacting ends with the first database.
+  const bool ends_early = mode == RewriteMode::kCompact;
+  SetProgressRange(UnitsOfWork(mode), ends_early ? RangeCovers::kRoughly : RangeCovers::kOnePart);
   // Nearly all of the room is needed at once.
   ForgetRoom();
   Pass pass{mode};

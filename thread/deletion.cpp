@@ -112,7 +112,7 @@ Node* DeleteThreadNode(Node& node) {
     DeleteBelow(*thread, false);
   } else {
     RunWithProgress(u"Deleting thread...", [thread, articles] {
-      SetProgressRange(articles);
+      SetProgressRange(articles, RangeCovers::kWholeOperation);
       const RunEnd end = DeleteBelow(*thread, false);
       StoreIsWhole();
       return end;

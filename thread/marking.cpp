@@ -28,7 +28,7 @@ std::uint64_t ProgressRange(const Node& top) {
 }
 
 RunEnd MarkArticlesBelow(Node& top, bool read) {
-  SetProgressRange(ProgressRange(top));
+  SetProgressRange(ProgressRange(top), RangeCovers::kRoughly);
   std::uint64_t done = 0;
   RunEnd end = RunEnd::kGoOn;
   for (Node* node = &top; node != nullptr && !Ended(end); node = NextNode(*node, &top)) {

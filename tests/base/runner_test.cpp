@@ -336,6 +336,22 @@ TEST_F(Runner, BarSaysHowMuchOfItsRangeIsDone) {
   });
 }
 
+TEST_F(Runner, BarThatDoesNotEndWithItsWorkSaysNothing) {
+  RunWithProgress(u"title", [&] {
+    SetProgressRange(4);
+    SetProgressPosition(1);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"25%");
+    SetProgressRange(4, RangeCovers::kRoughly);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"") << "also not what it said before";
+    SetProgressPosition(1);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"");
+    EXPECT_EQ(Control(kControlProgressBar).position, 1);
+    SetProgressRange(4);
+    EXPECT_EQ(Control(kControlProgressBar).text, u"0%");
+    return 0;
+  });
+}
+
 TEST_F(Runner, BarSaysWhatIsLeftOfAWholeOperation) {
   RunWithProgress(u"title", [&] {
     SetProgressRange(200000, RangeCovers::kWholeOperation);
