@@ -53,6 +53,7 @@ bool gDialogGoneEarly = false;  // the timer has taken it away
 bool gRunning = false;             // program thread only
 std::uint64_t gProgressUnits = 1;  // program thread only
 std::optional<BarText> gBarText;   // program thread only; nothing: the bar has no text
+bool gBarSpeaks = false;           // program thread only: of its range the bar says something
 ProgressFigures gFigures;          // of the run; empty: its dialog has no such line. Changed
                                    // only while there is no progress thread
 
