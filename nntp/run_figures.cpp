@@ -54,6 +54,8 @@ void RunFigures::Group(std::size_t place) {
 }
 
 void RunFigures::Plan(std::uint64_t now, const WalkNumbers& walk) {
+  const bool goes_on = planned_ && walk.first == plan_.first;
+  from_the_first_ = goes_on ? from_the_first_ : !planned_ && walk.next == walk.first;
   plan_ = walk_ = walk;
   if (!std::exchange(planned_, true) && group_ < groups_.size()) LearnFrom(groups_[group_]);
   if (std::exchange(moving_, true)) return;
@@ -63,11 +65,11 @@ void RunFigures::Plan(std::uint64_t now, const WalkNumbers& walk) {
   count_down_.Restart();
 }
 
+// Also what there is no room for here: others may have it.
 void RunFigures::LearnFrom(const GroupOutlook& group) {
-  const double found = ExpectedInGroup();
+  const auto found = static_cast<double>(AtMostExisting());
   Average& average = group.visited ? new_in_visited_ : found_in_fresh_;
-  const std::uint32_t known = group.visited ? std::min(group.backlog, group.room) : 0;
-  average.sum += std::max(found - known, 0.0);
+  average.sum += std::max(found - (group.visited ? group.backlog : 0), 0.0);
   average.groups += 1;
 }
 
@@ -83,13 +85,15 @@ void RunFigures::Hold() {
   moving_ = false;
 }
 
+std::uint64_t RunFigures::HandledInGroup() const {
+  return handled_before_ + walk_.handled;
+}
+
 // Servers estimate; one that has more than it said is not believed any longer.
 std::uint64_t RunFigures::AtMostExisting() const {
   const std::uint64_t numbers = NumbersLeft(walk_);
-  if (plan_.existing <= walk_.handled) return numbers;
-  const bool from_the_first = plan_.next == plan_.first;
-  const std::uint64_t passed = from_the_first ? walk_.handled : 0;
-  return std::min(numbers, plan_.existing - passed);
+  if (plan_.existing <= HandledInGroup()) return numbers;
+  return std::min(numbers, plan_.existing - (from_the_first_ ? HandledInGroup() : 0));
 }
 
 std::uint64_t RunFigures::MostInGroup() const {
@@ -107,7 +111,7 @@ double RunFigures::ExpectedInGroup() const {
   const std::uint64_t span = std::uint64_t{plan_.last} - std::min(plan_.first, plan_.last) + 1;
   // Fewer than there are numbers: the server has counted them.
   const bool is_counted =
-      plan_.next == plan_.first && plan_.existing < span && plan_.existing > walk_.handled;
+      from_the_first_ && plan_.existing < span && plan_.existing > HandledInGroup();
   return std::min(until_enough, is_counted ? most : std::min(most, numbers));
 }
 
@@ -145,7 +149,7 @@ std::u16string RunFigures::Line(std::uint64_t now) {
 
 std::u16string RunFigures::GroupLine(std::uint64_t now) {
   std::u16string line = FormatWide(u"group %lu of %lu", group_ + 1, groups_.size());
-  const std::uint64_t done = handled_before_ + walk_.handled;
+  const std::uint64_t done = HandledInGroup();
   const std::uint64_t all = done + MostInGroup();
   if (planned_ && all > 0) line += FormatWide(u", article %lu of %lu", done, all);
   if (!moving_) return line;

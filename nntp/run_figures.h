@@ -63,6 +63,7 @@ class RunFigures {
   };
 
   std::u16string GroupLine(std::uint64_t now);
+  std::uint64_t HandledInGroup() const;
   std::uint64_t AtMostExisting() const;
   std::uint64_t MostInGroup() const;
   double ExpectedInGroup() const;
@@ -77,9 +78,10 @@ class RunFigures {
   std::size_t place_ = 0;  // of the post or lost article, from 1
   std::size_t count_ = 0;  // of them
 
-  std::size_t group_ = 0;  // the one under way, from 0
-  bool planned_ = false;   // it has numbers
-  bool moving_ = false;    // since `moving_since_`
+  std::size_t group_ = 0;        // the one under way, from 0
+  bool planned_ = false;         // it has numbers
+  bool from_the_first_ = false;  // its walk began at its first article
+  bool moving_ = false;          // since `moving_since_`
   std::uint64_t moving_since_ = 0;
   WalkNumbers plan_;                  // as planned last
   WalkNumbers walk_;                  // now

@@ -228,6 +228,14 @@ TEST_F(RunFiguresTest, BacklogOfTheLastVisitIsExpectedAndWhatIsNewOnAverage) {
   EXPECT_EQ(SecondsLeft(), 53);
 }
 
+TEST_F(RunFiguresTest, GroupWithoutRoomTellsOfTheOthersAllTheSame) {
+  figures_.Start({Visited(0, 0), Visited(0, 50), Visited(0)});
+  Enter(0, 1, 1000, 1000, 801, 0);
+  Enter(1, 1, 1000, 1000, 901, 50);
+  TakeMany(40, 100);
+  EXPECT_EQ(SecondsLeft(), 16) << "10 here, and the average of 200 and 100";
+}
+
 TEST_F(RunFiguresTest, GroupThatTheServerRefusesTellsNothingOfTheOthers) {
   figures_.Start({Fresh(1000), Fresh(1000), Fresh(1000)});
   figures_.Group(0);
@@ -251,6 +259,30 @@ TEST_F(RunFiguresTest, WhatWasDoneBeforeALossCountsOn) {
   EXPECT_EQ(Line(), u"group 1 of 1, article 40 of 100") << "the wait is no part of the pace";
   TakeMany(40, 100);
   EXPECT_EQ(Line(), u"group 1 of 1, article 80 of 100, 10 articles a second, 0:02 left");
+}
+
+TEST_F(RunFiguresTest, NumbersWithoutArticlesAreNotCountedAfterALossEither) {
+  figures_.Start({Fresh(1000)});
+  Enter(0, 1, 900, 300, 1, 900);
+  for (int i = 0; i < 100; ++i) Take(100, 2);
+  figures_.Hold();
+  figures_.Group(0);
+  EXPECT_EQ(Line(), u"group 1 of 1, article 100 of 300");
+  Enter(0, 1, 900, 300, 301, 800);
+  EXPECT_EQ(Line(), u"group 1 of 1, article 100 of 300");
+  for (int i = 0; i < 100; ++i) Take(100, 2);
+  EXPECT_EQ(Line(), u"group 1 of 1, article 200 of 300, 10 articles a second, 0:10 left");
+}
+
+TEST_F(RunFiguresTest, GroupNumberedAnewMeanwhileHasItsNewNumbers) {
+  figures_.Start({Fresh(1000)});
+  Enter(0, 1, 900, 300, 1, 900);
+  for (int i = 0; i < 100; ++i) Take(100, 2);
+  figures_.Hold();
+  Enter(0, 5001, 5200, 200, 5001, 800);
+  EXPECT_EQ(Line(), u"group 1 of 1, article 100 of 300");
+  TakeMany(100, 100);
+  EXPECT_EQ(Line(), u"group 1 of 1, article 200 of 300, 10 articles a second, 0:10 left");
 }
 
 TEST_F(RunFiguresTest, GroupLostTwiceIsLearntFromOnce) {
