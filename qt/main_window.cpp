@@ -23,7 +23,6 @@
 #include "qt/screen_place.h"
 #include "qt/text.h"
 #include "qt/window_style.h"
-#include "qt/wrapped_text.h"
 
 namespace quillet::qt {
 namespace {
@@ -196,7 +195,11 @@ QWidget* MainWindow::NewGroupPane() {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
   layout->addStretch(1);
-  status_ = new ElidedText(group_pane_);
+  // One line, or more where the window is too narrow for what it says.
+  status_ = new QLabel(group_pane_);
+  status_->setTextFormat(Qt::PlainText);
+  status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+  status_->setWordWrap(true);
   status_->setAccessibleName(QStringLiteral("Status"));
   status_->setContentsMargins(4, 2, 4, 2);
   layout->addWidget(status_);

@@ -458,6 +458,34 @@ TEST_F(WindowTest, EscapeThatClosesAMenuGoesNoFurther) {
 
 // --- looks ---------------------------------------------------------------------------------------
 
+TEST_F(WindowTest, StatusTextThatIsTooLongForItsLineTakesMoreOfThem) {
+  ShowWindow();
+  FillRows(40);
+  const auto status = [&]() -> QLabel& {
+    for (QLabel* label : Main().findChildren<QLabel*>()) {
+      if (label->text().contains(QStringLiteral("posted"))) return *label;
+    }
+    throw std::runtime_error("no status line");
+  };
+  const auto lines = [&] {
+    QCoreApplication::processEvents();
+    return status().contentsRect().height() / status().fontMetrics().lineSpacing();
+  };
+  windows().SetStatusText(u"412 new articles in 5 groups, 3 posted, 0:31.");
+  OnDisplay([&] {
+    EXPECT_EQ(lines(), 1);
+    Main().resize(240, 320);
+    EXPECT_EQ(lines(), 2);
+    EXPECT_EQ(Main().size(), QSize(240, 320));
+    const QRect text = status().fontMetrics().boundingRect(
+        QRect(0, 0, status().contentsRect().width(), 1000), Qt::TextWordWrap, status().text());
+    EXPECT_LE(text.height(), status().contentsRect().height());
+    EXPECT_LT(List().geometry().bottom(), status().geometry().top()) << "the list ends above it";
+  });
+  windows().SetStatusText(u"3 posted");
+  OnDisplay([&] { EXPECT_EQ(lines(), 1); });
+}
+
 TEST_F(WindowTest, AllIsVisibleOnTheSmallestScreen) {
   ShowWindow();
   FillRows(40);

@@ -179,6 +179,39 @@ TEST_F(RunnerTest, CancelAnswersWhileTheProgramIsBusy) {
   EXPECT_EQ(gProgressDialog, 0u);
 }
 
+TEST_F(RunnerTest, FiguresRunOnWhileTheProgramIsBusyAndNothingMoves) {
+  std::atomic<int> looks = 0;
+  const auto figures = [&] {
+    return ++looks % 2 == 0 ? std::u16string(u"group 1 of 2, article 9 of 10, 0:09 left")
+                            : std::u16string(u"group 1 of 2, article 10 of 10, 0:10 left");
+  };
+  const auto places = [&] {
+    std::vector<QRect> all;
+    OnDisplay([&] {
+      QCoreApplication::processEvents();
+      all.push_back(Dialog()->geometry());
+      for (const std::uint32_t id : {2, 1004, 1020, 1022, 1230}) {
+        all.push_back(ControlOf(*Dialog(), id)->geometry());
+      }
+    });
+    return all;
+  };
+  const auto run = [&] {
+    const std::vector<QRect> before = places();
+    SetProgressRange(10);
+    SetProgressPosition(9);
+    EXPECT_TRUE(WaitOnDisplay([&] { return looks >= 2; }));
+    EXPECT_TRUE(Text(kControlProgressFigures).startsWith(QStringLiteral("group 1 of 2")));
+    EXPECT_EQ(places(), before);
+    PressCancel();
+    EXPECT_TRUE(WaitOnDisplay([] { return AbortRequested(); }));
+    EXPECT_TRUE(WaitOnDisplay([&] { return !ControlOf(*Dialog(), kControlCancel)->isVisible(); }));
+    EXPECT_EQ(places(), before);
+    return 0;
+  };
+  RunWithProgress(u"Preparing to download...", run, figures);
+}
+
 TEST_F(RunnerTest, BoxOfTheOperationStandsOverTheDialog) {
   RunWithProgress(u"Marking", [&] {
     const port::WindowHandle owner = CurrentBoxOwner();
