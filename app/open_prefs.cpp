@@ -82,6 +82,9 @@ void RefreshViews(const Prefs& old, bool decoding_changed) {
 
 void StoreExtensions(const EditedPrefs& edited) {
   ApplyExtensions(edited.extensions);
+  if (edited.extensions.ancestors != edited.stored_extensions.ancestors) {
+    gReading.tree_state.Invalidate();
+  }
   if (WriteExtensions(edited.stored_extensions, edited.extensions)) return;
   ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
 }

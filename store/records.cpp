@@ -12,6 +12,7 @@
 #include "base/prefs.h"
 #include "base/records.h"
 #include "base/window_procedures.h"
+#include "mime/references.h"
 #include "mime/shown_text.h"
 #include "store/bulk_store.h"
 #include "store/compression.h"
@@ -140,7 +141,10 @@ bool TakeStrings(std::string_view block, AsciiArticle& article, bool names_only)
   for (std::size_t i = 0; i < texts.size(); ++i) {
     if (!names_only || kStrings[i].is_name) article.*kStrings[i].text = std::string(texts[i]);
   }
-  if (names_only) article.subject = JoinedSubject(texts[kSubjectText], texts[kHeadersText]);
+  if (names_only) {
+    article.subject = JoinedSubject(texts[kSubjectText], texts[kHeadersText]);
+    article.references = std::string(ReferencesField(texts[kHeadersText]));
+  }
   return true;
 }
 

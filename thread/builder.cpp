@@ -12,6 +12,7 @@
 
 #include "base/guarded.h"
 #include "base/records.h"
+#include "thread/ancestors.h"
 #include "thread/forest.h"
 #include "thread/gathering.h"
 #include "thread/subjects.h"
@@ -24,6 +25,7 @@ struct Entry {
   std::uint64_t key = 0;        // source by first appearance, number
   std::uint64_t subject = 0;    // SubjectHash of those at the top level after the reading
   std::string_view parentId;    // of these, too
+  std::string_view references;  // and this, when they name more than that
   bool decode_subject = false;  // it is not compared as it is stored
 };
 
@@ -79,12 +81,16 @@ struct ThreadBuilder::State {
   std::vector<Entry> entries;
   Sources sources;
   TextBlocks parent_ids, decoded_subjects;
+  KeptReferences references;
   std::string_view last_subject, last_from;
   bool broken = false;  // memory ran out
 
   void Add(const ThreadEntry& added);
   void KeepTexts(Node& node, const ThreadEntry& added, std::uint32_t source);
   Place PlaceOf(std::string_view message_id) const;
+  Place PlaceOfParent(const ThreadEntry& added) const;
+  Place NearestAncestor(const Entry& entry) const;
+  void LinkToAncestor(Place place);
   std::vector<SortKey> Order() const;
   std::vector<Place> FindLateParents() const;
   void LinkLateParents(const std::vector<SortKey>& order, const BuildProgress& progress,
@@ -111,6 +117,14 @@ void ThreadBuilder::State::KeepTexts(Node& node, const ThreadEntry& added, std::
   node.from = KeepOr(*tree, last_from, added.from);
 }
 
+// While articles are read only the nearest forerunner is looked for: those beyond it may be there
+// before it is.
+Place ThreadBuilder::State::PlaceOfParent(const ThreadEntry& added) const {
+  const std::string_view nearest = Ancestors(added.references, added.parentId).Next();
+  // Its own Message-ID would find the article itself, being entered last.
+  return nearest == added.messageId ? kNoPlace : PlaceOf(nearest);
+}
+
 // Whatever can fail for want of memory comes first, so that an article is in wholly or not at all.
 void ThreadBuilder::State::Add(const ThreadEntry& added) {
   Node* node = tree->NewNode(NodeKind::kArticle);
@@ -128,10 +142,10 @@ void ThreadBuilder::State::Add(const ThreadEntry& added) {
   entry.key = std::uint64_t{source} << 32 | SignedOrder(added.articleNumber);
   Place parent = kNoPlace;
   if (options.usethreading) {
-    // Its own Message-ID would find the article itself, being entered last.
-    if (added.parentId != added.messageId) parent = PlaceOf(added.parentId);
+    parent = PlaceOfParent(added);
     if (parent == kNoPlace) {
       entry.parentId = parent_ids.Keep(added.parentId);
+      entry.references = references.Keep(added.references, added.parentId);
       // To decode it is left to the end: most of these get a parent yet.
       entry.decode_subject = !IsComparedAsStored(added.subject);
       if (!entry.decode_subject) {
@@ -168,9 +182,26 @@ std::vector<Place> ThreadBuilder::State::FindLateParents() const {
   std::vector<Place> parents(forest.count(), kNoPlace);
   if (!options.usethreading) return parents;
   for (Place place = 0; place < parents.size(); ++place) {
-    if (forest.parent[place] == kNoPlace) parents[place] = PlaceOf(entries[place].parentId);
+    if (forest.parent[place] == kNoPlace) parents[place] = NearestAncestor(entries[place]);
   }
   return parents;
+}
+
+Place ThreadBuilder::State::NearestAncestor(const Entry& entry) const {
+  Ancestors ancestors(entry.references, entry.parentId);
+  std::string_view id = ancestors.Next();
+  Place place = PlaceOf(id);
+  while (place == kNoPlace && !id.empty()) place = PlaceOf(id = ancestors.Next());
+  return place;
+}
+
+// The nearest one that is neither the article itself nor below it.
+void ThreadBuilder::State::LinkToAncestor(Place place) {
+  Ancestors ancestors(entries[place].references, entries[place].parentId);
+  for (std::string_view id = ancestors.Next(); !id.empty(); id = ancestors.Next()) {
+    const Place parent = PlaceOf(id);
+    if (parent != kNoPlace && LinkLate(forest, place, parent)) return;
+  }
 }
 
 // In the order in which they stand at the top level: of a circle, which link would close it depends
@@ -182,7 +213,8 @@ void ThreadBuilder::State::LinkLateParents(const std::vector<SortKey>& order,
   for (const SortKey& key : order) {
     if (forest.parent[key.place] != kNoPlace) continue;
     if (options.usethreading && aborted()) return;
-    if (parents[key.place] != kNoPlace) LinkLate(forest, key.place, parents[key.place]);
+    const Place parent = parents[key.place];
+    if (parent != kNoPlace && !LinkLate(forest, key.place, parent)) LinkToAncestor(key.place);
     progress(forest.size[key.place]);
   }
 }

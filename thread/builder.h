@@ -29,6 +29,9 @@ struct ThreadEntry {
   std::int32_t articleNumber = 0;
   bool read = false;
   std::uint32_t chainNumber = 0;
+  // Its whole References (ReferencesField): the parent is the nearest of those that is there.
+  // Empty: parentId alone counts.
+  std::string_view references = {};
 };
 
 // Called with the number of units done since the last call; a build of n articles has 3 * n: one

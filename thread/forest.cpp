@@ -90,12 +90,13 @@ void AddToForest(Forest& forest, Place parent, bool read) {
   ++forest.size[top];
 }
 
-void LinkLate(Forest& forest, Place place, Place parent) {
+bool LinkLate(Forest& forest, Place place, Place parent) {
   const Place top = TopOf(forest, parent);
-  if (top == place) return;
+  if (top == place) return false;
   forest.parent[place] = parent;
   forest.is_late[place] = 1;
   forest.top[place] = top;
+  return true;
 }
 
 Rows MakeRows(const Forest& forest, const std::vector<SortKey>& order) {

@@ -28,8 +28,9 @@ struct Forest {
 void MakeRoomInForest(Forest& forest);
 // The next article; its parent was added before, or is kNoPlace.
 void AddToForest(Forest& forest, Place parent, bool read);
-// Puts an article of the top level under another one, unless that is itself or lies below it.
-void LinkLate(Forest& forest, Place place, Place parent);
+// Puts an article of the top level under another one; false, and nothing, when that is itself or
+// lies below it.
+bool LinkLate(Forest& forest, Place place, Place parent);
 
 // Articles in the order of siblings: by key, among equals by place.
 struct SortKey {

@@ -3,6 +3,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "base/extensions.h"
 #include "base/guarded.h"
 #include "base/long_operation.h"
 #include "base/prefs.h"
@@ -44,30 +45,37 @@ bool KnownToBeMissing(std::string_view message_id) {
   return StoreIsSound() && !ArticleExists(message_id) && StoreIsSound();
 }
 
-bool AddToTree(ThreadBuilder& builder, std::u16string_view group_name, const GDBMGroup& record) {
+// What the group's tree is built with.
+struct Build {
+  ThreadBuilder builder;
+  bool ancestors = false;  // a parent is looked for in the whole References
+};
+
+bool AddToTree(Build& build, std::u16string_view group_name, const GDBMGroup& record) {
   const auto article = FetchArticleNames(record.messageId);
   if (article == nullptr) {
     if (KnownToBeMissing(record.messageId)) RemoveFromGroupChain(group_name, record.number);
     return true;
   }
-  return builder.Add({.messageId = record.messageId,
-                      .parentId = *article->parentId,
-                      .subject = *article->subject,
-                      .source = *article->source,
-                      .from = *article->from,
-                      .articleNumber = static_cast<std::int32_t>(article->articleNumber),
-                      .read = article->read != 0,
-                      .chainNumber = record.number});
+  return build.builder.Add({.messageId = record.messageId,
+                            .parentId = *article->parentId,
+                            .subject = *article->subject,
+                            .source = *article->source,
+                            .from = *article->from,
+                            .articleNumber = static_cast<std::int32_t>(article->articleNumber),
+                            .read = article->read != 0,
+                            .chainNumber = record.number,
+                            .references = build.ancestors ? std::string_view(*article->references)
+                                                          : std::string_view()});
 }
 
-RunEnd ReadChain(ThreadBuilder& builder, std::u16string_view group_name,
-                 const BuildProgress& progress) {
+RunEnd ReadChain(Build& build, std::u16string_view group_name, const BuildProgress& progress) {
   PassedNumbers passed;
   for (auto record = GroupChainFirst(group_name); record; record = GroupChainNext()) {
     if (const RunEnd asked = RequestedEnd(); asked != RunEnd::kGoOn) return asked;
     if (!passed.Pass(record->number)) return RunEnd::kGoOn;
     if (progress) progress(1);
-    if (!AddToTree(builder, group_name, *record)) return RunEnd::kNoMemory;
+    if (!AddToTree(build, group_name, *record)) return RunEnd::kNoMemory;
   }
   return RunEnd::kGoOn;
 }
@@ -80,13 +88,15 @@ ThreadOptions OptionsOfPrefs() {
 }  // namespace
 
 BuiltTree BuildNodeTree(std::u16string_view group_name, const BuildProgress& progress) {
-  ThreadBuilder builder(OptionsOfPrefs());
+  Build build{.builder = ThreadBuilder(OptionsOfPrefs())};
   BuiltTree built;
-  if (!GuardedCritically(u"BuildNodeTree",
-                         [&] { built.end = ReadChain(builder, group_name, progress); })) {
+  if (!GuardedCritically(u"BuildNodeTree", [&] {
+        build.ancestors = ReadExtensions().ancestors != 0;
+        built.end = ReadChain(build, group_name, progress);
+      })) {
     built.end = RunEnd::kNoMemory;
   }
-  built.tree = builder.Finish(progress, [&] { return Ended(built.end); });
+  built.tree = build.builder.Finish(progress, [&] { return Ended(built.end); });
   if (built.tree == nullptr) built.end = RunEnd::kNoMemory;
   built.complete = built.end == RunEnd::kGoOn && StoreIsSound();
   return built;

@@ -276,10 +276,13 @@ TEST_F(ReadingTest, WhatTheArticleLooksLikeIsShownAnew) {
   End();
 }
 
-// Turns the box on the last page and leaves by OK.
-class SwitchedDecoding : public ReadingTest {
+// Turns a box on the last page and leaves by OK.
+class SwitchedExtension : public ReadingTest {
  protected:
   void SwitchDecoding(bool on, std::uint32_t end = kControlOk) {
+    Switch(kControlDecodeMime, on, end);
+  }
+  void Switch(std::uint32_t box, bool on, std::uint32_t end = kControlOk) {
     Command(kCommandPreferences);
     const std::vector<port::ShownDialog> dialogs = fake_.display.dialogs();
     const auto sheet = std::ranges::find_if(
@@ -289,14 +292,14 @@ class SwitchedDecoding : public ReadingTest {
     fake_.display.ChoosePage(sheet->handle, static_cast<int>(sheet->pages.size()) - 1);
     WaitIdle();
     const port::WindowHandle page = fake_.display.FindDialog(sheet->handle)->pages.back();
-    EXPECT_TRUE(fake_.display.Tick(page, kControlDecodeMime, on));
+    EXPECT_TRUE(fake_.display.Tick(page, box, on));
     WaitIdle();
     EXPECT_TRUE(fake_.display.Press(sheet->handle, end));
     WaitIdle();
   }
 };
 
-TEST_F(SwitchedDecoding, ShowsTheArticleAnewAtOnceAndTheThreadsAtTheirNextShowing) {
+TEST_F(SwitchedExtension, DecodingShowsTheArticleAnewAtOnceAndTheThreadsAtTheirNextShowing) {
   StartReading(u"Bob");
   for (const bool on : {false, true}) {
     const int showings = showings_.count, fills = fake_.display.tree().fills;
@@ -313,7 +316,7 @@ TEST_F(SwitchedDecoding, ShowsTheArticleAnewAtOnceAndTheThreadsAtTheirNextShowin
   End();
 }
 
-TEST_F(SwitchedDecoding, ShowsTheThreadsAnewAtOnceToWhoLooksAtThem) {
+TEST_F(SwitchedExtension, DecodingShowsTheThreadsAnewAtOnceToWhoLooksAtThem) {
   StartAndWait();
   OpenGroup(0);
   const int fills = fake_.display.tree().fills;
@@ -322,7 +325,7 @@ TEST_F(SwitchedDecoding, ShowsTheThreadsAnewAtOnceToWhoLooksAtThem) {
   End();
 }
 
-TEST_F(SwitchedDecoding, ThatDidNotChangeOrWasCancelledLeavesTheViewsAlone) {
+TEST_F(SwitchedExtension, DecodingThatDidNotChangeOrWasCancelledLeavesTheViewsAlone) {
   StartReading(u"Bob");
   const int showings = showings_.count, fills = fake_.display.tree().fills;
   SwitchDecoding(true);
@@ -334,6 +337,37 @@ TEST_F(SwitchedDecoding, ThatDidNotChangeOrWasCancelledLeavesTheViewsAlone) {
   Key(port::kKeyEscape);
   EXPECT_EQ(showings_.count, showings);
   EXPECT_EQ(fake_.display.tree().fills, fills);
+  End();
+}
+
+TEST_F(SwitchedExtension, AncestorsThreadAnewAtOnceForWhoLooksAtTheThreads) {
+  StartAndWait();
+  OnProgram([] {
+    AsciiArticle late = Written(6, "<gone@x>", "Fay", "Quite another thing");
+    late.headers = "References: <4@x> <gone@x>";
+    Put(u"a", late);
+    return true;
+  });
+  OpenGroup(0);
+  const Texts below = {u"3/3 Hello", u"Ann", u"Bob", u"Cid", u"2/2 Other", u"Dan", u"Fay"};
+  const Texts alone = {u"3/3 Hello",           u"Ann", u"Bob", u"Cid", u"Other", u"Dan",
+                       u"Quite another thing", u"Fay"};
+  EXPECT_EQ(Rows(), below);
+  Switch(kControlAncestors, false);
+  EXPECT_EQ(Rows(), alone);
+  Switch(kControlAncestors, true);
+  EXPECT_EQ(Rows(), below);
+  End();
+}
+
+TEST_F(SwitchedExtension, AncestorsThreadAnewForAReaderOnTheWayBack) {
+  StartReading(u"Bob");
+  const int showings = showings_.count, fills = fake_.display.tree().fills;
+  Switch(kControlAncestors, false);
+  EXPECT_EQ(showings_.count, showings);
+  EXPECT_EQ(fake_.display.tree().fills, fills);
+  Key(port::kKeyEscape);
+  EXPECT_EQ(fake_.display.tree().fills, fills + 1);
   End();
 }
 

@@ -1,11 +1,13 @@
 // Heads of articles as a thread tree. The first byte chooses the preferences; then come heads, each
-// ended by an empty line, with a byte in front for its number, source and flag.
+// ended by an empty line, with a byte in front for its number, source and flag. Its References are
+// looked at whole unless the preferences say otherwise.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "mime/references.h"
 #include "nntp/headers.h"
 #include "tests/thread/tree_reference.h"
 #include "thread/moves.h"
@@ -22,24 +24,28 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-TestArticle ArticleOf(std::string_view head, std::uint32_t chain) {
+TestArticle ArticleOf(std::string_view head, std::uint32_t chain, bool ancestors) {
   const auto byte = static_cast<unsigned char>(head.empty() ? 0 : head[0]);
   quillet::AsciiArticle article;
   article.headers = std::string(head.substr(head.empty() ? 0 : 1));
-  quillet::ExtractHeaders(article, false);
-  return {
-      *article.messageId, *article.parentId,
-      *article.subject,   (byte & 1) != 0 ? "<import>" : "news.example.org",
-      *article.from,      static_cast<std::int32_t>(static_cast<std::uint32_t>(byte >> 2) << 26),
-      (byte & 2) != 0,    chain};
+  quillet::ExtractHeaders(article, ancestors);
+  return {*article.messageId,
+          *article.parentId,
+          *article.subject,
+          (byte & 1) != 0 ? "<import>" : "news.example.org",
+          *article.from,
+          static_cast<std::int32_t>(static_cast<std::uint32_t>(byte >> 2) << 26),
+          (byte & 2) != 0,
+          chain,
+          std::string(quillet::ReferencesField(*article.headers))};
 }
 
-std::vector<TestArticle> ArticlesOf(std::string_view heads) {
+std::vector<TestArticle> ArticlesOf(std::string_view heads, bool ancestors) {
   std::vector<TestArticle> articles;
   while (!heads.empty() && articles.size() < kMostHeads) {
     const std::size_t end = heads.find("\n\n");
-    articles.push_back(
-        ArticleOf(heads.substr(0, end), 1000 - static_cast<std::uint32_t>(articles.size())));
+    articles.push_back(ArticleOf(heads.substr(0, end),
+                                 1000 - static_cast<std::uint32_t>(articles.size()), ancestors));
     heads = end == std::string_view::npos ? std::string_view() : heads.substr(end + 2);
   }
   return articles;
@@ -78,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) return 0;
   const ThreadOptions options{(data[0] & 1) != 0, (data[0] & 2) != 0};
   const std::string heads(reinterpret_cast<const char*>(data) + 1, size - 1);
-  const std::vector<TestArticle> articles = ArticlesOf(heads);
+  const std::vector<TestArticle> articles = ArticlesOf(heads, (data[0] & 4) == 0);
   const auto tree = quillet::testing::BuildTree(articles, options);
   Require(quillet::testing::TreeFault(tree->root(), articles.size(), options).empty());
   Require(quillet::testing::TreeText(tree->root()) ==

@@ -53,7 +53,7 @@ class Forest:
         own = [b"<%d.%d@forest>" % (number, i) for i in range(count)]
         chain = []
         for message_id in own:
-            self.add_article(message_id, self.parent_for(message_id, own))
+            self.add_article(message_id, self.parent_for(message_id, own), own)
             chain.append(message_id)
             if self.random.random() < 0.05:
                 chain.append(self.random.choice(own[:len(chain)]))       # twice in one chain
@@ -78,9 +78,22 @@ class Forest:
             return self.random.choice(own).upper()
         return self.random.choice(own)          # earlier or later, so that circles come about
 
-    def add_article(self, message_id, parent_id):
+    def head_for(self, parent_id, own):
+        """Most have References, folded here and there; the last one mostly is the parent."""
+        if self.random.random() < 0.3:
+            return b""
+        ids = [self.random.choice((*own, b"<missing@forest>", b"<gone@forest>", b"<away@forest>"))
+               for _ in range(self.random.randrange(5))]
+        if self.random.random() < 0.7 and parent_id:
+            ids.append(parent_id)
+        field = b"References:"
+        for one in ids:
+            field += self.random.choice((b" ", b" ", b"\r\n ", b"\r\n\t")) + one
+        return b"Path: forest\r\n" + field + b"\r\nLines: 1"
+
+    def add_article(self, message_id, parent_id, own=()):
         pick = self.random.choice
-        texts = (message_id, b"", b"text\r\n", parent_id, pick(SUBJECTS), pick(AUTHORS),
+        texts = (message_id, self.head_for(parent_id, own), b"text\r\n", parent_id, pick(SUBJECTS), pick(AUTHORS),
                  pick(SOURCES), b"", b"")
         words = struct.pack("<5I", 1, self.random.random() < 0.4, 1, 0, pick(NUMBERS))
         self.articles[message_id + b"\0"] = (words + b"".join(text + b"\0" for text in texts) +
@@ -120,7 +133,7 @@ class ForestTest(unittest.TestCase):
         write_database(os.path.join(news, "Quillet newsgroups.gdb"), cls.forest.newsgroups)
         write_database(os.path.join(news, "Quillet pending posts.gdb"), {})
 
-    def open_all(self, name, threading, reverse):
+    def open_all(self, name, threading, reverse, ancestors):
         """Opens every group in a copy of the store; returns its folder and the rows shown."""
         profile = os.path.join(self.folder, name)
         shutil.copytree(self.original, profile)
@@ -128,7 +141,8 @@ class ForestTest(unittest.TestCase):
         with quillet_script.Quillet(os.environ["QUILLET_SCRIPT"], profile, hold=True,
                                     timeout=150) as q:
             q.configure(servers=[("127.0.0.1", 1)], groups=self.forest.groups,
-                        usethreading=threading, reversethread=reverse)
+                        usethreading=threading, reversethread=reverse,
+                        **{"Extensions\\ancestors": ancestors})
             q.start()
             for group in self.forest.groups:
                 q.open_group(group)
@@ -137,14 +151,15 @@ class ForestTest(unittest.TestCase):
         self.assertEqual((q.status, q.failure(), q.errors(), q.boxes()), (0, None, "", []))
         return profile, shown, counts
 
-    def check(self, name, threading, reverse):
-        profile, shown, counts = self.open_all(name, threading, reverse)
+    def check(self, name, threading, reverse, ancestors=1):
+        profile, shown, counts = self.open_all(name, threading, reverse, ancestors)
         before = store_check.Databases(self.original, os.environ["QUILLET_GDBM_DUMP"])
         after = store_check.Databases(profile, os.environ["QUILLET_GDBM_DUMP"])
         for group in self.forest.groups:
             with self.subTest(group=group):
                 articles = plain_tree.group_articles(before, group)
-                rows = plain_tree.expected_rows(before, group, bool(threading), bool(reverse))
+                rows = plain_tree.expected_rows(before, group, bool(threading), bool(reverse),
+                                                bool(ancestors))
                 self.assertEqual(plain_tree.difference(shown[group], rows), "")
                 unread = sum(not article.read for article in articles)
                 self.assertEqual(counts[group], "%d/%d" % (unread, len(articles)))
@@ -175,6 +190,9 @@ class ForestTest(unittest.TestCase):
 
     def test_threads(self):
         self.check("threads", 1, 0)
+
+    def test_threads_by_the_stored_parents_alone(self):
+        self.check("parents", 1, 0, ancestors=0)
 
     def test_threads_newest_first(self):
         self.check("threads-reversed", 1, 1)

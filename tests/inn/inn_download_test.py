@@ -261,11 +261,12 @@ class Trees(InnDownload):
                          ["%d/%d" % (len(articles[group]) - read[group], len(articles[group]))
                           for group in GROUPS])
 
-    def assert_trees(self, trees, threading, reverse):
+    def assert_trees(self, trees, threading, reverse, ancestors=1):
         files = store_check.Databases(self.profile, os.environ["QUILLET_GDBM_DUMP"])
         shown = 0
         for group, tree in trees.items():
-            expected = plain_tree.expected_rows(files, group, bool(threading), bool(reverse))
+            expected = plain_tree.expected_rows(files, group, bool(threading), bool(reverse),
+                                                bool(ancestors))
             self.assertEqual(plain_tree.difference(tree["rows"], expected), "")
             self.assertEqual(tree["caption"], "%s: 0 on server" % group)
             shown += sum(row["kind"] == "article" for row in expected)
@@ -274,15 +275,16 @@ class Trees(InnDownload):
     def test_shown_trees_follow_the_rules_in_every_order(self):
         self.copy_complete_profile()
         self.read_some()
-        for threading, reverse in ((1, 0), (1, 1), (0, 0), (0, 1)):
+        for threading, reverse, ancestors in ((1, 0, 1), (1, 1, 1), (1, 1, 0), (0, 0, 1), (0, 1, 1)):
             with self.quillet(hold=True) as q:
+                q.set_dword("Extensions\\ancestors", ancestors)
                 q.set_dword("usethreading", threading)
                 q.set_dword("reversethread", reverse)
                 q.start()
                 trees = self.open_groups(q)
             self.assert_ended_well(q)
-            with self.subTest(threading=threading, reverse=reverse):
-                shown = self.assert_trees(trees, threading, reverse)
+            with self.subTest(threading=threading, reverse=reverse, ancestors=ancestors):
+                shown = self.assert_trees(trees, threading, reverse, ancestors)
                 self.assertGreater(shown, FIRST_COUNT - 20)
 
 

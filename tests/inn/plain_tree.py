@@ -5,6 +5,7 @@ Shares nothing with the program but the documented formats of the files. Standar
 
 import functools
 import operator
+import re
 import struct
 
 import store_check
@@ -19,6 +20,7 @@ class Node:
         self.parent = None
         self.children = []
         self.message_id = self.parent_id = self.source = self.author = b""
+        self.forerunners = []                    # Message-IDs, the nearest first
         self.number = self.chain = 0
         self.read = False
         self.order = (self.source, self.number)  # what siblings are ordered by
@@ -48,10 +50,17 @@ def article_node(record, message_id, chain):
     texts = record[20:-4].split(b"\0")
     node = Node("article", texts[4])
     node.message_id, node.chain = message_id, chain
+    node.forerunners = referenced(texts[1])[::-1]
     node.parent_id, node.author, node.source = texts[3], texts[5], texts[6]
     node.number, node.read = number, read != 0
     node.order = (node.source, node.number)
     return node
+
+
+def referenced(head):
+    """The Message-IDs of the whole References of a head, as they stand there."""
+    field = re.search(rb"^references:(.*\n?(?:[ \t].*\n?)*)", head, re.IGNORECASE | re.MULTILINE)
+    return re.findall(rb"<[^<>]*>", field.group(1)) if field else []
 
 
 def group_articles(files, group):
@@ -81,29 +90,35 @@ def link_child(parent, child, reverse=False, after=None):
     parent.children.insert(place, child)
 
 
-def find_parent(index, node):
-    """The parent of a node, None when it is not there, the node itself or below it."""
-    found = index.get(node.parent_id) if node.parent_id else None
-    if found is None or found is node or found in node.below():
-        return None
-    return found
+def find_parent(index, node, ancestors, reading):
+    """The parent of a node, None when it is not there, the node itself or below it.
+
+    With `ancestors` it is the nearest forerunner of which that is not so; while articles are read
+    nobody but the nearest is looked for.
+    """
+    wanted = (node.forerunners if ancestors else []) + [node.parent_id]
+    for message_id in wanted[:1] if reading else wanted:
+        found = index.get(message_id) if message_id else None
+        if found is not None and found is not node and found not in node.below():
+            return found
+    return None
 
 
-def link_articles(root, articles, threading, reverse):
+def link_articles(root, articles, threading, reverse, ancestors):
     index = {}
     for node in articles:
         if node.message_id:
             index[node.message_id] = node
-        parent = find_parent(index, node) if threading else None
+        parent = find_parent(index, node, ancestors, True) if threading else None
         link_child(parent or root, node, reverse)
     return index
 
 
-def link_late_parents(root, index, reverse):
+def link_late_parents(root, index, reverse, ancestors):
     place = 0
     while place < len(root.children):
         node = root.children[place]
-        parent = find_parent(index, node)
+        parent = find_parent(index, node, ancestors, False)
         if parent is None:
             place += 1
         else:
@@ -136,12 +151,12 @@ def gather_threads(root, threading, reverse):
         place += 1
 
 
-def build(articles, threading, reverse):
+def build(articles, threading, reverse, ancestors=True):
     """The root over articles given newest first."""
     root = Node("root")
-    index = link_articles(root, articles, threading, reverse)
+    index = link_articles(root, articles, threading, reverse, ancestors)
     if threading:
-        link_late_parents(root, index, reverse)
+        link_late_parents(root, index, reverse, ancestors)
     gather_threads(root, threading, reverse)
     return root
 
@@ -185,8 +200,8 @@ def depth_of(node):
     return depth
 
 
-def expected_rows(files, group, threading, reverse):
-    root = build(group_articles(files, group), threading, reverse)
+def expected_rows(files, group, threading, reverse, ancestors=True):
+    root = build(group_articles(files, group), threading, reverse, ancestors)
     return [row(node, depth_of(node)) for node in root.below()]
 
 

@@ -57,6 +57,33 @@ class Opening(Reading):
                 (0, "Other"), (1, author("dora"))])
             self.assert_tree_true(q)
 
+    def test_a_reply_is_below_its_nearest_forerunner_that_is_there(self):
+        articles = {
+            1: post("ann", "Hello"),
+            2: post("bob", "Re: Hello", "<ann@x>"),
+            3: post("carl", "Something else", "<ann@x> <bob@x> <gone@x>"),
+            4: post("dora", "Another thing", "<ann@x>\r\n <bob@x>\r\n\t<carl@x>")}
+        for on, texts in ((1, [(0, "4/4 Hello"), (1, author("ann")), (2, author("bob")),
+                               (3, author("carl")), (4, author("dora"))]),
+                          (0, [(0, "3/3 Hello"), (1, author("ann")), (2, author("bob")),
+                               (2, author("dora")), (0, "Something else"), (1, author("carl"))])):
+            self.use_profile("-%d" % on)
+            with self.subTest(on), \
+                    self.open(articles, values={"Extensions\\ancestors": on}) as q:
+                self.assertEqual([text[:2] for text in q.texts()], texts)
+                self.assert_tree_true(q)
+            self.assert_fine(q)
+
+    def test_without_kept_headers_the_stored_parent_counts(self):
+        articles = {1: post("ann", "Hello"),
+                    2: post("bob", "Other", "<ann@x> <gone@x>"),
+                    3: post("carl", "More", "<gone@x> <ann@x>")}
+        with self.open(articles, values={"keepheaders": 0}) as q:
+            self.assertEqual([text[:2] for text in q.texts()], [
+                (0, "2/2 Hello"), (1, author("ann")), (2, author("carl")),
+                (0, "Other"), (1, author("bob"))])
+        self.assert_fine(q)
+
     def test_opening_again_keeps_the_tree_and_what_is_expanded(self):
         with self.open() as q:
             fills = q.tree()["fills"]

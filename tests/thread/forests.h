@@ -29,6 +29,21 @@ class Forests {
     return articles;
   }
 
+  // The same, most with References: folded or not, of few or very many ids, of some that are there
+  // and some that are not, with words that are no ids.
+  std::vector<TestArticle> SmallWithReferences() {
+    std::vector<TestArticle> articles = Small();
+    for (std::size_t i = 0; i < articles.size(); ++i) {
+      if (Below(5) == 0) continue;
+      std::string& references = articles[i].references;
+      const std::size_t ids = Below(60) == 0 ? 1000 : Below(7);
+      for (std::size_t n = 0; n < ids; ++n) references += Separator() + Referenced(articles, i);
+      if (Below(3) != 0) articles[i].parent = LastWordOfFirstLine(references);
+      if (Below(2) == 0) references += "\r\n";
+    }
+    return articles;
+  }
+
   std::size_t Below(std::size_t limit) { return limit == 0 ? 0 : random_() % limit; }
 
  private:
@@ -45,6 +60,30 @@ class Forests {
       default:
         return Id(Below(count));
     }
+  }
+  std::string Separator() {
+    static const char* const kSeparators[] = {" ",      " ",   " ", "  ", "\r\n ",
+                                              "\r\n\t", "\n ", "",  ","};
+    return kSeparators[Below(std::size(kSeparators))];
+  }
+  std::string Referenced(const std::vector<TestArticle>& articles, std::size_t self) {
+    static const char* const kOdd[] = {"(a comment)", "<cut@x", "cut@x>", "<1 @x>", "<",    ">",
+                                       "<>",          "word",   "<2@x>>", "<<3@x>", "\xE4@"};
+    switch (Below(10)) {
+      case 0:
+        return kOdd[Below(std::size(kOdd))];
+      case 1:
+        return articles[self].id;
+      case 2:
+      case 3:
+        return articles[Below(articles.size())].id;
+      default:
+        return Id(1000 + Below(100));
+    }
+  }
+  static std::string LastWordOfFirstLine(const std::string& references) {
+    const std::string line = references.substr(0, references.find_first_of("\r\n"));
+    return line.substr(line.rfind(' ') + 1);
   }
   std::string Subject() {
     static const char* const kSubjects[] = {"Hello", "hello",      "Re: Hello", "RE: re:  Hello",

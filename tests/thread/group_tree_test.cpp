@@ -1,6 +1,7 @@
 // Groups of the store as trees: healing, damaged chains, stores that are closed or fail, aborts.
 #include <gmock/gmock.h>
 
+#include "base/extensions.h"
 #include "base/window_procedures.h"
 #include "mime/shown_text.h"
 #include "store/bulk_store.h"
@@ -35,6 +36,9 @@ class GroupTreeTest : public StoreTest {
   static AsciiArticle StoredForm(const TestArticle& article) {
     AsciiArticle stored = ArticleWithId(article.id);
     stored.parentId = article.parent;
+    if (!article.references.empty()) {
+      stored.headers = "Path: a\r\nReferences:" + article.references + "\r\nLines: 1";
+    }
     stored.subject = article.subject;
     stored.source = article.source;
     stored.from = article.from;
@@ -60,9 +64,15 @@ class GroupTreeTest : public StoreTest {
     for (const auto& [id, number] : chain) {
       const auto stored = FetchArticle(id);
       if (!stored) continue;
-      articles.push_back({id, *stored->parentId, *stored->subject, *stored->source, *stored->from,
+      articles.push_back({id, *stored->parentId, JoinedSubject(*stored->subject, *stored->headers),
+                          *stored->source, *stored->from,
                           static_cast<std::int32_t>(stored->articleNumber), stored->read != 0,
                           number});
+      if (ReadExtensions().ancestors == 0 || stored->headers->empty()) continue;
+      // Between what StoredForm wrote before and behind it.
+      constexpr std::size_t kBegin = std::string_view("Path: a\r\nReferences:").size();
+      const std::size_t end = stored->headers->rfind("\r\nLines: 1");
+      articles.back().references = stored->headers->substr(kBegin, end - kBegin);
     }
     return articles;
   }
@@ -124,6 +134,53 @@ TEST_F(GroupTreeTest, RandomForestsWithCrossPostsAreAsTheRulesSay) {
     }
   }
   for (const std::u16string& name : names) ASSERT_NO_FATAL_FAILURE(ExpectTree(name));
+}
+
+TEST_F(GroupTreeTest, RandomForestsWithReferencesAreAsTheRulesSayOnAndOff) {
+  OpenStore();
+  Forests forests(32);
+  for (int round = 0; round < 60; ++round) {
+    // The store has one article of an id: each group is looked at before the next one takes some.
+    const std::u16string name = u"g." + Widen(std::to_string(round));
+    auto articles = forests.SmallWithReferences();
+    std::ranges::reverse(articles);
+    for (const TestArticle& article : articles) {
+      if (article.id.empty()) continue;
+      ASSERT_NO_FATAL_FAILURE(Put({name}, article));
+    }
+    for (const std::uint32_t on : {1U, 0U}) {
+      fake.registry.PutDword(kExtensionsPath, u"ancestors", on);
+      ASSERT_NO_FATAL_FAILURE(ExpectTree(name));
+    }
+  }
+}
+
+TEST_F(GroupTreeTest, TheNearestStoredForerunnerIsTheParentUnlessSwitchedOff) {
+  OpenStore();
+  Put({kGroup}, {"<1@x>", "", "Topic", "a", "f", 1, false, 0});
+  Put({kGroup},
+      {"<9@x>", "<gone@x>", "Something else", "a", "f", 2, false, 0, " <1@x>\r\n <gone@x>"});
+  const auto parent = [] {
+    const BuiltTree built = BuildNodeTree(kGroup);
+    return std::string(built.tree->FindNodeByMessageId("<9@x>")->parent->messageId);
+  };
+  EXPECT_EQ(parent(), "<1@x>");
+  fake.registry.PutDword(kExtensionsPath, u"ancestors", 0);
+  EXPECT_EQ(parent(), "");
+  // What is stored is as it came.
+  EXPECT_EQ(FetchArticle("<9@x>")->parentId, "<gone@x>");
+}
+
+TEST_F(GroupTreeTest, CompressedArticlesHaveForerunnersToo) {
+  OpenStore();
+  Put({kGroup}, {"<1@x>", "", "Topic", "a", "f", 1, false, 0});
+  AsciiArticle article =
+      StoredForm({"<9@x>", "<gone@x>", "Re", "a", "f", 2, false, 0, " <1@x>\r\n <gone@x>"});
+  const std::string value = *SerializeArticle(article, SerializeMode::kCompress);
+  ASSERT_TRUE(StoreValue(kArticles, Raw("<9@x>\0"), value, StoreMode::kReplace));
+  ASSERT_TRUE(AddArticleToGroup(kGroup, "<9@x>"));
+  const BuiltTree built = BuildNodeTree(kGroup);
+  EXPECT_EQ(built.tree->FindNodeByMessageId("<9@x>")->parent->messageId, "<1@x>");
 }
 
 TEST_F(GroupTreeTest, TheNodeCarriesWhatTheRecordsSay) {

@@ -31,8 +31,8 @@ class ThreadMemoryTest : public StoreTest {
 
 std::vector<TestArticle> Wild() {
   Forests forests(5);
-  auto articles = forests.Small();
-  while (articles.size() < 30) articles = forests.Small();
+  auto articles = forests.SmallWithReferences();
+  while (articles.size() < 30) articles = forests.SmallWithReferences();
   return articles;
 }
 

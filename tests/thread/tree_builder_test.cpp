@@ -82,6 +82,78 @@ TEST(ThreadBuilder, AnArticleThatAnswersItselfIsAThread) {
   EXPECT_EQ(Outline({One("<1>", "<1>")}), "[s]\n <1>\n");
 }
 
+TestArticle Reply(const char* id, const char* references, const char* parent,
+                  std::int32_t number = 0) {
+  TestArticle article = One(id, parent, number);
+  article.references = references;
+  return article;
+}
+
+TEST(ThreadBuilder, TheNearestForerunnerThatIsThereIsTheParent) {
+  // The middle of the thread is missing.
+  EXPECT_EQ(Outline({Reply("<4>", " <1> <2> <3>", "<3>"), One("<1>", "")}), "[s]\n <1>\n  <4>\n");
+  EXPECT_EQ(Outline({Reply("<4>", " <1> <2> <3>", "<3>"), Reply("<2>", " <1>", "<1>", 1),
+                     One("<1>", "")}),
+            "[s]\n <1>\n  <2>\n   <4>\n");
+  // The same when the forerunners are read first.
+  EXPECT_EQ(Outline({One("<1>", ""), Reply("<2>", " <1>", "<1>", 1),
+                     Reply("<4>", " <1> <2> <3>", "<3>")}),
+            "[s]\n <1>\n  <2>\n   <4>\n");
+}
+
+TEST(ThreadBuilder, AFoldedReferencesIsReadToItsEnd) {
+  // What is stored for the parent is the last one of the first line.
+  const TestArticle reply = Reply("<4>", " <1> <2>\r\n <3>\r", "<2>");
+  const Articles others = {One("<3>", "<2>", 3), One("<2>", "<1>", 2), One("<1>", "", 1)};
+  const std::string chain = "[s]\n <1>\n  <2>\n   <3>\n    <4>\n";
+  EXPECT_EQ(Outline({reply, others[0], others[1], others[2]}), chain);
+  EXPECT_EQ(Outline({others[2], others[1], others[0], reply}), chain);
+  EXPECT_EQ(Outline({others[2], others[1], reply, others[0]}), chain);
+  // Without it the stored one counts.
+  EXPECT_EQ(Outline({One("<4>", "<2>"), others[0], others[1], others[2]}),
+            "[s]\n <1>\n  <2>\n   <4>\n   <3>\n");
+}
+
+TEST(ThreadBuilder, WithoutAnyForerunnerTheStoredParentCounts) {
+  EXPECT_EQ(Outline({Reply("<2>", " <a> <b>", "<1>"), One("<1>", "")}), "[s]\n <1>\n  <2>\n");
+  EXPECT_EQ(Outline({Reply("<2>", " ", "<1>"), One("<1>", "")}), "[s]\n <1>\n  <2>\n");
+}
+
+TEST(ThreadBuilder, AForerunnerThatIsTheArticleOrBelowItIsPassedOver) {
+  EXPECT_EQ(Outline({Reply("<2>", " <1> <2>", "<2>"), One("<1>", "")}), "[s]\n <1>\n  <2>\n");
+  // Each names the other: the one that is read later comes under the first, whose next one counts.
+  EXPECT_EQ(Outline({Reply("<2>", " <0> <3>", "<3>", 2), Reply("<3>", " <0> <2>", "<2>", 3),
+                     One("<0>", "", 9)}),
+            "[s]\n <0>\n  <2>\n   <3>\n");
+}
+
+TEST(ThreadBuilder, OfOneThousandForerunnersTheFarthestIsFound) {
+  std::string references = " <1>";
+  for (int i = 0; i < 1000; ++i) {
+    references += FormatNarrow(" <gone-%d@x>%s", i, i % 9 != 0 ? "" : "\r\n");
+  }
+  EXPECT_EQ(Outline({Reply("<2>", references.c_str(), "<gone-0@x>"), One("<1>", "")}),
+            "[s]\n <1>\n  <2>\n");
+}
+
+TEST(ThreadBuilder, ManyLongReferencesTakeABoundedPartOfMemory) {
+  // 100 MB of them: of those beyond the first 64 the nearest ones are looked at.
+  const std::string far = " <1>" + std::string(200'000, ' ');
+  const std::string near = " <1>" + std::string(500, ' ');
+  Articles articles(500, One("", "<gone@x>"));
+  for (std::size_t i = 0; i < articles.size(); ++i) {
+    articles[i].id = Group::Id(i);
+    articles[i].references = (i % 100 == 0 ? near : far) + FormatNarrow("<gone%d@x>", i);
+  }
+  articles.push_back(One("<1>", ""));
+  const auto tree = BuildTree(articles, kThreading);
+  ASSERT_EQ(TreeFault(tree->root(), articles.size(), kThreading), "");
+  const Node* first = tree->FindNodeByMessageId("<1>");
+  EXPECT_GT(first->descendantCount, 300U);
+  EXPECT_LT(first->descendantCount, 400U);
+  EXPECT_EQ(tree->FindNodeByMessageId(Group::Id(400))->parent, first);
+}
+
 TEST(ThreadBuilder, ACircleIsOpenedAtTheArticleReadFirst) {
   // <1> finds <2> late; <2> then has itself above it.
   EXPECT_EQ(Outline({One("<1>", "<2>", 1), One("<2>", "<1>", 2)}), "[s]\n <1>\n  <2>\n");
@@ -351,6 +423,18 @@ TEST(ThreadBuilder, RandomForestsAreAsTheRulesSay) {
   Forests forests(20261121);
   for (int round = 0; round < 500; ++round) {
     const Articles articles = forests.Small();
+    for (const ThreadOptions& options : kAllOptions) {
+      const auto tree = BuildTree(articles, options);
+      ASSERT_EQ(TreeFault(tree->root(), articles.size(), options), "") << round;
+      ASSERT_EQ(TreeText(tree->root()), ReferenceTree(articles, options)) << round;
+    }
+  }
+}
+
+TEST(ThreadBuilder, RandomForestsWithReferencesAreAsTheRulesSay) {
+  Forests forests(20261122);
+  for (int round = 0; round < 500; ++round) {
+    const Articles articles = forests.SmallWithReferences();
     for (const ThreadOptions& options : kAllOptions) {
       const auto tree = BuildTree(articles, options);
       ASSERT_EQ(TreeFault(tree->root(), articles.size(), options), "") << round;

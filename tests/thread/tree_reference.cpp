@@ -54,10 +54,35 @@ bool IsOrLiesBelow(const RefNode* node, const RefNode* above) {
   return false;
 }
 
-// The parent, unless it is the node itself or lies below it.
-RefNode* LookupParent(const Reference& tree, const RefNode* node) {
-  RefNode* found = Lookup(tree, node->article.parent);
-  return IsOrLiesBelow(found, node) ? nullptr : found;
+// What stands in angle brackets, or else a word, from the last to the first; then the parent.
+std::vector<std::string> Forerunners(const TestArticle& article) {
+  constexpr const char* kBlanks = " \t\r\n";
+  std::vector<std::string> ids;
+  std::string text = article.references;
+  while (text.find_first_not_of(kBlanks) != std::string::npos) {
+    text.erase(text.find_last_not_of(kBlanks) + 1);
+    const std::string before = text.substr(0, text.size() - 1);
+    std::size_t begin = before.find_last_of(" \t\r\n>") + 1;
+    const std::size_t bracket = before.find_last_of("<>");
+    if (text.back() == '>' && bracket != std::string::npos && before[bracket] == '<') {
+      begin = bracket;
+    }
+    ids.push_back(text.substr(begin));
+    text.erase(begin);
+  }
+  ids.push_back(article.parent);
+  return ids;
+}
+
+// The first of those that is there, unless it is the node itself or lies below it; while articles
+// are read only the nearest one is asked for.
+RefNode* LookupParent(const Reference& tree, const RefNode* node, bool reading) {
+  for (const std::string& id : Forerunners(node->article)) {
+    RefNode* found = Lookup(tree, id);
+    if (found != nullptr && !IsOrLiesBelow(found, node)) return found;
+    if (reading) break;
+  }
+  return nullptr;
 }
 
 bool SortsBefore(const Reference& tree, const RefNode* a, const RefNode* b) {
@@ -90,7 +115,7 @@ void ReadAll(Reference& tree, const std::vector<TestArticle>& articles) {
   for (const TestArticle& article : articles) {
     RefNode* node = tree.New(NodeKind::kArticle, article);
     tree.index.push_back(node);
-    RefNode* parent = tree.options.usethreading ? LookupParent(tree, node) : nullptr;
+    RefNode* parent = tree.options.usethreading ? LookupParent(tree, node, true) : nullptr;
     LinkChild(tree, parent != nullptr ? parent : tree.root, node, nullptr);
   }
 }
@@ -100,7 +125,7 @@ void FindLateParents(Reference& tree, std::size_t limit) {
   RefNode** link = &tree.root->first_child;
   for (std::size_t i = 0; *link != nullptr && i < limit; ++i) {
     RefNode* node = *link;
-    RefNode* parent = LookupParent(tree, node);
+    RefNode* parent = LookupParent(tree, node, false);
     if (parent == nullptr) {
       link = &node->next;
     } else {
@@ -346,8 +371,8 @@ std::string TreeFault(const Node& root, std::size_t articles, const ThreadOption
 }
 
 ThreadEntry EntryOf(const TestArticle& article) {
-  return {article.id,   article.parent, article.subject, article.source,
-          article.from, article.number, article.read,    article.chain};
+  return {article.id,     article.parent, article.subject, article.source,    article.from,
+          article.number, article.read,   article.chain,   article.references};
 }
 
 std::unique_ptr<ThreadTree> BuildTree(const std::vector<TestArticle>& newest_first,

@@ -20,6 +20,8 @@ struct TestArticle {
   std::int32_t number = 0;
   bool read = false;
   std::uint32_t chain = 0;
+  // The value of its References with all lines; empty: it has none, and the parent counts.
+  std::string references = {};
 };
 
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
