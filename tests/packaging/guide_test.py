@@ -37,7 +37,10 @@ ELSEWHERE = [
     # the first steps in an empty group list
     "1. Tell Quillet your news server",
     # the status line
-    "\u2026 article\u2026 queued for posting",
+    "\u2026 article\u2026 queued for posting", "\u2026 new article\u2026 in \u2026 group\u2026",
+    ", refused by the server",
+    # the line below an article or above the threads
+    "All articles are read.", "All other articles are read.",
     # the pages of the preferences
     "Store is currently \u2026% full.", "Loaded GDBMce.dll version: '\u2026'",
     "Give posts a &Message-ID", "An article whose posting was cut off is posted once, not twice.",
