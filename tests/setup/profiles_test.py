@@ -7,6 +7,9 @@ import unittest
 
 from setup_case import HERE, SetupCase, number, numbers, text, texts
 
+# pylint: disable=wrong-import-order
+from news_servers import NewsServer  # noqa: E402
+
 EARLIER = pathlib.Path(HERE.parent / "data/registry_of_an_earlier_build.txt")
 EMPTY = "\ue000"  # how an empty entry of a list is stored
 SECURITY = "\\Extensions\\ServerSecurity"
@@ -148,6 +151,35 @@ class Earlier(SetupCase):
             self.assertEqual([row[0] for row in q.groups()],
                              ["misc.test", "", "de.alt.caf\u00e9", "new.one"])
         self.assertEqual((q.status, q.exit_code()), (0, 0))
+
+
+class Articles(SetupCase):
+    """Of a program that has fetched some."""
+
+    ARTICLES = {n: ("From: a@b.example\r\nSubject: %d\r\nMessage-ID: <%d@x>\r\n" % (n, n), "T.\r\n")
+                for n in range(1, 4)}
+
+    def groups_after(self, act):
+        with self.program() as q:
+            act(q)
+            groups = q.groups()
+            self.assertEqual(q.boxes(), [])
+        self.assertEqual((q.status, q.exit_code()), (0, 0))
+        return groups
+
+    def test_those_of_a_group_that_went_are_there_again_when_it_comes_back(self):
+        with NewsServer({"one": self.ARTICLES, "two": {}}) as server:
+            configuration = ("--server", "127.0.0.1", "--port", str(server.port))
+            self.assert_done(*configuration, "--group", "one")
+            self.assertEqual(self.groups_after(lambda q: q.connect()), [("one", "checked", "3/3")])
+            self.assert_done("--replace", *configuration, "--group", "two")
+            self.assertEqual(self.groups_after(lambda q: q.connect()), [("two", "checked", "0/0")])
+            self.assert_done("--add", "--group", "one")
+            self.assertEqual(self.groups_after(lambda q: q.do("wait")),
+                             [("two", "checked", "0/0"), ("one", "checked", "3/3")])
+            # They are known: nothing comes twice.
+            self.assertEqual(self.groups_after(lambda q: q.connect())[1], ("one", "checked", "3/3"))
+            self.assertEqual(server.fetched, [("one", 1), ("one", 2), ("one", 3)])
 
 
 class VeryOld(SetupCase):
