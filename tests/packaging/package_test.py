@@ -41,9 +41,8 @@ class Root:
             if name not in without:
                 (self.admin / "info" / (list_name + ".list")).write_text("/.\n")
         stanzas = pathlib.Path("/var/lib/dpkg/status").read_text(encoding="utf-8").split("\n\n")
-        kept = [stanza for stanza in stanzas
-                if re.match(r"Package: (.*)", stanza.strip() + "\n") and
-                re.match(r"Package: (.*)", stanza.strip() + "\n")[1] not in without]
+        names = [re.match(r"\s*Package: (.*)", stanza) for stanza in stanzas]
+        kept = [stanza for name, stanza in zip(names, stanzas) if name and name[1] not in without]
         (self.admin / "status").write_text("\n\n".join(kept) + "\n\n", encoding="utf-8")
 
     def dpkg(self, *words):
