@@ -159,6 +159,14 @@ void AdvanceOneDay(port::CalendarTime& time) {
   ++time.year;
 }
 
+// The instance that owns the profile hangs, or was started by an earlier version.
+void TellOfLostLink() {
+  if (gPlatform->shell.Link().empty() || gPlatform->shell.LinkTaken()) return;
+  ShowMessage(
+      u"Quillet CE is running already, but has not taken the link. Please try again, or close "
+      u"Quillet CE first.");
+}
+
 // As one that a later start hands over: when the loop comes to it.
 void OpenGivenLink() {
   const std::u16string link = gPlatform->shell.Link();
@@ -169,7 +177,10 @@ void OpenGivenLink() {
 // The program from its first step to its exit code.
 int RunOnce() {
   const bool scheduled = gPlatform->shell.CommandLine() == port::kScheduledCommandLine;
-  if (gPlatform->shell.ForwardToOtherInstance(scheduled)) return 0;
+  if (gPlatform->shell.ForwardToOtherInstance(scheduled)) {
+    TellOfLostLink();
+    return 0;
+  }
   ConnectUpwardCalls();
   if (TellOfUnreadableRegistry()) return kExitNoPreferences;
   ReadPreferences();
@@ -198,7 +209,8 @@ int RunOnce() {
   }
   // Behind the window, which is there by then. Whoever asks for something else at the start gets
   // that, and at the first start there is no place.
-  if (gPlatform->shell.CommandLine().empty() && gPrefs->numservers != 0) {
+  const bool asks = !gPlatform->shell.CommandLine().empty() || !gPlatform->shell.Link().empty();
+  if (!asks && gPrefs->numservers != 0) {
     PostToMainWindow(kUserRestorePlace);
   }
   // A question would keep the next scheduled connections waiting for somebody to answer it.

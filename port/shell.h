@@ -31,6 +31,9 @@ class Shell {
   // there is one, without waiting for it. False makes this process the owner until it ends; a
   // crashed owner leaves nothing behind that must be cleaned up.
   virtual bool ForwardToOtherInstance(bool scheduled_download) = 0;
+  // Whether the other instance, asked last by ForwardToOtherInstance, has this start's link: one
+  // that hangs, or of an earlier version, has not.
+  virtual bool LinkTaken() = 0;
 
   // Where requests of later instances go: the window is raised; a scheduled download and a link are
   // posted to it as kUser with these ids. Requests that came before are delivered now. 0: keep

@@ -26,7 +26,11 @@ void HandleToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
 // A start by the scheduler may have no display and still reach the instance that has one.
 int EndWithoutDisplay(quillet::port::LinuxServices& services, const QString& problem) {
   const bool scheduled = services.shell.CommandLine() == quillet::port::kScheduledCommandLine;
-  if (services.shell.ForwardToOtherInstance(scheduled)) return 0;
+  if (services.shell.ForwardToOtherInstance(scheduled)) {
+    if (services.shell.Link().empty() || services.shell.LinkTaken()) return 0;
+    std::fputs("quillet: the running program has not taken the link\n", stderr);
+    return kExitNoDisplay;
+  }
   std::fprintf(stderr, "quillet: %s\n", qPrintable(problem));
   return kExitNoDisplay;
 }

@@ -15,6 +15,7 @@ class ScriptShell final : public port::Shell {
 
   std::u16string CommandLine() override { return shell_.CommandLine(); }
   std::u16string Link() override { return shell_.Link(); }
+  bool LinkTaken() override { return shell_.LinkTaken(); }
   bool ForwardToOtherInstance(bool scheduled_download) override {
     const bool forwarded = shell_.ForwardToOtherInstance(scheduled_download);
     if (!forwarded) return false;

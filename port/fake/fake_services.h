@@ -66,6 +66,7 @@ class FakeShell final : public Shell {
 
   std::u16string CommandLine() override { return command_line; }
   std::u16string Link() override { return link; }
+  bool LinkTaken() override { return link_taken; }
   bool ForwardToOtherInstance(bool scheduled_download) override;
   void SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) override;
   bool OpenLink(std::u16string_view target) override;
@@ -79,6 +80,7 @@ class FakeShell final : public Shell {
   std::u16string command_line;
   std::u16string link;
   bool other_instance = false;
+  bool link_taken = true;  // by that one
   bool link_result = true;
 
   // What happened: the argument of every ForwardToOtherInstance, every link.

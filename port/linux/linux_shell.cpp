@@ -18,10 +18,10 @@
 
 #include "port/linux/child_process.h"
 #include "port/linux/instance_lock.h"
+#include "port/linux/instance_request.h"
 #include "port/linux/instance_socket.h"
 #include "port/linux/native_files.h"
 #include "port/linux/opener_link.h"
-#include "util/news_link.h"
 #include "util/text.h"
 
 namespace quillet::port {
@@ -29,10 +29,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view kRaise = "raise";
-constexpr std::string_view kRaiseAndDownload = "raise+download";
-constexpr std::string_view kLink = "link";
-constexpr std::string_view kNoToken = "-";
 constexpr std::string_view kAnswer = "ok";
 constexpr auto kForwardLimit = 1500ms;
 constexpr auto kRetryAfter = 50ms;
@@ -70,11 +66,12 @@ int MillisecondsUntil(SteadyTime end) {
   return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(left).count());
 }
 
-// Each in turn until one is answered.
-bool SendAny(const std::string& path, const std::vector<std::string>& requests, SteadyTime end) {
-  return std::any_of(requests.begin(), requests.end(), [&](const std::string& request) {
+// Each in turn until one is answered; that one, or the end of the list.
+using Lines = std::vector<std::string>;
+Lines::const_iterator SendAny(const std::string& path, const Lines& lines, SteadyTime end) {
+  return std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
     const int limit_ms = MillisecondsUntil(end);
-    return limit_ms > 0 && SendRequest(path, request, limit_ms);
+    return limit_ms > 0 && SendRequest(path, line, limit_ms);
   });
 }
 
@@ -88,45 +85,6 @@ std::string ActivationToken() {
     }
   }
   return {};
-}
-
-struct Request {
-  std::string token;
-  bool download = false;
-  std::u16string link;
-};
-
-// A token with a blank would not be told from the link behind it.
-std::string LinkRequest(const std::string& token, const std::u16string& link) {
-  const bool none = token.empty() || token.find(' ') != token.npos;
-  return std::string(kLink) + " " + (none ? std::string(kNoToken) : token) + " " + ToUtf8(link);
-}
-
-// What stands behind the word and a blank; nothing for another word.
-std::optional<std::string_view> Behind(std::string_view word, std::string_view line) {
-  if (!line.starts_with(word)) return std::nullopt;
-  line.remove_prefix(word.size());
-  if (!line.starts_with(' ')) return std::nullopt;
-  return line.substr(1);
-}
-
-std::optional<Request> ParseLinkRequest(std::string_view rest) {
-  const std::size_t blank = rest.find(' ');
-  if (blank == rest.npos || !IsNewsLink(rest.substr(blank + 1))) return std::nullopt;
-  Request request;
-  if (rest.substr(0, blank) != kNoToken) request.token = rest.substr(0, blank);
-  request.link = FromUtf8(rest.substr(blank + 1));
-  return request;
-}
-
-// Nothing for what nobody of us sends.
-std::optional<Request> ParseRequest(std::string_view line) {
-  if (HasControlCharacter(line)) return std::nullopt;
-  if (line == kRaise) return Request{};
-  if (line == kRaiseAndDownload) return Request{{}, true, {}};
-  if (const auto token = Behind(kRaise, line)) return Request{std::string(*token), false, {}};
-  const auto link = Behind(kLink, line);
-  return link ? ParseLinkRequest(*link) : std::nullopt;
 }
 
 }  // namespace
@@ -156,14 +114,9 @@ void LinuxShell::SetRaise(std::function<void(const std::string& token)> raise) {
 bool LinuxShell::ForwardToOtherInstance(bool scheduled_download) {
   FileDescriptor file = OpenLockFile(profile_);
   if (!file.valid()) return false;
-  std::vector<std::string> requests{std::string(scheduled_download ? kRaiseAndDownload : kRaise)};
-  // First with all that there is. An owner of an earlier version hangs up on what it does not know.
-  if (!scheduled_download && !activation_token_.empty()) {
-    requests.insert(requests.begin(), std::string(kRaise) + " " + activation_token_);
-  }
-  if (!scheduled_download && !link_.empty()) {
-    requests.insert(requests.begin(), LinkRequest(activation_token_, link_));
-  }
+  InstanceRequest request{.download = scheduled_download, .token = activation_token_};
+  if (!scheduled_download) request.link = link_;
+  const Lines lines = LinesOf(request);
   const auto end = std::chrono::steady_clock::now() + kForwardLimit;
   // The owner may be about to listen, or about to end: both are tried until one holds.
   for (;;) {
@@ -176,7 +129,11 @@ bool LinuxShell::ForwardToOtherInstance(bool scheduled_download) {
     }
     if (MillisecondsUntil(end) <= 0) return true;
     const std::string path = ReadSocketPath(file.get());
-    if (!path.empty() && SendAny(path, requests, end)) return true;
+    const auto answered = path.empty() ? lines.end() : SendAny(path, lines, end);
+    if (answered != lines.end()) {
+      link_taken_ = !request.link.empty() && answered == lines.begin();
+      return true;
+    }
     std::this_thread::sleep_for(kRetryAfter);
   }
 }
@@ -203,7 +160,7 @@ void LinuxShell::Serve() {
 }
 
 void LinuxShell::Answer(int client) {
-  std::optional<Request> request = ParseRequest(ReceiveLine(client, kRequestLimitMs));
+  auto request = ParseInstanceRequest(ReceiveLine(client, kRequestLimitMs));
   if (!request) return;
   SendLine(client, kAnswer);
   {

@@ -2,11 +2,9 @@
 //
 // The owner of a profile holds a lock on "instance.lock" in its configuration folder; the lock goes
 // with the process. It listens on the socket whose path stands in the lock file; a later instance
-// sends it one line, "raise", "raise+download" or "link", and waits a moment for its "ok". Behind
-// "raise" and a blank may stand the desktop's token for the start of the later instance
-// (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID): without it a desktop that guards the focus leaves
-// the window where it is. Behind "link" and a blank stand the token, "-" for none, a blank and the
-// link; an owner of an earlier version, which knows no links, is raised.
+// sends it one line (instance_request.h) and waits a moment for its "ok". The line has the
+// desktop's token for the start of the later instance (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID):
+// without it a desktop that guards the focus leaves the window where it is.
 #pragma once
 
 #include <functional>
@@ -40,6 +38,7 @@ class LinuxShell final : public Shell {
   // Takes two seconds at most, also when the owner does not answer. False also when no lock can be
   // had at all (a folder that cannot be written).
   bool ForwardToOtherInstance(bool scheduled_download) override;
+  bool LinkTaken() override { return link_taken_; }
   void SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) override;
   // What LinkForOpener refuses is not handed on: a link in an article must not reach into this
   // machine.
@@ -79,6 +78,7 @@ class LinuxShell final : public Shell {
   int downloads_wanted_ = 0;
   std::vector<std::u16string> links_wanted_;
 
+  bool link_taken_ = false;
   FileDescriptor lock_;
   FileDescriptor listener_;
   FileDescriptor end_event_;

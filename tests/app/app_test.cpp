@@ -62,6 +62,22 @@ TEST_F(Program, ASecondStartForwardsAndEndsWithZero) {
   EXPECT_EQ(fake_.display.main_window().handle, 0U);
 }
 
+TEST_F(Program, LinkThatTheOtherInstanceHasNotTakenIsSaid) {
+  fake_.shell.other_instance = true;
+  fake_.shell.link = u"news:a.b";
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_TRUE(fake_.display.boxes().empty());
+  fake_.shell.link_taken = false;
+  EXPECT_EQ(RunQuillet(), 0);
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.display.boxes()[0].text,
+            u"Quillet CE is running already, but has not taken the link. Please try again, or "
+            u"close Quillet CE first.");
+  fake_.shell.link.clear();
+  EXPECT_EQ(RunQuillet(), 0);
+  EXPECT_EQ(fake_.display.boxes().size(), 1U);
+}
+
 TEST_F(Program, OnlyTheExactCommandLineForwardsADownload) {
   fake_.shell.other_instance = true;
   fake_.shell.command_line = u"AppRunAtTime";

@@ -184,6 +184,16 @@ class Starts(Links):
         self.assertEqual([text.split("!")[0] for text in self.texts(q)],
                          ["Welcome to Quillet CE", QUESTION % "b.two"])
 
+    def test_link_of_the_first_start_goes_before_the_place_where_the_user_was(self):
+        with self.run_with(groups=["a.one", "b.two"]) as q:
+            q.do("open-group a.one")
+        with self.run_quillet("news:b.two") as q:
+            q.do("wait")
+            self.assertEqual(q.ask("tabs")["selected"], "thread")
+            self.assertEqual(q.ask("current")["group"], 1)
+            self.assertEqual(q.ask("groups")["selected"], 1)
+        self.assert_fine(q)
+
     def second(self, *arguments):
         second = self.run_quillet(*arguments)
         second.do("wait-for exit")
