@@ -7,6 +7,7 @@ import contextlib
 import ctypes
 import os
 import shutil
+import signal
 import socket
 import sqlite3
 import struct
@@ -388,6 +389,31 @@ class SecondStart(UnderX):
         self.close()
         with quillet_script.Quillet(SCRIPT, self.profile) as q:
             self.assertEqual(q.groups(), [("a.b", "checked", "0/0")])
+
+    def test_link_reaches_the_running_program_without_a_display(self):
+        self.configure()
+        window = self.start()
+        self.start_again("news:a.b", DISPLAY="", QT_QPA_PLATFORM="")
+        self.await_window("Quillet confirmation")
+        self.tool("key", "Escape")
+        wait_for("end of the question", lambda: not self.named("Quillet confirmation"))
+        self.tool("windowfocus", "--sync", window)
+        self.close()
+
+    def test_link_that_is_not_taken_is_said(self):
+        self.configure()
+        self.start()
+        os.kill(self.program.pid, signal.SIGSTOP)
+        ended = subprocess.run(
+            [QUILLET, "--profile", self.profile, "news:a.b"], capture_output=True, text=True,
+            env=dict(self.environment, DISPLAY="", QT_QPA_PLATFORM=""), check=False, timeout=LIMIT)
+        os.kill(self.program.pid, signal.SIGCONT)
+        self.assertEqual((ended.returncode, ended.stderr),
+                         (1, "quillet: the running program has not taken the link\n"))
+        # It was only late.
+        self.await_window("Quillet confirmation")
+        self.program.terminate()
+        self.end()
 
     def test_link_of_the_first_start_asks_as_well(self):
         self.configure()
