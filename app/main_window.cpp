@@ -28,6 +28,7 @@
 #include "base/reset.h"
 #include "base/subscriptions.h"
 #include "base/upward_calls.h"
+#include "base/user_guide.h"
 #include "base/views.h"
 #include "base/window_procedures.h"
 #include "groups/group_list.h"
@@ -220,8 +221,9 @@ void ForwardCommand() {
 // Import and Quick Setup are claimed here, so that they never reach a view's handler; and what
 // writes articles, since the views stand below the editors; and the next unread article, which may
 // be in another group.
-constexpr std::array<CommonCommand, 12> kCommonCommands = {{
+constexpr auto kCommonCommands = std::to_array<CommonCommand>({
     {kCommandAbout, AboutCommand},
+    {kCommandUserGuide, OpenUserGuide},
     {kCommandClose, CloseCommand},
     {kCommandConnect, ConnectByUser},
     {kCommandPreferences, PreferencesCommand},
@@ -233,7 +235,7 @@ constexpr std::array<CommonCommand, 12> kCommonCommands = {{
     {kCommandForward, ForwardCommand},
     {kCommandViewPostQueue, ViewPostQueueCommand},
     {kCommandNextUnread, NextUnread},
-}};
+});
 
 void HandleCommand(std::uint32_t command) {
   for (const CommonCommand& entry : kCommonCommands) {

@@ -5,6 +5,7 @@
 
 #include "base/box_owner.h"
 #include "base/messages.h"
+#include "base/user_guide.h"
 #include "base/window_procedures.h"
 #include "port/dialogs.h"
 #include "port/message_queue.h"
@@ -47,6 +48,11 @@ bool HandleOtherWindow(const port::Message& message, WaitingMessages& waiting) {
 // False when the message is not the dialog's.
 using Handler = std::function<bool(const port::Message& message, std::optional<int>& result)>;
 
+// F1 in the dialog; the main window, whose messages wait, has a command of it.
+bool AsksForGuide(const port::Message& message) {
+  return message.window != gMainWindow && IsGuideKey(message);
+}
+
 int Pump(const Handler& handle) {
   WaitingMessages waiting;
   port::Message message;
@@ -54,6 +60,10 @@ int Pump(const Handler& handle) {
     if (!gPlatform->messages.Get(message)) {
       waiting.AddQuit(static_cast<int>(message.id));
       return port::kIdCancel;
+    }
+    if (AsksForGuide(message)) {
+      OpenUserGuide();
+      continue;
     }
     std::optional<int> result;
     if (!handle(message, result)) {

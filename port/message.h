@@ -51,6 +51,7 @@ constexpr std::uint32_t kKeyUp = 0x26;
 constexpr std::uint32_t kKeyRight = 0x27;
 constexpr std::uint32_t kKeyDown = 0x28;
 constexpr std::uint32_t kKeyDelete = 0x2E;
+constexpr std::uint32_t kKeyF1 = 0x70;
 constexpr std::uint32_t kKeyAction = 0x86;  // the action key of a handheld
 constexpr std::uint32_t kKeyF24 = 0x87;
 

@@ -44,6 +44,10 @@ class Shell {
   // what is not handed on: schemes other than http, https, ftp, news, nntp and mailto, and a mailto
   // that names a file to attach.
   virtual bool OpenLink(std::u16string_view target) = 0;
+
+  // Opens the user guide that came with the program in the same way; false when it is not there or
+  // no handler could be started.
+  virtual bool OpenGuide() = 0;
 };
 
 }  // namespace quillet::port

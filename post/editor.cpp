@@ -14,6 +14,7 @@
 #include "base/messages.h"
 #include "base/prefs.h"
 #include "base/reset.h"
+#include "base/user_guide.h"
 #include "base/window_procedures.h"
 #include "mime/encode_text.h"
 #include "mime/shown_text.h"
@@ -96,6 +97,8 @@ void HandleMessage(const port::Message& message) {
     const EditorKind& kind = KindOf(*editor);
     const bool done = Guarded(kind.procedure, [&] { return kind.command(*editor, message.id); });
     if (done && gEditor == editor) FinishEditor();
+  } else if (IsGuideKey(message)) {
+    OpenUserGuide();
   } else if (message.kind == port::MessageKind::kTextEdited && !editor->keeper->Works()) {
     editor->keeper->Save();
   }

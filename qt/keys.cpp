@@ -35,8 +35,6 @@ constexpr auto kKeys = std::to_array<KeyPair>({
     {Qt::Key_Delete, port::kKeyDelete},
 });
 
-constexpr std::uint32_t kVirtualF1 = 0x70;
-
 // Scan codes of both window systems: those of the kernel and 8. Each row as the place is engraved
 // on most keyboards.
 struct Row {
@@ -83,7 +81,7 @@ std::optional<std::uint32_t> VirtualKey(const QKeyEvent& event) {
     return static_cast<std::uint32_t>(key);  // both sides use the upper-case ASCII code
   }
   if (key >= Qt::Key_F1 && key <= Qt::Key_F24) {
-    return kVirtualF1 + static_cast<std::uint32_t>(key - Qt::Key_F1);
+    return port::kKeyF1 + static_cast<std::uint32_t>(key - Qt::Key_F1);
   }
   for (const KeyPair& pair : kKeys) {
     if (pair.key == key) return pair.virtual_key;

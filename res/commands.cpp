@@ -46,6 +46,7 @@ constexpr auto kGroupMenu = std::to_array<MenuEntry>({
     {1, u"Add to &killfile", kCommandAddToKillfile, u"Ctrl+K"},
     {0, u"Help", 0, u""},
     {1, u"&About...", kCommandAbout, u""},
+    {1, u"&User guide", kCommandUserGuide, u"F1"},
 });
 
 constexpr auto kThreadMenu = std::to_array<MenuEntry>({
@@ -71,6 +72,7 @@ constexpr auto kThreadMenu = std::to_array<MenuEntry>({
     {1, u"&Rethread", kCommandRethread, u""},
     {0, u"Help", 0, u""},
     {1, u"&About...", kCommandAbout, u""},
+    {1, u"&User guide", kCommandUserGuide, u"F1"},
 });
 
 constexpr auto kArticleMenu = std::to_array<MenuEntry>({
@@ -103,6 +105,7 @@ constexpr auto kArticleMenu = std::to_array<MenuEntry>({
     {1, u"&Raw text", kCommandRawText, u"Ctrl+Shift+R"},
     {0, u"Help", 0, u""},
     {1, u"&About...", kCommandAbout, u""},
+    {1, u"&User guide", kCommandUserGuide, u"F1"},
 });
 
 constexpr auto kGroupButtons = std::to_array<MenuButton>(
@@ -123,6 +126,7 @@ constexpr auto kGroupAccelerators = std::to_array<Accelerator>({
     {'U', kCtrl, kCommandMarkUnread},
     {'U', kCtrlAlt, kCommandServerUnread},
     {'W', kCtrl, kCommandClose},
+    {port::kKeyF1, 0, kCommandUserGuide},
 });
 
 constexpr auto kThreadAccelerators = std::to_array<Accelerator>({
@@ -138,6 +142,7 @@ constexpr auto kThreadAccelerators = std::to_array<Accelerator>({
     {'U', kCtrl, kCommandMarkUnread},
     {'U', kCtrlShift, kCommandServerUnread},
     {'W', kCtrl, kCommandClose},
+    {port::kKeyF1, 0, kCommandUserGuide},
 });
 
 constexpr auto kArticleAccelerators = std::to_array<Accelerator>({
@@ -159,6 +164,7 @@ constexpr auto kArticleAccelerators = std::to_array<Accelerator>({
     {port::kKeyRight, kCtrl, kCommandNextArticle},
     {port::kKeyUp, kCtrl, kCommandPreviousThread},
     {'W', kCtrl, kCommandClose},
+    {port::kKeyF1, 0, kCommandUserGuide},
 });
 
 }  // namespace

@@ -321,5 +321,6 @@ constexpr std::uint32_t kCommandCopy = 40066;
 constexpr std::uint32_t kCommandTogglePlainText = 40067;
 constexpr std::uint32_t kCommandRawText = 40080;
 constexpr std::uint32_t kCommandNextUnread = 40081;
+constexpr std::uint32_t kCommandUserGuide = 40082;
 
 }  // namespace quillet

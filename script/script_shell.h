@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "port/linux/guide_file.h"
 #include "port/linux/opener_link.h"
 #include "port/shell.h"
 #include "script/reporter.h"
@@ -33,6 +34,12 @@ class ScriptShell final : public port::Shell {
   bool OpenLink(std::u16string_view target) override {
     const bool opened = !port::LinkForOpener(target).empty();
     reporter_.Report("link", JsonObject().Add("target", target).Add("opened", opened));
+    return opened;
+  }
+  // Nor a guide, where one is.
+  bool OpenGuide() override {
+    const bool opened = !port::GuideFile().empty();
+    reporter_.Report("guide", JsonObject().Add("opened", opened));
     return opened;
   }
 

@@ -18,7 +18,7 @@ struct NamedKey {
   std::u16string_view name;
 };
 
-constexpr std::array<NamedKey, 15> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
+constexpr std::array<NamedKey, 16> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
                                                   {port::kKeyReturn, u"Return"},
                                                   {port::kKeySpace, u"Space"},
                                                   {port::kKeyPageUp, u"PageUp"},
@@ -28,6 +28,7 @@ constexpr std::array<NamedKey, 15> kNamedKeys = {{{port::kKeyEscape, u"Escape"},
                                                   {port::kKeyRight, u"Right"},
                                                   {port::kKeyDown, u"Down"},
                                                   {port::kKeyDelete, u"Delete"},
+                                                  {port::kKeyF1, u"F1"},
                                                   {port::kKeyF24, u"F24"},
                                                   {port::kKeyHome, u"Home"},
                                                   {port::kKeyEnd, u"End"},

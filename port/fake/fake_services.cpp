@@ -82,6 +82,11 @@ bool FakeShell::OpenLink(std::u16string_view target) {
   return link_result;
 }
 
+bool FakeShell::OpenGuide() {
+  ++guides;
+  return guide_result;
+}
+
 void FakeShell::ScheduledStartElsewhere() {
   ++waiting_;
   Deliver();

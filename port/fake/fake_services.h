@@ -70,6 +70,7 @@ class FakeShell final : public Shell {
   bool ForwardToOtherInstance(bool scheduled_download) override;
   void SetInstanceWindow(WindowHandle window, const InstanceMessages& messages) override;
   bool OpenLink(std::u16string_view target) override;
+  bool OpenGuide() override;
 
   // A later instance with the scheduled command line calls: its message comes to the instance
   // window, or waits until there is one.
@@ -82,10 +83,12 @@ class FakeShell final : public Shell {
   bool other_instance = false;
   bool link_taken = true;  // by that one
   bool link_result = true;
+  bool guide_result = true;
 
-  // What happened: the argument of every ForwardToOtherInstance, every link.
+  // What happened: the argument of every ForwardToOtherInstance, every link, how often the guide.
   std::vector<bool> forwards;
   std::vector<std::u16string> links;
+  int guides = 0;
   WindowHandle instance_window = 0;
   InstanceMessages instance_messages;
 

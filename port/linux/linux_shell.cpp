@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "port/linux/child_process.h"
+#include "port/linux/guide_file.h"
 #include "port/linux/instance_lock.h"
 #include "port/linux/instance_request.h"
 #include "port/linux/instance_socket.h"
@@ -236,6 +237,12 @@ void LinuxShell::EndSession() {
 bool LinuxShell::OpenLink(std::u16string_view target) {
   const std::string link = LinkForOpener(target);
   return !link.empty() && StartDetached({"xdg-open", link});
+}
+
+// By its path: openers take one, whatever its characters, and begin nothing else with it.
+bool LinuxShell::OpenGuide() {
+  const std::string file = GuideFile();
+  return !file.empty() && StartDetached({"xdg-open", file});
 }
 
 }  // namespace quillet::port

@@ -43,6 +43,7 @@ class LinuxShell final : public Shell {
   // What LinkForOpener refuses is not handed on: a link in an article must not reach into this
   // machine.
   bool OpenLink(std::u16string_view target) override;
+  bool OpenGuide() override;
 
   // What a later instance asks for: the download is posted to the instance window, or kept until
   // there is one. Any thread.

@@ -276,6 +276,27 @@ TEST_F(Program, LinksGoToTheDesktopAndEmptyOnesAreIgnored) {
   End();
 }
 
+TEST_F(Program, F1OpensTheGuideFromEveryView) {
+  StartAndWait();
+  for (const int view : {0, 1, 2}) {
+    fake_.display.UserSelectTab(view);
+    WaitIdle();
+    EXPECT_TRUE(fake_.display.PressKey(port::kKeyF1, 0));
+    WaitIdle();
+    EXPECT_EQ(fake_.shell.guides, view + 1);
+    EXPECT_EQ(fake_.display.main_window().tab, view);
+  }
+  fake_.shell.guide_result = false;
+  fake_.display.SendCommand(40082);
+  WaitIdle();
+  EXPECT_EQ(fake_.shell.guides, 4);
+  ASSERT_FALSE(fake_.display.boxes().empty());
+  EXPECT_EQ(fake_.display.boxes().back().text,
+            u"The user guide could not be opened. The command \"man quillet\" shows it in a "
+            u"terminal.");
+  End();
+}
+
 TEST_F(Program, AboutBoxClosesWithItsOk) {
   StartAndWait();
   fake_.display.SendCommand(kCommandAbout);

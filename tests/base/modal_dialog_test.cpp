@@ -71,6 +71,32 @@ TEST_F(ModalDialog, EndsWithTheSession) {
   EXPECT_EQ(message.kind, port::MessageKind::kEndSession);
 }
 
+TEST_F(ModalDialog, F1OpensTheGuideAndTheDialogStays) {
+  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
+    fake_.display.PressKey(port::kKeyF1, port::kModifierControl);
+    fake_.display.PressKey(port::kKeyF1, 0);
+    fake_.display.Press(shown, kControlOk);
+  });
+  EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdOk);
+  EXPECT_EQ(fake_.shell.guides, 1);
+}
+
+TEST_F(ModalDialog, AGuideThatIsNotThereIsToldOverTheDialog) {
+  fake_.shell.guide_result = false;
+  port::WindowHandle dialog = 0;
+  fake_.display.WhenShown(kDialogNewGroup, [&](port::WindowHandle shown) {
+    dialog = shown;
+    fake_.display.PressKey(port::kKeyF1, 0);
+    fake_.display.Press(shown, kControlOk);
+  });
+  RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel);
+  ASSERT_EQ(fake_.display.boxes().size(), 1U);
+  EXPECT_EQ(fake_.display.boxes().front().owner, dialog);
+  EXPECT_EQ(fake_.display.boxes().front().text,
+            u"The user guide could not be opened. The command \"man quillet\" shows it in a "
+            u"terminal.");
+}
+
 TEST_F(ModalDialog, IsCancelledWhenItCannotBeShown) {
   fake_.display.FailNextDialog();
   EXPECT_EQ(RunModalDialog(kDialogNewGroup, nullptr, EndOnOkOrCancel), port::kIdCancel);

@@ -8,6 +8,8 @@
 
 #include <atomic>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -602,9 +604,37 @@ TEST_F(OpenLinkTest, OpenerThatStaysIsNotWaitedForAndLeavesNoZombie) {
   }));
 }
 
+// Beside this test, while it lives.
+class GuideOfThisTest {
+ public:
+  GuideOfThisTest() {
+    std::filesystem::create_directories(share_ / "quillet/guide");
+    std::ofstream(share_ / "quillet/guide/user-guide.html") << "<!DOCTYPE html>";
+  }
+  GuideOfThisTest(const GuideOfThisTest&) = delete;
+  GuideOfThisTest& operator=(const GuideOfThisTest&) = delete;
+  ~GuideOfThisTest() { std::filesystem::remove_all(share_); }
+  std::string Path() const { return share_ / "quillet/guide/user-guide.html"; }
+
+ private:
+  const std::filesystem::path share_ =
+      std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "share";
+};
+
+TEST_F(OpenLinkTest, GuideBesideTheProgramIsOpened) {
+  MakeOpener();
+  EXPECT_FALSE(instance_.shell.OpenGuide()) << "there is none";
+  const GuideOfThisTest guide;
+  EXPECT_TRUE(instance_.shell.OpenGuide());
+  ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "note"); }));
+  EXPECT_EQ(ReadAll(folder_ / "note"), "1\n" + guide.Path() + "\n");
+}
+
 TEST_F(OpenLinkTest, MissingOpenerIsToldToTheCaller) {
   const Environment path("PATH", folder_ / "empty");
   EXPECT_FALSE(instance_.shell.OpenLink(u"http://example.org"));
+  const GuideOfThisTest guide;
+  EXPECT_FALSE(instance_.shell.OpenGuide());
 }
 
 }  // namespace

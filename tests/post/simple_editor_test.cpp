@@ -46,6 +46,14 @@ TEST_F(SimpleEditorTest, BeginsWithTheSubjectAndTheSignature) {
   EXPECT_EQ(fake.display.Control(Simple(), kControlPostBody)->font.face, u"Tahoma");
 }
 
+TEST_F(SimpleEditorTest, F1OpensTheGuideAndTheEditorStays) {
+  StartNewArticle(u"comp.test");
+  fake.display.PressKey(port::kKeyF1, 0);
+  fake.HandleWaiting([](const port::Message& message) { Dispatch(message); });
+  EXPECT_EQ(fake.shell.guides, 1);
+  EXPECT_NE(Simple(), 0U);
+}
+
 TEST_F(SimpleEditorTest, ValueBoxFollowsTheSelector) {
   StartReply(Source(), u"comp.test");
   EXPECT_EQ(Value(), u"Re: Hello");

@@ -52,6 +52,7 @@ GROUP_MENU = [
     item(1, "Add to &killfile", 40049, "Ctrl+K"),
     sub(0, "Help"),
     item(1, "&About...", 40010),
+    item(1, "&User guide", 40082, "F1"),
 ]
 
 THREAD_MENU = [
@@ -72,6 +73,7 @@ THREAD_MENU = [
     item(1, "&Rethread", 40062),
     sub(0, "Help"),
     item(1, "&About...", 40010),
+    item(1, "&User guide", 40082, "F1"),
 ]
 
 ARTICLE_MENU = [
@@ -104,6 +106,7 @@ ARTICLE_MENU = [
     item(1, "&Raw text", 40080, "Ctrl+Shift+R"),
     sub(0, "Help"),
     item(1, "&About...", 40010),
+    item(1, "&User guide", 40082, "F1"),
 ]
 
 BUTTONS = {
@@ -118,17 +121,18 @@ ACCELERATORS = {
     "group": {
         "Ctrl+1": 40008, "Ctrl+A": 40012, "Ctrl+Alt+D": 40015, "Ctrl+K": 40049, "Ctrl+M": 40024,
         "Ctrl+Alt+M": 40026, "Ctrl+N": 40030, "Ctrl+Alt+R": 40014, "Ctrl+U": 40025,
-        "Ctrl+Alt+U": 40027, "Ctrl+W": 40001},
+        "Ctrl+Alt+U": 40027, "Ctrl+W": 40001, "F1": 40082},
     "thread": {
         "Ctrl+Alt+A": 40053, "Ctrl+Alt+D": 40015, "Ctrl+F": 40048, "Ctrl+K": 40049,
         "Ctrl+M": 40024, "Ctrl+Shift+M": 40026, "Ctrl+N": 40030, "Ctrl+Alt+R": 40014,
-        "Ctrl+Alt+T": 40028, "Ctrl+U": 40025, "Ctrl+Shift+U": 40027, "Ctrl+W": 40001},
+        "Ctrl+Alt+T": 40028, "Ctrl+U": 40025, "Ctrl+Shift+U": 40027, "Ctrl+W": 40001,
+        "F1": 40082},
     "article": {
         "Ctrl+2": 40022, "Ctrl+3": 40051, "Ctrl+Alt+A": 40011, "Ctrl+C": 40066,
         "Ctrl+Shift+C": 40064, "Ctrl+E": 40033, "Ctrl+F": 40048, "Ctrl+K": 40049,
         "Ctrl+R": 40023, "Ctrl+Shift+R": 40080, "Ctrl+S": 40057, "Ctrl+Alt+T": 40028, "Ctrl+U": 40025,
         "Ctrl+Down": 40016, "Ctrl+Left": 40017, "Ctrl+Right": 40019, "Ctrl+Up": 40018,
-        "Ctrl+W": 40001},
+        "Ctrl+W": 40001, "F1": 40082},
 }
 
 
@@ -163,6 +167,19 @@ class Menus(Scenario):
             q.do("wait")
             self.assertEqual(len(q.of("dialog-closed")), 2)
         self.assert_fine(q)
+
+    def test_f1_asks_for_the_guide_in_each_view_and_in_a_dialog(self):
+        with self.run_quillet() as q:
+            for view in ("group", "thread", "article"):
+                q.do("tab " + view)
+                q.do("key F1")
+                q.do("wait")
+            q.do("command 40010")
+            q.do("wait-dialog 121")
+            q.do("key F1")
+            q.do("key Escape")
+            q.do("wait")
+        self.assertEqual(len(q.of("guide")), 4)
 
     def test_preferences_command_opens_the_sheet_from_each_view(self):
         with self.run_quillet() as q:

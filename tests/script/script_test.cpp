@@ -127,6 +127,7 @@ TEST(KeyTest, CombinationsReadAsTheyAreWritten) {
       {u"Alt+Ctrl+M", 'M', port::kModifierControl | port::kModifierAlt, "Ctrl+Alt+M"},
       {u"Ctrl+1", '1', port::kModifierControl, "Ctrl+1"},
       {u"Ctrl+Left", 0x25, port::kModifierControl, "Ctrl+Left"},
+      {u"F1", 0x70, 0, "F1"},
       {u"Shift+F24", 0x87, port::kModifierShift, "Shift+F24"},
       {u"home", 0x24, 0, "Home"},
       {u"End", 0x23, 0, "End"},
