@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Takes every message of the main window to whom it concerns: commands to the table of those common
 // to all views, then to the view in front; keys, tabs, rows and links likewise. Also shows and
 // changes views, makes the window and its controls, and closes it: kClose may delete articles

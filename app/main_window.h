@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main window: its three views, the commands common to them, routing of the others.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Moving the databases to another store. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Puts edited preferences in force: compares the old record with the new one, group by group of
 // settings that one view shows, and draws anew only what differs; then writes them, and at last has
 // the databases moved when their folder has changed.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Opening the preferences and putting changed ones into force.
 #pragma once
 

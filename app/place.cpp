@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article is kept by its Message-ID and the group by its name: neither means anything but
 // itself in a store that has changed since. A place is of no importance: what cannot be read is
 // missing, and what cannot be written is not.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The place where the user left off: the window, the last open group, the view and the article with
 // the place in its text. Kept below Software\Brindle\Quillet\Extensions\Place by the extension
 // `restoreplace`; while that is off nothing is read or written. Program thread only.

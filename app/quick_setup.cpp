@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Two dialogs that are made anew each time they are shown; what was typed stands in an answer
 // meanwhile, so that "<< Back" finds it again. The record is changed at the end only.
 #include "app/quick_setup.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The first settings, asked for in two dialogs. Program thread only.
 #pragma once
 

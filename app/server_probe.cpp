@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Name lookup and connecting have no limit of their own: a watch ends them as a Cancel would.
 #include "app/server_probe.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether something answers at a place in the network. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a server is reached, as Quick Setup asks for it: port and security. Program thread only.
 #pragma once
 

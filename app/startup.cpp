@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program from its command line to its exit code: preferences, window, store and views in this
 // order, then the main loop; a step that fails undoes those before it and ends the program. Also
 // the daily download as the system knows it, and what is saved and closed at the end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The attachments of the current article. Program thread only.
 #pragma once
 

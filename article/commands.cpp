@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands and keys of the article view: a table of ids and functions, and one of keys that
 // scroll. All but one command do nothing without a current article.
 #include "article/commands.h"

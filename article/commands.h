@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands and keys of the article view: moving, marking, deleting, finding, saving. Program
 // thread only.
 #pragma once

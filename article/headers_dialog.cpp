@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "article/headers_dialog.h"
 
 #include "article/message_body.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The "Message headers" dialog. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "article/message_body.h"
 
 #include "article/attachments.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An article as one text. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article tab: header bar, viewer and toolbar. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A pipeline in one pass: AddLinksToHTML cuts the text at its attachments and addresses,
 // PieceWriter cuts the pieces at their hits, HtmlWriter escapes what arrives and colours each line
 // when it ends. Hits and links are thus found in the text, never in mark-up that was written

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Article text as the HTML fragment that the viewer shows, and the transforms of the text before
 // it. Pure but for the preferences `font`, `fontsize` and `colorquoted`. Program thread only.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The current article on the screen: fetched by its node, marked read, made into the viewer's
 // source and shown together with its header bar. The group of an article is remembered by name as
 // well, for an article outlives the tree that it was opened from.

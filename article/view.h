@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article view: which article is shown, and its text in the viewer. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's own messages to its main window (kUser, by id). Lower folders post them to make
 // something happen above themselves.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which window owns the message boxes. Any thread.
 #pragma once
 

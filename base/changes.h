@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What has changed, told by whoever changed it to whoever shows it: the one notes it, the other
 // keeps how far it has seen. Nobody names a view, and a view needs not be there. Program thread
 // only.

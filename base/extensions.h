@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the program does beyond its given behaviour, each to be switched off by a value of its own
 // below Software\Brindle\Quillet\Extensions. One table has them all; the page that shows them, what
 // is read and what is written follow it. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Work that may run out of memory, with the report that the user then sees.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Two threads share two atomic words: the progress thread writes the dialog's handle, Cancel and
 // the end of the session write the abort flag. Waiting is done on a condition variable with a short
 // limit, so that a wake-up that was missed costs a tenth of a second and no more. After a Cancel

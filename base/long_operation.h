@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Long operations: the operation runs on the program thread, while a second thread owns and pumps
 // the progress dialog, so that its Cancel always answers.
 #pragma once

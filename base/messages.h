@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Everything the program tells or asks the user goes through here.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lists of strings as registry data: each string with its 16-bit NUL, one more NUL at the end; an
 // empty string is the single character U+E000, since two NULs would end the list; an empty list is
 // four zero bytes.

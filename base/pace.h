@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How fast units of work are done, and what is left of the time. Pure: who calls says what time it
 // is, in milliseconds of a clock that never goes back.
 #pragma once

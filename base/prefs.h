@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences record: all settings, the groups with their check marks and per-server progress,
 // the servers, the remembered recipients and the killfile. One live record for the whole run;
 // dialogs edit a copy (CopyPrefs) that becomes the live record or is dropped. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Settings that are stored but cannot be taken as they stand: nothing of them is lost. Before such
 // a registry is first written over, all its values are copied to a key beside it,
 // "Software\Brindle\Quillet damaged 1" or the next free number. Program thread only.

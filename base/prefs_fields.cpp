@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The table itself, in the order of reading, and beside it the names in the order of writing. The
 // two orders differ: reading needs every count before the lists that it sizes.
 #include "base/prefs_fields.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one table of the preferences: every value in the registry, its kind, where it lives in the
 // record and what stands there when it is missing. Reading, writing and the factory settings all
 // follow it.

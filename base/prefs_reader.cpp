@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reads the record by the table of fields: FieldReader has one overload a kind of field. Counts
 // stand before the lists in the table, and impossible ones are cut before the first list is sized
 // by them. Whatever cannot be taken as it stands is noted, so that the next write keeps a copy of

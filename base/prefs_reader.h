@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The stored values of an open key as a preferences record. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences in the registry, below Software\Brindle\Quillet. Program thread only.
 #pragma once
 

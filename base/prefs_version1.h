@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Settings of layout version 1, which had one login for all servers. Program thread only.
 #pragma once
 

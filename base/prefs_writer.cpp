@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes the record by the table of fields, in the order of writing, within one transaction of the
 // registry: FieldWriter has one overload a kind of field. What concerns servers and groups alone
 // can be written by itself.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A preferences record as the values of an open key. Program thread only.
 #pragma once
 

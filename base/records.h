@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one way records are made: zero-filled, or a critical report under the constructor's name.
 #pragma once
 

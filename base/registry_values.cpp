@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading never fails: what is missing or does not fit becomes the fallback or zeros, and data that
 // was passed over is noted. Writing knows one form of each kind. Words and texts are little-endian
 // on every machine.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Typed values of an open registry key. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Putting the program's process-wide state back to what it was before its first run: at the end of
 // a run, so that another one may follow in the same process, and between tests.
 #pragma once

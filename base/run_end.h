@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What ended a long operation before its time, so that whoever started it can tell a Cancel from a
 // lost connection from a full disk.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Saving a text as a file of its own. Program thread only.
 #pragma once
 

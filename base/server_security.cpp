@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Values are never removed from a registry: a number 0 and an empty text stand for what is no more.
 // What could not be written is kept here, in front of what is stored.
 #include "base/server_security.h"

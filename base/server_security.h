@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the connection to each news server is secured, and which certificates the user trusts beside
 // the system's. Values of their own beside the settings, by the server's name without regard to
 // case. Program thread only.

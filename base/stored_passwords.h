@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the passwords of news servers are kept: in the registry, or with the extension
 // `passwordstore` in the desktop's password store. There they lie as a numbered set, and the
 // registry has the number of the set that counts; each change makes a new set before the registry

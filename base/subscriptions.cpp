@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every change takes the memory it needs first and makes its changes after that. The numbers of
 // servers and groups are stored as one block, server after server: a server is a row at its end, a
 // group a column through all rows.

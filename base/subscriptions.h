@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The servers, groups and recipients of the preferences. Each is a set of lists that run in
 // parallel, and the numbers of every server for every group run along with both: all that makes
 // them longer or shorter is here. A change that ends in std::bad_alloc has changed nothing. Nothing

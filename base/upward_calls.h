@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Calls into what stands above the caller's folder, where a posted message would come too late: the
 // caller goes on when the work is done. One record, filled by app/ when the program starts; a
 // member is null while nobody has filled it. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which view of the main window is shown, and where it lies. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Who handles the messages of which window. Every message loop (the main loop, a modal dialog's,
 // the progress thread's) hands out by this table what it takes from its queue, so that a window
 // lives on whichever loop is running. Any thread; a window's messages come to the thread that

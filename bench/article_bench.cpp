@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From the key to the painted article: the whole program in its real window (drawn into memory) on
 // a group of articles of 4 KB, stepping through it with Ctrl+Right. Every other article is plain,
 // the rest is UTF-8 in quoted-printable with encoded words in its head. For information also the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The yardstick of the download benchmark: walks a group in lock-step with STAT/NEXT, HEAD and BODY
 // as the program does, with the same socket options, and throws the text away.
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A server of a benchmark, in a child process: listens on the loopback address and serves one
 // client after the other until it is killed.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Compressing a whole store against bare calls of both libraries with the same data: every record
 // read, its texts compressed, and written into a new file. Taken in turns; then the way back.
 //

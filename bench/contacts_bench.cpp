@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The contact picker on the display: from the program's call to the painted rows, for 10,000
 // contacts in one file, and with a file each. Figures are processor time of all threads.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree on the display: from the program's call to the painted rows, for 100,000 rows.
 //
 // usage: display_bench [ROUNDS]; ends with 1 when a time is above its target.

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Downloads 20,000 articles with the whole program and compares the speed with others' in one run.
 
 usage: download.py BUILD-FOLDER INN-CACHE-FOLDER [--articles N] [--rounds N]

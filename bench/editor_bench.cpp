@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The windows in which articles are written: from the program's call to the painted window, keys in
 // long texts, long pastes, long lists.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The import of an mbox file against the bare library calls that store the same records, taken in
 // turns; then that of an archive with a new group in every message.
 //

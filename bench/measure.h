@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the benchmarks share: arguments, requirements, times and what is taken of several rounds.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main of a benchmark of the real display, drawn without a screen.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A queue of posts through the whole of the program's posting, against a bare client that sends the
 // same texts to the same server of this machine, taken in turns. And the text of a large post
 // against a copy of it.

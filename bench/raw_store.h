@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bare calls of the database library that the store is measured against: the same keys and
 // values, all bytes made beforehand.
 #pragma once

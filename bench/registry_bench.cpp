@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What one write of the per-group progress costs: the value "lastdownloaded" of 100 groups.
 #include <benchmark/benchmark.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An article as HTML against a plain copy of its text, and a long article against one of a tenth of
 // its length, both with and without hits, taken in turns.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences from the command to the painted sheet, and from one page to the next: the whole
 // program in its real window, drawn into memory. Painted is what the program has written by then,
 // too.

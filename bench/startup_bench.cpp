@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Start-up with 1,000 groups: a store of 100,000 articles with cached counts beside an empty store,
 // taken in turns in one run. Measured twice: the whole process (the scripted front, from its start
 // to its end), and for information the program alone, from its entry to the waiting window, without

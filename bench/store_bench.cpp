@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The store path against the library under it: what an article costs from the record in memory to
 // the counted chain, beside the bare library calls with the same keys and sizes, taken in turns.
 //

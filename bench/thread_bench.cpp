@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Building the tree of a group: through the store against the bare cost of walking the chain and
 // fetching and parsing the same records, and in memory for groups of every bad shape against an
 // ordinary one. Taken in turns; the fastest rounds are compared.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Trial of the thread arrangement: the display thread that owns every widget, the program thread
 // that hands it work, the progress thread that owns the progress dialog. Prints medians and p99.
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Small exchanges over an encrypted connection against the same ones in the clear, by the same
 // client and the same server of this machine, taken in turns: what encryption costs a download.
 //

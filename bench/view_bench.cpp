@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread view of a large group: looking through all articles against fetching them, opening and
 // looking through a group of many languages against one in ASCII, rows and labels for the display,
 // and marking and deleting in one chain of replies against an ordinary group. Figures are processor

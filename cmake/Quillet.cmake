@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # One place for warnings, sanitizers and the shape of a library, a program and a test.
 
 add_library(quillet_options INTERFACE)

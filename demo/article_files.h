@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Fills the store: from a folder of articles, or with generated ones.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every choice is drawn from one seeded generator in a fixed order, so that the same seed gives the
 // same bytes; a choice added in the middle changes every later article. Replies choose their parent
 // among the last few hundred articles, recent ones more often. What must be stored of an article is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // News articles made by number: the same seed always gives the same articles, so that a server can
 // serve them, a feed can send them and a check can say beforehand what must be stored of each.
 // Any thread, one at a time.

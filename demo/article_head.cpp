@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each header line carries what a reader is to do with it: which field it fills, and whether it is
 // dropped from the kept head. Odd spellings, folded lines and lookalike names are put in at fixed
 // odds, then the lines are shuffled; a field is filled by the first line that a search would find.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The head of a generated article: its header lines, and what a reader is to find in them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Article texts: from a file or a posting client into the store. Pure functions.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Points in time as news texts, in UTC. Pure functions; seconds since 1970.
 #pragma once
 

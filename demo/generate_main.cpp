@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes generated articles: as a stream for a news server and as a manifest for a check.
 #include <cstdio>
 #include <fstream>

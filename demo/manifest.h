@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What must be stored of each generated article, one JSON object a line. Bytes are written as the
 // characters U+0000 to U+00FF, so a reader gets them back by encoding the texts as ISO 8859-1.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The articles of a news server in memory: groups with numbered articles, and every article by its
 // Message-ID. Articles are kept as they go over the wire. One thread at a time.
 #pragma once

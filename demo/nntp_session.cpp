@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Bytes are cut into lines, and a line is a command or, after POST, a line of the article. Commands
 // are rows of one table: how many words they take, whether they need the login, and the member that
 // answers. What a client can make the server hold or compute is limited: the length of a line, the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One client's conversation with the news server (the reader's part of RFC 3977, AUTHINFO
 // USER/PASS of RFC 4643, STARTTLS of RFC 4642): bytes of the client in, bytes for the client out.
 // Knows no sockets.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Walks the command line of the demo programs: "--name value" pairs and "--name" flags.
 #pragma once
 

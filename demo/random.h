@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Numbers that look random and are the same on every machine for the same seed.
 #pragma once
 

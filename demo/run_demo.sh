@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Shows the program at work with a news server of its own: a throw-away profile, sample articles.
 # With a display it opens the window; without one it drives a whole connection by script, opens a
 # group and reads, tells in plain words what was seen, and leaves pictures of the window in ./out.

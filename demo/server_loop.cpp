@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One poll over the stop descriptor, the listener and the clients, all sockets non-blocking. A
 // client is waited for either to be read from or to take what is still to be sent, never both, so
 // that its answers cannot pile up here.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sockets of the demo server: listens on the loopback address and serves any number of clients
 // from one thread.
 #pragma once

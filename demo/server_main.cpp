@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The demo news server: prints "listening on 127.0.0.1:PORT" and serves until SIGTERM or SIGINT.
 #include <sys/prctl.h>
 #include <sys/signalfd.h>

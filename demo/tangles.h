@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Threads as they are where people, servers and programs make mistakes: parents that arrive after
 // their replies, in another group or never, circles, subjects written in every manner. The same for
 // the same seed. Any thread, one at a time.

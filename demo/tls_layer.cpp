@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // OpenSSL over memory: the network's bytes are written into one buffer and read from another, so
 // that the poll loop stays the only place that waits.
 #include "demo/tls_layer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // TLS for the demo server's clients: a throw-away authority with one certificate, and one client's
 // side of the encryption, which knows no sockets.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The list shows the groups of the preferences and holds nothing of its own: check marks and widths
 // that the user changes come as messages and are written into the record, and every command works
 // on the record and fills the list anew.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The group list view and its commands. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Marking the articles of whole groups. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A link changes nothing without a question, and its question has No in front: it comes while the
 // user does something else, and a key on its way must not answer it.
 #include "groups/news_links.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Links to newsgroups and articles that the desktop or another program has given. Program thread
 // only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The counts in memory stand beside the groups of the preferences, one each, once they were made:
 // what changes the groups changes them too, and nothing is changed unless all of it can be.
 #include "groups/newsgroups.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Removing newsgroups, preferences, counts and killfile together, and judging the names of new ones
 // (store/new_group.h adds them). Program thread only.
 #pragma once

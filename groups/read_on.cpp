@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What was left unread is kept by group and Message-ID, so that going on always advances: an
 // article without a body never becomes read. A group in which nothing else was found is not looked
 // through again while its count of unread articles is the same.

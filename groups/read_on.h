@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading on: the space bar pages, and at the end of an article the next unread one is opened, in
 // the group and then in the next ticked group; N opens it at once. The extension `readon`: while it
 // is off nothing here does anything. Program thread only.

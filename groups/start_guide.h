@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What somebody who has nothing to read yet does next. Pure.
 #pragma once
 

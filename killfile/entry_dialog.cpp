@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The author and the subject are one Field each, and everything is done for both by the same code.
 // The dialog is read as a whole when the user presses OK, and the entries are added after it has
 // gone: a message about a full killfile has no dialog below it.

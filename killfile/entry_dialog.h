@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog that adds killfile entries. Program thread only.
 #pragma once
 

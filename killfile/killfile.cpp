@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An entry is one position in the four lists, which grow and shrink together. An entry is added
 // first and taken out again when the texts, as they will be stored, exceed what a registry value of
 // the device holds. In judging an article any kill entry that matches decides; else one met

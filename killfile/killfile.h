@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The killfile: which articles the download throws away. Four parallel lists in the preferences;
 // entries number their groups from 1 (1 + index in the group list). Program thread only.
 #pragma once

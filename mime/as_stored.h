@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which articles are simple enough to be seen through without decoding them. Any thread; pure.
 #pragma once
 

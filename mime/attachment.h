@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of attachments. Pure; any thread. AttachmentLine and SafeFileName are declared in
 // mime/body.h.
 #pragma once

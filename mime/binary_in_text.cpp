@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "mime/binary_in_text.h"
 
 #include <algorithm>

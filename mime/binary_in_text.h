@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files that lie in a text as lines of it: uuencoded, in base64 between "begin-base64" and "====",
 // and yEnc. Pure; any thread. The time is linear in the text.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The body of an article as text: charsets, transfer encodings, parts, and files that lie in the
 // text. Any thread; pure but for the switch of mime/decoding.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Bytes in a named character set as text. Pure; any thread.
 //
 // Names come from foreign articles: whatever one says, no function here fails. A set is known by

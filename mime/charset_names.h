@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of character sets, as articles use them. Pure; any thread.
 #pragma once
 

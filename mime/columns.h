@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How wide characters are where lines are counted in columns, and where text may be cut. Pure; any
 // thread.
 #pragma once

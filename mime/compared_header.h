@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A header's value as killfile and thread tree compare it. Any thread; pure but for the switch of
 // mime/decoding.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether stored text is decoded before it is shown: one switch for all of mime/. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text in the bytes of a charset that the user has chosen, and back, without a loss. Pure; any
 // thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Header text in ASCII. Pure; any thread.
 #pragma once
 

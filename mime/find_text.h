@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Looking for text in shown text, as the Find commands do. Any thread; pure but for the switch of
 // mime/decoding.h. While decoding is off the only letters and digits are those of ASCII.
 #pragma once

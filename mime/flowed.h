@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text in paragraphs whose lines were broken for sending (format=flowed of RFC 3676). Pure; any
 // thread. The time is linear in the text.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The continuation lines of a folded subject. Pure; any thread.
 //
 // Stored is the first line of a subject; its other lines stay where they stood in the head, among

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a character folds to is asked of GLib once and kept in pages of 256 characters; the many
 // pages without any letter that folds are one and the same, so the table stays small.
 #include "mime/folding.h"

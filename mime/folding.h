@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Letters without regard to case: the full case folding of Unicode, as it stands in no language's
 // own rules (so I becomes i in Turkish text, too). Accents stay as they were typed: nothing is
 // composed or decomposed. Pure; any thread.

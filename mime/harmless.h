@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What foreign text may not do to the text around it. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Written here and not left to the mail library, because most of what comes is not what the
 // standard allows, and because sets have more names than iconv knows. A header of one word takes
 // 0.3 to 0.7 us here, 0.3 to 1.8 us there; one of raw UTF-8 0.2 and 2.5 us.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Encoded words of RFC 2047 in headers. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Characters by their names in HTML. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text written in HTML, cut into text and tags. Pure; any thread. The time is linear in the text,
 // whatever stands there.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text of a page in HTML. Pure; any thread. Nothing is fetched, run or laid out.
 #pragma once
 

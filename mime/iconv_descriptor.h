@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // iconv's descriptors, which are dear to open: each thread keeps the last it used. A thread's own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The matcher behind FindMatches and SearchText, for shown text (char16_t) and for stored text that
 // is shown unit by unit (char). By itself it knows ASCII only; who takes a place as a hit by other
 // rules (ShownMatcher) hands them in.

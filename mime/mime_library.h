@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // GMime, which reads and writes fields of MIME here. Any thread.
 #pragma once
 

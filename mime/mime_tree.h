@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The parts of a body, as a tree. Pure; any thread.
 #pragma once
 

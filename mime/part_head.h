@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the fields of a head say about the body below it. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The forerunners of an article, as its "References:" names them. Pure; any thread.
 #pragma once
 

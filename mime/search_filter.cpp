@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // In a plain text of a western set or UTF-8 the characters of ASCII are shown as themselves and
 // beside each other as they stand in a line. So a part of the wanted text in ASCII has to be there,
 // unless it comes from one of the few other characters that fold to such letters. Whatever is not

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A cheap look at a stored body before it is decoded and searched. Most articles do not hold what
 // is looked for, and most of these show that in their bytes. Any thread; pure.
 #pragma once

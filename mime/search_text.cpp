@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The short way: where different bytes are shown as different units, and folding and the ends of
 // words only concern ASCII, looking through the bytes finds the same without making shown text of
 // them. That holds for everything while decoding is off, else for articles in ASCII that have

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Looking for a text in the stored texts of many articles. Any thread; pure but for the switch of
 // mime/decoding.h, which is read when the text is made ready.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Character sets that hide two-byte characters in 7-bit text, as the 8-bit sets that iconv has
 // whole. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text in ASCII takes the way that knows nothing else. Other text is folded, when case does not
 // matter, and a place that fits in the folded text is a hit when it is made of whole characters of
 // the shown one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A text to look for in shown texts, made ready once. Any thread; pure but for the switch of
 // mime/decoding.h, which is read when it is made.
 #pragma once

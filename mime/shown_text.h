@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From stored bytes to shown text and back. Pure; any thread.
 //
 // Stored text (std::string) is what an article holds, byte for byte as it came from a server or a

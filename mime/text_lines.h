@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of a text, one after the other. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of text that are made piece by piece, with the blanks and line ends between that the pieces
 // ask for. A thread's own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Transfer encodings: letters back to the bytes that they stand for. Pure; any thread. What is no
 // letter of the encoding is passed over or stays as it is; nothing fails.
 #pragma once

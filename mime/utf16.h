@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Characters and their UTF-16 units. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A uuencoded file, or its kind in base64, that begins with a line of a text. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A file in yEnc that begins with a line of a text. Pure; any thread.
 #pragma once
 

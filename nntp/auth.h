@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Login to the server, right after its greeting and whenever it asks for one. Program thread only,
 // inside the connection transaction.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is done for plain ASCII goes by bytes and is quick (post_text); this goes character by
 // character, over the few posts that need it.
 #include "nntp/character_text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bytes of a queued post that is not plain ASCII: as BuildPostText makes them, but lines are
 // counted in characters, wide ones as two columns and combining marks as none, and no character is
 // cut. Pure; any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The Connect command around the run: deleting beforehand, what can be known to be in vain before
 // anything is dialled, the dialled line, and the same end for every run, after which no line is
 // left open. The groups are taken from the preferences once, at the start.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The Connect command: checks, dialling, the connection under the progress dialog, clean-up.
 // Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The transaction is a table of steps. Each tells what ended the run, if anything did; how the
 // connection is left then is decided in one place: with QUIT and the error log, or without a word
 // when an abort was requested before there was a session. A loss starts the table anew, after a

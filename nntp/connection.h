@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one connection to the news server: its state, its logs, opening, sending and closing.
 // Program thread only. All NNTP text is 8-bit; every line sent ends in CR LF.
 #pragma once

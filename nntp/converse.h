@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One command and its reply, with the login that the server may ask for in between. Program thread
 // only, inside the connection transaction.
 #pragma once

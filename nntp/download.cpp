@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The way through the groups, one after the other: GROUP, where to start, then STAT and NEXT from
 // article to article. What ends the run is noted in DownloadRun::end, and everything between units
 // of work asks there; leaving a group is a Step.

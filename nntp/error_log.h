@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the user gets to see the error log of a connection. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One article: HEAD, the judgement by what the head says, BODY, the store. Two kinds of failure are
 // kept apart: what the server or the killfile says against an article is for good, and it is not
 // asked for again; what ends the run before the article is in the store is not the article's fault.

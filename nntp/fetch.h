@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Fetching, judging and storing one article. Program thread only, inside a download.
 #pragma once
 

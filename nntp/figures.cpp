@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the program thread notes, the progress thread reads four times a second, so that the time
 // left runs down also while the program waits for the server: the figures are behind a mutex. What
 // has come is counted by the groups' own counts, before and after, and so is whatever the list

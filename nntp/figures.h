@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The figures of the running connection: the line in the progress dialog, the counts of the group
 // list behind it while articles come, and what is told at the end. Program thread only, but for
 // what FiguresOfRun returns. With the extension progressline switched off all this does nothing.

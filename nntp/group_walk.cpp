@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The server's numbers and where a walk starts. A number that was corrected is saved together with
 // the server's last one: each is wrong beside the other's former value.
 #include "nntp/group_walk.h"

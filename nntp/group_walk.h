@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The numbers of the way through one group: where it starts, how far it goes, and what of it is in
 // the registry. Program thread only.
 #pragma once

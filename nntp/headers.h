@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From a raw head to the fields of an article. Pure but for the name of the connected server.
 #pragma once
 

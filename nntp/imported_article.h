@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An imported article on its way into the store and onto the chains of its groups. Program thread
 // only.
 #pragma once

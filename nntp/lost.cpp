@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What was lost had been judged when it came: the killfile does not see it again. It is stored as
 // it would come today, and counts in its groups as new.
 #include "nntp/lost.h"

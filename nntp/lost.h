@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles that an end without closing took from the store. Program thread only, inside a download.
 #pragma once
 

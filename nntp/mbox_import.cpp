@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The lines of the file are a head up to the first empty line, then a body up to the next line that
 // begins with "From ". Of a message only its own texts are held, so the size of the file does not
 // matter.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Importing a saved newsgroup archive, a Unix mbox file. Program thread only; nothing goes over the
 // network.
 #pragma once

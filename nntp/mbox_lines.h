@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The lines of an mbox file, whatever its line ends. Program thread only.
 #pragma once
 

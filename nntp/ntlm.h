@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The encrypted login: tokens of the security package NTLM, in base64, inside AUTHINFO GENERIC.
 // Program thread only.
 #pragma once

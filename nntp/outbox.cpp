@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "nntp/outbox.h"
 
 #include "base/long_operation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // E-mail that waits, while the line is up. Program thread only.
 #pragma once
 

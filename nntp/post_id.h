@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The Message-ID that a queued post is sent with: always the same for the same post, so that the
 // server knows a second attempt for one. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The keys are taken before the walk: a store changes the order of the keys. What the store has to
 // do is done while the server works: a post is fetched while it takes the one before, and that one
 // is deleted while it answers the next POST. An abort ends the run

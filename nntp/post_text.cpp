@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Most lines of most texts need nothing: what lies between two changes is found by searches for
 // line ends and copied as one piece.
 #include "nntp/post_text.h"

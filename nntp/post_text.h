@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From a queued post to the bytes that are sent for it: the columns of the body, folded header
 // lines, dot-stuffing, the end of the article. Pure; any thread. All in one pass, in a time that
 // grows with the length of the text alone.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each step tells what ended the run, if anything did; the errors that the program knows by name
 // have texts of their own.
 #include "nntp/reach.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The way to the news server: its name and port, a socket, its addresses, the connection. Program
 // thread only, inside the connection transaction.
 #pragma once

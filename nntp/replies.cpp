@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Three readers over the wire, for a conversation in turns. They take all that has come with a
 // reply: a reply ends where a receive ends, not at the first line end. An article text is collected
 // in a buffer of fixed capacity; when it fills, only the last five bytes are kept from then on, so

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading from the news server in turns, one command and its whole reply: reply lines, article
 // status lines, dot-terminated blocks, and the numbers in them. Whatever has come when a reply ends
 // belongs to it, so that nothing is left over on the wire. Program thread only.

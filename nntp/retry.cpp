@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Slept in small pieces: the clock knows nothing of an abort request.
 #include "nntp/retry.h"
 

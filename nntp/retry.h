@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The wait before a lost connection is made again. Program thread only.
 #pragma once
 

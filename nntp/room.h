@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Room on the store's volume during a run: asked now and then and counted on in between. What the
 // databases take beside the articles' texts, and others of the volume, is not counted. Program
 // thread only.

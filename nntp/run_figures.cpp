@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Three things bound what a group can still give: how many are to be got, how many numbers are
 // left, and how many articles the server says that it has. Numbers without an article, and articles
 // that do not count, are expected to go on as they came so far.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The figures of a connection: where it is, how fast, and how long it will take. Pure: who calls
 // says what time it is, in milliseconds of a clock that never goes back. One thread at a time.
 //

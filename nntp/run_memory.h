@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What one run of the Connect command remembers over all the connections that it needs: after a
 // loss the next one goes on where the last one was. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a connection has brought, in a line. Pure.
 #pragma once
 

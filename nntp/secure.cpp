@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A connection that is to be secured and cannot be ends there: there is no way from here to one in
 // the clear. What the server said before TLS stood counts for nothing after it, since anybody on
 // the way could have said it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // TLS between the program and the news server. Program thread only, inside the connection
 // transaction.
 #pragma once

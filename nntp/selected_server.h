@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the preferences hold of the server that is in use. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A growable wide text: the transaction log and the error log of a connection.
 #pragma once
 

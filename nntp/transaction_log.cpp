@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The log in memory is what was said on the wire. People mail saved logs to others, so the password
 // goes on the way to the file.
 #include "nntp/transaction_log.h"

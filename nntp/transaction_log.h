@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The transaction log as a file of the user's. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The groups that a run moves forward, kept in the registry while it lasts. A process that is
 // killed leaves them there: the last number of each may be that of an article that never came to
 // the store, and is tried once more by the next run that visits the group. By name, since the lists

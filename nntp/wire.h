@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bytes of one connection to the news server: what is sent, and a reader that keeps what it has
 // received and nobody has taken yet, so that several replies may be under way. Program thread only.
 #pragma once

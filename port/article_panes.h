@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article view's pane: a header bar of two lines, the HTML viewer below it, and a toolbar below
 // the tabs. Program thread only. Before CreatePanes and after the main window has gone every write
 // does nothing, but for CreateToolbar.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The user's contacts, wherever the desktop keeps them. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialler: connections of the phone book that the program may bring up and take down.
 // Program thread only; Dial blocks until the connection stands or failed. Error codes are 0 for
 // success or one of the numbers below or another non-zero number of the system.

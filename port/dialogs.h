@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dialogs: a form by resource id, its controls by control id, a dialog procedure in the program.
 //
 // A dialog belongs to the thread that created it; to its queue come, with the dialog as window:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file dialogs of the desktop. Program thread only; the call waits for the user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files, folders and volumes. Paths are device paths in UTF-16 with backslashes ("\Quillet CE
 // News\Quillet articles.gdb"): "\" is the profile's data folder, and a path that begins with a
 // mounted card's name lies on that card. A component "." or ".." or a "/" inside a name is refused

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Shared libraries bound at run time, named as on the device ("gdbmce.dll", "bzip2ce.dll").
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The group list: a report list with check boxes and two columns in the group view's pane. It shows
 // the boxes and is never asked for them: a box that the user changes is told by kRowChecked, before
 // whatever the user does after that. Widths are told in the same way, by kColumnSized: each

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The device's message store: mail that the program writes is put into its outbox, and from there
 // it is handed over to the mail program of the user's choice. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Messages: what the device tells the program. Every window and dialog belongs to the thread that
 // created it, and its messages come to that thread's queue only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message boxes, the wait cursor and the beep. Any thread of the program; Show blocks its caller.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message queues and timers, one queue a thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The device: one reference to each service, one process-wide instance. The services' headers are
 // not included here: a source includes those of the services that it calls.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Property sheets: pages of controls in one dialog, of which one is shown at a time, with OK and
 // Cancel below.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The registry: keys with typed values of any byte length. Key paths use backslashes; key and value
 // names are matched without regard to ASCII case and keep the spelling of their first write.
 // Thread: any, one thread at a time per key.

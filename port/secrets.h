@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The desktop's password store, in which this profile has what is its own. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Logins that prove a password without sending it, by the system's security packages. Program
 // thread only.
 #pragma once

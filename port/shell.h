@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the desktop knows of the program: its command line, its other instance, links.
 #pragma once
 

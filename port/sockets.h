@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Stream sockets over IPv4 and IPv6, encrypted when the program asks for it. Blocking; program
 // thread only, except Interrupt (any thread).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree with the caption line above it, in the thread view's pane. The whole tree is
 // handed over in one call, as rows in pre-order. Program thread only. Before CreateTree and after
 // the main window has gone every read is empty and every write does nothing.

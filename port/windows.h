@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main window with its tabs, menu bar and status line. Values go in, values come out; nothing
 // is shared with the display. Program thread only, except Raise, SetBusy and InjectKeyUp (any
 // thread).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The two directions between an article's 8-bit text and what stands in an editor. Pure; any
 // thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The scan goes from line to line and looks at each up to its first colon; what it finds first is
 // told. Only then are the values looked at that a server insists on.
 #include "post/check.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is checked of a written article before it is stored, and what it is stored as. Pure; any
 // thread.
 #pragma once

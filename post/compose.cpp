@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The wording comes from the preferences as it stands, line ends included: a signature or extra
 // header lines that lack one are the user's own.
 #include "post/compose.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What an editor begins with: the texts of a new article, a reply, a forward, and of a queued post
 // that is edited again. An article is one text: header lines, the separator, the body. The
 // preferences give names and wordings. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file: a line that names the layout, then numbers and texts in one order, each text with its
 // length in bytes before it. Wide texts are UTF-16 little-endian, so that nothing of them is lost.
 #include "post/draft.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The draft of the article that is being written, in a file of the profile: what a crash, a kill or
 // a power cut leaves of it. Device path "\Quillet draft".
 #pragma once

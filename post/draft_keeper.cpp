@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Two locks: the display calls Touch and must never wait for a disk, so the signal has one of its
 // own. What is changed is written a second later, together with what came in between. The simple
 // editor is read at once as well: reading it is what makes it follow its field selector.

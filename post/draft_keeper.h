@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keeps the draft of an open editor on the disk while the user types: a thread of its own, so that
 // it is written within two seconds after a key also while a connection or a deletion keeps the
 // program thread busy.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One record holds what is open; the two editors differ by the functions of their EditorKind. A
 // message's handler holds the record itself: a critical error in the middle of it may close the
 // program, and the editor with it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The post editor: one article is written at a time, in a window of its own beside the program,
 // which lives on meanwhile. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the two editors have in common. Only for post/.
 #pragma once
 

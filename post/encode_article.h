@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What an article becomes that is not plain ASCII: UTF-8, a head in ASCII with encoded words, and
 // the header fields that say so. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A header line is encoded by what its field holds: free text, addresses, or names and dates in
 // which encoded words are not allowed.
 #include "post/encode_head.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The head of an article as lines of plain ASCII. Pure; any thread.
 #pragma once
 

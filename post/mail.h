@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mail: the message that a text becomes, and the transport that takes it. Program thread only.
 #pragma once
 

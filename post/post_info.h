@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The composition record: an article or a mail while it is being written. Program thread only.
 #pragma once
 

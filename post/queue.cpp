@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog runs again and again, so that its list is always what the queue holds. An edit ends
 // it: the editor is a window beside the program, and the list comes back when it closes.
 #include "post/queue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The queue of posts as the user sees it. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Quoting of shown text. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Who gets a mail: the dialogs that ask for it. Both are modal over the owner of the boxes. Program
 // thread only.
 #pragma once

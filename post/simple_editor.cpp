@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The editor that has the body as its text and the header fields one at a time: a selector, and a
 // value box that shows the chosen field. The values are kept in the draft. Whoever reads the window
 // - the keeper's thread too, while the program thread is busy - brings the value box in step with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The toolkit knows how to use a token of Wayland. On X a token ends with the time of the user's
 // act, "_TIME" and milliseconds of the server, which the toolkit has no call for: it asks with the
 // time of the last event that this window got, and a user who is busy elsewhere has later ones.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A window that comes to the front because another start of the program asked for it.
 #pragma once
 

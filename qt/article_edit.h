@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The box in which an article is written: plain text, whatever is pasted; undone, redone, cut,
 // copied and pasted by keys and by a menu that a long press of a finger opens too. Lines wrap on
 // the screen only, those of a text with very long ones anywhere. Tab is a character of the text,

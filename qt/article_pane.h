@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article view's pane: the header bar and the viewer below it; and the bar of buttons that
 // stands below the tabs. Display thread only.
 #pragma once

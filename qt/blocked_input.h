@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keeps input from a window while its frame goes on working.
 #pragma once
 

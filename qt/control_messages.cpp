@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One function a kind of widget connects the signals that the user's own changes send. Where a
 // widget sends the same signal for what is written, writing keeps it quiet.
 #include "qt/control_messages.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the user does with the controls of a form. Display thread only.
 #pragma once
 

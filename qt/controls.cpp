@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writing goes by the value's type, one overload of Set each, which looks at the widgets that have
 // such a value; reading goes by the widget.
 #include "qt/controls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One control's values. Display thread only.
 #pragma once
 

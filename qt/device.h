@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The display of the device: all its services together, and the life of the display thread.
 #pragma once
 

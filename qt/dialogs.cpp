@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes wait in a list until they are shown, at once after a pause and else once a period, or
 // until somebody reads. A text or a position that follows one to the same control takes its place:
 // a stream of them costs the program next to nothing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts and places of a multi-line edit as the program counts them: a line end is CR LF, two units.
 // The toolkit ends a line with one character. Display thread only.
 #pragma once

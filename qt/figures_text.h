@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Figures that change while they are looked at, "group 2 of 5, article 120 of 350, 0:40 left": a
 // line ends between two figures and never inside one, and stays where it once ended, so that
 // nothing jumps to and fro when a number gets a digit more or less. The place is `lines` (dynamic

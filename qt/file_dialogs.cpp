@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog opens without a nested event loop, and the program's thread waits for its answer as a
 // Completion. Every way in which it can go away answers exactly once: a choice, Cancel, the end of
 // the session, its owner's destruction. What came of it is shared with the caller, who may have

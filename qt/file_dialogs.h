@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file dialog service on the toolkit: the desktop's own dialog where there is one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A finger that rests on one place of a list asks for the menu there. Display thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The toolkit's box wraps a text in a label and grows with it, over the edge of the screen if need
 // be. Only then the label gives its place to a view. How high the label would be is estimated from
 // the narrowest width that the toolkit lays it out at.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is too large for the screen scrolls inside a window that is not. Display thread only.
 #pragma once
 

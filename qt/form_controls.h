@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The controls of one form by their ids. Display thread only.
 #pragma once
 

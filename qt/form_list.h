@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A list in a form: rows of texts in the columns that the form gives it, with a box in front of
 // each row when the form says so (dynamic property `checkBoxes`). With the dynamic property
 // `tapOpens` a tap on the row that was tapped before activates it. Display thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The generated widget code of the forms by their resource ids. The tables are made from the .ui
 // files at build time. Display thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Forms are set up by their generated code; then what a form cannot say itself is added: styles,
 // icons, places that stay, sizes that fit the screen, and who hears of the controls.
 #include "qt/forms.h"

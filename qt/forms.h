@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog forms as widgets. Display thread only.
 #pragma once
 

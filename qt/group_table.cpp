@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The model holds the rows as the program gave them and tells it of boxes that the user changes.
 // The two columns always fill the table: widths count by their proportion, as given or as the user
 // dragged it, and each width is told to the program once, only when it differs from what was told

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The group list as widgets: a model of the rows and the table that shows it.
 #pragma once
 

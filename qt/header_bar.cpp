@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A button that paints itself: the right texts whole, the left ones cut to the room that is left.
 // Its colours and its least font size are fixed, because it stands above a page that is white in
 // every palette.

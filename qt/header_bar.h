@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article's header bar: two lines on light grey, each with a text at either end.
 #pragma once
 

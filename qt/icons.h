@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Icons and bitmaps by resource or command id, drawn in the colours of the palette in use. Display
 // thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A tab bar that paints its images itself, because styles would turn those of side tabs, beside a
 // stack of panes. Only what the user chooses is told to the program; its own selections block the
 // bar's signal.

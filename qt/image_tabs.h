@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tab control: three image-only tabs at one edge, the pane of the selected one beside them.
 #pragma once
 

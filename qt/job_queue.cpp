@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Jobs wait in a deque under a mutex; an event descriptor wakes the display thread's event loop. A
 // caller waits on a Completion of its own, which its job finishes now or later, and which Close
 // drops, so that nobody waits for an event loop that has ended.

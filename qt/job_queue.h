@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Work handed to the display thread. The display thread makes the queue and runs its event loop;
 // every other thread hands in work as functions. Order is kept over all callers.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Turns the keys pressed in the program's windows into messages. Installed on the application.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys of the toolkit as the program knows them.
 //
 // A key that the layout gives neither a digit nor a Latin letter is known by its place on the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // quillet: the newsreader in a window.
 #include <QApplication>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tab control, its panes and the toolbar lie in one widget without a layout, because the
 // program computes their places and sends them by LayOut. Menu bar and buttons are made anew for
 // each view. Close only asks: the program decides and destroys the window.

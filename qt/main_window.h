@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main window as widgets. Display thread only; everything the user does is handed to `post`.
 #pragma once
 

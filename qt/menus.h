@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The menu bar and the buttons of each view, drawn from the tables of res/commands.h.
 #pragma once
 

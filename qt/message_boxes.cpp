@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A box is shown without a nested event loop, and the thread that asked waits for its answer, so
 // boxes of several threads do not hold each other up. Every way in which a box can go away answers
 // exactly once; without a button pressed the answer is that of Escape.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts of servers and users as one line of a row or label.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The whole program on the toolkit's display and the services of Linux.
 #pragma once
 

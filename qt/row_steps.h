@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What lists and trees have in common on the keyboard.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where a window that was somewhere once lies on the screens that are there now.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // quillet-screenshot: pictures of the real program on a profile, drawn without a screen.
 //
 // For every size a process of its own starts the whole program on a screen of that size in memory,

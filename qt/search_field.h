@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A line of text that narrows a list (dynamic property `searches`: the list's control id): Down
 // goes into the list, so that no hand leaves the keyboard. Display thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The pages are a stack of scroll areas beside a list of their names, on a screen of a phone's
 // width below a drop-down list of them. The screen decides when the sheet is made. Turning a page
 // is told as two messages, the page left and the page shown, and only once the sheet is visible.
@@ -30,8 +31,8 @@ constexpr int kNarrowMargin = 4;
 // Higher pages scroll: all pages of a sheet are as high as the highest.
 constexpr int kMostLines = 28;
 
-// As large as its page when there is room, up to a height at which a sheet is still one. A desktop's is never narrower than its page; on a phone
-// the page is made as narrow as the screen.
+// As large as its page when there is room, up to a height at which a sheet is still one. A
+// desktop's is never narrower than its page; on a phone the page is made as narrow as the screen.
 class PageArea final : public QScrollArea {
  public:
   PageArea(QWidget& page, bool narrow) : narrow_(narrow) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A property sheet as a widget: the names of its pages in a list beside the page, on a phone in a
 // drop-down list above it; OK and Cancel below. A page that does not fit is scrolled, up and down
 // only. Return is OK but in an edit of several lines and on Cancel. Display thread only.

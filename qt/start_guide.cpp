@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The steps are widgets of their own beside the table and not rows or pictures in it: they are
 // reached by Tab and known to a screen reader as what they are, and the table keeps its rows,
 // columns and keys.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The first steps as links below the rows of the group list. Display thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts between the program (UTF-16) and the toolkit.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Rows stand in one vector and are named by their slot in it; the children of a row are a run in a
 // second vector. So a tree of 100,000 rows costs few allocations beside its texts, and an index of
 // the toolkit is the slot. Slots of removed rows are used again; gaps among the children are closed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of the thread tree as a model: flat arrays, no object of its own for a row.
 #pragma once
 

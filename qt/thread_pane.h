@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread view's pane: the caption line and the tree below it. Display thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The view of the toolkit with its own indents, marks, keys and touch. Rows that change keep what
 // the user sees: which rows are expanded, the selection and the row at the upper edge are noted by
 // item before and restored after, with one new layout for all of it. A finger scrolls, taps or

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree as a widget. Display thread only.
 //
 // Keys, mouse and fingers: one click or tap selects; a double click, a tap on the selected row or

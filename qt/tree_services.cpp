@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tree's calls go to the widget through the job queue and are nothing while there is no tree. A
 // pop-up menu opens without a nested event loop where it was asked for, while the program's thread
 // waits; it is answered exactly once, however it goes away.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree and pop-up menu services on the toolkit.
 #pragma once
 

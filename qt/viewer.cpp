@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A text browser that loads nothing and follows nothing: the program is told of links, and scrolls
 // by its own calls. The source is gathered and laid out once, at its end, while painting rests for
 // a moment so that no empty page flashes up between two articles. A finger scrolls, taps links and

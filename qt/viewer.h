@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The HTML viewer of the article pane. It shows what it is given and does nothing by itself: it
 // neither follows links nor loads anything nor scrolls on keys.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One pass from the fragment's beginning to its end. Line ends become plain newlines, so that each
 // line is a paragraph of its own and is laid out by itself; very long words get marks where they
 // may break; what the toolkit would read as something else is escaped. Output ends at a number of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's HTML fragments and texts in the form that the toolkit shows well.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sizes of the windows with forms, by form, in a file of the display's own: they belong to this
 // screen, not to the settings of the program. Display thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The style of the desktop with the few changes that small screens and dark palettes need.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each call is handed to the display thread, waits for it, and does nothing while there is no
 // window; Raise alone does not wait: the thread that listens for other instances calls it.
 // A window's handle is made on the calling thread: that thread gets its messages.

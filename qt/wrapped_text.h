@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A text that breaks anywhere if it must and never makes its window grow: its place is `lines`
 // (dynamic property, default 1) lines high and as wide as the window gives it.
 #pragma once

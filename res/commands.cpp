@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One table of menu rows, of buttons and of keys for each view; finding a key walks its table,
 // which is short. Commands repeat from view to view on purpose: each view's rows stand in the order
 // in which they are drawn. A shortcut in a menu row is text only, the keys are bound further below.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Menu bars, their buttons and the accelerator tables, one of each a view: plain tables that every
 // display draws and the main loop translates keys with.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog forms as tables, generated from the .ui files of this folder at build time, for
 // displays that draw no widgets.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Build-time tool: whether the ids in the forms are those of the id header.
 #pragma once
 

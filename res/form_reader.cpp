@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reads a form with a stream reader: the tree of widgets becomes a flat list in the order of the
 // file, layouts and their items are only passed through.
 #include "res/form_reader.h"

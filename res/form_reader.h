@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Build-time tool: what it reads of a dialog form (.ui).
 #pragma once
 

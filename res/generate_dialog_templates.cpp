@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Build-time tool: turns the .ui forms into tables, the controls of every form for displays that
 // draw no widgets (res/dialog_templates.h) and the generated widget code of every form for the
 // toolkit (qt/form_table.h), and holds the ids in the forms against the constants of the headers.

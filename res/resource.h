@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every resource id: icons, bitmaps, dialogs with their controls, commands.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands of the script: one table from the command word to what carries it out.
 #pragma once
 

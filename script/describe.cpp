@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One function for each thing that is shown, each from a snapshot record of the display, so no lock
 // is held while the JSON is made. Names of enum values are tables in the order of the enums. Events
 // and answers to queries share these functions, so that both say a thing in the same words.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every command names a control by its id. In a property sheet it is looked for among the sheet's
 // own buttons, then in the page in front. Rows of lists go by the text of their first column.
 #include "script/dialog_commands.h"

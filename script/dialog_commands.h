@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a user does with the open dialog. Main thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a user does with the main window and the group list.
 #include "script/input_commands.h"
 

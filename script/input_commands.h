@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a user does with the main window and the group list; what all commands that
 // play the user share. Main thread.
 #pragma once

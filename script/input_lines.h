@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of standard input that another thread can cut short.
 #pragma once
 

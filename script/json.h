@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writing JSON: one object a line, ASCII only, exact for every UTF-16 text.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // quillet-script: the whole program with a scripted display. See docs/script-front.md.
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each hook reports one event, on the thread on which it happened. Boxes, menus and file dialogs
 // take what was announced; one that was not fails the run, unless OK is its only answer, and is
 // dismissed so that the program can go on to its end. What the progress dialog has shown is

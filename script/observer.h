@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reports what the display shows, answers boxes as announced, and presses Cancel in the progress
 // dialog at the announced moment. The hooks are called on the program's threads.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The command line of quillet-script: its own options, and the arguments of every Quillet program.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a script asks, and its settings.
 #include "script/question_commands.h"
 

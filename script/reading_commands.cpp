@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree and the article view: what a user does with them and what a script asks of them.
 #include "script/reading_commands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One table of the four types, each with its name and the function that describes its data. Data
 // that does not have the form of its type is described as null beside its bytes in hex, so that
 // broken values can be written by a test and seen.

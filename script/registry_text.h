@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Registry values as JSON and from the words of a command. Pure.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a run says: one JSON object a line, in order, flushed at once. Any thread.
 #pragma once
 

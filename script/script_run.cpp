@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A wait of a command ends by its condition; the time limit and the end of the run end the command
 // by an exception. Questions to the program are calls on its own thread, made here once it has
 // ended. At the end the program is closed as a user would, again and again, until it goes.

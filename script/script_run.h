@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One run of the scripted front: the program on its thread, the display it draws on, what has been
 // announced, and how the run stands. The commands (script/commands.h) work on it from the main
 // thread; the observer (script/observer.h) reports from the program's threads.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real shell, but for links: they are reported instead of opened.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Rows of the shown tree and nodes of the program's tree are joined by their item. Paths are
 // counted while walking the rows: one number a level, so that "2.1" is the first reply of the
 // second thread whatever its item is called.

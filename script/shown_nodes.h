@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of the shown thread tree together with the nodes that they stand for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is stored: a group's chain and single articles, queued posts, mail in the outbox. 8-bit
 // texts are shown widened, unit by byte.
 #include "script/store_commands.h"

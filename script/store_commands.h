@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is stored: a group's chain and single articles.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A scanner by hand over UTF-16 units, because escapes and quotes work on units and lone surrogates
 // are allowed. Errors are texts, the first one ends the line. Keys are named by two tables, for
 // reading and for writing them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Command lines of the script: words, quotes, escapes, numbers, sizes, keys. Pure.
 #pragma once
 

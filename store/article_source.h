@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where an article came from, as its record tells: a server's name, or that it came out of a file.
 // Pure; any thread.
 #pragma once

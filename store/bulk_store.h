@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Storing many articles in a row. Program thread only.
 //
 // The library makes its file larger for almost every new article and maps it anew each time, which

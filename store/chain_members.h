@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which articles are on one group's chain, for a caller who asks for many: the chain is read once,
 // at the first question. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A doubly linked list in the newsgroups database: a head under the group's name, a record a chain
 // number, the newest first. Writes are ordered so that a writer killed between two of them leaves a
 // chain that can be walked along `next`; `previous` is only a hint and is checked before it is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Group chains: each group's doubly linked list of Message-IDs, newest first. Program thread only;
 // one iteration at a time (the cursor is process-wide).
 #pragma once

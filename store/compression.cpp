@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Binds the three functions of the compression library at run time, because the program works
 // without it, too. A block is compressed in one call into a buffer of the worst length, and
 // expanded into one of exactly the length stored with it: any other length is damage.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Compression of stored texts with the bzip2 library, when it is there. Program thread only.
 #pragma once
 

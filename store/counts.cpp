@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The counts of a group come from its 12-byte cache when that can be right, else from a walk along
 // its chain. Every change of a read flag goes to the stored article first, then to the node with
 // those above it, then to the counts and their cache: a store that refuses leaves those as they

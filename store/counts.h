@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How many articles of each group are stored and how many of them are read: in memory, one ReadInfo
 // a group in the order of the group list, cached in the articles database. Program thread only.
 #pragma once

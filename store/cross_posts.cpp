@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which articles are named more than once is told by the hashes of their ids: one that is taken for
 // another costs a line in the file.
 #include "store/cross_posts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Cross-posted articles that the user deleted in one group, while a chain record of another still
 // names them: that is no loss, and they must not be asked for again. Only for store/.
 //

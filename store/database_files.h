@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files of the database folder: their names, and the three open databases themselves, for the
 // rewriting of whole databases. DatabaseFile is only for store/.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a database file is opened, whatever state it was left in. Only for store/.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The three open files behind one set of calls, and what surrounds them: the mark that tells a
 // killed writer from a proper end, set before every change, and the look, after every call that
 // failed, at whether the file needs recovery, which is told once and ends the program.

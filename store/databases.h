@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The three databases: binding of the library, opening with repair, closing, deleting.
 //
 // Program thread only. Handles are null when closed; every function that works on a null handle

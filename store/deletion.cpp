@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deleting the read or all articles of groups: along each group's chain, but the read ones of the
 // group shown through its tree, so that both stay alike. When every group is to be emptied, the
 // files are deleted instead.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deleting the read or all articles of groups. Program thread only.
 #pragma once
 

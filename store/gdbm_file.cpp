@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every call goes by the table of bound functions. Memory that the library hands out is copied and
 // freed here, or held as it is by a HeldValue; a walk over the keys counts down from the most that
 // the file can hold, so that it ends on damaged files too.

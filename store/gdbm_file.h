@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One open gdbm file: the library's calls on it, owned by an object. It reports nothing; every call
 // on a closed file is an absent record or a failed store. Only for store/.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The header of a gdbm file, as the library lays it out. Only for store/.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The bound gdbm library: one pointer an entry. Only for store/.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/group_record.h"
 
 #include "store/record_strings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Records of the newsgroups database as they are stored: a head or a chain record, with its texts
 // in code page 1252. Only for store/.
 #pragma once

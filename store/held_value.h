@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A fetched value in the memory that the database library made for it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All chains of a newsgroups file that a killed writer left, read without following its links, and
 // together with those of its last copy. Only for store/.
 //

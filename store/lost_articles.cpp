@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The list in memory and its file: a line an article, "ID GROUP GROUP...". Bytes that would end a
 // word or a line are written as "%" and two hexadecimal digits. The file is replaced whole, so a
 // long list is written after every so many articles that came, not after each.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles that an end without closing took from the store although nobody had deleted them. They
 // are asked for again at the next connection. Kept in a small text file beside the databases, as
 // docs/store-format.md says. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sizes as text, the room on the volumes, compaction and purging. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // First all of it is read and judged in memory, then the list of lost articles is made safe, and
 // only then the files are changed, where they differ from what they should be.
 #include "store/make_whole.h"

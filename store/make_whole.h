@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Makes the store whole after a writer that was killed, or whose disk was full. Only for store/.
 //
 // Such a writer may leave a chain record that the library has lost, an article that no chain names,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The counts in memory stand beside the groups of the preferences, one each, once they were made:
 // nothing is changed unless both can be.
 #include "store/new_group.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Adding a newsgroup: preferences and counts together. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One node of the thread tree: the root, a subject node below it for each thread, or an article
 // below those. Zero-filled when made. Links and texts belong to the tree that made the node
 // (thread/thread_tree.h) and live as long as it does. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // First a look at all three, which changes nothing: what another program holds or what may not be
 // written is left as it is. Then each is recovered or created, and what a killed writer tore apart
 // between the files is put together again. The mark goes last, so that a kill on the way leaves all

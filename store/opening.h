@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Opening the three databases together, whatever state they were left in: OpenGDBMDatabases of
 // store/databases.h. Only for store/.
 #pragma once

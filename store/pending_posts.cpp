@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/pending_posts.h"
 
 #include "base/app_messages.h"

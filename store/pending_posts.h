@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Queued posts: article records of their own database, with `read` as the mark of those that a
 // server has refused.
 //

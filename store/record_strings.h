@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The two things every record format here is made of: NUL-terminated strings in a row, and keys
 // that are strings. Only for store/.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An article's nine texts are one block of NUL-terminated strings, plain or compressed, behind a
 // few words; kStrings has their order, which everything follows. Reading checks lengths before it
 // looks inside. StoredTexts reads the same block without copying a text, for searches through

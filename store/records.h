@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles: the record in memory, its stored form, and storing it.
 //
 // Keys that are strings include their terminating NUL. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the server answered when it refused a queued post, kept beside the settings: the post's own
 // record has only a flag for it. Program thread only.
 #pragma once

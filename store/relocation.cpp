@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // First every file is copied under a name of its own beside its place in the new folder, so that a
 // full disk is met before anything there is touched; then each copy takes its place by a rename.
 #include "store/relocation.h"

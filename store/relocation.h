@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files of the database folder on their way to another folder, all of them or none. The
 // databases are closed meanwhile. Program thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Rewriting whole databases: compaction and conversion. Every record is copied into a new file
 // beside the old one, converted on the way where that is wanted, and the new file takes the old
 // one's place in one step: whatever goes wrong before leaves the old file as it was, and is told.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Rewriting whole databases: compaction and conversion. Program thread only.
 #pragma once
 

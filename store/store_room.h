@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Room for new records. The library does not survive a full disk well: a file that cannot grow in
 // the middle of a store may lose other records. So a store that would make a file grow is refused
 // while there is still room for what the library adds to it. Only for store/.

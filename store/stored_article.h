@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Article records as values, for the rest of store/.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The mark's text is the names of the copies, each on a line. A mark of an earlier version is
 // empty.
 #include "store/use_mark.h"

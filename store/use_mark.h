@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The mark in the database folder that tells a killed writer from a proper end: a small file that
 // exists from the first write after opening until the databases are closed. It names the copies of
 // the two smaller files as they were when the store was whole. Only for store/.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The points at which the store is whole: no article, chain record or count is under way. There the
 // files are synced, and the two smaller ones, newsgroups and (unless it is empty) pending posts,
 // are copied beside themselves, so that what a later kill takes out of them can be put back.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whom an article answers: the nearest of its forerunners that the group has. For the builder only.
 #pragma once
 

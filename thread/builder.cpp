@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // While articles are read each is linked to a parent read before it; the rest is done in Finish:
 // one sort, then a second look for the parents of those still at the top level, then the lists of
 // siblings by the sorted order, at last the subject nodes. Links are places in the rows of a Forest

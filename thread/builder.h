@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Building the thread tree of a group's articles.
 //
 // The finished tree is the one that linking each article, in the order of reading, into sorted

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands of the thread view, from its menu, its keys and its context menu: tables of ids,
 // what each command needs (a group, a tree of it) and what it does. A tree that is out of date is
 // replaced before a command looks at its nodes.

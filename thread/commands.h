@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands of the thread view, from its menu, its keys and its context menu. Program thread
 // only.
 #pragma once

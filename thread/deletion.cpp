@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The store comes first: a node leaves the tree only when its article is not in the store any more.
 // The children of a node that was deleted move into its place. Deleting many leaves the counts of
 // the nodes above alone and sums them up once at the end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deleting articles through the shown tree: the article record, its chain record, the counts of the
 // group with their cache, the tree's own counts and the tree control. Program thread only.
 #pragma once

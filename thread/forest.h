@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which article of a group lies under which, while the group's tree is built. Articles are told by
 // their places in the order of reading, and what is known of them stands in rows of small numbers:
 // those of a hundred thousand articles stay near the processor, their nodes do not. `top` makes it

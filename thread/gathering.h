@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Subject nodes: the threads of a tree gathered by subject. For the builder only.
 #pragma once
 

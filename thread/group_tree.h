@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Building a group's thread tree from its chain in the store. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Walks a part of the tree in pre-order without recursion, as threads may be thousands of replies
 // deep, and hands the rows or labels over in one call. ShownLabels remembers what each row shows,
 // so that after a change only labels that differ are handed over.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows and labels of the tree control. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Marking articles of the shown tree read or unread. Program thread only.
 #pragma once
 

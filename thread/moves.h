@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Moving about in a finished thread tree. Pre-order is the order in which the tree is drawn. All
 // take any node of a tree, also the root and subject nodes; none recurses. Program thread only.
 #pragma once

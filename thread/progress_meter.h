@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Progress of an operation over very many units, told to the dialog often enough to be seen moving.
 // Program thread only.
 #pragma once

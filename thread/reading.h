@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is being read: the current group, its tree, the current article. Program thread only.
 #pragma once
 

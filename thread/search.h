@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Looking through the articles of the shown tree. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tree control shows of each node, so that only labels that changed are handed over again.
 // A few bytes an item, as the texts follow from the counts. Program thread only.
 #pragma once

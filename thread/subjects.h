@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which subjects belong to one thread. Any thread; pure but for the switch of mime/decoding.h.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message-IDs are found by a hash table with open addressing: linear probing, deletion by backward
 // shift, at most seven tenths full. Articles of one Message-ID are a doubly linked list behind
 // their slot. Nodes and texts are taken from arenas, blocks that are freed with the tree.

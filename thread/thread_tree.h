@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree of one group: its nodes, their texts and the index of its Message-IDs.
 //
 // Nodes and texts are kept in blocks that are freed with the tree; a node that was taken out of the

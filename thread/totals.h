@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Counts of the tree after changes of many articles. Program thread only.
 #pragma once
 

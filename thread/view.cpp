@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Decides whether the tree in memory still is the one to show: of the current group, and of the
 // store as it is now. If not, it is built anew under the progress dialog, and its counts replace
 // the cached ones, unless articles could not be read. The control of the window is filled or only

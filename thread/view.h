@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread view: the tree of the current group with its caption line.
 // Program thread only.
 #pragma once

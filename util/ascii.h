@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a text is plain ASCII. Pure; any thread. In proportion to the length, however it ends:
 // many units are looked at in one step.
 #pragma once

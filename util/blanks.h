@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Blanks and control characters of what a user types or a text of bytes holds. Pure; any thread.
 #pragma once
 

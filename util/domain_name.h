@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of hosts as they stand behind the "@" of addresses and Message-IDs. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The first of many places where something holds, found block by block. Pure; any thread.
 //
 // A loop that may end at every place is no vector code; one that goes through a whole block and

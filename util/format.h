@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Type-safe formatting with the conversions the program's texts are written in.
 //
 // Conversions: %ls or %s (a text: wide or 8-bit; 8-bit text in a wide format is widened with code

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Owning what a C library frees: std::unique_ptr<X509, FreedBy<X509_free>>.
 #pragma once
 

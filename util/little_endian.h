@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // 32-bit little-endian words inside 8-bit buffers. The caller checks the bounds.
 #pragma once
 

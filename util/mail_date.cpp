@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One pass over the parts of the date, each a word or a number; what lies between two parts is
 // skipped before each. The count of days is that of the proleptic Gregorian calendar by eras of 400
 // years that begin in March, so that the day that is not in every year comes last.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The date of an article or a mail, as RFC 5322 writes it and its forerunners wrote it. Pure; any
 // thread.
 #pragma once

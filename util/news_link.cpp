@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The parts are told apart before anything is decoded, so that an encoded "/" or "@" of the server
 // never moves a border; only what a group may not have in any form, as the "@" that makes the rest
 // a Message-ID, is looked for afterwards.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Links to newsgroups and articles (RFC 5538): "news:" and "nntp:". Anybody writes them, so that
 // nothing but a link that says one clear thing is taken. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Percent encoding, as links have it. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a name for places that allow little and may not tell upper from lower case: subkeys
 // of the registry, the left side of a Message-ID. Pure; any thread.
 #pragma once

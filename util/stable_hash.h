@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A hash that is the same in every build and on every machine, for what is stored or sent. Not
 // against those who look for collisions. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Code page 1252 is a table of 32 units, all other bytes being their own code points. The UTF-8
 // decoder takes well-formed sequences only (no overlong ones, no surrogates, nothing beyond
 // U+10FFFF), and after a malformed one goes on one byte later.

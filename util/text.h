@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text helpers shared by every folder: code page 1252, UTF-8 at the edges, prefixes and suffixes,
 // texts that end at a NUL.
 //

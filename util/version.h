@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The version that users see, for every place that shows it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The connections that can be dialled, as a drop-down list offers them. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The databases' sizes, where they lie, purge and compact. Both work on the store in use at once;
 // the place changes when the sheet is applied.
 #include <algorithm>

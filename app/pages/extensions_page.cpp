@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Made from the table of extensions alone: its form has a box or an edit for each, and a line.
 #include "app/pages/fields.h"
 #include "app/pages/page.h"

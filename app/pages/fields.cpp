@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One function a kind of field and direction. What cannot be stored as it was typed, a text above
 // its length or a number that is none, is never stored in part without a word: texts are held to
 // their length by the forms already, numbers are refused.

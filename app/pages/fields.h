@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The fields of a page: writing them into its controls, and back. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The killfile of all groups: a row an entry, in the order of the entries. The radio buttons show
 // and change the selected row; every change goes through the killfile's own operations, and the
 // list is made anew with the same entry selected.

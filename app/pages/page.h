@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a page of the preferences is: a form, and a table of what its controls edit in the record.
 // Whatever a table cannot say is a function of the page. Pages work on the sheet's copy of the
 // record. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of news servers as a user types them. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The list of servers, and the values of the one that is shown. What was typed for a server is
 // stored into the copy before another one is shown; the one shown is the selected one. How servers
 // are secured is no part of the record and runs along with its list.

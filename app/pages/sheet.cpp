@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Pages come and go by messages of the sheet. A page that is left is stored into the copy first;
 // one that refuses what stands in it comes back to the front. The loop ends with OK or Cancel of
 // the sheet, and then the page in front is stored, too.

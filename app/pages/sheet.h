@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences as a property sheet. Program thread only.
 #pragma once
 

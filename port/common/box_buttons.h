@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The buttons of a message box and what Escape means in it: the same on every display.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Who is told at once of what the user changes in a dialog: the same on every display.
 #pragma once
 

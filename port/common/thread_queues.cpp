@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One mutex and one condition variable for all queues: every change wakes every waiter, and each
 // looks for what is its own. With a handful of threads that is cheap, and the order among windows
 // of a thread is simply the order of posting. Timers are not queued: a due one is found when the

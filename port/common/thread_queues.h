@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message queues of a process: what every device (toolkit, scripted, in-memory) shares.
 //
 // Windows have thread affinity: AddWindow gives a window to the calling thread, and Post finds the

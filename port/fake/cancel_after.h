@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Somebody who presses Cancel in the progress dialog at a moment announced before: after the nth
 // change of what it shows. An operation that is cancelled so stops at the same place every time.
 //

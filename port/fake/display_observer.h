@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a display shows, as values, and an observer that is told of every change.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the in-memory device says that a test went wrong, without knowing the test framework.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message boxes, wait cursor and beep without pixels.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A clock that moves only by hand and by sleeping, which costs nothing. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One overload of Set a value. Which kinds of control have a value is one table, by the value's
 // place in the variant; a control that no form describes (kOther) has them all.
 #include "port/fake/fake_controls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The values of one control without pixels: what the program writes into it and reads, and what the
 // user changes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A dialog begins with the values of its template. What the program writes and what the user does
 // changes them; the program is told of presses and of what the user changed.
 #include "port/fake/fake_dialogs.h"

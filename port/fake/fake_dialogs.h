@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dialogs without pixels: values of controls. A form that has no template gets the controls that
 // are named.
 #pragma once

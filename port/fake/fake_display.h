@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A display without pixels: everything the program shows is kept as values, and what a user would
 // do comes as calls. Unit tests use it as the display of the device, and so does the scripted
 // front.

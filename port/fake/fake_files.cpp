@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Calls are counted and made to fail here; what does not fail goes to the real files, because what
 // the program does with them would prove little on an imitation. A card that is pulled is moved out
 // of sight and moved back, so that it returns with its contents.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Real files below a private folder that vanishes with this object. Calls fail on demand; the
 // failing call touches nothing.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/fake/fake_libraries.h"
 
 namespace quillet::port {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real shared libraries, of which a test hides names or whole libraries.
 #pragma once
 

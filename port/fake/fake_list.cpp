@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys and clicks change the rows here, as a real list does, and tell the program only what a real
 // list tells.
 #include "port/fake/fake_list.h"

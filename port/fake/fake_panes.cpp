@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The panes are one record under the screen's lock. A call changes it, lets go of the lock, and
 // only then tells the observer or reports a misuse, since both may look at the display. What the
 // program streams into the viewer is kept as it came, with how it came.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article's panes without pixels: header bar, toolbar and viewer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/fake/fake_platform.h"
 
 namespace quillet::port {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The whole in-memory device of a test:
 //
 //   quillet::port::FakePlatform fake;   // sets gPlatform until it goes out of scope

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Property sheets without pixels: a sheet and its pages are dialogs of the fake dialogs, which also
 // have what the user does with them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys stand in a map by their whole path with ASCII letters folded; a handle holds its key by a
 // shared pointer and notices by identity that the key was deleted meanwhile. In a transaction
 // writes wait in the handle, which reads through them, and Commit applies all or, where it is made

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Input goes to the dialog that was shown last, else to the main window. A box lies over its owner,
 // a dialog over its owner; a dialog or box without one lies over everything that was there before.
 #include "port/fake/fake_screen.h"

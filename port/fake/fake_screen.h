@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the services of the display without pixels share: one lock, the main window and which window
 // lies over which, the count of changes that waits watch, the observer, and where failures go.
 //

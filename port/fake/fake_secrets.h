@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The password store in memory. Program thread only.
 #pragma once
 

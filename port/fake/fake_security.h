@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Security packages whose exchanges are canned. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dialler, scheduler and shell with canned results; every call is recorded.
 #pragma once
 

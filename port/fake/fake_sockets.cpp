@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The transcript is a queue of steps, and only its front counts: the client's bytes are matched
 // with it as they come, in any pieces, and Receive hands out the server's. A client may
 // send before it has read all: what the server said until then stays readable, as on the wire. The

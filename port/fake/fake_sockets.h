@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A server that exists only as a transcript. A test writes the conversation in its order:
 //
 //   fake.sockets.Server("200 hi\r\n");

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the user does to the rows happens here; the program is told of activation and of the menu
 // that is asked for, as a real tree tells it.
 #include "port/fake/fake_tree.h"

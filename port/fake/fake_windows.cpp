@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window itself is the screen's: what takes input and what the panes lie on depend on it.
 #include "port/fake/fake_windows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main window without pixels: its tabs, menu and status bar.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Makes every failure of the in-memory device a failure of the running test.
 #pragma once
 

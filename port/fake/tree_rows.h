@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of a tree without pixels: which lies below which, which are visible, and which make no
 // tree. Rows are in the order of the tree from the top, each with its depth.
 #pragma once

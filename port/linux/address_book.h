@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The address books of a mail program that keeps them in SQLite files: a table of properties
 // (card, name, value). Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Several addresses of one server, tried side by side where one is slow (RFC 8305, section 5). Pure
 // but for the sockets it makes.
 #pragma once

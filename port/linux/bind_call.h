@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A function of a library that was loaded at run time.
 #pragma once
 

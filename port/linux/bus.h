@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Calls to a service on the message bus, in the few shapes that are needed. One thread at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/linux/certificate.h"
 #include "util/freed_by.h"
 

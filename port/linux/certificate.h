@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Certificates as the line has them (DER).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a certificate says, as text that can be shown. Names in it are bytes of strangers: nothing
 // of them but harmless characters gets out of here, and never much. All functions are pure.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Starting other programs: without a shell, with a clean signal mask, never left as zombies.
 // Any thread.
 #pragma once

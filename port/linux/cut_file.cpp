@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Everything below TellOfCutFiles runs in a signal handler: system calls and fixed memory only.
 #include "port/linux/cut_file.h"
 

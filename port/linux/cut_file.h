@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The end of a program one of whose open files was made shorter from outside, or whose disk failed.
 //
 // Such a file is read and written through memory; touching what is not there any more is a bus

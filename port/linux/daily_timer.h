@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A timer of the running program that follows the wall clock: changes of the zone, of summer time
 // and of the clock itself, and time spent in suspend.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading and writing through a descriptor until all of it is done, however often a signal or a
 // short transfer comes between. Any thread; offsets are bytes from the beginning of the file.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The calls of GSSAPI that a login needs, from a library bound at run time.
 #pragma once
 

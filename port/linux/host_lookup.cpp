@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/linux/host_lookup.h"
 
 #include <netdb.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of hosts as addresses. The system cannot be told to stop looking, so it looks on a thread
 // of its own, which is left behind when nobody waits for it any more.
 #pragma once

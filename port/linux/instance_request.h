@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a later instance asks of the one that owns the profile, as lines of the instance socket.
 // Pure; any thread.
 //

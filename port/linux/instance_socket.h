@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Local sockets between instances of one user. Paths may be longer than a socket address allows.
 #pragma once
 

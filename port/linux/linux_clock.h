@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The clock over the system's clocks and the zone of the user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The user's contacts on Linux: cards in files and the address books of the mail program.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each operation opens the bus anew and closes it again: dialling is rare, and no connection can
 // then go stale in between. Dial listens for state changes before it asks for the activation and
 // pumps the bus in short slices, so that Interrupt and the time limit end it. States and reasons of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialler over NetworkManager.
 //
 // The phone book are its connection profiles of the kinds gsm, cdma, bluetooth, pppoe, vpn and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A device path is split into names, each of which the file system must read the same way, and
 // joined below the data folder or, when the first name is a mounted card, below that card. Files
 // that may replace another are written beside their target, synced and renamed over it, so that a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files below the profile's data folder and on mounted storage cards.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Shared libraries over the dynamic linker. A device name stands for the sonames that offer the
 // same functions; a name that begins with "/" is the native path of a library.
 #pragma once

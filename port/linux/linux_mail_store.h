@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message store on Linux: messages of internet mail in an outbox below the data folder, handed
 // over to the mail programs that the user has set up.
 #pragma once

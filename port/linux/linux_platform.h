@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All services of a run on Linux. A main makes them first of all, before any other thread
 // (signals), then its display on services.queues, then attaches the display.
 #pragma once

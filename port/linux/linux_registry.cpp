@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A handle is the row id of its key; names and paths are looked up in their folded form. All
 // handles share one connection and therefore one transaction at a time: each call takes the
 // database's lock, and a transaction that the system has dropped by itself makes the later writes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The registry in one SQLite file: write-ahead log, mode 0600, its folders made with mode 0700.
 //
 // A write is in the file when Set returns and survives the end of the process at any moment; a

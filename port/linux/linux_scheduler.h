@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The scheduler: a user timer of systemd, or a timer of the running program where there is no user
 // manager. The units lie in systemd/user of the user's configuration folder and are there only
 // while a start is registered. There is one registration a profile, whatever its executable.

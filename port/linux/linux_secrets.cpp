@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every call goes out with a cancellable that a watch cancels when its time is over: the library's
 // own calls would wait for a silent service for half a minute each, and for a user without end. And
 // all of it runs on a thread that is left alone when even that does not bring it back: the library

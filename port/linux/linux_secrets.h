@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The password store by the Secret Service of the session bus. Its library is bound, and the bus
 // asked, when something is first wanted of it; what each profile keeps there carries the profile's
 // folder.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The security package NTLM by GSSAPI, whose library is bound when it is first needed: the program
 // starts and works without it. The mechanism itself is the system's plug-in.
 #pragma once

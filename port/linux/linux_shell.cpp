@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The lock file decides who owns the profile, the socket only carries requests; a later instance
 // tries both in turn, because the owner may just be coming or going. What the listening thread
 // hears is kept until there is a window to post it to.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The shell: one instance a profile, the desktop's opener, the command line.
 //
 // The owner of a profile holds a lock on "instance.lock" in its configuration folder; the lock goes

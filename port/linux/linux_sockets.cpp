@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sockets block; only while it connects one does not, to be able to give up. Interrupt
 // reaches every wait: a shutdown of the receiving half for receives, an event for all others. The
 // sending half stays, for the last word to the server. A receive takes one call of the system: its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The parent of the process that supervises the mail program: prepares all that it needs, and turns
 // what it tells into a reason for the user.
 #include "port/linux/mail_hand_over.h"

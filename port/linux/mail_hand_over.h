@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Handing one message over to a mail program, by a small process of its own that outlives this one:
 // it holds a lock on the message's file, moves the file on before and after the program's run, and
 // so leaves a state that is known whenever anything is killed. No shell is ever used.

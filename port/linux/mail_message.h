@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text of an e-mail as it goes over the line: header fields and body in, one message of
 // internet mail out, and back. All texts are UTF-8 but the message, which is ASCII with LF at the
 // end of its lines. Program thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The mail programs that the machine has, and how each is told to take a message. Program thread
 // only.
 #pragma once

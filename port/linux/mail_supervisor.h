@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The process that supervises a mail program (mail_hand_over.h): what it needs, what it tells, what
 // it does. It is the child of a fork in a program with threads, so it works on plain memory that
 // was prepared before, with async-signal-safe calls only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The accounts in the configuration of the mail program msmtp, as far as they matter here. Pure;
 // any thread.
 #pragma once

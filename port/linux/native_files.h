@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Small things of the native file system that several services need. Paths are native (8-bit).
 // Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The challenge of a server in an NTLM login, as it comes off the line. The mechanism that answers
 // it trusts much of what stands there, and a crafted one ends the process. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What of an article's links reaches the desktop: an article is written by anybody, and its links
 // are opened by one tap.
 #include "port/linux/opener_link.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which links the desktop's opener gets. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The outbox on the disk: two mail folders of the usual shape below the data folder, so that any
 // mail reader can open them, and what the hand-over has to know of each message beside them.
 //

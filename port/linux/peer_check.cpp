@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/linux/peer_check.h"
 
 #include <openssl/x509.h>

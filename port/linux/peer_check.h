@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether the peer of a handshake is whom the user wants. Program thread only.
 #pragma once
 

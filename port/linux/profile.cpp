@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Follows the desktop's rules for base directories: relative paths in the variables count as unset,
 // and what is unset lies below the home folder. A named profile keeps everything in its one folder
 // instead. Options are few and read by hand, the same for every main.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The profile: where a run of the program keeps what is its own, and the arguments of all mains.
 //
 // --profile DIR: DIR/registry.db, DIR/data, everything else in DIR too.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Opening goes from the best to the bearable: read and write; when the file is no sound registry,
 // it is set aside and a new one is made; when it cannot be written, read only; at last without any
 // lock. Each try ends with the checks in Check. The statements of normal work are prepared once, in

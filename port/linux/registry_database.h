@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file under LinuxRegistry: opening, checking and setting aside, and its prepared statements.
 #pragma once
 

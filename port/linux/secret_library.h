@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The calls of libsecret that are needed, bound at run time; what of GLib they take and give.
 #pragma once
 

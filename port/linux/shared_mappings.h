@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mappings of files and what a child process makes of them. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // SIGTERM, SIGINT and SIGHUP as calls on an own thread, so that the program ends through itself.
 #pragma once
 

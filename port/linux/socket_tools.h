@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the parts of the socket service share: native addresses, options, waits that an event ends.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The library reads and writes through a BIO of its own that leads to the carrier, which waits. A
 // wait that was ended asks the library to try again, so that its state survives and a last word can
 // still be sent; only an unfinished record cannot be continued, and nothing is written behind it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The encrypted side of one connection, over OpenSSL. Program thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Contact cards (vCard 2.1, 3.0 and 4.0) as text. Pure; any thread.
 #pragma once
 

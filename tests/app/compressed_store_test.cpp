@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A store with compressed articles on a device that lacks the compression library.
 #include <gmock/gmock.h>
 

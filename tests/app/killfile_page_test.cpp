@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The killfile of all groups on its page: what each button does to which entries.
 #include <tuple>
 

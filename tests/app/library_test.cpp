@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // In a program of its own: once bound, the database library stays bound.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mail at the start of the program: the services of the machine, and what waits in the outbox.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Moving the databases to a card and back, with each step failing in turn.
 #include <fcntl.h>
 #include <gtest/gtest.h>

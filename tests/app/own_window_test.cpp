@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A window beside the main window, with a procedure of its own, while the program runs.
 #include "base/messages.h"
 #include "base/window_procedures.h"

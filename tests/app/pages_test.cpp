@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What each page edits: every control, and the setting that OK makes of it.
 #include "mime/decoding.h"
 #include "nntp/connection.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the user left off, from the end of one run to the start of the next.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The whole program on a thread of its own, as on a device; the test is the user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Quick Setup, from the greeting to the stored settings.
 #include "app/server_probe.h"
 #include "base/server_security.h"

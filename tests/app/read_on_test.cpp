@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The space bar and N, through the whole program: within an article, a group, and from group to
 // group.
 #include <gmock/gmock.h>

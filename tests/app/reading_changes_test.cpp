@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What else may happen while somebody reads: downloads, changed preferences, the end.
 #include <algorithm>
 

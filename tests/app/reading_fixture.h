@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The whole program with a store of two groups and what is shown of them while they are read.
 #pragma once
 

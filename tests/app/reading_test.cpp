@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading: from the group list to the threads to the articles and back, every command on the way.
 #include "tests/app/reading_fixture.h"
 

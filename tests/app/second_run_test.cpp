@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program runs a second time in the same process, as if nothing had been.
 #include "base/box_owner.h"
 #include "base/extensions.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The server page: every server's own values, adding and deleting.
 #include "base/server_security.h"
 #include "base/subscriptions.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences as a user has them: the whole program, and its sheet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sheet itself: its pages, OK and Cancel, the changed flag, what comes back to the front.
 #include "tests/app/sheet_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The order of the start and of the end, what a start that fails leaves behind, and what a
 // scheduled one does not ask.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The editors beside the running program: what starts them, quitting, and the next start.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

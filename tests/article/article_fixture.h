@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the article view stand on: an open store with articles of two groups, the tree
 // of one of them, and a main window with its tabs.
 #pragma once

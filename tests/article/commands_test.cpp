@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands and keys of the article view, the "Message headers" dialog.
 #include "article/commands.h"
 #include "article/headers_dialog.h"

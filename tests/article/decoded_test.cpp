@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles that have to be decoded: what is shown of them, their attachments, their raw text.
 #include <numeric>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Finding in the article view: the hits in what is shown, going on to the next article.
 #include "article/commands.h"
 #include "mime/decoding.h"

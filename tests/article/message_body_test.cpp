@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The texts made of an article: as it is shown, found and saved, the "Message headers" dialog, and
 // the name of its file.
 #include "article/message_body.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The conversion of article text to HTML as a chain of rewritten texts: slow, obvious, every step
 // on its own and the offsets of the hits moved at every replacement. What the program's single pass
 // is held against.

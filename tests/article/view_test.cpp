@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Showing articles: what becomes current, what is marked, what the panes show.
 #include "article/commands.h"
 #include "article/panes.h"

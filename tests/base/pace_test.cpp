@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How fast units are done and what is left, by a clock of the test's own.
 #include "base/pace.h"
 

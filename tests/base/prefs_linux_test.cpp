@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences on the registry file of a real profile.
 #include <sys/resource.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the preferences share: the device in memory, registry data in literal form,
 // and a registry that notes the order of reads and writes.
 #pragma once

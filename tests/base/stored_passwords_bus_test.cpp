@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Passwords of news servers on the services of Linux: the registry's file, and a mocked Secret
 // Service on a bus of its own.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Passwords of news servers in the registry and in the desktop's password store.
 #include "base/stored_passwords.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Generated articles, their manifest, and articles read from texts and files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

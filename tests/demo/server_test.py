@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The demo server as a process: where it listens, how it ends, how it copes with rude clients.
 Environment: QUILLET_DEMO_SERVER (program)."""
 

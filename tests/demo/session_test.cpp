@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The demo news server's conversation, as it goes over the wire.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The forms that only tests have: a control of every kind, and two pages of a sheet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Ids of the forms that only tests have.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whatever somebody types: what passes the checks has headers that a server can read, and its body
 // whole. In the form of every language: plain ASCII is the same, else the head is ASCII, and the
 // body comes back as it was written.

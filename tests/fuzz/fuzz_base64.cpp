@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text that is taken for base64, and bytes on their way into it.
 #include <algorithm>
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files that lie in the text of an article, uuencoded or in yEnc.
 #include <cstdint>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Certificates from arbitrary bytes, and the sentences that are made of what stands in them.
 #include <cstdint>
 #include <cstdlib>

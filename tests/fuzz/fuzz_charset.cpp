@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes in any set: what is good by every byte comes out the same both ways, and nothing takes
 // the label's word against the bytes.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A draft from a hostile file: what was taken is written again to the byte.
 #include <cstdint>
 #include <cstdio>

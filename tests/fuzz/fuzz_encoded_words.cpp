@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any header as text: it stays on its line and turns nobody's writing around; and any text as a
 // header, which must come back as it went.
 #include <algorithm>

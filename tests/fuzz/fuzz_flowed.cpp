@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any text as flowed text: but for blanks, quotation marks and line ends every character comes out,
 // in its order, and lines that are joined are joined for a reason.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Header extraction over any head: the first byte says whether headers are kept, the rest is the
 // head.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any page as text: it grows no more than its quotations let it, no line in it is half ended, and a
 // page without tags and entities keeps all its words.
 #include <algorithm>

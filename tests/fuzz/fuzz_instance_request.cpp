@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of the instance socket from arbitrary bytes: what is taken says the same when it is sent
 // on.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The list of lost articles from a hostile file: what was taken is written and read again the same.
 #include <cstdint>
 #include <cstdio>

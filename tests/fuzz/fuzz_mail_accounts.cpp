@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The configuration of a mail program from arbitrary bytes.
 #include <cstdint>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The date that an article says it was written on.
 #include <cstdint>
 #include <cstdlib>

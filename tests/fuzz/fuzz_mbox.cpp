@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An mbox file in pieces of any size: the lines against the whole file split at once, and then the
 // import into an empty store, where every article is on the chains that its head names.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any article as text: nothing is lost or grows beyond bounds, what is listed can be saved, and
 // names stay on their lines and in their folder.
 //

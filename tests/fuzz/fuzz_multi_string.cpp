@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lists of strings from arbitrary bytes: a count in the first four bytes, then the data.
 #include <cstdint>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Links from arbitrary bytes: one that is taken says one thing, in characters that are harmless.
 #include <algorithm>
 #include <cstdint>

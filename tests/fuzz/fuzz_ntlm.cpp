@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a server may send during an encrypted login, line after line, up to the package that reads
 // its challenge; fuzz_ntlm_challenge has that.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The challenge of an encrypted login, without the letters in which it travels. What is taken for
 // sound goes to the system's mechanism, where there is one.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text of a post over any header and body, which the first NUL divides: un-stuffed and
 // unfolded, what is sent is what was written. The same of a post that counts characters: no line is
 // too long, and no character is cut.

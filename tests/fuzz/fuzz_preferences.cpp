@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A registry with arbitrary values: reading it gives a sound record or a report, and what is read
 // can be written and reads the same again.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Article and group records from a hostile file: parsing stays inside the value, and what it took
 // can be stored and read again unchanged.
 #include <cstdint>

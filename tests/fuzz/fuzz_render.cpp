@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any text with any hits and attachments as HTML: what comes out is read back by a strict reader of
 // exactly the tags that are written, and must say the same text.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a server may send, in pieces of any size. The first byte chooses the reader (in turns: reply
 // lines or articles; or replies under way), the second the pieces, the third the size of a block's
 // buffer; the rest is what the server sends before it closes.

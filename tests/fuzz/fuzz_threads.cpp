@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Heads of articles as a thread tree. The first byte chooses the preferences; then come heads, each
 // ended by an empty line, with a byte in front for its number, source and flag. Its References are
 // looked at whole unless the preferences say otherwise.

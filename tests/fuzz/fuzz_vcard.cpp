@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Contact cards from arbitrary bytes.
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Makes the corpus of fuzz_certificate anew, with the openssl program: certificates of every kind that
 # a stranger may send, small ones. The keys are thrown away.
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs a fuzz target without the fuzzer: every file of a seed corpus, then deterministic mutations
 // of them, so that every ordinary test run walks over hostile input too.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "groups/group_list.h"
 #include "base/changes.h"
 #include "base/reset.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Certificates of a test's own authority, made with the openssl program."""
 
 import os

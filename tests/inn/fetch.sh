@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Downloads the packages of the test news server into a folder, once. Nothing is installed.
 # usage: fetch.sh FOLDER
 set -euo pipefail

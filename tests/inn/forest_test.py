@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Opens many small groups with tangled threads and compares each shown tree with the rules.
 
 The stores are written without the program. Environment: QUILLET_SCRIPT, QUILLET_GDBM_DUMP,

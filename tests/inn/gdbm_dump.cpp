@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Prints every record of a database file as "KEY VALUE" in hexadecimal, one a line. Uses nothing of
 // the program, so that a check of its files does not trust its own code.
 #include <gdbm.h>

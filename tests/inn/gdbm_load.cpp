@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Makes a database file of the records that come as "KEY VALUE" in hexadecimal, one a line, on
 // standard input: what quillet-gdbm-dump prints. Uses nothing of the program.
 #include <gdbm.h>

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Downloads from a real news server with the whole program and checks all that was stored, and the
 thread trees that it then shows.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Posts through a real news server with the whole program, and reads the articles back.
 
 Environment: QUILLET_SCRIPT, QUILLET_SETUP, QUILLET_GDBM_DUMP, QUILLET_GDBM_LOAD (programs),

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The whole program over TLS with a real news server, and over links that fail.
 
 Environment: QUILLET_SCRIPT, QUILLET_SETUP (programs), QUILLET_INN_CACHE (package files).

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A stock INN news server for tests: private folder, loopback, unprivileged user, own ports.
 
 The server comes from Debian's package, unpacked below the private folder; nothing is installed.

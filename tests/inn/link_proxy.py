@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A link between a client and a server on loopback that misbehaves on purpose."""
 
 import socket

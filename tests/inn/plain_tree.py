@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The thread tree of a group by its rules, one list operation after the other: slow and obvious.
 
 Shares nothing with the program but the documented formats of the files. Standard library only.

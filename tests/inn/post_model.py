@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Queued posts and what must be sent for them, without the program: the columns of a body, folded and
 stuffed lines, the record of a queued post."""
 

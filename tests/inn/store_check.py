@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Compares the files of a profile with a Model, byte by byte.
 
 The databases are read with quillet-gdbm-dump, the registry with SQLite: neither uses the program.

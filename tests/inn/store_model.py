@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What a download must leave behind, worked out from the manifest alone.
 
 ServerModel numbers the articles as the server does; Model plays the download of the ticked groups

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Calls of the database library and the file service that count down, and of which the last one is
 // the process's last.
 #pragma once

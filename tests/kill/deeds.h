@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a writer that will be killed has begun and finished, in memory that outlives it.
 #pragma once
 

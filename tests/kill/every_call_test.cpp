@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dies at the first call of the database library or the file service, at the second, and so on, in
 // the middle of everything that changes the store: the next opening makes it whole each time.
 #include <algorithm>

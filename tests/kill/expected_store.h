@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What must be in a store after a writer was killed: follows the writer's log and compares with
 // what an independent reader found.
 #pragma once

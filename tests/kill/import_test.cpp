@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dies at each call of the database library and the file service while an archive is imported: what
 // is in the store then is on the chains that it names, and a second import completes the set.
 #include <algorithm>

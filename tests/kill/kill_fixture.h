@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A store in a folder of its own, and children that work on it and may die at any call.
 #pragma once
 

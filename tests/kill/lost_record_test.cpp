@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A kill in the middle of a write of the library can take any record with it. So each record of
 // each file is taken out in turn, of a store that was not closed: the next opening must get it back
 // or put the article on the list of lost ones.

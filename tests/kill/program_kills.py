@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Kills the whole program at random moments, and compares what the next starts make of the store.
 
     program_kills.py [--seed NUMBER] [--workers N] KILLS

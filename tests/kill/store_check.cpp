@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Prints what the files of a closed store hold as one JSON object, for the kills of the whole
 // program.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Kills writers at random moments, many of them, and looks after each kill whether the store that
 // the next opening makes of it holds what it must. Exits 1 when one did not.
 #include <sys/wait.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kill/store_reader.h"
 
 #include <bzlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files of a closed store, read with the database library alone. Uses nothing of the program,
 // so that a check of its files does not trust its own code.
 #pragma once

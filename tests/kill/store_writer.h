@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A process that works on a store, telling what it does, until it is killed. Everything here runs
 // in a child of the test, on the platform that was set up before the fork; nothing returns.
 #pragma once

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Kills the program while an article is written, stored and posted, and looks at what the server has.
 
     writing_kills.py [--seed NUMBER] [--workers N] [--cut-every N] KILLS

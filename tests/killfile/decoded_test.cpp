@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The killfile and headers that are shown otherwise than they are stored.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

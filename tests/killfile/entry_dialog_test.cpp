@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "killfile/entry_dialog.h"
 #include "base/reset.h"
 

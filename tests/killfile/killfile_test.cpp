@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "killfile/killfile.h"
 #include "base/box_owner.h"
 #include "base/reset.h"

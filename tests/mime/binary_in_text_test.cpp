@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Files in texts, made by other encoders than any of the program's: lines of uuencode and sums come
 // from another implementation, yEnc from the few lines below.
 #include "mime/binary_in_text.h"

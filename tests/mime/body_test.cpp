@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Bodies of one part, and what is done to all of them.
 #include "mime/body.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every article of the corpus is shown as the text beside it says. The articles lie there as a
 // server sends them; corpus/generate.py writes both files.
 #include <gtest/gtest.h>

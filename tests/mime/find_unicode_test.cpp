@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // FindMatches beyond ASCII.
 #include <gtest/gtest.h>
 

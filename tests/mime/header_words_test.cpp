@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Headers as they come, good and bad, and what is shown of them.
 #include <gtest/gtest.h>
 

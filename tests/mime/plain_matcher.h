@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the matchers are held against: bytes compared with bytes at every place, and texts to do it
 // with.
 #pragma once

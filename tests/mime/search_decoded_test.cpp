@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // SearchText while stored text is decoded.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Stored text is not decoded while this lives.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "nntp/connect.h"
 #include "base/box_owner.h"
 #include "base/upward_calls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles that are stored already and are met in another group: with the extension they come onto
 // that group's chain, without it they are passed over.
 #include <algorithm>

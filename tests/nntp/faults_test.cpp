@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a download promises however it is disturbed: nothing stored is lost, chains, counts and the
 // count cache agree, the progress is saved before each fetch, nothing stays open, and a later run
 // gets what is still missing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real libraries, but for a database library whose calls fail on demand and are counted.
 #pragma once
 

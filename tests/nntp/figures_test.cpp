@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a whole connection tells of itself while it runs and when it has ended.
 #include "nntp/figures.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A server that asks for a login in the middle of the session, at any command.
 #include "nntp/connection.h"
 #include "store/pending_posts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // News servers on a real socket of 127.0.0.1: a strict transcript, and the small model server.
 #pragma once
 

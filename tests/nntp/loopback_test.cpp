@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The whole path over the system's sockets.
 #include <atomic>
 #include <chrono>

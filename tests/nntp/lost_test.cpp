@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "nntp/lost.h"
 
 #include "store/lost_articles.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "nntp/mbox_import.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What importing an mbox file does, worked out a second time from the whole file at once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sockets that lead to a NewsModel, with faults of every kind. One connection at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A small news server as plain values: groups with articles, what was posted, and one session that
 // answers command lines. Used in memory and behind a real socket.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What every test of the news client stands on: the in-memory device, preferences with one server
 // and two groups, an open store, and short words for the transcript.
 #pragma once

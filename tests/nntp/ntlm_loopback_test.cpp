@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Encrypted logins over a real socket, with the system's own mechanism on both sides.
 #include <gmock/gmock.h>
 

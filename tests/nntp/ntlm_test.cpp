@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The encrypted login, word for word, with canned tokens.
 #include "nntp/ntlm.h"
 

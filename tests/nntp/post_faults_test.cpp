@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What posting promises however it is disturbed: when the queue is empty at last, the server has
 // every article once, as it was written; and until then none is missing.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text of a post once more, character by character and without regard to time: what the quick
 // way is compared with.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a run promises whose link is cut at any point: the next connection makes up for it, every
 // article is stored once and every post is with the server once, and what was done is not done
 // again.

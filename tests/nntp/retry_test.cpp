@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lost connections that are made again: the wait, and that each goes on where the last one was.
 #include "nntp/retry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The figures of a connection, by a clock and a server of the test's own.
 #include "nntp/run_figures.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // TLS in the session: when it starts, what goes out before it, and what becomes of certificates
 // that prove nothing.
 #include "nntp/secure.h"

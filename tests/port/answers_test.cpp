@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Announced answers: which question gets which.
 #include "port/fake/answers.h"
 

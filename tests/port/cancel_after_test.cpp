@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The moment at which Cancel is pressed. That the press has been handled when the operation goes on
 // is tested with a dialog on a thread of its own, in fake_display_test.cpp.
 #include "port/fake/cancel_after.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Clock, files and libraries: the same cases on the real services and on the in-memory device.
 #include <fcntl.h>
 #include <gtest/gtest.h>

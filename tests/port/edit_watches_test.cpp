@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/common/edit_watches.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The display model: what it shows, what it lets a user do, and on which threads.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The display model: thread tree, article panes, pop-up menus, save dialogs, drop-down lists.
 #include <gtest/gtest.h>
 

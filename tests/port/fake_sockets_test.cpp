@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The server transcript: what it lets pass and what it calls a failure.
 #include <gtest/gtest.h>
 

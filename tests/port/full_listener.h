@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A listener that lets nobody in: its queue is full, so that a connect waits.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of strangers as text that does no harm, and the sentences made of them.
 #include <gtest/gtest.h>
 

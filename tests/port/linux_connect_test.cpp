@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names with several addresses, and connections to the first that lets the program in.
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Contacts on Linux: the text of cards, address books, and where both are found.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialler against a mocked NetworkManager on a bus of its own.
 #include "port/linux/linux_dialler.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The order of the system's calls under the file service, which no file shows afterwards: calls of
 // the C library are taken over by those of the same names here.
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of mail on Linux share: a home of their own, stubs in place of the mail programs,
 // and messages.
 #pragma once

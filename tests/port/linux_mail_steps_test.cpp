@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is left when a step of the system fails, or a process is killed at one: calls of the C
 // library are taken over by those of the same names here.
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mail on Linux: the text of a message, the programs that are found, and the hand-over to stubs of
 // them.
 #include <fcntl.h>

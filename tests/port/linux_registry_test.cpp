@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What only the registry in a file can do wrong: damage, kills, permissions, full disks.
 #include "port/linux/linux_registry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The password store against a mocked Secret Service on a bus of its own.
 #include "port/linux/linux_secrets.h"
 

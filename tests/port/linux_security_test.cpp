@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real mechanism on both sides.
 #include "port/linux/linux_security.h"
 

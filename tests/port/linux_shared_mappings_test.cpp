@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "port/linux/shared_mappings.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What only real sockets can do wrong: error numbers, signals, partial sends, options, waiting.
 #include "port/linux/linux_sockets.h"
 

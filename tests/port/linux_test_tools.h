@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the Linux services share: a folder that goes away, files, environment, waiting.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of encrypted connections share: an authority that the machine trusts, one that it
 // does not, and a client.
 #pragma once

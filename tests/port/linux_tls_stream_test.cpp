@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The handshake under every disturbance, and the bytes of an encrypted connection.
 #include <gtest/gtest.h>
 #include <openssl/bio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whom an encrypted connection trusts, and how it tells whom it does not.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>

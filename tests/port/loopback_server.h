@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A server on loopback that serves one connection after the other on a thread of its own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The same promises, kept by the message store in memory and by the one in mail folders.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The other side of an NTLM login, made of the system's own mechanism, and users that exist only as
 // long as it does. One a process at a time: the mechanism finds them by the environment.
 #pragma once

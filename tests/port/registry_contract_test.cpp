@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The same promises, kept by the registry in memory and by the one in a file.
 #include <gtest/gtest.h>
 

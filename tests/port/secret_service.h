@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A session bus of the test's own, with a mocked Secret Service on it or without one. One a process
 // at a time: it is what the environment names.
 #pragma once

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """org.freedesktop.secrets on the session bus, for tests: one collection in memory.
 
 quillet.Mock on the same object changes its manners: Lock, Answer (what becomes of prompts: "accept",

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The same promises, kept by the sockets of a transcript and by those of the system.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/port/tls_server.h"
 
 #include <openssl/bio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Servers with TLS on loopback, and certificates of every kind by throw-away authorities, made in
 // memory.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the editors and the queue stand on: an open store, a main window, and a user
 // who types, presses and answers.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is written in any language, through both editors, and the same with that switched off.
 #include "base/prefs.h"
 #include "mime/shown_text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is written outlives the program: the draft while somebody types, and what the next start
 // makes of it.
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mail from the program's call to the mail program's input, over the services of Linux and stubs of
 // sendmail and msmtp.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Mail on the device in memory: recent recipients, the transport, what is placed, published and
 // handed over.
 #include "post/mail.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The pickers of recipients on the device in memory.
 #include "post/recipients.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is written, stored, sent, and fetched again, is shown as it was written.
 #include <gtest/gtest.h>
 

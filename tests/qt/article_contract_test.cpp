@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article's panes, the save dialog, drop-down lists and selected texts: the same cases on the
 // toolkit's display and on the one without pixels.
 #include <QAbstractButton>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The editors' windows and the box in which an article is written, by real keys.
 #include "qt/article_edit.h"
 

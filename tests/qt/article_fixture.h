@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The article's panes in a window: what their tests stand on.
 #pragma once
 

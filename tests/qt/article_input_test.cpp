@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What keys, clicks and fingers do in an article's text: links, scrolling, copying.
 #include <QApplication>
 #include <QClipboard>

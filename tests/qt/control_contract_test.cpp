@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every kind of control, windows with forms and property sheets: the same cases on the toolkit's
 // display and on the one without pixels.
 #include "port/dialogs.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one on the toolkit uses keys and mouse, sent to the widgets.
 #include "tests/qt/dialog_hands.h"
 

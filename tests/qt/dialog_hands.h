@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A display with somebody in front of it who uses dialogs.
 #pragma once
 

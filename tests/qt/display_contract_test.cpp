@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The same cases on the toolkit's display and on the one without pixels that all other tests use.
 #include <QAbstractButton>
 #include <QApplication>

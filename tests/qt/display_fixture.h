@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Tests of the toolkit's display: the tests run on a thread of their own, which stands for the
 // program thread, while main runs the display thread's event loop.
 #pragma once

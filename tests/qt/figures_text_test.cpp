@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The line of figures and the bar in the progress dialog: what is added has its fixed place, and
 // nothing moves while figures, texts and the button come and go.
 #include "qt/figures_text.h"

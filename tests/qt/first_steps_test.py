@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """From an empty profile to the first read article with the window alone: by keys, and by mouse.
 
 The links of the list lead; the news server is the demonstration's. Nothing is waited for by the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lists in forms: signs, tool tips, fingers and what a menu is asked for with.
 #include "qt/form_list.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The forms of the reading cycle, and what only they use.
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys: the same cases on the toolkit's display and on the one without pixels, for every key that
 // the latter does anything with.
 #include <algorithm>

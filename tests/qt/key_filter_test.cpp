@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys as the window system tells them: by place on the keyboard, and held down.
 #include "qt/key_filter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles in every language: each line goes by its own direction, and what is written from right
 // to left does not turn what stands beside it; characters of all scripts have glyphs.
 #include <QAccessible>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All forms of the program as widgets: what readers of the screen and the keyboard need of them,
 // and the sheet with all pages of the preferences on the screens it is made for.
 #include <QAbstractSpinBox>

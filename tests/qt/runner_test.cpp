@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Long operations with their dialog on the real display.
 #include <QApplication>
 #include <QLabel>

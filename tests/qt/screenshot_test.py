@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Pictures of a profile that nobody has configured. Usage: screenshot_test.py QUILLET-SCREENSHOT"""
 
 import os

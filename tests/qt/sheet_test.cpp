@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Property sheets and windows with forms as widgets; the cases named SmallScreen run on a screen of
 // 240x320 only, the others on a desktop's.
 #include <QComboBox>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What keys, the mouse and fingers do in the thread tree.
 #include <QApplication>
 #include <QContextMenuEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree and its caption: rows, selection, looks, many of them.
 #include <QAccessible>
 #include <QApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Fragments and texts in the form that the toolkit lays out quickly.
 #include "qt/viewer_text.h"
 

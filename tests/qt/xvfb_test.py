@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Real clicks and keys in the real program under a window manager on an X server in memory.
 
 Usage: xvfb_test.py QUILLET QUILLET-SCRIPT. Exit status 77: Xvfb, xdotool or openbox is missing.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # A form whose ids are not those of the header fails the build, with its file and the id: the tool is
 # run over small forms with one thing wrong in each.
 set -u

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Cancel and kill at every moment of a download: nothing that was stored is lost."""
 
 import concurrent.futures

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Profiles that are damaged, locked, full or cannot be written: what the user is told and what stays."""
 
 import fcntl

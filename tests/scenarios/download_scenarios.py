@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Whole connections against strict conversations: every line the program says is fixed here."""
 
 import subprocess

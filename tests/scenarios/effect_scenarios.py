@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the settings do: each is changed in its page, and the program behaves by it at once."""
 
 import os

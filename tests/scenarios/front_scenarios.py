@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The scripted front itself: what it refuses, how it fails, what it reports."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The group list and the commands on the ticked groups."""
 
 from scenario import *

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Importing saved archives in the window: what is stored and shown, what is refused, Cancel, and the
 death of the program in the middle."""
 

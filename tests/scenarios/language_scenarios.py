@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Articles of every language and encoding: decoded, raw, their attachments, and with it all off."""
 
 import base64

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Links to newsgroups and articles: given at the start, by a later start, while something is open."""
 
 import subprocess

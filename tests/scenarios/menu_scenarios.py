@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Menus, buttons and accelerators of the three views, and moving between the views."""
 
 from scenario import *

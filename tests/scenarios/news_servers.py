@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Two news servers for scenarios, on loopback and an ephemeral port.
 
 TranscriptServer speaks one given conversation and notes every deviation from it. NewsServer serves

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Passwords in the desktop's password store: the switch on its page, several starts, a store that
 is locked or away."""
 

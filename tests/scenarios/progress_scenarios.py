@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The figures of a connection: against a server of constant speed they are what the store has."""
 
 import re

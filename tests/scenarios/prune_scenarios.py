@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Deleting, marking and killing from every view, cancelled operations, a store that changes."""
 
 from reading import *

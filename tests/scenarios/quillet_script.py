@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Drives quillet-script: starts it, sends commands, collects what it reports.
 
     import quillet_script

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Opening groups, walking through articles, what reading does to the counts, changing views."""
 
 from reading import *

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the reading scenarios share: six small articles, downloaded and opened."""
 
 from news_servers import NewsServer

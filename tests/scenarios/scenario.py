@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What all scenarios share: a private profile each, and looking at what a run left behind."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the scenarios of the settings share: pages, controls, and a profile in which every kind of
 value is there."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The preferences in the window: what each control stores, and how the sheet ends."""
 
 from settings import *

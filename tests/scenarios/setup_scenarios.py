@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Quick Setup: at the first start, by its command, and everything that can be answered."""
 
 from news_servers import NewsServer, article

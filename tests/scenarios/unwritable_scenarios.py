@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Volumes that are full or read-only: what is told, and what is there afterwards."""
 
 import errno

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The article view: what the viewer is given, toggles, headers, finding, saving."""
 
 from reading import *

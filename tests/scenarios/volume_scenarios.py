@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Small volumes of their own: downloads, imports and conversions that fill them, and cards to which
 the databases move. Needs the right to mount; skipped without it."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writing articles: both editors, what is checked, the draft, the queue, and life beside an editor."""
 
 import re

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The units of the scripted front, and its observer on the display model.
 #include <gtest/gtest.h>
 

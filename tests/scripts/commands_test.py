@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What ./run and ./test make of their arguments. Usage: commands_test.py REPOSITORY
 
 The scripts are copied into a folder in which everything they call only tells that it was called.

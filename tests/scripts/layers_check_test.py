@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The check of the layers, on a small tree in a folder of its own: clean it passes, and each thing that
 it is there to find is found, with the line and the rule."""
 import subprocess

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Every process-wide variable of the program takes part in ResetProgram.
 
 A variable is what a source of the program defines at the top level under a name gName. Its own source

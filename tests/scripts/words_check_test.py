@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The check of words and formats, and the hook that runs it, in a small repository of its own. Skipped
 without git, and in part without clang-format. What must not stand in a text is put together here from
 halves, for this is a text too."""

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/bulk_store.h"
 
 #include <gmock/gmock.h>

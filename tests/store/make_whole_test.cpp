@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What killed writers leave, made by hand: records are taken out of the files, which are then
 // closed without their mark being taken away.
 #include "store/make_whole.h"

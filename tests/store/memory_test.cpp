@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Constructors and serialisation while memory runs out: this program's allocations fail on demand.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Purging, and what the storage page asks of stores and cards.
 #include <gmock/gmock.h>
 

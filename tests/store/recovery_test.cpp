@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a recovery needs before it begins, and what it takes from a header that a killed writer
 // left.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The order in which a rewritten file takes the place of the old one, and the file until then.
 #include <sys/stat.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What every test of the store stands on: the in-memory device, preferences with three groups, and
 // open databases in a folder of their own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Memory that runs out on demand: link failing_new.cpp into a test and every operator new of its
 // program is counted here, per thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A mark for tests that land before their cure. The test runs, the failures of its assertions are
 // expected and told with the reason; that it passes is an error, so that the mark goes with the
 // cure.

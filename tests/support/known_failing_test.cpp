@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/known_failing.h"
 
 #include <gtest/gtest-spi.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What dialogs do with a text that is to be typed over.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Runs the tests of a file side by side: for tests that mostly wait for another program.
 
 All tests of the file run on threads of one process, so each needs folders, ports and displays of

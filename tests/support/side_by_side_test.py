@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """How a file of tests that run side by side ends, and what it says. Each test here writes one."""
 
 import os

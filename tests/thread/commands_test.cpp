@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread view's context menu and the commands of its menu.
 #include <gmock/gmock.h>
 

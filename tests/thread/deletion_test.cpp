@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deleting through the shown tree: what becomes of the replies, of the counts, of what is shown,
 // and which article is current afterwards.
 #include "thread/deletion.h"

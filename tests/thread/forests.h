@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Articles made up for tests and figures: small wild forests, and large ones as groups are.
 #pragma once
 

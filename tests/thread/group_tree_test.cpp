@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Groups of the store as trees: healing, damaged chains, stores that are closed or fail, aborts.
 #include <gmock/gmock.h>
 

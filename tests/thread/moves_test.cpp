@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Moving about in a tree, against the plain list of its nodes in the order in which it is drawn.
 #include "thread/moves.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Looking through the articles of the shown tree: the dialog, what is looked at, and in which
 // order.
 #include "thread/search.h"

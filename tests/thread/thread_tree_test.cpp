@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Nodes, their texts, the index of their Message-IDs, and taking them out.
 #include "thread/thread_tree.h"
 

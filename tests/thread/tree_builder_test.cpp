@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tree of a list of articles, without a store.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread tree as its rules say it, one article linked after the other into sorted lists: slow
 // and obvious, to compare the builder with. Also trees as text, and what holds in every tree.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A thread view with a group of nine articles in three threads, on the in-memory device with a real
 // store. The article view is a double that notes what it was asked for.
 #pragma once

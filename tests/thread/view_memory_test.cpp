@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Memory that runs out while the thread view is built and filled.
 #include <gmock/gmock.h>
 

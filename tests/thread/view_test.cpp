@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thread view: building and showing, labels, the caption, opening.
 #include "thread/view.h"
 #include "base/changes.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writes the articles of this folder: NAME.art as a server sends one, NAME.txt what is shown of it.
 
 The expected texts come from the texts that the articles were made of, never from the program. Encoders and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What the articles of the corpus say: a subject, a writer and three lines in each language."""
 
 TEXTS = {
