@@ -20,7 +20,9 @@ namespace {
 
 constexpr std::string_view kTime = "_TIME";
 constexpr std::string_view kActiveWindow = "_NET_ACTIVE_WINDOW";
+// Who asks: a program, whose wish a desktop that guards the focus may refuse, or the user.
 constexpr std::uint32_t kFromApplication = 1;
+constexpr std::uint32_t kFromUser = 2;
 
 std::optional<xcb_timestamp_t> TimeOf(std::string_view token) {
   const std::size_t place = token.rfind(kTime);
@@ -45,13 +47,14 @@ xcb_atom_t AtomOf(xcb_connection_t* connection, std::string_view name) {
   return reply->atom;
 }
 
-void AskWindowManager(xcb_connection_t* connection, WId window, xcb_timestamp_t time) {
+void AskWindowManager(xcb_connection_t* connection, WId window, std::uint32_t from,
+                      xcb_timestamp_t time) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = static_cast<xcb_window_t>(window);
   message.type = AtomOf(connection, kActiveWindow);
-  message.data.data32[0] = kFromApplication;
+  message.data.data32[0] = from;
   message.data.data32[1] = time;
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
   const std::uint32_t mask =
@@ -67,11 +70,20 @@ void ComeForward(QWidget& window, const std::string& token) {
   window.raise();
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
   const std::optional<xcb_timestamp_t> time = TimeOf(token);
-  if (x11 != nullptr && time) return AskWindowManager(x11->connection(), window.winId(), *time);
+  if (x11 != nullptr && time) {
+    return AskWindowManager(x11->connection(), window.winId(), kFromApplication, *time);
+  }
   // Where the toolkit looks for it, and takes it away.
   const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
   if (wayland && !token.empty()) qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(token));
   window.activateWindow();
+}
+
+void ComeForwardForUser(QWidget& window) {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  window.raise();
+  if (x11 == nullptr) return window.activateWindow();
+  AskWindowManager(x11->connection(), window.winId(), kFromUser, XCB_CURRENT_TIME);
 }
 
 }  // namespace quillet::qt

@@ -12,4 +12,8 @@ namespace quillet::qt {
 // guards the focus refuses. Empty: without one. Display thread.
 void ComeForward(QWidget& window, const std::string& token);
 
+// The same for what lies over a window that the user has just clicked into: the desktop need not be
+// told that the user wants it by a token.
+void ComeForwardForUser(QWidget& window);
+
 }  // namespace quillet::qt

@@ -20,7 +20,8 @@ QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
       pop_ups_(NewPopUpMenus(display_)),
       article_(NewArticlePanes(display_)),
       file_dialogs_(NewFileDialogs(display_)),
-      keys_(display_) {
+      keys_(display_),
+      blocked_focus_(display_) {
   display_.sizes = WindowSizes(sizes_file);
   // Windows come and go; the program decides when it ends.
   QApplication::setQuitOnLastWindowClosed(false);

@@ -13,6 +13,7 @@
 #include "port/common/thread_queues.h"
 #include "port/platform.h"
 #include "qt/article_services.h"
+#include "qt/blocked_focus.h"
 #include "qt/dialogs.h"
 #include "qt/display.h"
 #include "qt/file_dialogs.h"
@@ -83,6 +84,7 @@ class QtDevice {
   std::unique_ptr<port::ArticlePanes> article_;
   std::unique_ptr<QtFileDialogs> file_dialogs_;
   KeyFilter keys_;
+  BlockedFocus blocked_focus_;
   bool program_ended_ = false;  // display thread
   std::mutex mutex_;
   std::condition_variable program_left_;

@@ -4,6 +4,7 @@
 // a stream of them costs the program next to nothing.
 #include "qt/dialogs.h"
 
+#include <QApplication>
 #include <QDialog>
 #include <QMessageBox>
 #include <algorithm>
@@ -58,6 +59,14 @@ void HandBoxesOn(const QWidget& dialog, QWidget* owner) {
     box->setWindowFlags(flags);  // the modality has reset them
     if (visible) box->show();
   }
+}
+
+// The dialog of a long operation is gone with the focus that it had taken, and not every desktop
+// gives it to the window below. An editor that the user writes in meanwhile keeps it.
+bool HandsFocusBack(const MainWindow* main, const QWidget* dialog) {
+  if (main == nullptr || dialog == nullptr || main->Blocker() != dialog) return false;
+  const QWidget* active = QApplication::activeWindow();
+  return active == dialog || active == main;
 }
 
 }  // namespace
@@ -124,7 +133,9 @@ void QtDialogs::DestroyNow(port::WindowHandle dialog) {
   }
   watches_.Remove(dialog);
   if (widget != nullptr) HandBoxesOn(*widget, widget->parentWidget());
+  const bool to_main = HandsFocusBack(display_.main, widget);
   delete widget;
+  if (to_main) display_.main->activateWindow();
   display_.windows.erase(found);
   display_.queues.RemoveWindow(dialog);
   const auto pages = display_.sheet_pages.extract(dialog);

@@ -2,6 +2,7 @@
 // What the display services share.
 #pragma once
 
+#include <QApplication>
 #include <QPointer>
 #include <QWidget>
 #include <map>
@@ -37,6 +38,12 @@ struct Display {
       if (widget != nullptr && window == widget) return handle;
     }
     return 0;
+  }
+  // What lies over the main window and takes its input, or that of all windows; null when nothing
+  // does. Display thread.
+  QWidget* LyingOver() const {
+    if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    return main ? main->Blocker() : nullptr;
   }
 };
 

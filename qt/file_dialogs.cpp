@@ -10,12 +10,14 @@
 #include <QLayout>
 #include <QMessageBox>
 #include <QPointer>
+#include <QShowEvent>
 #include <QStandardPaths>
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <utility>
 
+#include "qt/fit_screen.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -92,11 +94,23 @@ QString ChosenPath(const QFileDialog& dialog) {
   return QDir::toNativeSeparators(QFileInfo(files.front()).absoluteFilePath());
 }
 
-// What was chosen must be there, and its path short enough. The toolkit's own check waits in an
-// event loop of its own.
-class OpenFileDialog final : public QFileDialog {
+// Over its owner.
+class FileDialog : public QFileDialog {
  public:
   using QFileDialog::QFileDialog;
+
+ protected:
+  void showEvent(QShowEvent* event) override {
+    QFileDialog::showEvent(event);
+    if (!event->spontaneous()) PlaceOver(*this, parentWidget());
+  }
+};
+
+// What was chosen must be there, and its path short enough. The toolkit's own check waits in an
+// event loop of its own.
+class OpenFileDialog final : public FileDialog {
+ public:
+  using FileDialog::FileDialog;
 
   void accept() override {
     const QString path = ChosenPath(*this);
@@ -132,7 +146,7 @@ void Prepare(QFileDialog& dialog, const QWidget* owner) {
 
 QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
                            const QString& folder) {
-  auto* dialog = new QFileDialog(owner, ToQt(traits.title), folder);
+  auto* dialog = new FileDialog(owner, ToQt(traits.title), folder);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
   dialog->setFileMode(QFileDialog::AnyFile);
   // The program creates the file new and says itself when there is one already.

@@ -12,11 +12,13 @@
 #include <QLayout>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QScroller>
 #include <QTextEdit>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -199,6 +201,43 @@ void FitControls(QDialog& dialog, QSize room) {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(area);
   dialog.resize(room.boundedTo(least + QSize(area->verticalScrollBar()->sizeHint().width(), 0)));
+}
+
+QRect OnScreens(const QRect& frame, std::span<const QRect> screens) {
+  if (screens.empty()) return frame;
+  const auto shared = [&](const QRect& screen) {
+    const QRect both = screen.intersected(frame);
+    return qint64{both.width()} * both.height();
+  };
+  const QRect screen = *std::ranges::max_element(screens, {}, shared);
+  QRect place(frame.topLeft(), frame.size().boundedTo(screen.size()));
+  place.moveLeft(std::clamp(place.left(), screen.left(), screen.right() + 1 - place.width()));
+  place.moveTop(std::clamp(place.top(), screen.top(), screen.bottom() + 1 - place.height()));
+  return place;
+}
+
+QRect OnScreens(const QRect& frame) {
+  std::vector<QRect> areas;
+  const QScreen* first = QGuiApplication::primaryScreen();
+  if (first != nullptr) areas.push_back(first->availableGeometry());
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    if (screen != first) areas.push_back(screen->availableGeometry());
+  }
+  return OnScreens(frame, areas);
+}
+
+// The frame comes from the desktop later; that of the window below is as wide.
+void PlaceOver(QWidget& dialog, const QWidget* window) {
+  if (dialog.isMaximized()) return;
+  if (window != nullptr) window = window->window();
+  const bool over = window != nullptr && window->isVisible() && !window->isMinimized();
+  const bool framed = !dialog.windowFlags().testFlag(Qt::FramelessWindowHint);
+  const QMargins frame = over && framed ? window->windowHandle()->frameMargins() : QMargins();
+  QRect place = QRect(QPoint(), dialog.size()).marginsAdded(frame);
+  place.moveCenter(over ? window->frameGeometry().center() : WorkAreaOf(&dialog).center());
+  const QPoint inside = OnScreens(place).topLeft() + QPoint(frame.left(), frame.top());
+  // The inside: only that is known to the toolkit before there is a frame.
+  dialog.setGeometry(QRect(inside, dialog.size()));
 }
 
 }  // namespace quillet::qt

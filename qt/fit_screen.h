@@ -4,8 +4,10 @@
 
 #include <QDialog>
 #include <QMessageBox>
+#include <QRect>
 #include <QSize>
 #include <QWidget>
+#include <span>
 
 namespace quillet::qt {
 
@@ -25,5 +27,17 @@ void FitWidth(QWidget& form, int width);
 // A dialog whose controls do not fit, squeezed as far as they can be, scrolls as a whole. When its
 // controls are set up.
 void FitControls(QDialog& dialog, QSize room);
+
+// The place of a window with its frame, moved and made smaller so that it lies whole on the one of
+// the screens that it shares most with; on the first where it shares nothing, as a place that was
+// stored for a screen that has gone. The screens' usable areas; as it is without any.
+QRect OnScreens(const QRect& frame, std::span<const QRect> screens);
+// On the screens that there are.
+QRect OnScreens(const QRect& frame);
+
+// A dialog that is about to appear: in the middle of the window that it belongs to, else of the
+// screen, and whole on it. A maximized one stays. Where the desktop
+// places windows by itself nothing comes of it.
+void PlaceOver(QWidget& dialog, const QWidget* window);
 
 }  // namespace quillet::qt

@@ -4,6 +4,7 @@
 #include "qt/forms.h"
 
 #include <QAbstractButton>
+#include <QAbstractScrollArea>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QKeyEvent>
@@ -52,6 +53,13 @@ class FormDialog final : public QDialog, public FormControls {
   void accept() override {}
 
  protected:
+  // A window of its own stands where the desktop puts it.
+  void showEvent(QShowEvent* event) override {
+    QDialog::showEvent(event);
+    const bool over = kind_ != DialogKind::kWindow && !property("coversOwner").toBool();
+    if (over && !event->spontaneous()) PlaceOver(*this, parentWidget());
+  }
+
   // In a window, where Enter is a line end, Ctrl+Enter is OK.
   void keyPressEvent(QKeyEvent* event) override {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
@@ -98,17 +106,19 @@ void KeepPlaces(const QWidget& form) {
   }
 }
 
-bool HasBoxes(const QWidget* widget) {
+// Boxes, and what scrolls: the style of the desktop may hardly show them, or that they have the
+// focus.
+bool IsShownFaintly(const QWidget* widget) {
   return qobject_cast<const QCheckBox*>(widget) != nullptr ||
          qobject_cast<const QRadioButton*>(widget) != nullptr ||
-         dynamic_cast<const FormList*>(widget) != nullptr;
+         qobject_cast<const QAbstractScrollArea*>(widget) != nullptr;
 }
 
 void MakeBoxesVisible(QWidget& form) {
   auto* style = new WindowStyle;
   style->setParent(&form);
   for (QWidget* widget : form.findChildren<QWidget*>()) {
-    if (HasBoxes(widget)) widget->setStyle(style);
+    if (IsShownFaintly(widget)) widget->setStyle(style);
   }
 }
 

@@ -7,6 +7,8 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QPointer>
+#include <QShowEvent>
+#include <QWindow>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -60,9 +62,29 @@ int IdOf(QMessageBox::StandardButton button) {
   return std::ranges::find(kButtons, button, &ButtonPair::button)->id;
 }
 
-QMessageBox* NewBox(QWidget* owner, std::u16string_view caption, std::u16string_view text,
-                    const port::BoxStyle& style) {
-  auto* box = new QMessageBox(owner);
+// Lies over its owner. A box without one lies over the main window all the same: the desktop is to
+// know that it belongs there, or it is found under the window.
+class Box final : public QMessageBox {
+ public:
+  Box(QWidget* owner, QWidget* main) : QMessageBox(owner), main_(main) {}
+
+ protected:
+  void showEvent(QShowEvent* event) override {
+    QMessageBox::showEvent(event);
+    if (event->spontaneous()) return;
+    if (parentWidget() == nullptr && main_ && main_->isVisible()) {
+      windowHandle()->setTransientParent(main_->windowHandle());
+    }
+    PlaceOver(*this, parentWidget() != nullptr ? parentWidget() : main_.data());
+  }
+
+ private:
+  const QPointer<QWidget> main_;
+};
+
+QMessageBox* NewBox(QWidget* owner, QWidget* main, std::u16string_view caption,
+                    std::u16string_view text, const port::BoxStyle& style) {
+  auto* box = new Box(owner, main);
   // Group names and server texts come in here: never as mark-up.
   box->setTextFormat(Qt::PlainText);
   box->setWindowTitle(ToQt(caption));
@@ -100,7 +122,7 @@ int Boxes::Show(port::WindowHandle owner, std::u16string_view caption, std::u16s
 
 void Boxes::Open(port::WindowHandle owner, std::u16string_view caption, std::u16string_view text,
                  const port::BoxStyle& style, const std::function<void(int answer)>& answered) {
-  QMessageBox* box = NewBox(display_.WidgetOf(owner), caption, text, style);
+  QMessageBox* box = NewBox(display_.WidgetOf(owner), display_.main, caption, text, style);
   FitText(*box, RoomForDialog(display_.main));
   std::erase_if(open_, [](const auto& other) { return other.isNull(); });
   open_.emplace_back(box);

@@ -245,6 +245,11 @@ void SheetDialog::setVisible(bool visible) {
   if (first) TellPage(port::MessageKind::kPageShown, stack_->currentIndex());
 }
 
+void SheetDialog::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  if (!event->spontaneous()) PlaceOver(*this, parentWidget());
+}
+
 void SheetDialog::closeEvent(QCloseEvent* event) {
   event->ignore();
   reject();

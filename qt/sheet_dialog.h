@@ -34,6 +34,7 @@ class SheetDialog final : public QDialog {
   void accept() override { TellCommand(true); }
 
  protected:
+  void showEvent(QShowEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 

@@ -62,10 +62,7 @@ class QtListView final : public port::ListView {
 
 port::WindowHandle FocusedWindow(const Display& display) {
   // A dialog takes the input of what it stands over, also before the desktop has activated it.
-  if (const QWidget* modal = QApplication::activeModalWidget()) return display.HandleOf(modal);
-  if (display.main && display.main->Blocker() != nullptr) {
-    return display.HandleOf(display.main->Blocker());
-  }
+  if (const QWidget* over = display.LyingOver()) return display.HandleOf(over);
   return display.HandleOf(QApplication::activeWindow());
 }
 
@@ -119,7 +116,12 @@ std::optional<port::WindowPlace> QtWindows::MainWindowPlace() {
 void QtWindows::Raise(const std::string& token) {
   display_.jobs.Post([this, token] {
     if (!display_.main) return;
-    ComeForward(*display_.main, token);
+    QWidget* over = display_.LyingOver();
+    if (over == nullptr) return ComeForward(*display_.main, token);
+    // Its dialog goes with a window that is minimized.
+    if (display_.main->isMinimized()) display_.main->showNormal();
+    display_.main->raise();
+    ComeForward(*over, token);
   });
 }
 
