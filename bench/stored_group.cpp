@@ -116,6 +116,9 @@ void StoreGroup(std::u16string_view group, const std::vector<testing::TestArticl
     AsciiArticle stored;
     stored.messageId = article->id;
     stored.headers = std::string(300, 'h');
+    if (!article->references.empty()) {
+      *stored.headers += "\r\nReferences:" + article->references + "\r\nLines: 20";
+    }
     stored.body = Body(static_cast<std::size_t>(article->number));
     stored.read = article->read ? 1 : 0;
     stored.parentId = article->parent;

@@ -11,8 +11,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "base/extensions.h"
 #include "base/prefs.h"
 #include "base/prefs_registry.h"
 #include "bench/measure.h"
@@ -33,12 +35,34 @@ using testing::TestArticle;
 using Articles = std::vector<TestArticle>;
 
 constexpr double kStoreTarget = 1.6;
+constexpr double kAncestorsTarget = 1.2;
 constexpr double kShapeTarget = 3;
 constexpr double kMemoryTarget = 400;
 constexpr std::u16string_view kGroup = u"bench.threads";
 
 double BytesAnArticle(const ThreadTree& tree) {
   return static_cast<double>(tree.MemoryUsed()) / tree.root().descendantCount;
+}
+
+// Every reply names all its forerunners, folded where a line would be longer than 78 characters.
+// What is stored for its parent is the last one of the first line.
+Articles WithReferences(Articles newest_first) {
+  constexpr std::size_t kLongestLine = 78;
+  constexpr std::size_t kMost = 900;  // bytes; the ones behind the first go then
+  std::unordered_map<std::string, std::string> fields;
+  for (auto article = newest_first.rbegin(); article != newest_first.rend(); ++article) {
+    if (article->parent.empty()) continue;
+    std::string& field = article->references;
+    field = fields[article->parent];
+    const std::size_t line = field.size() - std::min(field.rfind('\n') + 1, field.size());
+    const bool folds = !field.empty() && line + 1 + article->parent.size() > kLongestLine;
+    field += (folds ? "\r\n " : " ") + article->parent;
+    if (field.size() > kMost) field.erase(0, field.find(' ', 1));
+    fields[article->id] = field;
+    const std::string first = field.substr(0, field.find('\r'));
+    article->parent = first.substr(first.rfind(' ') + 1);
+  }
+  return newest_first;
 }
 
 // --- Through the store ---------------------------------------------------------------------------
@@ -51,22 +75,32 @@ void ReadAll(std::size_t count) {
   Require(read == count, "reading");
 }
 
-bool MeasureStore(const Articles& articles, unsigned rounds) {
-  gDatabaseFolder = u"\\Bench";
+void FillStore(std::u16string_view folder, const Articles& articles) {
+  gDatabaseFolder = folder;
   gPlatform->files.CreateFolder(gDatabaseFolder);
   gPrefs = std::make_unique<Prefs>();
   gPrefs->usethreading = 1;
   Require(LoadDatabaseLibrary() && OpenGDBMDatabases(), "opening");
   StoreGroup(kGroup, articles);
+}
+
+// Milliseconds; `bytes` beyond the texts an article.
+double BuildOnce(std::size_t count, double& bytes) {
+  BuiltTree built;
+  const double time = ProcessorMilliseconds([&] { built = BuildNodeTree(kGroup); });
+  Require(built.complete && built.tree->root().descendantCount == count, "building");
+  bytes = BytesAnArticle(*built.tree);
+  return time;
+}
+
+bool MeasureStore(const Articles& articles, unsigned rounds) {
+  FillStore(u"\\Bench", articles);
   std::vector<double> bare;
   std::vector<double> build;
   double bytes = 0;
   for (unsigned i = 0; i <= rounds; ++i) {  // the first one warms up
     bare.push_back(ProcessorMilliseconds([&] { ReadAll(articles.size()); }));
-    BuiltTree built;
-    build.push_back(ProcessorMilliseconds([&] { built = BuildNodeTree(kGroup); }));
-    Require(built.complete && built.tree->root().descendantCount == articles.size(), "building");
-    bytes = BytesAnArticle(*built.tree);
+    build.push_back(BuildOnce(articles.size(), bytes));
   }
   CloseDatabases();
   bare.erase(bare.begin());
@@ -77,6 +111,25 @@ bool MeasureStore(const Articles& articles, unsigned rounds) {
   std::printf("memory beyond the texts: %.0f bytes an article (target under %.0f)\n", bytes,
               kMemoryTarget);
   return ratio <= kStoreTarget && bytes < kMemoryTarget;
+}
+
+// By whole References against stored parents.
+bool MeasureAncestors(port::FakeRegistry& registry, const Articles& articles, unsigned rounds) {
+  FillStore(u"\\Bench of ancestors", articles);
+  std::vector<double> without;
+  std::vector<double> with;
+  double bytes = 0;
+  for (unsigned i = 0; i <= rounds; ++i) {
+    registry.PutDword(kExtensionsPath, u"ancestors", 0);
+    without.push_back(BuildOnce(articles.size(), bytes));
+    registry.PutDword(kExtensionsPath, u"ancestors", 1);
+    with.push_back(BuildOnce(articles.size(), bytes));
+  }
+  CloseDatabases();
+  const double ratio = Fastest(with) / Fastest(without);
+  std::printf("by whole References %.0f ms, by stored parents %.0f ms: ratio %.2f (target %.1f)\n",
+              Fastest(with), Fastest(without), ratio, kAncestorsTarget);
+  return ratio <= kAncestorsTarget && bytes < kMemoryTarget;
 }
 
 // --- Shapes --------------------------------------------------------------------------------------
@@ -136,6 +189,13 @@ std::vector<Shape> Shapes(const Articles& ordinary) {
                       article.source = FormatNarrow("server%lu.example", i * 7919 % 1000);
                     })});
   shapes.push_back(
+      {"forerunners missing, six each", Separate(count, [](auto& article, std::size_t i) {
+         article.parent = FormatNarrow("<gone%lu@x.example>", i);
+         for (std::size_t n = 0; n < 6; ++n) {
+           article.references += FormatNarrow(" <%lu.gone%lu@x.example>", n, i);
+         }
+       })});
+  shapes.push_back(
       {"Message-IDs alike for 60 bytes", Separate(count, [](auto& article, std::size_t i) {
          const std::string head = "<" + std::string(60, 'a');
          article.id = head + FormatNarrow("%lu@x>", i);
@@ -175,11 +235,12 @@ bool MeasureShapes(const Articles& ordinary, unsigned rounds) {
   return good;
 }
 
-int Run(unsigned count, unsigned rounds) {
+int Run(port::FakeRegistry& registry, unsigned count, unsigned rounds) {
   const Articles ordinary = testing::Group(1).Make(count);
   const bool shapes_good = MeasureShapes(ordinary, rounds);
   const bool store_good = MeasureStore(ordinary, rounds);
-  return shapes_good && store_good ? 0 : 1;
+  const bool ancestors_good = MeasureAncestors(registry, WithReferences(ordinary), rounds);
+  return shapes_good && store_good && ancestors_good ? 0 : 1;
 }
 
 }  // namespace
@@ -187,6 +248,6 @@ int Run(unsigned count, unsigned rounds) {
 
 int main(int argc, char** argv) {
   quillet::port::FakePlatform fake;
-  return quillet::Run(quillet::Argument(argc, argv, 1, 100000),
+  return quillet::Run(fake.registry, quillet::Argument(argc, argv, 1, 100000),
                       quillet::Argument(argc, argv, 2, 7));
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "mime/references.h"
 
-#include <algorithm>
 #include <cstddef>
 
 #include "util/text.h"
@@ -10,8 +9,6 @@ namespace quillet {
 namespace {
 
 constexpr std::string_view kName = "References:";
-constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::string_view kWordEnds = " \t\r\n>";
 
 bool GoesOn(std::string_view lines, std::size_t at) {
   return at < lines.size() && (lines[at] == ' ' || lines[at] == '\t');
@@ -28,6 +25,24 @@ bool IsReferences(std::string_view lines, std::size_t at) {
   return ToLowerAscii(lines[at]) == 'r' && StartsWithNoCase(lines.substr(at), kName);
 }
 
+bool IsBlankHere(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// Where the last id of a text begins that does not end in a blank. Plain loops: they are short, and
+// there are many.
+std::size_t BeginOfId(std::string_view text) {
+  if (text.empty()) return 0;
+  std::size_t begin = text.size() - 1;
+  if (text[begin] == '>') {
+    std::size_t bracket = begin;
+    while (bracket > 0 && text[bracket - 1] != '<' && text[bracket - 1] != '>') --bracket;
+    if (bracket > 0 && text[bracket - 1] == '<') return bracket - 1;
+  }
+  while (begin > 0 && !IsBlankHere(text[begin - 1]) && text[begin - 1] != '>') --begin;
+  return begin;
+}
+
 }  // namespace
 
 std::string_view ReferencesField(std::string_view kept_headers) {
@@ -42,16 +57,10 @@ std::string_view ReferencesField(std::string_view kept_headers) {
 }
 
 std::string_view ReferencedIds::Next() {
-  rest_ = rest_.substr(0, rest_.find_last_not_of(kBlanks) + 1);
-  if (rest_.empty()) return {};
-  const std::string_view before = rest_.substr(0, rest_.size() - 1);
-  std::size_t begin = std::string_view::npos;
-  if (rest_.back() == '>') {
-    begin = before.find_last_of("<>");
-    if (begin != std::string_view::npos && before[begin] == '>') begin = std::string_view::npos;
-  }
-  if (begin == std::string_view::npos) begin = before.find_last_of(kWordEnds) + 1;
-  const std::string_view id = rest_.substr(begin);
+  std::size_t end = rest_.size();
+  while (end > 0 && IsBlankHere(rest_[end - 1])) --end;
+  const std::size_t begin = BeginOfId(rest_.substr(0, end));
+  const std::string_view id = rest_.substr(begin, end - begin);
   rest_ = rest_.substr(0, begin);
   return id;
 }
