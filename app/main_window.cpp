@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "app/about.h"
 #include "app/open_prefs.h"
 #include "app/place.h"
 #include "app/quick_setup.h"
@@ -24,7 +25,6 @@
 #include "base/guarded.h"
 #include "base/long_operation.h"
 #include "base/messages.h"
-#include "base/modal_dialog.h"
 #include "base/prefs.h"
 #include "base/reset.h"
 #include "base/subscriptions.h"
@@ -50,17 +50,11 @@
 #include "store/deletion.h"
 #include "thread/commands.h"
 #include "thread/view.h"
-#include "util/format.h"
-#include "util/version.h"
 
 namespace quillet {
 namespace {
 
 constexpr int kMenuBarHeight = 26;
-
-std::u16string ProgramName() {
-  return FormatWide(u"Quillet CE %s", kVersionText);
-}
 
 // The key of an accelerator, until it is released: that release is no key of the article view.
 std::uint32_t gAcceleratorKey = 0;
@@ -163,14 +157,6 @@ void ConnectByUser() {
 void PreferencesCommand() {
   OpenPreferences(PreferencesPage::kLastShown);
 }
-void AboutCommand() {
-  RunModalDialog(
-      kDialogAbout,
-      [](port::WindowHandle dialog) {
-        gPlatform->dialogs.Write(dialog, kControlAboutProgram, port::Text{ProgramName()});
-      },
-      EndOnOkOrCancel);
-}
 
 struct CommonCommand {
   std::uint32_t id;
@@ -223,7 +209,7 @@ void ForwardCommand() {
 // writes articles, since the views stand below the editors; and the next unread article, which may
 // be in another group.
 constexpr auto kCommonCommands = std::to_array<CommonCommand>({
-    {kCommandAbout, AboutCommand},
+    {kCommandAbout, ShowAbout},
     {kCommandUserGuide, OpenUserGuide},
     {kCommandClose, CloseCommand},
     {kCommandConnect, ConnectByUser},

@@ -3,11 +3,19 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillet::port {
 
 using LibraryHandle = void*;
+
+// A library and its version, as they are shown to the user.
+struct LoadedLibrary {
+  std::u16string name;
+  std::u16string version;
+};
 
 class Libraries {
  public:
@@ -20,6 +28,10 @@ class Libraries {
   // ("gdbm_errno": int* (*)()).
   virtual void* Resolve(LibraryHandle library, const char* name) = 0;
   virtual void Unload(LibraryHandle library) = 0;
+
+  // Those on which the process stands whatever is bound by name, as the system has loaded them; one
+  // that tells no version is left out. Any thread.
+  virtual std::vector<LoadedLibrary> LoadedLibraries() = 0;
 };
 
 }  // namespace quillet::port

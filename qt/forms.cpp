@@ -16,6 +16,7 @@
 #include <QStylePainter>
 #include <algorithm>
 
+#include "qt/article_edit.h"
 #include "qt/fit_screen.h"
 #include "qt/form_list.h"
 #include "qt/form_table.h"
@@ -219,6 +220,8 @@ QDialog* NewFormDialog(std::uint32_t form, QWidget* owner, DialogKind kind, cons
   LimitToScreen(*dialog, kind);
   if (kind != DialogKind::kWindow) {
     MakeRoomForTexts(*dialog);
+    const QSize first = FirstSizeOf(*dialog, RoomForDialog(owner));
+    if (first.isValid()) dialog->resize(first);
     FitControls(*dialog, RoomForDialog(owner));
   }
   return dialog;

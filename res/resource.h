@@ -37,6 +37,7 @@ constexpr std::uint32_t kControlProgressFigures = 1230;
 // About box.
 constexpr std::uint32_t kDialogAbout = 121;
 constexpr std::uint32_t kControlAboutProgram = 1021;  // its name and version
+constexpr std::uint32_t kControlAboutText = 1235;
 
 // "Subscribe to newsgroup".
 constexpr std::uint32_t kDialogNewGroup = 122;

@@ -14,6 +14,10 @@ class FakeLibraries final : public Libraries {
   LibraryHandle Load(std::u16string_view name) override;
   void* Resolve(LibraryHandle library, const char* name) override;
   void Unload(LibraryHandle library) override;
+  std::vector<LoadedLibrary> LoadedLibraries() override { return loaded_libraries; }
+
+  // What the process is said to stand on.
+  std::vector<LoadedLibrary> loaded_libraries = {{u"Qt", u"6.4.2"}, {u"SQLite", u"3.40.1"}};
 
   // From now on the libraries lack that export, or there is no library of that name.
   void hide(std::string name) { hidden_.insert(std::move(name)); }

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -33,6 +34,60 @@ constexpr auto kAccessors = std::to_array<ExportName>({
     {"gdbm_errno", "gdbm_errno_location"},
 });
 
+// How a library tells its version.
+enum class Tells {
+  kText,     // by a function without arguments
+  kOpenSsl,  // by one that is asked for a kind of text
+  kNumbers,  // by three numbers, of which the other two have names of their own
+};
+
+struct VersionName {
+  std::u16string_view library;
+  Tells tells;
+  std::array<const char*, 3> exports;
+};
+
+constexpr auto kVersions = std::to_array<VersionName>({
+    {u"Qt", Tells::kText, {"qVersion"}},
+    {u"SQLite", Tells::kText, {"sqlite3_libversion"}},
+    {u"OpenSSL", Tells::kOpenSsl, {"OpenSSL_version"}},
+    {u"GMime",
+     Tells::kNumbers,
+     {"gmime_major_version", "gmime_minor_version", "gmime_micro_version"}},
+    {u"GLib", Tells::kNumbers, {"glib_major_version", "glib_minor_version", "glib_micro_version"}},
+});
+
+// Wherever in the process; null when no library has it.
+void* Exported(const char* name) {
+  return dlsym(RTLD_DEFAULT, name);
+}
+
+// "OpenSSL 3.0.17 1 Jul 2025" is 3.0.17.
+std::string NumberIn(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_of("0123456789"), text.size()));
+  return std::string(text.substr(0, text.find(' ')));
+}
+
+std::string NumbersOf(const std::array<const char*, 3>& exports) {
+  std::string version;
+  for (const char* name : exports) {
+    const auto* number = static_cast<const unsigned int*>(Exported(name));
+    if (number == nullptr) return "";
+    version += (version.empty() ? "" : ".") + std::to_string(*number);
+  }
+  return version;
+}
+
+// Empty when it is not there.
+std::string VersionOf(const VersionName& name) {
+  if (name.tells == Tells::kNumbers) return NumbersOf(name.exports);
+  void* const found = Exported(name.exports[0]);
+  if (found == nullptr) return "";
+  if (name.tells == Tells::kText) return reinterpret_cast<const char* (*)()>(found)();
+  constexpr int kWholeText = 0;
+  return NumberIn(reinterpret_cast<const char* (*)(int)>(found)(kWholeText));
+}
+
 LibraryHandle Open(const char* name) {
   return dlopen(name, RTLD_NOW | RTLD_LOCAL);
 }
@@ -56,6 +111,15 @@ void* LinuxLibraries::Resolve(LibraryHandle library, const char* name) {
     if (accessor.device == name) return dlsym(library, accessor.native);
   }
   return dlsym(library, name);
+}
+
+std::vector<LoadedLibrary> LinuxLibraries::LoadedLibraries() {
+  std::vector<LoadedLibrary> libraries;
+  for (const VersionName& name : kVersions) {
+    const std::string version = VersionOf(name);
+    if (!version.empty()) libraries.push_back({std::u16string(name.library), Widen(version)});
+  }
+  return libraries;
 }
 
 void LinuxLibraries::Unload(LibraryHandle library) {

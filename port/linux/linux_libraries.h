@@ -12,6 +12,7 @@ class LinuxLibraries final : public Libraries {
   LibraryHandle Load(std::u16string_view name) override;
   void* Resolve(LibraryHandle library, const char* name) override;
   void Unload(LibraryHandle library) override;
+  std::vector<LoadedLibrary> LoadedLibraries() override;
 };
 
 }  // namespace quillet::port

@@ -305,9 +305,36 @@ TEST_F(Program, AboutBoxClosesWithItsOk) {
   ASSERT_NE(dialog, 0U);
   EXPECT_EQ(fake_.display.FindDialog(dialog)->caption, u"About Quillet CE");
   EXPECT_EQ(fake_.display.Control(dialog, kControlAboutProgram)->text, u"Quillet CE 1.14r3");
+  // The libraries that are bound by name have versions of their own.
+  const std::u16string text = fake_.display.Control(dialog, kControlAboutText)->text;
+  EXPECT_TRUE(text.starts_with(
+      u"Version 1.14r3\r\n\r\n"
+      u"Licence: GPL-3.0-or-later. This is free software: you may use it, change it and pass it on "
+      u"under the terms of the GNU General Public License, version 3 or later. There is no "
+      u"warranty.\r\n\r\n"
+      u"Help: F1 opens the user guide, as \"man quillet\" does in a terminal.\r\n\r\n"
+      u"Libraries in use:\r\ngdbm 1."))
+      << ToUtf8(text);
+  EXPECT_NE(text.find(u"\r\nbzip2 1.0."), std::u16string::npos);
+  EXPECT_TRUE(text.ends_with(u"\r\nQt 6.4.2\r\nSQLite 3.40.1\r\n"));
   EXPECT_TRUE(fake_.display.Press(dialog, kControlOk));
   WaitIdle();
   EXPECT_TRUE(fake_.display.dialogs().empty());
+  End();
+}
+
+TEST_F(Program, AboutBoxTellsWhichLibraryIsMissing) {
+  fake_.libraries.hide_library(u"bzip2ce.dll");
+  fake_.libraries.loaded_libraries.clear();
+  fake_.display.Expect(u"Unable to load BZIP2 library. Compression will not be available.",
+                       port::kIdOk);
+  StartAndWait();
+  fake_.display.SendCommand(kCommandAbout);
+  const port::WindowHandle dialog = fake_.display.WaitForDialog(kDialogAbout);
+  EXPECT_TRUE(fake_.display.Control(dialog, kControlAboutText)
+                  ->text.ends_with(u"\r\nbzip2 is not loaded\r\n"));
+  EXPECT_TRUE(fake_.display.Press(dialog, kControlOk));
+  WaitIdle();
   End();
 }
 

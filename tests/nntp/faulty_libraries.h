@@ -50,6 +50,7 @@ class FaultyLibraries final : public port::Libraries {
     return found;
   }
   void Unload(port::LibraryHandle library) override { real_.Unload(library); }
+  std::vector<port::LoadedLibrary> LoadedLibraries() override { return real_.LoadedLibraries(); }
 
  private:
   static int Store(GDBM_FILE file, datum key, datum value, int flag) {

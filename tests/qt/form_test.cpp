@@ -140,7 +140,7 @@ TEST_F(FormTest, TabGoesThroughTheControlsInTheirOrder) {
 }
 
 TEST_F(FormTest, FormsFitASmallScreen) {
-  for (const std::uint32_t form : {123u, 125u}) {
+  for (const std::uint32_t form : {121u, 123u, 125u, 126u}) {
     const WindowHandle dialog = Shown(form);
     OnDisplay([&] {
       QDialog& widget = WidgetOf(dialog);
