@@ -6,11 +6,11 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QScrollBar>
-#include <QToolButton>
 #include <QVBoxLayout>
 #include <utility>
 
 #include "qt/icons.h"
+#include "qt/key_button.h"
 #include "qt/text.h"
 #include "qt/wrapped_text.h"
 
@@ -21,9 +21,9 @@ constexpr int kLeastButtonWidth = 16;
 constexpr int kButtonWidth = 44;  // wide enough for a finger
 constexpr int kIconSize = 16;
 
-class ToolbarButton final : public QToolButton {
+class ToolbarButton final : public KeyButton {
  public:
-  explicit ToolbarButton(QWidget* parent) : QToolButton(parent) {}
+  using KeyButton::KeyButton;
   QSize sizeHint() const override { return {kButtonWidth, kIconSize}; }
   QSize minimumSizeHint() const override { return {kLeastButtonWidth, kIconSize}; }
 };
@@ -43,7 +43,6 @@ QWidget* NewButton(const port::ToolbarButton& entry,
   button->setIconSize({kIconSize, kIconSize});
   button->setToolTip(ToQt(entry.tooltip));
   button->setAccessibleName(ToQt(entry.tooltip));
-  button->setFocusPolicy(Qt::TabFocus);
   button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Ignored);
   button->setMaximumWidth(kButtonWidth);
   button->setProperty("commandId", entry.command);
@@ -85,6 +84,7 @@ void ArticlePane::CreatePanes(std::u16string_view header_font_face, int header_f
       this);
   viewer_ =
       new Viewer([this](const QString& target) { post_(port::MessageKind::kLink, target); }, this);
+  viewer_->setStyle(style());  // a style is not taken over by the children
   layout()->addWidget(header_);
   notice_ = NewNotice(this);
   layout()->addWidget(viewer_);

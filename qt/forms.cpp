@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QStyleOptionFrame>
 #include <QStylePainter>
@@ -107,11 +108,12 @@ void KeepPlaces(const QWidget& form) {
   }
 }
 
-// Boxes, and what scrolls: the style of the desktop may hardly show them, or that they have the
-// focus.
+// Boxes, buttons, and what scrolls: the style of the desktop may hardly show them, or that they
+// have the focus.
 bool IsShownFaintly(const QWidget* widget) {
   return qobject_cast<const QCheckBox*>(widget) != nullptr ||
          qobject_cast<const QRadioButton*>(widget) != nullptr ||
+         qobject_cast<const QPushButton*>(widget) != nullptr ||
          qobject_cast<const QAbstractScrollArea*>(widget) != nullptr;
 }
 

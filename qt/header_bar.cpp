@@ -8,10 +8,10 @@
 #include <QFontInfo>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QStyleOptionFocusRect>
 #include <algorithm>
 #include <cmath>
 
+#include "qt/focus_mark.h"
 #include "qt/fonts.h"
 #include "qt/one_line.h"
 #include "qt/text.h"
@@ -128,11 +128,7 @@ void HeaderBar::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(LeftRect(i), flags | Qt::AlignLeft, ShownLeft(i));
   }
   if (!hasFocus()) return;
-  QStyleOptionFocusRect focus;
-  focus.initFrom(this);
-  focus.rect = rect().adjusted(1, 1, -1, -2);
-  focus.backgroundColor = kBackground;
-  style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+  DrawFocusMark(painter, rect().adjusted(1, 1, -1, -2), FocusColour(palette(), kBackground));
 }
 
 void HeaderBar::keyPressEvent(QKeyEvent* event) {

@@ -10,6 +10,7 @@
 #include <QStyleOptionTab>
 #include <QStylePainter>
 
+#include "qt/focus_mark.h"
 #include "qt/icons.h"
 #include "res/resource.h"
 
@@ -77,10 +78,8 @@ void ImageTabBar::PaintTab(QStylePainter& painter, int tab) {
   place.moveCenter(tabRect(tab).center());
   painter.drawPixmap(place, image);
   if (hasFocus() && tab == currentIndex()) {
-    QStyleOptionFocusRect focus;
-    focus.initFrom(this);
-    focus.rect = tabRect(tab).adjusted(3, 3, -3, -3);
-    painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+    const QColor colour = FocusColour(palette(), palette().color(QPalette::Window));
+    DrawFocusMark(painter, tabRect(tab).adjusted(3, 3, -3, -3), colour);
   }
 }
 

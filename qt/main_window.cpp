@@ -219,6 +219,7 @@ ArticlePane* MainWindow::NewArticlePane() {
   article_ = new ArticlePane([this](port::MessageKind kind, const QString& text) {
     post_({handle_, kind, 0, 0, FromQt(text)});
   });
+  article_->setStyle(style());
   return article_;
 }
 

@@ -19,6 +19,7 @@
 #include "qt/fit_screen.h"
 #include "qt/forms.h"
 #include "qt/text.h"
+#include "qt/window_style.h"
 
 namespace quillet::qt {
 namespace {
@@ -98,7 +99,10 @@ QMessageBox* NewBox(QWidget* owner, QWidget* main, std::u16string_view caption,
   box->setWindowModality(ModalityOver(owner));
   // After the modality, which resets the flags.
   if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
+  auto* look = new WindowStyle;
+  look->setParent(box);
   for (QAbstractButton* button : box->buttons()) {
+    button->setStyle(look);
     button->setAccessibleName(button->text().remove(QLatin1Char('&')));
   }
   return box;

@@ -83,6 +83,9 @@ void SetNarrow(QLayout& layout) {
 QPushButton* NewButton(const QString& text) {
   auto* button = new QPushButton(text);
   button->setAccessibleName(text);
+  auto* style = new WindowStyle;
+  style->setParent(button);
+  button->setStyle(style);
   return button;
 }
 

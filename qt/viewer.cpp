@@ -39,11 +39,14 @@ constexpr int kTabCharacters = 8;
 constexpr int kFreezeMs = 150;
 constexpr int kHighlightPlace = 3;  // a third of the page above the first highlighted place
 
+const QColor kLinkColour(0x00, 0x00, 0xC8);
+
 // White with black text in every palette: the colours of quotes and highlights are made for paper.
 QPalette Paper() {
   QPalette palette;
   palette.setColor(QPalette::Base, Qt::white);
   palette.setColor(QPalette::Text, Qt::black);
+  palette.setColor(QPalette::WindowText, Qt::white);
   return palette;
 }
 
@@ -55,6 +58,12 @@ std::optional<int> FirstHighlight(const QTextDocument& document) {
     }
   }
   return std::nullopt;
+}
+
+bool AsksForMenu(const QKeyEvent& event) {
+  if (event.isAutoRepeat()) return false;
+  return (event.key() == Qt::Key_Menu && event.modifiers() == Qt::NoModifier) ||
+         (event.key() == Qt::Key_F10 && event.modifiers() == Qt::ShiftModifier);
 }
 
 bool IsFinger(const QMouseEvent& event) {
@@ -70,10 +79,11 @@ Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* pa
   setOpenLinks(false);
   setOpenExternalLinks(false);
   setUndoRedoEnabled(false);
-  setFrameShape(QFrame::NoFrame);
+  // Its line is the page's but while the keyboard is here.
+  setFrameStyle(QFrame::Box | QFrame::Plain);
   setPalette(Paper());
   // Links too: the toolkit takes their colour from the palette of the application otherwise.
-  document()->setDefaultStyleSheet(QStringLiteral("a { color: #0000C8 }"));
+  document()->setDefaultStyleSheet(QStringLiteral("a { color: %1 }").arg(kLinkColour.name()));
   ApplyFont();
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
   thaw_.setSingleShot(true);
@@ -82,8 +92,7 @@ Viewer::Viewer(std::function<void(const QString& target)> activated, QWidget* pa
   hold_.setInterval(QGuiApplication::styleHints()->mousePressAndHoldInterval());
   connect(&hold_, &QTimer::timeout, this,
           [this] { ShowMenu(touched_, viewport()->mapToGlobal(touched_)); });
-  connect(this, &QTextBrowser::anchorClicked, this,
-          [this] { ActivateLink(released_on_.isEmpty() ? LinkAtCursor() : released_on_); });
+  connect(this, &QTextBrowser::anchorClicked, this, [this] { ActivateLink(released_on_); });
 }
 
 void Viewer::ApplyFont() {
@@ -123,6 +132,8 @@ void Viewer::Clear() {
   thaw_.start(kFreezeMs);
   source_.clear();
   plain_text_ = false;
+  FocusLink(std::nullopt);
+  links_.clear();
   clear();
 }
 
@@ -138,6 +149,7 @@ void Viewer::End() {
   } else {
     setHtml(PageOf(source_));
   }
+  links_ = LinksOf(*document());
   ForgetPages();
   verticalScrollBar()->setValue(0);
   if (!plain_text_) ShowFirstHighlight();
@@ -216,12 +228,97 @@ QMimeData* Viewer::createMimeDataFromSelection() const {
   return copied;
 }
 
-QString Viewer::LinkAtCursor() const {
-  if (!textCursor().hasSelection()) return {};
-  QTextCursor first = textCursor();
-  first.setPosition(first.selectionStart() + 1);
-  return first.charFormat().anchorHref();
+// --- links by keys -------------------------------------------------------------------------------
+
+const PageLink* Viewer::FocusedLink() const {
+  return focused_link_ ? &links_[*focused_link_] : nullptr;
 }
+
+QRect Viewer::RectOf(const PageLink& link) const {
+  QTextCursor place(document());
+  place.setPosition(link.first);
+  const QRect first = cursorRect(place);
+  place.setPosition(link.end);
+  return first.united(cursorRect(place));
+}
+
+// Where the reader is, not where the page begins: whoever has scrolled down comes to the links that
+// he sees.
+std::optional<std::size_t> Viewer::NextLink(bool next) const {
+  if (links_.empty()) return std::nullopt;
+  if (focused_link_) {
+    if (next ? *focused_link_ + 1 >= links_.size() : *focused_link_ == 0) return std::nullopt;
+    return next ? *focused_link_ + 1 : *focused_link_ - 1;
+  }
+  const int bottom = viewport()->height();
+  const auto link = std::ranges::partition_point(links_, [&](const PageLink& each) {
+    return next ? RectOf(each).bottom() < 0 : RectOf(each).top() < bottom;
+  });
+  const auto place = static_cast<std::size_t>(link - links_.begin());
+  if (next) return link == links_.end() ? std::nullopt : std::optional(place);
+  return place == 0 ? std::nullopt : std::optional(place - 1);
+}
+
+bool Viewer::focusNextPrevChild(bool next) {
+  const std::optional<std::size_t> link = NextLink(next);
+  FocusLink(link);
+  // The toolkit's own browser would begin at the first link again.
+  return link ? true : QTextEdit::focusNextPrevChild(next);
+}
+
+// The text cursor goes along: screen readers say the line that it is in.
+void Viewer::FocusLink(std::optional<std::size_t> link) {
+  focused_link_ = link;
+  if (link) {
+    const int scrolled = verticalScrollBar()->value();
+    QTextCursor cursor(document());
+    cursor.setPosition(links_[*link].first);
+    setTextCursor(cursor);
+    verticalScrollBar()->setValue(scrolled);
+    ScrollToLink();
+  }
+  MarkLink();
+}
+
+void Viewer::ScrollToLink() {
+  const QRect place = RectOf(links_[*focused_link_]);
+  const int line = fontMetrics().height();
+  QScrollBar& bar = *verticalScrollBar();
+  // Its beginning above all, with the line around it.
+  if (place.bottom() + line > viewport()->height()) {
+    bar.setValue(bar.value() + std::min(place.bottom() + line - viewport()->height(), place.top()));
+  }
+  const int top = RectOf(links_[*focused_link_]).top();
+  if (top < line) bar.setValue(bar.value() + top - line);
+}
+
+// Light on dark, as no article is written; while the viewer has the focus.
+void Viewer::MarkLink() {
+  if (!focused_link_ || !hasFocus()) return setExtraSelections({});
+  ExtraSelection mark;
+  mark.cursor = QTextCursor(document());
+  mark.cursor.setPosition(links_[*focused_link_].first);
+  mark.cursor.setPosition(links_[*focused_link_].end, QTextCursor::KeepAnchor);
+  mark.format.setBackground(kLinkColour);
+  mark.format.setForeground(Qt::white);
+  setExtraSelections({mark});
+}
+
+// By Tab the reader comes to the text first; from another window back to the link.
+void Viewer::focusInEvent(QFocusEvent* event) {
+  QTextBrowser::focusInEvent(event);
+  const bool by_tab =
+      event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+  if (by_tab) focused_link_.reset();
+  MarkLink();
+}
+
+void Viewer::focusOutEvent(QFocusEvent* event) {
+  QTextBrowser::focusOutEvent(event);
+  MarkLink();
+}
+
+// --- keys, mouse and fingers ---------------------------------------------------------------------
 
 void Viewer::ActivateLink(const QString& target) {
   if (!target.isEmpty()) activated_(target);
@@ -233,8 +330,10 @@ void Viewer::keyPressEvent(QKeyEvent* event) {
   if (event->matches(QKeySequence::SelectAll)) return selectAll();
   const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
   if (enter && event->modifiers() == Qt::NoModifier && !event->isAutoRepeat()) {
-    return ActivateLink(LinkAtCursor());
+    if (const PageLink* link = FocusedLink()) ActivateLink(link->target);
+    return;
   }
+  if (AsksForMenu(*event)) return ShowMenuByKey();
   event->ignore();
 }
 
@@ -258,6 +357,8 @@ void Viewer::mouseReleaseEvent(QMouseEvent* event) {
   }
   // The signal for a link says it as an address, which may be spelled otherwise.
   released_on_ = anchorAt(place);
+  focused_link_.reset();
+  MarkLink();
   QTextBrowser::mouseReleaseEvent(event);
   released_on_.clear();
 }
@@ -276,7 +377,7 @@ void Viewer::Tapped(QPoint place) {
 std::unique_ptr<QMenu> Viewer::NewMenu(std::optional<QPoint> place) {
   auto menu = std::make_unique<QMenu>(this);
   menu->setAccessibleName(QStringLiteral("Article text"));
-  const QString link = place ? anchorAt(*place) : LinkAtCursor();
+  const QString link = place ? anchorAt(*place) : FocusedLink() ? FocusedLink()->target : QString();
   menu->addAction(QStringLiteral("&Copy"), this, &Viewer::CopySelectionOrAll);
   menu->addAction(QStringLiteral("Select &all"), this, &QTextEdit::selectAll);
   QAction* copy_link = menu->addAction(QStringLiteral("Copy &link"), this,
@@ -294,12 +395,21 @@ void Viewer::ShowMenu(std::optional<QPoint> place, QPoint screen_place) {
   QMenu* menu = NewMenu(place).release();
   menu->setAttribute(Qt::WA_DeleteOnClose);
   menu->popup(screen_place);
+  if (!place) menu->setActiveAction(menu->actions().front());
+}
+
+// Below the link that has the focus, else where the text begins.
+void Viewer::ShowMenuByKey() {
+  const PageLink* link = FocusedLink();
+  const QPoint place = link != nullptr ? RectOf(*link).bottomLeft() : QPoint(0, 0);
+  ShowMenu(std::nullopt, viewport()->mapToGlobal(place));
 }
 
 void Viewer::contextMenuEvent(QContextMenuEvent* event) {
-  const bool by_key = event->reason() == QContextMenuEvent::Keyboard;
-  ShowMenu(by_key ? std::nullopt : std::optional(event->pos()), event->globalPos());
   event->accept();
+  // Only some window systems send it, and all send the key as well.
+  if (event->reason() == QContextMenuEvent::Keyboard) return;
+  ShowMenu(event->pos(), event->globalPos());
 }
 
 }  // namespace quillet::qt

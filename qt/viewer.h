@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "port/article_panes.h"
+#include "qt/viewer_links.h"
 
 class QMenu;
 class QMimeData;
@@ -40,6 +41,9 @@ class Viewer final : public QTextBrowser {
   // The menu for that place of the viewport (none: for the link that has the focus).
   std::unique_ptr<QMenu> NewMenu(std::optional<QPoint> place);
 
+  // The link that Tab has come to; null when it has come to none.
+  const PageLink* FocusedLink() const;
+
  protected:
   QMimeData* createMimeDataFromSelection() const override;
   void keyPressEvent(QKeyEvent* event) override;
@@ -49,14 +53,23 @@ class Viewer final : public QTextBrowser {
   void contextMenuEvent(QContextMenuEvent* event) override;
   void changeEvent(QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  // From link to link, from the first that is seen; past the last of them out of the viewer.
+  bool focusNextPrevChild(bool next) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
 
  private:
   void ApplyFont();
   bool IsTap(QPoint place) const;
   void Tapped(QPoint place);
+  void ShowMenuByKey();
   void ShowMenu(std::optional<QPoint> place, QPoint screen_place);
   void ActivateLink(const QString& target);
-  QString LinkAtCursor() const;
+  std::optional<std::size_t> NextLink(bool next) const;
+  void FocusLink(std::optional<std::size_t> link);
+  void MarkLink();
+  void ScrollToLink();
+  QRect RectOf(const PageLink& link) const;
   void ShowFirstHighlight();
   void LayOutAll();
   void ScrollTo(port::ScrollStep step);
@@ -66,9 +79,11 @@ class Viewer final : public QTextBrowser {
   QString source_;
   bool plain_text_ = false;
   QString released_on_;  // the link under a mouse button that is being released
-  QPoint touched_;       // where a finger was put down
-  QTimer hold_;          // runs while a finger rests
-  QTimer thaw_;          // ends the moment in which the old page stays
+  std::vector<PageLink> links_;
+  std::optional<std::size_t> focused_link_;
+  QPoint touched_;  // where a finger was put down
+  QTimer hold_;     // runs while a finger rests
+  QTimer thaw_;     // ends the moment in which the old page stays
 };
 
 }  // namespace quillet::qt

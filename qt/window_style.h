@@ -11,6 +11,9 @@ class WindowStyle final : public QProxyStyle {
   // Entries of the menu bar and rows of the list are high enough for a finger.
   QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                          const QWidget* widget) const override;
+  // What scrolls, and buttons: a line says that they have the focus.
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override;
   // Boxes and radio buttons keep their outline where the style draws it too faint to be seen.
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
