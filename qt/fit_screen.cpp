@@ -234,7 +234,9 @@ void PlaceOver(QWidget& dialog, const QWidget* window) {
   const bool framed = !dialog.windowFlags().testFlag(Qt::FramelessWindowHint);
   const QMargins frame = over && framed ? window->windowHandle()->frameMargins() : QMargins();
   QRect place = QRect(QPoint(), dialog.size()).marginsAdded(frame);
-  place.moveCenter(over ? window->frameGeometry().center() : WorkAreaOf(&dialog).center());
+  // Not the widget's own idea of its frame, which comes later.
+  const QRect below = over ? window->windowHandle()->frameGeometry() : WorkAreaOf(&dialog);
+  place.moveCenter(below.center());
   const QPoint inside = OnScreens(place).topLeft() + QPoint(frame.left(), frame.top());
   // The inside: only that is known to the toolkit before there is a frame.
   dialog.setGeometry(QRect(inside, dialog.size()));
