@@ -96,12 +96,15 @@ class UnderX(side_by_side.Test):
         self.program = self.manager = None
         wait_for("X server", lambda: self.tool("getdisplaygeometry"))
         if self.MANAGED:
-            # What it runs once it has started: windows shown before are lost.
-            ready = os.path.join(self.folder.name, "managed")
-            self.manager = subprocess.Popen(
-                ["openbox", "--sm-disable", "--startup", "touch " + ready], env=self.environment,
-                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            wait_for("window manager", lambda: os.path.exists(ready))
+            self.start_manager()
+
+    def start_manager(self):
+        # What it runs once it has started: windows shown before are lost.
+        ready = os.path.join(self.folder.name, "managed")
+        self.manager = subprocess.Popen(
+            ["openbox", "--sm-disable", "--startup", "touch " + ready], env=self.environment,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        wait_for("window manager", lambda: os.path.exists(ready))
 
     def tearDown(self):
         for process in (self.program, self.manager, self.server):
