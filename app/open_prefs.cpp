@@ -86,8 +86,11 @@ void StoreExtensions(const EditedPrefs& edited) {
   if (edited.extensions.ancestors != edited.stored_extensions.ancestors) {
     gReading.tree_state.Invalidate();
   }
-  if (WriteExtensions(edited.stored_extensions, edited.extensions)) return;
-  ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
+  if (!WriteExtensions(edited.stored_extensions, edited.extensions)) {
+    ShowMessage(u"The changes on the page \"Extensions\" could not be saved.");
+  }
+  ShowTreeTraits();
+  RefreshHeaderBar();
 }
 
 // Before the servers themselves: whatever ends the program in between, no server that is to be

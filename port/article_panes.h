@@ -18,8 +18,9 @@
 
 namespace quillet::port {
 
-// The left text ends 5 pixels before the right one, which is right-aligned. A pane at least
-// kWidePane pixels wide has room for one more, the aside, right-aligned before the right one.
+// The left text ends 5 pixels before the right one, which is right-aligned. In a window
+// at least kWideWindow pixels wide there is room for one more, the aside, right-aligned before the
+// right one and cut where it takes more than a third.
 struct HeaderLine {
   std::u16string left;
   std::u16string right;
@@ -34,7 +35,7 @@ struct ToolbarButton {
   std::u16string tooltip;     // also its name for readers of the screen
 };
 
-constexpr int kWidePane = 480;
+constexpr int kWideWindow = 480;
 
 enum class ScrollStep { kPageUp, kPageDown, kTop, kBottom };
 

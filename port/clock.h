@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace quillet::port {
 
@@ -24,6 +25,9 @@ class Clock {
 
   virtual CalendarTime LocalTime() = 0;
   virtual CalendarTime UtcTime() = 0;
+  // That moment, in seconds since 1970, UTC, by the local time of then; nothing beyond the years
+  // that the system counts.
+  virtual std::optional<CalendarTime> LocalTimeOf(std::int64_t seconds) = 0;
   // Milliseconds since some fixed moment; never goes back.
   virtual std::uint64_t Ticks() = 0;
   virtual void Sleep(std::uint32_t milliseconds) = 0;

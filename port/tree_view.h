@@ -40,8 +40,9 @@ struct TreeLabel {
 };
 
 struct TreeTraits {
-  // While the tree is at least kTreeColumnsFrom pixels wide it has two more columns: the author,
-  // which is the text of the first row below a top-level row, and the date.
+  // While the window is at least kTreeColumnsFrom pixels wide the tree has two more columns: the
+  // author of a thread, which is the text of the first row below a top-level row, and the date, as
+  // it is seen from now ("today 14:05").
   bool columns = false;
   // Upper-case letters that the program takes when they are pressed alone: they begin no search for
   // a row. Within a search that is under way they are the search's, and the program hears nothing.

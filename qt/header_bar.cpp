@@ -21,6 +21,7 @@ namespace quillet::qt {
 namespace {
 
 constexpr int kGap = 5;  // between the two texts of a line
+constexpr int kAsideGap = 16;
 constexpr int kSideMargin = 4;
 constexpr int kLineMargin = 2;
 constexpr double kNormalPixels = 10;
@@ -77,8 +78,9 @@ void HeaderBar::changeEvent(QEvent* event) {
 void HeaderBar::SetLines(const std::array<port::HeaderLine, 2>& lines) {
   QStringList names;
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    lines_[i] = {OneLine(ToQt(lines[i].left)), OneLine(ToQt(lines[i].right))};
-    for (const QString& text : {lines_[i].left, lines_[i].right}) {
+    lines_[i] = {OneLine(ToQt(lines[i].left)), OneLine(ToQt(lines[i].right)),
+                 OneLine(ToQt(lines[i].aside))};
+    for (const QString& text : {lines_[i].left, lines_[i].aside, lines_[i].right}) {
       if (!text.isEmpty()) names << text;
     }
   }
@@ -105,9 +107,19 @@ QRect HeaderBar::RightRect(std::size_t line) const {
   return {inside.right() + 1 - width, top, width, height};
 }
 
-QRect HeaderBar::LeftRect(std::size_t line) const {
+QRect HeaderBar::AsideRect(std::size_t line) const {
   const QRect right = RightRect(line);
-  const int gap = right.isEmpty() ? 0 : kGap;
+  if (lines_[line].aside.isEmpty() || window()->width() < port::kWideWindow) return {};
+  const int width =
+      std::min(fontMetrics().horizontalAdvance(lines_[line].aside), this->width() / 3);
+  const int gap = right.isEmpty() ? 0 : kAsideGap;
+  return {right.left() - gap - width, right.top(), width, right.height()};
+}
+
+QRect HeaderBar::LeftRect(std::size_t line) const {
+  const QRect aside = AsideRect(line);
+  const QRect right = aside.isEmpty() ? RightRect(line) : aside;
+  const int gap = right.isEmpty() ? 0 : aside.isEmpty() ? kGap : kAsideGap;
   const int width = std::max(right.left() - gap - kSideMargin, 0);
   return {kSideMargin, right.top(), width, right.height()};
 }
@@ -126,6 +138,9 @@ void HeaderBar::paintEvent(QPaintEvent* /*event*/) {
     const int flags = Qt::AlignVCenter | Qt::TextSingleLine;
     painter.drawText(RightRect(i), flags | Qt::AlignRight, lines_[i].right);
     painter.drawText(LeftRect(i), flags | Qt::AlignLeft, ShownLeft(i));
+    const QRect aside = AsideRect(i);
+    painter.drawText(aside, flags | Qt::AlignRight,
+                     fontMetrics().elidedText(lines_[i].aside, Qt::ElideRight, aside.width()));
   }
   if (!hasFocus()) return;
   DrawFocusMark(painter, rect().adjusted(1, 1, -1, -2), FocusColour(palette(), kBackground));

@@ -27,6 +27,8 @@ class HeaderBar final : public QAbstractButton {
   QRect RightRect(std::size_t line) const;
   QRect LeftRect(std::size_t line) const;
   QString ShownLeft(std::size_t line) const;
+  // Empty where there is no room for it.
+  QRect AsideRect(std::size_t line) const;
 
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
@@ -40,6 +42,7 @@ class HeaderBar final : public QAbstractButton {
   struct Line {
     QString left;
     QString right;
+    QString aside;
   };
   void ApplyFont();
 

@@ -80,6 +80,17 @@ bool ThreadModel::BoldOf(const QModelIndex& index) const {
   return RowOf(SlotOf(index)).bold;
 }
 
+port::Seconds ThreadModel::DateOf(const QModelIndex& index) const {
+  return RowOf(SlotOf(index)).date;
+}
+
+const std::u16string& ThreadModel::AuthorOf(const QModelIndex& index) const {
+  const Slot slot = SlotOf(index);
+  const Row& row = RowOf(slot);
+  const bool thread = slot != kRoot && row.parent == kRoot && row.child_count > 0;
+  return thread ? RowOf(Child(slot, 0)).text : RowOf(kRoot).text;
+}
+
 QModelIndex ThreadModel::Next(const QModelIndex& index) const {
   Slot slot = SlotOf(index);
   if (RowOf(slot).child_count > 0) return IndexOf(Child(slot, 0));
@@ -110,7 +121,7 @@ ThreadModel::Slot ThreadModel::Add(port::TreeRow row, Slot parent, std::uint32_t
     slot = free_.back();
     free_.pop_back();
   }
-  RowOf(slot) = {row.item, depth, parent, 0, 0, 0, row.bold, std::move(row.text)};
+  RowOf(slot) = {row.item, depth, parent, 0, 0, 0, row.bold, std::move(row.text), row.date};
   if (row.item != 0 && !slots_.contains(row.item)) slots_.insert(row.item, slot);
   return slot;
 }

@@ -32,6 +32,9 @@ class ThreadModel final : public QAbstractItemModel {
   std::uint32_t DepthOf(const QModelIndex& index) const;  // the program's, not limited
   const std::u16string& TextOf(const QModelIndex& index) const;
   bool BoldOf(const QModelIndex& index) const;
+  port::Seconds DateOf(const QModelIndex& index) const;
+  // Of a thread the text of its first row; empty for every other row.
+  const std::u16string& AuthorOf(const QModelIndex& index) const;
   // The next row of the whole tree, whatever is expanded.
   QModelIndex Next(const QModelIndex& index) const;
 
@@ -58,6 +61,7 @@ class ThreadModel final : public QAbstractItemModel {
     int child_count = 0;
     bool bold = false;
     std::u16string text;
+    port::Seconds date = port::kNoDate;
   };
 
   Slot SlotOf(const QModelIndex& index) const;

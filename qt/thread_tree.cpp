@@ -22,7 +22,9 @@
 #include "qt/finger_hold.h"
 #include "qt/keys.h"
 #include "qt/one_line.h"
+#include "qt/relative_date.h"
 #include "qt/row_steps.h"
+#include "qt/text.h"
 
 namespace quillet::qt {
 namespace {
@@ -65,6 +67,8 @@ class ThreadRow final : public QStyledItemDelegate {
     QStyleOptionViewItem text = option;
     text.rect = tree_->TextRect(index);
     QStyledItemDelegate::paint(painter, text, index);
+    PaintColumn(painter, option, index, tree_->AuthorRect(index), tree_->AuthorText(index));
+    PaintColumn(painter, option, index, tree_->DateRect(index), tree_->DateText(index));
   }
 
   // The whole text where the row cuts it.
@@ -81,6 +85,18 @@ class ThreadRow final : public QStyledItemDelegate {
   }
 
  private:
+  // As the row is: selected, bold, in the colours of the palette.
+  void PaintColumn(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index,
+                   const QRect& place, const QString& text) const {
+    if (place.isEmpty()) return;
+    QStyleOptionViewItem column = option;
+    initStyleOption(&column, index);
+    column.rect = place;
+    column.text = Isolated(text);
+    column.textElideMode = Qt::ElideRight;
+    tree_->style()->drawControl(QStyle::CE_ItemViewItem, &column, painter, tree_);
+  }
+
   ThreadTree* tree_;
 };
 
@@ -122,6 +138,11 @@ ThreadTree::ThreadTree(Asked asked, QWidget* parent)
   setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);  // texts are cut, indents limited
   QScroller::grabGesture(viewport(), QScroller::TouchGesture);
+  midnight_.setSingleShot(true);
+  connect(&midnight_, &QTimer::timeout, this, [this] {
+    viewport()->update();
+    AwaitMidnight();
+  });
   hold_.setSingleShot(true);
   hold_.setInterval(QGuiApplication::styleHints()->mousePressAndHoldInterval());
   connect(&hold_, &QTimer::timeout, this, [this] { HoldEnded(); });
@@ -230,7 +251,14 @@ QModelIndex ThreadTree::SelectedIndex() const {
 }
 
 void ThreadTree::SetTraits(const port::TreeTraits& traits) {
+  if (traits == traits_) return;
   traits_ = traits;
+  if (traits_.columns) {
+    AwaitMidnight();
+  } else {
+    midnight_.stop();
+  }
+  viewport()->update();
 }
 
 port::TreeItem ThreadTree::Selected() const {
@@ -253,10 +281,66 @@ QRect ThreadTree::MarkRect(const QModelIndex& index) const {
   return QStyle::visualRect(layoutDirection(), row, mark);
 }
 
-QRect ThreadTree::TextRect(const QModelIndex& index) const {
+// Everything behind the mark.
+QRect ThreadTree::ContentRect(const QModelIndex& index) const {
   const QRect row = visualRect(index);
   const int start = IndentOf(index) + fontMetrics().height();
   return QStyle::visualRect(layoutDirection(), row, row.adjusted(start, 0, 0, 0));
+}
+
+QRect ThreadTree::TextRect(const QModelIndex& index) const {
+  const QRect row = visualRect(index);
+  const int start = IndentOf(index) + fontMetrics().height();
+  const int columns = ShowsColumns() ? AuthorWidth() + DateWidth() : 0;
+  return QStyle::visualRect(layoutDirection(), row, row.adjusted(start, 0, -columns, 0));
+}
+
+// --- columns -------------------------------------------------------------------------------------
+
+bool ThreadTree::ShowsColumns() const {
+  return traits_.columns && window()->width() >= port::kTreeColumnsFrom;
+}
+
+int ThreadTree::DateWidth() const {
+  QFont bold = font();
+  bold.setBold(true);
+  const QFontMetrics metrics(bold);
+  return metrics.horizontalAdvance(QStringLiteral("yesterday 00:00")) + metrics.height();
+}
+
+int ThreadTree::AuthorWidth() const {
+  return viewport()->width() / 4;
+}
+
+QRect ThreadTree::ColumnRect(const QModelIndex& index, int from_right, int width) const {
+  if (!ShowsColumns()) return {};
+  const QRect row = visualRect(index);
+  const QRect column(row.right() + 1 - from_right - width, row.top(), width, row.height());
+  return QStyle::visualRect(layoutDirection(), row, column);
+}
+
+QRect ThreadTree::AuthorRect(const QModelIndex& index) const {
+  return ColumnRect(index, DateWidth(), AuthorWidth());
+}
+
+QRect ThreadTree::DateRect(const QModelIndex& index) const {
+  return ColumnRect(index, 0, DateWidth());
+}
+
+QString ThreadTree::AuthorText(const QModelIndex& index) const {
+  return ShowsColumns() ? OneLine(ToQt(model_->AuthorOf(index))) : QString();
+}
+
+QString ThreadTree::DateText(const QModelIndex& index) const {
+  if (!ShowsColumns()) return {};
+  return RelativeDate(model_->DateOf(index), QDateTime::currentDateTime());
+}
+
+// The zone or the clock may be changed meanwhile: the dates are right again within the hour.
+void ThreadTree::AwaitMidnight() {
+  constexpr qint64 kHour = 3600 * 1000;
+  const qint64 wait = std::min(MillisecondsToMidnight(QDateTime::currentDateTime()), kHour);
+  midnight_.start(static_cast<int>(wait));
 }
 
 // --- keys ----------------------------------------------------------------------------------------
@@ -353,7 +437,7 @@ bool ThreadTree::ToggleByMark(const QMouseEvent& event, bool by_finger) {
   }
   const QRect row = visualRect(index);
   const bool on_mark = MarkRect(index).contains(place);
-  const bool before_text = row.contains(place) && !TextRect(index).contains(place);
+  const bool before_text = row.contains(place) && !ContentRect(index).contains(place);
   if (!on_mark && !(by_finger && before_text)) return false;
   setExpanded(index, !isExpanded(index));
   return true;

@@ -44,6 +44,11 @@ class ThreadTree final : public QTreeView {
   // Where a click expands or collapses the row, and where its text stands; viewport coordinates.
   QRect MarkRect(const QModelIndex& index) const;
   QRect TextRect(const QModelIndex& index) const;
+  // The columns of a wide window; empty while there are none.
+  QRect AuthorRect(const QModelIndex& index) const;
+  QRect DateRect(const QModelIndex& index) const;
+  QString AuthorText(const QModelIndex& index) const;
+  QString DateText(const QModelIndex& index) const;
 
   void keyboardSearch(const QString& typed) override;
   // Whether a letter goes on with the search that is under way.
@@ -68,6 +73,12 @@ class ThreadTree final : public QTreeView {
   void AskMenu(const QModelIndex& index, const MenuPlace& where);
   void AskMenuByKey();
   void Activate(const QModelIndex& index);
+  bool ShowsColumns() const;
+  int DateWidth() const;
+  int AuthorWidth() const;
+  QRect ContentRect(const QModelIndex& index) const;
+  QRect ColumnRect(const QModelIndex& index, int from_right, int width) const;
+  void AwaitMidnight();
   bool ToggleByMark(const QMouseEvent& event, bool by_finger);
   bool ExpandByKey(int key);
   bool IsLetterOfProgram(const QKeyEvent& event) const;
@@ -77,7 +88,8 @@ class ThreadTree final : public QTreeView {
   ThreadModel* model_;
   Asked asked_;
   port::TreeTraits traits_;
-  QTimer hold_;  // runs while a finger rests on a row
+  QTimer hold_;      // runs while a finger rests on a row
+  QTimer midnight_;  // "today" is another day then
   QPoint pressed_at_;
   bool held_ = false;              // the long press has been answered
   bool pressed_selected_ = false;  // the finger came down on the selected row

@@ -13,6 +13,8 @@ namespace quillet {
 // but never found by its Message-ID and never marked.
 enum class NodeKind : std::uint8_t { kRoot, kSubject, kArticle };
 
+constexpr std::int64_t kNoDate = INT64_MIN;
+
 struct Node {
   Node* parent = nullptr;  // null only for the root
   Node* firstChild = nullptr;
@@ -30,6 +32,9 @@ struct Node {
   std::uint32_t read = 0;
   std::uint32_t treeItem = 0;     // its item in the tree control, unique within the tree, never 0
   std::uint32_t chainNumber = 0;  // of the group chain record that named the article
+  // When the article was written, in seconds since 1970, UTC; kNoDate when it does not say or says
+  // it wrongly, and of the root and subject nodes.
+  std::int64_t date = kNoDate;
   NodeKind kind = NodeKind::kRoot;
 };
 

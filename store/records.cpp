@@ -45,7 +45,7 @@ constexpr std::array<StringField, 9> kStrings = {{
     {&AsciiArticle::subject, true},
     {&AsciiArticle::from, true},
     {&AsciiArticle::source, true},
-    {&AsciiArticle::date, false},
+    {&AsciiArticle::date, true},
     {&AsciiArticle::replyTo, false},
 }};
 

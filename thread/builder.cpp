@@ -138,6 +138,7 @@ void ThreadBuilder::State::Add(const ThreadEntry& added) {
   node->articleNumber = added.articleNumber;
   node->read = added.read ? 1 : 0;
   node->chainNumber = added.chainNumber;
+  node->date = added.date;
   node->treeItem = forest.count();
   Entry entry;
   entry.key = std::uint64_t{source} << 32 | SignedOrder(added.articleNumber);

@@ -33,6 +33,7 @@ struct ThreadEntry {
   // Its whole References (ReferencesField): the parent is the nearest of those that is there.
   // Empty: parentId alone counts.
   std::string_view references = {};
+  std::int64_t date = kNoDate;
 };
 
 // Called with the number of units done since the last call; a build of n articles has 3 * n: one

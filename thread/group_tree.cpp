@@ -12,6 +12,7 @@
 #include "store/databases.h"
 #include "store/records.h"
 #include "thread/builder.h"
+#include "util/mail_date.h"
 
 namespace quillet {
 namespace {
@@ -67,7 +68,8 @@ bool AddToTree(Build& build, std::u16string_view group_name, const GDBMGroup& re
                             .read = article->read != 0,
                             .chainNumber = record.number,
                             .references = build.ancestors ? std::string_view(*article->references)
-                                                          : std::string_view()});
+                                                          : std::string_view(),
+                            .date = ParseMailDate(*article->date).value_or(kNoDate)});
 }
 
 RunEnd ReadChain(Build& build, std::u16string_view group_name, const BuildProgress& progress) {

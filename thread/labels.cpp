@@ -4,6 +4,7 @@
 // so that after a change only labels that differ are handed over.
 #include "thread/labels.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -80,6 +81,15 @@ bool IsBold(const Node& node) {
   return node.read == 0;
 }
 
+// A thread is as old as its newest article. Of rows whose top level are threads.
+void DateThreads(std::vector<port::TreeRow>& rows) {
+  port::TreeRow* thread = nullptr;
+  for (port::TreeRow& row : rows) {
+    if (row.depth == 0) thread = &row;
+    thread->date = std::max(thread->date, row.date);
+  }
+}
+
 // The rows of the node and of everything below it; the root has none of its own, its threads are at
 // the top level. When memory runs out, that is reported and the rows end there.
 std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
@@ -92,11 +102,12 @@ std::vector<port::TreeRow> RowsOf(Node& top, const RowMade& row_made) {
     ShownTexts texts;
     WalkWithDepth(top, [&](const Node& node, std::uint32_t depth) {
       if (node.kind == NodeKind::kRoot) return;
-      rows.push_back({node.treeItem, depth - above, IsBold(node), LabelOf(node, texts)});
+      rows.push_back({node.treeItem, depth - above, IsBold(node), LabelOf(node, texts), node.date});
       gShown.Note(node);
       if (row_made && node.kind == NodeKind::kArticle) row_made();
     });
   });
+  if (top.kind != NodeKind::kArticle) DateThreads(rows);
   return rows;
 }
 

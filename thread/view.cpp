@@ -97,14 +97,9 @@ void CreateThreadControl() {
   if (gReading.tree) FillTreeControl(gReading.tree->root(), {});
 }
 
-port::TreeTraits TraitsOfTree() {
-  const Extensions extensions = ReadExtensions();
-  return {.columns = extensions.rowdetails != 0, .letters = extensions.readon != 0 ? u"N" : u""};
-}
-
 void MakeThreadControlReady() {
   if (!gPlatform->thread_tree.TreeCreated()) CreateThreadControl();
-  gPlatform->thread_tree.SetTreeTraits(TraitsOfTree());
+  ShowTreeTraits();
   if (!std::exchange(gFontForgotten, false)) return;
   gPlatform->thread_tree.SetTreeFont(gPrefs->threadfont, static_cast<int>(gPrefs->threadfontsize));
 }
@@ -154,6 +149,12 @@ void ClearThreadView() {
   gPlatform->thread_tree.FillTree({});
   ForgetShownLabels();
   ShowThreadCaption();
+}
+
+void ShowTreeTraits() {
+  const Extensions extensions = ReadExtensions();
+  gPlatform->thread_tree.SetTreeTraits(
+      {extensions.rowdetails != 0, extensions.readon != 0 ? u"N" : u""});
 }
 
 void ForgetThreadFont() {

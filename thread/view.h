@@ -27,6 +27,9 @@ void ClearThreadView();
 // stays.
 void ForgetThreadFont();
 
+// Tells the tree which columns and letters the extensions want now.
+void ShowTreeTraits();
+
 // "%s: %lu on server" or the group's name alone.
 std::u16string ThreadCaption(GroupIndex group);
 // The caption of what is shown now.

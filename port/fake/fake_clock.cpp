@@ -47,6 +47,11 @@ CalendarTime FakeClock::UtcTime() {
   return At(local_ - offset_);
 }
 
+std::optional<CalendarTime> FakeClock::LocalTimeOf(std::int64_t seconds) {
+  const std::lock_guard lock(mutex_);
+  return At(seconds * 1000 + offset_);
+}
+
 std::uint64_t FakeClock::Ticks() {
   const std::lock_guard lock(mutex_);
   return ticks_;

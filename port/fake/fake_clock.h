@@ -15,6 +15,8 @@ class FakeClock final : public Clock {
   // The local time starts at Tuesday 2 January 2024, 12:00:00, two hours ahead of UTC.
   CalendarTime LocalTime() override;
   CalendarTime UtcTime() override;
+  // By the offset of now.
+  std::optional<CalendarTime> LocalTimeOf(std::int64_t seconds) override;
   std::uint64_t Ticks() override;
   void Sleep(std::uint32_t milliseconds) override;
 

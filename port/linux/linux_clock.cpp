@@ -43,6 +43,14 @@ CalendarTime LinuxClock::UtcTime() {
   return ToCalendar(parts, now.tv_nsec);
 }
 
+std::optional<CalendarTime> LinuxClock::LocalTimeOf(std::int64_t seconds) {
+  const time_t moment = seconds;
+  tm parts{};
+  tzset();
+  if (localtime_r(&moment, &parts) == nullptr) return std::nullopt;
+  return ToCalendar(parts, 0);
+}
+
 std::uint64_t LinuxClock::Ticks() {
   const timespec now = Now(CLOCK_MONOTONIC);
   return static_cast<std::uint64_t>(now.tv_sec) * 1000U +

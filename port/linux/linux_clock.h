@@ -10,6 +10,7 @@ class LinuxClock final : public Clock {
  public:
   CalendarTime LocalTime() override;
   CalendarTime UtcTime() override;
+  std::optional<CalendarTime> LocalTimeOf(std::int64_t seconds) override;
   std::uint64_t Ticks() override;
   void Sleep(std::uint32_t milliseconds) override;
 };

@@ -3,6 +3,7 @@
 #include "article/commands.h"
 #include "article/panes.h"
 #include "base/app_messages.h"
+#include "base/extensions.h"
 #include "base/upward_calls.h"
 #include "mime/decoding.h"
 #include "store/gdbm_library.h"
@@ -434,6 +435,63 @@ TEST_F(ArticleView, OneByteIsOneCharacterForTheHits) {
   DisplayArticle(NodeOf("<u@x>"), u"\u00E9t");
   EXPECT_EQ(Source(),
             Page(u"€€ café <b><span style=\"background: #FFFF00\">ét</span></b>é&nbsp;<br>"));
+}
+
+// --- The date in the header bar ------------------------------------------------------------------
+
+TEST_F(ArticleView, TheDateStandsBesideTheAuthorInLocalTime) {
+  AsciiArticle article = Written("<a1@x>", 1, "", "Alpha", "One.\r\n");
+  article.date = "Sat, 21 Nov 2026 07:05:00 -0000 (UTC)";
+  Put(kGroup, article);
+  OpenGroup(1);
+  Open("<a1@x>");
+  EXPECT_EQ(Shown().header[1].aside, u"Sat 21 Nov 2026 09:05");
+  EXPECT_EQ(Shown().header[0].aside, u"");
+  EXPECT_THAT(HeaderTexts(), ElementsAre(u"Subject: Alpha", u"Thread 1/1",
+                                         u"From: Ann <ann@example.invalid>", u"Article 0/1"));
+}
+
+TEST_F(ArticleView, ADateThatIsNoneStandsAsItIs) {
+  AsciiArticle article = Written("<a1@x>", 1, "", "Alpha", "One.\r\n");
+  article.date = "yesterday, I =?utf-8?q?th=C3=ADnk?=";
+  Put(kGroup, article);
+  OpenGroup(1);
+  Open("<a1@x>");
+  EXPECT_EQ(Shown().header[1].aside, u"yesterday, I th\u00EDnk");
+}
+
+TEST_F(ArticleView, WithoutRowDetailsThereIsNoDate) {
+  fake.registry.PutDword(kExtensionsPath, u"rowdetails", 0);
+  PutThreeThreads();
+  Open("<a1@x>");
+  EXPECT_EQ(Shown().header[1].aside, u"");
+  EXPECT_FALSE(fake.display.tree().traits.columns);
+}
+
+// --- The columns of the thread rows --------------------------------------------------------------
+
+TEST_F(ArticleView, EachRowHasItsDateAndAThreadThatOfItsNewestArticle) {
+  const std::pair<const char*, const char*> dates[] = {{"<a1@x>", "1 Jan 2026 00:00 GMT"},
+                                                       {"<a2@x>", "3 Jan 2026 00:00 GMT"},
+                                                       {"<a3@x>", "2 Jan 2026 00:00 GMT"},
+                                                       {"<b1@x>", "never"}};
+  std::uint32_t number = 0;
+  for (const auto& [id, date] : dates) {
+    ++number;
+    const bool beta = number == 4;
+    AsciiArticle article = Written(id, number, number == 1 || beta ? "" : "<a1@x>",
+                                   beta ? "Beta" : "Alpha", "Text.\r\n");
+    article.date = date;
+    Put(kGroup, article);
+  }
+  OpenGroup(1);
+  constexpr port::Seconds kFirst = 1767225600;  // 1 January 2026
+  constexpr port::Seconds kDay = 86400;
+  std::vector<port::Seconds> shown;
+  for (const port::TreeRow& row : fake.display.tree().rows) shown.push_back(row.date);
+  EXPECT_THAT(shown, ElementsAre(kFirst + 2 * kDay, kFirst, kFirst + 2 * kDay, kFirst + kDay,
+                                 port::kNoDate, port::kNoDate));
+  EXPECT_TRUE(fake.display.tree().traits.columns);
 }
 
 }  // namespace

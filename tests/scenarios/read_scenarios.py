@@ -376,6 +376,17 @@ class Walking(Reading):
             q.set_dword("Extensions\\restoreplace", 0)
         self.assert_fine(q)
 
+    def test_a_switched_off_date_goes_at_once(self):
+        with self.open() as q:
+            q.open_node("<dora@x>")
+            self.assertRegex(q.ask("header")["lines"][1]["aside"],
+                             r"^(Fri|Sat|Sun) 2[012] Nov 2026 \d\d:\d\d$")
+            for line in ("command 40009", 'page "Extensions"', "untick 1228", "press 1"):
+                q.do(line)
+            self.assertEqual(q.ask("header")["lines"][1]["aside"], "")
+            self.assertEqual(q.header()[2], "From: " + author("dora"))
+        self.assert_fine(q)
+
     def test_without_its_extensions_there_is_neither(self):
         with self.open() as q:
             q.open_node("1")

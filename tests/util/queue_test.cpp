@@ -12,6 +12,7 @@ namespace {
 class HandClock final : public Clock {
  public:
   CalendarTime LocalTime() override { return {}; }
+  std::optional<CalendarTime> LocalTimeOf(std::int64_t) override { return std::nullopt; }
   CalendarTime UtcTime() override { return {}; }
   std::uint64_t Ticks() override { return ticks; }
   void Sleep(std::uint32_t milliseconds) override { ticks += milliseconds; }
