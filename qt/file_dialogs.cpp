@@ -69,13 +69,24 @@ Traits WithEveryName(Traits traits) {
   return traits;
 }
 
+// Desktops make their own dialogs for screens at least as wide as this.
+constexpr int kLeastDesktopWidth = 360;
+
+// Before anything else is asked of the dialog.
+void ChooseKind(QFileDialog& dialog, const QWidget* owner) {
+  const int width = RoomForDialog(owner).width();
+  if (width > 0 && width < kLeastDesktopWidth) {
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+  }
+}
+
 // Small screens have no room for the list of places, for the one type of file and for what only
-// changes the view. The desktop's own dialog has no such parts here.
-void FitToScreen(QFileDialog& dialog) {
-  const QSize screen = WorkAreaOf(&dialog).size();
-  if (screen.isEmpty()) return;
-  dialog.setMaximumSize(screen);
-  if (dialog.sizeHint().width() <= screen.width()) return;
+// changes the view. The desktop's own dialog has no such parts here. `room`: what the frame of a
+// window leaves of the screen.
+void FitToScreen(QFileDialog& dialog, QSize room) {
+  if (room.isEmpty()) return;
+  dialog.setMaximumSize(room);
+  if (dialog.sizeHint().width() <= room.width()) return;
   dialog.setViewMode(QFileDialog::List);
   for (const char* name : {"sidebar", "lookInLabel", "forwardButton", "listModeButton",
                            "detailModeButton", "fileNameLabel", "fileTypeLabel", "fileTypeCombo"}) {
@@ -84,8 +95,12 @@ void FitToScreen(QFileDialog& dialog) {
   if (auto* edit = dialog.findChild<QWidget*>(QStringLiteral("fileNameEdit"))) {
     edit->setAccessibleName(QStringLiteral("File name"));
   }
-  if (dialog.layout() != nullptr) dialog.layout()->activate();
-  dialog.resize(screen);
+  if (QLayout* layout = dialog.layout()) {
+    constexpr int kMargin = 4;
+    layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    layout->activate();
+  }
+  dialog.resize(room);
 }
 
 QString ChosenPath(const QFileDialog& dialog) {
@@ -141,12 +156,13 @@ class OpenFileDialog final : public FileDialog {
 void Prepare(QFileDialog& dialog, const QWidget* owner) {
   dialog.setAccessibleName(dialog.windowTitle());
   dialog.setWindowModality(owner != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
-  FitToScreen(dialog);
+  FitToScreen(dialog, RoomForDialog(owner));
 }
 
 QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
                            const QString& folder) {
   auto* dialog = new FileDialog(owner, ToQt(traits.title), folder);
+  ChooseKind(*dialog, owner);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
   dialog->setFileMode(QFileDialog::AnyFile);
   // The program creates the file new and says itself when there is one already.
@@ -162,6 +178,7 @@ QFileDialog* NewSaveDialog(QWidget* owner, const port::SaveFileTraits& traits,
 QFileDialog* NewOpenDialog(QWidget* owner, const port::OpenFileTraits& traits,
                            const QString& folder) {
   auto* dialog = new OpenFileDialog(owner, ToQt(traits.title), folder);
+  ChooseKind(*dialog, owner);
   dialog->setAcceptMode(QFileDialog::AcceptOpen);
   dialog->setFileMode(QFileDialog::AnyFile);
   dialog->setOption(QFileDialog::HideNameFilterDetails);

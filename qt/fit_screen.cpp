@@ -181,6 +181,28 @@ void FitWidth(QWidget& form, int width) {
   ForgetSizes(form);
 }
 
+void FitMenu(QMenu& menu) {
+  constexpr const char* kWholeText = "wholeText";
+  const QList<QAction*> actions = menu.actions();
+  for (QAction* action : actions) {
+    if (!action->property(kWholeText).isValid()) action->setProperty(kWholeText, action->text());
+    action->setText(action->property(kWholeText).toString());
+  }
+  const int room = WorkAreaOf(&menu).width();
+  if (room <= 0 || menu.sizeHint().width() <= room) return;
+  int widest = 0;
+  for (QAction* action : actions) {
+    action->setText(action->text().section(QLatin1Char('\t'), 0, 0));
+    widest = std::max(widest, TextWidth(menu.fontMetrics(), action->text()));
+  }
+  const int over = menu.sizeHint().width() - room;
+  if (over <= 0) return;
+  for (QAction* action : actions) {
+    action->setText(menu.fontMetrics().elidedText(action->text(), Qt::ElideRight, widest - over,
+                                                  Qt::TextShowMnemonic));
+  }
+}
+
 void FitControls(QDialog& dialog, QSize room) {
   QLayout* controls = dialog.layout();
   if (controls == nullptr || room.isEmpty()) return;

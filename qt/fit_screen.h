@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QMenu>
 #include <QMessageBox>
 #include <QRect>
 #include <QSize>
@@ -23,6 +24,10 @@ void FitText(QMessageBox& box, QSize room);
 // A form that must not be wider: the texts of its boxes break into lines, then its push buttons are
 // as narrow as their texts allow. For a wider form they are as they were.
 void FitWidth(QWidget& form, int width);
+
+// A menu that is wider than the screen is shown without its shortcuts, and what is too long even
+// then is cut. Before the menu is shown; on a wider screen it is as it was.
+void FitMenu(QMenu& menu);
 
 // A dialog whose controls do not fit, squeezed as far as they can be, scrolls as a whole. When its
 // controls are set up.

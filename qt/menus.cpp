@@ -13,6 +13,7 @@
 #include <span>
 #include <vector>
 
+#include "qt/fit_screen.h"
 #include "qt/icons.h"
 #include "qt/key_button.h"
 #include "qt/text.h"
@@ -98,6 +99,7 @@ template <class Menu, class Parent>
 QMenu* NewMenu(const QString& title, Parent* parent) {
   auto* menu = new Menu(title, parent);
   menu->setAccessibleName(QString(title).remove(kMark));
+  QObject::connect(menu, &QMenu::aboutToShow, menu, [menu] { FitMenu(*menu); });
   return menu;
 }
 
