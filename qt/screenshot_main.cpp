@@ -391,7 +391,8 @@ int TakePictures(const Request& request, int argc, char** argv) {
   }
   qputenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + screen).toLocal8Bit());
   qInstallMessageHandler(HandleToolkitMessage);
-  quillet::port::LinuxServices services(profile, u"", quillet::port::OwnExecutable());
+  // Not a start of the user: what is shown is what was asked for, not where he left off.
+  quillet::port::LinuxServices services(profile, u"pictures", quillet::port::OwnExecutable());
   quillet::qt::NameApplication();
   QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   const QApplication application(argc, argv);
