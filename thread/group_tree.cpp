@@ -59,17 +59,17 @@ bool AddToTree(Build& build, std::u16string_view group_name, const GDBMGroup& re
     if (KnownToBeMissing(record.messageId)) RemoveFromGroupChain(group_name, record.number);
     return true;
   }
-  return build.builder.Add({.messageId = record.messageId,
-                            .parentId = *article->parentId,
-                            .subject = *article->subject,
-                            .source = *article->source,
-                            .from = *article->from,
-                            .articleNumber = static_cast<std::int32_t>(article->articleNumber),
-                            .read = article->read != 0,
-                            .chainNumber = record.number,
-                            .references = build.ancestors ? std::string_view(*article->references)
-                                                          : std::string_view(),
-                            .date = ParseMailDate(*article->date).value_or(kNoDate)});
+  return build.builder.Add(
+      {.messageId = record.messageId,
+       .parentId = *article->parentId,
+       .subject = *article->subject,
+       .source = *article->source,
+       .from = *article->from,
+       .articleNumber = static_cast<std::int32_t>(article->articleNumber),
+       .read = article->read != 0,
+       .chainNumber = record.number,
+       .references = build.ancestors ? std::string_view(*article->references) : std::string_view(),
+       .date = ParseMailDate(*article->date).value_or(kNoDate)});
 }
 
 RunEnd ReadChain(Build& build, std::u16string_view group_name, const BuildProgress& progress) {
