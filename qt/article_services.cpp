@@ -65,7 +65,11 @@ bool QtArticlePanes::CreateToolbar(const std::vector<port::ToolbarButton>& butto
 
 void QtArticlePanes::SetHeader(const std::array<port::HeaderLine, 2>& lines) {
   WithPane([&](const ArticlePane& pane) {
-    if (pane.Header() != nullptr) pane.Header()->SetLines(lines);
+    if (pane.Header() == nullptr) return;
+    pane.Header()->SetLines(lines);
+    // The page keeps the focus from one article to the next: a reader of the screen says the new
+    // one.
+    pane.Text()->setAccessibleDescription(pane.Header()->accessibleName());
   });
 }
 

@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <thread>
 
+#include "qt/accessibility.h"
+
 namespace quillet::qt {
 
 QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
@@ -23,6 +25,7 @@ QtDevice::QtDevice(port::ThreadQueues& queues, const QString& sizes_file)
       keys_(display_),
       blocked_focus_(display_) {
   display_.sizes = WindowSizes(sizes_file);
+  StartAccessibility();
   // Windows come and go; the program decides when it ends.
   QApplication::setQuitOnLastWindowClosed(false);
   qApp->installEventFilter(&keys_);
@@ -36,6 +39,7 @@ QtDevice::~QtDevice() {
   for (const auto& [handle, window] : display_.windows) {
     if (window && window->isWindow()) delete window;
   }
+  StopAccessibility();
 }
 
 void QtDevice::AnswerAll() {

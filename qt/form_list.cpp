@@ -35,7 +35,7 @@ class FormRow final : public QStyledItemDelegate {
 }  // namespace
 
 FormList::FormList(QWidget* parent)
-    : QTreeWidget(parent), hold_([this](QPoint place) {
+    : RowView(parent), hold_([this](QPoint place) {
         setState(QAbstractItemView::NoState);
         if (QTreeWidgetItem* item = itemAt(place)) {
           AskMenu(*item, {viewport()->mapToGlobal(place), false});
@@ -183,6 +183,15 @@ void FormList::contextMenuEvent(QContextMenuEvent* event) {
 void FormList::AskMenu(QTreeWidgetItem& item, const MenuPlace& where) {
   setCurrentItem(&item);
   if (told_.menu) told_.menu(indexOfTopLevelItem(&item), where);
+}
+
+void FormList::OpenRow(const QModelIndex& row) {
+  if (told_.activated) told_.activated(row.row());
+}
+
+void FormList::ShowRowMenu(const QModelIndex& row) {
+  const QPoint below = visualRect(row).bottomLeft();
+  AskMenu(*topLevelItem(row.row()), {viewport()->mapToGlobal(below), true});
 }
 
 // Enter is the row's here, not the dialog's default button; unless it was let through.

@@ -9,12 +9,13 @@
 #include <vector>
 
 #include "port/dialogs.h"
+#include "qt/accessible_rows.h"
 #include "qt/finger_hold.h"
 #include "qt/menu_place.h"
 
 namespace quillet::qt {
 
-class FormList final : public QTreeWidget {
+class FormList final : public RowView<QTreeWidget> {
  public:
   // What the user did; what is written is not told.
   struct Told {
@@ -37,6 +38,10 @@ class FormList final : public QTreeWidget {
   std::vector<bool> Checks() const;
   // What is shown when the mouse rests there: the row's own tip, else the text of the cell.
   QString ToolTipAt(QPoint place) const;
+
+  void OpenRow(const QModelIndex& row) override;
+  bool HasRowMenus() const override { return told_.menu != nullptr; }
+  void ShowRowMenu(const QModelIndex& row) override;
 
  protected:
   bool viewportEvent(QEvent* event) override;

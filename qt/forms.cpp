@@ -7,6 +7,7 @@
 #include <QAbstractScrollArea>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLayout>
@@ -185,10 +186,18 @@ void MakeRoomForTexts(QDialog& dialog) {
   dialog.resize(QSize(size.width(), height).boundedTo(dialog.maximumSize()));
 }
 
+// The line in an editable list is what has the focus.
+void NameLines(const QWidget& form) {
+  for (const QComboBox* list : form.findChildren<QComboBox*>()) {
+    if (list->isEditable()) list->lineEdit()->setAccessibleName(list->accessibleName());
+  }
+}
+
 void Prepare(QWidget& form, FormControls& controls, const Tell& tell) {
   controls.Collect(form);
   ConnectControls(controls, tell);
   KeepPlaces(form);
+  NameLines(form);
   LeadDownFromSearchFields(form);
   MakeBoxesVisible(form);
   SizeNumbers(form);

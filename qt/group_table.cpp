@@ -17,6 +17,7 @@
 
 #include "qt/one_line.h"
 #include "qt/row_steps.h"
+#include "qt/row_words.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -149,8 +150,7 @@ QVariant GroupModel::data(const QModelIndex& index, int role) const {
       return QVariant(Qt::AlignVCenter | (centred ? Qt::AlignHCenter : Qt::AlignLeft));
     }
     case Qt::AccessibleTextRole:
-      if (index.column() == 0) return Text(row, 0);
-      return titles_[1] + QLatin1Char(' ') + ToQt(row.counts);
+      return index.column() == 0 ? Text(row, 0) : CountsInWords(Text(row, 1));
     default:
       return {};
   }
@@ -180,7 +180,7 @@ Qt::ItemFlags GroupModel::flags(const QModelIndex& index) const {
 }
 
 GroupTable::GroupTable(Told told, QWidget* parent)
-    : QTreeView(parent), told_(std::move(told)), model_(new GroupModel(told_.checked, this)) {
+    : RowView(parent), told_(std::move(told)), model_(new GroupModel(told_.checked, this)) {
   setModel(model_);
   auto* header = new FittingHeader(this);
   header->setAccessibleName(QStringLiteral("Column headings"));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "port/list_view.h"
+#include "qt/accessible_rows.h"
 
 namespace quillet::qt {
 
@@ -47,7 +48,7 @@ class GroupModel final : public QAbstractTableModel {
 
 // The two columns always fill the list: given widths count by their proportion, so that widths
 // saved on one screen fit another.
-class GroupTable final : public QTreeView {
+class GroupTable final : public RowView<QTreeView> {
  public:
   // What the user does, on the display thread.
   struct Told {
@@ -63,6 +64,7 @@ class GroupTable final : public QTreeView {
   int SelectedRow() const;
   // Where a click changes the row's box, in viewport coordinates; empty without a box.
   QRect BoxRect(int row) const;
+  void OpenRow(const QModelIndex& row) override { told_.activated(row.row()); }
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;

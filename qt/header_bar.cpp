@@ -14,6 +14,7 @@
 #include "qt/focus_mark.h"
 #include "qt/fonts.h"
 #include "qt/one_line.h"
+#include "qt/row_words.h"
 #include "qt/text.h"
 #include "res/resource.h"
 
@@ -81,7 +82,7 @@ void HeaderBar::SetLines(const std::array<port::HeaderLine, 2>& lines) {
     lines_[i] = {OneLine(ToQt(lines[i].left)), OneLine(ToQt(lines[i].right)),
                  OneLine(ToQt(lines[i].aside))};
     for (const QString& text : {lines_[i].left, lines_[i].aside, lines_[i].right}) {
-      if (!text.isEmpty()) names << text;
+      if (!text.isEmpty()) names << PositionInWords(text);
     }
   }
   const bool empty = names.isEmpty();

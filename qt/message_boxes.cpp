@@ -6,6 +6,8 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDialogButtonBox>
+#include <QLabel>
 #include <QPointer>
 #include <QShowEvent>
 #include <QWindow>
@@ -101,6 +103,12 @@ QMessageBox* NewBox(QWidget* owner, QWidget* main, std::u16string_view caption,
   if (style.topmost) box->setWindowFlag(Qt::WindowStaysOnTopHint);
   auto* look = new WindowStyle;
   look->setParent(box);
+  if (auto* icon = box->findChild<QLabel*>(QStringLiteral("qt_msgboxex_icon_label"))) {
+    icon->setAccessibleName(QStringLiteral("Warning"));
+  }
+  for (auto* row : box->findChildren<QDialogButtonBox*>()) {
+    row->setAccessibleName(QStringLiteral("Buttons"));
+  }
   for (QAbstractButton* button : box->buttons()) {
     button->setStyle(look);
     button->setAccessibleName(button->text().remove(QLatin1Char('&')));

@@ -123,7 +123,7 @@ QWidget* SheetDialog::NewPageChooser() {
     connect(short_names_, &QComboBox::activated, this, &SheetDialog::ShowPage);
     return short_names_;
   }
-  names_ = new QListWidget;
+  names_ = new PageNames;
   names_->setAccessibleName(QStringLiteral("Pages"));
   auto* style = new WindowStyle;
   style->setParent(names_);
@@ -156,6 +156,7 @@ void SheetDialog::AddPage(const Page& page) {
     for (QLayout* layout : page.widget->findChildren<QLayout*>()) SetNarrow(*layout);
   }
   KeepFromWheel(*page.widget);
+  stack_->setAccessibleName(QStringLiteral("Shown page"));
   stack_->addWidget(new PageArea(*page.widget, narrow_));
   if (names_ != nullptr) names_->addItem(page.caption);
   if (short_names_ != nullptr) short_names_->addItem(page.caption);

@@ -10,9 +10,17 @@
 #include <QStackedWidget>
 #include <vector>
 
+#include "qt/accessible_rows.h"
 #include "qt/control_messages.h"
 
 namespace quillet::qt {
+
+// The captions of the pages: whichever is chosen is shown at once.
+class PageNames final : public RowView<QListWidget> {
+ public:
+  using RowView::RowView;
+  void OpenRow(const QModelIndex& /*row*/) override {}
+};
 
 class SheetDialog final : public QDialog {
  public:

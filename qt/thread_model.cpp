@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "qt/one_line.h"
+#include "qt/row_words.h"
 
 namespace quillet::qt {
 namespace {
@@ -101,6 +102,13 @@ QModelIndex ThreadModel::Next(const QModelIndex& index) const {
     slot = above;
   }
   return {};
+}
+
+// By depth: what is too deep to stand below the row stands behind it.
+int ThreadModel::CountBelow(const QModelIndex& index) const {
+  int count = 0;
+  for (QModelIndex row = Next(index); DepthOf(row) > DepthOf(index); row = Next(row)) ++count;
+  return count;
 }
 
 // --- adding and removing rows --------------------------------------------------------------------
@@ -283,8 +291,9 @@ QVariant ThreadModel::data(const QModelIndex& index, int role) const {
       bold.setBold(true);
       return bold;
     }
-    case Qt::AccessibleDescriptionRole:
-      return row.bold ? QStringLiteral("unread") : QString();
+    case Qt::AccessibleTextRole:
+      return ThreadRowInWords({OneLine(ViewOf(row.text)), row.bold, CountBelow(index),
+                               static_cast<int>(row.depth) + 1});
     default:
       return {};
   }

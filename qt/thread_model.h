@@ -37,6 +37,8 @@ class ThreadModel final : public QAbstractItemModel {
   const std::u16string& AuthorOf(const QModelIndex& index) const;
   // The next row of the whole tree, whatever is expanded.
   QModelIndex Next(const QModelIndex& index) const;
+  // All answers to the row, and answers to these.
+  int CountBelow(const QModelIndex& index) const;
 
   QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
   QModelIndex parent(const QModelIndex& index) const override;

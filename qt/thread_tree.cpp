@@ -122,7 +122,7 @@ struct ThreadTree::Kept {
 };
 
 ThreadTree::ThreadTree(Asked asked, QWidget* parent)
-    : QTreeView(parent), model_(new ThreadModel(this)), asked_(std::move(asked)) {
+    : RowView(parent), model_(new ThreadModel(this)), asked_(std::move(asked)) {
   setModel(model_);
   setItemDelegate(new ThreadRow(this));
   header()->setAccessibleName(QStringLiteral("Column headings"));
@@ -416,7 +416,10 @@ void ThreadTree::AskMenu(const QModelIndex& index, const MenuPlace& where) {
 }
 
 void ThreadTree::AskMenuByKey() {
-  const QModelIndex row = SelectedIndex();
+  ShowRowMenu(SelectedIndex());
+}
+
+void ThreadTree::ShowRowMenu(const QModelIndex& row) {
   if (row.isValid()) scrollTo(row);
   const QRect text = row.isValid() ? TextRect(row) : QRect();
   AskMenu(row, {viewport()->mapToGlobal(text.bottomLeft()), true});

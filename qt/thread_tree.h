@@ -14,12 +14,13 @@
 #include <vector>
 
 #include "port/tree_view.h"
+#include "qt/accessible_rows.h"
 #include "qt/menu_place.h"
 #include "qt/thread_model.h"
 
 namespace quillet::qt {
 
-class ThreadTree final : public QTreeView {
+class ThreadTree final : public RowView<QTreeView> {
  public:
   struct Asked {
     std::function<void(port::TreeItem item)> activated;
@@ -53,6 +54,10 @@ class ThreadTree final : public QTreeView {
   void keyboardSearch(const QString& typed) override;
   // Whether a letter goes on with the search that is under way.
   bool Searching() const;
+
+  void OpenRow(const QModelIndex& row) override { Activate(row); }
+  bool HasRowMenus() const override { return true; }
+  void ShowRowMenu(const QModelIndex& row) override;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;

@@ -33,6 +33,8 @@ class Viewer final : public QTextBrowser {
   bool Scroll(port::ScrollStep step);
   std::uint32_t Place() const;
   void GoTo(std::uint32_t place);
+  // As a click on a link with that target.
+  void Follow(const QString& target) { ActivateLink(target); }
   // The selected text, or everything, to the clipboard.
   void CopySelectionOrAll();
 

@@ -192,8 +192,8 @@ TEST_F(ArticleTest, HeaderSaysItsTextsAndShowsTheWholeSubject) {
   article().SetHeader(kHeader);
   OnDisplay([&] {
     EXPECT_EQ(Header().accessibleName(),
-              QStringLiteral("Subject: Re: <b>ships</b>, Thread 3/12, From: Ann <a@b>, "
-                             "Article 0/4"));
+              QStringLiteral("Subject: Re: <b>ships</b>, Thread 3 of 12, From: Ann <a@b>, "
+                             "Article 0 of 4"));
     QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(&Header());
     ASSERT_NE(reader, nullptr);
     EXPECT_EQ(reader->role(), QAccessible::Button);

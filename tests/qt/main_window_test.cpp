@@ -556,10 +556,14 @@ TEST_F(WindowTest, RowsAreReadOutWithTheirBoxes) {
     bool found = false;
     for (int i = 0; i < list->childCount(); ++i) {
       QAccessibleInterface* child = list->child(i);
-      if (child == nullptr || child->text(QAccessible::Name) != QStringLiteral("comp.test"))
-        continue;
+      ASSERT_NE(child, nullptr);
+      EXPECT_EQ(child->text(QAccessible::Name),
+                QStringLiteral("comp.test, 3 unread of 9 articles"));
       found = true;
+      EXPECT_EQ(child->role(), QAccessible::ListItem);
+      EXPECT_TRUE(child->state().checkable);
       EXPECT_TRUE(child->state().checked);
+      EXPECT_TRUE(child->state().selected);
     }
     EXPECT_TRUE(found);
   });
