@@ -150,6 +150,8 @@ void ShowNode(Node& node) {
   DisplayArticle(&node, {});
 }
 
+// A stored article is opened without a word, whatever server the link names: a Message-ID is the
+// same article everywhere.
 void OpenArticleLink(const NewsLink& link) {
   const std::optional<GroupIndex> group = FindGroupOfArticle(link.message_id);
   if (!group) {

@@ -4,7 +4,9 @@
 // columns and keys.
 #include "qt/start_guide.h"
 
+#include <QApplication>
 #include <QEvent>
+#include <QFontInfo>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -20,6 +22,7 @@
 namespace quillet::qt {
 namespace {
 
+constexpr int kAround = 4;  // pixels around all steps
 constexpr int kWrapped = Qt::TextWordWrap | Qt::AlignLeft | Qt::AlignTop;
 
 // As the guidelines for contrast have it.
@@ -152,13 +155,12 @@ StartGuide::StartGuide(GroupTable& table, std::function<void(std::uint32_t comma
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setWidgetResizable(true);
   setStyle(table.style());
-  setFont(table.font());
   viewport()->setBackgroundRole(QPalette::Base);
   auto* inner = new QWidget;
   inner->setAccessibleName(QStringLiteral("First steps"));
   inner->setBackgroundRole(QPalette::Base);
   auto* layout = new QVBoxLayout(inner);
-  layout->setContentsMargins(4, 4, 4, 4);
+  layout->setContentsMargins(kAround, kAround, kAround, kAround);
   layout->setSpacing(0);
   layout->addStretch(1);
   setWidget(inner);
@@ -170,7 +172,6 @@ StartGuide::StartGuide(GroupTable& table, std::function<void(std::uint32_t comma
 void StartGuide::AddLink() {
   auto* link = new StepLink(widget());
   link->setStyle(style());
-  link->setFont(font());
   auto* layout = static_cast<QVBoxLayout*>(widget()->layout());
   layout->insertWidget(layout->count() - 1, link);
   setTabOrder(links_.empty() ? static_cast<QWidget*>(table_) : links_.back(), link);
@@ -198,12 +199,30 @@ bool StartGuide::eventFilter(QObject* watched, QEvent* event) {
   return QScrollArea::eventFilter(watched, event);
 }
 
+int StartGuide::HeightFor(int width) const {
+  int height = 2 * kAround;
+  for (const StepLink* link : links_) height += link->heightForWidth(width - 2 * kAround);
+  return height;
+}
+
+void StartGuide::FitFont(QSize room) {
+  constexpr double kStep = 1;  // points
+  QFont font = table_->font();
+  const double least = std::min(font.pointSizeF(), QFontInfo(QApplication::font()).pointSizeF());
+  for (;;) {
+    for (StepLink* link : links_) link->setFont(font);
+    if (HeightFor(room.width()) <= room.height() || font.pointSizeF() <= least) return;
+    font.setPointSizeF(std::max(font.pointSizeF() - kStep, least));
+  }
+}
+
 void StartGuide::Place() {
   if (!table_) return;
   QRect free = table_->viewport()->rect();
   if (const int rows = table_->model()->rowCount(); rows > 0) {
     free.setTop(table_->visualRect(table_->model()->index(rows - 1, 0)).bottom() + 1);
   }
+  FitFont(free.size());
   const bool scrolls = table_->verticalScrollBar()->maximum() > 0;
   const bool shown = !links_.empty() && !scrolls && free.height() >= links_[0]->sizeHint().height();
   if (!shown && isAncestorOf(focusWidget())) table_->setFocus();

@@ -47,8 +47,9 @@ class StepLink final : public QPushButton {
 // The palette's colour of links where it can be read on the list's ground, else that of its text.
 QColor LegibleLinkColour(const QPalette& palette);
 
-// It lies in the table's parent, over the part of the table that no row has, and scrolls there when
-// that is too little; it is hidden where not even one line has room.
+// It lies in the table's parent, over the part of the table that no row has. Where that is too
+// little for the table's font the letters are smaller, down to the application's; then it scrolls,
+// and it is hidden where not even one line has room.
 class StartGuide final : public QScrollArea {
  public:
   // `follow` is called with the command of a step.
@@ -63,6 +64,8 @@ class StartGuide final : public QScrollArea {
  private:
   void AddLink();
   void Place();
+  void FitFont(QSize room);
+  int HeightFor(int width) const;
 
   QPointer<GroupTable> table_;
   std::function<void(std::uint32_t command)> follow_;

@@ -224,9 +224,28 @@ TEST_F(StartGuideTest, TextsAreWholeOnASmallScreenInTheLargestFont) {
       Main().resize(240, 294);
       QCoreApplication::processEvents();
       EXPECT_TRUE(Guide().isVisible());
+      EXPECT_EQ(Guide().verticalScrollBar()->maximum(), 0) << size;  // all at once
       ExpectWholeTexts();
     });
   }
+}
+
+TEST_F(StartGuideTest, LettersAreTheListsWhereThereIsRoomAndScrollWhereThereIsNone) {
+  ShowWindow();
+  const std::array<port::ListColumn, 2> columns{{{u"Newsgroup", 0, false}, {u"Unread", 0, true}}};
+  device->group_list().Create(columns, u"", 7);
+  ShowSteps();
+  OnDisplay([&] { EXPECT_EQ(Link(0).font().pointSizeF(), List().font().pointSizeF()); });
+  OnDisplay([&] {
+    Main().resize(240, 160);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return List().viewport()->height() < 100; }));
+    EXPECT_LT(Link(0).font().pointSizeF(), List().font().pointSizeF());
+    EXPECT_GE(Link(0).font().pointSizeF(), QApplication::font().pointSizeF());
+    ExpectWholeTexts();
+    Main().resize(640, 480);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return List().viewport()->height() > 300; }));
+    EXPECT_EQ(Link(0).font().pointSizeF(), List().font().pointSizeF());
+  });
 }
 
 TEST_F(StartGuideTest, TextStaysAtTheLeftOfAWideWindow) {
