@@ -130,6 +130,16 @@ class AtTheEnd(Progress):
                 self.assertRegex(q.status_text(), r"^No new articles, 0:0\d\.$")
         self.assert_fine(q)
 
+    def test_an_article_that_is_added_to_a_further_group_is_new_there(self):
+        groups = {"a.one": numbered("a.one", (1, 2)), "a.two": numbered("a.two", (1,))}
+        groups["a.two"][2] = groups["a.one"][2]
+        with NewsServer(groups) as server:
+            with self.run_against(server, groups) as q:
+                q.connect()
+                self.assertEqual([row[2] for row in q.groups()], ["2/2", "2/2"])
+                self.assertRegex(q.status_text(), r"^4 new articles in 2 groups, 0:0\d\.$")
+        self.assert_fine(q)
+
     def test_one_article_in_one_group(self):
         groups = {"a.one": numbered("a.one", (1,)), "a.two": {}}
         with NewsServer(groups) as server:
