@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "port/common/box_buttons.h"
+#include "qt/box_text.h"
 #include "qt/fit_screen.h"
 #include "qt/forms.h"
 #include "qt/text.h"
@@ -92,7 +93,7 @@ QMessageBox* NewBox(QWidget* owner, QWidget* main, std::u16string_view caption,
   box->setTextFormat(Qt::PlainText);
   box->setWindowTitle(ToQt(caption));
   box->setAccessibleName(ToQt(caption));
-  box->setText(ToQt(text));
+  box->setText(BoxText(ToQt(text)));
   box->setIcon(style.icon == port::BoxIcon::kExclamation ? QMessageBox::Warning
                                                          : QMessageBox::NoIcon);
   for (const int id : port::ButtonsOf(style.buttons)) box->addButton(ButtonOf(id));

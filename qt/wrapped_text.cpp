@@ -6,6 +6,8 @@
 #include <QTextOption>
 #include <algorithm>
 
+#include "qt/box_text.h"
+
 namespace quillet::qt {
 namespace {
 
@@ -47,7 +49,7 @@ void WrappedText::DrawText(const QString& text) {
   painter.setPen(InkOf(*this));
   QTextOption option(Qt::AlignLeft | Qt::AlignTop);
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-  painter.drawText(QRectF(contentsRect()), text, option);
+  painter.drawText(QRectF(contentsRect()), WithoutLastLineEnd(text), option);
 }
 
 ElidedText::ElidedText(QWidget* parent) : QLabel(parent) {
