@@ -109,7 +109,8 @@ TEST_F(ProductForms, EveryControlHasANameForReaders) {
 TEST_F(ProductForms, EveryFieldHasALabelOfItsOwn) {
   // Texts and lists that fill their windows, and fields beside the list or button that says what
   // they are.
-  const std::set<std::uint32_t> plain{kControlArticleText,
+  const std::set<std::uint32_t> plain{kControlAboutText,
+                                      kControlArticleText,
                                       kControlMessageHeaders,
                                       kControlErrorLog,
                                       kControlAuthorText,
