@@ -66,6 +66,16 @@ bool LabelFits(const QLabel& label, QSize room, int around) {
   return text.width() <= room.width() && text.height() <= room.height();
 }
 
+// The toolkit's own limit is narrow on small screens and with large letters.
+void UseTheRoom(QLabel& label, int room) {
+  const QFontMetrics metrics = label.fontMetrics();
+  const QMargins margins = label.contentsMargins();
+  const int around = margins.left() + margins.right() + 2 * label.margin();
+  const int text = metrics.size(0, label.text()).width();
+  const int columns = kLongTextColumns * metrics.averageCharWidth();
+  label.setMinimumWidth(std::min(std::min(text, columns) + around, room));
+}
+
 // As wide as a text is read well, and as high as it then is.
 QSize SizeOfText(const QTextEdit& view, QSize room) {
   const int bar = view.verticalScrollBar()->sizeHint().width();
@@ -161,6 +171,7 @@ void FitText(QMessageBox& box, QSize room) {
   if (LabelFits(*label, left, around.width())) {
     delete layout->replaceWidget(view, label);
     delete view;
+    UseTheRoom(*label, left.width());
     return;
   }
   label->hide();

@@ -16,9 +16,9 @@ namespace quillet::qt {
 // the frame that the desktop gives to its windows.
 QSize RoomForDialog(const QWidget* main);
 
-// A box whose text leaves no room for its buttons, or has a word wider than the screen, shows the
-// text in a view that scrolls and breaks anywhere. Before the box is shown, when its text and
-// buttons are set.
+// A box uses the room for its text, up to as many columns as are read well. One whose text leaves
+// no room for its buttons, or has a word wider than the screen, shows the text in a view that
+// scrolls and breaks anywhere. Before the box is shown, when its text and buttons are set.
 void FitText(QMessageBox& box, QSize room);
 
 // A form that must not be wider: the texts of its boxes break into lines, then its push buttons are

@@ -121,7 +121,7 @@ void ExpectLongText(QMessageBox& box) {
   ASSERT_NE(view, nullptr);
   EXPECT_TRUE(view->isVisible());
   EXPECT_TRUE(view->isReadOnly());
-  EXPECT_EQ(view->toPlainText(), box.text().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+  EXPECT_EQ(view->toPlainText(), box.text());
   EXPECT_EQ(view->horizontalScrollBar()->maximum(), 0);
   for (const QAbstractButton* button : box.buttons()) {
     const QRect place(button->mapTo(&box, QPoint(0, 0)), button->size());
@@ -158,6 +158,36 @@ TEST_F(MessageBoxTest, WordWiderThanTheScreenIsBroken) {
     ExpectLongText(Box());
   });
   PressEnter();
+  answer.get();
+}
+
+TEST_F(MessageBoxTest, LineEndsOfServersAreNotShown) {
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, true},
+                          u"a.one: server reports error ('411 no such group\r\n')");
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    EXPECT_EQ(Box().text(), QStringLiteral("a.one: server reports error ('411 no such group')"));
+    Box().button(QMessageBox::Ok)->click();
+  });
+  answer.get();
+}
+
+TEST_F(MessageBoxTest, TextUsesTheWidthThatThereIs) {
+  std::u16string text;
+  while (text.size() < 300) text += u"word ";
+  auto answer = ShowLater({BoxButtons::kOk, BoxIcon::kNone, true}, text);
+  ASSERT_TRUE(WaitForBoxes(1));
+  OnDisplay([&] {
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&Box()));
+    auto* label = Box().findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+    ASSERT_NE(label, nullptr);
+    const QRect work = Box().screen()->availableGeometry();
+    const int columns = 80 * label->fontMetrics().averageCharWidth();
+    EXPECT_GE(label->width(), std::min(columns, work.width() * 3 / 4));
+    EXPECT_LE(label->width(), columns + 40);
+    EXPECT_TRUE(work.contains(Box().frameGeometry()));
+    Box().button(QMessageBox::Ok)->click();
+  });
   answer.get();
 }
 
