@@ -16,12 +16,13 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <algorithm>
 #include <chrono>
 
+#include "qt/fit_screen.h"
 #include "qt/fonts.h"
 #include "qt/icons.h"
 #include "qt/menus.h"
-#include "qt/screen_place.h"
 #include "qt/text.h"
 #include "qt/window_style.h"
 
@@ -32,6 +33,13 @@ namespace {
 constexpr int kPhoneWidth = 480;
 // A desktop that has not framed the window by then does not; a later frame is the user's wish.
 constexpr std::chrono::seconds kFrameWithin(5);
+
+// What was stored may be anything; sums of it must stay numbers.
+QRect RectOf(const port::WindowPlace& place) {
+  constexpr int kFar = 1 << 20;
+  return {std::clamp(place.left, -kFar, kFar), std::clamp(place.top, -kFar, kFar),
+          std::clamp(place.size.width, 1, kFar), std::clamp(place.size.height, 1, kFar)};
+}
 
 }  // namespace
 
@@ -88,8 +96,7 @@ void MainWindow::Post(port::MessageKind kind, std::uint32_t id, std::uint32_t de
 QRect MainWindow::WantedFrame() const {
   const QRect work = WorkAreaOf(this);
   if (!wanted_place_) return {work.topLeft(), wanted_size_.boundedTo(work.size())};
-  const port::WindowPlace& place = *wanted_place_;
-  return OntoScreens({QPoint(place.left, place.top), QSize(place.size.width, place.size.height)});
+  return OnScreens(RectOf(*wanted_place_));
 }
 
 void MainWindow::ShowFirst() {
