@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The About box: the version, the licence, where help is, and the libraries in use. Program thread
 // only.
 #pragma once

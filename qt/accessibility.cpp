@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The toolkit asks for the interface of a widget when a reader of the screen comes by it, and tells
 // what happens through one function, which is replaced here: a list that gets the focus tells of
 // the row that keys act on, and an operation does not tell of every step, which nobody could listen

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What readers of the screen are told of this program's own widgets, and how often. Display thread
 // only.
 #pragma once

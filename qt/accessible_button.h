@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The image buttons of the views for readers of the screen. Display thread only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The page of an article for readers of the screen: a document that can be read, walked through
 // and marked, and not be edited; its links are items that can be followed. Display thread only.
 #pragma once

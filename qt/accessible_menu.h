@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Menus and menu bars for readers of the screen: items without marks and shortcuts in their names,
 // and the buttons in the corner of a bar, which the toolkit leaves out. Display thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a reader of the screen is told of things that are drawn without a widget of their own: rows,
 // menu items, tabs, links. Display thread only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Flat, as it is drawn: how deep a row stands is in its name, since the bus has no other place for
 // it. Nothing is kept of rows before somebody asks, so that long lists cost no more than before.
 #include "qt/accessible_rows.h"

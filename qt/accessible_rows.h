@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lists and trees for readers of the screen: every row on display is one item, whatever its
 // columns. Display thread only.
 #pragma once

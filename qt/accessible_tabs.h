@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Tabs for readers of the screen: which one is selected is not the same as which has the focus.
 // Display thread only.
 #pragma once

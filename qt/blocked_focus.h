@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The focus that the desktop gives to a window which cannot be used now.
 #pragma once
 

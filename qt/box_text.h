@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts of boxes and labels as they are shown. What servers say comes with its line ends, wherever
 // in a text it stands: they make no empty lines and no line with a lone quotation mark. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How it is shown where the keyboard is, in every palette.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "qt/key_button.h"
 
 #include <QKeyEvent>

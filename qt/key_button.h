@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A button with an image in a corner of the window, by mouse and by keys.
 #pragma once
 

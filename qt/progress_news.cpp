@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Each label and the bar tell their own news, for readers that look at them. Most look at what has
 // the focus alone: the whole sentence is therefore the description of the button that would end the
 // operation, and of the dialog.

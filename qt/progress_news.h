@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the dialog of a long operation tells readers of the screen: all that has changed, no more
 // than once a second. Display thread only.
 #pragma once

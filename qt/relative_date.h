@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A moment as it is said in a list, seen from now.
 #pragma once
 

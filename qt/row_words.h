@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What readers of the screen say for the figures of rows and bars.
 #pragma once
 

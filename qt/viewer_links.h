@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The links of a page, for those who go from one to the next by keys.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A screen, a message bus and an accessibility bus of their own, and the program as a reader of the
 screen finds it there: no keys, no mouse.
 

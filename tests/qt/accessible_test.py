@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The real program as a reader of the screen has it, by its accessibility bus alone.
 
 Usage: accessible_test.py QUILLET QUILLET-SCRIPT DEMO-SERVER [TEST...]

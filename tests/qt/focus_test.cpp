@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the keyboard is can be seen: each control is drawn with and without the focus, in light,
 // dark and contrasting colours.
 #include <QImage>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Everything that the menus and buttons of the main window have, by keys alone; and the controls of
 // all forms.
 #include <QAbstractButton>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where boxes and dialogs appear, and what is in front when the window below cannot be used.
 #include <QApplication>
 #include <QPushButton>

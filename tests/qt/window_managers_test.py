@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Who has the keyboard and what is in front, under the window managers that users have.
 
 Usage: window_managers_test.py MANAGER QUILLET QUILLET-SCRIPT, the manager being openbox, xfwm4 or

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Where windows are on an X server, and what lies over what."""
 import ctypes
 
