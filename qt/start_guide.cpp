@@ -180,10 +180,11 @@ void StartGuide::AddLink() {
   links_.push_back(link);
 }
 
-// Links that stay are kept: one of them may have the focus.
+// Links that stay are kept: one of them may have the focus, or get it when the window is the active
+// one again.
 void StartGuide::Show(const std::vector<port::GuideStep>& steps) {
   while (links_.size() > steps.size()) {
-    if (links_.back()->hasFocus() && table_) table_->setFocus();
+    if (links_.back() == window()->focusWidget() && table_) table_->setFocus();
     delete links_.back();
     links_.pop_back();
   }
@@ -225,7 +226,7 @@ void StartGuide::Place() {
   FitFont(free.size());
   const bool scrolls = table_->verticalScrollBar()->maximum() > 0;
   const bool shown = !links_.empty() && !scrolls && free.height() >= links_[0]->sizeHint().height();
-  if (!shown && isAncestorOf(focusWidget())) table_->setFocus();
+  if (!shown && isAncestorOf(window()->focusWidget())) table_->setFocus();
   if (shown) {
     free.moveTopLeft(table_->viewport()->mapTo(parentWidget(), free.topLeft()));
     setGeometry(free);

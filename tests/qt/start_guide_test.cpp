@@ -198,6 +198,30 @@ TEST_F(StartGuideTest, FocusGoesToTheListWhenItGoes) {
   OnDisplay([&] { EXPECT_TRUE(List().hasFocus()); });
 }
 
+TEST_F(StartGuideTest, FocusThatIsElsewhereStaysThere) {
+  ShowWindow();
+  ShowSteps();
+  Key(Qt::Key_Tab);
+  OnDisplay([&] { Tabs().Bar().setFocus(); });
+  FillRows(300);
+  device->group_list().SetGuide({});
+  OnDisplay([&] { EXPECT_TRUE(Tabs().Bar().hasFocus()); });
+}
+
+TEST_F(StartGuideTest, FocusGoesToTheListWhileAnotherWindowIsActive) {
+  ShowWindow();
+  ShowSteps();
+  Key(Qt::Key_Tab);
+  OnDisplay([&] {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&other));
+    Guide().Show({});
+    EXPECT_EQ(Main().focusWidget(), &List());
+  });
+}
+
 TEST_F(StartGuideTest, FocusStaysOnALinkThatIsTicked) {
   ShowWindow();
   ShowSteps();
