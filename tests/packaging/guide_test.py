@@ -69,6 +69,11 @@ ELSEWHERE = [
     "The thread list has columns for author and date, the article its date.",
     # the first steps in the empty list of groups
     "1. Tell Quillet your news server", "2. Add a newsgroup",
+    # the About box
+    "Version \u2026\r\n\r\nLicence: GPL-3.0-or-later. This is free software: you may use it, change it and pass "
+    "it on under the terms of the GNU General Public License, version 3 or later. There is no "
+    "warranty.\r\n\r\nHelp: F1 opens the user guide, as \"man quillet\" does in a terminal.\r\n\r\n"
+    "Libraries in use:",
     # the waits between two connections
     "The connection was lost. Trying again in 1 second...",
     "The connection was lost. Trying again in \u2026 seconds...",
