@@ -129,6 +129,8 @@ void MainWindow::FitFrame() {
 
 std::optional<port::WindowPlace> MainWindow::Place() const {
   if (!isVisible() || FillsScreen(this)) return std::nullopt;
+  // Maximised from the start: no frame was ever around what it goes back to.
+  if (isMaximized() && wanted_place_ && wanted_place_->maximised) return wanted_place_;
   const QRect frame = isMaximized() ? normalGeometry().marginsAdded(windowHandle()->frameMargins())
                                     : frameGeometry();
   return port::WindowPlace{
@@ -144,6 +146,9 @@ bool MainWindow::event(QEvent* event) {
     case QEvent::UpdateRequest:
     case QEvent::WindowActivate:
       if (frame_awaited_) FitFrame();
+      break;
+    case QEvent::WindowStateChange:
+      if (!isMaximized() && wanted_place_ && wanted_place_->maximised) wanted_place_.reset();
       break;
     default:
       break;

@@ -167,9 +167,12 @@ void Viewer::ShowFirstHighlight() {
   verticalScrollBar()->setValue(line.top() - viewport()->height() / kHighlightPlace);
 }
 
-// The toolkit lays out what is seen, and the rest little by little.
+// The toolkit lays out what is seen, and the rest little by little; its scroll bar hears of that
+// later still.
 void Viewer::LayOutAll() {
-  document()->documentLayout()->blockBoundingRect(document()->lastBlock());
+  const int height = document()->size().toSize().height();
+  QScrollBar& bar = *verticalScrollBar();
+  bar.setMaximum(std::max(bar.maximum(), height - viewport()->height()));
 }
 
 bool Viewer::Scroll(port::ScrollStep step) {
@@ -198,7 +201,8 @@ void Viewer::ScrollTo(port::ScrollStep step) {
 
 std::uint32_t Viewer::Place() const {
   if (verticalScrollBar()->value() == 0) return 0;
-  return static_cast<std::uint32_t>(cursorForPosition({0, 0}).position());
+  // Not at the very edge, where a line may show its last row of pixels.
+  return static_cast<std::uint32_t>(cursorForPosition({0, fontMetrics().height() / 4}).position());
 }
 
 void Viewer::GoTo(std::uint32_t place) {

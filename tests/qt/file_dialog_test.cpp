@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <filesystem>
 #include <fstream>
@@ -186,6 +187,56 @@ TEST_F(FileDialogTest, FitsTheScreen) {
     Dialog().reject();
   });
   path.get();
+}
+
+// A phone's screen; skips what was made for the other one.
+class SmallScreenFiles : public FileDialogTest {
+ protected:
+  void SetUp() override {
+    bool small = false;
+    OnDisplay([&] { small = FillsScreen(nullptr); });
+    if (!small) GTEST_SKIP() << "the screen is a desktop's";
+  }
+  // Every control that is shown is inside and as large as its content asks.
+  void ExpectWhole() {
+    EXPECT_EQ(Dialog().size(), QSize(240, 320));
+    for (const QWidget* control : Dialog().findChildren<QWidget*>()) {
+      if (!control->isVisible() || control->isWindow()) continue;
+      const QRect place(control->mapTo(&Dialog(), QPoint(0, 0)), control->size());
+      const std::string name = control->objectName().toStdString();
+      EXPECT_TRUE(Dialog().rect().contains(place) || control->parentWidget() != &Dialog()) << name;
+      const auto* button = qobject_cast<const QPushButton*>(control);
+      if (button == nullptr) continue;
+      EXPECT_TRUE(Dialog().rect().contains(place)) << name;
+      EXPECT_GE(button->width(),
+                button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width() + 4)
+          << name;
+    }
+    const auto* name = Dialog().findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    EXPECT_GE(name->width(), 120) << "room for a name";
+  }
+};
+
+TEST_F(SmallScreenFiles, NothingOfTheDialogsIsClipped) {
+  QFont before;
+  OnDisplay([&] { before = QApplication::font(); });
+  for (const double factor : {1.0, 1.3}) {
+    OnDisplay([&] {
+      QFont font = before;
+      font.setPointSizeF(before.pointSizeF() * factor);
+      QApplication::setFont(font);
+    });
+    for (const bool saves : {true, false}) {
+      auto path = saves ? AskLater() : AskForFileToOpen();
+      OnDisplay([&] {
+        QCoreApplication::processEvents();
+        ExpectWhole();
+        Dialog().reject();
+      });
+      path.get();
+    }
+  }
+  OnDisplay([&] { QApplication::setFont(before); });
 }
 
 // --- a file to open ------------------------------------------------------------------------------
