@@ -270,9 +270,8 @@ void PlaceOver(QWidget& dialog, const QWidget* window) {
   // Not the widget's own idea of its frame, which comes later.
   const QRect below = over ? window->windowHandle()->frameGeometry() : WorkAreaOf(&dialog);
   place.moveCenter(below.center());
-  const QPoint inside = OnScreens(place).topLeft() + QPoint(frame.left(), frame.top());
   // The inside: only that is known to the toolkit before there is a frame.
-  dialog.setGeometry(QRect(inside, dialog.size()));
+  dialog.setGeometry(OnScreens(place).marginsRemoved(frame));
 }
 
 }  // namespace quillet::qt
