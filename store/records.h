@@ -51,15 +51,15 @@ enum class SerializeMode { kByPreference = 0, kCompress = 1, kPlain = 2 };
 std::optional<std::string> SerializeArticle(AsciiArticle& article, SerializeMode mode);
 // Takes the fields of a stored value; false for another format, a value that is too short, strings
 // that do not end inside it, or a compressed one that cannot be expanded. With `names_only` just
-// parentId, subject (as JoinedSubject makes it), from, source and references are taken. The four
-// words are taken in any case.
+// parentId, subject (as JoinedSubject makes it), from, source, date and references are taken. The
+// four words are taken in any case.
 bool ParseArticle(std::string_view value, AsciiArticle& article, bool names_only);
 
 bool StoreArticle(AsciiArticle& article);
 std::unique_ptr<AsciiArticle> FetchArticle(std::string_view message_id);
-// The same with parentId, subject, from, source and references only: what threading needs, without
-// the copies of the long texts, and with the subject joined (JoinedSubject) while decoding is on.
-// Null for exactly the records that FetchArticle cannot read.
+// The same with parentId, subject, from, source, date and references only: what threading needs,
+// without the copies of the long texts, and with the subject joined (JoinedSubject) while decoding
+// is on. Null for exactly the records that FetchArticle cannot read.
 std::unique_ptr<AsciiArticle> FetchArticleNames(std::string_view message_id);
 // The texts of a stored article where they lie in its record: for looking through many articles,
 // without a copy of each text.
