@@ -55,10 +55,7 @@ QAccessibleInterface* PlainInterfaceFor(QWidget* widget) {
   if (IsOneOf<ThreadPane, ArticlePane>(widget)) {
     return new AccessibleOwner(widget, QAccessible::Pane);
   }
-  if (auto* button = qobject_cast<QToolButton*>(widget)) {
-    const bool commands = button->property("commandId").isValid();
-    return commands ? new AccessibleButton(*button) : nullptr;
-  }
+  if (auto* button = qobject_cast<QToolButton*>(widget)) return new AccessibleButton(*button);
   const auto* line = qobject_cast<const QFrame*>(widget);
   const bool separates = line != nullptr && line->frameShape() == QFrame::VLine;
   if (separates) return new AccessibleOwner(widget, QAccessible::Separator);

@@ -130,6 +130,7 @@ class Tree(Reading):
         item = self.program.window(item) if isinstance(item, str) else item
         text = "\n".join(self.settled(item)).replace(SESSION.folder.name, "FOLDER")
         text = re.sub(r"(text|name) '\d{5}'", r"\1 'PORT'", text)
+        text = re.sub(r"currently \d+% full", "currently N% full", text)
         self.seen.append("== %s\n%s\n" % (screen, text))
 
     def popup(self):
@@ -167,6 +168,8 @@ class Tree(Reading):
         self.close(name)
 
     def see_groups(self):
+        self.program.act("list item", GROUP, "SetFocus")
+        wait_for("focus", lambda: "focused" in self.program.find("list item", GROUP).states)
         self.note("group list, filled", MAIN)
         self.note_menus()
         self.dialog("new group", "Subscribe to newsgroup", "Group", "Groups", "New group")
