@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What readers of the screen are told, without a bus: the interfaces as the toolkit hands them out.
 #include <QAccessible>
 #include <QMenuBar>

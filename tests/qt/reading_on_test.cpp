@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What reading on asks of the toolkit's display: whether a page was turned, the line that says the
 // end, keys that the focus uses itself, the place of text and window; and the columns and the date
 // where there is room.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The views and menus on a phone's screen of 240 x 320, with letters of the usual size and larger
 // ones; skipped on another screen.
 #include <QMenuBar>
