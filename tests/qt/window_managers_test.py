@@ -102,7 +102,7 @@ class Managed(UnderX):
         def stands_aside():
             # Again: at first the program itself fits its window to the new frame.
             # And a window as large as the screen may have been maximized for it.
-            self.tool("windowstate", "--remove", "MAXIMIZED_VERT", "--remove", "MAXIMIZED_HORZ", window)
+            self.windows.restore(int(window))
             self.tool("windowsize", window, 560, 420)
             self.tool("windowmove", window, 60, 280)
             self.settle()
@@ -245,8 +245,8 @@ class SecondStart(Managed):
             env=self.environment)
         try:
             box = self.await_shown("Quillet")
-            self.tool("windowactivate", box)
-            self.await_focus(box)
+            wait_for("the keyboard elsewhere", lambda: self.tool("windowactivate", box)
+                     or self.focused() == [box])
             now = int(time.monotonic() * 1000) % 2**32  # the clock of the X server
             subprocess.run([xvfb_test.QUILLET, "--profile", self.profile], check=True,
                            timeout=LIMIT,

@@ -22,6 +22,15 @@ class XWindows:
     def close(self):
         self.x.XCloseDisplay(self.display)
 
+    def restore(self, window):
+        """Asks the window manager that it is not maximized."""
+        names = (b"_NET_WM_STATE", b"_NET_WM_STATE_MAXIMIZED_VERT", b"_NET_WM_STATE_MAXIMIZED_HORZ")
+        state, high, wide = (self.x.XInternAtom(self.display, name, 0) for name in names)
+        # In units of a long: type, serial, sent, display, window, message type, format, data.
+        event = (Number * 24)(33, 0, 0, 0, window, state, 32, 0, high, wide, 1)
+        self.x.XSendEvent(self.display, self.root, 0, ctypes.c_long(3 << 19), ctypes.byref(event))
+        self.x.XFlush(self.display)
+
     def inside(self, window):
         """Left, top, width and height on the screen, without the frame."""
         left, top, child, root = Integer(), Integer(), Number(), Number()
