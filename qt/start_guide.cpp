@@ -14,9 +14,9 @@
 #include <QStyleOptionFocusRect>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
+#include "qt/contrast.h"
 #include "qt/text.h"
 
 namespace quillet::qt {
@@ -24,20 +24,6 @@ namespace {
 
 constexpr int kAround = 4;  // pixels around all steps
 constexpr int kWrapped = Qt::TextWordWrap | Qt::AlignLeft | Qt::AlignTop;
-
-// As the guidelines for contrast have it.
-double Luminance(const QColor& colour) {
-  const auto linear = [](double part) {
-    return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
-         0.0722 * linear(colour.blueF());
-}
-
-double Contrast(const QColor& a, const QColor& b) {
-  const auto [dark, light] = std::minmax(Luminance(a), Luminance(b));
-  return (light + 0.05) / (dark + 0.05);
-}
 
 }  // namespace
 
