@@ -131,6 +131,8 @@ class Profile:
         with self.start(hold=True) as q:
             q.configure(servers=[self.server.address], groups=GROUPS, maxarticles=5000,
                         keepheaders=keep, usecompression=compress)
+            # What is sent at the start must not meet the last group on its way back.
+            q.set_dword("Extensions\\restoreplace", 0)
 
     @property
     def news_folder(self):

@@ -4,9 +4,9 @@
 // where there is room.
 #include <QScrollBar>
 #include <QTimeZone>
+#include <limits>
 
 #include "qt/relative_date.h"
-#include "qt/screen_place.h"
 #include "tests/qt/article_fixture.h"
 #include "tests/qt/tree_fixture.h"
 
@@ -291,27 +291,6 @@ TEST_F(ArticleTest, TheDateStandsBeforeThePlaceWhereThereIsRoom) {
 
 // --- the place of the window ---------------------------------------------------------------------
 
-TEST(ScreenPlace, AWindowStaysWhereItIsWhollySeen) {
-  EXPECT_EQ(OntoScreens(QRect(10, 20, 300, 200), {QRect(0, 0, 800, 600)}), QRect(10, 20, 300, 200));
-  EXPECT_EQ(OntoScreens(QRect(900, 20, 300, 200), {QRect(0, 0, 800, 600), QRect(800, 0, 800, 600)}),
-            QRect(900, 20, 300, 200));
-}
-
-TEST(ScreenPlace, AWindowFromAScreenThatHasGoneComesOntoOneThatIsThere) {
-  const std::vector<QRect> rooms = {QRect(0, 30, 800, 570)};
-  EXPECT_EQ(OntoScreens(QRect(900, 20, 300, 200), rooms), QRect(500, 30, 300, 200));
-  EXPECT_EQ(OntoScreens(QRect(-5000, -5000, 300, 200), rooms), QRect(0, 30, 300, 200));
-  EXPECT_EQ(OntoScreens(QRect(0, 0, 5000, 5000), rooms), QRect(0, 30, 800, 570));
-  EXPECT_EQ(OntoScreens(QRect(INT_MAX - 10, INT_MIN, 300, 200), rooms), QRect(500, 30, 300, 200));
-  EXPECT_EQ(OntoScreens(QRect(QPoint(1, 40), QSize(INT_MAX, INT_MAX)), rooms),
-            QRect(0, 30, 800, 570));
-}
-
-TEST(ScreenPlace, TheScreenThatHasMostOfItGetsIt) {
-  EXPECT_EQ(OntoScreens(QRect(700, 0, 300, 200), {QRect(0, 0, 800, 600), QRect(800, 0, 800, 600)}),
-            QRect(800, 0, 300, 200));
-}
-
 class PlaceOfWindow : public DisplayTest {
  protected:
   // Shown, and where it then says it is.
@@ -349,6 +328,14 @@ TEST_F(PlaceOfWindow, MaximisedItTellsWhatItGoesBackTo) {
 
 TEST_F(PlaceOfWindow, BeyondEveryScreenItIsBroughtBack) {
   const auto told = Shown(port::WindowPlace{100000, 100000, {500, 400}, false});
+  ASSERT_TRUE(told);
+  OnDisplay([&] { EXPECT_TRUE(WorkAreaOf(&Main()).contains(Main().frameGeometry())); });
+}
+
+TEST_F(PlaceOfWindow, NumbersThatNoScreenHasAreBroughtBackToo) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  constexpr int kLeast = std::numeric_limits<int>::min();
+  const auto told = Shown(port::WindowPlace{kMost - 10, kLeast, {kMost, kMost}, false});
   ASSERT_TRUE(told);
   OnDisplay([&] { EXPECT_TRUE(WorkAreaOf(&Main()).contains(Main().frameGeometry())); });
 }

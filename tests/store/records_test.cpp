@@ -95,10 +95,11 @@ TEST_F(RecordsTest, SlackBytesAreIgnored) {
   ExpectSampleTexts(read);
 }
 
-TEST_F(RecordsTest, NamesOnlyTakesFourStringsAndTheWords) {
+TEST_F(RecordsTest, NamesOnlyTakesFiveStringsAndTheWords) {
   AsciiArticle read;
   ASSERT_TRUE(ParseArticle(kSamplePlain, read, true));
-  EXPECT_FALSE(read.messageId || read.headers || read.body || read.date || read.replyTo);
+  EXPECT_FALSE(read.messageId || read.headers || read.body || read.replyTo);
+  EXPECT_EQ(read.date, "1 Jan");
   EXPECT_EQ(read.parentId, "<1@x>");
   EXPECT_EQ(read.subject, "Re: a");
   EXPECT_EQ(read.from, "b@x");
