@@ -164,7 +164,6 @@ void LinuxShell::Serve() {
 void LinuxShell::Answer(int client) {
   auto request = ParseInstanceRequest(ReceiveLine(client, kRequestLimitMs));
   if (!request) return;
-  SendLine(client, kAnswer);
   {
     const std::lock_guard lock(mutex_);
     raise_wanted_ = true;
@@ -172,6 +171,7 @@ void LinuxShell::Answer(int client) {
     if (request->download) ++downloads_wanted_;
     if (!request->link.empty()) links_wanted_.push_back(std::move(request->link));
   }
+  SendLine(client, kAnswer);  // it is taken only now
   Deliver();
 }
 

@@ -47,6 +47,10 @@ class ReadingTest : public Program {
     SetNumbers(u"checked", {0, 0});
     StoreArticles();
   }
+  // The run ends before what watches it goes.
+  ~ReadingTest() override {
+    if (thread_.joinable()) End();
+  }
 
   static AsciiArticle Written(int number, std::string_view parent, std::string_view from,
                               std::string_view subject) {

@@ -424,7 +424,7 @@ TEST_F(Display, AFormBringsItsControls) {
   const auto shown = display.FindDialog(dialog);
   ASSERT_TRUE(shown);
   EXPECT_TRUE(shown->shown);
-  ASSERT_EQ(shown->controls.size(), 4U);
+  ASSERT_EQ(shown->controls.size(), 5U);
   EXPECT_EQ(shown->controls[0].id, 2U);
   EXPECT_EQ(shown->controls[0].text, u"&Cancel");
   EXPECT_EQ(shown->controls[0].kind, ControlKind::kButton);

@@ -61,6 +61,7 @@ class Session:
         self.processes = []
         self.environment = {name: value for name, value in os.environ.items() if name not in (
             "WAYLAND_DISPLAY", "AT_SPI_BUS_ADDRESS", "NO_AT_BRIDGE", "QT_ACCESSIBILITY")}
+        self.environment["TZ"] = "UTC"  # dates are told in the local time
         self.environment.update(
             HOME=self.folder.name, XDG_RUNTIME_DIR=self.folder.name, GSETTINGS_BACKEND="memory",
             QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR="1", LC_ALL="C.UTF-8",

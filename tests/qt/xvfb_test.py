@@ -709,15 +709,15 @@ class Newcomer(UnderX):
     def test_comes_to_a_filled_group_list_by_mouse(self):
         """Texts come from an on-screen keyboard, which has no key but letters here."""
         main = self.launch()
-        self.click_away("Quillet", (262, 103))  # welcome: OK
+        self.click_away("Quillet", (-137, -25))  # welcome: OK
         setup = self.await_window(self.SETUP)
         for place, text in (((131, 42), "127.0.0.1"), ((131, 148), "Ann Example"),
                             ((131, 196), "ann@example.org")):
             self.click(setup, place)
             self.write(text)
-        self.click(setup, (127, 298))  # Next >>
-        self.click_away(self.SETUP, (135, 119))  # Done
-        self.click_away("Quillet", (347, 103))  # that's all: OK
+        self.click(setup, (-137, -26))  # Next >>
+        self.click_away(self.SETUP, (-137, -26))  # Done
+        self.click_away("Quillet", (-51, -25))  # that's all: OK
         self.click_menu((20, 30), (69, 122))  # File, Preferences
         preferences = self.await_window(self.PREFERENCES)
         self.click(preferences, (281, 106), times=2)  # selects the port
@@ -727,7 +727,7 @@ class Newcomer(UnderX):
         group = self.await_window("Subscribe to newsgroup")
         self.click(group, (137, 40))
         self.write(THREADS)
-        self.click_away("Subscribe to newsgroup", (138, 68))  # OK
+        self.click_away("Subscribe to newsgroup", (-137, -22))  # OK
         self.tool("mousemove", 763, 30)  # the button Connect
         self.tool("click", 1)
         self.await_download()
