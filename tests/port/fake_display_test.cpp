@@ -430,7 +430,7 @@ TEST_F(Display, AFormBringsItsControls) {
   EXPECT_EQ(shown->controls[0].kind, ControlKind::kButton);
   display.Write(dialog, 4711, Text{u"x"});
   EXPECT_EQ(display.Read(dialog, 4711).text, u"") << "the form has no such control";
-  EXPECT_EQ(display.FindDialog(dialog)->controls.size(), 4U);
+  EXPECT_EQ(display.FindDialog(dialog)->controls.size(), 5U);
   EXPECT_FALSE(display.Control(dialog, 4711));
   EXPECT_FALSE(display.Control(99, 2));
 }
