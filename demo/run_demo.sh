@@ -51,8 +51,9 @@ start_server() {
 write_settings() {
   local group arguments=()
   for group in "${groups[@]}"; do arguments+=(--group "$group"); done
+  # Each part begins in the list of groups, not where the one before left off.
   "$build/setup/quillet-setup" --profile "$profile" --server 127.0.0.1 --port "$port" \
-    --security tls \
+    --security tls --number restoreplace=0 \
     "${arguments[@]}" > "$work/setup.log"
 }
 
